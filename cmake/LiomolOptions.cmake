@@ -1,0 +1,47 @@
+# Build options, each with its default; CMakePresets.json gives the usual combinations.
+set(LIOMOL_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address (with undefined), thread")
+set(LIOMOL_SERVICE_SOCKET "/var/run/tavo-gbe/sock" CACHE STRING
+    "Path of the local service's socket, compiled into library and service; a relative path is below the working directory")
+option(LIOMOL_WERROR "Treat warnings as errors" ON)
+option(LIOMOL_BUILD_APPS "Build gbe, gbe-service and the examples" ON)
+option(LIOMOL_BUILD_TESTS "Build the tests" ON)
+option(LIOMOL_BUILD_BENCH "Build the benchmarks" OFF)
+option(LIOMOL_BUILD_FUZZ "Build the fuzz targets (clang)" OFF)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+
+find_program(LIOMOL_CCACHE ccache)
+if(LIOMOL_CCACHE)
+    set(CMAKE_C_COMPILER_LAUNCHER "${LIOMOL_CCACHE}")
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${LIOMOL_CCACHE}")
+endif()
+
+# What every target of the project compiles with.
+add_library(liomol_options INTERFACE)
+target_compile_options(liomol_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wundef
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+    $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>
+    $<$<BOOL:${LIOMOL_WERROR}>:-Werror>)
+# Qt's signals and slots are written Q_SIGNALS, Q_SLOTS, Q_EMIT: names like "slots" stay free for others.
+target_compile_definitions(liomol_options INTERFACE QT_NO_KEYWORDS)
+
+if(LIOMOL_SANITIZE STREQUAL "address")
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+elseif(LIOMOL_SANITIZE STREQUAL "thread")
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=thread)
+elseif(LIOMOL_SANITIZE)
+    message(FATAL_ERROR "LIOMOL_SANITIZE is '${LIOMOL_SANITIZE}': use address or thread")
+endif()

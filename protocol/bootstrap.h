@@ -1,0 +1,71 @@
+// The bootstrap registers of a GigE Vision device (GigE Vision 1.2, chapter 27): addresses and sizes in bytes
+// of camera memory. Registers are 4 bytes, big-endian; texts are as long as their size and zero-padded.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace bootstrap {
+
+using Address = std::uint32_t;
+
+inline constexpr Address kVersion = 0x0000; // specification version: major (16 bits), minor (16 bits)
+inline constexpr Address kDeviceMode = 0x0004;
+inline constexpr Address kMacHigh = 0x0008; // low 16 bits
+inline constexpr Address kMacLow = 0x000C;
+inline constexpr Address kInterfaceCapability = 0x0010;
+inline constexpr Address kInterfaceConfiguration = 0x0014;
+inline constexpr Address kCurrentIp = 0x0024;
+inline constexpr Address kCurrentSubnetMask = 0x0034;
+inline constexpr Address kCurrentGateway = 0x0044;
+inline constexpr Address kManufacturerName = 0x0048;
+inline constexpr Address kModelName = 0x0068;
+inline constexpr Address kDeviceVersion = 0x0088;
+inline constexpr Address kManufacturerInfo = 0x00A8;
+inline constexpr Address kSerialNumber = 0x00D8;
+inline constexpr Address kUserDefinedName = 0x00E8;
+inline constexpr Address kFirstUrl = 0x0200;
+inline constexpr Address kSecondUrl = 0x0400;
+inline constexpr Address kInterfaceCount = 0x0600;
+inline constexpr Address kPersistentIp = 0x064C;
+inline constexpr Address kPersistentSubnetMask = 0x065C;
+inline constexpr Address kPersistentGateway = 0x066C;
+inline constexpr Address kLinkSpeed = 0x0670; // Mbit/s
+inline constexpr Address kMessageChannelCount = 0x0900;
+inline constexpr Address kStreamChannelCount = 0x0904;
+inline constexpr Address kActionSignalCount = 0x0908;
+inline constexpr Address kCapability = 0x0934;
+inline constexpr Address kHeartbeatTimeout = 0x0938; // milliseconds
+inline constexpr Address kTimestampTickFrequencyHigh = 0x093C;
+inline constexpr Address kTimestampTickFrequencyLow = 0x0940;
+inline constexpr Address kTimestampControl = 0x0944;
+inline constexpr Address kTimestampValueHigh = 0x0948;
+inline constexpr Address kTimestampValueLow = 0x094C;
+inline constexpr Address kDiscoveryAckDelay = 0x0950;
+inline constexpr Address kGvcpConfiguration = 0x0954;
+inline constexpr Address kPendingTimeout = 0x0958; // milliseconds
+inline constexpr Address kControlSwitchoverKey = 0x095C;
+inline constexpr Address kControlChannelPrivilege = 0x0A00;
+inline constexpr Address kPrimaryApplicationPort = 0x0A04;
+inline constexpr Address kPrimaryApplicationIp = 0x0A14;
+inline constexpr Address kMessageChannelPort = 0x0B00;
+inline constexpr Address kMessageChannelDestination = 0x0B10;
+inline constexpr Address kStreamChannelPort = 0x0D00;
+inline constexpr Address kStreamChannelPacketSize = 0x0D04;
+inline constexpr Address kStreamChannelPacketDelay = 0x0D08;
+inline constexpr Address kStreamChannelDestination = 0x0D18;
+inline constexpr Address kStreamChannelSourcePort = 0x0D1C;
+inline constexpr Address kManufacturerSpecific = 0xA000; // everything from here on is the device's own
+
+inline constexpr std::size_t kNameSize = 32;
+inline constexpr std::size_t kManufacturerInfoSize = 48;
+inline constexpr std::size_t kSerialNumberSize = 16;
+inline constexpr std::size_t kUserDefinedNameSize = 16;
+inline constexpr std::size_t kUrlSize = 512;
+
+// Control channel privilege
+inline constexpr std::uint32_t kPrivilegeNone = 0;
+inline constexpr std::uint32_t kPrivilegeExclusive = 1;
+inline constexpr std::uint32_t kPrivilegeControl = 2;
+
+} // namespace bootstrap

@@ -1,0 +1,1 @@
+#include "platform/tavo_hw.h"

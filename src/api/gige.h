@@ -1,0 +1,182 @@
+/* The C interface of liomol: GigE Vision cameras on the Ethernet ports of a frame grabber board.
+ *
+ * Every call returns 0 for success and a negative status for failure unless said otherwise;
+ * Gbe_getErrorDescription gives the text of a status. Arguments are checked first, and nothing is changed
+ * before the checks have passed.
+ *
+ * Threads: calls on different cameras may run at the same time, and so may feature calls on one camera. The
+ * calls that make, connect, disconnect, switch or free a handle must not run while another call uses that
+ * handle; scanning a port must not run while commands are in flight on that port.
+ */
+#ifndef LIOMOL_GIGE_H
+#define LIOMOL_GIGE_H
+
+#if defined(__GNUC__)
+#define GBE_API __attribute__((visibility("default")))
+#else
+#define GBE_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* A board that an application has opened. Made by Gbe_initBoard, freed by Gbe_freeBoard. */
+typedef struct BoardHandle BoardHandle;
+
+/* A camera that an application has picked. Made by the look-up calls, freed by Gbe_freeCamera (and by
+ * Gbe_freeBoard while it has not been disconnected). */
+typedef struct CameraHandle CameraHandle;
+
+/* A camera's identity, as it told it in its last discovery answer (GigE Vision, DISCOVERY_ACK). 182 bytes
+ * without padding. A text that fills its field has no terminating NUL. */
+typedef struct CameraInfo {
+    char manufacturerName[32];
+    char modelName[32];
+    char deviceVersion[32];
+    char manufacturerInfo[48];
+    char serialNumber[16];
+    char userDefinedName[16];
+    unsigned char mac[6]; /* as sent, most significant byte first */
+} CameraInfo;
+
+/* The value of `flags` with which the service process opens a board: the service is not asked for the ports'
+ * addresses, and no handle is made. */
+#define GBE_SERVICE_MODE 0x47537649
+
+/* The text of a status: static, never null; "unknown error code" for a code that is not a status. */
+GBE_API const char* Gbe_getErrorDescription(int code);
+
+/* The library's version, "major.minor.patch"; static. */
+GBE_API const char* Gbe_getVersion(void);
+
+/* ---- Boards ------------------------------------------------------------------------------------------ */
+
+/* Opens board 0 to 7 and makes a handle for it. A `flags` other than 0 also resets the ports' PHYs, which
+ * takes some seconds. The local service must be running, unless flags is GBE_SERVICE_MODE: then 0 is returned
+ * and *out stays null. A board that is open already gets one more handle.
+ * -40015: out is null. -40018: the board cannot be opened, or the service does not answer. */
+GBE_API int Gbe_initBoard(int board, int flags, BoardHandle** out);
+
+/* Frees the cameras that are still reachable from the handle, closes the board and frees the handle. Null is
+ * ignored. */
+GBE_API void Gbe_freeBoard(BoardHandle* board);
+
+/* Searches one port (0 to 3) or all (-1) for cameras, for about 1.1 to 1.5 seconds. `timeout` is not used.
+ * The outcome is read with Gbe_getCameraCount. -40015: bad handle or port. */
+GBE_API int Gbe_scanNetwork(BoardHandle* board, int port, int timeout);
+
+/* The number of cameras that the last scan found on a port (0 to 64), or -40015. */
+GBE_API int Gbe_getCameraCount(BoardHandle* board, unsigned port);
+
+/* Whether a port's Ethernet link is up, read from its PHY: *up becomes 1 or 0. For an open board, in whatever
+ * way it was opened, without a handle; takes about 0.3 seconds. Must not run for two ports of a board at once.
+ * -40015: null pointer, board or port out of range. -40019: the board is not open. */
+GBE_API int Gbe_getLinkState(int board, unsigned port, int* up);
+
+/* ---- Cameras ----------------------------------------------------------------------------------------- */
+
+/* The look-up calls pick a camera of a port's last scan, mark it as in use and make a handle for it. *out is
+ * null after every failure.
+ * -40015: bad handle, port or pointer. -40022: the camera is in use in this process. -40023: the last scan
+ * found none on this port. -40024: none that matches. */
+
+/* The first camera in the order of discovery that is not in use; -40024 when all are. */
+GBE_API int Gbe_getFirstCamera(BoardHandle* board, unsigned port, CameraHandle** out);
+
+/* By IPv4 address; its first octet is the lowest byte of `ip`. */
+GBE_API int Gbe_getCameraByIp(BoardHandle* board, unsigned port, unsigned ip, CameraHandle** out);
+
+/* By MAC address, six bytes. */
+GBE_API int Gbe_getCameraByMac(BoardHandle* board, unsigned port, const unsigned char* mac, CameraHandle** out);
+
+/* By the name that its user gave to it, letter case included. -41000, with a valid handle, when several
+ * cameras bear the name. The camera picked is the last one of the port's list whenever any camera of the list
+ * matches: with several cameras on a port prefer the other calls. */
+GBE_API int
+Gbe_getCameraByUserName(BoardHandle* board, unsigned port, const char* name, CameraHandle** out);
+
+/* Makes a fresh CameraInfo of the handle's port's current discovery record. The caller frees it with free().
+ * -40015: null pointer, or no current record. */
+GBE_API int copyCameraInfo(CameraHandle* camera, CameraInfo** out);
+
+/* The handle's own record, which lives as long as the handle; null for a null handle. */
+GBE_API CameraInfo* Gbe_getCameraInfo(CameraHandle* camera);
+
+/* Takes control of the camera, fetches and builds its description, and keeps control alive from then on.
+ * -40016 (Gbe_connectCamera) or -40017 (Gbe_connectCameraWithoutService): connected already. -40013, -40014:
+ * the description is to come from a file that cannot be found. -40020: no usable description. */
+GBE_API int Gbe_connectCamera(CameraHandle* camera);
+GBE_API int Gbe_connectCameraWithoutService(CameraHandle* camera);
+
+/* Gives control back. The handle stays the caller's; its board handle does not free it any more. */
+GBE_API int Gbe_disconnectCamera(CameraHandle* camera);
+
+/* Moves the handle to another port, on which a scan has found the same camera.
+ * -40015: bad handle or port. -40019: that port has a camera handle already. -40023: the last scan found none
+ * there. -40024: this camera is not there; the handle is then disconnected at its old place. */
+GBE_API int Gbe_switchCameraConnection(CameraHandle* camera, BoardHandle* newBoard, unsigned newPort);
+GBE_API int
+Gbe_switchCameraConnectionWithoutService(CameraHandle* camera, BoardHandle* newBoard, unsigned newPort);
+
+/* Disconnects if need be and frees the handle with all that belongs to it. Null is ignored. */
+GBE_API void Gbe_freeCamera(CameraHandle* camera);
+
+/* ---- Features ---------------------------------------------------------------------------------------- */
+
+/* Features of a connected camera by name. Common results: -40015 null handle or output; -40016 not connected;
+ * -40007 no feature of that name, or not of that kind; -40001 to -40006, -40008 to -40011 as the feature
+ * decides. */
+
+GBE_API int Gbe_setIntegerValue(CameraHandle* camera, const char* name, long long value);
+GBE_API int Gbe_getIntegerValue(CameraHandle* camera, const char* name, long long* value);
+GBE_API int Gbe_setFloatValue(CameraHandle* camera, const char* name, double value);
+GBE_API int Gbe_getFloatValue(CameraHandle* camera, const char* name, double* value);
+GBE_API int Gbe_setBooleanValue(CameraHandle* camera, const char* name, int value);
+GBE_API int Gbe_getBooleanValue(CameraHandle* camera, const char* name, int* value);
+GBE_API int Gbe_setStringValue(CameraHandle* camera, const char* name, const char* value);
+/* *value belongs to the feature and stays valid until the next read of its text or the end of the connection;
+ * threads that read the same feature's text must not use an earlier pointer any more. */
+GBE_API int Gbe_getStringValue(CameraHandle* camera, const char* name, const char** value);
+GBE_API int Gbe_setEnumerationValue(CameraHandle* camera, const char* name, const char* entry);
+/* *entry belongs to the entry and stays valid until the end of the connection. */
+GBE_API int Gbe_getEnumerationValue(CameraHandle* camera, const char* name, const char** entry);
+GBE_API int Gbe_executeCommand(CameraHandle* camera, const char* name);
+/* 1 when the command is done, 0 when it is not, or a negative status. */
+GBE_API int Gbe_isCommandDone(CameraHandle* camera, const char* name);
+
+/* Any feature as text, whatever its kind: a copy of at most *size bytes with its NUL goes to `buffer`; *size
+ * becomes the size needed. With a null buffer only *size is set. -40025: the buffer is too small. */
+GBE_API int Gbe_getValueAsString(CameraHandle* camera, const char* name, char* buffer, unsigned* size);
+
+/* Freezes (and thaws) what must not change during an acquisition: the feature "TLParamsLocked". */
+GBE_API int Gbe_lockTLParams(CameraHandle* camera);
+GBE_API int Gbe_unlockTLParams(CameraHandle* camera);
+
+/* Forgets every value that was read: the next reads go to the camera. */
+GBE_API int Gbe_invalidateCache(CameraHandle* camera);
+
+/* Switches the checks of implementation, availability, lock and access mode on or off; off at first. */
+GBE_API int Gbe_enableChecks(CameraHandle* camera, int enable);
+
+/* The description as text. With a null buffer *size becomes its size in bytes with the NUL; with a buffer of
+ * *size bytes it is copied. -40025: the buffer is too small; *size is left as it was. */
+GBE_API int Gbe_getGenICamXML(CameraHandle* camera, char* buffer, unsigned* size);
+
+/* ---- Acquisition ------------------------------------------------------------------------------------- */
+
+/* Tells the board the length of a line from "Width" and "PixelFormat", then executes "AcquisitionStart". */
+GBE_API int Gbe_startAcquisition(CameraHandle* camera);
+/* Executes "AcquisitionStop". */
+GBE_API int Gbe_stopAcquisition(CameraHandle* camera);
+
+/* ---- Diagnostics ------------------------------------------------------------------------------------- */
+
+/* Formats into "log.txt" of the working directory and to standard output. Returns 0. */
+GBE_API int lprintf(const char* format, ...);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

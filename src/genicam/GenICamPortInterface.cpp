@@ -1,0 +1,7 @@
+#include "genicam/GenICamPortInterface.h"
+
+namespace tavo {
+
+GenICamPortInterface::~GenICamPortInterface() = default;
+
+} // namespace tavo

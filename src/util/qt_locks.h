@@ -1,0 +1,62 @@
+// Qt's locks with what ThreadSanitizer must be told of them: Qt itself is not built with it, so that an
+// ordering made inside Qt would stay unseen and be reported as a race. Use these wherever a Qt lock guards
+// data; where the kind of lock is free, std::mutex needs none of this.
+#pragma once
+
+#include <QtCore/QMutex>
+#include <QtCore/QReadWriteLock>
+
+#if defined(__SANITIZE_THREAD__)
+#include <sanitizer/tsan_interface.h>
+#endif
+
+namespace util {
+
+// All that was done before happensBefore(x) in one thread is seen after the next happensAfter(x) in another.
+inline void happensAfter([[maybe_unused]] void* object) {
+#if defined(__SANITIZE_THREAD__)
+    __tsan_acquire(object);
+#endif
+}
+
+inline void happensBefore([[maybe_unused]] void* object) {
+#if defined(__SANITIZE_THREAD__)
+    __tsan_release(object);
+#endif
+}
+
+// Holds a QMutex for a scope.
+class ScopedMutex {
+public:
+    explicit ScopedMutex(QMutex& mutex) : m_mutex(mutex) {
+        m_mutex.lock();
+        happensAfter(&m_mutex);
+    }
+    ~ScopedMutex() {
+        happensBefore(&m_mutex);
+        m_mutex.unlock();
+    }
+    ScopedMutex(const ScopedMutex&) = delete;
+    ScopedMutex& operator=(const ScopedMutex&) = delete;
+
+private:
+    QMutex& m_mutex;
+};
+
+// Exclusive use of a QReadWriteLock. A time-out of 0 milliseconds waits without limit.
+inline bool lockForWrite(QReadWriteLock& lock, unsigned timeoutMs = 0) {
+    if (timeoutMs == 0) {
+        lock.lockForWrite();
+    } else if (!lock.tryLockForWrite(static_cast<int>(timeoutMs))) {
+        return false;
+    }
+    happensAfter(&lock);
+    return true;
+}
+
+inline void unlock(QReadWriteLock& lock) {
+    happensBefore(&lock);
+    lock.unlock();
+}
+
+} // namespace util
