@@ -70,8 +70,8 @@ GBE_API int Gbe_scanNetwork(BoardHandle* board, int port, int timeout);
 GBE_API int Gbe_getCameraCount(BoardHandle* board, unsigned port);
 
 /* Whether a port's Ethernet link is up, read from its PHY: *up becomes 1 or 0. For an open board, in whatever
- * way it was opened, without a handle; takes about 0.3 seconds. Must not run for two ports of a board at once.
- * -40015: null pointer, board or port out of range. -40019: the board is not open. */
+ * way it was opened, without a handle; takes about 0.3 seconds. Must not run for two ports of a board at
+ * once. -40015: null pointer, board or port out of range. -40019: the board is not open. */
 GBE_API int Gbe_getLinkState(int board, unsigned port, int* up);
 
 /* ---- Cameras ----------------------------------------------------------------------------------------- */
@@ -88,13 +88,13 @@ GBE_API int Gbe_getFirstCamera(BoardHandle* board, unsigned port, CameraHandle**
 GBE_API int Gbe_getCameraByIp(BoardHandle* board, unsigned port, unsigned ip, CameraHandle** out);
 
 /* By MAC address, six bytes. */
-GBE_API int Gbe_getCameraByMac(BoardHandle* board, unsigned port, const unsigned char* mac, CameraHandle** out);
+GBE_API int
+Gbe_getCameraByMac(BoardHandle* board, unsigned port, const unsigned char* mac, CameraHandle** out);
 
 /* By the name that its user gave to it, letter case included. -41000, with a valid handle, when several
  * cameras bear the name. The camera picked is the last one of the port's list whenever any camera of the list
  * matches: with several cameras on a port prefer the other calls. */
-GBE_API int
-Gbe_getCameraByUserName(BoardHandle* board, unsigned port, const char* name, CameraHandle** out);
+GBE_API int Gbe_getCameraByUserName(BoardHandle* board, unsigned port, const char* name, CameraHandle** out);
 
 /* Makes a fresh CameraInfo of the handle's port's current discovery record. The caller frees it with free().
  * -40015: null pointer, or no current record. */
@@ -124,9 +124,9 @@ GBE_API void Gbe_freeCamera(CameraHandle* camera);
 
 /* ---- Features ---------------------------------------------------------------------------------------- */
 
-/* Features of a connected camera by name. Common results: -40015 null handle or output; -40016 not connected;
- * -40007 no feature of that name, or not of that kind; -40001 to -40006, -40008 to -40011 as the feature
- * decides. */
+/* Features of a connected camera by name. Common results: -40015 null handle, name, text or output; -40016
+ * not connected; -40007 no feature of that name, or not of that kind; -40001 to -40006, -40008 to -40011 as
+ * the feature decides. */
 
 GBE_API int Gbe_setIntegerValue(CameraHandle* camera, const char* name, long long value);
 GBE_API int Gbe_getIntegerValue(CameraHandle* camera, const char* name, long long* value);
@@ -135,28 +135,54 @@ GBE_API int Gbe_getFloatValue(CameraHandle* camera, const char* name, double* va
 GBE_API int Gbe_setBooleanValue(CameraHandle* camera, const char* name, int value);
 GBE_API int Gbe_getBooleanValue(CameraHandle* camera, const char* name, int* value);
 GBE_API int Gbe_setStringValue(CameraHandle* camera, const char* name, const char* value);
-/* *value belongs to the feature and stays valid until the next read of its text or the end of the connection;
- * threads that read the same feature's text must not use an earlier pointer any more. */
+/* *value belongs to the handle. It stays valid until the next read of this feature's text through this
+ * handle, or the end of the connection; so two threads must not read one feature's text through one handle.
+ */
 GBE_API int Gbe_getStringValue(CameraHandle* camera, const char* name, const char** value);
 GBE_API int Gbe_setEnumerationValue(CameraHandle* camera, const char* name, const char* entry);
-/* *entry belongs to the entry and stays valid until the end of the connection. */
+/* *entry belongs to the handle and stays valid until the end of the connection, whatever is read later. */
 GBE_API int Gbe_getEnumerationValue(CameraHandle* camera, const char* name, const char** entry);
 GBE_API int Gbe_executeCommand(CameraHandle* camera, const char* name);
 /* 1 when the command is done, 0 when it is not, or a negative status. */
 GBE_API int Gbe_isCommandDone(CameraHandle* camera, const char* name);
 
-/* Any feature as text, whatever its kind: a copy of at most *size bytes with its NUL goes to `buffer`; *size
- * becomes the size needed. With a null buffer only *size is set. -40025: the buffer is too small. */
+/* Any feature as text, whatever its kind: with a buffer of *size bytes the text is copied with its NUL, and
+ * *size becomes what it took. With a null buffer only *size is set. -40025: the buffer is too small; nothing
+ * is copied and *size becomes the size needed. */
 GBE_API int Gbe_getValueAsString(CameraHandle* camera, const char* name, char* buffer, unsigned* size);
+
+/* Which calls serve a feature. A register that is no number and no text, and a category, have a text only. */
+typedef enum GbeFeatureKind {
+    GBE_KIND_OTHER = 0,
+    GBE_KIND_INTEGER = 1,
+    GBE_KIND_FLOAT = 2,
+    GBE_KIND_BOOLEAN = 3,
+    GBE_KIND_STRING = 4,
+    GBE_KIND_ENUMERATION = 5,
+    GBE_KIND_COMMAND = 6,
+    GBE_KIND_CATEGORY = 7,
+    GBE_KIND_REGISTER = 8
+} GbeFeatureKind;
+
+/* The number of named nodes that the description has, helpers behind the features included, or a negative
+ * status. */
+GBE_API int Gbe_getFeatureCount(CameraHandle* camera);
+/* The name of node `index` in the order of the names; *name stays valid until the end of the connection.
+ * -40015 also when index is not below the count. */
+GBE_API int Gbe_getFeatureName(CameraHandle* camera, unsigned index, const char** name);
+/* *kind becomes one of GbeFeatureKind. */
+GBE_API int Gbe_getFeatureKind(CameraHandle* camera, const char* name, int* kind);
 
 /* Freezes (and thaws) what must not change during an acquisition: the feature "TLParamsLocked". */
 GBE_API int Gbe_lockTLParams(CameraHandle* camera);
 GBE_API int Gbe_unlockTLParams(CameraHandle* camera);
 
-/* Forgets every value that was read: the next reads go to the camera. */
+/* Forgets every value that was read: the next reads go to the camera. Needs no connection; without a
+ * description there is nothing to forget. */
 GBE_API int Gbe_invalidateCache(CameraHandle* camera);
 
-/* Switches the checks of implementation, availability, lock and access mode on or off; off at first. */
+/* Switches the checks of implementation, availability, lock and access mode on or off; off at first, for each
+ * description that a connection loads. Needs no connection. */
 GBE_API int Gbe_enableChecks(CameraHandle* camera, int enable);
 
 /* The description as text. With a null buffer *size becomes its size in bytes with the NUL; with a buffer of
