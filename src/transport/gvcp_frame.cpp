@@ -1,0 +1,187 @@
+#include "transport/gvcp_frame.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr std::uint16_t kDontFragment = 0x4000;
+constexpr std::uint8_t kTimeToLive = 128;
+constexpr std::uint8_t kIpv4WithoutOptions = 0x45;
+
+constexpr std::uint16_t kDhcpServer = 67;
+constexpr std::uint16_t kDhcpServerSwapped =
+    17152; // 67 in the other byte order is ignored as well, deliberately
+
+std::uint32_t bigEndian16(const std::uint8_t* bytes) {
+    return (std::uint32_t{bytes[0]} << 8) | bytes[1];
+}
+
+// `size` is even and at most 65536: the sum of so many halfwords cannot overflow.
+std::uint32_t sumOfHalfwords(const std::uint8_t* bytes, std::size_t size) {
+    std::uint32_t sum = 0;
+    for (std::size_t i = 0; i < size; i += 2) {
+        sum += bigEndian16(bytes + i);
+    }
+    return sum;
+}
+
+std::uint16_t foldedComplement(std::uint32_t sum) {
+    while (sum > 0xFFFF) {
+        sum = (sum & 0xFFFF) + (sum >> 16);
+    }
+    return static_cast<std::uint16_t>(~sum);
+}
+
+// A command without payload and UDP checksum; `payload` is the bytes that follow the GVCP header.
+void command(
+    UDPPacket& packet, const frame::Route& route, gvcp::Command code, std::uint8_t flags, std::uint16_t id,
+    std::size_t payload) {
+    packet.clear();
+    frame::udpHeader(packet, route, static_cast<std::uint16_t>(gvcp::kHeader + payload));
+    packet.bytes[frame::kGvcp + gvcp::kCommandKey] = gvcp::kKey;
+    packet.bytes[frame::kGvcp + gvcp::kCommandFlags] = flags;
+    frame::put16<frame::kGvcp + gvcp::kCommandCode>(packet, static_cast<std::uint16_t>(code));
+    frame::put16<frame::kGvcp + gvcp::kLength>(packet, static_cast<std::uint16_t>(payload));
+    frame::put16<frame::kRequestId>(packet, id);
+}
+
+} // namespace
+
+std::uint16_t udp_sum_calc(
+    unsigned short length, const unsigned char* sourceIp, const unsigned char* destinationIp,
+    unsigned char* data) {
+    const std::size_t odd = length % 2;
+    if (odd != 0) {
+        data[length] = 0;
+    }
+    const std::uint32_t pseudoHeader = sumOfHalfwords(sourceIp, net::kIpSize) +
+                                       sumOfHalfwords(destinationIp, net::kIpSize) + net::kIpProtocolUdp +
+                                       length;
+    return foldedComplement(sumOfHalfwords(data, length + odd) + pseudoHeader);
+}
+
+namespace frame {
+
+void udpHeader(UDPPacket& packet, const Route& route, std::uint16_t gvcpLength) {
+    std::copy(route.destinationMac.begin(), route.destinationMac.end(), packet.at(net::kDestinationMac));
+    std::copy(route.sourceMac.begin(), route.sourceMac.end(), packet.at(net::kSourceMac));
+    put16<net::kEtherType>(packet, net::kEtherTypeIpv4);
+
+    packet.bytes[net::kIpVersion] = kIpv4WithoutOptions;
+    packet.bytes[net::kIpVersion + 1] = 0;
+    put16<net::kIpTotalLength>(
+        packet, static_cast<std::uint16_t>(gvcpLength + net::kIpHeader + net::kUdpHeader));
+    put16<net::kIpIdentification>(packet, 0);
+    put16<net::kIpFragment>(packet, kDontFragment);
+    packet.bytes[net::kIpTimeToLive] = kTimeToLive;
+    packet.bytes[net::kIpProtocol] = net::kIpProtocolUdp;
+    put16<net::kIpChecksum>(packet, 0);
+    std::copy(route.sourceIp.begin(), route.sourceIp.end(), packet.at(net::kSourceIp));
+    std::copy(route.destinationIp.begin(), route.destinationIp.end(), packet.at(net::kDestinationIp));
+    put16<net::kIpChecksum>(
+        packet, foldedComplement(sumOfHalfwords(packet.at(net::kIpVersion), net::kIpHeader)));
+
+    put16<net::kUdpSourcePort>(packet, route.sourcePort);
+    put16<net::kUdpDestinationPort>(packet, route.destinationPort);
+    put16<net::kUdpLength>(packet, static_cast<std::uint16_t>(gvcpLength + net::kUdpHeader));
+    put16<net::kUdpChecksum>(packet, 0);
+}
+
+void udpChecksum(UDPPacket& packet, std::uint16_t gvcpLength) {
+    constexpr std::size_t kRoom = UDPPacket::kSize - net::kUdpSourcePort;
+    static_assert(kRoom % 2 == 0, "an odd length that fits leaves room for its zero byte");
+    const std::size_t length = std::min<std::size_t>(gvcpLength + net::kUdpHeader, kRoom);
+    put16<net::kUdpChecksum>(packet, 0);
+    put16<net::kUdpChecksum>(
+        packet, udp_sum_calc(
+                    static_cast<unsigned short>(length), packet.at(net::kSourceIp),
+                    packet.at(net::kDestinationIp), packet.at(net::kUdpSourcePort)));
+}
+
+unsigned short discovery(UDPPacket& packet, const Route& route, std::uint16_t id, bool broadcastAnswer) {
+    const unsigned flags = gvcp::kFlagAckRequired | (broadcastAnswer ? gvcp::kFlagBroadcastAck : 0U);
+    command(packet, route, gvcp::Command::DiscoveryCmd, static_cast<std::uint8_t>(flags), id, 0);
+    udpChecksum(packet, gvcp::kHeader);
+    return net::kMinFrame;
+}
+
+unsigned short readRegister(UDPPacket& packet, const Route& route, std::uint16_t id, std::uint32_t address) {
+    command(packet, route, gvcp::Command::ReadRegCmd, gvcp::kFlagAckRequired, id, 4);
+    put32<kPayload>(packet, address);
+    udpChecksum(packet, gvcp::kHeader + 4);
+    return kPayload + 4;
+}
+
+unsigned short writeRegister(
+    UDPPacket& packet, const Route& route, std::uint16_t id, std::uint32_t address, std::uint32_t value) {
+    command(packet, route, gvcp::Command::WriteRegCmd, gvcp::kFlagAckRequired, id, 8);
+    put32<kPayload>(packet, address);
+    put32<kPayload + 4>(packet, value);
+    return kPayload + 8;
+}
+
+unsigned short readMemory(
+    UDPPacket& packet, const Route& route, std::uint16_t id, std::uint32_t address, std::uint16_t count) {
+    command(packet, route, gvcp::Command::ReadMemCmd, gvcp::kFlagAckRequired, id, 8);
+    put32<kPayload>(packet, address);
+    put16<kPayload + 6>(packet, count);
+    udpChecksum(packet, gvcp::kHeader + 8);
+    return kPayload + 8;
+}
+
+unsigned short writeMemory(
+    UDPPacket& packet, const Route& route, std::uint16_t id, std::uint32_t address, const std::uint8_t* data,
+    std::size_t count) {
+    count = std::min(count, UDPPacket::kSize - kMemoryData);
+    command(packet, route, gvcp::Command::WriteMemCmd, gvcp::kFlagAckRequired, id, 4 + count);
+    put32<kPayload>(packet, address);
+    std::copy_n(data, count, packet.at(kMemoryData));
+    return static_cast<unsigned short>(kMemoryData + count);
+}
+
+Kind classify(const UDPPacket& packet) {
+    const std::uint16_t etherType = get16<net::kEtherType>(packet);
+    if (etherType == net::kEtherTypeArp) {
+        return Kind::Arp;
+    }
+    if (etherType != net::kEtherTypeIpv4 || packet.bytes[net::kIpProtocol] != net::kIpProtocolUdp) {
+        return Kind::Ignored;
+    }
+    const std::uint16_t destinationPort = get16<net::kUdpDestinationPort>(packet);
+    if (destinationPort == kDhcpServer || destinationPort == kDhcpServerSwapped) {
+        return Kind::Ignored;
+    }
+    const auto code = static_cast<gvcp::Command>(get16<kGvcp + gvcp::kCommandCode>(packet));
+    return code == gvcp::Command::DiscoveryCmd ? Kind::Ignored : Kind::Answer; // another host's discovery
+}
+
+void arpReply(UDPPacket& packet, const MacBytes& mac, const IpBytes& ip) {
+    put16<net::kArpOperation>(packet, net::kArpReply);
+    std::copy_n(packet.at(net::kArpSenderMac), net::kMacSize + net::kIpSize, packet.at(net::kArpTargetMac));
+    std::copy(mac.begin(), mac.end(), packet.at(net::kArpSenderMac));
+    std::copy(ip.begin(), ip.end(), packet.at(net::kArpSenderIp));
+    std::copy_n(packet.at(net::kSourceMac), net::kMacSize, packet.at(net::kDestinationMac));
+    std::copy(mac.begin(), mac.end(), packet.at(net::kSourceMac));
+}
+
+std::size_t contentLength(const UDPPacket& packet, std::size_t received) {
+    const std::size_t total = get16<net::kIpTotalLength>(packet);
+    if (total < net::kIpHeader + net::kUdpHeader) {
+        return received;
+    }
+    return std::min(received, net::kEthernetHeader + total);
+}
+
+std::uint16_t rawRequestId(const UDPPacket& packet) {
+    std::uint16_t id = 0;
+    std::memcpy(&id, packet.at(kRequestId), sizeof(id));
+    return id;
+}
+
+int announcedMemoryLength(const UDPPacket& packet) {
+    const std::uint8_t* length = packet.at(kGvcp + gvcp::kLength);
+    return (length[0] | (length[1] << 8)) - 4;
+}
+
+} // namespace frame
