@@ -82,6 +82,13 @@ public:
     // Takes record `index` of the discovery table; false and no change when there is no such record. The
     // record stays what it is until the next discovery on the port.
     bool selectCamera(int port, int index);
+    // Takes a copy of a record that a discovery may have dropped from the table since.
+    void selectCamera(int port, const DiscoveredCamera& record) {
+        if (isPort(port)) {
+            m_ports[port].kept = record;
+            m_ports[port].selected = &m_ports[port].kept;
+        }
+    }
     // Null until a camera is selected; commands then go to zero addresses, where nobody answers.
     const DiscoveredCamera* currentCamera(int port) const;
 
@@ -215,6 +222,7 @@ private:
         std::uint16_t requestId = 1;
         int discoveredCount = 0;
         std::array<DiscoveredCamera, kMaxCameras> discovered{};
+        DiscoveredCamera kept{}; // selected without a place in the table
         std::atomic<const DiscoveredCamera*> selected{nullptr};
         fpga::PortIds registers{};
         AckHandOver ack;
