@@ -1,0 +1,157 @@
+// One GenICam device: it owns the nodes of a camera's description, knows the ports through which they reach
+// the camera, and runs the threads that build the tree, poll commands and report changes.
+#pragma once
+
+#include "genicam/GenICamCamera.h"
+#include "genicam/InvalidationWalk.h"
+#include "genicam/NodeRegistry.h"
+
+#include <QtCore/QObject>
+#include <QtCore/QReadWriteLock>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+namespace tavo {
+
+class GenICamTreeBuilder;
+class HelperThread;
+
+// A longer description is refused.
+inline constexpr std::size_t kMaxDescriptionSize = 64U * 1024 * 1024;
+
+// Threads: node accesses, look-ups, getState and sendHeartbeat may come from any thread; retrieving,
+// switching and destroying must not run beside other calls. Ports are registered, not owned, and must stay
+// until the device is destroyed or stopAsyncMethods has returned and no access is under way.
+class LIOMOL_API ImplGenICamCamera : public QObject, public GenICamCamera, public VoCamera {
+    Q_OBJECT
+
+public:
+    // NotConnected -> Retrieving (either retrieve call) -> Connected, or NotConnected on failure. A connected
+    // device may retrieve again.
+    enum CameraState { NotConnected = 0, Retrieving = 1, Connected = 2 };
+    Q_ENUM(CameraState)
+
+    ImplGenICamCamera();
+    ~ImplGenICamCamera() override;
+
+    // Description and state -----------------------------------------------------------------------------
+
+    // Replace the tree, in the background, by that of a file, or of a zero-terminated text made with new[],
+    // which the device takes. Nodes of an earlier tree are gone when the call returns.
+    void retrieveRegisterDescription(const std::string& fileName);
+    void retrieveRegisterDescriptionFromMemory(char* text);
+    // Waits while the device is retrieving, without limit: 1 when it is connected, 0 when it is not.
+    int waitForConnection() const;
+    CameraState getState() const { return m_state.load(std::memory_order_acquire); }
+    // Always emits signal_StateChanged.
+    void setState(CameraState state);
+
+    // The description as it came, with its terminating zero; copyXmlData needs getXmlDataSize() bytes.
+    std::size_t getXmlDataSize() const;
+    void copyXmlData(char* buffer) const;
+
+    const DeviceHeader& header() const { return m_header; }
+    void setHeader(DeviceHeader header) { m_header = std::move(header); }
+    const std::string& getModelName() const override { return m_header.modelName; }
+    const std::string& getVendorName() const override { return m_header.vendorName; }
+    const std::string& getToolTip() const override { return m_header.toolTip; }
+    const std::string& getStandardNamespace() const override { return m_header.standardNamespace; }
+    const std::string& getProductGuid() const override { return m_header.productGuid; }
+    const std::string& getVersionGuid() const override { return m_header.versionGuid; }
+    std::int64_t getMajorVersion() const override { return m_header.majorVersion; }
+    std::int64_t getMinorVersion() const override { return m_header.minorVersion; }
+    std::int64_t getSubMinorVersion() const override { return m_header.subMinorVersion; }
+    std::int64_t getSchemaMajorVersion() const override { return m_header.schemaMajorVersion; }
+    std::int64_t getSchemaMinorVersion() const override { return m_header.schemaMinorVersion; }
+    std::int64_t getSchemaSubMinorVersion() const override { return m_header.schemaSubMinorVersion; }
+
+    // Nodes ---------------------------------------------------------------------------------------------
+
+    // The device owns the node from now on, named or not, until its tree is replaced.
+    ImplGenICamNode& adoptNode(std::unique_ptr<ImplGenICamNode> node);
+    // Enters an adopted node under its name, in place of an earlier node of that name.
+    void registerNode(ImplGenICamNode& node) { m_nodes.enter(node); }
+    // For the building of the tree; getNodeByName finds nothing for other threads while it is built.
+    ImplGenICamNode* findNode(std::string_view name) const { return m_nodes.find(name); }
+
+    GenICamNode* getNodeByName(std::string_view name) const override;
+    std::vector<GenICamNode*> getNodes() const override;
+    // In ascending order of their names.
+    std::vector<ImplGenICamNode*> getCommandNodes() const;
+    // Makes everything cached stale, and clears the trigger marks of all nodes when signalling is off.
+    void invalidateAllNodes();
+    // Whether accesses are checked; off at first.
+    void enableChecking(bool on) { m_checking.store(on, std::memory_order_relaxed); }
+    bool isCheckingEnabled() const { return m_checking.load(std::memory_order_relaxed); }
+    // One line a node on standard output, in ascending order of the names: the name, " = " and the value as
+    // text, or "exception: " and its message.
+    void dumpNodeValues();
+
+    // Ports ---------------------------------------------------------------------------------------------
+
+    // Null takes a port away.
+    void setPort(GenICamPortInterface* port, const std::string& name);
+    GenICamPortInterface* getPort(const std::string& name) const;
+    // Leaves 8000 milliseconds in the camera's heartbeat time-out register, through the port "Device". Does
+    // nothing without that port; throws what the port throws.
+    void sendHeartbeat();
+
+    // Connections ---------------------------------------------------------------------------------------
+
+    void addCameraConnection(int board, int port) override;
+    std::vector<CameraConnection> getConnectionList() const override;
+    CameraConnection getCurrentCameraConnection() const override;
+    // Whether the current connection has a board; says nothing of the description (see getState).
+    bool isConnected() const override;
+    bool getConnectionChangeStatus() const override;
+    // Makes another connection of the list the current one, through the port "Device", and drops all that is
+    // cached. GicConnectionException for a connection that is not in the list or without that port.
+    void setConnection(CameraConnection connection, unsigned ip) override;
+
+    // Lock and changes ----------------------------------------------------------------------------------
+
+    QReadWriteLock& getMutex() { return m_lock; }
+    // Exclusive, and not for a thread that holds it already: DeviceLockScope is the way to take it.
+    bool lock(unsigned timeoutMs);
+    // Settles the marks of the nodes that were invalidated under the lock, and releases it.
+    void unlock();
+    // The state of the reading or writing that holds the lock.
+    AccessContext& access() { return m_access; }
+
+    // Queues a node's signals; `trigger` reports its values whether they differ or not. A write-only node has
+    // nothing to report and is ignored.
+    void notifyNodeHasBeenInvalidated(ImplGenICamNode* node, bool trigger);
+
+    // Threads -------------------------------------------------------------------------------------------
+
+    // Asks all threads to end, and waits for them.
+    void stopAsyncMethods();
+    // The body of the retrieving thread. `text` is null when the file is to be read.
+    void asyncRetrievingMethod(const std::string& fileName, std::unique_ptr<char[]> text);
+    // Stops the threads, unbinds the port "Device" (setConnection(-1, -1, 0)) and has the event loop delete
+    // the device.
+    void deleteLater();
+
+Q_SIGNALS:
+    void signal_StateChanged(ImplGenICamCamera* camera, ImplGenICamCamera::CameraState state);
+
+private:
+    mutable QReadWriteLock m_lock;
+    AccessContext m_access; // guarded by m_lock
+    std::atomic<bool> m_checking{false};
+    std::atomic<CameraState> m_state{NotConnected};
+    NodeRegistry m_nodes;
+    DeviceHeader m_header;
+    std::string m_description;
+    std::unique_ptr<GenICamTreeBuilder> m_root;
+    std::unique_ptr<HelperThread> m_retrieving;
+    mutable std::mutex m_registryLock; // guards the ports and the connections
+    std::map<std::string, GenICamPortInterface*, std::less<>> m_ports;
+    std::vector<CameraConnection> m_connections{CameraConnection{}};
+    CameraConnection m_connection;
+    bool m_connectionChanged = false;
+};
+
+} // namespace tavo

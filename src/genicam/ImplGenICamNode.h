@@ -1,0 +1,156 @@
+// What all nodes share: properties, references that decide their states, access checks, and their place in
+// the graph along which changes spread.
+#pragma once
+
+#include "genicam/NumberReference.h"
+#include "genicam/node_kinds.h"
+
+#include <atomic>
+#include <vector>
+
+namespace tavo {
+
+class ImplGenICamCamera;
+class ImplGenICamRegister;
+
+class LIOMOL_API ImplGenICamNodeInterface : public virtual GenICamNodeInterface {};
+
+// Built by the description's stages: constructed empty, handed to the device (ImplGenICamCamera::adoptNode),
+// given its literal properties, and, when all nodes exist, its references. After that nothing of it changes
+// but values, caches and marks, all of them under the device's lock.
+class LIOMOL_API ImplGenICamNode : public ImplGenICamNodeInterface, public virtual GenICamNode {
+public:
+    using AccessMode = GenICamTypes::GenICamAccessModeType;
+
+    ImplGenICamNode();
+    ~ImplGenICamNode() override;
+    ImplGenICamNode(const ImplGenICamNode&) = delete;
+    ImplGenICamNode& operator=(const ImplGenICamNode&) = delete;
+
+    // Properties
+    GenICamTypes::GenICamNodeType getNodeType() const override { return m_nodeType; }
+    const std::string& getName() const override { return m_name; }
+    const std::string& getNamespace() const override { return m_namespace; }
+    const std::string& getToolTip() const override { return m_toolTip; }
+    const std::string& getDescription() const override { return m_description; }
+    const std::string& getDisplayName() const override { return m_displayName; }
+    const std::string& getEventID() const override { return m_eventId; }
+    std::string getValueAsString() override { return m_name; }
+    GenICamTypes::GenICamVisibilityType getVisibility() const override { return m_visibility; }
+    AccessMode getAccessMode() const final;
+    AccessMode getImposedAccessMode() const { return m_imposedAccessMode; }
+    bool isStreamable() const override { return m_streamable == GenICamTypes::GenICamYesNoType::Yes; }
+    bool hasAliasNode() const override { return m_alias != nullptr; }
+    GenICamNode* getAliasNode() const override { return m_alias; }
+    // The owning device; null until the node has been adopted.
+    ImplGenICamCamera* getCamera() const { return m_camera; }
+
+    void setNodeType(GenICamTypes::GenICamNodeType type) { m_nodeType = type; }
+    // Before the node is registered by name.
+    void setName(std::string name) { m_name = std::move(name); }
+    void setNamespace(std::string name) { m_namespace = std::move(name); }
+    void setToolTip(std::string text) { m_toolTip = std::move(text); }
+    void setDescription(std::string text) { m_description = std::move(text); }
+    void setDisplayName(std::string text) { m_displayName = std::move(text); }
+    void setEventID(std::string text) { m_eventId = std::move(text); }
+    void setVisibility(GenICamTypes::GenICamVisibilityType visibility) { m_visibility = visibility; }
+    void setImposedAccessMode(AccessMode mode) { m_imposedAccessMode = mode; }
+    void setStreamable(GenICamTypes::GenICamYesNoType streamable) { m_streamable = streamable; }
+    // Called by the device that adopts the node.
+    void setCamera(ImplGenICamCamera* camera) { m_camera = camera; }
+
+    // References. Setters take null. Those of numbers leave the reference empty for a node without a number.
+    void setAlias(GenICamNode* node) { m_alias = node; }
+    void setPIsImplemented(GenICamNode* node) { m_pIsImplemented.set(node); }
+    void setPIsAvailable(GenICamNode* node) { m_pIsAvailable.set(node); }
+    void setPIsLocked(GenICamNode* node) { m_pIsLocked.set(node); }
+    // A change of `dependency` makes this node's value stale. A node never depends on itself; a repeated call
+    // adds nothing.
+    void addDependency(ImplGenICamNode& dependency);
+
+    // States
+    bool isImplemented() override;
+    bool isAvailable() override;
+    bool isLocked() override;
+    // The last results, true before the first query; nothing is read.
+    bool isImplementedCache() const { return m_implementedCache.load(std::memory_order_relaxed); }
+    bool isAvailableCache() const { return m_availableCache.load(std::memory_order_relaxed); }
+
+    // Throw when the device's checking is on and the node must not be read or written now.
+    void checkReadability();
+    void checkWritability();
+
+    // The device's lock, which reading takes exclusively too: a read changes caches. 0 milliseconds wait
+    // without limit; the result tells whether the lock was taken. A node without a device needs none.
+    static bool acquireReadLock(ImplGenICamNode* node, unsigned timeoutMs);
+    static bool acquireWriteLock(ImplGenICamNode* node, unsigned timeoutMs);
+    static void releaseReadLock(ImplGenICamNode* node);
+    static void releaseWriteLock(ImplGenICamNode* node);
+
+    // Changes
+    // Whether the value may change by itself. Computed once; takes the device's lock.
+    virtual bool isVolatile();
+    // Drops what this node has cached, and spreads to the nodes that read from it.
+    void invalidateReverseDependencies();
+    // The same, once until the mark is cleared, and queues the node (and all nodes reached) for its signals.
+    // The caller holds the device's lock.
+    void invalidateRegistersAndTriggerSignals();
+    // Queues the node for its signals, whether they differ or not, without touching caches.
+    void triggerUpdate();
+    bool isTriggered() const { return m_triggered; }
+    void resetTriggerFlag() { m_triggered = false; }
+
+    // The node's value as a number, for callers that hold the device's lock. GicIllegalNodeException for a
+    // kind without one.
+    virtual bool hasNumber() const { return false; }
+    virtual std::int64_t readInteger();
+    virtual double readFloat();
+    virtual void writeInteger(std::int64_t value);
+    virtual void writeFloat(double value);
+
+protected:
+    // How a kind decides its access mode: by itself, or as the node below says.
+    struct AccessRule {
+        AccessMode mode = AccessMode::NotGiven;
+        const ImplGenICamNode* below = nullptr;
+    };
+    virtual AccessRule accessRule() const { return {}; }
+    // The rule of value nodes: the imposed mode, else that of pValue, else RW.
+    AccessRule valueAccessRule(const NumberReference& pValue) const;
+
+    // Forgets what the node holds of the device's content.
+    virtual void dropContent() {}
+    // Nodes that are invalidated with this one although they do not read from it.
+    virtual const std::vector<ImplGenICamNode*>& invalidatedNodes() const;
+
+private:
+    friend class InvalidationWalk;
+    enum class Volatility : unsigned char { Unknown, Volatile, Steady };
+
+    bool readState(const NumberReference& decider, std::atomic<bool>* cache);
+    bool walkVolatility();
+
+    ImplGenICamCamera* m_camera = nullptr;
+    NumberReference m_pIsImplemented;
+    NumberReference m_pIsAvailable;
+    NumberReference m_pIsLocked;
+    GenICamNode* m_alias = nullptr;
+    std::vector<ImplGenICamNode*> m_dependencies;        // ascending addresses
+    std::vector<ImplGenICamNode*> m_reverseDependencies; // ascending addresses
+    std::string m_name;
+    std::string m_namespace;
+    std::string m_toolTip;
+    std::string m_description;
+    std::string m_displayName;
+    std::string m_eventId;
+    GenICamTypes::GenICamNodeType m_nodeType = GenICamTypes::Undefined;
+    GenICamTypes::GenICamVisibilityType m_visibility = GenICamTypes::GenICamVisibilityType::NotGiven;
+    AccessMode m_imposedAccessMode = AccessMode::NotGiven;
+    GenICamTypes::GenICamYesNoType m_streamable = GenICamTypes::GenICamYesNoType::NotGiven;
+    Volatility m_volatility = Volatility::Unknown;
+    bool m_triggered = false; // invalidated, and its notice not settled yet
+    std::atomic<bool> m_implementedCache{true};
+    std::atomic<bool> m_availableCache{true};
+};
+
+} // namespace tavo

@@ -1,0 +1,53 @@
+// What a device keeps for the one access that holds its lock.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace tavo {
+
+class ImplGenICamNode;
+
+// The longest way from node to node that one access may take; the longest in descriptions of real cameras is
+// 21. Beyond it the node counts as one that depends on itself.
+inline constexpr unsigned kMaxReferenceDepth = 1024;
+// What the evaluation of a formula counts on that way: it needs a stack of its own for its nesting.
+inline constexpr unsigned kFormulaDepth = 16;
+// Formulas that one access may evaluate, so that formulas which double their work node by node end in time.
+inline constexpr unsigned kMaxFormulaEvaluations = 1000000;
+
+// Spreads an invalidation along the graph, without recursion: a node is marked, its dependants and then the
+// nodes that it invalidates are visited in order, and at last its notice is queued.
+class InvalidationWalk {
+public:
+    // Visits `node` unless it is marked already.
+    void visit(ImplGenICamNode& node);
+    // Visits what `node` spreads to, not the node itself.
+    void spread(ImplGenICamNode& node);
+
+    // The nodes that were marked since the lock was taken.
+    std::vector<ImplGenICamNode*>& marked() { return m_marked; }
+
+private:
+    struct Frame {
+        ImplGenICamNode* node;
+        std::size_t next; // index into its dependants followed by its invalidated nodes
+        bool spreads;     // whether its dependants are visited
+    };
+    void enter(ImplGenICamNode& node);
+    void run();
+    void notify(ImplGenICamNode& node);
+
+    std::vector<Frame> m_path; // kept for its memory
+    std::vector<ImplGenICamNode*> m_marked;
+};
+
+// Guarded by the device's lock.
+struct AccessContext {
+    InvalidationWalk invalidation;
+    unsigned depth = 0;              // hops from node to node
+    unsigned formulaEvaluations = 0; // since the lock was taken
+};
+
+} // namespace tavo
