@@ -114,14 +114,14 @@ public:
     static int AnalysePacket(const UDPPacket& packet, int port);
 
     // --- Frames
-    int SendPacket(int port, const void* frame, unsigned int length);
-    int PrepareSendPacket(int port, const void* frame, unsigned int length);
+    int SendPacket(int port, const void* data, unsigned int length);
+    int PrepareSendPacket(int port, const void* data, unsigned int length);
     int SendPreparedPacket(int port);
     int PrepareWriteRegister(int port, unsigned int address, unsigned int value);
     // Takes the next UDP frame for this host, answering ARP requests for the port's address on the way.
-    // `timeout` milliseconds count for each frame. Without `frame` the next frame is thrown away, whatever it
-    // is. `length` may be null.
-    int ReceiveUdpPacket(unsigned int port, UDPPacket* frame, unsigned int* length, int timeout);
+    // `timeout` milliseconds count for each frame. Without `packet` the next frame is thrown away, whatever
+    // it is. `length` may be null.
+    int ReceiveUdpPacket(unsigned int port, UDPPacket* packet, unsigned int* length, int timeout);
 
     // --- Commands to the selected camera
     int ReadRegister(int port, unsigned int address, int* value);
@@ -220,6 +220,7 @@ private:
         std::uint16_t sourcePort = 3015;
         std::uint16_t destinationPort = gvcp::kPort;
         std::uint16_t requestId = 1;
+        bool unsettled = false; // a command failed, so that its acknowledgement may still come
         int discoveredCount = 0;
         std::array<DiscoveredCamera, kMaxCameras> discovered{};
         DiscoveredCamera kept{}; // selected without a place in the table
@@ -241,15 +242,18 @@ private:
 
     int receiveFrame(int port, UDPPacket* packet, unsigned int* length, int timeout);
     int receiveWords(int port, std::uint32_t length, UDPPacket* packet, int timeout);
-    int discardFrame(int port, std::uint32_t length, int timeout);
     void answerArp(int port, UDPPacket& packet);
 
-    int readBlock(int port, unsigned int address, unsigned int asked, unsigned int expected, char* buffer);
-    int
-    readBlockAndRest(int port, unsigned int address, unsigned int asked, unsigned int expected, char* buffer);
+    void sendCommand(int port, const UDPPacket& command, unsigned length);
+    int receiveAck(int port, UDPPacket& ack, std::size_t& size);
+    int receiveMemory(int port, const UDPPacket* command, char* buffer, unsigned int capacity);
+    bool readBlock(int port, unsigned int address, unsigned int asked, unsigned int expected, char* buffer);
+    bool
+    readBlockInParts(int port, unsigned int address, unsigned int asked, unsigned int expected, char* buffer);
 
     std::uint16_t startDiscovery(int port);
     void drainDiscovery(int port, std::uint16_t requestId);
+    int storeAck(int port, const UDPPacket& ack, std::size_t size);
 
     fpga_design m_design;
     QLdevice m_board;

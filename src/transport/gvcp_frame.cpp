@@ -10,6 +10,7 @@ constexpr std::uint8_t kTimeToLive = 128;
 constexpr std::uint8_t kIpv4WithoutOptions = 0x45;
 
 constexpr std::uint16_t kDhcpServer = 67;
+constexpr std::uint16_t kDhcpClient = 68;
 constexpr std::uint16_t kDhcpServerSwapped =
     17152; // 67 in the other byte order is ignored as well, deliberately
 
@@ -140,12 +141,20 @@ unsigned short writeMemory(
     return static_cast<unsigned short>(kMemoryData + count);
 }
 
+bool isArp(const UDPPacket& packet) {
+    return get16<net::kEtherType>(packet) == net::kEtherTypeArp;
+}
+
+bool isFromDhcpClient(const UDPPacket& packet) {
+    return get16<net::kUdpSourcePort>(packet) == kDhcpClient;
+}
+
 Kind classify(const UDPPacket& packet) {
-    const std::uint16_t etherType = get16<net::kEtherType>(packet);
-    if (etherType == net::kEtherTypeArp) {
+    if (isArp(packet)) {
         return Kind::Arp;
     }
-    if (etherType != net::kEtherTypeIpv4 || packet.bytes[net::kIpProtocol] != net::kIpProtocolUdp) {
+    if (get16<net::kEtherType>(packet) != net::kEtherTypeIpv4 ||
+        packet.bytes[net::kIpProtocol] != net::kIpProtocolUdp) {
         return Kind::Ignored;
     }
     const std::uint16_t destinationPort = get16<net::kUdpDestinationPort>(packet);
@@ -179,9 +188,20 @@ std::uint16_t rawRequestId(const UDPPacket& packet) {
     return id;
 }
 
-int announcedMemoryLength(const UDPPacket& packet) {
+int announcedLength(const UDPPacket& packet) {
     const std::uint8_t* length = packet.at(kGvcp + gvcp::kLength);
-    return (length[0] | (length[1] << 8)) - 4;
+    return length[0] | (length[1] << 8);
+}
+
+int copyMemory(const UDPPacket& packet, std::size_t size, char* buffer, std::size_t capacity) {
+    const auto announced = static_cast<std::int64_t>(announcedLength(packet)) - 4;
+    const auto held = static_cast<std::int64_t>(size) - static_cast<std::int64_t>(kMemoryData);
+    const auto wanted = static_cast<std::int64_t>(capacity);
+    if (size > UDPPacket::kSize || wanted > announced || wanted > held) {
+        return -1;
+    }
+    std::copy_n(packet.at(kMemoryData), capacity, buffer);
+    return static_cast<int>(capacity);
 }
 
 } // namespace frame

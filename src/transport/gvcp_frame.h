@@ -65,6 +65,10 @@ template<std::size_t Offset> void put32(UDPPacket& packet, std::uint32_t value) 
     put16<Offset + 2>(packet, static_cast<std::uint16_t>(value));
 }
 
+constexpr unsigned padded(unsigned length, unsigned minimum = kMinimum) {
+    return length < minimum ? minimum : length;
+}
+
 // Who sends a frame to whom.
 struct Route {
     MacBytes sourceMac;
@@ -95,6 +99,9 @@ void udpHeader(UDPPacket& packet, const Route& route, std::uint16_t gvcpLength);
 // The UDP checksum of such a frame. A length beyond the buffer counts as the buffer's.
 void udpChecksum(UDPPacket& packet, std::uint16_t gvcpLength);
 
+bool isArp(const UDPPacket& packet);
+bool isFromDhcpClient(const UDPPacket& packet);
+
 // What a received frame is to this host.
 enum class Kind {
     Arp,     // an ARP frame
@@ -119,9 +126,12 @@ inline std::uint16_t ackStatus(const UDPPacket& packet) {
 // command when these are equal.
 std::uint16_t rawRequestId(const UDPPacket& packet);
 
-// The data bytes that a read-memory acknowledgement announces, negative for a length that announces none. The
-// length field is taken as if it were little-endian, deliberately: with the lengths that occur, the announced
-// count then exceeds every buffer, and the size asked for decides.
-int announcedMemoryLength(const UDPPacket& packet);
+// The length field of an acknowledgement, taken as if it were little-endian, deliberately: with the lengths
+// that occur it then exceeds every buffer and every frame, and never decides anything.
+int announcedLength(const UDPPacket& packet);
+
+// Copies the data of a read-memory acknowledgement of `size` bytes into `buffer`. The result is `capacity`,
+// or -1 when the acknowledgement does not hold (or announce) that much; nothing is copied then.
+int copyMemory(const UDPPacket& packet, std::size_t size, char* buffer, std::size_t capacity);
 
 } // namespace frame
