@@ -1,0 +1,214 @@
+#include "genicam/GenICamParser.h"
+
+#include "genicam/GenICamTreeBuilder.h"
+#include "genicam/xml_nesting.h"
+
+#include <rapidxml.hpp>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iostream>
+#include <string_view>
+
+namespace tavo {
+namespace {
+
+using XmlNode = rapidxml::xml_node<char>;
+using NodeType = GenICamTypes::GenICamNodeType;
+
+// Entities translated, texts kept as nodes, no blanks trimmed; declarations, comments, processing
+// instructions and document types make no node.
+constexpr int parseFlags = 0;
+
+// The most that a description may hold, as for one in a camera's memory.
+constexpr std::streamoff maxFileSize = 64 * 1024 * 1024;
+
+struct ElementKind {
+    std::string_view name;
+    NodeType type;
+};
+
+// The elements that make a builder, by ascending name. All others are simple elements of their parents, but
+// for "Group" and "Extension".
+constexpr std::array elementKinds = std::to_array<ElementKind>({
+    {"Boolean", GenICamTypes::Boolean},
+    {"Category", GenICamTypes::Category},
+    {"Command", GenICamTypes::Command},
+    {"Converter", GenICamTypes::Converter},
+    {"EnumEntry", GenICamTypes::EnumEntry},
+    {"Enumeration", GenICamTypes::Enumeration},
+    {"Float", GenICamTypes::Float},
+    {"FloatReg", GenICamTypes::FloatReg},
+    {"IntConverter", GenICamTypes::IntConverter},
+    {"IntReg", GenICamTypes::IntReg},
+    {"IntSwissKnife", GenICamTypes::IntSwissKnife},
+    {"Integer", GenICamTypes::Integer},
+    {"MaskedIntReg", GenICamTypes::MaskedIntReg},
+    {"Node", GenICamTypes::Node},
+    {"Port", GenICamTypes::Port},
+    {"Register", GenICamTypes::Register},
+    {"RegisterDescription", GenICamTypes::RegisterDescription},
+    {"StringReg", GenICamTypes::StringReg},
+    {"StructEntry", GenICamTypes::Element},
+    {"StructReg", GenICamTypes::StructReg},
+    {"SwissKnife", GenICamTypes::SwissKnife},
+    {"pIndex", GenICamTypes::Element},
+    {"pVariable", GenICamTypes::Element},
+});
+static_assert(std::ranges::is_sorted(elementKinds, {}, &ElementKind::name));
+
+// Undefined for the name of a simple element.
+NodeType typeOf(std::string_view name) {
+    const auto found = std::ranges::lower_bound(elementKinds, name, {}, &ElementKind::name);
+    return found != elementKinds.end() && found->name == name ? found->type : GenICamTypes::Undefined;
+}
+
+std::string_view nameOf(const rapidxml::xml_base<char>& item) {
+    return {item.name(), item.name_size()};
+}
+std::string_view valueOf(const rapidxml::xml_base<char>& item) {
+    return {item.value(), item.value_size()};
+}
+
+bool isText(const XmlNode& node) {
+    return node.type() == rapidxml::node_data || node.type() == rapidxml::node_cdata;
+}
+
+const XmlNode* nextText(const XmlNode* node) {
+    while (node != nullptr && !isText(*node)) {
+        node = node->next_sibling();
+    }
+    return node;
+}
+
+// Hands the text pieces from `first` (a text node, or null) on, joined, to `use`: a comment, for one, splits
+// a text into pieces. Nearly always there is one piece, which needs no copy.
+template<class Use> void withJoinedText(const XmlNode* first, Use use) {
+    const XmlNode* next = first == nullptr ? nullptr : nextText(first->next_sibling());
+    if (next == nullptr) {
+        use(first == nullptr ? std::string_view{} : valueOf(*first));
+        return;
+    }
+    std::string joined(valueOf(*first));
+    for (; next != nullptr; next = nextText(next->next_sibling())) {
+        joined += valueOf(*next);
+    }
+    use(joined);
+}
+
+// Each text child would set its parent's content to the pieces from itself on, so only the last one counts.
+const XmlNode* lastText(const XmlNode& node) {
+    if (node.first_node() == nullptr) { // RapidXML's last_node() is garbage then
+        return nullptr;
+    }
+    const XmlNode* child = node.last_node();
+    while (child != nullptr && !isText(*child)) {
+        child = child->previous_sibling();
+    }
+    return child;
+}
+
+void reserveFor(const XmlNode& node, GenICamTreeBuilder& builder) {
+    std::size_t attributes = 0;
+    for (const auto* a = node.first_attribute(); a != nullptr; a = a->next_attribute()) {
+        ++attributes;
+    }
+    std::size_t elements = 0;
+    std::size_t objects = 0;
+    for (const XmlNode* child = node.first_node(); child != nullptr; child = child->next_sibling()) {
+        if (child->type() == rapidxml::node_element) {
+            ++(typeOf(nameOf(*child)) == GenICamTypes::Undefined ? elements : objects);
+        }
+    }
+    builder.reserve(attributes, elements, objects);
+}
+
+} // namespace
+
+std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseMemory(char* text) {
+    if (std::string_view(text).starts_with("\xEF\xBB\xBF")) { // UTF-8's byte-order mark
+        text += 3;
+    }
+    const auto document = std::make_unique<rapidxml::xml_document<char>>(); // too large for a thread's stack
+    try {
+        if (!genicam::isNestedWithin(text)) {
+            throw rapidxml::parse_error("elements nest too deep", text);
+        }
+        document->parse<parseFlags>(text);
+    } catch (const rapidxml::parse_error&) {
+        // What was complete before the error is used, deliberately.
+        std::cout << "RapidXML: Parse error!" << std::endl;
+    }
+    if (document->first_node() == nullptr) {
+        return nullptr;
+    }
+    std::unique_ptr<GenICamTreeBuilder> root(parseNode(document->first_node(), nullptr));
+    if (root != nullptr && root->getNodeType() != GenICamTypes::RegisterDescription) {
+        return nullptr;
+    }
+    return root;
+}
+
+std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    const std::streamoff size = file.tellg();
+    if (!file || size < 0 || size > maxFileSize) {
+        return nullptr;
+    }
+    std::string text(static_cast<std::size_t>(size), '\0'); // and a terminating zero
+    file.seekg(0);
+    if (!file.read(text.data(), size)) {
+        return nullptr;
+    }
+    return parseMemory(text.data());
+}
+
+GenICamTreeBuilder* GenICamParser::parseNode(XmlNode* node, GenICamTreeBuilder* parent) {
+    if (isText(*node)) {
+        if (parent != nullptr) {
+            withJoinedText(node, [parent](std::string_view text) { parent->setContent(text); });
+        }
+        return nullptr;
+    }
+    const std::string_view name = nameOf(*node);
+    if (node->type() != rapidxml::node_element || name == "Extension") {
+        return nullptr;
+    }
+    const NodeType type = typeOf(name);
+    if (type != GenICamTypes::Undefined) {
+        return parseBuilder(*node, type, parent);
+    }
+    if (parent == nullptr) {
+        return nullptr;
+    }
+    if (name == "Group") {
+        parseChildren(*node, *parent);
+    } else {
+        withJoinedText(
+            nextText(node->first_node()), [&](std::string_view text) { parent->addElement(name, text); });
+    }
+    return nullptr;
+}
+
+GenICamTreeBuilder* GenICamParser::parseBuilder(XmlNode& node, NodeType type, GenICamTreeBuilder* parent) {
+    auto builder = parent != nullptr ? std::make_unique<GenICamTreeBuilder>(type, *parent)
+                                     : std::make_unique<GenICamTreeBuilder>(type);
+    reserveFor(node, *builder);
+    for (const auto* a = node.first_attribute(); a != nullptr; a = a->next_attribute()) {
+        builder->setAttribute(nameOf(*a), valueOf(*a));
+    }
+    parseChildren(node, *builder);
+    return parent != nullptr ? &parent->addObject(nameOf(node), std::move(builder)) : builder.release();
+}
+
+void GenICamParser::parseChildren(XmlNode& node, GenICamTreeBuilder& parent) {
+    const XmlNode* const last = lastText(node);
+    for (XmlNode* child = node.first_node(); child != nullptr; child = child->next_sibling()) {
+        if (!isText(*child) || child == last) {
+            parseNode(child, &parent);
+        }
+    }
+}
+
+} // namespace tavo

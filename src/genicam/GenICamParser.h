@@ -1,0 +1,41 @@
+// XML text of a camera description into a tree of builders. Nothing is interpreted here.
+#pragma once
+
+#include "genicam/GenICamTypes.h"
+#include "genicam/Singleton.h"
+
+#include <memory>
+#include <string>
+
+namespace rapidxml {
+template<class Ch> class xml_node;
+}
+
+namespace tavo {
+
+class GenICamTreeBuilder;
+
+// Holds no data: any number of threads may parse at a time. Obtained as
+// Singleton<GenICamParser>::getInstance().
+class GenICamParser {
+public:
+    // Parses a zero-terminated text in place; the buffer is needed during the call only. A parse error prints
+    // one line on standard output, and what was complete before it is used. Null when there is no complete
+    // "RegisterDescription" element in front, or when elements nest beyond reason (reported as a parse
+    // error).
+    std::unique_ptr<GenICamTreeBuilder> parseMemory(char* text);
+
+    // The same for a file; null when it cannot be read.
+    std::unique_ptr<GenICamTreeBuilder> parseFile(const std::string& path);
+
+    // Converts one XML node and what is below it. The builder made for it becomes a child of `parent`;
+    // without a parent the caller owns it. Null when the node makes none.
+    GenICamTreeBuilder* parseNode(rapidxml::xml_node<char>* node, GenICamTreeBuilder* parent);
+
+private:
+    GenICamTreeBuilder* parseBuilder(
+        rapidxml::xml_node<char>& node, GenICamTypes::GenICamNodeType type, GenICamTreeBuilder* parent);
+    void parseChildren(rapidxml::xml_node<char>& node, GenICamTreeBuilder& parent);
+};
+
+} // namespace tavo
