@@ -1,0 +1,71 @@
+#include "service/GbeTransmission.h"
+
+#include "service/GbeConnection.h"
+
+#include <cerrno>
+#include <charconv>
+#include <string_view>
+
+class GbeTransmissionPrivate {
+public:
+    GbeConnection connection{LIOMOL_SERVICE_SOCKET};
+};
+
+namespace {
+
+constexpr std::string_view kDone = "200 ";
+constexpr std::string_view kMore = "200-";
+
+// What replyCount gives for a reply that ended well, instead of the count.
+constexpr int kCountOfGoodReply = 1;
+
+// A decimal number that is the whole text, or -EINVAL.
+int parseCount(std::string_view text) {
+    int count = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
+    return error == std::errc() && end == text.data() + text.size() && count >= 0 ? count : -EINVAL;
+}
+
+} // namespace
+
+GbeTransmission::GbeTransmission() : d(std::make_unique<GbeTransmissionPrivate>()) {}
+
+GbeTransmission::~GbeTransmission() = default;
+
+bool GbeTransmission::isEstablished() const {
+    return d->connection.isOpen();
+}
+
+int GbeTransmission::send(const char* line) {
+    return d->connection.transmit(line);
+}
+
+int GbeTransmission::send(const void* buffer, const unsigned& length) {
+    return d->connection.rawSend(buffer, length);
+}
+
+int GbeTransmission::receive(char** line) {
+    return d->connection.receive(line);
+}
+
+bool GbeTransmission::replyDone() {
+    char* line = nullptr;
+    const int length = receive(&line);
+    const std::unique_ptr<char[]> owner(line);
+    return length >= 0 && std::string_view(line).starts_with(kDone);
+}
+
+int GbeTransmission::replyCount() {
+    char* line = nullptr;
+    const int length = receive(&line);
+    const std::unique_ptr<char[]> owner(line);
+    if (length < 0) {
+        return length;
+    }
+    const std::string_view text(line, static_cast<std::size_t>(length));
+    const int count = text.starts_with(kMore) ? parseCount(text.substr(kMore.size())) : -EINVAL;
+    if (count < 0) {
+        return count;
+    }
+    return replyDone() ? kCountOfGoodReply : count;
+}

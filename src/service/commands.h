@@ -1,0 +1,30 @@
+// The requests of the local service; docs/service-protocol.md has the grammar. Each takes an established
+// transmission and waits for the reply; without one it fails. No time limit.
+#pragma once
+
+class GbeTransmission;
+
+// Stands for all boards or all ports in cmdRescan.
+inline constexpr int kAllBoards = -1;
+inline constexpr unsigned kAllPorts = ~0u;
+
+// Lets the service look anew at a port, at a board (port kAllPorts) or at everything (both). With one port
+// the board is taken as given.
+bool cmdRescan(GbeTransmission& transmission, int board, unsigned port);
+
+// Gives a port an IPv4 address, as text "a.b.c.d": 1 when the service has taken it, 0 when it has not, or a
+// negated errno when the request could not be sent.
+int cmdSetIp(GbeTransmission& transmission, int board, unsigned port, const char* ip);
+
+// The number of boards that the service knows, with the inversion of GbeTransmission::replyCount.
+int cmdCountBoards(GbeTransmission& transmission);
+
+// A port's link state and MAC address (six bytes); both outputs may be null. True when the reply told both,
+// however it ended. Reads MAC addresses only of ports 0 to 9.
+bool cmdStatus(GbeTransmission& transmission, int board, unsigned port, bool* linkUp, unsigned char* mac);
+
+// The MAC address of a port, or the port that bears a MAC address: 0; -ENODEV when the service knows no such
+// port (410); -EIO when it cannot serve it (510); -EPROTO when the reply lacks what was asked; otherwise the
+// negative result of sending or receiving. Outputs are written only on success.
+int cmdOpen(GbeTransmission& transmission, const int& board, const unsigned& port, unsigned char* mac);
+int cmdOpen(GbeTransmission& transmission, const unsigned char* mac, int& board, unsigned& port);
