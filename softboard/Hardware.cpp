@@ -1,0 +1,124 @@
+#include "softboard/Hardware.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace softboard {
+
+Hardware& Hardware::instance() {
+    static Hardware& hardware = *new Hardware; // reachable for ever
+    static const struct AtExit {
+        ~AtExit() { hardware.shutDown(); }
+    } atExit;
+    return hardware;
+}
+
+bool Hardware::build(const std::string& text, const std::string& name, Boards& boards, std::string& error) {
+    Configuration configuration;
+    if (!parseConfiguration(text, name, configuration, error)) {
+        return false;
+    }
+    for (std::size_t i = 0; i < boards.size(); ++i) {
+        if (configuration[i].present) {
+            boards[i] = Board::create(configuration[i], error);
+            if (!boards[i]) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+bool Hardware::ensureLoaded() {
+    if (m_loaded || m_down) {
+        return m_loaded;
+    }
+    std::string text;
+    std::string name;
+    std::string error;
+    Boards boards;
+    if (!readConfiguration(text, name, error) || !build(text, name, boards, error)) {
+        if (error != m_reported) {
+            std::fprintf(stderr, "softboard: %s\n", error.c_str());
+            m_reported = error;
+        }
+        return false;
+    }
+    m_boards = std::move(boards);
+    m_loaded = true;
+    return true;
+}
+
+bool Hardware::load(const std::string& text, const std::string& name, std::string& error) {
+    Boards boards; // the earlier ones end here, after the lock
+    const std::lock_guard lock(m_mutex);
+    if (m_down || !m_handles.empty()) {
+        error = name + ": a board is open";
+        return false;
+    }
+    if (!build(text, name, boards, error)) {
+        return false;
+    }
+    std::swap(m_boards, boards);
+    m_loaded = true;
+    return true;
+}
+
+TavoBoard* Hardware::open(int number) {
+    const std::lock_guard lock(m_mutex);
+    if (number < 0 || number >= kBoards || !ensureLoaded()) {
+        return nullptr;
+    }
+    const auto index = static_cast<std::size_t>(number);
+    if (!m_boards[index] || m_down) {
+        return nullptr;
+    }
+    ++m_opens[index];
+    return m_handles.emplace_back(std::make_unique<TavoBoard>(TavoBoard{m_boards[index], number})).get();
+}
+
+bool Hardware::close(TavoBoard* handle) {
+    const std::lock_guard lock(m_mutex);
+    const auto found = std::find_if(
+        m_handles.begin(), m_handles.end(), [handle](const auto& own) { return own.get() == handle; });
+    if (found == m_handles.end()) {
+        return false;
+    }
+    const auto index = static_cast<std::size_t>(handle->number);
+    if (--m_opens[index] == 0) {
+        handle->board->release();
+    }
+    m_handles.erase(found);
+    return true;
+}
+
+std::shared_ptr<Board> Hardware::find(int number) {
+    const std::lock_guard lock(m_mutex);
+    if (number < 0 || number >= kBoards || !ensureLoaded()) {
+        return nullptr;
+    }
+    return m_boards[static_cast<std::size_t>(number)];
+}
+
+unsigned Hardware::opens(int number) {
+    const std::lock_guard lock(m_mutex);
+    return number >= 0 && number < kBoards ? m_opens[static_cast<std::size_t>(number)] : 0;
+}
+
+void Hardware::shutDown() {
+    Boards boards;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_down = true;
+        boards = m_boards;
+    }
+    for (const auto& board : boards) {
+        if (board) {
+            board->release();
+            board->shutDown();
+        }
+    }
+}
+
+} // namespace softboard

@@ -1,0 +1,243 @@
+#include "softboard/Port.h"
+
+#include "softboard/hw_results.h"
+
+#include "protocol/gvcp.h"
+#include "protocol/net.h"
+
+#include <algorithm>
+
+namespace softboard {
+
+namespace {
+
+std::uint16_t big16(const std::uint8_t* bytes) {
+    return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
+}
+
+void storeBig16(std::uint8_t* bytes, std::uint32_t value) {
+    bytes[0] = static_cast<std::uint8_t>(value >> 8);
+    bytes[1] = static_cast<std::uint8_t>(value);
+}
+
+// Offset of the UDP header of an unfragmented IPv4 datagram; 0 when the frame is none.
+std::size_t udpHeader(const std::uint8_t* frame, std::size_t size) {
+    constexpr std::uint16_t kFragmentBits = 0x3FFF; // more fragments, and the offset
+    if (size < net::kUdpPayload || big16(frame + net::kEtherType) != net::kEtherTypeIpv4 ||
+        frame[net::kIpVersion] >> 4 != 4 || frame[net::kIpProtocol] != net::kIpProtocolUdp ||
+        (big16(frame + net::kIpFragment) & kFragmentBits) != 0) {
+        return 0;
+    }
+    const std::size_t header = net::kEthernetHeader + (frame[net::kIpVersion] & 0x0FU) * 4U;
+    return header >= net::kUdpSourcePort && header + net::kUdpHeader <= size ? header : 0;
+}
+
+constexpr std::size_t kUdpDestination = net::kUdpDestinationPort - net::kUdpSourcePort;
+
+void count(std::atomic<std::uint64_t>& counter) {
+    counter.fetch_add(1, std::memory_order_relaxed);
+}
+
+} // namespace
+
+Port::Port(const BoardLines& lines, const Phy& phy, std::size_t queueWords)
+    : m_lines(lines), m_phy(phy), m_wire(m_hub), m_queue(queueWords, m_wire) {
+    m_wire.plug([this](const std::uint8_t* frame, std::size_t size) {
+        if (m_phy.negotiated()) {
+            receive(frame, size);
+        } else {
+            count(m_ignored);
+        }
+    });
+}
+
+Port::~Port() {
+    shutDown();
+}
+
+void Port::shutDown() {
+    m_hub->detachAll();
+    m_wire.shutDown();
+    setCapture(nullptr);
+}
+
+void Port::setConfigured(bool configured) {
+    m_frameSize = 0;
+    m_overflow = false;
+    m_transmitEnable = false;
+    m_stampEnable = false;
+    m_requestId = 0;
+    m_heartbeatEnable = 0;
+    m_imagePort = 0;
+    m_lineLength = 0;
+    m_queue.setOpen(configured);
+}
+
+void Port::attach(std::shared_ptr<Link> link) {
+    m_hub->attach(std::move(link));
+    m_queue.wake();
+}
+
+int Port::write(PortRegister reg, std::uint32_t value) {
+    switch (reg) {
+    case PortRegister::WriteData:
+        return load(static_cast<std::uint16_t>(value));
+    case PortRegister::BufferReset:
+        m_frameSize = 0;
+        m_overflow = false;
+        break;
+    case PortRegister::WriteComplete:
+        return transmit();
+    case PortRegister::TxStart:
+        m_transmitEnable = value != 0;
+        break;
+    case PortRegister::RequestIdLoad:
+        m_requestId = value;
+        break;
+    case PortRegister::RequestIdEnable:
+        m_stampEnable = value != 0;
+        break;
+    case PortRegister::ImagePort:
+        m_imagePort = static_cast<std::uint16_t>(value);
+        break;
+    case PortRegister::LineLength:
+        m_lineLength = static_cast<std::uint16_t>(value);
+        break;
+    case PortRegister::HeartbeatEnable:
+        m_heartbeatEnable = value;
+        break;
+    default:
+        return kNotWritable;
+    }
+    return kSuccess;
+}
+
+std::uint32_t Port::read(PortRegister reg) const {
+    switch (reg) {
+    case PortRegister::HeartbeatEnable:
+        return m_heartbeatEnable;
+    case PortRegister::Status:
+        return (linkUp() ? kStatusLinkUp : 0) | (m_queue.queuedWords() > 0 ? kStatusFrameWaiting : 0);
+    case PortRegister::ReceivedPackets:
+        return static_cast<std::uint32_t>(m_received);
+    case PortRegister::ReceiveErrors:
+        return static_cast<std::uint32_t>(m_errors + m_queueDrops);
+    case PortRegister::ImagePackets:
+        return static_cast<std::uint32_t>(m_toImagePath);
+    default:
+        return 0;
+    }
+}
+
+int Port::load(std::uint16_t halfword) {
+    if (m_frameSize + 2 > kTransmitBytes) {
+        m_overflow = true;
+        return kTransmitOverflow;
+    }
+    m_frame[m_frameSize] = static_cast<std::uint8_t>(halfword);
+    m_frame[m_frameSize + 1] = static_cast<std::uint8_t>(halfword >> 8);
+    m_frameSize += 2;
+    return kSuccess;
+}
+
+// The frame stays loaded, so that a prepared one can be sent again and again. What is too short for the
+// Ethernet is filled with zeros as it leaves.
+int Port::transmit() {
+    if (m_overflow) {
+        count(m_notSent);
+        return kTransmitOverflow;
+    }
+    if (m_frameSize == 0) {
+        return kSuccess;
+    }
+    const bool enabled = m_lines.transmit && m_transmitEnable;
+    if (!enabled || m_frameSize < net::kEthernetHeader || !linkUp()) {
+        count(m_notSent);
+        return kSuccess;
+    }
+    if (m_stampEnable) {
+        stamp();
+    }
+    const std::size_t size = std::max(m_frameSize, net::kMinFrame);
+    std::fill(
+        m_frame.begin() + static_cast<std::ptrdiff_t>(m_frameSize),
+        m_frame.begin() + static_cast<std::ptrdiff_t>(size), std::uint8_t{0});
+    record(m_frame.data(), size);
+    count(m_sent);
+    m_wire.send(m_frame.data(), size);
+    return kSuccess;
+}
+
+// The FPGA writes its request id into a GVCP command while the frame leaves. The IP checksum covers no data.
+// The UDP checksum would have to be known before the id is, so that only commands without one (0) are
+// stamped: the writes. Commands with a checksum keep the id that they were built with.
+void Port::stamp() {
+    const std::size_t udp = udpHeader(m_frame.data(), m_frameSize);
+    constexpr std::size_t kChecksum = net::kUdpChecksum - net::kUdpSourcePort;
+    const std::size_t command = udp + net::kUdpHeader;
+    if (udp == 0 || command + gvcp::kHeader > m_frameSize ||
+        big16(&m_frame[udp + kUdpDestination]) != gvcp::kPort || big16(&m_frame[udp + kChecksum]) != 0 ||
+        m_frame[command + gvcp::kCommandKey] != gvcp::kKey) {
+        return;
+    }
+    storeBig16(&m_frame[command + gvcp::kRequestId], m_requestId.fetch_add(1));
+}
+
+bool Port::forImagePath(const std::uint8_t* frame, std::size_t size) const {
+    const std::uint16_t imagePort = m_imagePort;
+    const std::size_t udp = imagePort != 0 ? udpHeader(frame, size) : 0;
+    return udp != 0 && big16(frame + udp + kUdpDestination) == imagePort;
+}
+
+void Port::receive(const std::uint8_t* frame, std::size_t size) {
+    record(frame, size);
+    if (!m_lines.receive) {
+        count(m_ignored);
+    } else if (size < net::kEthernetHeader || size > DataQueue::kLargestFrame) {
+        count(m_errors);
+    } else if (forImagePath(frame, size)) {
+        count(m_received);
+        count(m_toImagePath);
+    } else if (m_queue.pushFrame(frame, size)) {
+        count(m_received);
+    } else {
+        count(m_queueDrops);
+    }
+}
+
+void Port::setCapture(std::shared_ptr<CaptureFile> capture) {
+    const std::lock_guard lock(m_captureMutex);
+    m_capture = std::move(capture);
+    m_recording = m_capture != nullptr;
+}
+
+void Port::record(const std::uint8_t* frame, std::size_t size) {
+    if (!m_recording.load(std::memory_order_acquire)) {
+        return;
+    }
+    const std::lock_guard lock(m_captureMutex);
+    if (m_capture) {
+        m_capture->record(frame, size);
+    }
+}
+
+PortState Port::state() const {
+    PortState state;
+    state.framesSent = m_sent;
+    state.framesNotSent = m_notSent;
+    state.framesReceived = m_received;
+    state.framesToImagePath = m_toImagePath;
+    state.receiveErrors = m_errors;
+    state.queueDrops = m_queueDrops;
+    state.framesIgnored = m_ignored;
+    state.queuedWords = static_cast<unsigned>(m_queue.queuedWords());
+    state.linkUp = linkUp();
+    state.lineLength = m_lineLength;
+    state.imagePort = m_imagePort;
+    state.requestId = m_requestId;
+    state.requestIdEnabled = m_stampEnable;
+    state.link = m_wire.statistics();
+    return state;
+}
+
+} // namespace softboard

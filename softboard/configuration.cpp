@@ -1,0 +1,354 @@
+#include "softboard/configuration.h"
+
+#include "softboard/DataQueue.h"
+#include "softboard/design.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <set>
+#include <string_view>
+
+namespace softboard {
+
+const char* const kDefaultConfiguration = "[board 0]\n"
+                                          "serial = 0x2A07\n"
+                                          "[board 0 port 0 camera]\n";
+
+namespace {
+
+constexpr const char* kFileVariable = "LIOMOL_SOFTBOARD";
+constexpr const char* kSystemFile = "/etc/liomol/softboard.conf";
+constexpr std::int32_t kFirstSerial = 0x2A07; // of board 0; the others follow
+constexpr std::chrono::milliseconds kDefaultNegotiation{50};
+
+std::string_view trim(std::string_view text) {
+    constexpr std::string_view kBlank = " \t\r";
+    const std::size_t first = text.find_first_not_of(kBlank);
+    return first == text.npos ? std::string_view()
+                              : text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+}
+
+// The whole text as a number, decimal or with 0x.
+bool parseInteger(const std::string& text, long long low, long long high, long long& value) {
+    char* end = nullptr;
+    errno = 0;
+    value = std::strtoll(text.c_str(), &end, 0);
+    return !text.empty() && *end == '\0' && errno == 0 && value >= low && value <= high;
+}
+
+bool parseProbability(const std::string& text, double& value) {
+    char* end = nullptr;
+    value = std::strtod(text.c_str(), &end);
+    return !text.empty() && *end == '\0' && value >= 0 && value <= 1; // not a number compares false
+}
+
+bool parseMicroseconds(const std::string& text, std::chrono::microseconds& value) {
+    constexpr double kLongestMs = 60000;
+    char* end = nullptr;
+    const double ms = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end != '\0' || !(ms >= 0 && ms <= kLongestMs)) {
+        return false;
+    }
+    value = std::chrono::microseconds(std::llround(ms * 1000));
+    return true;
+}
+
+// What a key of a section wants, and how its text is taken in; false when the text is no such thing.
+template<typename Target> struct Key {
+    const char* name;
+    const char* wants;
+    bool (*set)(Target&, const std::string&);
+};
+
+constexpr Key<BoardConfiguration> kBoardKeys[] = {
+    {"serial", "a number from 0 to 0x7FFFFFFF",
+     [](BoardConfiguration& board, const std::string& text) {
+         long long value = 0;
+         const bool good = parseInteger(text, 0, 0x7FFFFFFF, value);
+         board.serial = static_cast<std::int32_t>(value);
+         return good;
+     }},
+    {"firmware", "MAJOR.MINOR, each 0 to 255",
+     [](BoardConfiguration& board, const std::string& text) {
+         const std::size_t dot = text.find('.');
+         long long major = 0;
+         long long minor = 0;
+         const bool good = dot != text.npos &&
+                           parseInteger(text.substr(0, dot), 0, kVersionLimit - 1, major) &&
+                           parseInteger(text.substr(dot + 1), 0, kVersionLimit - 1, minor);
+         board.firmwareMajor = static_cast<int>(major);
+         board.firmwareMinor = static_cast<int>(minor);
+         return good;
+     }},
+    {"caminterface", "a text",
+     [](BoardConfiguration& board, const std::string& text) {
+         board.camInterface = text;
+         return true;
+     }},
+    {"phy", "up or held",
+     [](BoardConfiguration& board, const std::string& text) {
+         board.phy = text == "held" ? PhyPowerOn::Held : PhyPowerOn::Up;
+         return text == "up" || text == "held";
+     }},
+    {"negotiation_ms", "a number from 0 to 60000",
+     [](BoardConfiguration& board, const std::string& text) {
+         long long value = 0;
+         const bool good = parseInteger(text, 0, 60000, value);
+         board.negotiation = std::chrono::milliseconds(value);
+         return good;
+     }},
+};
+
+constexpr Key<PortConfiguration> kPortKeys[] = {
+    {"capture", "a file name",
+     [](PortConfiguration& port, const std::string& text) {
+         port.capture = text;
+         return !text.empty();
+     }},
+    {"queue_words", "a number from 1024 to 4194304",
+     [](PortConfiguration& port, const std::string& text) {
+         long long value = 0;
+         const bool good = parseInteger(text, 1024, 4194304, value);
+         port.queueWords = static_cast<std::size_t>(value);
+         return good;
+     }},
+    {"fault_seed", "a number",
+     [](PortConfiguration& port, const std::string& text) {
+         long long value = 0;
+         const bool good = parseInteger(text, 0, std::numeric_limits<long long>::max(), value);
+         port.faults.seed = static_cast<std::uint64_t>(value);
+         return good;
+     }},
+};
+
+constexpr const char* kWantsProbability = "a probability from 0 to 1";
+constexpr const char* kWantsTime = "milliseconds from 0 to 60000";
+
+// Behind "fault_" for both directions, "send_fault_" or "receive_fault_" for one.
+constexpr Key<Faults> kFaultKeys[] = {
+    {"drop", kWantsProbability,
+     [](Faults& f, const std::string& text) { return parseProbability(text, f.drop); }},
+    {"duplicate", kWantsProbability,
+     [](Faults& f, const std::string& text) { return parseProbability(text, f.duplicate); }},
+    {"reorder", kWantsProbability,
+     [](Faults& f, const std::string& text) { return parseProbability(text, f.reorder); }},
+    {"flip", kWantsProbability,
+     [](Faults& f, const std::string& text) { return parseProbability(text, f.flip); }},
+    {"truncate", kWantsProbability,
+     [](Faults& f, const std::string& text) { return parseProbability(text, f.truncate); }},
+    {"delay", kWantsProbability,
+     [](Faults& f, const std::string& text) { return parseProbability(text, f.delay); }},
+    {"delay_min_ms", kWantsTime,
+     [](Faults& f, const std::string& text) { return parseMicroseconds(text, f.delayMin); }},
+    {"delay_max_ms", kWantsTime,
+     [](Faults& f, const std::string& text) { return parseMicroseconds(text, f.delayMax); }},
+    {"reorder_hold_ms", kWantsTime,
+     [](Faults& f, const std::string& text) { return parseMicroseconds(text, f.reorderHold); }},
+};
+
+struct FaultPrefix {
+    std::string_view text;
+    bool send;
+    bool receive;
+};
+constexpr FaultPrefix kFaultPrefixes[] = {
+    {"fault_", true, true}, {"send_fault_", true, false}, {"receive_fault_", false, true}};
+
+template<typename Target, std::size_t n>
+const Key<Target>* findKey(const Key<Target> (&keys)[n], std::string_view name) {
+    const auto* const found =
+        std::find_if(std::begin(keys), std::end(keys), [name](const auto& key) { return name == key.name; });
+    return found == std::end(keys) ? nullptr : found;
+}
+
+class Parser {
+public:
+    Parser(const std::string& name, Configuration& configuration, std::string& error)
+        : m_name(name), m_configuration(configuration), m_error(error) {}
+
+    bool parse(std::string_view text) {
+        for (int board = 0; board < kBoards; ++board) {
+            m_configuration[static_cast<std::size_t>(board)] = defaults(board);
+        }
+        while (!text.empty()) {
+            ++m_line;
+            const std::size_t end = text.find('\n');
+            const std::string_view line = trim(text.substr(0, end));
+            text.remove_prefix(end == text.npos ? text.size() : end + 1);
+            if (!line.empty() && line[0] != '#' && line[0] != ';' && !parseLine(line)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    static BoardConfiguration defaults(int number) {
+        BoardConfiguration board;
+        board.serial = kFirstSerial + number;
+        board.firmwareMajor = kAppletMajors.back();
+        board.firmwareMinor = 0;
+        board.camInterface = "GigE";
+        board.negotiation = kDefaultNegotiation;
+        for (PortConfiguration& port : board.ports) {
+            port.queueWords = DataQueue::kDefaultWords;
+        }
+        return board;
+    }
+
+    std::string place() const { return m_name + ":" + std::to_string(m_line); }
+
+    bool fail(const std::string& message) {
+        m_error = place() + ": " + message;
+        return false;
+    }
+
+    bool parseLine(std::string_view line) {
+        if (line[0] == '[') {
+            return line.back() == ']' ? parseSection(trim(line.substr(1, line.size() - 2)))
+                                      : fail("a section needs a closing bracket");
+        }
+        const std::size_t equals = line.find('=');
+        if (equals == line.npos) {
+            return fail("neither a [section] nor KEY = VALUE: " + std::string(line.substr(0, 40)));
+        }
+        const std::string key(trim(line.substr(0, equals)));
+        const std::string value(trim(line.substr(equals + 1)));
+        if (m_board == nullptr) {
+            return fail("key \"" + key + "\" before the first section");
+        }
+        if (key.empty()) {
+            return fail("a value without a key");
+        }
+        if (!m_keys.insert(key).second) {
+            return fail("key \"" + key + "\" twice in one section");
+        }
+        return setKey(key, value);
+    }
+
+    // "board B", "board B port P" or "board B port P camera"
+    bool parseSection(std::string_view section) {
+        std::vector<std::string> words;
+        while (!section.empty()) {
+            const std::size_t end = section.find_first_of(" \t");
+            words.emplace_back(section.substr(0, end));
+            section = end == section.npos ? std::string_view() : trim(section.substr(end));
+        }
+        const std::size_t n = words.size();
+        const bool shape = (n == 2 || n == 4 || (n == 5 && words[4] == "camera")) && words[0] == "board" &&
+                           (n == 2 || words[2] == "port");
+        if (!shape) {
+            return fail("a section is [board B], [board B port P] or [board B port P camera]");
+        }
+        long long board = 0;
+        long long port = 0;
+        if (!parseInteger(words[1], 0, kBoards - 1, board)) {
+            return fail("no board \"" + words[1] + "\": boards are 0 to 7");
+        }
+        if (n > 2 && !parseInteger(words[3], 0, kPorts - 1, port)) {
+            return fail("no port \"" + words[3] + "\": ports are 0 to 3");
+        }
+        return enter(static_cast<int>(board), n > 2 ? static_cast<int>(port) : -1, n == 5);
+    }
+
+    bool enter(int board, int port, bool camera) {
+        m_keys.clear();
+        m_board = &m_configuration[static_cast<std::size_t>(board)];
+        m_board->present = true;
+        m_port = port < 0 ? nullptr : &m_board->ports[static_cast<std::size_t>(port)];
+        m_camera = nullptr;
+        if (camera) {
+            if (m_port->cameras.size() >= kMostCameras) {
+                return fail("more than " + std::to_string(kMostCameras) + " cameras on one port");
+            }
+            m_camera = &m_port->cameras.emplace_back(CameraConfiguration{place(), {}});
+            return true;
+        }
+        if (!m_sections.insert(board * (kPorts + 1) + port + 1).second) {
+            return fail("a section of this name came before");
+        }
+        if (m_port != nullptr) {
+            m_port->place = place();
+        }
+        return true;
+    }
+
+    bool setKey(const std::string& key, const std::string& value) {
+        if (m_camera != nullptr) {
+            m_camera->settings.emplace(key, value);
+            return true;
+        }
+        if (m_port == nullptr) {
+            return apply(findKey(kBoardKeys, key), *m_board, key, value);
+        }
+        if (const auto* known = findKey(kPortKeys, key)) {
+            return apply(known, *m_port, key, value);
+        }
+        for (const FaultPrefix& prefix : kFaultPrefixes) {
+            const auto* known = key.starts_with(prefix.text)
+                                    ? findKey(kFaultKeys, std::string_view(key).substr(prefix.text.size()))
+                                    : nullptr;
+            if (known != nullptr) {
+                return (!prefix.send || apply(known, m_port->faults.send, key, value)) &&
+                       (!prefix.receive || apply(known, m_port->faults.receive, key, value));
+            }
+        }
+        return fail("unknown key \"" + key + "\"");
+    }
+
+    template<typename Target>
+    bool apply(const Key<Target>* known, Target& target, const std::string& key, const std::string& value) {
+        if (known == nullptr) {
+            return fail("unknown key \"" + key + "\"");
+        }
+        return known->set(target, value) ||
+               fail("\"" + key + "\" wants " + known->wants + ", not \"" + value + "\"");
+    }
+
+    const std::string& m_name;
+    Configuration& m_configuration;
+    std::string& m_error;
+    int m_line = 0;
+    BoardConfiguration* m_board = nullptr;
+    PortConfiguration* m_port = nullptr;
+    CameraConfiguration* m_camera = nullptr;
+    std::set<std::string> m_keys; // of the section so far
+    std::set<int> m_sections;     // of boards and ports so far
+};
+
+} // namespace
+
+bool parseConfiguration(
+    const std::string& text, const std::string& name, Configuration& configuration, std::string& error) {
+    if (text.size() > kLargestConfiguration) {
+        error = name + ": larger than " + std::to_string(kLargestConfiguration) + " bytes";
+        return false;
+    }
+    return Parser(name, configuration, error).parse(text);
+}
+
+bool readConfiguration(std::string& text, std::string& name, std::string& error) {
+    const char* const named = std::getenv(kFileVariable);
+    name = named != nullptr ? named : kSystemFile;
+    errno = 0;
+    std::ifstream file(name, std::ios::binary);
+    if (!file && named == nullptr && errno == ENOENT) {
+        name = "default configuration";
+        text = kDefaultConfiguration;
+        return true;
+    }
+    text.resize(kLargestConfiguration + 1);
+    if (!file || (!file.read(text.data(), static_cast<std::streamsize>(text.size())) && file.gcount() == 0 &&
+                  !file.eof())) {
+        error = name + ": cannot be read: " + std::strerror(errno);
+        return false;
+    }
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    return true;
+}
+
+} // namespace softboard
