@@ -1,0 +1,42 @@
+#include "transport/GbeHeartbeatThread.h"
+
+#include "genicam/ImplGenICamCamera.h"
+
+#include <exception>
+
+namespace {
+
+constexpr unsigned long kTick = 20; // milliseconds
+constexpr std::int64_t kTicksPerSecond = 1000 / kTick;
+
+} // namespace
+
+GbeHeartbeatThread::GbeHeartbeatThread(tavo::ImplGenICamCamera* device) : m_device(device) {}
+
+void GbeHeartbeatThread::run() {
+    while (waitForPeriod()) {
+        beat();
+    }
+}
+
+// False when the thread shall end. Waits at least one tick, so that no period makes the thread spin.
+bool GbeHeartbeatThread::waitForPeriod() {
+    std::int64_t ticks = 0;
+    do {
+        if (m_stop) {
+            return false;
+        }
+        msleep(kTick);
+        ++ticks;
+    } while (ticks < m_period * kTicksPerSecond);
+    return !m_stop;
+}
+
+void GbeHeartbeatThread::beat() {
+    if (m_device != nullptr) {
+        try {
+            m_device->sendHeartbeat();
+        } catch (const std::exception&) { // silent, deliberately
+        }
+    }
+}

@@ -1,0 +1,38 @@
+// Keeps the control channel of one connected camera alive: a camera drops it when it hears nothing for its
+// heartbeat time-out.
+//
+// The owner makes it with the camera's device, starts it, and ends it by asking it to stop, waiting for the
+// thread and deleting it, in this order; that takes no longer than a tick of 20 ms and a heartbeat under way.
+// Stop and period may be set from any thread at any time and are looked at on every tick.
+#pragma once
+
+#include <QtCore/QThread>
+
+#include <atomic>
+
+namespace tavo {
+class ImplGenICamCamera;
+}
+
+class GbeHeartbeatThread : public QThread {
+public:
+    // The device is not owned and must outlive the thread's run. With a null device the thread idles.
+    explicit GbeHeartbeatThread(tavo::ImplGenICamCamera* device);
+
+    // Ends the thread as soon as its heartbeat, if one is under way, is over. Does not wait.
+    void requestStop() { m_stop = true; }
+    // Seconds between heartbeats, 1 at first; for 0 and less, one a tick.
+    void setPeriod(int seconds) { m_period = seconds; }
+
+protected:
+    // A heartbeat that fails is dropped without a word; the next one follows a period later.
+    void run() override;
+
+private:
+    bool waitForPeriod();
+    void beat();
+
+    tavo::ImplGenICamCamera* m_device;
+    std::atomic<int> m_period{1};
+    std::atomic<bool> m_stop{false};
+};
