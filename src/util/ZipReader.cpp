@@ -133,6 +133,7 @@ public:
 
 private:
     bool open();
+    bool seek(qint64 position);
     bool readAt(qint64 position, qint64 size, QByteArray& bytes);
     bool readNext(qint64 size, QByteArray& bytes);
     QByteArray findEnd();
@@ -149,8 +150,13 @@ bool ZipReaderPrivate::open() {
     return device->isOpen() && device->isReadable() && !device->isSequential();
 }
 
+// Devices print a warning for a place that they lack, so that is found out first.
+bool ZipReaderPrivate::seek(qint64 position) {
+    return position <= device->size() && device->seek(position);
+}
+
 bool ZipReaderPrivate::readAt(qint64 position, qint64 size, QByteArray& bytes) {
-    return position >= 0 && device->seek(position) && readNext(size, bytes);
+    return seek(position) && readNext(size, bytes);
 }
 
 // True only when all of it came. Sizes that the device cannot hold are refused before memory is taken.
@@ -206,7 +212,7 @@ void ZipReaderPrivate::scanFiles() {
         return;
     }
     comment = record.mid(kEndSize, le16(record, end::kCommentLength));
-    if (!device->seek(le32(record, end::kDirectoryOffset))) {
+    if (!seek(le32(record, end::kDirectoryOffset))) {
         return;
     }
     FileHeader header;

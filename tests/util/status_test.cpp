@@ -61,7 +61,7 @@ TEST(Exceptions, CarryTheirMessageAndCode) {
 
 TEST(Exceptions, TheTwoRootsAreStrangers) {
     EXPECT_THROW(
-        try { throw tavo::GicLockedException(); } catch (const tavo::CoreException&) {},
+        try { throw tavo::GicLockedException(); } catch (const tavo::CoreException&){},
         tavo::GicLockedException);
 }
 
