@@ -34,6 +34,7 @@ inline constexpr Address kLinkSpeed = 0x0670; // Mbit/s
 inline constexpr Address kMessageChannelCount = 0x0900;
 inline constexpr Address kStreamChannelCount = 0x0904;
 inline constexpr Address kActionSignalCount = 0x0908;
+inline constexpr Address kStreamCapability = 0x092C;
 inline constexpr Address kCapability = 0x0934;
 inline constexpr Address kHeartbeatTimeout = 0x0938; // milliseconds
 inline constexpr Address kTimestampTickFrequencyHigh = 0x093C;

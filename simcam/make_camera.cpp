@@ -1,10 +1,9 @@
-#include "protocol/ethernet_endpoint.h"
+#include "simcam/Camera.h"
 
 namespace ethernet {
 
-std::unique_ptr<Endpoint> makeCamera(const Settings&, std::string& error) {
-    error = "no camera yet";
-    return nullptr;
+std::unique_ptr<Endpoint> makeCamera(const Settings& settings, std::string& error) {
+    return simcam::Camera::make(settings, error);
 }
 
 } // namespace ethernet

@@ -1,0 +1,60 @@
+// A GigE Vision camera in software as a station on an Ethernet: CameraCore with a thread and a bounded inbox.
+// All calls may come from any thread, except that the sink that it is plugged into must not call plug() back.
+#pragma once
+
+#include "protocol/ethernet_endpoint.h"
+#include "simcam/CameraCore.h"
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace simcam {
+
+class Camera : public ethernet::Endpoint {
+public:
+    // Null on a bad setting; `error` then says in one line what is wrong.
+    static std::unique_ptr<Camera> make(const ethernet::Settings& settings, std::string& error);
+    ~Camera() override;
+
+    void plug(ethernet::FrameSink sink) override;
+    void receive(const std::uint8_t* frame, std::size_t size) override;
+
+    // Diagnosis, as a service technician's console would give it.
+    Report report();
+    EventLog& log() { return m_core.log(); }
+    FaultPlan& faults() { return m_core.faults(); }
+    // Bytes of camera memory, regardless of access rights; none where nothing is.
+    std::optional<Bytes> peek(Address address, std::size_t count);
+    // Changes them, with what follows from a write; false where nothing is.
+    bool poke(Address address, ByteView bytes);
+    std::optional<std::uint32_t> peekRegister(Address address);
+    bool pokeRegister(Address address, std::uint32_t value);
+    // Frames that were lost because the inbox was full.
+    std::uint64_t dropped() const;
+
+private:
+    Camera(const CameraSettings& settings, const Description& description);
+    void run();
+    bool waitForWork(std::deque<Bytes>& frames);
+    std::vector<Bytes> work(const std::deque<Bytes>& frames, std::optional<Time>& next);
+
+    mutable std::mutex m_inboxMutex;
+    std::condition_variable m_wake;
+    std::deque<Bytes> m_inbox;   // guarded by m_inboxMutex
+    std::uint64_t m_dropped = 0; // guarded by m_inboxMutex
+    bool m_stop = false;         // guarded by m_inboxMutex
+    std::optional<Time> m_next;  // of the camera's thread alone
+
+    std::mutex m_coreMutex;
+    CameraCore m_core; // guarded by m_coreMutex
+
+    std::mutex m_sinkMutex;     // held while the sink is in use
+    ethernet::FrameSink m_sink; // guarded by m_sinkMutex
+    std::thread m_thread;
+};
+
+} // namespace simcam

@@ -1,0 +1,428 @@
+#include "simcam/GvcpDevice.h"
+
+#include <algorithm>
+
+namespace simcam {
+
+using gvcp::Command;
+using gvcp::Status;
+
+namespace {
+
+constexpr std::size_t kWord = 4;
+constexpr std::size_t kRegisterPair = 8; // address and value
+constexpr std::size_t kReadMemPayload = 8;
+constexpr std::size_t kForceIpPayload = 56;
+constexpr std::uint32_t kHeartbeatDisabled = 1;
+
+bool aligned(std::size_t value) {
+    return value % kWord == 0;
+}
+
+Bytes ackMessage(Status status, std::uint16_t code, std::uint16_t id, ByteView payload) {
+    Writer message;
+    message.u16(static_cast<std::uint16_t>(status)).u16(code);
+    message.u16(static_cast<std::uint16_t>(payload.size())).u16(id).bytes(payload);
+    return message.take();
+}
+
+} // namespace
+
+// --- which command is which ---
+
+const std::array<GvcpDevice::Handler, 6> GvcpDevice::kHandlers{{
+    {Command::DiscoveryCmd, &GvcpDevice::discovery, true},
+    {Command::ForceIpCmd, &GvcpDevice::forceIp, true},
+    {Command::ReadRegCmd, &GvcpDevice::readRegisters, false},
+    {Command::WriteRegCmd, &GvcpDevice::writeRegisters, false},
+    {Command::ReadMemCmd, &GvcpDevice::readMemory, false},
+    {Command::WriteMemCmd, &GvcpDevice::writeMemory, false},
+}};
+
+const GvcpDevice::Handler* GvcpDevice::handlerOf(std::uint16_t code) {
+    const auto found = std::find_if(kHandlers.begin(), kHandlers.end(), [&](const Handler& row) {
+        return static_cast<std::uint16_t>(row.command) == code;
+    });
+    return found == kHandlers.end() ? nullptr : &*found;
+}
+
+std::optional<GvcpDevice::Request> GvcpDevice::parse(const Datagram& datagram, Time now) const {
+    Reader reader(datagram.payload);
+    const std::uint8_t key = reader.u8();
+    Request request;
+    request.from = datagram.from;
+    request.broadcast = datagram.broadcast;
+    request.now = now;
+    request.flags = reader.u8();
+    request.code = reader.u16();
+    request.length = reader.u16();
+    request.id = reader.u16();
+    request.payload = reader.bytes(std::min<std::size_t>(request.length, reader.left()));
+    const Handler* handler = handlerOf(request.code);
+    const bool isCommand = request.code % 2 == 0; // acknowledgements are odd and never answered
+    const bool addressed = !request.broadcast || (handler != nullptr && handler->toEveryone);
+    return reader.ok() && key == gvcp::kKey && isCommand && addressed ? std::optional(request) : std::nullopt;
+}
+
+std::vector<Answer> GvcpDevice::handle(const Datagram& datagram, Time now) {
+    advance(now);
+    const auto request = parse(datagram, now);
+    if (!request) {
+        return {};
+    }
+    const auto fault = m_parts.faults.take(static_cast<Command>(request->code));
+    if (fault && fault->kind == Fault::Kind::Silent) {
+        return {};
+    }
+    m_control.heard(request->from, now);
+    return answers(*request, respond(*request, datagram.payload, fault), fault);
+}
+
+// What is remembered is what the device did, not what a fault made of the answer: a retransmission of a
+// command whose answer was spoilt gets the sound one.
+GvcpDevice::Response
+GvcpDevice::respond(const Request& request, ByteView message, const std::optional<Fault>& fault) {
+    if (fault && fault->kind == Fault::Kind::Status) {
+        Response refused{static_cast<Status>(fault->value), {}};
+        note(request, refused.status, false);
+        return refused;
+    }
+    if (const Response* again = remembered(request, message)) {
+        note(request, again->status, true);
+        return *again;
+    }
+    Response response = execute(request);
+    note(request, response.status, false);
+    remember(request, message, response);
+    return response;
+}
+
+GvcpDevice::Response GvcpDevice::execute(const Request& request) {
+    const Handler* handler = handlerOf(request.code);
+    if (handler == nullptr) {
+        return {Status::NotImplemented, {}};
+    }
+    if (request.payload.size() != request.length) {
+        return {Status::InvalidHeader, {}};
+    }
+    return (this->*handler->run)(request);
+}
+
+// --- the commands ---
+
+// The acknowledgement's payload has the layout of the bootstrap registers from address 0 on.
+GvcpDevice::Response GvcpDevice::discovery(const Request& request) {
+    if (!request.payload.empty()) {
+        return {Status::InvalidHeader, {}};
+    }
+    Response response;
+    response.payload.assign(gvcp::discovery::kSize, 0);
+    for (const RegisterFact& row : kRegisters) {
+        if (row.address < gvcp::discovery::kSize) {
+            const ByteView content = m_parts.registers.all(Registers::find(row.address)->reg);
+            std::copy(content.begin(), content.end(), response.payload.begin() + row.address);
+        }
+    }
+    return response;
+}
+
+GvcpDevice::Response GvcpDevice::forceIp(const Request& request) {
+    constexpr std::size_t kReserved = 12;
+    Reader reader(request.payload);
+    reader.skip(2);
+    const Mac mac = reader.u48();
+    IpConfiguration ip;
+    for (std::uint32_t* field : {&ip.address, &ip.mask, &ip.gateway}) {
+        reader.skip(kReserved);
+        *field = reader.u32();
+    }
+    if (reader.ok() && mac != m_parts.station.mac()) {
+        return {Status::Success, {}, false};
+    }
+    if (request.payload.size() != kForceIpPayload) {
+        return {Status::InvalidHeader, {}};
+    }
+    if (m_control.owner()) {
+        return {Status::AccessDenied, {}};
+    }
+    if (ip.address == 0) { // starts over with its own configuration, which is what it has
+        return {};
+    }
+    m_parts.station.setIp(ip);
+    m_parts.registers.set(Reg::CurrentIp, ip.address);
+    m_parts.registers.set(Reg::CurrentSubnetMask, ip.mask);
+    m_parts.registers.set(Reg::CurrentGateway, ip.gateway);
+    return {};
+}
+
+GvcpDevice::Response GvcpDevice::readRegisters(const Request& request) {
+    if (request.length == 0 || !aligned(request.length) || request.length > gvcp::kMaxPayload) {
+        return {Status::InvalidHeader, {}};
+    }
+    Response response;
+    Reader reader(request.payload);
+    while (reader.left() > 0 && response.status == Status::Success) {
+        const Address address = reader.u32();
+        response.status = aligned(address) ? mayRead(request, address, kWord) : Status::BadAlignment;
+        if (response.status == Status::Success) {
+            response.status = m_parts.memory.read(address, kWord, request.now, response.payload);
+        }
+    }
+    return response;
+}
+
+GvcpDevice::Response GvcpDevice::writeRegisters(const Request& request) {
+    if (request.length == 0 || request.length % kRegisterPair != 0 || request.length > gvcp::kMaxPayload) {
+        return {Status::InvalidHeader, {}};
+    }
+    Response response;
+    Reader reader(request.payload);
+    std::uint16_t done = 0;
+    while (reader.left() > 0 && response.status == Status::Success) {
+        const Address address = reader.u32();
+        std::size_t written = 0;
+        response.status = writeBytes(request, address, reader.bytes(kWord), written);
+        done = static_cast<std::uint16_t>(done + (response.status == Status::Success ? 1 : 0));
+    }
+    Writer payload;
+    payload.u16(0).u16(done);
+    response.payload = payload.take();
+    return response;
+}
+
+GvcpDevice::Response GvcpDevice::readMemory(const Request& request) {
+    if (request.length != kReadMemPayload) {
+        return {Status::InvalidHeader, {}};
+    }
+    Reader reader(request.payload);
+    const Address address = reader.u32();
+    reader.skip(2);
+    const std::size_t count = reader.u16();
+    if (!aligned(address) || !aligned(count)) {
+        return {Status::BadAlignment, {}};
+    }
+    if (count == 0 || count > gvcp::kMaxMemoryBlock) {
+        return {Status::InvalidParameter, {}};
+    }
+    Response response;
+    response.status = mayRead(request, address, count);
+    Writer payload;
+    payload.u32(address);
+    Bytes data;
+    if (response.status == Status::Success) {
+        response.status = m_parts.memory.read(address, count, request.now, data);
+    }
+    if (response.status == Status::Success) {
+        response.payload = payload.bytes(data).take();
+    }
+    return response;
+}
+
+GvcpDevice::Response GvcpDevice::writeMemory(const Request& request) {
+    if (request.length <= kWord || request.length > gvcp::kMaxPayload) {
+        return {Status::InvalidHeader, {}};
+    }
+    Reader reader(request.payload);
+    const Address address = reader.u32();
+    const ByteView data = reader.bytes(reader.left());
+    std::size_t written = 0;
+    Response response;
+    response.status =
+        aligned(data.size()) ? writeBytes(request, address, data, written) : Status::BadAlignment;
+    Writer payload;
+    payload.u16(0).u16(static_cast<std::uint16_t>(written));
+    response.payload = payload.take();
+    return response;
+}
+
+// --- who may do what ---
+
+// Under exclusive access others still learn who holds the device.
+Status GvcpDevice::mayRead(const Request& request, Address address, std::size_t count) const {
+    const bool aboutControl = count == kWord && (address == bootstrap::kControlChannelPrivilege ||
+                                                 address == bootstrap::kPrimaryApplicationPort ||
+                                                 address == bootstrap::kPrimaryApplicationIp);
+    return m_control.mayRead(request.from) || aboutControl ? Status::Success : Status::AccessDenied;
+}
+
+Status GvcpDevice::writeBytes(const Request& request, Address address, ByteView bytes, std::size_t& written) {
+    if (!aligned(address)) {
+        return Status::BadAlignment;
+    }
+    while (written < bytes.size()) {
+        const Address at = address + static_cast<Address>(written);
+        const std::size_t size = std::min(m_parts.memory.extent(at), bytes.size() - written);
+        Status status = Status::InvalidAddress;
+        if (at == bootstrap::kControlChannelPrivilege) {
+            status = writePrivilege(request, bytes.subspan(written, size));
+        } else if (size > 0 && !m_control.mayWrite(request.from)) {
+            status = Status::AccessDenied;
+        } else if (size > 0) {
+            status = m_parts.memory.writePiece(at, bytes.subspan(written, size), request.now);
+        }
+        if (status != Status::Success) {
+            return status;
+        }
+        written += size;
+    }
+    return Status::Success;
+}
+
+Status GvcpDevice::writePrivilege(const Request& request, ByteView bytes) {
+    const std::uint32_t value = Reader(bytes).u32();
+    const auto key = static_cast<std::uint16_t>(m_parts.registers.get(Reg::SwitchoverKey));
+    const bool owned = m_control.owner().has_value();
+    const Status status = m_control.write(value, key, request.from, request.now);
+    if (owned && !m_control.owner()) {
+        loseControl(request.now);
+    }
+    showControl();
+    return status;
+}
+
+void GvcpDevice::showControl() {
+    const Peer owner = m_control.owner().value_or(Peer{});
+    m_parts.registers.set(Reg::Privilege, m_control.value());
+    m_parts.registers.set(Reg::PrimaryPort, owner.port);
+    m_parts.registers.set(Reg::PrimaryIp, owner.ip);
+}
+
+void GvcpDevice::loseControl(Time now) {
+    m_control.release();
+    showControl();
+    if (m_onControlLost) {
+        m_onControlLost(now);
+    }
+}
+
+std::optional<Time> GvcpDevice::deadline() const {
+    if ((m_parts.registers.get(Reg::GvcpConfiguration) & kHeartbeatDisabled) != 0) {
+        return std::nullopt;
+    }
+    return m_control.deadline(milliseconds(m_parts.registers.get(Reg::HeartbeatTimeout)));
+}
+
+void GvcpDevice::advance(Time now) {
+    const auto limit = deadline();
+    if (limit && now >= *limit) {
+        loseControl(now);
+    }
+}
+
+// --- answers ---
+
+std::vector<Answer> GvcpDevice::answers(
+    const Request& request, const Response& response, const std::optional<Fault>& fault) const {
+    if (!response.answered || (request.flags & gvcp::kFlagAckRequired) == 0) {
+        return {};
+    }
+    const auto code = static_cast<std::uint16_t>(request.code + 1);
+    const Answer answer{
+        destination(request), ackMessage(response.status, code, request.id, response.payload),
+        delayOf(request)};
+    return fault ? spoilt(answer, *fault) : std::vector{answer};
+}
+
+std::vector<Answer> GvcpDevice::spoilt(const Answer& sound, const Fault& fault) const {
+    Answer answer = sound;
+    const auto id = Reader(ByteView(sound.message).subspan(gvcp::kAckId)).u16();
+    switch (fault.kind) {
+    case Fault::Kind::LoseAck:
+        return {};
+    case Fault::Kind::Delay:
+        answer.delay += milliseconds(fault.value);
+        return {answer};
+    case Fault::Kind::Pending: {
+        Writer time;
+        time.u16(0).u16(static_cast<std::uint16_t>(std::min<std::uint32_t>(fault.value, 0xFFFF)));
+        constexpr auto code = static_cast<std::uint16_t>(Command::PendingAck);
+        answer.delay += milliseconds(fault.value);
+        return {{sound.to, ackMessage(Status::Success, code, id, time.view()), sound.delay}, answer};
+    }
+    case Fault::Kind::WrongId: {
+        const auto wrong = static_cast<std::uint16_t>(id + fault.value);
+        answer.message[gvcp::kAckId] = static_cast<std::uint8_t>(wrong >> 8);
+        answer.message[gvcp::kAckId + 1] = static_cast<std::uint8_t>(wrong);
+        return {answer};
+    }
+    case Fault::Kind::Duplicate:
+        return {1 + std::min<std::size_t>(fault.value, kMaxDuplicates), answer};
+    case Fault::Kind::Truncate:
+        answer.message.resize(std::min<std::size_t>(answer.message.size(), fault.value));
+        return {answer};
+    case Fault::Kind::Corrupt:
+        answer.damaged = true;
+        return {answer};
+    case Fault::Kind::Silent:
+    case Fault::Kind::Status:
+        break; // struck before there was an answer
+    }
+    return {answer};
+}
+
+// Back to where the command came from, except that an application in another subnet that allows it is
+// answered by broadcast: its own address may not be reachable from here.
+Peer GvcpDevice::destination(const Request& request) const {
+    const bool allowed = (request.flags & gvcp::kFlagBroadcastAck) != 0;
+    const Handler* handler = handlerOf(request.code);
+    const bool mayBroadcast = allowed && handler != nullptr && handler->toEveryone;
+    if (mayBroadcast && !m_parts.station.ip().inSubnet(request.from.ip)) {
+        return {kBroadcastMac, kBroadcastIp, request.from.port};
+    }
+    return request.from;
+}
+
+// Many devices hear one broadcast; each spreads its answer over the time that the host gave them all.
+milliseconds GvcpDevice::delayOf(const Request& request) const {
+    const std::uint64_t spread = m_parts.registers.get(Reg::DiscoveryAckDelay);
+    const bool spreads = request.broadcast && static_cast<Command>(request.code) == Command::DiscoveryCmd;
+    return spreads ? m_latency + milliseconds(m_parts.station.mac() % (spread + 1)) : m_latency;
+}
+
+// Discovery is asked anew each time: its answer does no harm and its ids are drawn at random.
+const GvcpDevice::Response* GvcpDevice::remembered(const Request& request, ByteView message) const {
+    const auto last = std::ranges::find_if(
+        m_remembered, [&](const Remembered& entry) { return entry.from.sameApplication(request.from); });
+    const bool same = last != m_remembered.end() && std::ranges::equal(last->command, message) &&
+                      request.now - last->when < kRetransmissionWindow;
+    return same ? &last->response : nullptr;
+}
+
+void GvcpDevice::remember(const Request& request, ByteView message, const Response& response) {
+    if (static_cast<Command>(request.code) == Command::DiscoveryCmd) {
+        return;
+    }
+    std::erase_if(
+        m_remembered, [&](const Remembered& last) { return last.from.sameApplication(request.from); });
+    if (m_remembered.size() >= kRememberedSources) {
+        m_remembered.pop_front();
+    }
+    m_remembered.push_back({request.from, Bytes(message.begin(), message.end()), response, request.now});
+}
+
+void GvcpDevice::note(const Request& request, Status status, bool repeated) {
+    Event event{request.now, static_cast<Command>(request.code), request.id, 0, 0, status, repeated};
+    Reader reader(request.payload);
+    switch (event.command) {
+    case Command::ReadRegCmd:
+        event.address = reader.u32();
+        break;
+    case Command::WriteRegCmd:
+        event.address = reader.u32();
+        event.value = reader.u32();
+        break;
+    case Command::ReadMemCmd:
+        event.address = reader.u32();
+        event.value = reader.u32() & 0xFFFF;
+        break;
+    case Command::WriteMemCmd:
+        event.address = reader.u32();
+        event.value = static_cast<std::uint32_t>(reader.left());
+        break;
+    default:
+        break;
+    }
+    m_parts.log.add(event);
+}
+
+} // namespace simcam

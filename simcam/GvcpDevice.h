@@ -1,0 +1,110 @@
+// The device side of GVCP (GigE Vision 1.2): takes command messages and says what to answer, to whom and
+// when. A value machine without I/O and without a clock of its own. One thread at a time.
+#pragma once
+
+#include "simcam/ControlChannel.h"
+#include "simcam/EventLog.h"
+#include "simcam/Memory.h"
+#include "simcam/faults.h"
+
+#include <deque>
+#include <functional>
+#include <vector>
+
+namespace simcam {
+
+// A message to send to `to`, `delay` after the command that it answers.
+struct Answer {
+    Peer to;
+    Bytes message;
+    milliseconds delay{0};
+    bool damaged = false; // to be damaged on the way, as a fault asks
+};
+
+class GvcpDevice {
+public:
+    struct Parts {
+        Station& station;
+        Registers& registers;
+        Memory& memory;
+        EventLog& log;
+        FaultPlan& faults;
+    };
+
+    // The parts are the caller's and outlive this. `latency` is added to every answer.
+    GvcpDevice(const Parts& parts, milliseconds latency) : m_parts(parts), m_latency(latency) {}
+
+    // Takes a datagram that came to the GVCP port.
+    std::vector<Answer> handle(const Datagram& datagram, Time now);
+    // Drops control when its heartbeat is overdue. To be called at the deadline or later.
+    void advance(Time now);
+    std::optional<Time> deadline() const;
+
+    const ControlChannel& control() const { return m_control; }
+    // Called when an owner of the control channel is gone, for whatever reason.
+    void onControlLost(std::function<void(Time)> call) { m_onControlLost = std::move(call); }
+
+private:
+    using Status = gvcp::Status;
+    struct Request {
+        Peer from;
+        bool broadcast = false;
+        std::uint8_t flags = 0;
+        std::uint16_t code = 0;
+        std::uint16_t length = 0;
+        std::uint16_t id = 0;
+        ByteView payload;
+        Time now{};
+    };
+    struct Response {
+        Status status = Status::Success;
+        Bytes payload;
+        bool answered = true;
+    };
+    struct Handler {
+        gvcp::Command command;
+        Response (GvcpDevice::*run)(const Request&);
+        bool toEveryone; // also takes broadcasts
+    };
+    struct Remembered {
+        Peer from;
+        Bytes command;
+        Response response;
+        Time when{};
+    };
+    static const std::array<Handler, 6> kHandlers;
+
+    static const Handler* handlerOf(std::uint16_t code);
+    std::optional<Request> parse(const Datagram& datagram, Time now) const;
+    Response respond(const Request& request, ByteView message, const std::optional<Fault>& fault);
+    Response execute(const Request& request);
+    Response discovery(const Request& request);
+    Response forceIp(const Request& request);
+    Response readRegisters(const Request& request);
+    Response writeRegisters(const Request& request);
+    Response readMemory(const Request& request);
+    Response writeMemory(const Request& request);
+
+    Status mayRead(const Request& request, Address address, std::size_t count) const;
+    Status writeBytes(const Request& request, Address address, ByteView bytes, std::size_t& written);
+    Status writePrivilege(const Request& request, ByteView bytes);
+    void showControl();
+    void loseControl(Time now);
+
+    std::vector<Answer>
+    answers(const Request& request, const Response& response, const std::optional<Fault>& fault) const;
+    std::vector<Answer> spoilt(const Answer& sound, const Fault& fault) const;
+    Peer destination(const Request& request) const;
+    milliseconds delayOf(const Request& request) const;
+    const Response* remembered(const Request& request, ByteView message) const;
+    void remember(const Request& request, ByteView message, const Response& response);
+    void note(const Request& request, Status status, bool repeated);
+
+    Parts m_parts;
+    milliseconds m_latency;
+    ControlChannel m_control;
+    std::function<void(Time)> m_onControlLost;
+    std::deque<Remembered> m_remembered; // the last command of each source, the oldest first
+};
+
+} // namespace simcam

@@ -1,0 +1,209 @@
+#include "simcam/Settings.h"
+
+#include "protocol/bootstrap.h"
+#include "simcam/text.h"
+
+#include <algorithm>
+#include <atomic>
+
+namespace simcam {
+
+namespace {
+
+constexpr Mac kFirstMac = 0x025343000001;
+constexpr std::uint32_t kLinkLocalNet = 0xA9FE0000; // 169.254.0.0
+constexpr std::uint32_t kLinkLocalMask = 0xFFFF0000;
+
+bool text(std::string_view value, std::size_t size, std::string& field, std::string& error) {
+    if (value.size() > size) {
+        error = "is longer than " + std::to_string(size) + " bytes";
+        return false;
+    }
+    field = value;
+    return true;
+}
+
+bool address(std::string_view value, std::uint32_t& field, std::string& error) {
+    const auto ip = parseIp(value);
+    error = ip ? "" : "is no IPv4 address";
+    field = ip.value_or(0);
+    return ip.has_value();
+}
+
+bool hostAddress(std::string_view value, std::uint32_t& field, std::string& error) {
+    if (!address(value, field, error)) {
+        return false;
+    }
+    const std::uint32_t first = field >> 24;
+    error = "is no address for a camera";
+    return first != 0 && first != 127 && first < 224;
+}
+
+bool mask(std::string_view value, std::uint32_t& field, std::string& error) {
+    if (!address(value, field, error)) {
+        return false;
+    }
+    error = "is no subnet mask";
+    return (~field & (~field + 1)) == 0; // ones, then zeros
+}
+
+template<class Enum>
+bool choice(
+    std::string_view value, std::string_view first, Enum firstValue, std::string_view second,
+    Enum secondValue, Enum& field, std::string& error) {
+    field = value == first ? firstValue : secondValue;
+    error = "is neither '" + std::string(first) + "' nor '" + std::string(second) + "'";
+    return value == first || value == second;
+}
+
+bool faultList(std::string_view value, std::vector<Fault>& field, std::string& error) {
+    for (const std::string_view piece : split(value, ';')) {
+        const auto fault = parseFault(piece, error);
+        if (!fault) {
+            return false;
+        }
+        field.push_back(*fault);
+    }
+    return true;
+}
+
+using Text = std::string_view;
+using Error = std::string&;
+
+struct Row {
+    SettingFact fact;
+    bool (*read)(Text, CameraSettings&, Error);
+};
+
+const Row kRows[] = {
+    {{"mac", "MAC address"},
+     [](Text value, CameraSettings& s, Error error) {
+         const auto mac = parseMac(value);
+         error = "is no MAC address of a station";
+         s.mac = mac.value_or(0);
+         return mac.has_value();
+     }},
+    {{"ip", "IPv4 address"},
+     [](Text value, CameraSettings& s, Error error) { return hostAddress(value, s.ip.address, error); }},
+    {{"mask", "subnet mask"},
+     [](Text value, CameraSettings& s, Error error) { return mask(value, s.ip.mask, error); }},
+    {{"gateway", "default gateway"},
+     [](Text value, CameraSettings& s, Error error) { return address(value, s.ip.gateway, error); }},
+    {{"name", "user-defined name, up to 16 bytes"},
+     [](Text value, CameraSettings& s, Error error) {
+         return text(value, bootstrap::kUserDefinedNameSize, s.name, error);
+     }},
+    {{"serial", "serial number, up to 16 bytes"},
+     [](Text value, CameraSettings& s, Error error) {
+         return text(value, bootstrap::kSerialNumberSize, s.serial, error);
+     }},
+    {{"model", "model name, up to 32 bytes"},
+     [](Text value, CameraSettings& s, Error error) {
+         return text(value, bootstrap::kNameSize, s.model, error);
+     }},
+    {{"vendor", "manufacturer name, up to 32 bytes"},
+     [](Text value, CameraSettings& s, Error error) {
+         return text(value, bootstrap::kNameSize, s.vendor, error);
+     }},
+    {{"version", "device version, up to 32 bytes"},
+     [](Text value, CameraSettings& s, Error error) {
+         return text(value, bootstrap::kNameSize, s.version, error);
+     }},
+    {{"info", "manufacturer information, up to 48 bytes"},
+     [](Text value, CameraSettings& s, Error error) {
+         return text(value, bootstrap::kManufacturerInfoSize, s.info, error);
+     }},
+    {{"first-url", "First URL; {zip} and {xml} stand for the places of the description"},
+     [](Text value, CameraSettings& s, Error error) {
+         return text(value, bootstrap::kUrlSize, s.firstUrl, error);
+     }},
+    {{"second-url", "Second URL, likewise"},
+     [](Text value, CameraSettings& s, Error error) {
+         return text(value, bootstrap::kUrlSize, s.secondUrl, error);
+     }},
+    {{"description", "file with a description of one's own, XML or zip"},
+     [](Text value, CameraSettings& s, Error error) {
+         error = "is empty";
+         s.descriptionFile = value;
+         return !value.empty();
+     }},
+    {{"description-text", "the text of a description of one's own"},
+     [](Text value, CameraSettings& s, Error error) {
+         error = "is empty";
+         s.descriptionText = value;
+         return !value.empty();
+     }},
+    {{"registers", "'model': the camera's own; 'plain': memory without behaviour"},
+     [](Text value, CameraSettings& s, Error error) {
+         return choice(value, "model", false, "plain", true, s.plainMemory, error);
+     }},
+    {{"file-end", "'padded' to 8 bytes or 'exact'"},
+     [](Text value, CameraSettings& s, Error error) {
+         return choice(value, "padded", FileEnd::Padded, "exact", FileEnd::Exact, s.fileEnd, error);
+     }},
+    {{"latency", "milliseconds before each answer"},
+     [](Text value, CameraSettings& s, Error error) {
+         const auto ms = parseUnsigned(value, static_cast<std::uint64_t>(kMaxLatency.count()));
+         error = "is no number of milliseconds up to " + std::to_string(kMaxLatency.count());
+         s.latency = milliseconds(ms.value_or(0));
+         return ms.has_value();
+     }},
+    {{"faults", "faults from the start, separated by ';', such as 'delay=500 x3 readreg'"},
+     [](Text value, CameraSettings& s, Error error) { return faultList(value, s.faults, error); }},
+};
+
+std::vector<SettingFact> facts() {
+    std::vector<SettingFact> all;
+    std::ranges::transform(kRows, std::back_inserter(all), &Row::fact);
+    return all;
+}
+
+Mac nextMac() {
+    static std::atomic<Mac> next{kFirstMac};
+    return next++;
+}
+
+// 169.254.x.y from the MAC, y from 100 to 199: away from the ends of the range, which the standard reserves.
+std::uint32_t linkLocalIp(Mac mac) {
+    const auto third = static_cast<std::uint32_t>((mac >> 8) % 254 + 1);
+    const auto fourth = static_cast<std::uint32_t>(mac % 100 + 100);
+    return kLinkLocalNet | third << 8 | fourth;
+}
+
+void fillIn(CameraSettings& settings) {
+    settings.mac = settings.mac == 0 ? nextMac() : settings.mac;
+    if (settings.ip.address == 0) {
+        settings.ip.address = linkLocalIp(settings.mac);
+    }
+    if (settings.ip.mask == 0) {
+        settings.ip.mask = kLinkLocalMask;
+    }
+    if (settings.serial.empty()) {
+        settings.serial = macText(settings.mac);
+        std::erase(settings.serial, ':');
+    }
+}
+
+} // namespace
+
+const std::vector<SettingFact> kSettingFacts = facts();
+
+std::optional<CameraSettings> parseSettings(const ethernet::Settings& settings, std::string& error) {
+    CameraSettings parsed;
+    for (const auto& [key, value] : settings) {
+        const auto row = std::ranges::find_if(kRows, [&](const Row& r) { return r.fact.key == key; });
+        if (row == std::end(kRows)) {
+            error = "camera: unknown setting '" + key + "'";
+            return std::nullopt;
+        }
+        std::string reason;
+        if (!row->read(value, parsed, reason)) {
+            error = "camera: " + key + " '" + value.substr(0, 64) + "' " + reason;
+            return std::nullopt;
+        }
+    }
+    fillIn(parsed);
+    return parsed;
+}
+
+} // namespace simcam

@@ -1,0 +1,50 @@
+// What a camera in software is made from: the texts of a configuration file, read and checked.
+#pragma once
+
+#include "protocol/ethernet_endpoint.h"
+#include "simcam/Station.h"
+#include "simcam/faults.h"
+#include "simcam/limits.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace simcam {
+
+// Where a file in camera memory ends: at the next multiple of 8 bytes, as hosts like to read, or of 4, which
+// is the least that a device can offer.
+enum class FileEnd { Padded, Exact };
+
+struct CameraSettings {
+    Mac mac = 0;
+    IpConfiguration ip;
+    std::string name;
+    std::string serial;
+    std::string model = "SimCam 2M";
+    std::string vendor = "liomol";
+    std::string version = "1.0";
+    std::string info = "camera in software";
+    std::string firstUrl = "{zip}"; // {zip} and {xml} stand for the Local: URLs of the description
+    std::string secondUrl;          // empty: {xml} where there is one, else {zip}
+    std::string descriptionFile;    // XML or zip; empty: the built-in description
+    std::string descriptionText;
+    bool plainMemory = false; // no models: memory behind a description of one's own
+    FileEnd fileEnd = FileEnd::Padded;
+    milliseconds latency{0};
+    std::vector<Fault> faults;
+};
+
+struct SettingFact {
+    std::string_view key;
+    std::string_view help;
+};
+
+// Every key with what it takes. Keys that are left out get these values: a locally administered MAC of their
+// own for each camera of the process, a link-local IP and a serial number made from the MAC, and those above.
+extern const std::vector<SettingFact> kSettingFacts;
+
+// On a bad setting none, and `error` says in one line which and why.
+std::optional<CameraSettings> parseSettings(const ethernet::Settings& settings, std::string& error);
+
+} // namespace simcam

@@ -1,0 +1,184 @@
+#include "simcam/Station.h"
+
+#include "protocol/net.h"
+#include "simcam/limits.h"
+
+namespace simcam {
+
+namespace {
+
+constexpr std::uint8_t kVersion4 = 4;
+constexpr std::size_t kWord = 4; // unit of the IPv4 header length
+constexpr std::uint16_t kDontFragment = 0x4000;
+constexpr std::uint16_t kFragmentBits = 0x3FFF; // more fragments, and the offset
+constexpr std::uint8_t kTimeToLive = 64;
+constexpr std::uint16_t kHardwareEthernet = 1;
+constexpr std::uint16_t kNoChecksum = 0;
+
+// The ones' complement sum of RFC 1071 over big-endian words; an odd last byte counts as a high one.
+class InternetChecksum {
+public:
+    InternetChecksum& add(ByteView data) {
+        for (std::size_t i = 0; i < data.size(); ++i) {
+            m_sum += i % 2 == 0 ? static_cast<std::uint32_t>(data[i]) << 8 : data[i];
+        }
+        return *this;
+    }
+    InternetChecksum& addWord(std::uint32_t value) {
+        m_sum += (value >> 16) + (value & 0xFFFF);
+        return *this;
+    }
+    std::uint16_t value() const {
+        std::uint64_t sum = m_sum;
+        while (sum > 0xFFFF) {
+            sum = (sum >> 16) + (sum & 0xFFFF);
+        }
+        return static_cast<std::uint16_t>(~sum);
+    }
+
+private:
+    std::uint64_t m_sum = 0;
+};
+
+std::uint16_t udpChecksum(std::uint32_t from, std::uint32_t to, ByteView udp) {
+    InternetChecksum sum;
+    sum.addWord(from).addWord(to).addWord(net::kIpProtocolUdp);
+    return sum.addWord(static_cast<std::uint32_t>(udp.size())).add(udp).value();
+}
+
+Bytes padded(Writer& frame) {
+    if (frame.size() < net::kMinFrame) {
+        frame.zeros(net::kMinFrame - frame.size());
+    }
+    return frame.take();
+}
+
+} // namespace
+
+Received Station::receive(ByteView frame) {
+    Reader reader(frame);
+    const Mac to = reader.u48();
+    const Mac from = reader.u48();
+    const std::uint16_t type = reader.u16();
+    if (!reader.ok() || frame.size() > kMaxFrame || (to != m_mac && to != kBroadcastMac)) {
+        return {};
+    }
+    if (type == net::kEtherTypeArp) {
+        return receiveArp(reader);
+    }
+    Received received;
+    if (type == net::kEtherTypeIpv4) {
+        received.datagram = receiveIp(frame.subspan(net::kEthernetHeader), from, to == kBroadcastMac);
+    }
+    return received;
+}
+
+Received Station::receiveArp(Reader reader) {
+    const bool ethernet = reader.u16() == kHardwareEthernet;
+    const bool ipv4 = reader.u16() == net::kEtherTypeIpv4;
+    const bool sizes = reader.u8() == net::kMacSize && reader.u8() == net::kIpSize;
+    const std::uint16_t operation = reader.u16();
+    const Mac senderMac = reader.u48();
+    const std::uint32_t senderIp = reader.u32();
+    reader.skip(net::kMacSize);
+    const std::uint32_t targetIp = reader.u32();
+    Received received;
+    if (!reader.ok() || !ethernet || !ipv4 || !sizes || targetIp != m_ip.address) {
+        return received;
+    }
+    learn(senderIp, senderMac);
+    if (operation == net::kArpRequest) {
+        received.answer = arp(net::kArpReply, senderMac, senderIp);
+    }
+    return received;
+}
+
+std::optional<Datagram> Station::receiveIp(ByteView packet, Mac from, bool broadcastFrame) {
+    Reader ip(packet);
+    const std::uint8_t versionAndLength = ip.u8();
+    const std::size_t headerLength = (versionAndLength & 0x0Fu) * kWord;
+    ip.skip(1);
+    const std::size_t totalLength = ip.u16();
+    ip.skip(2);
+    const std::uint16_t fragment = ip.u16();
+    ip.skip(1);
+    const std::uint8_t protocol = ip.u8();
+    ip.skip(2);
+    Datagram datagram;
+    datagram.from.mac = from;
+    datagram.from.ip = ip.u32();
+    const std::uint32_t to = ip.u32();
+    const bool header = ip.ok() && versionAndLength >> 4 == kVersion4 && headerLength >= net::kIpHeader &&
+                        headerLength <= totalLength && totalLength <= packet.size();
+    if (!header || InternetChecksum().add(packet.first(headerLength)).value() != 0) {
+        return std::nullopt;
+    }
+    datagram.broadcast = to == kBroadcastIp || to == (m_ip.address | ~m_ip.mask);
+    const bool forUs = to == m_ip.address || (datagram.broadcast && broadcastFrame);
+    if (!forUs || protocol != net::kIpProtocolUdp || (fragment & kFragmentBits) != 0) {
+        return std::nullopt;
+    }
+
+    Reader udp(packet.subspan(headerLength, totalLength - headerLength));
+    const std::size_t available = udp.left();
+    datagram.from.port = udp.u16();
+    datagram.toPort = udp.u16();
+    const std::size_t length = udp.u16();
+    const std::uint16_t checksum = udp.u16();
+    if (!udp.ok() || length < net::kUdpHeader || length > available) {
+        return std::nullopt;
+    }
+    const ByteView whole = packet.subspan(headerLength, length);
+    if (checksum != kNoChecksum && udpChecksum(datagram.from.ip, to, whole) != 0) {
+        return std::nullopt;
+    }
+    datagram.payload = whole.subspan(net::kUdpHeader);
+    return datagram;
+}
+
+Bytes Station::datagram(const Peer& to, std::uint16_t fromPort, ByteView payload) const {
+    Writer udp;
+    udp.u16(fromPort).u16(to.port).u16(static_cast<std::uint16_t>(net::kUdpHeader + payload.size()));
+    const std::size_t checksumAt = udp.size();
+    udp.u16(kNoChecksum).bytes(payload);
+    const std::uint16_t checksum = udpChecksum(m_ip.address, to.ip, udp.view());
+    udp.patchU16(checksumAt, checksum == kNoChecksum ? 0xFFFF : checksum); // a sent 0 would mean "none"
+
+    Writer ip;
+    ip.u8(kVersion4 << 4 | net::kIpHeader / kWord).u8(0);
+    ip.u16(static_cast<std::uint16_t>(net::kIpHeader + udp.size())).u16(0).u16(kDontFragment);
+    ip.u8(kTimeToLive).u8(net::kIpProtocolUdp);
+    const std::size_t ipChecksumAt = ip.size();
+    ip.u16(0).u32(m_ip.address).u32(to.ip);
+    ip.patchU16(ipChecksumAt, InternetChecksum().add(ip.view()).value());
+
+    Writer frame;
+    frame.u48(to.mac).u48(m_mac).u16(net::kEtherTypeIpv4).bytes(ip.view()).bytes(udp.view());
+    return padded(frame);
+}
+
+Bytes Station::arp(std::uint16_t operation, Mac targetMac, std::uint32_t targetIp) const {
+    Writer frame;
+    frame.u48(operation == net::kArpRequest ? kBroadcastMac : targetMac).u48(m_mac).u16(net::kEtherTypeArp);
+    frame.u16(kHardwareEthernet).u16(net::kEtherTypeIpv4).u8(net::kMacSize).u8(net::kIpSize).u16(operation);
+    frame.u48(m_mac).u32(m_ip.address).u48(targetMac).u32(targetIp);
+    return padded(frame);
+}
+
+Bytes Station::arpRequest(std::uint32_t ip) const {
+    return arp(net::kArpRequest, 0, ip);
+}
+
+std::optional<Mac> Station::neighbour(std::uint32_t ip) const {
+    const auto found = m_neighbours.find(ip);
+    return found == m_neighbours.end() ? std::nullopt : std::optional(found->second);
+}
+
+void Station::learn(std::uint32_t ip, Mac mac) {
+    const bool isAddress = ip != 0 && (mac >> 40 & 1) == 0; // neither a probe nor a group's
+    if (isAddress && (m_neighbours.size() < kArpEntries || m_neighbours.contains(ip))) {
+        m_neighbours[ip] = mac;
+    }
+}
+
+} // namespace simcam

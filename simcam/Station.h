@@ -1,0 +1,79 @@
+// One station on an Ethernet: the part of the camera that knows ARP (RFC 826), IPv4 (RFC 791) and UDP (RFC
+// 768). A value machine without I/O: it is handed the frames that arrive and builds those to send. One thread
+// at a time.
+#pragma once
+
+#include "simcam/bytes.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+
+namespace simcam {
+
+using Mac = std::uint64_t; // the low 48 bits, first byte of the address most significant
+inline constexpr Mac kBroadcastMac = 0xFFFFFFFFFFFF;
+inline constexpr std::uint32_t kBroadcastIp = 0xFFFFFFFF;
+
+// The other end of a datagram.
+struct Peer {
+    Mac mac = 0;
+    std::uint32_t ip = 0;
+    std::uint16_t port = 0;
+
+    bool sameApplication(const Peer& other) const { return ip == other.ip && port == other.port; }
+};
+
+struct IpConfiguration {
+    std::uint32_t address = 0;
+    std::uint32_t mask = 0;
+    std::uint32_t gateway = 0;
+
+    bool inSubnet(std::uint32_t ip) const { return ((ip ^ address) & mask) == 0; }
+};
+
+// A datagram to this station. The payload lies in the frame that it came in.
+struct Datagram {
+    Peer from;
+    std::uint16_t toPort = 0;
+    bool broadcast = false;
+    ByteView payload;
+};
+
+// What a received frame turned out to be: a datagram for this station, or something that wants this frame as
+// its answer, or neither.
+struct Received {
+    std::optional<Datagram> datagram;
+    Bytes answer;
+};
+
+class Station {
+public:
+    Station(Mac mac, const IpConfiguration& ip) : m_mac(mac), m_ip(ip) {}
+
+    Mac mac() const { return m_mac; }
+    const IpConfiguration& ip() const { return m_ip; }
+    void setIp(const IpConfiguration& ip) { m_ip = ip; }
+
+    // Takes one frame. Whatever is damaged, cut short, fragmented or meant for others gives neither of both.
+    Received receive(ByteView frame);
+
+    // A UDP frame with both checksums, padded to the Ethernet minimum.
+    Bytes datagram(const Peer& to, std::uint16_t fromPort, ByteView payload) const;
+    // A request for the MAC address of `ip`.
+    Bytes arpRequest(std::uint32_t ip) const;
+    // The MAC address that `ip` was last seen with.
+    std::optional<Mac> neighbour(std::uint32_t ip) const;
+
+private:
+    Received receiveArp(Reader frame);
+    std::optional<Datagram> receiveIp(ByteView packet, Mac from, bool broadcastFrame);
+    Bytes arp(std::uint16_t operation, Mac targetMac, std::uint32_t targetIp) const;
+    void learn(std::uint32_t ip, Mac mac);
+
+    Mac m_mac;
+    IpConfiguration m_ip;
+    std::map<std::uint32_t, Mac> m_neighbours;
+};
+
+} // namespace simcam

@@ -1,0 +1,50 @@
+// Every limit of the camera in software: its value and why it is what it is.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+namespace simcam {
+
+using Clock = std::chrono::steady_clock;
+using Time = Clock::time_point;
+using std::chrono::milliseconds;
+
+// Frames that wait for the camera's thread; a host that sends more than this ahead floods, and loses frames.
+inline constexpr std::size_t kInboxFrames = 256;
+
+// Frames that wait for their time to be sent; a delay as a fault must not make memory grow without bound.
+inline constexpr std::size_t kOutboxFrames = 1024;
+
+// An Ethernet frame without its frame check sequence, VLAN tag included: longer ones are no frames.
+inline constexpr std::size_t kMaxFrame = 9018;
+
+// Neighbours whose MAC addresses are remembered; a camera talks to a handful.
+inline constexpr std::size_t kArpEntries = 64;
+
+// Applications whose last acknowledgement is remembered for their retransmissions.
+inline constexpr std::size_t kRememberedSources = 16;
+
+// How long a repeated request id counts as a retransmission. Hosts give up on a command within seconds; an
+// application that starts anew counts its ids from the same number again and must get fresh answers.
+inline constexpr milliseconds kRetransmissionWindow{5000};
+
+// Bounds of the heartbeat time-out register. The lower one is the standard's.
+inline constexpr milliseconds kMinHeartbeat{500};
+inline constexpr milliseconds kDefaultHeartbeat{3000};
+
+// Copies of one answer that a duplicating fault may ask for.
+inline constexpr std::size_t kMaxDuplicates = 100;
+
+// Commands that the event log keeps; the oldest go first.
+inline constexpr std::size_t kEventLogEntries = 4096;
+
+// Settings that a person may get wrong by a slip.
+inline constexpr milliseconds kMaxLatency{60000};
+inline constexpr std::size_t kMaxDescription = 64u << 20;
+
+// Plain memory behind a description of one's own, in pages that exist once written.
+inline constexpr std::size_t kPlainPage = 4096;
+inline constexpr std::size_t kMaxPlainPages = 4096;
+
+} // namespace simcam
