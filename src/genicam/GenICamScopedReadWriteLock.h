@@ -26,7 +26,7 @@ public:
 
 private:
     ImplGenICamCamera* m_camera;
-    const DeviceLockScope* m_outer = nullptr; // the scope of another device that this thread holds
+    DeviceLockScope* m_outer = nullptr; // the scope of another device that this thread holds
     bool m_owns = false;
     bool m_nested = false;
 };

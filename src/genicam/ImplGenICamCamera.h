@@ -2,6 +2,7 @@
 // the camera, and runs the threads that build the tree, poll commands and report changes.
 #pragma once
 
+#include "genicam/ChangeQueue.h"
 #include "genicam/GenICamCamera.h"
 #include "genicam/InvalidationWalk.h"
 #include "genicam/NodeRegistry.h"
@@ -15,7 +16,6 @@
 
 namespace tavo {
 
-class GenICamTreeBuilder;
 class HelperThread;
 
 // A longer description is refused.
@@ -138,16 +138,21 @@ Q_SIGNALS:
     void signal_StateChanged(ImplGenICamCamera* camera, ImplGenICamCamera::CameraState state);
 
 private:
+    bool isTreeVisible() const;
+    void startRetrieving(const std::string& fileName, std::unique_ptr<char[]> text);
+    bool buildTree(const std::string& fileName, std::unique_ptr<char[]> text);
+    void forgetTree();
+
     mutable QReadWriteLock m_lock;
     AccessContext m_access; // guarded by m_lock
     std::atomic<bool> m_checking{false};
     std::atomic<CameraState> m_state{NotConnected};
     NodeRegistry m_nodes;
+    ChangeQueue m_changes;
     DeviceHeader m_header;
     std::string m_description;
-    std::unique_ptr<GenICamTreeBuilder> m_root;
     std::unique_ptr<HelperThread> m_retrieving;
-    mutable std::mutex m_registryLock; // guards the ports and the connections
+    mutable std::mutex m_registryLock; // guards the description, the ports and the connections
     std::map<std::string, GenICamPortInterface*, std::less<>> m_ports;
     std::vector<CameraConnection> m_connections{CameraConnection{}};
     CameraConnection m_connection;

@@ -6,12 +6,12 @@
 #include "genicam/node_kinds.h"
 
 #include <atomic>
+#include <optional>
 #include <vector>
 
 namespace tavo {
 
 class ImplGenICamCamera;
-class ImplGenICamRegister;
 
 class LIOMOL_API ImplGenICamNodeInterface : public virtual GenICamNodeInterface {};
 
@@ -37,7 +37,10 @@ public:
     const std::string& getEventID() const override { return m_eventId; }
     std::string getValueAsString() override { return m_name; }
     GenICamTypes::GenICamVisibilityType getVisibility() const override { return m_visibility; }
+    // GicIllegalNodeException when pValue leads in a circle.
     AccessMode getAccessMode() const final;
+    // False also for a node whose access mode cannot be told.
+    bool isWriteOnly() const;
     AccessMode getImposedAccessMode() const { return m_imposedAccessMode; }
     bool isStreamable() const override { return m_streamable == GenICamTypes::GenICamYesNoType::Yes; }
     bool hasAliasNode() const override { return m_alias != nullptr; }
@@ -89,11 +92,10 @@ public:
 
     // Changes
     // Whether the value may change by itself. Computed once; takes the device's lock.
-    virtual bool isVolatile();
+    bool isVolatile();
     // Drops what this node has cached, and spreads to the nodes that read from it.
     void invalidateReverseDependencies();
     // The same, once until the mark is cleared, and queues the node (and all nodes reached) for its signals.
-    // The caller holds the device's lock.
     void invalidateRegistersAndTriggerSignals();
     // Queues the node for its signals, whether they differ or not, without touching caches.
     void triggerUpdate();
@@ -118,16 +120,28 @@ protected:
     // The rule of value nodes: the imposed mode, else that of pValue, else RW.
     AccessRule valueAccessRule(const NumberReference& pValue) const;
 
+    enum class Volatility : unsigned char { Unknown, Volatile, Steady };
+    // For kinds that know it by themselves; the others are volatile exactly when one of their dependencies
+    // is.
+    virtual Volatility ownVolatility() const { return Volatility::Unknown; }
+
     // Forgets what the node holds of the device's content.
     virtual void dropContent() {}
     // Nodes that are invalidated with this one although they do not read from it.
     virtual const std::vector<ImplGenICamNode*>& invalidatedNodes() const;
 
 private:
+    friend class ChangeQueue;
     friend class InvalidationWalk;
-    enum class Volatility : unsigned char { Unknown, Volatile, Steady };
+    enum class PendingNotice : unsigned char { None, Plain, Forced };
 
-    bool readState(const NumberReference& decider, std::atomic<bool>* cache);
+    static bool readState(const NumberReference& decider, std::atomic<bool>& cache);
+    Volatility volatility() const {
+        const Volatility own = ownVolatility();
+        return own != Volatility::Unknown ? own : m_volatility;
+    }
+    std::optional<AccessMode> findAccessMode() const;
+    bool isVolatileNow();
     bool walkVolatility();
 
     ImplGenICamCamera* m_camera = nullptr;
@@ -148,7 +162,8 @@ private:
     AccessMode m_imposedAccessMode = AccessMode::NotGiven;
     GenICamTypes::GenICamYesNoType m_streamable = GenICamTypes::GenICamYesNoType::NotGiven;
     Volatility m_volatility = Volatility::Unknown;
-    bool m_triggered = false; // invalidated, and its notice not settled yet
+    bool m_triggered = false;                     // invalidated, and its notice not settled yet
+    PendingNotice m_notice = PendingNotice::None; // guarded by the device's change queue
     std::atomic<bool> m_implementedCache{true};
     std::atomic<bool> m_availableCache{true};
 };

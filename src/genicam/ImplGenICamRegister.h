@@ -37,7 +37,6 @@ public:
     std::int64_t getLength() override;
     GenICamPortInterface* getPort() const override { return m_port; }
     std::string getValueAsString() override;
-    bool isVolatile() override { return m_cacheMode == CacheMode::NoCache; }
 
     // Properties. A cache mode that is not given is WriteThrough.
     void setAccessMode(AccessMode mode) { m_accessMode = mode; }
@@ -81,6 +80,9 @@ protected:
     std::int64_t currentLength() const;
 
     AccessRule accessRule() const override { return {m_accessMode, nullptr}; }
+    Volatility ownVolatility() const override {
+        return m_cacheMode == CacheMode::NoCache ? Volatility::Volatile : Volatility::Steady;
+    }
     void dropContent() override;
     const std::vector<ImplGenICamNode*>& invalidatedNodes() const override { return m_invalidated; }
 
@@ -97,7 +99,7 @@ private:
     std::int64_t m_length = 0;
     std::int64_t m_lastReadAddress = 0;
     std::int64_t m_pollingTime = 0;
-    Clock::time_point m_nextReadTime{}; // of NoCache registers; never in the future before the first read
+    Clock::time_point m_nextReadTime = Clock::time_point::min(); // of NoCache registers
     NumberReference m_pLength;
     std::vector<AddressNodeElement> m_addressElements;
     std::vector<ImplGenICamNode*> m_invalidated; // ascending addresses
@@ -131,6 +133,7 @@ public:
     void writeInteger(std::int64_t value) override;
 
 protected:
+    bool isBigEndian() const { return m_endianess == Endianess::BigEndian; }
     // The number of bits that hold the value; -40008 when they are not 1 to 64.
     virtual std::int64_t valueBits();
 
@@ -163,10 +166,10 @@ protected:
 private:
     struct Field {
         unsigned lsb;
-        unsigned bits;
+        unsigned bits; // 1 to 64
     };
-    Field field();
-    std::int64_t bitPlace(std::int64_t stored) const;
+    Field field(std::int64_t length) const;
+    std::int64_t bitPlace(std::int64_t stored, std::int64_t length) const;
 
     std::int64_t m_lsb = -1;
     std::int64_t m_msb = -1;
@@ -189,8 +192,6 @@ public:
     void writeFloat(double value) override;
 
 private:
-    bool isSingle();
-
     Endianess m_endianess = Endianess::NotGiven;
 };
 

@@ -7,7 +7,6 @@
 #include <chrono>
 #include <limits>
 #include <string_view>
-#include <unordered_map>
 
 namespace tavo {
 
@@ -126,7 +125,7 @@ private:
     std::int64_t m_value = 0;
     std::int64_t m_commandValue = 0;
     std::int64_t m_pollingTime = 0;
-    std::chrono::steady_clock::time_point m_nextCheckTime{};
+    std::chrono::steady_clock::time_point m_nextCheckTime = std::chrono::steady_clock::time_point::min();
     NumberReference m_pValue;
     NumberReference m_pCommandValue;
 };
@@ -173,13 +172,12 @@ protected:
 
 private:
     GenICamEnumEntry& currentEntry();
-    void writeEntry(GenICamEnumEntry* entry);
+    void writeEntry(const GenICamEnumEntry* entry);
 
     std::int64_t m_value = 0;
     NumberReference m_pValue;
     std::vector<GenICamEnumEntry*> m_entries;
-    std::unordered_map<std::int64_t, GenICamEnumEntry*> m_byValue;
-    std::unordered_map<std::string_view, GenICamEnumEntry*> m_bySymbol; // views of the entries' symbols
+    std::vector<std::int64_t> m_values; // of the entries, in their order
 };
 
 class LIOMOL_API ImplGenICamCategory : public ImplGenICamCategoryInterface, public virtual GenICamCategory {

@@ -1,8 +1,7 @@
-// What a device keeps for the one access that holds its lock.
+// How changes spread from node to node, and what a device keeps for the one access that holds its lock.
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <vector>
 
 namespace tavo {
@@ -18,12 +17,13 @@ inline constexpr unsigned kFormulaDepth = 16;
 inline constexpr unsigned kMaxFormulaEvaluations = 1000000;
 
 // Spreads an invalidation along the graph, without recursion: a node is marked, its dependants and then the
-// nodes that it invalidates are visited in order, and at last its notice is queued.
+// nodes that it invalidates are visited in order, and at last its notice is queued. Each node is visited once
+// until its mark is cleared, so that cycles end and a walk takes time in proportion to what it reaches.
 class InvalidationWalk {
 public:
     // Visits `node` unless it is marked already.
     void visit(ImplGenICamNode& node);
-    // Visits what `node` spreads to, not the node itself.
+    // Drops the content of `node` and visits what it spreads to, whether it is marked or not.
     void spread(ImplGenICamNode& node);
 
     // The nodes that were marked since the lock was taken.
@@ -33,13 +33,14 @@ private:
     struct Frame {
         ImplGenICamNode* node;
         std::size_t next; // index into its dependants followed by its invalidated nodes
-        bool spreads;     // whether its dependants are visited
+        bool spreads;     // whether its dependants are visited: a volatile node's are not
+        bool notifies;
     };
     void enter(ImplGenICamNode& node);
+    static ImplGenICamNode* nextOf(Frame& frame);
     void run();
-    void notify(ImplGenICamNode& node);
 
-    std::vector<Frame> m_path; // kept for its memory
+    std::vector<Frame> m_path; // empty between walks; kept for its memory
     std::vector<ImplGenICamNode*> m_marked;
 };
 

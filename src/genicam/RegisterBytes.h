@@ -22,7 +22,7 @@ public:
 
     // The bytes as an unsigned number: its lowest 64 bits when there are more than 8 bytes.
     std::uint64_t number(bool bigEndian) const;
-    // The reverse: bytes beyond the number become 0.
+    // The reverse; bytes beyond the lowest 64 bits stay as they are.
     void setNumber(std::uint64_t value, bool bigEndian);
 
 private:

@@ -31,7 +31,7 @@ private:
         NumberReference node;
         Kind kind;
     };
-    const Variable* find(std::string_view name) const;
+    const Variable& find(const std::string& name, Kind kind);
 
     std::vector<Variable> m_variables; // a slot is an index
 };
@@ -89,7 +89,7 @@ public:
     // The node below; binds TO.
     void setPValue(GenICamNode* node);
     // The private node that carries the value being set; binds FROM. It belongs to the device like any other.
-    void setFromNode(ImplGenICamNode* node);
+    void setFromNode(GenICamNode* node);
     MathParser& formulaTo() { return m_formulaTo; }
     MathParser& formulaFrom() { return m_formulaFrom; }
     void setFormulaToText(std::string text) { m_formulaToText = std::move(text); }

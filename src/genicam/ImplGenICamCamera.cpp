@@ -1,0 +1,232 @@
+#include "genicam/ImplGenICamCamera.h"
+
+#include "genicam/GenICamScopedReadWriteLock.h"
+#include "genicam/HelperThread.h"
+#include "genicam/RegisterBytes.h"
+#include "util/exceptions.h"
+#include "util/qt_locks.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iostream>
+
+namespace tavo {
+namespace {
+
+constexpr char kDevicePort[] = "Device";
+
+// GigE Vision bootstrap register "Heartbeat Timeout", in milliseconds.
+constexpr long long kHeartbeatTimeoutAddress = 0x938;
+constexpr std::uint32_t kHeartbeatTimeoutMs = 8000;
+
+} // namespace
+
+ImplGenICamCamera::ImplGenICamCamera() {
+    qRegisterMetaType<tavo::ImplGenICamCamera*>("ImplGenICamCamera*");
+    qRegisterMetaType<tavo::ImplGenICamCamera::CameraState>("ImplGenICamCamera::CameraState");
+}
+
+ImplGenICamCamera::~ImplGenICamCamera() {
+    stopAsyncMethods();
+}
+
+void ImplGenICamCamera::deleteLater() {
+    stopAsyncMethods();
+    if (GenICamPortInterface* const port = getPort(kDevicePort)) {
+        port->setConnection(-1, -1, 0);
+    }
+    QObject::deleteLater();
+}
+
+void ImplGenICamCamera::setState(CameraState state) {
+    m_state.store(state, std::memory_order_release);
+    Q_EMIT signal_StateChanged(this, state);
+}
+
+// ---- Description -----------------------------------------------------------------------------------------
+
+std::size_t ImplGenICamCamera::getXmlDataSize() const {
+    const std::lock_guard lock(m_registryLock);
+    return m_description.size() + 1;
+}
+
+void ImplGenICamCamera::copyXmlData(char* buffer) const {
+    const std::lock_guard lock(m_registryLock);
+    std::memcpy(buffer, m_description.c_str(), m_description.size() + 1);
+}
+
+// ---- Nodes -----------------------------------------------------------------------------------------------
+
+ImplGenICamNode& ImplGenICamCamera::adoptNode(std::unique_ptr<ImplGenICamNode> node) {
+    node->setCamera(this);
+    return m_nodes.own(std::move(node));
+}
+
+// While the tree is built it belongs to the retrieving thread alone.
+bool ImplGenICamCamera::isTreeVisible() const {
+    return getState() != Retrieving || QThread::currentThread() == m_retrieving.get();
+}
+
+GenICamNode* ImplGenICamCamera::getNodeByName(std::string_view name) const {
+    return isTreeVisible() ? m_nodes.find(name) : nullptr;
+}
+
+std::vector<GenICamNode*> ImplGenICamCamera::getNodes() const {
+    std::vector<GenICamNode*> nodes;
+    if (isTreeVisible()) {
+        nodes.reserve(m_nodes.byName().size());
+        for (const auto& [name, node] : m_nodes.byName()) {
+            nodes.push_back(node);
+        }
+    }
+    return nodes;
+}
+
+std::vector<ImplGenICamNode*> ImplGenICamCamera::getCommandNodes() const {
+    std::vector<ImplGenICamNode*> commands;
+    for (const auto& [name, node] : m_nodes.byName()) {
+        if (node->getNodeType() == GenICamTypes::Command) {
+            commands.push_back(node);
+        }
+    }
+    return commands;
+}
+
+// Also drops what nodes hold that are marked already, which the walk passes by, and what write-only nodes
+// hold, which have nothing to report.
+void ImplGenICamCamera::invalidateAllNodes() {
+    if (!isTreeVisible()) {
+        return;
+    }
+    const DeviceLockScope scope(this);
+    for (const auto& node : m_nodes.all()) {
+        node->invalidateReverseDependencies();
+        if (!node->isWriteOnly()) {
+            node->invalidateRegistersAndTriggerSignals();
+        }
+    }
+}
+
+void ImplGenICamCamera::dumpNodeValues() {
+    for (GenICamNode* const node : getNodes()) {
+        std::string value;
+        try {
+            value = node->getValueAsString();
+        } catch (const std::exception& failure) {
+            value = std::string("exception: ") + failure.what();
+        }
+        std::cout << node->getName() << " = " << value << '\n';
+    }
+    std::cout.flush();
+}
+
+// ---- Ports -----------------------------------------------------------------------------------------------
+
+void ImplGenICamCamera::setPort(GenICamPortInterface* port, const std::string& name) {
+    const std::lock_guard lock(m_registryLock);
+    if (port != nullptr) {
+        m_ports[name] = port;
+    } else {
+        m_ports.erase(name);
+    }
+}
+
+GenICamPortInterface* ImplGenICamCamera::getPort(const std::string& name) const {
+    const std::lock_guard lock(m_registryLock);
+    const auto port = m_ports.find(name);
+    return port != m_ports.end() ? port->second : nullptr;
+}
+
+void ImplGenICamCamera::sendHeartbeat() {
+    if (GenICamPortInterface* const port = getPort(kDevicePort)) {
+        RegisterBytes timeout;
+        timeout.reset(sizeof(kHeartbeatTimeoutMs));
+        timeout.setNumber(kHeartbeatTimeoutMs, true); // bootstrap registers are big-endian
+        port->write(timeout.data(), kHeartbeatTimeoutAddress, static_cast<long long>(timeout.size()));
+    }
+}
+
+// ---- Connections -----------------------------------------------------------------------------------------
+
+void ImplGenICamCamera::addCameraConnection(int board, int port) {
+    const std::lock_guard lock(m_registryLock);
+    m_connections.push_back({board, port});
+}
+
+std::vector<CameraConnection> ImplGenICamCamera::getConnectionList() const {
+    const std::lock_guard lock(m_registryLock);
+    return m_connections;
+}
+
+CameraConnection ImplGenICamCamera::getCurrentCameraConnection() const {
+    const std::lock_guard lock(m_registryLock);
+    return m_connection;
+}
+
+bool ImplGenICamCamera::isConnected() const {
+    return getCurrentCameraConnection().board != -1;
+}
+
+bool ImplGenICamCamera::getConnectionChangeStatus() const {
+    const std::lock_guard lock(m_registryLock);
+    return m_connectionChanged;
+}
+
+void ImplGenICamCamera::setConnection(CameraConnection connection, unsigned ip) {
+    const std::vector<CameraConnection> known = getConnectionList();
+    GenICamPortInterface* const port = getPort(kDevicePort);
+    if (port == nullptr || std::find(known.begin(), known.end(), connection) == known.end()) {
+        throw GicConnectionException();
+    }
+    const DeviceLockScope scope(this); // no access is under way while the camera moves
+    port->setConnection(connection.board, connection.port, ip);
+    {
+        const std::lock_guard lock(m_registryLock);
+        m_connectionChanged = !(m_connection == connection);
+        m_connection = connection;
+    }
+    invalidateAllNodes();
+}
+
+// ---- Lock ------------------------------------------------------------------------------------------------
+
+bool ImplGenICamCamera::lock(unsigned timeoutMs) {
+    return util::lockForWrite(m_lock, timeoutMs);
+}
+
+// Marks keep a node from being invalidated, and its content from being used, until its signals were
+// delivered. Where nobody will deliver them the marks end with the access that set them.
+void ImplGenICamCamera::unlock() {
+    for (ImplGenICamNode* const node : m_access.invalidation.marked()) {
+        node->resetTriggerFlag();
+    }
+    m_access.invalidation.marked().clear();
+    m_access.formulaEvaluations = 0;
+    util::unlock(m_lock);
+}
+
+void ImplGenICamCamera::notifyNodeHasBeenInvalidated(ImplGenICamNode* node, bool trigger) {
+    if (!node->isWriteOnly()) {
+        m_changes.add(*node, trigger);
+    }
+}
+
+// ---- Threads ---------------------------------------------------------------------------------------------
+
+void ImplGenICamCamera::stopAsyncMethods() {
+    if (m_retrieving) {
+        m_retrieving->requestCancel();
+        m_retrieving->join();
+        m_retrieving.reset();
+    }
+}
+
+int ImplGenICamCamera::waitForConnection() const {
+    constexpr unsigned long pollingMs = 20;
+    while (getState() == Retrieving) {
+        QThread::msleep(pollingMs);
+    }
+    return getState() == Connected ? 1 : 0;
+}
+
+} // namespace tavo

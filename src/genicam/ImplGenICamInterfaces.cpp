@@ -1,0 +1,101 @@
+#include "genicam/ImplGenICamInterfaces.h"
+
+#include "genicam/GenICamScopedReadWriteLock.h"
+#include "genicam/numbers.h"
+
+namespace tavo {
+
+using Guard = GenICamScopedReadWriteLock;
+
+// ---- Integer ---------------------------------------------------------------------------------------------
+
+std::int64_t ImplGenICamIntegerInterface::getValue() {
+    const Guard guard(this, Guard::ReadLock);
+    return readInteger();
+}
+
+void ImplGenICamIntegerInterface::setValue(std::int64_t value) {
+    const Guard guard(this, Guard::WriteLock);
+    writeInteger(value);
+}
+
+// Decimal whatever the representation says.
+std::string ImplGenICamIntegerInterface::getValueAsString() {
+    return std::to_string(getValue());
+}
+
+double ImplGenICamIntegerInterface::readFloat() {
+    return static_cast<double>(readInteger());
+}
+
+void ImplGenICamIntegerInterface::writeFloat(double value) {
+    writeInteger(numbers::checkedInteger(value));
+}
+
+// ---- Float -----------------------------------------------------------------------------------------------
+
+double ImplGenICamFloatInterface::getValue() {
+    const Guard guard(this, Guard::ReadLock);
+    return readFloat();
+}
+
+void ImplGenICamFloatInterface::setValue(double value) {
+    const Guard guard(this, Guard::WriteLock);
+    writeFloat(value);
+}
+
+std::string ImplGenICamFloatInterface::getValueAsString() {
+    return numbers::text(getValue());
+}
+
+std::int64_t ImplGenICamFloatInterface::readInteger() {
+    return numbers::clampedInteger(readFloat());
+}
+
+void ImplGenICamFloatInterface::writeInteger(std::int64_t value) {
+    writeFloat(static_cast<double>(value));
+}
+
+// ---- Boolean ---------------------------------------------------------------------------------------------
+
+bool ImplGenICamBooleanInterface::getValue() {
+    const Guard guard(this, Guard::ReadLock);
+    return readInteger() != 0;
+}
+
+void ImplGenICamBooleanInterface::setValue(bool value) {
+    const Guard guard(this, Guard::WriteLock);
+    writeInteger(value ? 1 : 0);
+}
+
+std::string ImplGenICamBooleanInterface::getValueAsString() {
+    return getValue() ? "true" : "false";
+}
+
+double ImplGenICamBooleanInterface::readFloat() {
+    return static_cast<double>(readInteger());
+}
+
+void ImplGenICamBooleanInterface::writeFloat(double value) {
+    writeInteger(value != 0 ? 1 : 0);
+}
+
+// ---- Enumeration -----------------------------------------------------------------------------------------
+
+double ImplGenICamEnumerationInterface::readFloat() {
+    return static_cast<double>(readInteger());
+}
+
+void ImplGenICamEnumerationInterface::writeFloat(double value) {
+    writeInteger(numbers::checkedInteger(value));
+}
+
+// ---- Selector --------------------------------------------------------------------------------------------
+
+void ImplGenICamSelectorInterface::addSelected(GenICamNode* node) {
+    if (node != nullptr) {
+        m_selectedFeatures.push_back(node);
+    }
+}
+
+} // namespace tavo

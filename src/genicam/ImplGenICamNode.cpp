@@ -1,0 +1,211 @@
+#include "genicam/ImplGenICamNode.h"
+
+#include "genicam/GenICamScopedReadWriteLock.h"
+#include "genicam/ImplGenICamCamera.h"
+#include "genicam/sorted_nodes.h"
+#include "util/exceptions.h"
+
+namespace tavo {
+
+ImplGenICamNode::ImplGenICamNode() = default;
+ImplGenICamNode::~ImplGenICamNode() = default;
+
+// ---- Access ----------------------------------------------------------------------------------------------
+
+ImplGenICamNode::AccessRule ImplGenICamNode::valueAccessRule(const NumberReference& pValue) const {
+    if (m_imposedAccessMode != AccessMode::NotGiven) {
+        return {m_imposedAccessMode, nullptr};
+    }
+    if (pValue) {
+        return {AccessMode::NotGiven, pValue.node()};
+    }
+    return {AccessMode::RW, nullptr};
+}
+
+// Follows pValue in a loop, so that neither a long chain nor a cycle costs the stack.
+std::optional<ImplGenICamNode::AccessMode> ImplGenICamNode::findAccessMode() const {
+    const ImplGenICamNode* node = this;
+    for (unsigned hops = 0; hops < kMaxReferenceDepth; ++hops) {
+        const AccessRule rule = node->accessRule();
+        if (rule.below == nullptr) {
+            return rule.mode;
+        }
+        node = rule.below;
+    }
+    return std::nullopt;
+}
+
+ImplGenICamNode::AccessMode ImplGenICamNode::getAccessMode() const {
+    const std::optional<AccessMode> mode = findAccessMode();
+    if (!mode) {
+        throw GicIllegalNodeException();
+    }
+    return *mode;
+}
+
+bool ImplGenICamNode::isWriteOnly() const {
+    return findAccessMode() == AccessMode::WO;
+}
+
+bool ImplGenICamNode::readState(const NumberReference& decider, std::atomic<bool>& cache) {
+    const bool state = !decider || decider.getFloat() != 0;
+    cache.store(state, std::memory_order_relaxed);
+    return state;
+}
+
+bool ImplGenICamNode::isImplemented() {
+    return readState(m_pIsImplemented, m_implementedCache);
+}
+
+bool ImplGenICamNode::isAvailable() {
+    return readState(m_pIsAvailable, m_availableCache);
+}
+
+bool ImplGenICamNode::isLocked() {
+    return m_pIsLocked && m_pIsLocked.getFloat() != 0;
+}
+
+// A locked node can be read.
+void ImplGenICamNode::checkReadability() {
+    if (m_camera == nullptr || !m_camera->isCheckingEnabled()) {
+        return;
+    }
+    if (!isImplemented()) {
+        throw GicNotImplementedException();
+    }
+    if (!isAvailable()) {
+        throw GicNotAvailableException();
+    }
+    if (getAccessMode() == AccessMode::WO || m_imposedAccessMode == AccessMode::WO) {
+        throw GicNotReadableException();
+    }
+}
+
+void ImplGenICamNode::checkWritability() {
+    if (m_camera == nullptr || !m_camera->isCheckingEnabled()) {
+        return;
+    }
+    if (!isImplemented()) {
+        throw GicNotImplementedException();
+    }
+    if (!isAvailable()) {
+        throw GicNotAvailableException();
+    }
+    if (isLocked()) {
+        throw GicLockedException();
+    }
+    if (getAccessMode() == AccessMode::RO || m_imposedAccessMode == AccessMode::RO) {
+        throw GicNotWritableException();
+    }
+}
+
+bool ImplGenICamNode::acquireReadLock(ImplGenICamNode* node, unsigned timeoutMs) {
+    return acquireWriteLock(node, timeoutMs);
+}
+
+bool ImplGenICamNode::acquireWriteLock(ImplGenICamNode* node, unsigned timeoutMs) {
+    return node->m_camera == nullptr || node->m_camera->lock(timeoutMs);
+}
+
+void ImplGenICamNode::releaseReadLock(ImplGenICamNode* node) {
+    releaseWriteLock(node);
+}
+
+void ImplGenICamNode::releaseWriteLock(ImplGenICamNode* node) {
+    if (node->m_camera != nullptr) {
+        node->m_camera->unlock();
+    }
+}
+
+// ---- Numbers ---------------------------------------------------------------------------------------------
+
+std::int64_t ImplGenICamNode::readInteger() {
+    throw GicIllegalNodeException();
+}
+
+double ImplGenICamNode::readFloat() {
+    throw GicIllegalNodeException();
+}
+
+void ImplGenICamNode::writeInteger(std::int64_t) {
+    throw GicIllegalNodeException();
+}
+
+void ImplGenICamNode::writeFloat(double) {
+    throw GicIllegalNodeException();
+}
+
+// ---- Changes ---------------------------------------------------------------------------------------------
+
+void ImplGenICamNode::addDependency(ImplGenICamNode& dependency) {
+    if (&dependency != this) {
+        insertSorted(m_dependencies, &dependency);
+        insertSorted(dependency.m_reverseDependencies, this);
+    }
+}
+
+bool ImplGenICamNode::isVolatile() {
+    const DeviceLockScope scope(m_camera);
+    return isVolatileNow();
+}
+
+bool ImplGenICamNode::isVolatileNow() {
+    const Volatility known = volatility();
+    return known == Volatility::Unknown ? walkVolatility() : known == Volatility::Volatile;
+}
+
+// Depth first through the dependencies, without recursion. A node that is met again on the way counts as
+// steady, which ends cycles; one volatile node makes all on the way to it volatile.
+bool ImplGenICamNode::walkVolatility() {
+    struct Step {
+        ImplGenICamNode* node;
+        std::size_t next;
+    };
+    std::vector<Step> path{{this, 0}};
+    m_volatility = Volatility::Steady;
+    while (!path.empty()) {
+        Step& step = path.back();
+        if (step.next == step.node->m_dependencies.size()) {
+            path.pop_back();
+            continue;
+        }
+        ImplGenICamNode* const dependency = step.node->m_dependencies[step.next++];
+        const Volatility known = dependency->volatility();
+        if (known == Volatility::Volatile) {
+            for (const Step& above : path) {
+                above.node->m_volatility = Volatility::Volatile;
+            }
+            return true;
+        }
+        if (known == Volatility::Unknown) {
+            dependency->m_volatility = Volatility::Steady;
+            path.push_back({dependency, 0});
+        }
+    }
+    return false;
+}
+
+const std::vector<ImplGenICamNode*>& ImplGenICamNode::invalidatedNodes() const {
+    static const std::vector<ImplGenICamNode*> none;
+    return none;
+}
+
+void ImplGenICamNode::invalidateReverseDependencies() {
+    const DeviceLockScope scope(m_camera);
+    InvalidationWalk local;
+    (m_camera != nullptr ? m_camera->access().invalidation : local).spread(*this);
+}
+
+void ImplGenICamNode::invalidateRegistersAndTriggerSignals() {
+    const DeviceLockScope scope(m_camera);
+    InvalidationWalk local;
+    (m_camera != nullptr ? m_camera->access().invalidation : local).visit(*this);
+}
+
+void ImplGenICamNode::triggerUpdate() {
+    if (m_camera != nullptr) {
+        m_camera->notifyNodeHasBeenInvalidated(this, true);
+    }
+}
+
+} // namespace tavo
