@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <limits>
 #include <set>
 #include <string_view>
 
@@ -341,9 +342,9 @@ bool readConfiguration(std::string& text, std::string& name, std::string& error)
         text = kDefaultConfiguration;
         return true;
     }
-    text.resize(kLargestConfiguration + 1);
-    if (!file || (!file.read(text.data(), static_cast<std::streamsize>(text.size())) && file.gcount() == 0 &&
-                  !file.eof())) {
+    text.resize(kLargestConfiguration + 1); // one more, so that a larger file is noticed
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    if (!file && !file.eof()) {
         error = name + ": cannot be read: " + std::strerror(errno);
         return false;
     }
