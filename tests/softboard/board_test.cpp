@@ -216,12 +216,12 @@ TEST_F(Board, DropsWholeFramesWhenTheQueueIsFull) {
     configure("[board 0]\n[board 0 port 0]\nqueue_words = 1024\n");
     const OpenBoard board;
     board.enable();
-    const Bytes frame = numbered(400); // 201 words: five fit
-    for (int i = 0; i < 7; ++i) {
+    const Bytes frame = numbered(510); // 256 words: four fit, to the last word
+    for (int i = 0; i < 6; ++i) {
         softboard::injectFrame(0, 0, frame.data(), frame.size());
     }
     const softboard::PortState state = softboard::portState(0, 0);
-    EXPECT_EQ(state.framesReceived, 5U);
+    EXPECT_EQ(state.framesReceived, 4U);
     EXPECT_EQ(state.queueDrops, 2U);
     EXPECT_EQ(board.read("GigeRecvErrCnt0"), 2U);
     Bytes got;

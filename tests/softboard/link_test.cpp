@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstring>
 #include <deque>
 #include <fstream>
@@ -194,8 +195,9 @@ public:
     bool readsInPlace() const override { return true; }
     void readInPlace(softboard::Clock::time_point deadline) override {
         std::unique_lock lock(m_mutex);
+        waiting = true;
         m_changed.wait_until(lock, deadline, [this] { return m_interrupted || !m_frames.empty(); });
-        m_interrupted = false;
+        m_interrupted = waiting = false;
         reader = std::this_thread::get_id();
         for (; m_sink && !m_frames.empty(); m_frames.pop_front()) {
             m_sink(m_frames.front().data(), m_frames.front().size());
@@ -217,6 +219,7 @@ public:
     }
 
     std::thread::id reader;
+    std::atomic<bool> waiting{false};
 
 private:
     std::mutex m_mutex;
@@ -243,8 +246,16 @@ TEST(Link, IsReadInPlaceByTheThreadThatWaits) {
     later.join();
 
     ASSERT_TRUE(softboard::attach(0, 0, station));
-    std::thread beside([&] { station->send(numbered(64)); });
-    EXPECT_EQ(board.receive(0, got, kWaitMs), 0) << "a frame from another link ends the wait";
+    std::thread beside([&] {
+        while (!link->waiting) {
+            std::this_thread::yield();
+        }
+        station->send(numbered(64));
+    });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(board.receive(0, got, kWaitMs), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(kWaitMs))
+        << "a frame from another link did not end the wait";
     beside.join();
     EXPECT_EQ(got, numbered(64));
 
@@ -326,12 +337,36 @@ TEST(Faults, ReorderingSwapsNeighboursAndLosesNothing) {
         order.push_back(frame[0]);
     }
     EXPECT_FALSE(std::is_sorted(order.begin(), order.end()));
+    for (unsigned place = 0; place < order.size(); ++place) {
+        EXPECT_NEAR(order[place], place, 12) << "held beyond its successor";
+    }
     std::sort(order.begin(), order.end());
     std::vector<unsigned> all(100);
     for (unsigned i = 0; i < 100; ++i) {
         all[i] = i;
     }
     EXPECT_EQ(order, all);
+}
+
+TEST(Faults, BeginAnewWithEachPlan) {
+    configure("[board 0]\n");
+    const auto station = std::make_shared<Station>();
+    ASSERT_TRUE(softboard::attach(0, 0, station));
+    const OpenBoard board;
+    board.enable();
+    softboard::FaultPlan plan;
+    plan.send.drop = plan.receive.drop = 0.5;
+    std::vector<bool> dropped[3];
+    for (int run = 0; run < 3; ++run) { // two incoming, one outgoing
+        softboard::setFaultPlan(0, 0, plan);
+        for (int i = 0; i < 64; ++i) {
+            const std::uint64_t before = softboard::portState(0, 0).link.dropped;
+            run < 2 ? station->send(numbered(60)) : static_cast<void>(board.send(0, numbered(60)));
+            dropped[run].push_back(softboard::portState(0, 0).link.dropped != before);
+        }
+    }
+    EXPECT_EQ(dropped[0], dropped[1]);
+    EXPECT_NE(dropped[0], dropped[2]) << "the directions share their decisions";
 }
 
 TEST(Faults, DelayedFramesComeLateAndOneDirectionDoesNotTouchTheOther) {
@@ -393,6 +428,7 @@ TEST(Capture, HoldsBothDirectionsInOrderAsPcap) {
     EXPECT_EQ(Bytes(file.begin() + 120, file.end()), numbered(61, 9));
 
     std::string error;
+    std::ofstream("second.pcap") << std::string(1000, 'x'); // a longer one of that name
     ASSERT_TRUE(softboard::startCapture(0, 1, "second.pcap", error)) << error;
     board.send(1, numbered(64));
     softboard::stopCapture(0, 1);
