@@ -1,4 +1,4 @@
-// Formulas made to hurt: long, deep, and broken off at every place.
+// Formulas made to hurt: long, deep, and broken off at every place; and what evaluating one may not cost.
 #include "math/MathParser.h"
 #include "math/TableOfVariables.h"
 #include "math/limits.h"
@@ -6,8 +6,31 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <new>
 #include <set>
 #include <string>
+
+namespace {
+
+thread_local std::size_t allocations = 0;
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    ++allocations;
+    if (void* memory = std::malloc(size > 0 ? size : 1))
+        return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
 
 namespace {
 
@@ -82,6 +105,19 @@ TEST(FormulaLimits, EveryTruncationEndsInAValueOrADocumentedError) {
         } catch (const ScMathException& error) {
             EXPECT_TRUE(documented.contains(error.what())) << formula << ": " << error.what();
         }
+    }
+}
+
+TEST(FormulaLimits, EvaluatingAllocatesNothing) {
+    TableOfVariables variables{{"A", tavo::MathValue::fromInteger(3)}, {"X", tavo::MathValue::fromFloat(.5)}};
+    for (const std::string& formula :
+         {std::string("A>2&&X<1?ROUND(SQRT(A)/3,2)+PI():~A"), nested("1+1*1**(1|", 60, ")")}) {
+        MathParser parser;
+        parser.tokenize(formula, &variables);
+        const std::size_t before = allocations;
+        EXPECT_GT(parser.evaluateInteger(), 0);
+        EXPECT_GT(parser.evaluateFloat(), 0);
+        EXPECT_EQ(allocations, before) << formula;
     }
 }
 
