@@ -2,8 +2,6 @@
 #include "transport/GigeCamera.h"
 #include "util/qt_locks.h"
 
-#include <QtCore/QDeadlineTimer>
-
 #include <algorithm>
 
 namespace {
@@ -85,10 +83,7 @@ bool GigeCamera::waitForAck(int port, int timeout) {
     const QDeadlineTimer deadline(timeout);
     const util::ScopedMutex guard(handOver.mutex);
     while (!handOver.arrived) {
-        util::happensBefore(&handOver.mutex); // waiting lets go of the mutex and takes it again
-        const bool woken = handOver.condition.wait(&handOver.mutex, deadline);
-        util::happensAfter(&handOver.mutex);
-        if (!woken && !handOver.arrived) {
+        if (!util::waitFor(handOver.condition, handOver.mutex, deadline) && !handOver.arrived) {
             return false;
         }
     }

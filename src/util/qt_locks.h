@@ -3,8 +3,10 @@
 // data; where the kind of lock is free, std::mutex needs none of this.
 #pragma once
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QMutex>
 #include <QtCore/QReadWriteLock>
+#include <QtCore/QWaitCondition>
 
 #if defined(__SANITIZE_THREAD__)
 #include <sanitizer/tsan_interface.h>
@@ -42,6 +44,23 @@ public:
 private:
     QMutex& m_mutex;
 };
+
+// Waits for a condition with `mutex` held, which is released meanwhile; false when the deadline passed.
+inline bool waitFor(QWaitCondition& condition, QMutex& mutex, const QDeadlineTimer& deadline) {
+    happensBefore(&mutex);
+#if defined(__SANITIZE_THREAD__) && QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    // QMutex tells the sanitizer of its locking in its header; what the condition does to it stays inside Qt.
+    __tsan_mutex_pre_unlock(&mutex, 0);
+    __tsan_mutex_post_unlock(&mutex, 0);
+#endif
+    const bool woken = condition.wait(&mutex, deadline);
+#if defined(__SANITIZE_THREAD__) && QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    __tsan_mutex_pre_lock(&mutex, 0);
+    __tsan_mutex_post_lock(&mutex, 0, 0);
+#endif
+    happensAfter(&mutex);
+    return woken;
+}
 
 // Exclusive use of a QReadWriteLock. A time-out of 0 milliseconds waits without limit.
 inline bool lockForWrite(QReadWriteLock& lock, unsigned timeoutMs = 0) {

@@ -169,8 +169,9 @@ Frame discoveryPayload(std::uint8_t lastMacByte, const std::string& userName) {
     const std::uint8_t ip[] = {169, 254, 7, 100};
     std::copy_n(mac, 6, payload.begin() + 10);
     std::copy_n(ip, 4, payload.begin() + 36);
-    const std::pair<std::size_t, std::string> texts[] = {{72, "maker"}, {104, "model"},  {136, "version"},
-                                                         {168, "info"}, {216, "serial"}, {232, userName}};
+    const std::pair<std::size_t, std::string> texts[] = {{72, "maker"},    {104, "model"},
+                                                         {136, "version"}, {168, "info"},
+                                                         {216, "serial"},  {232, userName.substr(0, 16)}};
     for (const auto& [offset, text] : texts) {
         std::copy(text.begin(), text.end(), payload.begin() + static_cast<std::ptrdiff_t>(offset));
     }

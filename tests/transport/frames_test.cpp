@@ -15,33 +15,40 @@ UDPPacket packetOf(const Frame& frame) {
     return packet;
 }
 
-TEST(Frames, CommandsAreSentAsTheStandardsWriteThem) {
-    Frame data(100);
-    std::iota(data.begin(), data.end(), std::uint8_t{0});
-    char memory[512];
-    int value = 0;
-    UDPPacket packet;
-    unsigned short length = 0;
-    const struct {
-        const char* name;
-        std::function<void(GigeCamera&)> send;
-    } rows[] = {
-        {"discovery_cmd",
-         [&](GigeCamera& camera) {
-             camera.BuildGvcpDiscoveryPacket(0, &packet, &length, 0, 0);
-             camera.SendPacket(0, &packet, length);
-         }},
-        {"readreg_cmd", [&](GigeCamera& camera) { camera.ReadRegister(0, 0x0A00, &value); }},
-        {"writereg_cmd", [](GigeCamera& camera) { camera.WriteRegister(0, 0x0A00, 2); }},
-        {"readmem_cmd", [&](GigeCamera& camera) { camera.ReadMemory(0, 0x0200, 512, nullptr, memory); }},
-        {"writemem_cmd", [&](GigeCamera& camera) { camera.WriteMemory(0, 0xA000, data.data(), 100); }},
-    };
-    for (const auto& row : rows) {
-        ScriptedBoard scripted;
-        row.send(*scripted.camera);
-        ASSERT_FALSE(scripted.board.sent[0].empty()) << row.name;
-        EXPECT_EQ(scripted.board.sent[0].front(), golden::load(row.name)) << row.name;
-    }
+// One command against a camera that answers with the acknowledgement of the files.
+template<class Command> void exchange(const std::string& name, Command command) {
+    ScriptedBoard scripted;
+    scripted.answer([&](const Frame&) { return std::vector<Frame>{golden::load(name + "_ack")}; });
+    command(*scripted.camera);
+    ASSERT_EQ(scripted.board.sent[0].size(), 1U) << name;
+    EXPECT_EQ(scripted.board.sent[0].front(), golden::load(name + "_cmd")) << name;
+}
+
+TEST(Frames, CommandsAndAcknowledgementsAreAsTheStandardsWriteThem) {
+    exchange("readreg", [](GigeCamera& camera) {
+        int value = 0;
+        EXPECT_EQ(camera.ReadRegister(0, 0x0A00, &value), 0);
+        EXPECT_EQ(value, 2);
+    });
+    exchange("writereg", [](GigeCamera& camera) { EXPECT_EQ(camera.WriteRegister(0, 0x0A00, 2), 0); });
+    exchange("readmem", [](GigeCamera& camera) {
+        char url[512];
+        EXPECT_EQ(camera.ReadMemory(0, 0x0200, 512, nullptr, url), 0);
+        EXPECT_STREQ(url, "Local:go.zip;40000000;1A2B");
+    });
+    exchange("writemem", [](GigeCamera& camera) {
+        Frame data(100);
+        std::iota(data.begin(), data.end(), std::uint8_t{0});
+        EXPECT_EQ(camera.WriteMemory(0, 0xA000, data.data(), 100), 0);
+    });
+    exchange("discovery", [](GigeCamera& camera) {
+        UDPPacket packet;
+        unsigned short length = 0;
+        camera.BuildGvcpDiscoveryPacket(0, &packet, &length, 0, 0);
+        camera.SendPacket(0, &packet, length);
+        EXPECT_NE(camera.ReceiveDiscoveryAckPacket(0, 0, 1), 0);
+        EXPECT_EQ(camera.discoveredCount(0), 1) << "this camera is known already";
+    });
 }
 
 TEST(Frames, AnArpRequestForThePortIsAnsweredAndTheWaitGoesOn) {
