@@ -11,7 +11,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::Pair;
 
 TEST(Board, RegistersAreLookedUpAndPortsEnabledInOrder) {
     const ScriptedBoard scripted;
@@ -20,15 +19,16 @@ TEST(Board, RegistersAreLookedUpAndPortsEnabledInOrder) {
     EXPECT_EQ(scripted.design.lookedUp.at(3 * 16), "GigeTxStart3");
     EXPECT_EQ(scripted.design.lookedUp.at(3 * 16 + 15), "ImagePackets3");
     EXPECT_EQ(scripted.design.lookedUp.back(), "GigE_Reset");
-    EXPECT_THAT(
-        scripted.board.writes,
-        ElementsAre(
-            Pair("GigE_TxStart", 1), Pair("GigE_RxEnable", 1), Pair("GigeTxStart0", 1),
-            Pair("GigeReqIdLoad0", 1), Pair("GigeReqIdEnable0", 0), Pair("ImagePort0", 1520),
-            Pair("GigeTxStart1", 1), Pair("GigeReqIdLoad1", 1), Pair("GigeReqIdEnable1", 0),
-            Pair("ImagePort1", 1521), Pair("GigeTxStart2", 1), Pair("GigeReqIdLoad2", 1),
-            Pair("GigeReqIdEnable2", 0), Pair("ImagePort2", 1522), Pair("GigeTxStart3", 1),
-            Pair("GigeReqIdLoad3", 1), Pair("GigeReqIdEnable3", 0), Pair("ImagePort3", 1523)));
+    std::vector<std::pair<std::string, std::uint64_t>> expected{{"GigE_TxStart", 1}, {"GigE_RxEnable", 1}};
+    for (unsigned port = 0; port < 4; ++port) {
+        const std::string number = std::to_string(port);
+        expected.insert(
+            expected.end(), {{"GigeTxStart" + number, 1},
+                             {"GigeReqIdLoad" + number, 1},
+                             {"GigeReqIdEnable" + number, 0},
+                             {"ImagePort" + number, 1520 + port}});
+    }
+    EXPECT_THAT(scripted.board.writes, ElementsAreArray(expected));
 }
 
 TEST(Board, Addresses) {
@@ -116,16 +116,6 @@ TEST(Board, LineLengths) {
     }
     scripted.board.broken.insert("CLSyncLen2");
     EXPECT_EQ(scripted.camera->SetEolWidth(2, 1, "Mono8"), kRegisterError);
-}
-
-TEST(Board, Counters) {
-    ScriptedBoard scripted;
-    scripted.board.values = {{"ImagePackets1", 10}, {"GigeRecvPktCnt1", 12}, {"GigeRecvErrCnt1", 0xFFFFFFFF}};
-    const PacketCounters counters = scripted.camera->readPacketCounters(1);
-    EXPECT_EQ(counters.imagePackets, 10U);
-    EXPECT_EQ(counters.receivedPackets, 12U);
-    EXPECT_EQ(counters.receiveErrors, 0xFFFFFFFFU);
-    EXPECT_EQ(counters.reserved, 0U);
 }
 
 QByteArray bytesOf(const Frame& frame) {

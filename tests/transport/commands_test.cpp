@@ -24,8 +24,7 @@ std::vector<Frame> refusing(const Frame& command) {
     return {ackTo(command, {}, 0x8006)};
 }
 std::vector<Frame> cut(const Frame& command) {
-    Frame ack = ackTo(command, {0x80, 0});
-    return {ack};
+    return {ackTo(command, {0x80, 0})};
 }
 std::vector<Frame> foreign(const Frame& command) {
     return {withId(ackTo(command, bigEndian(9)), static_cast<std::uint16_t>(idOf(command) + 1))};

@@ -198,14 +198,4 @@ TEST(Frames, MemoryIsCopiedOnlyWhenTheAcknowledgementHoldsAllOfIt) {
     }
 }
 
-TEST(Frames, PaddingIsNoContent) {
-    UDPPacket packet = packetOf(ackTo(golden::load("readreg_cmd"), {}));
-    EXPECT_EQ(frame::contentLength(packet, 60), 50U);
-    EXPECT_EQ(frame::contentLength(packet, 45), 45U) << "never more than came";
-    frame::put16<net::kIpTotalLength>(packet, 0xFFFF);
-    EXPECT_EQ(frame::contentLength(packet, 60), 60U);
-    frame::put16<net::kIpTotalLength>(packet, 27);
-    EXPECT_EQ(frame::contentLength(packet, 60), 60U) << "less than the headers is not believed";
-}
-
 } // namespace
