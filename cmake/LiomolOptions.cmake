@@ -46,3 +46,8 @@ elseif(LIOMOL_SANITIZE STREQUAL "thread")
 elseif(LIOMOL_SANITIZE)
     message(FATAL_ERROR "LIOMOL_SANITIZE is '${LIOMOL_SANITIZE}': use address or thread")
 endif()
+
+# The fuzzer steers by the coverage of all code, not only of the target's own file.
+if(LIOMOL_BUILD_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

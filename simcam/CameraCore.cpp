@@ -95,7 +95,11 @@ Report CameraCore::report(Time now) {
     m_memory.refresh(now);
     Report report;
     if (m_features) {
-        m_features->report(report);
+        const AcquisitionModel& acquisition = m_features->acquisition();
+        report.acquiring = acquisition.isAcquiring();
+        report.frames = acquisition.statistics().frames;
+        report.packets = acquisition.statistics().packets;
+        report.bytes = acquisition.statistics().bytes;
     }
     report.destinationIp = static_cast<std::uint32_t>(m_registers.get(Reg::StreamDestination));
     report.destinationPort = static_cast<std::uint16_t>(m_registers.get(Reg::StreamPort));

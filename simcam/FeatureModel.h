@@ -1,21 +1,40 @@
-// The behaviour of the camera's own registers: geometry, acquisition, analog part, lines, counters, user
-// sets.
+// The behaviour of the camera's own registers as one: the models of their groups, in the order in which they
+// build on each other.
 #pragma once
 
+#include "simcam/AcquisitionModel.h"
+#include "simcam/AnalogModel.h"
 #include "simcam/BootstrapModel.h"
-#include "simcam/CameraCore.h"
+#include "simcam/CounterModel.h"
+#include "simcam/DeviceModel.h"
+#include "simcam/EventLog.h"
+#include "simcam/ImageModel.h"
+#include "simcam/LineModel.h"
+#include "simcam/UserSetModel.h"
 
 namespace simcam {
 
 class FeatureModel : public RegisterModel {
 public:
-    FeatureModel(Registers& registers, BootstrapModel& bootstrap, EventLog& log, Time start);
+    // All are the caller's and outlive this.
+    FeatureModel(Registers& registers, BootstrapModel& bootstrap, const EventLog& log, Time start);
 
     void refresh(Time now) override;
-    void report(Report& report) const;
+    gvcp::Status check(const Candidate& candidate) const override;
+    void written(Reg reg, std::uint32_t index, Time now) override;
+    void controlLost(Time now) override;
+
+    const AcquisitionModel& acquisition() const { return m_acquisition; }
 
 private:
-    Registers& m_registers;
+    ImageModel m_image;
+    AcquisitionModel m_acquisition;
+    AnalogModel m_analog;
+    CounterModel m_counters;
+    LineModel m_lines;
+    DeviceModel m_device;
+    UserSetModel m_userSets; // last: it takes its defaults from what the others have set
+    std::array<RegisterModel*, 7> m_all;
 };
 
 } // namespace simcam

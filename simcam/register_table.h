@@ -116,7 +116,6 @@ enum class Role : std::uint8_t {
     X(AcquisitionStart,     0xA204,  4, 1, RW, Unsigned, BE, Trigger, 0, 0, 1) \
     X(AcquisitionStop,      0xA208,  4, 1, RW, Unsigned, BE, Trigger, 0, 0, 1) \
     X(AcquisitionAbort,     0xA20C,  4, 1, RW, Unsigned, BE, Trigger, 0, 0, 1) \
-    X(AcquisitionArm,       0xA210,  4, 1, RW, Unsigned, BE, Trigger, 0, 0, 1) \
     X(AcquisitionFrameCount, 0xA214, 4, 1, RW, Unsigned, BE, Setting, 1, 1, 65535) \
     X(FrameRateEnable,      0xA218,  4, 1, RW, Unsigned, BE, Setting, 1, 0, 1) \
     X(FrameRate,            0xA21C,  4, 1, RW, Float,    BE, Setting, 30, 1, 1000) \
@@ -128,7 +127,7 @@ enum class Role : std::uint8_t {
     X(ExposureTime,         0xA234,  4, 1, RW, Unsigned, BE, Setting, 100000, 100, 100000000) \
     X(ExposureAuto,         0xA238,  4, 1, RW, Unsigned, BE, Setting, 0, 0, 2) \
     X(TriggerMode,          0xA240,  4, 3, RW, Unsigned, BE, Setting, 0, 0, 1) \
-    X(TriggerSource,        0xA250,  4, 3, RW, Unsigned, BE, Setting, 0, 0, 4) \
+    X(TriggerSource,        0xA250,  4, 3, RW, Unsigned, BE, Setting, 0, 0, 2) \
     X(TriggerActivation,    0xA260,  4, 3, RW, Unsigned, BE, Setting, 0, 0, 3) \
     X(TriggerOverlap,       0xA26C,  4, 1, RW, Unsigned, BE, Setting, 0, 0, 2) \
     X(TriggerDelay,         0xA270,  4, 3, RW, Unsigned, BE, Setting, 0, 0, 1000000) \
@@ -153,8 +152,8 @@ enum class Role : std::uint8_t {
     X(LineDebouncer,        0xA514,  4, 1, RW, Unsigned, BE, Window,  0, 0, 10000) \
     X(LineStatus,           0xA518,  4, 1, RO, Unsigned, BE, Live,    0, 0, 0) \
     X(LineStatusAll,        0xA51C,  4, 1, RO, Unsigned, BE, Live,    0, 0, 0) \
-    X(UserOutputs,          0xA520,  4, 1, RW, Unsigned, LE, Setting, 0, 0, 3) \
-    X(UserOutputMask,       0xA524,  4, 1, RW, Unsigned, LE, Setting, 3, 0, 3) \
+    X(UserOutputs,          0xA520,  4, 1, RW, Unsigned, LE, State,   0, 0, 3) \
+    X(UserOutputMask,       0xA524,  4, 1, RW, Unsigned, LE, State,   3, 0, 3) \
     X(LineModes,            0xA540,  4, 4, RO, Unsigned, BE, Setting, 0, 0, 0) \
     X(LineInverters,        0xA550,  4, 4, RO, Unsigned, BE, Setting, 0, 0, 0) \
     X(LineSources,          0xA560,  4, 4, RO, Unsigned, BE, Setting, 0, 0, 0) \
@@ -176,7 +175,7 @@ enum class Role : std::uint8_t {
     X(CounterEventSource,   0xB000,  4, 2, RW, Unsigned, BE, Setting, 0, 0, 3) \
     X(CounterActivation,    0xB008,  4, 2, RW, Unsigned, BE, Setting, 0, 0, 2) \
     X(CounterResetSource,   0xB010,  4, 2, RW, Unsigned, BE, Setting, 0, 0, 1) \
-    X(CounterDuration,      0xB018,  4, 2, RW, Unsigned, BE, Setting, 1, 1, 0x7FFFFFFF) \
+    X(CounterDuration,      0xB018,  4, 2, RW, Unsigned, BE, Setting, 0x7FFFFFFF, 1, 0x7FFFFFFF) \
     X(CounterValue,         0xB020,  4, 2, RO, Unsigned, BE, Live,    0, 0, 0) \
     X(CounterValueAtReset,  0xB028,  4, 2, RO, Unsigned, BE, Live,    0, 0, 0) \
     X(CounterStatus,        0xB030,  4, 2, RO, Unsigned, BE, Live,    0, 0, 0) \

@@ -34,7 +34,7 @@ std::shared_ptr<CaptureFile> CaptureFile::create(const std::string& pattern, std
         error = "cannot make capture file " + name + ": " + std::strerror(errno);
         return nullptr;
     }
-    const std::shared_ptr<CaptureFile> capture(new CaptureFile(std::move(name), file));
+    std::shared_ptr<CaptureFile> capture(new CaptureFile(std::move(name), file));
     const std::uint32_t header[] = {kMagicNanoseconds, kVersion, 0, 0, kSnapLength, kLinkTypeEthernet};
     if (!capture->write(header, sizeof header)) {
         error = "cannot write capture file " + capture->m_name;

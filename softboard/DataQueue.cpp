@@ -23,17 +23,21 @@ void DataQueue::append(std::uint32_t word) {
     m_words[place] = word;
 }
 
-void DataQueue::notify() {
-    if (m_waiting) {
-        m_arrived.notify_one();
-    } else if (m_readingInPlace && m_inPlaceReader != std::this_thread::get_id()) {
+// Outside of the mutex, so that the reader does not wake only to wait for it.
+void DataQueue::notify(std::unique_lock<std::mutex>& lock) {
+    const bool waiting = m_waiting > 0;
+    const bool inPlace = m_readingInPlace && m_inPlaceReader != std::this_thread::get_id();
+    lock.unlock();
+    if (waiting) {
+        m_arrived.notify_all();
+    } else if (inPlace) {
         m_wire.interrupt();
     }
 }
 
 bool DataQueue::pushFrame(const std::uint8_t* frame, std::size_t size) {
     const std::size_t words = (size + 1) / 2;
-    const std::lock_guard lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     if (words == 0 || size > kLargestFrame || !room(words + 1)) {
         return false;
     }
@@ -44,17 +48,17 @@ bool DataQueue::pushFrame(const std::uint8_t* frame, std::size_t size) {
     const std::size_t last = 2 * (words - 1);
     const unsigned high = last + 1 < size ? frame[last + 1] : 0U;
     append(frame[last] | high << 8 | kEndOfFrame);
-    notify();
+    notify(lock);
     return true;
 }
 
 bool DataQueue::pushWords(std::span<const std::uint32_t> words) {
-    const std::lock_guard lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     if (!room(words.size())) {
         return false;
     }
     std::for_each(words.begin(), words.end(), [this](std::uint32_t word) { append(word); });
-    notify();
+    notify(lock);
     return true;
 }
 
@@ -72,9 +76,9 @@ int DataQueue::read(void* buffer, std::size_t bytes, int timeoutMs) {
             if (m_wire.readsInPlace()) {
                 waitInPlace(lock, deadline);
             } else if (wait) {
-                m_waiting = true;
+                ++m_waiting;
                 m_arrived.wait_until(lock, deadline);
-                m_waiting = false;
+                --m_waiting;
             }
             inTime = wait && Clock::now() < deadline;
         }
@@ -116,16 +120,15 @@ void DataQueue::clear() {
 }
 
 void DataQueue::setOpen(bool open) {
-    const std::lock_guard lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     m_open = open;
     m_first = m_count = 0;
-    m_arrived.notify_all();
-    notify();
+    notify(lock);
 }
 
 void DataQueue::wake() {
-    const std::lock_guard lock(m_mutex);
-    notify();
+    std::unique_lock lock(m_mutex);
+    notify(lock);
 }
 
 std::size_t DataQueue::queuedWords() const {

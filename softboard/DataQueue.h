@@ -47,9 +47,9 @@ public:
     std::size_t queuedWords() const;
 
 private:
-    bool room(std::size_t words) const; // with the mutex held
-    void append(std::uint32_t word);    // with the mutex held, room checked
-    void notify();                      // with the mutex held
+    bool room(std::size_t words) const;              // with the mutex held
+    void append(std::uint32_t word);                 // with the mutex held, room checked
+    void notify(std::unique_lock<std::mutex>& lock); // gives the mutex back
     int take(void* buffer, std::size_t words);
     void waitInPlace(std::unique_lock<std::mutex>& lock, Clock::time_point deadline);
 
@@ -61,7 +61,7 @@ private:
     std::size_t m_first = 0;
     std::size_t m_count = 0;
     bool m_open = false;
-    bool m_waiting = false;        // in m_arrived
+    unsigned m_waiting = 0;        // readers in m_arrived
     bool m_readingInPlace = false; // in m_wire
     std::thread::id m_inPlaceReader;
 };

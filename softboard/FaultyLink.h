@@ -36,7 +36,7 @@ FaultDecision decideFault(const FaultPlan& plan, Direction direction, std::uint6
 
 // Decorates another link, for ever. Without a plan frames pass straight through. Frames that wait for their
 // time are kept by one thread, which starts when it is first needed; beyond kMostWaiting they are lost.
-class FaultyLink : public Link {
+class FaultyLink final : public Link {
 public:
     static constexpr std::size_t kMostWaiting = 4096;
 

@@ -8,8 +8,14 @@ namespace {
 
 constexpr unsigned kControl = 0;
 constexpr unsigned kStatus = 1;
+constexpr unsigned kIdentifierHigh = 2;
+constexpr unsigned kIdentifierLow = 3;
+constexpr unsigned kAdvertised = 4;
 constexpr unsigned kPartnerAbility = 5;
+constexpr unsigned kExpansion = 6;
+constexpr unsigned kGigabitAdvertised = 9;
 constexpr unsigned kGigabitStatus = 10;
+constexpr unsigned kExtendedStatus = 15;
 constexpr unsigned kExtendedSelect = 29;
 constexpr unsigned kExtendedValue = 30;
 
@@ -32,18 +38,17 @@ struct RegisterDefault {
     bool writable;
 };
 
-// Registers that do not begin as plain storage with 0. The identifier is made up.
+// Registers that do not begin as plain storage with 0.
 constexpr RegisterDefault kDefaults[] = {
-    {kControl, 0x1140, true},    // auto-negotiation, full duplex, 1000 Mbit/s
-    {kStatus, 0x7949, false},    // all of 10 and 100 Mbit/s, extended status, negotiation able
-    {2, 0x0050, false},          // identifier, high
-    {3, 0xC2A0, false},          // identifier, low
-    {4, 0x01E1, true},           // advertised: all of 10 and 100 Mbit/s
-    {kPartnerAbility, 0, false}, //
-    {6, 0x0004, false},          // next page able
-    {9, 0x0300, true},           // advertised: 1000 Mbit/s, half and full duplex
-    {kGigabitStatus, 0, false},  //
-    {15, 0x3000, false},         // 1000BASE-T, half and full duplex
+    {kControl, 0x1140, true},         // auto-negotiation, full duplex, 1000 Mbit/s
+    {kStatus, 0x7949, false},         // all of 10 and 100 Mbit/s, extended status, able to negotiate
+    {kIdentifierHigh, 0x0050, false}, // made up
+    {kIdentifierLow, 0xC2A0, false},  // made up
+    {kAdvertised, 0x01E1, true},      // all of 10 and 100 Mbit/s
+    {kPartnerAbility, 0, false},      // with link, what the partner advertises
+    {kExpansion, 0x0004, false},      // next page able
+    {kGigabitAdvertised, 0x0300, true}, {kGigabitStatus, 0, false},
+    {kExtendedStatus, 0x3000, false}, // 1000BASE-T, half and full duplex
 };
 
 bool writable(unsigned reg) {

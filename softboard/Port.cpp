@@ -28,7 +28,7 @@ std::size_t udpHeader(const std::uint8_t* frame, std::size_t size) {
         (big16(frame + net::kIpFragment) & kFragmentBits) != 0) {
         return 0;
     }
-    const std::size_t header = net::kEthernetHeader + (frame[net::kIpVersion] & 0x0FU) * 4U;
+    const std::size_t header = net::kEthernetHeader + std::size_t{4} * (frame[net::kIpVersion] & 0x0FU);
     return header >= net::kUdpSourcePort && header + net::kUdpHeader <= size ? header : 0;
 }
 

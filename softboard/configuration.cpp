@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <limits>
 #include <set>
 #include <string_view>
 
@@ -255,26 +256,34 @@ private:
         return enter(static_cast<int>(board), n > 2 ? static_cast<int>(port) : -1, n == 5);
     }
 
+    // A port of -1 stands for the board's own section.
     bool enter(int board, int port, bool camera) {
         m_keys.clear();
         m_board = &m_configuration[static_cast<std::size_t>(board)];
         m_board->present = true;
-        m_port = port < 0 ? nullptr : &m_board->ports[static_cast<std::size_t>(port)];
+        m_port = nullptr;
         m_camera = nullptr;
-        if (camera) {
-            if (m_port->cameras.size() >= kMostCameras) {
-                return fail("more than " + std::to_string(kMostCameras) + " cameras on one port");
-            }
-            m_camera = &m_port->cameras.emplace_back(CameraConfiguration{place(), {}});
-            return true;
+        if (port >= 0) {
+            m_port = &m_board->ports[static_cast<std::size_t>(port)];
+            return camera ? enterCamera(*m_port) : enterOnce(board, port);
         }
-        if (!m_sections.insert(board * (kPorts + 1) + port + 1).second) {
-            return fail("a section of this name came before");
+        return enterOnce(board, port);
+    }
+
+    bool enterCamera(PortConfiguration& port) {
+        if (port.cameras.size() >= kMostCameras) {
+            return fail("more than " + std::to_string(kMostCameras) + " cameras on one port");
         }
+        m_camera = &port.cameras.emplace_back(CameraConfiguration{place(), {}});
+        return true;
+    }
+
+    bool enterOnce(int board, int port) {
         if (m_port != nullptr) {
             m_port->place = place();
         }
-        return true;
+        return m_sections.insert(board * (kPorts + 1) + port + 1).second ||
+               fail("a section of this name came before");
     }
 
     bool setKey(const std::string& key, const std::string& value) {
@@ -341,9 +350,9 @@ bool readConfiguration(std::string& text, std::string& name, std::string& error)
         text = kDefaultConfiguration;
         return true;
     }
-    text.resize(kLargestConfiguration + 1);
-    if (!file || (!file.read(text.data(), static_cast<std::streamsize>(text.size())) && file.gcount() == 0 &&
-                  !file.eof())) {
+    text.resize(kLargestConfiguration + 1); // one more, so that a larger file is noticed
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    if (!file && !file.eof()) {
         error = name + ": cannot be read: " + std::strerror(errno);
         return false;
     }

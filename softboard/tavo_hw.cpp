@@ -65,7 +65,8 @@ int TavoDataQueueReadBufferLong(
     if (board == nullptr || channel >= kPorts || (buffer == nullptr && bytes > 0)) {
         return softboard::kQueueUnknown;
     }
-    return board->board->port(channel).queue().read(buffer, bytes, timeoutMs);
+    const auto keep = board->board; // the handle may be released while the read waits
+    return keep->port(channel).queue().read(buffer, bytes, timeoutMs);
 }
 
 int TavoDataQueueClear(QLdevice board, unsigned channel) {

@@ -2,12 +2,14 @@
 
 #include "genicam/text_arena.h"
 
+#include <stdexcept>
 #include <utility>
 
 namespace tavo {
 
 struct GenICamTreeBuilder::Store {
     genicam::TextArena texts;
+    std::size_t copies = 0;
 };
 
 GenICamTreeBuilder::GenICamTreeBuilder(GenICamTypes::GenICamNodeType type)
@@ -69,6 +71,13 @@ void GenICamTreeBuilder::reserve(std::size_t attributes, std::size_t elements, s
     m_attributes.reserve(attributes);
     m_elements.reserve(elements);
     m_objects.reserve(objects);
+}
+
+void GenICamTreeBuilder::countCopies(std::size_t count) {
+    m_store->copies += count;
+    if (m_store->copies > maxCopies) {
+        throw std::length_error("the description multiplies itself");
+    }
 }
 
 } // namespace tavo

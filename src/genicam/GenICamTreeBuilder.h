@@ -80,12 +80,18 @@ public:
 
     // Appends a simple element; any number may have one name.
     Element& addElement(std::string_view name, std::string_view text);
+    // Appends an element of another builder of the same tree.
+    void addElement(const Element& element) { m_elements.add(element); }
+    template<class Predicate> void removeElementsIf(Predicate predicate) { m_elements.removeIf(predicate); }
     // The text of the earliest element of a name, or the default, which is then stored like an element.
     std::string_view getFirstElement(std::string_view name, std::string_view defaultText);
     // The earliest element of a name, or null.
     const Element* findElement(std::string_view name);
     // All elements of a name in the order in which they were added.
     std::span<Element> getAllElementsByName(std::string_view name);
+
+    // All elements, by ascending name, within a name in the order in which they were added.
+    std::span<Element> getAllElements() { return m_elements.all(); }
 
     // Appends a child builder under its element's name.
     GenICamTreeBuilder& addObject(std::string_view name, std::unique_ptr<GenICamTreeBuilder> builder);
@@ -96,6 +102,11 @@ public:
 
     // Makes room for the given numbers of attributes, elements and child builders.
     void reserve(std::size_t attributes, std::size_t elements, std::size_t objects);
+
+    // Counts what a stage copies within the tree. std::length_error when all of them together copied more
+    // than `maxCopies`, which is far beyond any real description: a small text must not fill the memory.
+    void countCopies(std::size_t count);
+    static constexpr std::size_t maxCopies = 1'000'000;
 
     // Runs one stage over this builder and then over its children. Stages 0 and 1 may throw
     // std::bad_alloc and std::length_error (a description that multiplies itself beyond reason).
@@ -134,7 +145,6 @@ public:
         MathVariablesInterface* variables);
 
 private:
-    friend class StructRegStage;
     struct Store;
 
     std::shared_ptr<Store> m_store;

@@ -35,7 +35,7 @@ public:
     template<class Predicate> void removeIf(Predicate predicate) { std::erase_if(m_items, predicate); }
 
     void clear() {
-        m_items = {};
+        m_items = std::vector<Item>(); // and give its memory back
         m_ordered = true;
     }
 

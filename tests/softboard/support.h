@@ -131,6 +131,7 @@ public:
         if (first < 0) {
             return first;
         }
+        EXPECT_EQ(length % 2, 0U) << length;
         std::vector<std::uint32_t> words(length / 2);
         const auto bytes = static_cast<unsigned>(4 * words.size());
         EXPECT_EQ(

@@ -1,0 +1,79 @@
+#include "Request.h"
+
+#include <charconv>
+
+namespace gbe_service {
+namespace {
+
+// Small letters stand for what a request carries: b the board's number, p the port's, t a text.
+constexpr struct {
+    RequestKind kind;
+    std::string_view pattern;
+} kRequests[] = {
+    {RequestKind::Rescan, "RESCAN"},
+    {RequestKind::Rescan, "RESCAN BOARD b"},
+    {RequestKind::Rescan, "RESCAN BOARD b PORT p"},
+    {RequestKind::Configure, "CONFIGURE BOARD b PORT p IP t"},
+    {RequestKind::CountBoards, "COUNT BOARDS"},
+    {RequestKind::Status, "STATUS BOARD b PORT p"},
+    {RequestKind::OpenPort, "OPEN BOARD b PORT p"},
+    {RequestKind::OpenMac, "OPEN MAC t"},
+};
+
+// Cuts the text up to the next blank off; nothing is left behind the last word.
+std::optional<std::string_view> nextWord(std::optional<std::string_view>& rest) {
+    if (!rest) {
+        return std::nullopt;
+    }
+    const std::size_t blank = rest->find(' ');
+    const std::string_view word = rest->substr(0, blank);
+    rest = blank == rest->npos ? std::nullopt : std::optional(rest->substr(blank + 1));
+    return word;
+}
+
+bool parseNumber(std::string_view word, std::optional<unsigned>& number) {
+    unsigned value = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    number = value;
+    return error == std::errc() && end == word.data() + word.size();
+}
+
+bool matchWord(std::string_view pattern, std::string_view word, Request& request) {
+    if (pattern == "b") {
+        return parseNumber(word, request.board);
+    }
+    if (pattern == "p") {
+        return parseNumber(word, request.port);
+    }
+    if (pattern == "t") {
+        request.text = word;
+        return !word.empty();
+    }
+    return pattern == word;
+}
+
+bool match(std::string_view pattern, std::string_view line, Request& request) {
+    std::optional patternRest(pattern);
+    std::optional lineRest(line);
+    while (patternRest && lineRest) {
+        if (!matchWord(*nextWord(patternRest), *nextWord(lineRest), request)) {
+            return false;
+        }
+    }
+    return !patternRest && !lineRest;
+}
+
+} // namespace
+
+std::optional<Request> parseRequest(std::string_view line) {
+    for (const auto& row : kRequests) {
+        Request request;
+        request.kind = row.kind;
+        if (match(row.pattern, line, request)) {
+            return request;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace gbe_service

@@ -1,0 +1,210 @@
+#include "Settings.h"
+
+#include "bounds.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QSaveFile>
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <sstream>
+
+namespace gbe_service {
+namespace {
+
+bool parseNumber(std::string_view text, unsigned limit, unsigned& value) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() && value < limit;
+}
+
+std::string trimmed(const std::string& text) {
+    constexpr const char* kBlank = " \t\r";
+    const std::size_t first = text.find_first_not_of(kBlank);
+    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+}
+
+// "[board 0 port 1]"; the whole line and nothing else.
+bool parseSection(const std::string& line, PortKey& port) {
+    char closing = 0;
+    char rest = 0;
+    return std::sscanf(line.c_str(), "[board %u port %u%c%c", &port.first, &port.second, &closing, &rest) ==
+               3 &&
+           closing == ']' && port.first < kBoards && port.second < kPorts;
+}
+
+// Takes the lines of a configuration, one at a time; an error text for a wrong one.
+class SettingsReader {
+public:
+    explicit SettingsReader(Settings& settings) : m_settings(settings) {}
+
+    std::string take(const std::string& line) {
+        if (line.empty() || line.front() == '#') {
+            return "";
+        }
+        if (line.front() == '[') {
+            m_inPort = parseSection(line, m_port);
+            return m_inPort ? "" : "no section: [board 0 port 0] is one";
+        }
+        const std::size_t equals = line.find('=');
+        if (equals == line.npos) {
+            return "neither a section nor a key with a value";
+        }
+        return takeKey(trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1)));
+    }
+
+private:
+    std::string takeKey(const std::string& key, const std::string& value) {
+        if (m_inPort) {
+            return key == "mac" ? takeMac(value) : "unknown key of a port: " + key;
+        }
+        std::string error;
+        unsigned seconds = 0;
+        if (key == "boards") {
+            parseBoards(value, m_settings.boards, error);
+        } else if (key == "socket-group") {
+            m_settings.socketGroup = value;
+        } else if (key == "idle-limit" && parseNumber(value, 24 * 3600, seconds) && seconds > 0) {
+            m_settings.idleLimit = std::chrono::seconds(seconds);
+        } else {
+            error = key == "idle-limit" ? "no number of seconds: " + value : "unknown key: " + key;
+        }
+        return error;
+    }
+
+    std::string takeMac(const std::string& value) {
+        const auto mac = parseMac(value);
+        if (!mac || !isStationAddress(*mac)) {
+            return "no MAC address of a station: " + value;
+        }
+        for (const auto& [port, other] : m_settings.macs) {
+            if (other == *mac && port != m_port) {
+                return "this MAC address is another port's: " + value;
+            }
+        }
+        m_settings.macs[m_port] = *mac;
+        return "";
+    }
+
+    Settings& m_settings;
+    bool m_inPort = false;
+    PortKey m_port;
+};
+
+// Gives every line of a file, without surrounding blanks, to `take` until one returns an error.
+template<typename Take> bool readLines(const QString& name, Take take, std::string& error) {
+    QFile file(name);
+    if (!file.open(QIODevice::ReadOnly)) {
+        error = name.toStdString() + ": " + file.errorString().toStdString();
+        return false;
+    }
+    const QByteArray bytes = file.read(kMaxConfigurationSize + 1);
+    if (bytes.size() > kMaxConfigurationSize) {
+        error = name.toStdString() + ": too large";
+        return false;
+    }
+    std::istringstream lines(bytes.toStdString());
+    int number = 0;
+    for (std::string line; std::getline(lines, line);) {
+        ++number;
+        const std::string wrong = take(trimmed(line));
+        if (!wrong.empty()) {
+            error = name.toStdString() + ":" + std::to_string(number) + ": " + wrong;
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+Mac Settings::mac(unsigned board, unsigned port) const {
+    const auto found = macs.find({board, port});
+    return found != macs.end() ? found->second : localMac(board, port);
+}
+
+bool readSettings(const QString& file, Settings& settings, std::string& error) {
+    SettingsReader reader(settings);
+    return readLines(
+        file, [&](const std::string& line) { return reader.take(line); }, error);
+}
+
+bool parseBoards(const std::string& text, std::vector<unsigned>& boards, std::string& error) {
+    std::vector<unsigned> result;
+    std::istringstream words(text);
+    for (std::string word; std::getline(words, word, ',');) {
+        unsigned board = 0;
+        if (!parseNumber(trimmed(word), kBoards, board) ||
+            std::find(result.begin(), result.end(), board) != result.end()) {
+            error = "no list of boards 0 to 7, each once: " + text;
+            return false;
+        }
+        result.push_back(board);
+    }
+    if (result.empty()) {
+        error = "no board in the list of boards";
+        return false;
+    }
+    std::sort(result.begin(), result.end());
+    boards = result;
+    return true;
+}
+
+bool isStationIp(const std::string& text) {
+    in_addr address{};
+    if (inet_pton(AF_INET, text.c_str(), &address) != 1) {
+        return false;
+    }
+    const unsigned first = ntohl(address.s_addr) >> 24;
+    return first != 0 && first != 127 && first < 224;
+}
+
+bool AddressBook::load(std::string& error) {
+    if (!QFileInfo::exists(m_file)) {
+        return true;
+    }
+    const auto take = [this](const std::string& line) -> std::string {
+        PortKey port;
+        char ip[16];
+        if (line.empty() || line.front() == '#') {
+            return "";
+        }
+        const int fields =
+            std::sscanf(line.c_str(), "board %u port %u ip %15s", &port.first, &port.second, ip);
+        if (fields != 3 || port.first >= kBoards || port.second >= kPorts || !isStationIp(ip)) {
+            return "no address of a port";
+        }
+        m_ips[port] = ip;
+        return "";
+    };
+    return readLines(m_file, take, error);
+}
+
+bool AddressBook::set(PortKey port, const std::string& ip, std::string& error) {
+    auto ips = m_ips;
+    ips[port] = ip;
+    QByteArray text("# Written by gbe-service: the addresses that clients gave to ports.\n");
+    for (const auto& [key, value] : ips) {
+        text += "board " + QByteArray::number(key.first) + " port " + QByteArray::number(key.second) +
+                " ip " + value.c_str() + "\n";
+    }
+    QDir().mkpath(QFileInfo(m_file).absolutePath());
+    QSaveFile file(m_file);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
+        error = m_file.toStdString() + ": " + file.errorString().toStdString();
+        return false;
+    }
+    m_ips = ips;
+    return true;
+}
+
+std::string AddressBook::ip(PortKey port) const {
+    const auto found = m_ips.find(port);
+    return found != m_ips.end() ? found->second : "";
+}
+
+} // namespace gbe_service

@@ -1,0 +1,119 @@
+// The passes over a tree of builders, and which node class stands for which kind.
+#include "genicam/stages.h"
+
+#include "genicam/ImplGenICamPort.h"
+#include "genicam/ImplGenICamRegister.h"
+#include "genicam/ImplGenICamValues.h"
+#include "genicam/formula_nodes.h"
+
+#include <memory>
+
+namespace tavo {
+namespace {
+
+namespace stages = genicam::stages;
+using stages::Builder;
+using stages::Device;
+
+struct KindStages {
+    GenICamTypes::GenICamNodeType type;
+    void (*create)(Builder& builder, Device& device);
+    void (*resolve)(Builder& builder, Device& device);
+};
+
+template<class Kind> void createNode(Builder& builder, Device& device) {
+    auto owned = std::make_unique<Kind>();
+    Kind& node = *owned;
+    device.adoptNode(std::move(owned));
+    node.setNodeType(builder.getNodeType());
+    builder.setNode(&node);
+    stages::readLiterals(builder, node);
+}
+
+template<class Kind> void resolveNode(Builder& builder, Device& device) {
+    if (auto* const node = dynamic_cast<Kind*>(builder.getNode())) {
+        stages::resolveReferences(builder, *node, device);
+    }
+}
+
+template<class Kind> constexpr KindStages kind(GenICamTypes::GenICamNodeType type) {
+    return {type, createNode<Kind>, resolveNode<Kind>};
+}
+
+void nothingToResolve(Builder&, Device&) {}
+
+// By ascending kind, from the first that has stages on.
+constexpr KindStages kinds[] = {
+    {GenICamTypes::RegisterDescription, stages::readHeader, nothingToResolve},
+    kind<ImplGenICamBoolean>(GenICamTypes::Boolean),
+    kind<ImplGenICamCategory>(GenICamTypes::Category),
+    kind<ImplGenICamCommand>(GenICamTypes::Command),
+    kind<ImplGenICamNode>(GenICamTypes::Node),
+    kind<ImplGenICamRegister>(GenICamTypes::Register),
+    kind<ImplGenICamConverter>(GenICamTypes::Converter),
+    kind<ImplGenICamEnumEntry>(GenICamTypes::EnumEntry),
+    kind<ImplGenICamEnumeration>(GenICamTypes::Enumeration),
+    kind<ImplGenICamFloatReg>(GenICamTypes::FloatReg),
+    kind<ImplGenICamFloat>(GenICamTypes::Float),
+    kind<ImplGenICamIntConverter>(GenICamTypes::IntConverter),
+    kind<ImplGenICamInteger>(GenICamTypes::Integer),
+    kind<ImplGenICamIntReg>(GenICamTypes::IntReg),
+    kind<ImplGenICamMaskedIntReg>(GenICamTypes::MaskedIntReg),
+    kind<ImplGenICamPort>(GenICamTypes::Port),
+    kind<ImplGenICamStringReg>(GenICamTypes::StringReg),
+    {GenICamTypes::StructReg, [](Builder& builder, Device&) { stages::readStructReg(builder); },
+     nothingToResolve},
+    kind<ImplGenICamSwissKnife>(GenICamTypes::SwissKnife),
+    kind<ImplGenICamIntSwissKnife>(GenICamTypes::IntSwissKnife),
+};
+
+constexpr bool kindsAreContiguous() {
+    int expected = kinds[0].type;
+    for (const KindStages& row : kinds) {
+        if (row.type != expected++) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(kindsAreContiguous(), "a kind's row is found by its number");
+
+const KindStages* findKind(GenICamTypes::GenICamNodeType type) {
+    const auto row = static_cast<std::size_t>(type) - static_cast<std::size_t>(kinds[0].type);
+    return row < std::size(kinds) ? &kinds[row] : nullptr;
+}
+
+} // namespace
+
+void GenICamTreeBuilder::executeInitStage(InitStage stage, ImplGenICamCamera* camera) {
+    const KindStages* const row = findKind(m_type);
+    if (row == nullptr) {
+        return;
+    }
+    if (stage == CreateNodes) {
+        row->create(*this, *camera);
+    } else if (stage == ResolveReferences) {
+        row->resolve(*this, *camera);
+    }
+}
+
+void GenICamTreeBuilder::propagateInitStage(InitStage stage, ImplGenICamCamera* camera) {
+    executeInitStage(stage, camera);
+    if (stage == CreateNodes && m_node != nullptr && !m_node->getName().empty()) {
+        camera->registerNode(*m_node);
+    }
+    for (const Object& child : m_objects.all()) {
+        child.builder->propagateInitStage(stage, camera);
+    }
+    if (stage == ReleaseTree) {
+        m_objects.clear();
+    }
+}
+
+void GenICamTreeBuilder::addDependency(ImplGenICamNode* dependent, ImplGenICamNode* dependency) {
+    if (dependent != nullptr && dependency != nullptr && dependent != dependency) {
+        dependent->addDependency(*dependency);
+    }
+}
+
+} // namespace tavo

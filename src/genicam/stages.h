@@ -1,0 +1,145 @@
+// How builders become nodes: for each kind what it reads of itself (first pass) and which nodes it refers to
+// (second pass). Internal to the description's stages; GenICamTreeBuilder::propagateInitStage drives them.
+//
+// A kind's function calls that of its base first. Kinds without a function of their own take their base's.
+#pragma once
+
+#include "genicam/GenICamTreeBuilder.h"
+#include "genicam/ImplGenICamCamera.h"
+#include "genicam/ImplGenICamNode.h"
+
+#include <string>
+#include <string_view>
+
+namespace tavo {
+class ImplGenICamBoolean;
+class ImplGenICamCategory;
+class ImplGenICamCommand;
+class ImplGenICamConverter;
+class ImplGenICamEnumEntry;
+class ImplGenICamEnumeration;
+class ImplGenICamFloat;
+class ImplGenICamFloatReg;
+class ImplGenICamIntConverter;
+class ImplGenICamIntReg;
+class ImplGenICamIntSwissKnife;
+class ImplGenICamInteger;
+class ImplGenICamMaskedIntReg;
+class ImplGenICamPort;
+class ImplGenICamRegister;
+class ImplGenICamSelectorInterface;
+class ImplGenICamSwissKnife;
+} // namespace tavo
+
+namespace genicam::stages {
+
+using Builder = tavo::GenICamTreeBuilder;
+using Device = tavo::ImplGenICamCamera;
+using Node = tavo::ImplGenICamNode;
+using Types = tavo::GenICamTypes;
+
+// First pass: literal properties.
+void readHeader(Builder& builder, Device& device);
+void readStructReg(Builder& builder);
+void readLiterals(Builder& builder, Node& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamBoolean& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamCommand& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamConverter& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamEnumEntry& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamEnumeration& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamFloat& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamFloatReg& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamIntConverter& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamIntReg& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamIntSwissKnife& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamInteger& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamMaskedIntReg& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamPort& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamRegister& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamSwissKnife& node);
+
+// Second pass: references. A name that no node bears leaves its reference empty.
+void resolveReferences(Builder& builder, Node& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamBoolean& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamCategory& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamCommand& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamConverter& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamEnumeration& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamFloat& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamIntConverter& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamIntReg& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamIntSwissKnife& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamInteger& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamPort& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamRegister& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamSwissKnife& node, Device& device);
+
+// What several kinds share
+// -----------------------------------------------------------------------------------
+
+// The node of a name, or null. Blanks and line breaks around the name do not count.
+Node* findNode(std::string_view name, Device& device);
+// The node that a reference means, or null.
+Node* findNode(const Builder::Element& reference, Device& device);
+// The elements "pSelected": selected features depend on the selector.
+void resolveSelected(
+    Builder& builder, Node& node, tavo::ImplGenICamSelectorInterface& selector, Device& device);
+// Prefixes the name of a child with its parent's, and refers to the child under an element name of the
+// parent.
+void embed(Builder& parent, Builder& child, std::string_view element);
+// "IntSwissKnife" elements inside a register or a StructReg: terms of its address.
+void embedAddressFormulas(Builder& builder);
+
+// Tables of what a kind reads: an element's name, and what to do with its text. The text is empty when the
+// element is missing, which gives the default, as does a text that cannot be read.
+template<class Kind> struct Literal {
+    std::string_view element;
+    void (*apply)(Kind& node, std::string_view text);
+};
+
+template<class Kind, std::size_t count>
+void readTable(Builder& builder, Kind& node, const Literal<Kind> (&table)[count]) {
+    for (const Literal<Kind>& literal : table) {
+        const Builder::Element* const element = builder.findElement(literal.element);
+        literal.apply(node, element != nullptr ? element->text : std::string_view{});
+    }
+}
+
+template<auto setter, class Kind> void text(Kind& node, std::string_view content) {
+    (node.*setter)(std::string(content));
+}
+
+template<auto setter, std::int64_t missing = 0, class Kind>
+void number(Kind& node, std::string_view content) {
+    (node.*setter)(Builder::parseNumber(content, missing));
+}
+
+// `missing` stands for an unknown keyword, too.
+template<auto setter, auto parse, auto missing = decltype(parse({}))::NotGiven, class Kind>
+void keyword(Kind& node, std::string_view content) {
+    const auto value = parse(content);
+    (node.*setter)(value != decltype(value)::NotGiven ? value : missing);
+}
+
+// Tables of the references that a kind has once, each of which makes it depend on the node referred to.
+template<class Kind> struct Reference {
+    std::string_view element;
+    void (*set)(Kind& node, Node* target);
+};
+
+template<class Kind, std::size_t count>
+void resolveTable(Builder& builder, Kind& node, const Reference<Kind> (&table)[count], Device& device) {
+    for (const Reference<Kind>& reference : table) {
+        if (const Builder::Element* const element = builder.findElement(reference.element)) {
+            Node* const target = findNode(*element, device);
+            reference.set(node, target);
+            Builder::addDependency(&node, target);
+        }
+    }
+}
+
+template<auto setter, class Kind> void reference(Kind& node, Node* target) {
+    (node.*setter)(target);
+}
+
+} // namespace genicam::stages

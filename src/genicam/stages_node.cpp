@@ -1,0 +1,139 @@
+// Stages of what all nodes share, of the root element, and of the kinds without a value.
+#include "genicam/stages.h"
+
+#include "genicam/ImplGenICamPort.h"
+#include "genicam/ImplGenICamValues.h"
+
+namespace genicam::stages {
+
+using tavo::DeviceHeader;
+using tavo::ImplGenICamCategory;
+using tavo::ImplGenICamPort;
+
+namespace {
+
+struct HeaderText {
+    std::string_view attribute;
+    std::string DeviceHeader::*field;
+};
+constexpr HeaderText headerTexts[] = {
+    {"ModelName", &DeviceHeader::modelName},     {"VendorName", &DeviceHeader::vendorName},
+    {"ToolTip", &DeviceHeader::toolTip},         {"StandardNamespace", &DeviceHeader::standardNamespace},
+    {"ProductGuid", &DeviceHeader::productGuid}, {"VersionGuid", &DeviceHeader::versionGuid},
+};
+
+struct HeaderNumber {
+    std::string_view attribute;
+    std::int64_t DeviceHeader::*field;
+};
+constexpr HeaderNumber headerNumbers[] = {
+    {"MajorVersion", &DeviceHeader::majorVersion},
+    {"MinorVersion", &DeviceHeader::minorVersion},
+    {"SubMinorVersion", &DeviceHeader::subMinorVersion},
+    {"SchemaMajorVersion", &DeviceHeader::schemaMajorVersion},
+    {"SchemaMinorVersion", &DeviceHeader::schemaMinorVersion},
+    {"SchemaSubMinorVersion", &DeviceHeader::schemaSubMinorVersion},
+};
+
+constexpr Literal<Node> nodeLiterals[] = {
+    {"Description", text<&Node::setDescription>},
+    {"DisplayName", text<&Node::setDisplayName>},
+    {"EventID", text<&Node::setEventID>}, // hexadecimal without a prefix, so it stays a text
+    {"ImposedAccessMode", keyword<&Node::setImposedAccessMode, &Builder::parseAccessMode>},
+    {"Streamable", keyword<&Node::setStreamable, &Builder::parseYesNo, Types::GenICamYesNoType::No>},
+    {"ToolTip", text<&Node::setToolTip>},
+    {"Visibility", keyword<&Node::setVisibility, &Builder::parseVisibility>},
+};
+
+constexpr Reference<Node> nodeReferences[] = {
+    {"pIsAvailable", reference<&Node::setPIsAvailable>},
+    {"pIsImplemented", reference<&Node::setPIsImplemented>},
+    {"pIsLocked", reference<&Node::setPIsLocked>},
+};
+
+constexpr Literal<ImplGenICamPort> portLiterals[] = {
+    {"ChunkID", number<&ImplGenICamPort::setChunkId>},
+    {"SwapEndianess", keyword<&ImplGenICamPort::setSwapEndianess, &Builder::parseYesNo>},
+};
+
+constexpr Reference<ImplGenICamPort> portReferences[] = {
+    {"pChunkID", reference<&ImplGenICamPort::setPChunkId>},
+};
+
+std::string_view withoutBlanks(std::string_view name) {
+    constexpr std::string_view blanks = " \t\r\n";
+    const std::size_t first = name.find_first_not_of(blanks);
+    return first == std::string_view::npos ? std::string_view{}
+                                           : name.substr(first, name.find_last_not_of(blanks) - first + 1);
+}
+
+} // namespace
+
+void readHeader(Builder& builder, Device& device) {
+    DeviceHeader header;
+    for (const auto& [attribute, field] : headerTexts) {
+        header.*field = builder.findAttribute(attribute);
+    }
+    for (const auto& [attribute, field] : headerNumbers) {
+        header.*field = Builder::parseNumber(builder.findAttribute(attribute), 0);
+    }
+    device.setHeader(std::move(header));
+}
+
+void readLiterals(Builder& builder, Node& node) {
+    node.setName(std::string(builder.findAttribute("Name")));
+    // Spelled so, deliberately: nodes whose description spells the attribute "NameSpace" count as "Custom".
+    node.setNamespace(std::string(builder.findAttribute("Namespace", "Custom")));
+    readTable(builder, node, nodeLiterals);
+}
+
+void resolveReferences(Builder& builder, Node& node, Device& device) {
+    if (const Builder::Element* const alias = builder.findElement("pAlias")) {
+        node.setAlias(findNode(*alias, device)); // the alias says nothing of this node's value
+    }
+    resolveTable(builder, node, nodeReferences, device);
+}
+
+void readLiterals(Builder& builder, ImplGenICamPort& node) {
+    readLiterals(builder, static_cast<Node&>(node));
+    readTable(builder, node, portLiterals);
+}
+
+void resolveReferences(Builder& builder, ImplGenICamPort& node, Device& device) {
+    resolveReferences(builder, static_cast<Node&>(node), device);
+    resolveTable(builder, node, portReferences, device);
+}
+
+void resolveReferences(Builder& builder, ImplGenICamCategory& node, Device& device) {
+    resolveReferences(builder, static_cast<Node&>(node), device);
+    for (const Builder::Element& feature : builder.getAllElementsByName("pFeature")) {
+        node.addFeature(findNode(feature, device));
+    }
+}
+
+Node* findNode(std::string_view name, Device& device) {
+    return device.findNode(withoutBlanks(name));
+}
+
+Node* findNode(const Builder::Element& reference, Device& device) {
+    return reference.target != nullptr ? reference.target->getNode() : findNode(reference.text, device);
+}
+
+void resolveSelected(
+    Builder& builder, Node& node, tavo::ImplGenICamSelectorInterface& selector, Device& device) {
+    for (const Builder::Element& reference : builder.getAllElementsByName("pSelected")) {
+        Node* const selected = findNode(reference, device);
+        selector.addSelected(selected);
+        Builder::addDependency(selected, &node);
+    }
+}
+
+void embed(Builder& parent, Builder& child, std::string_view element) {
+    std::string name(parent.findAttribute("Name"));
+    name += '_';
+    name += child.findAttribute("Name");
+    child.setAttribute("Name", name);
+    parent.addElement(element, name).target = &child;
+}
+
+} // namespace genicam::stages

@@ -1,0 +1,129 @@
+// Stages of registers.
+#include "genicam/stages.h"
+
+#include "genicam/ImplGenICamRegister.h"
+
+namespace genicam::stages {
+
+using tavo::ImplGenICamFloatReg;
+using tavo::ImplGenICamIntReg;
+using tavo::ImplGenICamMaskedIntReg;
+using tavo::ImplGenICamRegister;
+
+namespace {
+
+constexpr Literal<ImplGenICamRegister> registerLiterals[] = {
+    {"AccessMode",
+     keyword<
+         &ImplGenICamRegister::setAccessMode, &Builder::parseAccessMode, Types::GenICamAccessModeType::RO>},
+    {"Cachable", keyword<
+                     &ImplGenICamRegister::setCacheMode, &Builder::parseCacheMode,
+                     Types::GenICamCacheModeType::WriteThrough>},
+    {"Length", number<&ImplGenICamRegister::setLength>},
+    // Milliseconds; deliberately a second for registers that give none.
+    {"PollingTime", number<&ImplGenICamRegister::setPollingTime, 1000>},
+};
+
+constexpr Reference<ImplGenICamRegister> registerReferences[] = {
+    {"pLength", reference<&ImplGenICamRegister::setPLength>},
+};
+
+constexpr Literal<ImplGenICamIntReg> intRegLiterals[] = {
+    {"Endianess", keyword<&ImplGenICamIntReg::setEndianess, &Builder::parseEndianess>},
+    {"Representation", keyword<&ImplGenICamIntReg::setRepresentation, &Builder::parseRepresentation>},
+    {"Sign", keyword<&ImplGenICamIntReg::setSign, &Builder::parseSign>},
+};
+
+constexpr Literal<ImplGenICamMaskedIntReg> maskedIntRegLiterals[] = {
+    {"LSB", number<&ImplGenICamMaskedIntReg::setLSB, -1>},
+    {"MSB", number<&ImplGenICamMaskedIntReg::setMSB, -1>},
+};
+
+constexpr Literal<ImplGenICamFloatReg> floatRegLiterals[] = {
+    {"Endianess", keyword<&ImplGenICamFloatReg::setEndianess, &Builder::parseEndianess>},
+    {"Representation", keyword<&ImplGenICamFloatReg::setRepresentation, &Builder::parseRepresentation>},
+    {"Unit", text<&ImplGenICamFloatReg::setUnit>},
+};
+
+void resolvePort(Builder& builder, ImplGenICamRegister& node, Device& device) {
+    const Builder::Element* const name = builder.findElement("pPort");
+    Node* const port = name == nullptr ? nullptr : findNode(*name, device);
+    node.setPort(port == nullptr ? nullptr : port->asPort());
+}
+
+void resolveAddress(Builder& builder, ImplGenICamRegister& node, Device& device) {
+    for (const Builder::Element& term : builder.getAllElementsByName("pAddress")) {
+        Node* const target = findNode(term, device);
+        node.addAddressElement(target, 1);
+        Builder::addDependency(&node, target);
+    }
+    for (const Builder::Object& index : builder.getAllObjectsByName("pIndex")) {
+        // An index without an offset is ignored, deliberately.
+        const std::int64_t factor = Builder::parseNumber(index.builder->findAttribute("Offset"), 0);
+        Node* const target = factor == 0 ? nullptr : findNode(index.builder->getContent(), device);
+        node.addAddressElement(target, factor);
+        Builder::addDependency(&node, target);
+    }
+}
+
+void resolveInvalidators(Builder& builder, ImplGenICamRegister& node, Device& device) {
+    for (const Builder::Element& name : builder.getAllElementsByName("pInvalidator")) {
+        // Only registers invalidate, deliberately.
+        if (auto* const invalidator = dynamic_cast<ImplGenICamRegister*>(findNode(name, device))) {
+            invalidator->addInvalidated(&node);
+        }
+    }
+}
+
+} // namespace
+
+void embedAddressFormulas(Builder& builder) {
+    for (const Builder::Object& formula : builder.getAllObjectsByName("IntSwissKnife")) {
+        embed(builder, *formula.builder, "pAddress");
+    }
+}
+
+void readLiterals(Builder& builder, ImplGenICamRegister& node) {
+    readLiterals(builder, static_cast<Node&>(node));
+    readTable(builder, node, registerLiterals);
+    for (const Builder::Element& address : builder.getAllElementsByName("Address")) {
+        node.addToAddress(Builder::parseNumber(address.text, 0));
+    }
+    embedAddressFormulas(builder);
+}
+
+void resolveReferences(Builder& builder, ImplGenICamRegister& node, Device& device) {
+    resolveReferences(builder, static_cast<Node&>(node), device);
+    resolveTable(builder, node, registerReferences, device);
+    resolvePort(builder, node, device);
+    resolveAddress(builder, node, device);
+    resolveInvalidators(builder, node, device);
+}
+
+void readLiterals(Builder& builder, ImplGenICamIntReg& node) {
+    readLiterals(builder, static_cast<ImplGenICamRegister&>(node));
+    readTable(builder, node, intRegLiterals);
+}
+
+void resolveReferences(Builder& builder, ImplGenICamIntReg& node, Device& device) {
+    resolveReferences(builder, static_cast<ImplGenICamRegister&>(node), device);
+    resolveSelected(builder, node, node, device);
+}
+
+void readLiterals(Builder& builder, ImplGenICamMaskedIntReg& node) {
+    readLiterals(builder, static_cast<ImplGenICamIntReg&>(node));
+    readTable(builder, node, maskedIntRegLiterals);
+    constexpr std::int64_t noBit = -1;
+    const Builder::Element* const element = builder.findElement("Bit");
+    const std::int64_t bit = element == nullptr ? noBit : Builder::parseNumber(element->text, noBit);
+    if (bit != noBit) {
+        node.setBit(bit);
+    }
+}
+
+void readLiterals(Builder& builder, ImplGenICamFloatReg& node) {
+    readLiterals(builder, static_cast<ImplGenICamRegister&>(node));
+    readTable(builder, node, floatRegLiterals);
+}
+
+} // namespace genicam::stages

@@ -1,0 +1,167 @@
+// Stages of the kinds that hold a value or take that of another node.
+#include "genicam/stages.h"
+
+#include "genicam/ImplGenICamValues.h"
+
+#include <limits>
+
+namespace genicam::stages {
+
+using tavo::ImplGenICamBoolean;
+using tavo::ImplGenICamCommand;
+using tavo::ImplGenICamEnumEntry;
+using tavo::ImplGenICamEnumeration;
+using tavo::ImplGenICamFloat;
+using tavo::ImplGenICamInteger;
+
+namespace {
+
+constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
+
+constexpr Literal<ImplGenICamInteger> integerLiterals[] = {
+    {"Inc", number<&ImplGenICamInteger::setInc, 1>},
+    {"Max", number<&ImplGenICamInteger::setMax, highest>},
+    {"Min", number<&ImplGenICamInteger::setMin, lowest>},
+    {"Representation", keyword<&ImplGenICamInteger::setRepresentation, &Builder::parseRepresentation>},
+    {"Unit", text<&ImplGenICamInteger::setUnit>},
+    {"Value", number<&ImplGenICamInteger::setStoredValue>},
+};
+
+constexpr Reference<ImplGenICamInteger> integerReferences[] = {
+    {"pInc", reference<&ImplGenICamInteger::setPInc>},
+    {"pMax", reference<&ImplGenICamInteger::setPMax>},
+    {"pMin", reference<&ImplGenICamInteger::setPMin>},
+    {"pValue", reference<&ImplGenICamInteger::setPValue>},
+};
+
+// A template parameter cannot be a double everywhere, hence the functions.
+constexpr Literal<ImplGenICamFloat> floatLiterals[] = {
+    {"Max",
+     [](ImplGenICamFloat& node, std::string_view content) {
+         node.setMax(Builder::parseFloat(content, tavo::kDefaultFloatMax));
+     }},
+    {"Min",
+     [](ImplGenICamFloat& node, std::string_view content) {
+         node.setMin(Builder::parseFloat(content, tavo::kDefaultFloatMin));
+     }},
+    {"Representation", keyword<&ImplGenICamFloat::setRepresentation, &Builder::parseRepresentation>},
+    {"Unit", text<&ImplGenICamFloat::setUnit>},
+    {"Value", [](ImplGenICamFloat& node,
+                 std::string_view content) { node.setStoredValue(Builder::parseFloat(content, 0.0)); }},
+};
+
+constexpr Reference<ImplGenICamFloat> floatReferences[] = {
+    {"pMax", reference<&ImplGenICamFloat::setPMax>},
+    {"pMin", reference<&ImplGenICamFloat::setPMin>},
+    {"pValue", reference<&ImplGenICamFloat::setPValue>},
+};
+
+constexpr Literal<ImplGenICamBoolean> booleanLiterals[] = {
+    {"OffValue", number<&ImplGenICamBoolean::setOffValue, 0>},
+    {"OnValue", number<&ImplGenICamBoolean::setOnValue, 1>},
+    {"Value", [](ImplGenICamBoolean& node,
+                 std::string_view content) { node.setStoredValue(Builder::parseBoolean(content, false)); }},
+};
+
+constexpr Reference<ImplGenICamBoolean> booleanReferences[] = {
+    {"pValue", reference<&ImplGenICamBoolean::setPValue>},
+};
+
+constexpr Literal<ImplGenICamCommand> commandLiterals[] = {
+    {"CommandValue", number<&ImplGenICamCommand::setCommandValue>},
+    {"PollingTime", number<&ImplGenICamCommand::setPollingTime>},
+    {"Value", number<&ImplGenICamCommand::setStoredValue>},
+};
+
+constexpr Reference<ImplGenICamCommand> commandReferences[] = {
+    {"pCommandValue", reference<&ImplGenICamCommand::setPCommandValue>},
+    {"pValue", reference<&ImplGenICamCommand::setPValue>},
+};
+
+constexpr Literal<ImplGenICamEnumEntry> enumEntryLiterals[] = {
+    {"Symbolic", text<&ImplGenICamEnumEntry::setSymbol>},
+    {"Value", number<&ImplGenICamEnumEntry::setValue>},
+};
+
+constexpr Literal<ImplGenICamEnumeration> enumerationLiterals[] = {
+    {"Value", number<&ImplGenICamEnumeration::setStoredValue>},
+};
+
+constexpr Reference<ImplGenICamEnumeration> enumerationReferences[] = {
+    {"pValue", reference<&ImplGenICamEnumeration::setPValue>},
+};
+
+} // namespace
+
+void readLiterals(Builder& builder, ImplGenICamInteger& node) {
+    readLiterals(builder, static_cast<Node&>(node));
+    readTable(builder, node, integerLiterals);
+}
+
+void resolveReferences(Builder& builder, ImplGenICamInteger& node, Device& device) {
+    resolveReferences(builder, static_cast<Node&>(node), device);
+    resolveTable(builder, node, integerReferences, device);
+    resolveSelected(builder, node, node, device);
+}
+
+void readLiterals(Builder& builder, ImplGenICamFloat& node) {
+    readLiterals(builder, static_cast<Node&>(node));
+    readTable(builder, node, floatLiterals);
+}
+
+void resolveReferences(Builder& builder, ImplGenICamFloat& node, Device& device) {
+    resolveReferences(builder, static_cast<Node&>(node), device);
+    resolveTable(builder, node, floatReferences, device);
+}
+
+void readLiterals(Builder& builder, ImplGenICamBoolean& node) {
+    readLiterals(builder, static_cast<Node&>(node));
+    readTable(builder, node, booleanLiterals);
+}
+
+void resolveReferences(Builder& builder, ImplGenICamBoolean& node, Device& device) {
+    resolveReferences(builder, static_cast<Node&>(node), device);
+    resolveTable(builder, node, booleanReferences, device);
+}
+
+void readLiterals(Builder& builder, ImplGenICamCommand& node) {
+    readLiterals(builder, static_cast<Node&>(node));
+    readTable(builder, node, commandLiterals);
+}
+
+void resolveReferences(Builder& builder, ImplGenICamCommand& node, Device& device) {
+    resolveReferences(builder, static_cast<Node&>(node), device);
+    resolveTable(builder, node, commandReferences, device);
+}
+
+void readLiterals(Builder& builder, ImplGenICamEnumEntry& node) {
+    readLiterals(builder, static_cast<Node&>(node));
+    readTable(builder, node, enumEntryLiterals);
+}
+
+void readLiterals(Builder& builder, ImplGenICamEnumeration& node) {
+    readLiterals(builder, static_cast<Node&>(node));
+    readTable(builder, node, enumerationLiterals);
+    for (const Builder::Object& entry : builder.getAllObjectsByName("EnumEntry")) {
+        const std::string_view name = entry.builder->findAttribute("Name");
+        entry.builder->getFirstElement("Symbolic", name);
+        entry.builder->getFirstElement("DisplayName", name);
+        embed(builder, *entry.builder, "pEnumEntry");
+    }
+}
+
+void resolveReferences(Builder& builder, ImplGenICamEnumeration& node, Device& device) {
+    resolveReferences(builder, static_cast<Node&>(node), device);
+    resolveTable(builder, node, enumerationReferences, device);
+    for (const Builder::Element& reference : builder.getAllElementsByName("pEnumEntry")) {
+        Node* const target = findNode(reference, device);
+        if (auto* const entry = dynamic_cast<ImplGenICamEnumEntry*>(target)) {
+            node.addEntry(entry);
+            Builder::addDependency(&node, entry);
+        }
+    }
+    resolveSelected(builder, node, node, device);
+}
+
+} // namespace genicam::stages

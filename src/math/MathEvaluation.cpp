@@ -1,0 +1,301 @@
+#include "math/MathProgram.h"
+#include "math/arithmetic.h"
+#include "math/limits.h"
+#include "math/messages.h"
+#include "util/exceptions.h"
+
+#include <cassert>
+
+namespace tavo::math {
+
+namespace {
+
+// Formulas wait for few values at once; only the odd one needs a stack of the largest size.
+constexpr std::size_t UsualDepth = 16;
+
+[[noreturn, gnu::cold, gnu::noinline]] void fail(const char* text) {
+    throw ScMathException(text);
+}
+
+bool areIntegers(const MathValue& left, const MathValue& right) {
+    return left.isInteger() && right.isInteger();
+}
+
+void expectInteger(const MathValue& value, const char* text) {
+    if (!value.isInteger()) [[unlikely]]
+        fail(text);
+}
+
+// One float operand makes the result a float.
+template<typename IntegerFunction, typename FloatFunction>
+MathValue
+arithmetic(const MathValue& left, const MathValue& right, IntegerFunction integers, FloatFunction floats) {
+    if (areIntegers(left, right)) [[likely]]
+        return MathValue::fromInteger(integers(left.integer, right.integer));
+    return MathValue::fromFloat(floats(left.toFloat(), right.toFloat()));
+}
+
+template<typename Relation>
+MathValue compare(const MathValue& left, const MathValue& right, Relation relation) {
+    const bool holds = areIntegers(left, right) ? relation(left.integer, right.integer)
+                                                : relation(left.toFloat(), right.toFloat());
+    return MathValue::fromInteger(holds);
+}
+
+template<typename IntegerFunction>
+MathValue bits(const MathValue& left, const MathValue& right, const char* text, IntegerFunction function) {
+    if (!areIntegers(left, right)) [[unlikely]]
+        fail(text);
+    return MathValue::fromInteger(function(left.integer, right.integer));
+}
+
+template<typename IntegerFunction, typename FloatFunction>
+MathValue unary(const MathValue& x, IntegerFunction integer, FloatFunction real) {
+    return x.isInteger() ? MathValue::fromInteger(integer(x.integer)) : MathValue::fromFloat(real(x.real));
+}
+
+template<EvaluationType Type> MathValue divide(const MathValue& left, const MathValue& right) {
+    if (right.toFloat() == 0)
+        fail(message::DivisionByZero);
+    if (Type == EvaluationType::Integer && areIntegers(left, right))
+        return MathValue::fromInteger(quotient(left.integer, right.integer));
+    return MathValue::fromFloat(left.toFloat() / right.toFloat());
+}
+
+MathValue remainderOf(const MathValue& left, const MathValue& right) {
+    if (right.toFloat() == 0)
+        fail(message::DivisionByZero);
+    return arithmetic(left, right, remainder, [](double a, double b) { return std::fmod(a, b); });
+}
+
+template<EvaluationType Type> MathValue raise(const MathValue& base, const MathValue& exponent) {
+    if (Type == EvaluationType::Integer && areIntegers(base, exponent) && exponent.integer >= 0)
+        return MathValue::fromInteger(power(base.integer, exponent.integer));
+    return MathValue::fromFloat(std::pow(base.toFloat(), exponent.toFloat()));
+}
+
+// An integer stays one, also where digits before the point are rounded away.
+MathValue roundTo(const MathValue& x, const MathValue& precision) {
+    expectInteger(precision, message::FloatPrecision);
+    if (!x.isInteger())
+        return MathValue::fromFloat(roundedTo(x.real, precision.integer));
+    if (precision.integer >= 0)
+        return x;
+    return MathValue::fromInteger(MathValue::truncated(roundedTo(x.toFloat(), precision.integer)));
+}
+
+constexpr auto Same = [](std::int64_t x) { return x; };
+
+// What leaves one value for one.
+template<Opcode Op> MathValue transform(const MathValue& x) {
+    switch (Op) {
+    case Opcode::LogicalAnd: // the right sides; DecideAnd and DecideOr saw the left ones
+        expectInteger(x, message::FloatLogicalAnd);
+        return MathValue::fromInteger(x.integer != 0);
+    case Opcode::LogicalOr:
+        expectInteger(x, message::FloatLogicalOr);
+        return MathValue::fromInteger(x.integer != 0);
+    case Opcode::BinaryNot:
+        expectInteger(x, message::FloatBinaryNot);
+        return MathValue::fromInteger(~x.integer);
+    case Opcode::Sgn:
+        return unary(
+            x, [](std::int64_t i) { return signOf(i); }, [](double d) { return signOf(d); });
+    case Opcode::UnaryMinus:
+    case Opcode::Neg:
+        return unary(x, negated, [](double d) { return -d; });
+    case Opcode::Abs:
+        return unary(x, absolute, [](double d) { return std::fabs(d); });
+    case Opcode::Floor:
+        return unary(x, Same, [](double d) { return std::floor(d); });
+    case Opcode::Ceil:
+        return unary(x, Same, [](double d) { return std::ceil(d); });
+    case Opcode::Trunc:
+        return unary(x, Same, [](double d) { return std::trunc(d); });
+    case Opcode::Round:
+        return unary(x, Same, [](double d) { return std::floor(d + 0.5); });
+    case Opcode::Atan:
+        return MathValue::fromFloat(std::atan(x.toFloat()));
+    case Opcode::Acos:
+        return MathValue::fromFloat(std::acos(x.toFloat()));
+    case Opcode::Asin:
+        return MathValue::fromFloat(std::asin(x.toFloat()));
+    case Opcode::Exp:
+        return MathValue::fromFloat(std::exp(x.toFloat()));
+    case Opcode::Ln:
+        return MathValue::fromFloat(std::log(x.toFloat()));
+    case Opcode::Lg:
+        return MathValue::fromFloat(std::log10(x.toFloat()));
+    case Opcode::Sqrt:
+        return MathValue::fromFloat(std::sqrt(x.toFloat()));
+    case Opcode::Sin:
+        return MathValue::fromFloat(std::sin(x.toFloat()));
+    case Opcode::Cos:
+        return MathValue::fromFloat(std::cos(x.toFloat()));
+    case Opcode::Tan:
+        return MathValue::fromFloat(std::tan(x.toFloat()));
+    default:
+        return x;
+    }
+}
+
+// What leaves one value for two.
+template<EvaluationType Type, Opcode Op> MathValue combine(const MathValue& a, const MathValue& b) {
+    using I = std::int64_t;
+    switch (Op) {
+    case Opcode::NotEqual:
+        return compare(a, b, [](auto x, auto y) { return x != y; });
+    case Opcode::LessOrEqual:
+        return compare(a, b, [](auto x, auto y) { return x <= y; });
+    case Opcode::GreaterOrEqual:
+        return compare(a, b, [](auto x, auto y) { return x >= y; });
+    case Opcode::Equal:
+        return compare(a, b, [](auto x, auto y) { return x == y; });
+    case Opcode::Less:
+        return compare(a, b, [](auto x, auto y) { return x < y; });
+    case Opcode::Greater:
+        return compare(a, b, [](auto x, auto y) { return x > y; });
+    case Opcode::Addition:
+        return arithmetic(
+            a, b, [](I x, I y) { return wrapped(bitsOf(x) + bitsOf(y)); },
+            [](double x, double y) { return x + y; });
+    case Opcode::Subtraction:
+        return arithmetic(
+            a, b, [](I x, I y) { return wrapped(bitsOf(x) - bitsOf(y)); },
+            [](double x, double y) { return x - y; });
+    case Opcode::Multiplication:
+        return arithmetic(
+            a, b, [](I x, I y) { return wrapped(bitsOf(x) * bitsOf(y)); },
+            [](double x, double y) { return x * y; });
+    case Opcode::Division:
+        return divide<Type>(a, b);
+    case Opcode::Remainder:
+        return remainderOf(a, b);
+    case Opcode::Power:
+        return raise<Type>(a, b);
+    case Opcode::BinaryAnd:
+        return bits(a, b, message::FloatBinaryAnd, [](I x, I y) { return x & y; });
+    case Opcode::BinaryOr:
+        return bits(a, b, message::FloatBinaryOr, [](I x, I y) { return x | y; });
+    case Opcode::BinaryXor:
+        return bits(a, b, message::FloatBinaryXor, [](I x, I y) { return x ^ y; });
+    case Opcode::ShiftLeft:
+        return bits(a, b, message::FloatShiftLeft, shiftedLeft);
+    case Opcode::ShiftRight:
+        return bits(a, b, message::FloatShiftRight, shiftedRight);
+    default:
+        static_assert(Op != Opcode::Conditional, "a conditional is all jumps");
+        return roundTo(a, b);
+    }
+}
+
+constexpr bool takesTwo(Opcode opcode) {
+    const bool isBinary = opcode < Opcode::UnaryMinus;
+    const bool isDecision = opcode == Opcode::LogicalAnd || opcode == Opcode::LogicalOr;
+    return (isBinary && !isDecision) || opcode == Opcode::RoundTo;
+}
+
+// Applies an operator or function to the values below `top`; returns the new top.
+template<EvaluationType Type, Opcode Op> [[gnu::always_inline]] inline MathValue* apply(MathValue* top) {
+    if constexpr (Op == Opcode::Conditional) {
+        assert(false); // a conditional is all jumps
+        return top;
+    } else if constexpr (Op == Opcode::Pi) {
+        *top = MathValue::fromFloat(std::numbers::pi);
+        return top + 1;
+    } else if constexpr (takesTwo(Op)) {
+        top[-2] = combine<Type, Op>(top[-2], top[-1]);
+        return top - 1;
+    } else {
+        top[-1] = transform<Op>(top[-1]);
+        return top;
+    }
+}
+
+MathValue variableIn(std::uint32_t slot, MathVariablesInterface* variables) {
+    if (slot == PiSlot) [[unlikely]]
+        return MathValue::fromFloat(std::numbers::pi);
+    if (slot == NoSlot) [[unlikely]]
+        fail(message::IllegalIdentifier);
+    return variables->getVariable(static_cast<int>(slot));
+}
+
+// && and || stop at the side that decides: `decision` is what it is then known to be.
+bool decides(MathValue& left, bool decision, const char* text) {
+    expectInteger(left, text);
+    const bool isDecided = (left.integer != 0) == decision;
+    left.integer = decision;
+    return isDecided;
+}
+
+bool isZero(const MathValue& condition) {
+    expectInteger(condition, message::FloatCondition);
+    return condition.integer == 0;
+}
+
+template<EvaluationType Type>
+MathValue run(const Instruction* const code, MathVariablesInterface* variables, MathValue* top) {
+    for (const Instruction* next = code;;) {
+        const Instruction& instruction = *next++;
+        switch (instruction.opcode) {
+        case Opcode::PushInteger:
+            *top++ = MathValue::fromInteger(instruction.integer);
+            break;
+        case Opcode::PushFloat:
+            *top++ = MathValue::fromFloat(instruction.real);
+            break;
+        case Opcode::PushVariable:
+            *top++ = variableIn(instruction.operand, variables);
+            break;
+        case Opcode::JumpIfZero:
+            if (isZero(*--top))
+                next = code + instruction.operand;
+            break;
+        case Opcode::Jump:
+            next = code + instruction.operand;
+            break;
+        case Opcode::DecideAnd:
+            if (decides(top[-1], false, message::FloatLogicalAnd))
+                next = code + instruction.operand;
+            else
+                --top;
+            break;
+        case Opcode::DecideOr:
+            if (decides(top[-1], true, message::FloatLogicalOr))
+                next = code + instruction.operand;
+            else
+                --top;
+            break;
+#define LIOMOL_MATH_CASE(operation, ...)                                                                     \
+    case Opcode::operation:                                                                                  \
+        top = apply<Type, Opcode::operation>(top);                                                           \
+        break;
+            LIOMOL_MATH_BINARY_OPERATORS(LIOMOL_MATH_CASE)
+            LIOMOL_MATH_PREFIX_OPERATORS(LIOMOL_MATH_CASE)
+            LIOMOL_MATH_FUNCTIONS(LIOMOL_MATH_CASE)
+#undef LIOMOL_MATH_CASE
+        case Opcode::Fail:
+            fail(instruction.message);
+        case Opcode::End:
+            return top[-1];
+        }
+    }
+}
+
+template<EvaluationType Type, std::size_t Depth>
+[[gnu::noinline]] MathValue runOnStack(const Instruction* code, MathVariablesInterface* variables) {
+    MathValue stack[Depth];
+    return run<Type>(code, variables, stack);
+}
+
+} // namespace
+
+template<EvaluationType Type> MathValue Program::evaluate(MathVariablesInterface* variables) const {
+    return m_depth <= UsualDepth ? runOnStack<Type, UsualDepth>(m_code.data(), variables)
+                                 : runOnStack<Type, OperandLimit>(m_code.data(), variables);
+}
+
+template MathValue Program::evaluate<EvaluationType::Integer>(MathVariablesInterface* variables) const;
+template MathValue Program::evaluate<EvaluationType::Float>(MathVariablesInterface* variables) const;
+
+} // namespace tavo::math

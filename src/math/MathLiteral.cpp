@@ -1,0 +1,102 @@
+#include "math/MathLiteral.h"
+
+#include <algorithm>
+#include <charconv>
+#include <locale>
+#include <sstream>
+#include <string>
+#include <system_error>
+
+namespace tavo::math {
+
+namespace {
+
+constexpr bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+constexpr bool isHexPrefix(std::string_view text) {
+    return text.size() >= 2 && text[0] == '0' && (text[1] == 'X' || text[1] == 'x');
+}
+
+template<typename T> std::optional<T> integerAtStart(std::string_view text, int base) {
+    T value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
+    return error == std::errc() ? std::optional<T>(value) : std::nullopt;
+}
+
+std::optional<std::int64_t> readInteger(std::string_view text) {
+    if (text.empty() || !isDigit(text[0]))
+        return std::nullopt;
+    if (isHexPrefix(text)) {
+        const auto bits = integerAtStart<std::uint64_t>(text.substr(2), 16);
+        return bits ? std::optional(static_cast<std::int64_t>(*bits)) : std::nullopt;
+    }
+    return integerAtStart<std::int64_t>(text, text[0] == '0' ? 8 : 10);
+}
+
+// How far a decimal number reaches: digits with one point among them, then an exponent. An exponent without
+// digits belongs to the number all the same and spoils it.
+std::size_t decimalExtent(std::string_view text) {
+    std::size_t i = 0;
+    bool digits = false;
+    bool point = false;
+    for (; i < text.size() && (isDigit(text[i]) || (text[i] == '.' && !point)); ++i) {
+        digits = digits || isDigit(text[i]);
+        point = point || text[i] == '.';
+    }
+    if (!digits || i == text.size() || (text[i] != 'E' && text[i] != 'e'))
+        return i;
+    ++i;
+    if (i < text.size() && (text[i] == '+' || text[i] == '-'))
+        ++i;
+    while (i < text.size() && isDigit(text[i]))
+        ++i;
+    return i;
+}
+
+// The slow way, which knows a number that is too large from one that is too small.
+std::optional<double> readExtremeDecimal(std::string_view text) {
+    std::istringstream stream{std::string(text)};
+    stream.imbue(std::locale::classic());
+    double value = 0;
+    return stream >> value ? std::optional(value) : std::nullopt;
+}
+
+std::optional<double> readDecimal(std::string_view text) {
+    const std::string_view number = text.substr(0, decimalExtent(text));
+    double value = 0;
+    const char* last = number.data() + number.size();
+    const auto [end, error] = std::from_chars(number.data(), last, value);
+    if (error == std::errc::result_out_of_range)
+        return readExtremeDecimal(number);
+    return error == std::errc() && end == last ? std::optional(value) : std::nullopt;
+}
+
+std::optional<double> readHexadecimal(std::string_view digits) {
+    const auto isHexDigit = [](char c) {
+        return isDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+    };
+    const auto stop = std::find_if_not(digits.begin(), digits.end(), isHexDigit);
+    double value = 0;
+    const auto [end, error] = std::from_chars(
+        digits.data(), digits.data() + (stop - digits.begin()), value, std::chars_format::hex);
+    return error == std::errc() ? std::optional(value) : std::nullopt;
+}
+
+} // namespace
+
+Literal readLiteral(std::string_view text) {
+    Literal literal{readInteger(text), std::nullopt};
+    if (literal.integer && isHexPrefix(text))
+        literal.real = static_cast<double>(*literal.integer);
+    else if (isHexPrefix(text) && text.size() > 2)
+        literal.real = readHexadecimal(text.substr(2));
+    if (!literal.real)
+        literal.real = readDecimal(text);
+    if (!literal.real && literal.integer)
+        literal.real = static_cast<double>(*literal.integer);
+    return literal;
+}
+
+} // namespace tavo::math

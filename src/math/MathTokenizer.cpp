@@ -1,0 +1,342 @@
+#include "math/MathTokenizer.h"
+
+#include "math/limits.h"
+#include "math/messages.h"
+#include "util/exceptions.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace tavo::math {
+
+namespace {
+
+constexpr std::uint32_t None = std::numeric_limits<std::uint32_t>::max();
+
+constexpr bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+constexpr bool isLetter(char c) {
+    return c >= 'A' && c <= 'Z';
+}
+
+// After one of these a + or - is a sign, and a number may begin.
+constexpr bool isOperatorCharacter(char c) {
+    return std::string_view("+-*/%&|^~<>=?:").find(c) != std::string_view::npos;
+}
+
+// One pass over the text finds the operators outside brackets as a tree whose root is the rightmost of the
+// loosest: where the text splits. So no part is looked at again, however long a chain of operators is.
+struct Split {
+    std::uint32_t position;
+    Operation operation;
+    std::uint32_t left;  // the root on the left of this one, or None
+    std::uint32_t right; // the same on the right
+};
+
+class Splitter {
+public:
+    Splitter(std::string_view text, std::uint32_t offset, std::vector<Token>& tokens)
+        : m_text(text), m_offset(offset), m_tokens(tokens) {}
+
+    void run();
+
+private:
+    // A text to be tokenised, a part of the whole, and the number of brackets around it.
+    struct Part {
+        std::uint32_t begin;
+        std::uint32_t end;
+        std::uint32_t root; // its split where `scanned`; None if it has no operator
+        bool scanned;
+        unsigned nesting;
+    };
+
+    void findClosingBrackets();
+    void tokenizePart(Part part);
+    void findSplits(Part& part);
+    void addSplit(std::uint32_t position, Operation operation, std::uint32_t& root);
+    const BinaryOperator* operatorAt(std::uint32_t position, const Part& part) const;
+    bool isBinarySign(std::uint32_t position, const Part& part) const;
+    bool isExponentSign(std::uint32_t position, const Part& part) const;
+    void splitConditional(const Part& part, const Split& split);
+    void splitOperator(const Part& part, const Split& split);
+    void tokenizeTerm(const Part& part);
+    void tokenizeIdentifier(const Part& part);
+    void tokenizeCall(const Part& part, std::uint32_t open);
+    std::vector<std::uint32_t> findCommas(std::uint32_t open, std::uint32_t end) const;
+    unsigned deeper(const Part& part) const;
+    void append(
+        MathTokenKind kind, std::uint32_t begin, std::uint32_t end, std::size_t arguments,
+        Operation operation);
+
+    std::string_view m_text;
+    std::uint32_t m_offset; // of m_text in the queue's text
+    std::vector<Token>& m_tokens;
+    std::vector<std::uint32_t> m_closing; // for each "(" where its ")" is, or None
+    std::vector<Split> m_splits;
+    std::vector<std::uint32_t> m_spine; // the tree's right edge during a scan
+    std::vector<Part> m_parts;          // still to do, the next one last
+};
+
+void Splitter::run() {
+    findClosingBrackets();
+    m_parts.push_back({0, static_cast<std::uint32_t>(m_text.size()), None, false, 0});
+    while (!m_parts.empty()) {
+        const Part part = m_parts.back();
+        m_parts.pop_back();
+        tokenizePart(part);
+    }
+}
+
+void Splitter::findClosingBrackets() {
+    m_closing.assign(m_text.size(), None);
+    std::vector<std::uint32_t> open;
+    for (std::uint32_t i = 0; i < m_text.size(); ++i) {
+        if (m_text[i] == '(') {
+            open.push_back(i);
+        } else if (m_text[i] == ')' && !open.empty()) {
+            m_closing[open.back()] = i;
+            open.pop_back();
+        }
+    }
+}
+
+void Splitter::tokenizePart(Part part) {
+    if (part.begin >= part.end)
+        throw ScMathException(message::TermExpected);
+    if (!part.scanned)
+        findSplits(part);
+    if (part.root == None)
+        tokenizeTerm(part);
+    else if (const Split split = m_splits[part.root]; split.operation == Operation::Conditional)
+        splitConditional(part, split);
+    else
+        splitOperator(part, split);
+}
+
+// A bracket that never closes ends the scan: the operators before it count, and without one it is an error.
+void Splitter::findSplits(Part& part) {
+    m_spine.clear();
+    part.scanned = true;
+    part.root = None;
+    for (std::uint32_t i = part.begin; i < part.end;) {
+        if (m_text[i] == '(') {
+            const std::uint32_t closing = m_closing[i];
+            if (closing >= part.end && part.root == None)
+                throw ScMathException(message::Bracket);
+            if (closing >= part.end)
+                return;
+            i = closing + 1;
+        } else if (const BinaryOperator* found = operatorAt(i, part)) {
+            addSplit(i, found->operation, part.root);
+            i += static_cast<std::uint32_t>(found->text.size());
+        } else {
+            ++i;
+        }
+    }
+}
+
+void Splitter::addSplit(std::uint32_t position, Operation operation, std::uint32_t& root) {
+    const auto index = static_cast<std::uint32_t>(m_splits.size());
+    const unsigned level = binaryOperator(operation).level;
+    Split split{position, operation, None, None};
+    while (!m_spine.empty() && binaryOperator(m_splits[m_spine.back()].operation).level >= level) {
+        split.left = m_spine.back();
+        m_spine.pop_back();
+    }
+    if (m_spine.empty())
+        root = index;
+    else
+        m_splits[m_spine.back()].right = index;
+    m_splits.push_back(split);
+    m_spine.push_back(index);
+}
+
+const BinaryOperator* Splitter::operatorAt(std::uint32_t position, const Part& part) const {
+    const char c = m_text[position];
+    if (!isOperatorCharacter(c) || ((c == '+' || c == '-') && !isBinarySign(position, part)))
+        return nullptr;
+    const std::string_view rest = m_text.substr(position, part.end - position);
+    const auto fits = [rest](const BinaryOperator& row) { return rest.starts_with(row.text); };
+    const auto found = std::find_if(BinaryOperators.begin(), BinaryOperators.end(), fits);
+    return found == BinaryOperators.end() ? nullptr : &*found;
+}
+
+bool Splitter::isBinarySign(std::uint32_t position, const Part& part) const {
+    return position > part.begin && !isOperatorCharacter(m_text[position - 1]) &&
+           !isExponentSign(position, part);
+}
+
+// The sign in 1E+5, but not those in VALUE+5, 0X1E+5 and E+5 (a variable named E).
+bool Splitter::isExponentSign(std::uint32_t position, const Part& part) const {
+    if (m_text[position - 1] != 'E')
+        return false;
+    std::uint32_t mantissa = position - 1;
+    while (mantissa > part.begin && (isDigit(m_text[mantissa - 1]) || m_text[mantissa - 1] == '.'))
+        --mantissa;
+    if (mantissa == position - 1)
+        return false;
+    return mantissa == part.begin || isOperatorCharacter(m_text[mantissa - 1]) || m_text[mantissa - 1] == '(';
+}
+
+// The rightmost ? splits, so no other stands behind it: exactly one : must, with brackets that balance.
+void Splitter::splitConditional(const Part& part, const Split& split) {
+    std::uint32_t colon = None;
+    for (std::uint32_t i = split.position + 1; i < part.end; ++i) {
+        const char c = m_text[i];
+        const bool isUnbalanced = c == ')' || (c == '(' && m_closing[i] >= part.end);
+        if (isUnbalanced || (c == ':' && colon != None))
+            throw ScMathException(message::Conditional);
+        if (c == ':')
+            colon = i;
+        else if (c == '(')
+            i = m_closing[i];
+    }
+    if (colon == None)
+        throw ScMathException(message::Conditional);
+    append(MathTokenKind::Function, split.position, split.position + 1, 3, split.operation);
+    m_parts.push_back({colon + 1, part.end, None, false, part.nesting});
+    m_parts.push_back({split.position + 1, colon, None, false, part.nesting});
+    m_parts.push_back({part.begin, split.position, split.left, true, part.nesting});
+}
+
+void Splitter::splitOperator(const Part& part, const Split& split) {
+    const auto length = static_cast<std::uint32_t>(binaryOperator(split.operation).text.size());
+    const std::uint32_t right = split.position + length;
+    append(MathTokenKind::Function, split.position, right, 2, split.operation);
+    // An unclosed bracket can only stand on the right of the last operator; that part is scanned again for
+    // it.
+    m_parts.push_back({right, part.end, split.right, split.right != None, part.nesting});
+    m_parts.push_back({part.begin, split.position, split.left, true, part.nesting});
+}
+
+void Splitter::tokenizeTerm(const Part& part) {
+    const char first = m_text[part.begin];
+    Part rest = part;
+    ++rest.begin;
+    if (isDigit(first) || first == '.') {
+        append(MathTokenKind::Number, part.begin, part.end, 0, Operation::Unknown);
+    } else if (first == '(') {
+        // Kept as it is: the last character is dropped whether or not it is the bracket's end.
+        m_parts.push_back({part.begin + 1, part.end - 1, None, false, deeper(part)});
+    } else if (first == '+') {
+        m_parts.push_back(rest);
+    } else if (first == '-' || first == '~') {
+        const Operation operation = first == '-' ? Operation::UnaryMinus : Operation::BinaryNot;
+        append(MathTokenKind::Function, part.begin, part.begin + 1, 1, operation);
+        m_parts.push_back(rest);
+    } else {
+        tokenizeIdentifier(part);
+    }
+}
+
+void Splitter::tokenizeIdentifier(const Part& part) {
+    std::uint32_t end = part.begin;
+    for (; end < part.end && m_text[end] != '('; ++end) {
+        const char c = m_text[end];
+        const bool isLegal = isLetter(c) || (end > part.begin && (isDigit(c) || c == '_'));
+        if (!isLegal)
+            throw ScMathException(message::IllegalIdentifier);
+    }
+    if (end == part.end)
+        append(MathTokenKind::Variable, part.begin, end, 0, Operation::Unknown);
+    else
+        tokenizeCall(part, end);
+}
+
+void Splitter::tokenizeCall(const Part& part, std::uint32_t open) {
+    std::vector<std::uint32_t> ends = findCommas(open, part.end);
+    const unsigned nesting = deeper(part);
+    const std::string_view name = m_text.substr(part.begin, open - part.begin);
+    if (name == "PI" && part.end - open == 2) {
+        append(MathTokenKind::Function, part.begin, open, 0, Operation::Pi);
+        return;
+    }
+    ends.push_back(part.end - 1);
+    append(
+        MathTokenKind::Function, part.begin, open, ends.size(),
+        findFunction(name, static_cast<unsigned>(ends.size())));
+    const std::size_t firstArgument = m_parts.size();
+    std::uint32_t begin = open + 1;
+    for (const std::uint32_t end : ends) {
+        m_parts.push_back({begin, end, None, false, nesting});
+        begin = end + 1;
+    }
+    std::reverse(m_parts.begin() + static_cast<std::ptrdiff_t>(firstArgument), m_parts.end());
+}
+
+// The commas one bracket deep, from a call's first bracket to the end of its text.
+std::vector<std::uint32_t> Splitter::findCommas(std::uint32_t open, std::uint32_t end) const {
+    std::vector<std::uint32_t> commas;
+    bool isInside = false;
+    for (std::uint32_t i = open; i < end; ++i) {
+        const char c = m_text[i];
+        if ((c == '(' && m_closing[i] >= end) || (c == ')' && !isInside))
+            throw ScMathException(message::Bracket);
+        if (c == '(' && isInside)
+            i = m_closing[i];
+        else if (c == '(' || c == ')')
+            isInside = !isInside;
+        else if (c == ',' && isInside)
+            commas.push_back(i);
+    }
+    return commas;
+}
+
+unsigned Splitter::deeper(const Part& part) const {
+    if (part.nesting == NestingLimit)
+        throw ScMathException(message::Bracket);
+    return part.nesting + 1;
+}
+
+void Splitter::append(
+    MathTokenKind kind, std::uint32_t begin, std::uint32_t end, std::size_t arguments, Operation operation) {
+    m_tokens.push_back(
+        {m_offset + begin, end - begin, static_cast<std::uint16_t>(arguments), kind, operation});
+}
+
+static_assert(
+    LengthLimit <= std::numeric_limits<std::uint16_t>::max() + std::size_t{1},
+    "the number of arguments, less than that of characters, fits its 16 bits");
+
+} // namespace
+
+void TokenQueue::tokenize(std::string_view expression) {
+    const std::string text = normalize(expression);
+    if (text.empty() || text.size() > LengthLimit)
+        throw ScMathException(message::TermExpected);
+    if (m_text.size() > None - text.size())
+        throw ScMathException(message::TermExpected);
+    const auto offset = static_cast<std::uint32_t>(m_text.size());
+    m_text += text;
+    Splitter(text, offset, m_tokens).run();
+}
+
+void TokenQueue::clear() {
+    m_text.clear();
+    m_tokens.clear();
+}
+
+void TokenQueue::shrink() {
+    m_text.shrink_to_fit();
+    m_tokens.shrink_to_fit();
+}
+
+std::string_view TokenQueue::name(const Token& token) const {
+    const std::string_view operatorName = operatorTokenName(token.operation);
+    return operatorName.empty() ? std::string_view(m_text).substr(token.begin, token.length) : operatorName;
+}
+
+std::string normalize(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    for (const char c : text) {
+        if (c == ' ' || c == '\r' || c == '\n' || c == '\t')
+            continue;
+        result += c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+    }
+    return result;
+}
+
+} // namespace tavo::math
