@@ -22,16 +22,18 @@ bool areIntegers(const MathValue& left, const MathValue& right) {
 }
 
 void expectInteger(const MathValue& value, const char* text) {
-    if (!value.isInteger()) [[unlikely]]
-        fail(text);
+    if (!value.isInteger()) {
+        [[unlikely]] fail(text);
+    }
 }
 
 // One float operand makes the result a float.
 template<typename IntegerFunction, typename FloatFunction>
 MathValue
 arithmetic(const MathValue& left, const MathValue& right, IntegerFunction integers, FloatFunction floats) {
-    if (areIntegers(left, right)) [[likely]]
-        return MathValue::fromInteger(integers(left.integer, right.integer));
+    if (areIntegers(left, right)) {
+        [[likely]] return MathValue::fromInteger(integers(left.integer, right.integer));
+    }
     return MathValue::fromFloat(floats(left.toFloat(), right.toFloat()));
 }
 
@@ -44,8 +46,9 @@ MathValue compare(const MathValue& left, const MathValue& right, Relation relati
 
 template<typename IntegerFunction>
 MathValue bits(const MathValue& left, const MathValue& right, const char* text, IntegerFunction function) {
-    if (!areIntegers(left, right)) [[unlikely]]
-        fail(text);
+    if (!areIntegers(left, right)) {
+        [[unlikely]] fail(text);
+    }
     return MathValue::fromInteger(function(left.integer, right.integer));
 }
 
@@ -55,32 +58,38 @@ MathValue unary(const MathValue& x, IntegerFunction integer, FloatFunction real)
 }
 
 template<EvaluationType Type> MathValue divide(const MathValue& left, const MathValue& right) {
-    if (right.toFloat() == 0)
+    if (right.toFloat() == 0) {
         fail(message::DivisionByZero);
-    if (Type == EvaluationType::Integer && areIntegers(left, right))
+    }
+    if (Type == EvaluationType::Integer && areIntegers(left, right)) {
         return MathValue::fromInteger(quotient(left.integer, right.integer));
+    }
     return MathValue::fromFloat(left.toFloat() / right.toFloat());
 }
 
 MathValue remainderOf(const MathValue& left, const MathValue& right) {
-    if (right.toFloat() == 0)
+    if (right.toFloat() == 0) {
         fail(message::DivisionByZero);
+    }
     return arithmetic(left, right, remainder, [](double a, double b) { return std::fmod(a, b); });
 }
 
 template<EvaluationType Type> MathValue raise(const MathValue& base, const MathValue& exponent) {
-    if (Type == EvaluationType::Integer && areIntegers(base, exponent) && exponent.integer >= 0)
+    if (Type == EvaluationType::Integer && areIntegers(base, exponent) && exponent.integer >= 0) {
         return MathValue::fromInteger(power(base.integer, exponent.integer));
+    }
     return MathValue::fromFloat(std::pow(base.toFloat(), exponent.toFloat()));
 }
 
 // An integer stays one, also where digits before the point are rounded away.
 MathValue roundTo(const MathValue& x, const MathValue& precision) {
     expectInteger(precision, message::FloatPrecision);
-    if (!x.isInteger())
+    if (!x.isInteger()) {
         return MathValue::fromFloat(roundedTo(x.real, precision.integer));
-    if (precision.integer >= 0)
+    }
+    if (precision.integer >= 0) {
         return x;
+    }
     return MathValue::fromInteger(MathValue::truncated(roundedTo(x.toFloat(), precision.integer)));
 }
 
@@ -213,10 +222,12 @@ template<EvaluationType Type, Opcode Op> [[gnu::always_inline]] inline MathValue
 }
 
 MathValue variableIn(std::uint32_t slot, MathVariablesInterface* variables) {
-    if (slot == PiSlot) [[unlikely]]
-        return MathValue::fromFloat(std::numbers::pi);
-    if (slot == NoSlot) [[unlikely]]
-        fail(message::IllegalIdentifier);
+    if (slot == PiSlot) {
+        [[unlikely]] return MathValue::fromFloat(std::numbers::pi);
+    }
+    if (slot == NoSlot) {
+        [[unlikely]] fail(message::IllegalIdentifier);
+    }
     return variables->getVariable(static_cast<int>(slot));
 }
 
@@ -248,23 +259,26 @@ MathValue run(const Instruction* const code, MathVariablesInterface* variables, 
             *top++ = variableIn(instruction.operand, variables);
             break;
         case Opcode::JumpIfZero:
-            if (isZero(*--top))
+            if (isZero(*--top)) {
                 next = code + instruction.operand;
+            }
             break;
         case Opcode::Jump:
             next = code + instruction.operand;
             break;
         case Opcode::DecideAnd:
-            if (decides(top[-1], false, message::FloatLogicalAnd))
+            if (decides(top[-1], false, message::FloatLogicalAnd)) {
                 next = code + instruction.operand;
-            else
+            } else {
                 --top;
+            }
             break;
         case Opcode::DecideOr:
-            if (decides(top[-1], true, message::FloatLogicalOr))
+            if (decides(top[-1], true, message::FloatLogicalOr)) {
                 next = code + instruction.operand;
-            else
+            } else {
                 --top;
+            }
             break;
 #define LIOMOL_MATH_CASE(operation, ...)                                                                     \
     case Opcode::operation:                                                                                  \

@@ -26,8 +26,9 @@ template<typename T> std::optional<T> integerAtStart(std::string_view text, int 
 }
 
 std::optional<std::int64_t> readInteger(std::string_view text) {
-    if (text.empty() || !isDigit(text[0]))
+    if (text.empty() || !isDigit(text[0])) {
         return std::nullopt;
+    }
     if (isHexPrefix(text)) {
         const auto bits = integerAtStart<std::uint64_t>(text.substr(2), 16);
         return bits ? std::optional(static_cast<std::int64_t>(*bits)) : std::nullopt;
@@ -45,13 +46,16 @@ std::size_t decimalExtent(std::string_view text) {
         digits = digits || isDigit(text[i]);
         point = point || text[i] == '.';
     }
-    if (!digits || i == text.size() || (text[i] != 'E' && text[i] != 'e'))
+    if (!digits || i == text.size() || (text[i] != 'E' && text[i] != 'e')) {
         return i;
+    }
     ++i;
-    if (i < text.size() && (text[i] == '+' || text[i] == '-'))
+    if (i < text.size() && (text[i] == '+' || text[i] == '-')) {
         ++i;
-    while (i < text.size() && isDigit(text[i]))
+    }
+    while (i < text.size() && isDigit(text[i])) {
         ++i;
+    }
     return i;
 }
 
@@ -68,8 +72,9 @@ std::optional<double> readDecimal(std::string_view text) {
     double value = 0;
     const char* last = number.data() + number.size();
     const auto [end, error] = std::from_chars(number.data(), last, value);
-    if (error == std::errc::result_out_of_range)
+    if (error == std::errc::result_out_of_range) {
         return readExtremeDecimal(number);
+    }
     return error == std::errc() && end == last ? std::optional(value) : std::nullopt;
 }
 
@@ -88,14 +93,17 @@ std::optional<double> readHexadecimal(std::string_view digits) {
 
 Literal readLiteral(std::string_view text) {
     Literal literal{readInteger(text), std::nullopt};
-    if (literal.integer && isHexPrefix(text))
+    if (literal.integer && isHexPrefix(text)) {
         literal.real = static_cast<double>(*literal.integer);
-    else if (isHexPrefix(text) && text.size() > 2)
+    } else if (isHexPrefix(text) && text.size() > 2) {
         literal.real = readHexadecimal(text.substr(2));
-    if (!literal.real)
+    }
+    if (!literal.real) {
         literal.real = readDecimal(text);
-    if (!literal.real && literal.integer)
+    }
+    if (!literal.real && literal.integer) {
         literal.real = static_cast<double>(*literal.integer);
+    }
     return literal;
 }
 

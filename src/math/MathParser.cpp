@@ -10,8 +10,9 @@ using math::EvaluationType;
 
 void MathParser::tokenize(const std::string& expression, MathVariablesInterface* variables) {
     m_tokens.tokenize(expression);
-    if (m_program.isComplete())
+    if (m_program.isComplete()) {
         return;
+    }
     m_variables = variables;
     m_boundRevision = 0;
     m_program.compile(m_tokens);
@@ -19,18 +20,21 @@ void MathParser::tokenize(const std::string& expression, MathVariablesInterface*
 }
 
 void MathParser::bindVariables() {
-    if (m_tokens.empty())
+    if (m_tokens.empty()) {
         throw ScMathException(math::message::EmptyQueue);
-    if (!m_program.isComplete())
+    }
+    if (!m_program.isComplete()) {
         throw ScMathException(math::message::TermExpected);
+    }
     m_program.bind(m_tokens, m_variables);
     m_boundRevision = m_variables ? m_variables->variablesRevision() : 1;
 }
 
 template<EvaluationType Type> MathValue MathParser::evaluate() {
     const std::uint32_t revision = m_variables ? m_variables->variablesRevision() : 1;
-    if (m_boundRevision != revision) [[unlikely]]
-        bindVariables();
+    if (m_boundRevision != revision) {
+        [[unlikely]] bindVariables();
+    }
     try {
         return m_program.evaluate<Type>(m_variables);
     } catch (int) { // a provider's way to say that it has no such number
@@ -56,18 +60,20 @@ void MathParser::reset() {
 std::vector<MathToken> MathParser::tokens() const {
     std::vector<MathToken> result;
     result.reserve(m_tokens.tokens().size());
-    for (const math::Token& token : m_tokens.tokens())
+    for (const math::Token& token : m_tokens.tokens()) {
         result.push_back({token.kind, std::string(m_tokens.name(token)), token.arguments});
+    }
     return result;
 }
 
-std::string MathParser::normalize(std::string text) {
+std::string MathParser::normalize(const std::string& text) {
     return math::normalize(text);
 }
 
 std::int64_t MathParser::intpow(std::int64_t base, std::int64_t exponent) {
-    if (exponent >= 0)
+    if (exponent >= 0) {
         return math::power(base, exponent);
+    }
     return MathValue::truncated(std::pow(static_cast<double>(base), static_cast<double>(exponent)));
 }
 

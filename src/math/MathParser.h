@@ -42,7 +42,7 @@ public:
     std::vector<MathToken> tokens() const;
 
     // The text without blanks, line ends and tabulators, in upper case (ASCII letters only).
-    static std::string normalize(std::string text);
+    static std::string normalize(const std::string& text);
     // By repeated squaring, with 64-bit wrap-around. A negative exponent gives the power as a double,
     // truncated.
     static std::int64_t intpow(std::int64_t base, std::int64_t exponent);

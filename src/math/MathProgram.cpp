@@ -78,12 +78,13 @@ void Compiler::begin(const Token& token, std::size_t number) {
         m_pending.push_back({token.operation, token.arguments, 0, 0});
         return;
     }
-    if (token.kind == MathTokenKind::Number)
+    if (token.kind == MathTokenKind::Number) {
         placeLiteral(m_queue.name(token));
-    else if (token.kind == MathTokenKind::Variable)
+    } else if (token.kind == MathTokenKind::Variable) {
         place(Opcode::PushVariable, static_cast<std::int64_t>(number), 1);
-    else
+    } else {
         place(opcodeOf(token.operation), 0, 1);
+    }
     finishOperand();
 }
 
@@ -100,8 +101,9 @@ void Compiler::finishOperand() {
 }
 
 void Compiler::place(Opcode opcode, std::int64_t integer, int depthChange) {
-    if (m_unreachable > 0)
+    if (m_unreachable > 0) {
         return;
+    }
     Instruction instruction;
     instruction.opcode = opcode;
     instruction.operand = NoSlot;
@@ -109,13 +111,15 @@ void Compiler::place(Opcode opcode, std::int64_t integer, int depthChange) {
     m_code.push_back(instruction);
     m_depth += static_cast<std::size_t>(depthChange);
     m_maximumDepth = std::max(m_maximumDepth, m_depth);
-    if (m_maximumDepth > OperandLimit)
+    if (m_maximumDepth > OperandLimit) {
         throw ScMathException(message::Bracket);
+    }
 }
 
 void Compiler::placeLiteral(std::string_view text) {
-    if (m_unreachable > 0)
+    if (m_unreachable > 0) {
         return;
+    }
     const Literal literal = readLiteral(text);
     if (literal.integer) {
         place(Opcode::PushInteger, *literal.integer, 1);
@@ -129,8 +133,9 @@ void Compiler::placeLiteral(std::string_view text) {
 
 // Stands for a value, so that what follows finds the stack as it expects it.
 void Compiler::placeFailure(const char* text) {
-    if (m_unreachable > 0)
+    if (m_unreachable > 0) {
         return;
+    }
     place(Opcode::Fail, 0, 1);
     m_code.back().message = text;
 }
@@ -156,12 +161,14 @@ void Compiler::placeEnd(const Pending& pending) {
     }
     const bool isDecision =
         pending.operation == Operation::LogicalAnd || pending.operation == Operation::LogicalOr;
-    if (isDecision)
+    if (isDecision) {
         place(opcodeOf(pending.operation), 0, 0);
-    else if (pending.operation != Operation::Conditional)
+    } else if (pending.operation != Operation::Conditional) {
         place(opcodeOf(pending.operation), 0, 1 - static_cast<int>(pending.arguments));
-    if (isDecision || pending.operation == Operation::Conditional)
+    }
+    if (isDecision || pending.operation == Operation::Conditional) {
         landJump(pending);
+    }
 }
 
 // Every jump leaves one value less for the code behind it than there was before.
@@ -171,8 +178,9 @@ void Compiler::placeJump(Pending& pending, Opcode opcode) {
 }
 
 void Compiler::landJump(const Pending& pending) {
-    if (m_unreachable == 0)
+    if (m_unreachable == 0) {
         m_code[pending.jump].operand = static_cast<std::uint32_t>(m_code.size());
+    }
 }
 
 } // namespace
@@ -180,8 +188,9 @@ void Compiler::landJump(const Pending& pending) {
 void Program::compile(const TokenQueue& queue) {
     clear();
     Compiler compiler(queue);
-    if (!compiler.run())
+    if (!compiler.run()) {
         return;
+    }
     m_code = compiler.takeCode();
     m_code.shrink_to_fit();
     m_depth = compiler.depth();
@@ -195,15 +204,17 @@ void Program::clear() {
 // A variable named PI without a value of its own is pi.
 void Program::bind(const TokenQueue& queue, MathVariablesInterface* variables) {
     for (Instruction& instruction : m_code) {
-        if (instruction.opcode != Opcode::PushVariable)
+        if (instruction.opcode != Opcode::PushVariable) {
             continue;
+        }
         const auto number = static_cast<std::size_t>(instruction.integer);
         const std::string_view name = queue.name(queue.tokens()[number]);
         const int slot = variables ? variables->resolveVariable(name) : MathVariablesInterface::NoVariable;
-        if (slot >= 0)
+        if (slot >= 0) {
             instruction.operand = static_cast<std::uint32_t>(slot);
-        else
+        } else {
             instruction.operand = name == "PI" ? PiSlot : NoSlot;
+        }
     }
 }
 

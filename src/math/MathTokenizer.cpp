@@ -103,16 +103,19 @@ void Splitter::findClosingBrackets() {
 }
 
 void Splitter::tokenizePart(Part part) {
-    if (part.begin >= part.end)
+    if (part.begin >= part.end) {
         throw ScMathException(message::TermExpected);
-    if (!part.scanned)
+    }
+    if (!part.scanned) {
         findSplits(part);
-    if (part.root == None)
+    }
+    if (part.root == None) {
         tokenizeTerm(part);
-    else if (const Split split = m_splits[part.root]; split.operation == Operation::Conditional)
+    } else if (const Split split = m_splits[part.root]; split.operation == Operation::Conditional) {
         splitConditional(part, split);
-    else
+    } else {
         splitOperator(part, split);
+    }
 }
 
 // A bracket that never closes ends the scan: the operators before it count, and without one it is an error.
@@ -123,10 +126,12 @@ void Splitter::findSplits(Part& part) {
     for (std::uint32_t i = part.begin; i < part.end;) {
         if (m_text[i] == '(') {
             const std::uint32_t closing = m_closing[i];
-            if (closing >= part.end && part.root == None)
+            if (closing >= part.end && part.root == None) {
                 throw ScMathException(message::Bracket);
-            if (closing >= part.end)
+            }
+            if (closing >= part.end) {
                 return;
+            }
             i = closing + 1;
         } else if (const BinaryOperator* found = operatorAt(i, part)) {
             addSplit(i, found->operation, part.root);
@@ -145,18 +150,20 @@ void Splitter::addSplit(std::uint32_t position, Operation operation, std::uint32
         split.left = m_spine.back();
         m_spine.pop_back();
     }
-    if (m_spine.empty())
+    if (m_spine.empty()) {
         root = index;
-    else
+    } else {
         m_splits[m_spine.back()].right = index;
+    }
     m_splits.push_back(split);
     m_spine.push_back(index);
 }
 
 const BinaryOperator* Splitter::operatorAt(std::uint32_t position, const Part& part) const {
     const char c = m_text[position];
-    if (!isOperatorCharacter(c) || ((c == '+' || c == '-') && !isBinarySign(position, part)))
+    if (!isOperatorCharacter(c) || ((c == '+' || c == '-') && !isBinarySign(position, part))) {
         return nullptr;
+    }
     const std::string_view rest = m_text.substr(position, part.end - position);
     const auto fits = [rest](const BinaryOperator& row) { return rest.starts_with(row.text); };
     const auto found = std::find_if(BinaryOperators.begin(), BinaryOperators.end(), fits);
@@ -170,13 +177,16 @@ bool Splitter::isBinarySign(std::uint32_t position, const Part& part) const {
 
 // The sign in 1E+5, but not those in VALUE+5, 0X1E+5 and E+5 (a variable named E).
 bool Splitter::isExponentSign(std::uint32_t position, const Part& part) const {
-    if (m_text[position - 1] != 'E')
+    if (m_text[position - 1] != 'E') {
         return false;
+    }
     std::uint32_t mantissa = position - 1;
-    while (mantissa > part.begin && (isDigit(m_text[mantissa - 1]) || m_text[mantissa - 1] == '.'))
+    while (mantissa > part.begin && (isDigit(m_text[mantissa - 1]) || m_text[mantissa - 1] == '.')) {
         --mantissa;
-    if (mantissa == position - 1)
+    }
+    if (mantissa == position - 1) {
         return false;
+    }
     return mantissa == part.begin || isOperatorCharacter(m_text[mantissa - 1]) || m_text[mantissa - 1] == '(';
 }
 
@@ -186,15 +196,18 @@ void Splitter::splitConditional(const Part& part, const Split& split) {
     for (std::uint32_t i = split.position + 1; i < part.end; ++i) {
         const char c = m_text[i];
         const bool isUnbalanced = c == ')' || (c == '(' && m_closing[i] >= part.end);
-        if (isUnbalanced || (c == ':' && colon != None))
+        if (isUnbalanced || (c == ':' && colon != None)) {
             throw ScMathException(message::Conditional);
-        if (c == ':')
+        }
+        if (c == ':') {
             colon = i;
-        else if (c == '(')
+        } else if (c == '(') {
             i = m_closing[i];
+        }
     }
-    if (colon == None)
+    if (colon == None) {
         throw ScMathException(message::Conditional);
+    }
     append(MathTokenKind::Function, split.position, split.position + 1, 3, split.operation);
     m_parts.push_back({colon + 1, part.end, None, false, part.nesting});
     m_parts.push_back({split.position + 1, colon, None, false, part.nesting});
@@ -236,13 +249,15 @@ void Splitter::tokenizeIdentifier(const Part& part) {
     for (; end < part.end && m_text[end] != '('; ++end) {
         const char c = m_text[end];
         const bool isLegal = isLetter(c) || (end > part.begin && (isDigit(c) || c == '_'));
-        if (!isLegal)
+        if (!isLegal) {
             throw ScMathException(message::IllegalIdentifier);
+        }
     }
-    if (end == part.end)
+    if (end == part.end) {
         append(MathTokenKind::Variable, part.begin, end, 0, Operation::Unknown);
-    else
+    } else {
         tokenizeCall(part, end);
+    }
 }
 
 void Splitter::tokenizeCall(const Part& part, std::uint32_t open) {
@@ -272,21 +287,24 @@ std::vector<std::uint32_t> Splitter::findCommas(std::uint32_t open, std::uint32_
     bool isInside = false;
     for (std::uint32_t i = open; i < end; ++i) {
         const char c = m_text[i];
-        if ((c == '(' && m_closing[i] >= end) || (c == ')' && !isInside))
+        if ((c == '(' && m_closing[i] >= end) || (c == ')' && !isInside)) {
             throw ScMathException(message::Bracket);
-        if (c == '(' && isInside)
+        }
+        if (c == '(' && isInside) {
             i = m_closing[i];
-        else if (c == '(' || c == ')')
+        } else if (c == '(' || c == ')') {
             isInside = !isInside;
-        else if (c == ',' && isInside)
+        } else if (c == ',' && isInside) {
             commas.push_back(i);
+        }
     }
     return commas;
 }
 
 unsigned Splitter::deeper(const Part& part) const {
-    if (part.nesting == NestingLimit)
+    if (part.nesting == NestingLimit) {
         throw ScMathException(message::Bracket);
+    }
     return part.nesting + 1;
 }
 
@@ -304,10 +322,12 @@ static_assert(
 
 void TokenQueue::tokenize(std::string_view expression) {
     const std::string text = normalize(expression);
-    if (text.empty() || text.size() > LengthLimit)
+    if (text.empty() || text.size() > LengthLimit) {
         throw ScMathException(message::TermExpected);
-    if (m_text.size() > None - text.size())
+    }
+    if (m_text.size() > None - text.size()) {
         throw ScMathException(message::TermExpected);
+    }
     const auto offset = static_cast<std::uint32_t>(m_text.size());
     m_text += text;
     Splitter(text, offset, m_tokens).run();
@@ -332,8 +352,9 @@ std::string normalize(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     for (const char c : text) {
-        if (c == ' ' || c == '\r' || c == '\n' || c == '\t')
+        if (c == ' ' || c == '\r' || c == '\n' || c == '\t') {
             continue;
+        }
         result += c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
     }
     return result;

@@ -43,8 +43,9 @@ protected:
 
     // To be called after a name was added, removed or bound to something else.
     void variablesChanged() {
-        if (++m_revision == 0)
+        if (++m_revision == 0) {
             m_revision = 1;
+        }
     }
 
 private:

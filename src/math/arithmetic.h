@@ -44,8 +44,9 @@ constexpr std::int64_t power(std::int64_t base, std::int64_t exponent) {
     std::uint64_t result = 1;
     std::uint64_t square = bitsOf(base);
     for (std::uint64_t bits = bitsOf(exponent); bits != 0; bits >>= 1) {
-        if (bits & 1)
+        if (bits & 1) {
             result *= square;
+        }
         square *= square;
     }
     return wrapped(result);

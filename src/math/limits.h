@@ -8,7 +8,7 @@ namespace tavo::math {
 
 // Characters of one expression without its blanks; longer ones are refused with "term expected". The longest
 // seen in real cameras has 3,784.
-inline constexpr std::size_t LengthLimit = 64 * 1024;
+inline constexpr std::size_t LengthLimit = 65536;
 
 // Brackets (groups and function calls) around one term; deeper ones are refused with "bracket error". The
 // deepest seen in real cameras is 41.

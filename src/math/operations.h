@@ -118,19 +118,22 @@ constexpr const BinaryOperator& binaryOperator(Operation operation) {
 
 constexpr Operation findFunction(std::string_view name, unsigned arguments) {
     for (const Function& function : Functions) {
-        if (function.arguments == arguments && function.name == name)
+        if (function.arguments == arguments && function.name == name) {
             return function.operation;
+        }
     }
     return Operation::Unknown;
 }
 
 // The token name of an operator; empty for functions, which are called by the name in the formula.
 constexpr std::string_view operatorTokenName(Operation operation) {
-    if (operation < Operation::UnaryMinus)
+    if (operation < Operation::UnaryMinus) {
         return binaryOperator(operation).tokenName;
+    }
     for (const PrefixOperator& prefix : PrefixOperators) {
-        if (prefix.operation == operation)
+        if (prefix.operation == operation) {
             return prefix.tokenName;
+        }
     }
     return {};
 }

@@ -35,8 +35,9 @@ public:
     // A variable named NEITHER stands for a node of a kind that is no number.
     tavo::MathValue getVariable(int slot) override {
         ++reads;
-        if (slot == NoVariable || m_rows[static_cast<std::size_t>(slot)].first == "NEITHER")
+        if (slot == NoVariable || m_rows[static_cast<std::size_t>(slot)].first == "NEITHER") {
             throw 0;
+        }
         return m_rows[static_cast<std::size_t>(slot)].second;
     }
 
@@ -46,8 +47,9 @@ public:
 private:
     int find(std::string_view name) const {
         for (std::size_t i = 0; i < m_rows.size(); ++i) {
-            if (m_rows[i].first == name)
+            if (m_rows[i].first == name) {
                 return static_cast<int>(i);
+            }
         }
         return NoVariable;
     }

@@ -19,8 +19,9 @@ thread_local std::size_t allocations = 0;
 
 void* operator new(std::size_t size) {
     ++allocations;
-    if (void* memory = std::malloc(size > 0 ? size : 1))
+    if (void* memory = std::malloc(size > 0 ? size : 1)) {
         return memory;
+    }
     throw std::bad_alloc();
 }
 
@@ -39,8 +40,9 @@ using tavo::ScMathException;
 
 std::string repeated(const std::string& text, std::size_t times) {
     std::string result;
-    for (std::size_t i = 0; i < times; ++i)
+    for (std::size_t i = 0; i < times; ++i) {
         result += text;
+    }
     return result;
 }
 

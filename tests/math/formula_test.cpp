@@ -73,8 +73,9 @@ std::string tokensOf(const std::string& formula) {
     std::string list;
     for (const tavo::MathToken& token : parser.tokens()) {
         list += token.name;
-        if (token.kind == tavo::MathTokenKind::Function)
+        if (token.kind == tavo::MathTokenKind::Function) {
             list += "/" + std::to_string(token.arguments);
+        }
         list += " ";
     }
     return list + text;
@@ -284,12 +285,13 @@ TEST(Formula, Values) {
         EXPECT_EQ(integerOf(row.formula), row.asInteger) << row.formula;
         const Outcome real = floatOf(row.formula);
         const double* expected = std::get_if<double>(&row.asFloat);
-        if (expected && std::isnan(*expected))
+        if (expected && std::isnan(*expected)) {
             EXPECT_TRUE(std::isnan(std::get<double>(real))) << row.formula;
-        else if (expected && std::holds_alternative<double>(real))
+        } else if (expected && std::holds_alternative<double>(real)) {
             EXPECT_DOUBLE_EQ(std::get<double>(real), *expected) << row.formula;
-        else
+        } else {
             EXPECT_EQ(real, row.asFloat) << row.formula;
+        }
     }
 }
 
@@ -347,8 +349,9 @@ TEST(Formula, ParsersOnDifferentThreadsDoNotMeet) {
             }
         });
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
 }
 
 TEST(Formula, PublicHelpers) {

@@ -33,20 +33,24 @@ inline std::size_t closing(const std::string& text, std::size_t open) {
     int depth = 0;
     for (std::size_t i = open; i < text.size(); ++i) {
         depth += text[i] == '(' ? 1 : text[i] == ')' ? -1 : 0;
-        if (depth == 0)
+        if (depth == 0) {
             return i;
+        }
     }
     return std::string::npos;
 }
 
 inline bool isBinarySign(const std::string& text, std::size_t i) {
-    if (i == 0 || isOneOf(text[i - 1], OperatorCharacters + ":"))
+    if (i == 0 || isOneOf(text[i - 1], OperatorCharacters + ":")) {
         return false;
-    if (text[i - 1] != 'E')
+    }
+    if (text[i - 1] != 'E') {
         return true;
+    }
     std::size_t start = i - 1;
-    while (start > 0 && isOneOf(text[start - 1], "0123456789."))
+    while (start > 0 && isOneOf(text[start - 1], "0123456789.")) {
         --start;
+    }
     const bool hasMantissa = start < i - 1;
     return !(hasMantissa && (start == 0 || isOneOf(text[start - 1], OperatorCharacters + ":(")));
 }
@@ -54,16 +58,21 @@ inline bool isBinarySign(const std::string& text, std::size_t i) {
 inline Candidate candidateAt(const std::string& text, std::size_t i) {
     const char c = text[i];
     const std::string two = text.substr(i, 2);
-    if (two == "&&" || two == "||")
+    if (two == "&&" || two == "||") {
         return {2, i, two};
-    if (two == "<=" || two == ">=" || two == "<>")
+    }
+    if (two == "<=" || two == ">=" || two == "<>") {
         return {3, i, two};
-    if (two == "**")
+    }
+    if (two == "**") {
         return {6, i, two};
-    if (two == "<<" || two == ">>")
+    }
+    if (two == "<<" || two == ">>") {
         return {7, i, two};
-    if ((c == '+' || c == '-') && isBinarySign(text, i))
+    }
+    if ((c == '+' || c == '-') && isBinarySign(text, i)) {
         return {4, i, std::string(1, c)};
+    }
     if (c == '?' || isOneOf(c, "=<>*/%&|^")) {
         const int level = c == '?' ? 1 : isOneOf(c, "=<>") ? 3 : isOneOf(c, "*/%") ? 5 : 7;
         return {level, i, std::string(1, c)};
@@ -93,8 +102,9 @@ inline std::string tokenName(const std::string& text) {
         {"<<", "_shift_left"},
         {">>", "_shift_right"}};
     for (const auto& [operatorText, name] : names) {
-        if (operatorText == text)
+        if (operatorText == text) {
             return name;
+        }
     }
     return "";
 }
@@ -106,11 +116,13 @@ inline void splitConditional(const std::string& text, std::size_t mark, std::vec
     std::vector<std::size_t> colons;
     for (std::size_t i = mark + 1; i < text.size() && depth >= 0; ++i) {
         depth += text[i] == '(' ? 1 : text[i] == ')' ? -1 : 0;
-        if (text[i] == ':' && depth == 0)
+        if (text[i] == ':' && depth == 0) {
             colons.push_back(i);
+        }
     }
-    if (depth != 0 || colons.size() != 1)
+    if (depth != 0 || colons.size() != 1) {
         throw ScMathException("syntax error in conditional operator");
+    }
     tokens.push_back({MathTokenKind::Function, "_conditional_operator", 3});
     split(text.substr(0, mark), tokens);
     split(text.substr(mark + 1, colons[0] - mark - 1), tokens);
@@ -121,8 +133,9 @@ inline void splitIdentifier(const std::string& text, std::vector<MathToken>& tok
     const std::size_t open = std::min(text.find('('), text.size());
     for (std::size_t i = 0; i < std::max<std::size_t>(open, 1); ++i) {
         const bool isLetter = text[i] >= 'A' && text[i] <= 'Z';
-        if (!isLetter && (i == 0 || !isOneOf(text[i], "0123456789_")))
+        if (!isLetter && (i == 0 || !isOneOf(text[i], "0123456789_"))) {
             throw ScMathException("illegal identifier");
+        }
     }
     if (open == text.size()) {
         tokens.push_back({MathTokenKind::Variable, text, 0});
@@ -134,8 +147,9 @@ inline void splitIdentifier(const std::string& text, std::vector<MathToken>& tok
         depth += text[i] == '(' ? 1 : text[i] == ')' ? -1 : 0;
         arguments += text[i] == ',' && depth == 1;
     }
-    if (depth != 0)
+    if (depth != 0) {
         throw ScMathException("bracket error");
+    }
     if (text == "PI()") {
         tokens.push_back({MathTokenKind::Function, "PI", 0});
         return;
@@ -154,8 +168,9 @@ inline void splitIdentifier(const std::string& text, std::vector<MathToken>& tok
 }
 
 inline void split(const std::string& text, std::vector<MathToken>& tokens) {
-    if (text.empty())
+    if (text.empty()) {
         throw ScMathException("term expected");
+    }
     Candidate best{8, 0, ""};
     bool isUnclosed = false;
     for (std::size_t i = 0; i < text.size() && !isUnclosed; ++i) {
@@ -165,8 +180,9 @@ inline void split(const std::string& text, std::vector<MathToken>& tokens) {
             continue;
         }
         const Candidate candidate = candidateAt(text, i);
-        if (candidate.level <= best.level)
+        if (candidate.level <= best.level) {
             best = candidate;
+        }
         i += candidate.text.size() == 2;
     }
     const std::string rest = text.substr(1);
