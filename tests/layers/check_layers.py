@@ -10,7 +10,7 @@ INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
 # Folder -> folders that it may include besides itself. Folders below src/ go by their own name.
 ALLOWED = {
     "api": {"board", "transport", "service", "genicam", "util"},
-    "board": {"transport", "service", "genicam", "util"},
+    "board": {"transport", "service", "genicam", "protocol", "platform", "util"},
     "transport": {"protocol", "platform", "util"},
     "service": {"util"},
     "genicam": {"math", "util"},

@@ -1,0 +1,48 @@
+// Starting and stopping the camera's stream.
+#include "api/features.h"
+#include "api/gige.h"
+#include "util/qt_locks.h"
+
+#include <string>
+
+namespace {
+
+// The 32 low bits of the width count; the board keeps 16 of what it computes from them.
+int setLineLength(const CameraHandle& camera, long long width, const std::string& pixelFormat) {
+    const util::ScopedMutex lock(GenICamPortWrapper::mutex(camera.board(), camera.port));
+    if (GigeCamera* board = camera.openBoard()) {
+        board->SetEolWidth(camera.port, static_cast<int>(width), pixelFormat);
+    }
+    return status::Success;
+}
+
+} // namespace
+
+// The line length is set before the start, and stays set when the camera refuses to start.
+int Gbe_startAcquisition(CameraHandle* camera) {
+    tavo::ImplGenICamCamera* device = nullptr;
+    int result = api::deviceOf(camera, device);
+    if (result != status::Success) {
+        return result;
+    }
+    long long width = 0;
+    std::string pixelFormat;
+    result = api::withNode<tavo::GenICamIntegerInterface>(
+        *device, "Width", [&](auto& node) { width = node.getValue(); });
+    if (result == status::Success) {
+        result = api::withNode<tavo::GenICamEnumerationInterface>(
+            *device, "PixelFormat", [&](auto& node) { pixelFormat = node.getStringValue(); });
+    }
+    if (result == status::Success) {
+        result = setLineLength(*camera, width, pixelFormat);
+    }
+    if (result == status::Success) {
+        result = api::withNode<tavo::GenICamCommandInterface>(
+            *device, "AcquisitionStart", [](auto& node) { node.execute(); });
+    }
+    return result;
+}
+
+int Gbe_stopAcquisition(CameraHandle* camera) {
+    return Gbe_executeCommand(camera, "AcquisitionStop");
+}

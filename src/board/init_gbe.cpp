@@ -1,0 +1,57 @@
+#include "board/init_gbe.h"
+
+#include "platform/kemrt.h"
+#include "platform/tavo_hw.h"
+#include "transport/GigeCamera.h"
+
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+namespace {
+
+constexpr int kVersionMask = 0xFF;
+constexpr std::chrono::milliseconds kPhySettleTime{200};
+
+bool isEthernetBoard(QLdevice hardware) {
+    const char* interface = TavoGetBoardInfoString(hardware, "board/caminterface");
+    return interface != nullptr && std::strcmp(interface, "GigE") == 0;
+}
+
+fpga_design loadApplet(QLdevice hardware) {
+    const int major = TavoGetBoardInfoInt(hardware, "firmware/major") & kVersionMask;
+    const int minor = TavoGetBoardInfoInt(hardware, "firmware/minor") & kVersionMask;
+    fpga_design applet = KemFirmwareTrampoline(major, minor);
+    if (applet != nullptr && TavoConfigureFpga(hardware, applet) != 0) {
+        KemUnloadKemFile(applet);
+        return nullptr;
+    }
+    return applet;
+}
+
+void resetPhys(GigeCamera& board) {
+    board.PhyHardwareReset();
+    std::this_thread::sleep_for(kPhySettleTime);
+    for (unsigned phy = 0; phy < GigeCamera::kPorts; ++phy) {
+        board.PhyReset(phy, false);
+    }
+}
+
+} // namespace
+
+GigeCamera* init_gbe(int board, int resetPhy) {
+    QLdevice hardware = TavoInitAllHWEx(board);
+    if (hardware == nullptr) {
+        return nullptr;
+    }
+    fpga_design applet = isEthernetBoard(hardware) ? loadApplet(hardware) : nullptr;
+    if (applet == nullptr) {
+        TavoFreeHW(hardware);
+        return nullptr;
+    }
+    auto* gbe = new GigeCamera(applet, hardware);
+    if (resetPhy != 0) {
+        resetPhys(*gbe);
+    }
+    return gbe;
+}
