@@ -1,0 +1,36 @@
+# What `cmake --install` puts where: the library, its documented headers, and the files by which others find it.
+# The two hardware libraries go with it: where the frame grabber's own ones are installed, those come first in the
+# loader's path and these are not used.
+include(CMakePackageConfigHelpers)
+
+set(LIOMOL_INSTALLED_HEADERS
+    api/gige.h
+    genicam/GenICamCamera.h
+    genicam/GenICamPortInterface.h
+    genicam/GenICamTypes.h
+    genicam/interfaces.h
+    genicam/node_kinds.h
+    util/exceptions.h
+    util/export.h)
+foreach(header IN LISTS LIOMOL_INSTALLED_HEADERS)
+    cmake_path(GET header PARENT_PATH folder)
+    install(FILES "src/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/liomol/${folder}")
+endforeach()
+
+set_target_properties(liomol tavo_hw kemrt PROPERTIES INSTALL_RPATH "\$ORIGIN")
+install(TARGETS liomol tavo_hw kemrt LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+
+# The package file is written by hand: an exported target would drag the hardware libraries' build along.
+set(liomol_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/liomol")
+get_target_property(LIOMOL_SOVERSION liomol SOVERSION)
+configure_package_config_file(
+    cmake/liomol-config.cmake.in "${CMAKE_BINARY_DIR}/liomol-config.cmake"
+    INSTALL_DESTINATION "${liomol_package_dir}" PATH_VARS CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR)
+write_basic_package_version_file(
+    "${CMAKE_BINARY_DIR}/liomol-config-version.cmake" COMPATIBILITY SameMinorVersion)
+install(FILES "${CMAKE_BINARY_DIR}/liomol-config.cmake" "${CMAKE_BINARY_DIR}/liomol-config-version.cmake"
+        DESTINATION "${liomol_package_dir}")
+file(RELATIVE_PATH LIOMOL_PKGCONFIG_TO_PREFIX
+     "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+configure_file(cmake/liomol.pc.in "${CMAKE_BINARY_DIR}/liomol.pc" @ONLY)
+install(FILES "${CMAKE_BINARY_DIR}/liomol.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

@@ -1,0 +1,93 @@
+/* The public header is C99, every call of it is there, and bad arguments give their documented codes. */
+#include "api/gige.h"
+
+#include <stdio.h>
+#include <string.h>
+
+static int failures = 0;
+
+#define EXPECT(expected, call)                                                                               \
+    do {                                                                                                     \
+        const int result = (call);                                                                           \
+        if (result != (expected)) {                                                                          \
+            printf("%s gives %d, not %d\n", #call, result, (int)(expected));                                 \
+            ++failures;                                                                                      \
+        }                                                                                                    \
+    } while (0)
+
+enum { ILLEGAL_PARAMETER = -40015, BOARD_INITIALIZATION = -40018, BOARD_DOES_NOT_EXIST = -40019 };
+
+static void boards(void) {
+    BoardHandle* board = (BoardHandle*)&failures;
+    int up = 0;
+    EXPECT(ILLEGAL_PARAMETER, Gbe_initBoard(0, 0, NULL));
+    EXPECT(BOARD_INITIALIZATION, Gbe_initBoard(-1, 0, &board));
+    EXPECT(1, board == NULL);
+    EXPECT(BOARD_INITIALIZATION, Gbe_initBoard(8, GBE_SERVICE_MODE, &board));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_scanNetwork(NULL, 0, 0));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraCount(NULL, 0));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getLinkState(0, 0, NULL));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getLinkState(8, 0, &up));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getLinkState(0, 4, &up));
+    EXPECT(BOARD_DOES_NOT_EXIST, Gbe_getLinkState(7, 0, &up));
+    Gbe_freeBoard(NULL);
+}
+
+static void cameras(void) {
+    CameraHandle* camera = NULL;
+    CameraInfo* info = NULL;
+    const unsigned char mac[6] = {0};
+    EXPECT(182, sizeof(CameraInfo));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getFirstCamera(NULL, 0, &camera));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraByIp(NULL, 0, 0, &camera));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraByMac(NULL, 0, mac, &camera));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraByUserName(NULL, 0, "", &camera));
+    EXPECT(ILLEGAL_PARAMETER, copyCameraInfo(NULL, &info));
+    EXPECT(1, Gbe_getCameraInfo(NULL) == NULL);
+    EXPECT(ILLEGAL_PARAMETER, Gbe_connectCamera(NULL));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_connectCameraWithoutService(NULL));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_disconnectCamera(NULL));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_switchCameraConnection(NULL, NULL, 0));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_switchCameraConnectionWithoutService(NULL, NULL, 0));
+    Gbe_freeCamera(NULL);
+}
+
+static void features(void) {
+    long long integer = 0;
+    double number = 0;
+    int flag = 0;
+    unsigned size = 0;
+    const char* text = NULL;
+    EXPECT(ILLEGAL_PARAMETER, Gbe_setIntegerValue(NULL, "Width", 1));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getIntegerValue(NULL, "Width", &integer));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_setFloatValue(NULL, "Gain", 1));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getFloatValue(NULL, "Gain", &number));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_setBooleanValue(NULL, "ReverseX", 1));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getBooleanValue(NULL, "ReverseX", &flag));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_setStringValue(NULL, "DeviceUserID", ""));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getStringValue(NULL, "DeviceUserID", &text));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_setEnumerationValue(NULL, "PixelFormat", ""));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getEnumerationValue(NULL, "PixelFormat", &text));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_executeCommand(NULL, "AcquisitionStart"));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_isCommandDone(NULL, "AcquisitionStart"));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getValueAsString(NULL, "Width", NULL, &size));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getFeatureCount(NULL));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getFeatureName(NULL, 0, &text));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getFeatureKind(NULL, "Width", &flag));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_lockTLParams(NULL));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_unlockTLParams(NULL));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_invalidateCache(NULL));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_enableChecks(NULL, 1));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getGenICamXML(NULL, NULL, &size));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_startAcquisition(NULL));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_stopAcquisition(NULL));
+}
+
+int main(void) {
+    EXPECT(0, strcmp(Gbe_getErrorDescription(-40007), "illegal node"));
+    EXPECT(1, strlen(Gbe_getVersion()) >= strlen("0.0.0"));
+    boards();
+    cameras();
+    features();
+    return failures != 0;
+}

@@ -1,0 +1,197 @@
+// Accesses of a node tree as they arrive at a camera.
+#include "board/GenICamPortWrapper.h"
+#include "genicam/ImplGenICamCamera.h"
+#include "protocol/bootstrap.h"
+#include "protocol/gvcp.h"
+#include "support/fake_service.h"
+#include "support/introduce.h"
+#include "support/rig.h"
+#include "util/exceptions.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <memory>
+#include <numeric>
+#include <optional>
+#include <vector>
+
+namespace {
+
+using simcam::Fault;
+
+constexpr int kPort = 1;
+constexpr std::uint32_t kMemory = 0x10000; // plain memory of the camera
+
+const char* const kDescription = R"(<?xml version="1.0"?>
+<RegisterDescription ModelName="Plain" VendorName="Test"
+    MajorVersion="1" MinorVersion="0" SubMinorVersion="0"
+    SchemaMajorVersion="1" SchemaMinorVersion="1" SchemaSubMinorVersion="0">
+  <Integer Name="Constant"><Value>7</Value></Integer>
+</RegisterDescription>)";
+
+// A camera of plain memory on port 1 of board 0, with a device object for the port.
+class BridgeTest : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(GenICamPortWrapper::initBoard(0, 0), 0);
+        station = rig.hang(0, kPort, {{"registers", "plain"}, {"description-text", kDescription}});
+        introduce(0, kPort, *station);
+        ASSERT_EQ(GenICamPortWrapper::initializeGenICamInterface(0, kPort), 0);
+        door = GenICamPortWrapper::getDevice(0, kPort)->getPort("Device");
+        ASSERT_NE(door, nullptr);
+        station->log().clear();
+    }
+
+    void TearDown() override {
+        GenICamPortWrapper::deleteCamera(0, kPort);
+        GenICamPortWrapper::freeBoard(0);
+    }
+
+    // Registers written since SetUp, in order: address and value.
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> registerWrites() const {
+        std::vector<std::pair<std::uint32_t, std::uint32_t>> writes;
+        for (const simcam::Event& event : station->log().events()) {
+            if (event.command == gvcp::Command::WriteRegCmd) {
+                writes.emplace_back(event.address, event.value);
+            }
+        }
+        return writes;
+    }
+
+    Rig rig;
+    FakeService service;
+    std::shared_ptr<simcam::Camera> station;
+    tavo::GenICamPortInterface* door = nullptr;
+};
+
+TEST_F(BridgeTest, PutsBytesInAddressOrderAtEveryLength) {
+    std::vector<unsigned char> pattern(512);
+    std::iota(pattern.begin(), pattern.end(), static_cast<unsigned char>(1));
+    for (const long long length : {4, 8, 12, 512}) {
+        SCOPED_TRACE(length);
+        const auto size = static_cast<std::size_t>(length);
+        door->write(pattern.data(), kMemory, length);
+        const auto stored = station->peek(kMemory, size).value();
+        EXPECT_TRUE(std::equal(stored.begin(), stored.end(), pattern.begin()));
+        std::vector<unsigned char> back(size);
+        door->read(back.data(), kMemory, length);
+        EXPECT_TRUE(std::equal(back.begin(), back.end(), pattern.begin()));
+    }
+    const gvcp::Command registerAccess[] = {gvcp::Command::ReadRegCmd, gvcp::Command::WriteRegCmd};
+    for (const gvcp::Command command : registerAccess) {
+        EXPECT_EQ(station->log().count(command), 1U) << "only 4 bytes go as a register";
+    }
+}
+
+TEST_F(BridgeTest, RefusesBadRangesWithoutTouchingTheCamera) {
+    constexpr long long kEnd = 1LL << 32;
+    const struct {
+        const char* name;
+        bool isWrite;
+        long long address;
+        long long length;
+    } rows[] = {
+        {"write of no multiple of 4", true, kMemory, 6},
+        {"write above 512 bytes", true, kMemory, 516},
+        {"write of a negative length", true, kMemory, -4},
+        {"read of a negative length", false, kMemory, -4},
+        {"negative address", false, -4, 4},
+        {"address above 32 bits", false, kEnd, 4},
+        {"read across the end of the address space", false, kEnd - 4, 8},
+        {"write across the end of the address space", true, kEnd - 4, 8},
+        {"length that would wrap", false, 4, kEnd},
+    };
+    std::array<unsigned char, 1024> buffer{};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto access = [&] {
+            row.isWrite ? door->write(buffer.data(), row.address, row.length)
+                        : door->read(buffer.data(), row.address, row.length);
+        };
+        EXPECT_THROW(access(), tavo::GicTransportLayerException);
+        EXPECT_EQ(station->log().total(), 0U);
+    }
+}
+
+TEST_F(BridgeTest, RepeatsAFailedAccessOnce) {
+    constexpr std::pair<std::uint32_t, std::uint32_t> kControl{bootstrap::kControlChannelPrivilege, 2};
+    constexpr auto kBusy = static_cast<std::uint32_t>(gvcp::Status::Busy);
+    const struct {
+        const char* name;
+        bool isWrite;
+        long long length;
+        gvcp::Command command;
+        int faults;
+        bool succeeds;
+        std::size_t controlTaken;
+    } rows[] = {
+        {"register read", false, 4, gvcp::Command::ReadRegCmd, 1, true, 0},
+        {"register read, twice", false, 4, gvcp::Command::ReadRegCmd, 2, false, 0},
+        {"register write", true, 4, gvcp::Command::WriteRegCmd, 1, true, 1},
+        {"memory read", false, 8, gvcp::Command::ReadMemCmd, 2, true, 0},
+        {"memory read, for good", false, 8, gvcp::Command::ReadMemCmd, Fault::kForever, false, 0},
+        {"memory write", true, 8, gvcp::Command::WriteMemCmd, 1, true, 1},
+        {"memory write, twice", true, 8, gvcp::Command::WriteMemCmd, 2, false, 1},
+    };
+    std::array<unsigned char, 8> buffer{};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        station->faults().clear();
+        station->log().clear();
+        station->faults().add({Fault::Kind::Status, kBusy, row.faults, row.command});
+        const auto access = [&] {
+            row.isWrite ? door->write(buffer.data(), kMemory, row.length)
+                        : door->read(buffer.data(), kMemory, row.length);
+        };
+        if (row.succeeds) {
+            EXPECT_NO_THROW(access());
+        } else {
+            EXPECT_THROW(access(), tavo::GicTransportLayerException);
+        }
+        const auto writes = registerWrites();
+        EXPECT_EQ(std::count(writes.begin(), writes.end(), kControl), row.controlTaken);
+    }
+}
+
+TEST_F(BridgeTest, TakesControlBetweenTheTwoAttemptsOfAWrite) {
+    constexpr auto kDenied = static_cast<std::uint32_t>(gvcp::Status::AccessDenied);
+    station->faults().add({Fault::Kind::Status, kDenied, 1, gvcp::Command::WriteRegCmd});
+    std::array<unsigned char, 4> value{0x12, 0x34, 0x56, 0x78};
+    door->write(value.data(), kMemory, 4);
+    const std::vector<std::pair<std::uint32_t, std::uint32_t>> expected{
+        {kMemory, 0x12345678}, {bootstrap::kControlChannelPrivilege, 2}, {kMemory, 0x12345678}};
+    EXPECT_EQ(registerWrites(), expected);
+}
+
+TEST_F(BridgeTest, NeedsABoundPortADeviceAndAnOpenBoard) {
+    std::array<unsigned char, 4> value{1, 2, 3, 4};
+    GenICamPortWrapper unbound(nullptr);
+    EXPECT_NO_THROW(unbound.read(value.data(), kMemory, 4));
+    EXPECT_NO_THROW(unbound.write(value.data(), kMemory, 6));
+    EXPECT_EQ(station->log().total(), 0U);
+
+    unbound.setConnection(0, kPort + 1, 0);
+    EXPECT_THROW(unbound.read(value.data(), kMemory, 4), tavo::GicTransportLayerException) << "no device";
+    unbound.setConnection(0, kPort, 0);
+    EXPECT_NO_THROW(unbound.write(value.data(), kMemory, 4));
+    EXPECT_EQ(station->peekRegister(kMemory), 0x01020304U);
+
+    GenICamPortWrapper::freeBoard(0);
+    EXPECT_THROW(unbound.read(value.data(), kMemory, 4), tavo::GicTransportLayerException) << "closed board";
+}
+
+TEST_F(BridgeTest, MovesWithItsDevice) {
+    std::array<unsigned char, 4> value{1, 2, 3, 4};
+    const auto other = rig.hang(0, 3, {{"registers", "plain"}, {"description-text", kDescription}});
+    introduce(0, 3, *other);
+    EXPECT_TRUE(GenICamPortWrapper::moveCamera(0, kPort, 0, 3));
+    EXPECT_EQ(GenICamPortWrapper::getDevice(0, kPort), nullptr);
+    EXPECT_FALSE(GenICamPortWrapper::moveCamera(0, kPort, 0, 3));
+    door->write(value.data(), kMemory, 4);
+    EXPECT_EQ(other->peekRegister(kMemory), 0x01020304U);
+    EXPECT_EQ(station->peekRegister(kMemory), 0U);
+    GenICamPortWrapper::deleteCamera(0, 3);
+}
+
+} // namespace

@@ -1,0 +1,122 @@
+// Opening and closing boards, and which cameras are taken.
+#include "board/GenICamPortWrapper.h"
+#include "softboard/softboard.h"
+#include "support/fake_service.h"
+#include "support/rig.h"
+#include "util/exceptions.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Wrapper = GenICamPortWrapper;
+
+std::string portTwoUnknown(const std::string& line) {
+    return line == "STATUS BOARD 0 PORT 2" ? "510 no such port\n" : FakeService::healthy(line);
+}
+
+std::string silentAboutTheLink(const std::string&) {
+    return "200-PORT 0 MAC 02:00:00:00:00:00\n200 OK\n";
+}
+
+TEST(Boards, OpenOnlyOnAnEthernetBoardWhileTheServiceAnswersForAllPorts) {
+    const struct {
+        const char* name;
+        const char* boardKeys;
+        FakeService::Answer service; // none: it does not run
+        int board;
+        int flags;
+        int result;
+        std::size_t questions;
+    } rows[] = {
+        {"all is well", "", FakeService::healthy, 0, 0, 0, 4},
+        {"no service", "", nullptr, 0, 0, -1, 0},
+        {"service that does not know port 2", "", portTwoUnknown, 0, 0, -1, 3},
+        {"service that tells no link state", "", silentAboutTheLink, 0, 0, -1, 1},
+        {"service mode asks nobody and brings the PHYs up", "phy = held", nullptr, 0, Wrapper::kServiceMode, 0, 0},
+        {"no such board", "", FakeService::healthy, 1, 0, -1, 0},
+        {"board number below the range", "", FakeService::healthy, -1, 0, -1, 0},
+        {"board number above the range", "", FakeService::healthy, 8, 0, -1, 0},
+        {"other kind of board", "caminterface = CameraLink", FakeService::healthy, 0, 0, -1, 0},
+        {"firmware without an applet", "firmware = 99.0", FakeService::healthy, 0, 0, -1, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const Rig rig(1, row.boardKeys);
+        const auto service = row.service ? std::make_unique<FakeService>(row.service) : nullptr;
+        EXPECT_EQ(Wrapper::initBoard(row.board, row.flags), row.result);
+        EXPECT_EQ(Wrapper::getBoard(row.board) != nullptr, row.result == 0);
+        EXPECT_EQ(softboard::boardState(0).opens, row.result == 0 ? 1U : 0U);
+        EXPECT_FALSE(Wrapper::isBoardInitialized(row.board));
+        if (service) {
+            EXPECT_EQ(service->requests().size(), row.questions);
+        }
+        if (row.flags != 0) {
+            constexpr unsigned short kAfterReset = 0x1140; // the control register's reset bit has cleared itself
+            EXPECT_EQ(softboard::phyRegister(0, 3, 0), kAfterReset);
+        }
+        EXPECT_EQ(Wrapper::freeBoard(row.board), 0);
+        EXPECT_EQ(Wrapper::getBoard(row.board), nullptr);
+        EXPECT_EQ(softboard::boardState(0).opens, 0U);
+    }
+}
+
+TEST(Boards, TakeEachPortsAddressFromTheServiceOnce) {
+    const Rig rig(2);
+    const FakeService service;
+    ASSERT_EQ(Wrapper::initBoard(1, 0), 0);
+    ASSERT_EQ(Wrapper::initBoard(1, 0), 0);
+    EXPECT_EQ(
+        service.requests(), (std::vector<std::string>{
+                                "STATUS BOARD 1 PORT 0", "STATUS BOARD 1 PORT 1", "STATUS BOARD 1 PORT 2",
+                                "STATUS BOARD 1 PORT 3"}));
+    for (int port = 0; port < Wrapper::kPorts; ++port) {
+        const MacBytes expected{2, 0, 0, 0, 1, static_cast<std::uint8_t>(port)};
+        EXPECT_EQ(Wrapper::getBoard(1)->portMac(port), expected) << port;
+    }
+    Wrapper::freeBoard(1);
+}
+
+TEST(Rescan, AsksTheServiceForAllBoards) {
+    EXPECT_THROW(Wrapper::discoverAll(), tavo::GicConnectionException);
+    {
+        const FakeService service;
+        EXPECT_NO_THROW(Wrapper::discoverAll());
+        EXPECT_EQ(service.requests(), std::vector<std::string>{"RESCAN"});
+    }
+    const FakeService refusing([](const std::string&) { return std::string("510 busy\n"); });
+    EXPECT_THROW(Wrapper::discoverAll(), tavo::GicConnectionException);
+}
+
+TEST(CamerasInUse, AreASet) {
+    const unsigned char one[] = {1, 2, 3, 4, 5, 6};
+    const unsigned char other[] = {6, 5, 4, 3, 2, 1};
+    EXPECT_FALSE(Wrapper::isCameraInUse(one));
+    Wrapper::setCameraInUse(one, true);
+    Wrapper::setCameraInUse(one, true);
+    EXPECT_TRUE(Wrapper::isCameraInUse(one));
+    EXPECT_FALSE(Wrapper::isCameraInUse(other));
+    EXPECT_FALSE(Wrapper::takeCamera(one));
+    Wrapper::setCameraInUse(one, false);
+    EXPECT_FALSE(Wrapper::isCameraInUse(one));
+    EXPECT_TRUE(Wrapper::takeCamera(one));
+    Wrapper::setCameraInUse(one, false);
+}
+
+TEST(Ports, HaveOneUser) {
+    const int one = 1;
+    const int other = 2;
+    EXPECT_TRUE(Wrapper::claimPort(7, 3, &one));
+    EXPECT_TRUE(Wrapper::claimPort(7, 3, &one));
+    EXPECT_FALSE(Wrapper::claimPort(7, 3, &other));
+    Wrapper::releasePort(7, 3, &other);
+    EXPECT_EQ(Wrapper::portUser(7, 3), &one);
+    Wrapper::releasePort(7, 3, &one);
+    EXPECT_EQ(Wrapper::portUser(7, 3), nullptr);
+}
+
+} // namespace

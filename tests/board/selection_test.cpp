@@ -1,0 +1,127 @@
+// Picking a camera from a port's discovery table.
+#include "board/GenICamPortWrapper.h"
+#include "board/camera.h"
+#include "support/fake_service.h"
+#include "support/rig.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <functional>
+#include <string>
+
+namespace {
+
+constexpr int kPort = 2;
+
+// An open board whose port has found cameras of the given user names: camera i has MAC 02:00:00:00:00:<i> and
+// address 10.0.0.<i>.
+class SelectionTest : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(GenICamPortWrapper::initBoard(0, 0), 0);
+        board = GenICamPortWrapper::getBoard(0);
+    }
+
+    void TearDown() override { GenICamPortWrapper::freeBoard(0); }
+
+    void find(const std::string& name) {
+        const int number = board->discoveredCount(kPort);
+        DiscoveryAckData ack{};
+        std::uint8_t* payload = ack.bytes.data();
+        payload[gvcp::discovery::kMac] = 2;
+        payload[gvcp::discovery::kMac + 5] = static_cast<std::uint8_t>(number);
+        payload[gvcp::discovery::kIp] = 10;
+        payload[gvcp::discovery::kIp + 3] = static_cast<std::uint8_t>(number);
+        std::memcpy(
+            payload + gvcp::discovery::kUserDefinedName, name.data(), std::min<std::size_t>(name.size(), 16));
+        ASSERT_EQ(board->storeDiscoveredCamera(kPort, &ack), number + 1);
+    }
+
+    Rig rig;
+    FakeService service;
+    GigeCamera* board = nullptr;
+};
+
+TEST_F(SelectionTest, FindsByEachKeyOrChangesNothing) {
+    for (const char* name : {"left", "right", "sixteen letters!", ""}) {
+        find(name);
+    }
+    using Select = std::function<bool(camera&, unsigned char*)>;
+    constexpr int kNone = -1;
+    const struct {
+        const char* name;
+        Select select;
+        int found;
+    } rows[] = {
+        {"first number", [](camera& c, unsigned char* mac) { return c.selectCameraViaNumber(0, mac); }, 0},
+        {"last number", [](camera& c, unsigned char* mac) { return c.selectCameraViaNumber(3, mac); }, 3},
+        {"number at the count", [](camera& c, unsigned char* mac) { return c.selectCameraViaNumber(4, mac); },
+         kNone},
+        {"negative number", [](camera& c, unsigned char* mac) { return c.selectCameraViaNumber(-1, mac); },
+         kNone},
+        {"MAC", [](camera& c, unsigned char*) { return c.selectCameraViaMac(2, 0, 0, 0, 0, 1); }, 1},
+        {"unknown MAC", [](camera& c, unsigned char*) { return c.selectCameraViaMac(2, 0, 0, 0, 0, 9); },
+         kNone},
+        {"address, first octet lowest",
+         [](camera& c, unsigned char* mac) { return c.selectCameraViaIp(0x0200000A, mac); }, 2},
+        {"address in network order",
+         [](camera& c, unsigned char* mac) { return c.selectCameraViaIp(0x0A000002, mac); }, kNone},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        constexpr int kBefore = 2;
+        ASSERT_TRUE(board->selectCamera(kPort, kBefore));
+        camera place(board, kPort);
+        std::array<unsigned char, 6> mac{9, 9, 9, 9, 9, 9};
+        EXPECT_EQ(row.select(place, mac.data()), row.found != kNone);
+        EXPECT_EQ(board->currentCamera(kPort)->mac[5], row.found == kNone ? kBefore : row.found);
+        const int copied = mac[5];
+        EXPECT_TRUE(copied == row.found || copied == 9) << copied;
+    }
+}
+
+TEST_F(SelectionTest, ByUserNameTakesTheLastRecordWhicheverMatches) {
+    for (const char* name : {"left", "right", "left", "sixteen letters!", "last"}) {
+        find(name);
+    }
+    const struct {
+        const char* name;
+        bool found;
+        bool unique;
+    } rows[] = {
+        {"right", true, true},
+        {"last", true, true},
+        {"left", true, false},
+        {"sixteen letters!", true, true},
+        {"sixteen letters!x", false, true},
+        {"Left", false, true},
+        {"lef", false, true},
+        {"", false, true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::array<unsigned char, 6> mac{};
+        bool unique = !row.unique;
+        EXPECT_EQ(camera(board, kPort).selectCameraViaUserName(row.name, mac.data(), &unique), row.found);
+        EXPECT_EQ(unique, row.unique);
+        EXPECT_EQ(mac[5], row.found ? 4 : 0);
+    }
+}
+
+TEST_F(SelectionTest, APortWithoutCamerasHasNone) {
+    camera place(board, kPort);
+    std::array<unsigned char, 6> mac{};
+    bool unique = false;
+    EXPECT_FALSE(place.selectCameraViaNumber(0, mac.data()));
+    EXPECT_FALSE(place.selectCameraViaUserName("", mac.data(), &unique));
+    EXPECT_TRUE(unique);
+    EXPECT_EQ(place.getModellName(), nullptr);
+    EXPECT_FALSE(camera(board, 4).selectCameraViaNumber(0, mac.data()));
+    EXPECT_FALSE(camera(nullptr, 0).selectCameraViaNumber(0, mac.data()));
+    EXPECT_EQ(camera(nullptr, 0).init(), 0);
+}
+
+} // namespace

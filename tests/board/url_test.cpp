@@ -1,0 +1,64 @@
+#include "board/description_url.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using board::DescriptionUrl;
+using board::UrlScheme;
+using namespace std::string_literals;
+
+struct UrlRow {
+    const char* name;
+    std::string text;
+    UrlScheme scheme;
+    const char* fileName = "";
+    unsigned address = 0;
+    int length = 0;
+    bool isZip = false;
+};
+
+const UrlRow kRows[] = {
+    {"zipInCameraMemory", "Local:cam.zip;8000;1A2B", UrlScheme::Local, "cam.zip", 0x8000, 0x1A2B, true},
+    {"lowerCasePrefix", "local:cam.zip;8000;1A2B", UrlScheme::Local, "cam.zip", 0x8000, 0x1A2B, true},
+    {"upperCaseZip", "LOCAL:cam.ZIP;8000;1a2b", UrlScheme::Local, "cam.ZIP", 0x8000, 0x1A2B, true},
+    {"plainInCameraMemory", "Local:cam.xml;0;1", UrlScheme::Local, "cam.xml", 0, 1, false},
+    {"highestAddress", "Local:a;FFFFFFFF;7FFFFFFF", UrlScheme::Local, "a", 0xFFFFFFFF, 0x7FFFFFFF, false},
+    {"negativeLengthIsKeptForTheReader", "Local:a;0;-10", UrlScheme::Local, "a", 0, -16, false},
+    {"emptyName", "Local:;10;20", UrlScheme::Local, "", 0x10, 0x20, false},
+    {"nulEndsTheText", "Local:a.xml;10;20\0garbage"s, UrlScheme::Local, "a.xml", 0x10, 0x20, false},
+    {"twoPieces", "Local:x;10", UrlScheme::Unusable},
+    {"fourPieces", "Local:x;10;20;", UrlScheme::Unusable},
+    {"badHexadecimalAddress", "Local:x;zz;20", UrlScheme::Unusable},
+    {"badHexadecimalLength", "Local:x;10;20?SchemaVersion=1.0.0", UrlScheme::Unusable},
+    {"negativeAddress", "Local:x;-1;20", UrlScheme::Unusable},
+    {"addressAbove32Bits", "Local:x;100000000;20", UrlScheme::Unusable},
+    {"lengthAbove31Bits", "Local:x;0;80000000", UrlScheme::Unusable},
+    {"emptyNumbers", "Local:x;;", UrlScheme::Unusable},
+    {"web", "Http://www.example.com/cam.zip", UrlScheme::Http, "//www.example.com/cam.zip", 0, 0, true},
+    {"webInUpperCase", "HTTP:x", UrlScheme::Http, "x"},
+    {"file", "File:cam.xml", UrlScheme::File, "cam.xml"},
+    {"zippedFile", "file:cam.Zip", UrlScheme::File, "cam.Zip", 0, 0, true},
+    {"fileWithSemicolons", "File:a;b;c", UrlScheme::File, "a;b;c"},
+    {"empty", "", UrlScheme::Unusable},
+    {"onlyNul", "\0"s, UrlScheme::Unusable},
+    {"otherScheme", "ftp:cam.xml", UrlScheme::Unusable},
+    {"blankBeforeThePrefix", " Local:x;1;2", UrlScheme::Unusable},
+    {"prefixWithoutColon", "Local", UrlScheme::Unusable},
+};
+
+TEST(Url, IsTakenApart) {
+    for (const UrlRow& row : kRows) {
+        SCOPED_TRACE(row.name);
+        const DescriptionUrl url = board::parseDescriptionUrl(row.text);
+        EXPECT_EQ(url.scheme, row.scheme);
+        EXPECT_EQ(url.fileName, QString::fromLatin1(row.fileName));
+        EXPECT_EQ(url.address, row.address);
+        EXPECT_EQ(url.length, row.length);
+        EXPECT_EQ(url.isZip, row.isZip);
+    }
+}
+
+} // namespace

@@ -1,0 +1,126 @@
+// A frame grabber in software and the handles of an application that uses it through the exported calls.
+#pragma once
+
+#include "api/gige.h"
+#include "simcam/Camera.h"
+#include "support/fake_service.h"
+#include "support/rig.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+// Waits for a condition with a deadline that only a fault can reach.
+template<typename Condition> bool eventually(Condition&& condition) {
+    constexpr std::chrono::seconds kDeadline{60};
+    const auto end = std::chrono::steady_clock::now() + kDeadline;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+// The addresses of the plain camera's registers, one word each except for the text.
+namespace plain {
+inline constexpr std::uint32_t kNumber = 0x10000;
+inline constexpr std::uint32_t kCommand = 0x10004;
+inline constexpr std::uint32_t kLocked = 0x10008;
+inline constexpr std::uint32_t kText = 0x10010; // 16 bytes
+inline constexpr std::uint32_t kWidth = 0x10020;
+} // namespace plain
+
+// A camera of plain memory behind a description with one feature of each kind.
+inline ethernet::Settings plainCamera(ethernet::Settings more = {}) {
+    static const char* const kDescription = R"(<?xml version="1.0" encoding="utf-8"?>
+<RegisterDescription ModelName="Plain" VendorName="Test"
+    MajorVersion="1" MinorVersion="0" SubMinorVersion="0"
+    SchemaMajorVersion="1" SchemaMinorVersion="1" SchemaSubMinorVersion="0">
+  <Category Name="Root"><pFeature>Number</pFeature></Category>
+  <Integer Name="Number"><pValue>NumberReg</pValue><Min>0</Min><Max>2147483646</Max></Integer>
+  <Integer Name="Even"><pValue>NumberReg</pValue><Min>0</Min><Max>100</Max><Inc>2</Inc></Integer>
+  <Integer Name="ReadOnly"><pValue>ReadOnlyReg</pValue></Integer>
+  <Integer Name="Lockable"><pIsLocked>LockedReg</pIsLocked><pValue>NumberReg</pValue></Integer>
+  <Integer Name="Width"><pValue>WidthReg</pValue></Integer>
+  <Integer Name="TLParamsLocked"><Value>0</Value><Min>0</Min><Max>1</Max></Integer>
+  <Enumeration Name="PixelFormat">
+    <EnumEntry Name="Mono8"><Value>0</Value></EnumEntry>
+    <EnumEntry Name="Mono12Packed"><Value>1</Value></EnumEntry>
+    <Value>0</Value>
+  </Enumeration>
+  <Float Name="Ratio"><Value>0.5</Value><Min>0.1</Min><Max>2</Max></Float>
+  <Boolean Name="Switch"><Value>0</Value></Boolean>
+  <Command Name="AcquisitionStart">
+    <pIsLocked>LockedReg</pIsLocked><pValue>CommandReg</pValue><CommandValue>1</CommandValue>
+  </Command>
+  <Command Name="AcquisitionStop"><pValue>CommandReg</pValue><CommandValue>2</CommandValue></Command>
+  <StringReg Name="Text">
+    <Address>0x10010</Address><Length>16</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
+  </StringReg>
+  <IntReg Name="NumberReg">
+    <Address>0x10000</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
+    <Sign>Unsigned</Sign><Endianess>BigEndian</Endianess>
+  </IntReg>
+  <IntReg Name="ReadOnlyReg">
+    <Address>0x10000</Address><Length>4</Length><AccessMode>RO</AccessMode><pPort>Device</pPort>
+    <Sign>Unsigned</Sign><Endianess>BigEndian</Endianess>
+  </IntReg>
+  <IntReg Name="CommandReg">
+    <Address>0x10004</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
+    <Sign>Unsigned</Sign><Endianess>BigEndian</Endianess>
+  </IntReg>
+  <IntReg Name="LockedReg">
+    <Address>0x10008</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
+    <Cachable>NoCache</Cachable><Sign>Unsigned</Sign><Endianess>BigEndian</Endianess>
+  </IntReg>
+  <IntReg Name="WidthReg">
+    <Address>0x10020</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
+    <Sign>Unsigned</Sign><Endianess>BigEndian</Endianess>
+  </IntReg>
+  <Port Name="Device"/>
+</RegisterDescription>
+)";
+    more.insert({{"registers", "plain"}, {"description-text", kDescription}});
+    return more;
+}
+
+// Boards 0 to count - 1, opened through the exported calls while a service answers.
+class Session {
+public:
+    explicit Session(int count = 1) : rig(count), boards(static_cast<std::size_t>(count)) {
+        for (int number = 0; number < count; ++number) {
+            EXPECT_EQ(Gbe_initBoard(number, 0, &boards[static_cast<std::size_t>(number)]), 0);
+        }
+    }
+
+    ~Session() {
+        for (BoardHandle* board : boards) {
+            Gbe_freeBoard(board);
+        }
+    }
+
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    BoardHandle* board() const { return boards.front(); }
+
+    // Scans a port of a board and connects its first camera.
+    CameraHandle* connectFirst(unsigned port = 0, std::size_t board = 0) const {
+        CameraHandle* camera = nullptr;
+        EXPECT_EQ(Gbe_scanNetwork(boards[board], static_cast<int>(port), 0), 0);
+        EXPECT_EQ(Gbe_getFirstCamera(boards[board], port, &camera), 0);
+        EXPECT_EQ(Gbe_connectCamera(camera), 0);
+        return camera;
+    }
+
+    Rig rig;
+    FakeService service;
+    std::vector<BoardHandle*> boards;
+};
