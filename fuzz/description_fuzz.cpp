@@ -5,6 +5,7 @@
 #include "genicam/GenICamTreeBuilder.h"
 #include "genicam/ImplGenICamCamera.h"
 #include "genicam/ImplGenICamNode.h"
+#include "genicam/xml_outline.h"
 #include "util/exceptions.h"
 
 #include <cstddef>
@@ -59,6 +60,29 @@ public:
 private:
     volatile unsigned char m_checksum = 0;
 };
+
+void dump(GenICamTreeBuilder& builder, std::string& out) {
+    out += std::to_string(builder.getNodeType()) + '@';
+    out += builder.findAttribute("Name");
+    out += builder.getContent();
+    for (const auto& element : builder.getAllElements()) {
+        (out += element.name) += '=';
+        (out += element.text) += ';';
+    }
+    for (const auto& child : builder.getAllObjects()) {
+        (out += child.name) += '(';
+        dump(*child.builder, out);
+        out += ')';
+    }
+}
+
+std::string dumpOf(std::string text) {
+    std::string out;
+    if (const auto root = GenICamParser().parseMemory(text.data())) {
+        dump(*root, out);
+    }
+    return out;
+}
 
 bool build(std::string text, ImplGenICamCamera& device) {
     try {
@@ -153,6 +177,9 @@ std::string readAll(ImplGenICamCamera& device) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const SilentOutput silence;
     const std::string text(reinterpret_cast<const char*>(data), size);
+    if (genicam::outlineXml(text.c_str()).isPlain) { // what is behind it makes the parser take it as a whole
+        require(dumpOf(text) == dumpOf(text.c_str() + std::string("<x/>")));
+    }
     PatternPort port;
     ImplGenICamCamera first;
     ImplGenICamCamera second;

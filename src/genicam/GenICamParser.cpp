@@ -1,7 +1,7 @@
 #include "genicam/GenICamParser.h"
 
 #include "genicam/GenICamTreeBuilder.h"
-#include "genicam/xml_nesting.h"
+#include "genicam/xml_outline.h"
 
 #include <rapidxml.hpp>
 
@@ -10,6 +10,7 @@
 #include <fstream>
 #include <iostream>
 #include <string_view>
+#include <utility>
 
 namespace tavo {
 namespace {
@@ -23,6 +24,12 @@ constexpr int parseFlags = 0;
 
 // The most that a description may hold, as for one in a camera's memory.
 constexpr std::streamoff maxFileSize = 64 * 1024 * 1024;
+
+using Document = rapidxml::xml_document<char>; // too large for a thread's stack
+
+void reportParseError() {
+    std::cout << "RapidXML: Parse error!" << std::endl;
+}
 
 struct ElementKind {
     std::string_view name;
@@ -130,24 +137,56 @@ std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseMemory(char* text) {
     if (std::string_view(text).starts_with("\xEF\xBB\xBF")) { // UTF-8's byte-order mark
         text += 3;
     }
-    const auto document = std::make_unique<rapidxml::xml_document<char>>(); // too large for a thread's stack
-    try {
-        if (!genicam::isNestedWithin(text)) {
-            throw rapidxml::parse_error("elements nest too deep", text);
-        }
-        document->parse<parseFlags>(text);
-    } catch (const rapidxml::parse_error&) {
-        // What was complete before the error is used, deliberately.
-        std::cout << "RapidXML: Parse error!" << std::endl;
-    }
-    if (document->first_node() == nullptr) {
+    const genicam::XmlOutline outline = genicam::outlineXml(text);
+    if (!outline.isShallow) {
+        reportParseError();
         return nullptr;
     }
-    std::unique_ptr<GenICamTreeBuilder> root(parseNode(document->first_node(), nullptr));
+    auto root = outline.isPlain ? parsePieces(text, outline) : parseWhole(text);
     if (root != nullptr && root->getNodeType() != GenICamTypes::RegisterDescription) {
         return nullptr;
     }
     return root;
+}
+
+std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseWhole(char* text) {
+    const auto document = std::make_unique<Document>();
+    try {
+        document->parse<parseFlags>(text);
+    } catch (const rapidxml::parse_error&) {
+        reportParseError(); // what was complete before the error is used, deliberately
+    }
+    XmlNode* const first = document->first_node();
+    return std::unique_ptr<GenICamTreeBuilder>(first == nullptr ? nullptr : parseNode(first, nullptr));
+}
+
+// What parseWhole gives, in a fraction of its memory: RapidXML's nodes take several times the room of the
+// text, and here they are needed for one piece at a time only.
+std::unique_ptr<GenICamTreeBuilder>
+GenICamParser::parsePieces(char* text, const genicam::XmlOutline& outline) {
+    const auto document = std::make_unique<Document>();
+    try {
+        std::string tag(text + outline.rootTag.begin, text + outline.rootTag.end);
+        if (!tag.ends_with("/>")) {
+            tag.insert(tag.size() - 1, 1, '/');
+        }
+        document->parse<parseFlags>(tag.data());
+        std::unique_ptr<GenICamTreeBuilder> root(parseNode(document->first_node(), nullptr));
+        if (root != nullptr) {
+            root->reserve(0, 0, outline.children.size());
+            for (const auto& [begin, end] : outline.children) {
+                const char next = std::exchange(text[end], '\0');
+                document->clear();
+                document->parse<parseFlags>(text + begin);
+                parseNode(document->first_node(), root.get());
+                text[end] = next;
+            }
+        }
+        return root;
+    } catch (const rapidxml::parse_error&) { // in a text or an attribute; then the root is not complete
+        reportParseError();
+        return nullptr;
+    }
 }
 
 std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseFile(const std::string& path) {

@@ -7,6 +7,10 @@
 #include <memory>
 #include <string>
 
+namespace genicam {
+struct XmlOutline;
+}
+
 namespace rapidxml {
 template<class Ch> class xml_node;
 }
@@ -33,6 +37,8 @@ public:
     GenICamTreeBuilder* parseNode(rapidxml::xml_node<char>* node, GenICamTreeBuilder* parent);
 
 private:
+    std::unique_ptr<GenICamTreeBuilder> parseWhole(char* text);
+    std::unique_ptr<GenICamTreeBuilder> parsePieces(char* text, const genicam::XmlOutline& outline);
     GenICamTreeBuilder* parseBuilder(
         rapidxml::xml_node<char>& node, GenICamTypes::GenICamNodeType type, GenICamTreeBuilder* parent);
     void parseChildren(rapidxml::xml_node<char>& node, GenICamTreeBuilder& parent);

@@ -1,7 +1,8 @@
 // XML text into a tree of builders.
 #include "genicam/GenICamParser.h"
 #include "genicam/GenICamTreeBuilder.h"
-#include "genicam/xml_nesting.h"
+#include "genicam/xml_outline.h"
+#include "support/generated_description.h"
 
 #include <gmock/gmock.h>
 
@@ -19,16 +20,14 @@ std::unique_ptr<GenICamTreeBuilder> parse(std::string text) {
     return tavo::Singleton<GenICamParser>::getInstance()->parseMemory(text.data());
 }
 
-// A tree in one line: kind numbers, attributes asked for, elements asked for, content and children.
+// A tree in one line: kind number, name, simple elements, content and children of each builder.
 void describe(GenICamTreeBuilder& builder, std::ostream& out) {
     out << builder.getNodeType();
     if (const auto name = builder.findAttribute("Name"); !name.empty()) {
         out << " @" << name;
     }
-    for (const char* name : {"Constant", "Formula", "ToolTip", "Unknown", "pFeature", "pValue"}) {
-        for (const auto& element : builder.getAllElementsByName(name)) {
-            out << ' ' << name << "=" << element.text << '.';
-        }
+    for (const auto& element : builder.getAllElements()) {
+        out << ' ' << element.name << "=" << element.text << '.';
     }
     if (!builder.getContent().empty()) {
         out << " '" << builder.getContent() << "'";
@@ -98,7 +97,7 @@ const Row rows[] = {
      "(FloatReg 11) "
      "(IntConverter 13) (IntReg 15) (IntSwissKnife 21) (Integer 14) (MaskedIntReg 16) (Node 6) (Port 17) "
      "(Register 7) (StringReg 18) (StructEntry 1) (StructReg 19) (SwissKnife 20) (pIndex 1) (pVariable 1)"},
-    {"CaseCounts", inRoot("<integer/><INTEGER/>"), "2"},
+    {"CaseCounts", inRoot("<integer/><INTEGER/>"), "2 INTEGER=. integer=."},
     {"UnknownKindIsAnElement", inRoot("<Unknown Name='A'>x<Integer/>y</Unknown>"), "2 Unknown=xy."},
     {"GroupsVanish",
      inRoot("<Group Comment='c'><Node Name='B'/><Group><Node Name='A'/></Group></Group><Node Name='C'/>"),
@@ -167,9 +166,9 @@ TEST(Nesting, IsMeasuredAsTheParserWould) {
         {"empty name ends it", "<a><><c><d>", 1},
     };
     for (const NestingRow& row : nestings) {
-        EXPECT_TRUE(genicam::isNestedWithin(row.text.c_str(), row.depth)) << row.name;
+        EXPECT_TRUE(genicam::outlineXml(row.text.c_str(), row.depth).isShallow) << row.name;
         if (row.depth > 0) {
-            EXPECT_FALSE(genicam::isNestedWithin(row.text.c_str(), row.depth - 1)) << row.name;
+            EXPECT_FALSE(genicam::outlineXml(row.text.c_str(), row.depth - 1).isShallow) << row.name;
         }
     }
 }
@@ -182,6 +181,34 @@ TEST(Nesting, BeyondTheLimitIsAParseError) {
     EXPECT_EQ(parse(repeated("<RegisterDescription>", 1'000'000)), nullptr);
     EXPECT_EQ(parse("<RegisterDescription" + repeated("\"><a", 1'000'000)), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), parseError + parseError + parseError);
+}
+
+// Plain texts are parsed piece by piece; a second root makes a text one that is parsed as a whole.
+TEST(Parsing, GivesTheSameTreeInPiecesAndAsAWhole) {
+    std::string plain = generated::description(30);
+    plain.insert(
+        plain.rfind("</RegisterDescription>"),
+        "<Group><Group/><!-- <a> --><Group a='>'><Node Name='X'/></Group>"
+        "<Extension><Node/></Extension></Group><?p?>\n<Node Name='Y'/><ToolTip>t</ToolTip>");
+    EXPECT_TRUE(genicam::outlineXml(plain.c_str()).isPlain);
+    EXPECT_FALSE(genicam::outlineXml((plain + "<x/>").c_str()).isPlain);
+    EXPECT_EQ(describe(parse(plain).get()), describe(parse(plain + "<x/>").get()));
+    for (const Row& row : rows) {
+        const bool isPlain = genicam::outlineXml(row.text.c_str()).isPlain;
+        EXPECT_EQ(describe(parse(row.text + (isPlain ? "<x/>" : "")).get()), row.tree) << row.name;
+    }
+}
+
+TEST(Parsing, SeesWhatIsNotPlain) {
+    for (const char* const text :
+         {"", "<a>", "<a></a>x", "<a/><b/>", "<a>text</a>", "<a><![CDATA[text]]></a>", "<![CDATA[text]]><a/>",
+          "<a><Group>text</Group></a>", "<a><b></a>", "<a/><!--", "<a/><", "<!-- only -->"}) {
+        EXPECT_FALSE(genicam::outlineXml(text).isPlain) << text;
+    }
+    for (const char* const text :
+         {"<a/>", " <a>\n</a> ", "<?x?><!-- --><a b='c'><d>text</d><Group/></a><!x>"}) {
+        EXPECT_TRUE(genicam::outlineXml(text).isPlain) << text;
+    }
 }
 
 TEST(Parsing, BearsEveryTruncation) {

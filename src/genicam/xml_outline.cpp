@@ -1,8 +1,9 @@
-#include "genicam/xml_nesting.h"
+#include "genicam/xml_outline.h"
 
 #include <rapidxml.hpp>
 
 #include <cstring>
+#include <string_view>
 
 namespace genicam {
 namespace {
@@ -12,14 +13,19 @@ using Tables = rapidxml::internal::lookup_tables<0>;
 // Walks over the text exactly as RapidXML does, token by token and with its own character tables, so that the
 // two never disagree on what is markup. Each step returns false where RapidXML would report an error or come
 // to the end: it goes no deeper from there.
-class NestingScan {
+class Walk {
 public:
-    explicit NestingScan(const char* text) : m_text(text) {}
+    explicit Walk(const char* text) : m_start(text), m_text(text) {}
 
-    bool staysWithin(std::size_t limit) {
+    XmlOutline run(std::size_t limit) {
         while (m_depth <= limit && nextMarkup()) {
         }
-        return m_depth <= limit;
+        m_outline.isShallow = m_depth <= limit;
+        m_outline.isPlain = m_plain && m_atEnd && m_outline.rootTag.end != 0;
+        if (!m_outline.isPlain) {
+            m_outline.children = {};
+        }
+        return std::move(m_outline);
     }
 
 private:
@@ -61,10 +67,18 @@ private:
         return true;
     }
 
+    std::size_t place() const { return static_cast<std::size_t>(m_text - m_start); }
+
+    // Between the pieces, where nothing but elements may stand.
+    bool isOutside() const { return m_depth == m_transparent; }
+
     bool nextMarkup() {
-        if (m_depth == 0) { // between top-level nodes text is an error
+        if (isOutside()) {
             skip(whitespace);
-        } else {
+            m_atEnd = m_depth == 0 && *m_text == '\0';
+            m_plain = m_plain && (*m_text == '<' || m_atEnd);
+        }
+        if (m_depth > 0) { // between top-level nodes text is an error
             m_text += std::strcspn(m_text, "<");
         }
         if (!take('<')) {
@@ -87,27 +101,61 @@ private:
         ++m_text;
         skip(nodeName);
         skip(whitespace);
-        --m_depth;
-        return take('>');
+        if (!take('>')) {
+            return false;
+        }
+        if (isOutside()) {
+            --m_transparent;
+            --m_depth;
+        } else if (--m_depth; isOutside()) {
+            endPiece();
+        }
+        return true;
     }
 
     bool openingTag() {
+        const std::size_t begin = place() - 1;
         const char* const name = m_text;
         skip(nodeName);
         if (m_text == name) {
             return false;
         }
+        const std::string_view nameText(name, static_cast<std::size_t>(m_text - name));
         skip(whitespace);
         while (is(attributeName, *m_text)) {
             if (!attribute()) {
                 return false;
             }
         }
-        if (take('/')) {
-            return take('>');
+        const bool isEmpty = take('/');
+        if (!take('>')) {
+            return false;
         }
-        ++m_depth;
-        return take('>');
+        opened(begin, nameText, isEmpty);
+        return true;
+    }
+
+    void opened(std::size_t begin, std::string_view name, bool isEmpty) {
+        const bool isRoot = m_depth == 0;
+        const bool isTransparent = isOutside() && (isRoot || name == "Group");
+        if (isRoot) {
+            m_plain = m_plain && m_outline.rootTag.end == 0; // a second one
+            m_outline.rootTag = {begin, place()};
+        } else if (isOutside() && !isTransparent) {
+            m_pieceBegin = begin;
+        }
+        if (!isEmpty) {
+            ++m_depth;
+            m_transparent += isTransparent ? 1 : 0;
+        } else if (isOutside() && !isTransparent) {
+            endPiece();
+        }
+    }
+
+    void endPiece() {
+        if (m_plain) {
+            m_outline.children.push_back({m_pieceBegin, place()});
+        }
     }
 
     bool attribute() {
@@ -135,6 +183,7 @@ private:
             return skipPast("-->");
         }
         if (take("![CDATA[")) {
+            m_plain = m_plain && !isOutside();
             return skipPast("]]>");
         }
         const char* const start = m_text;
@@ -160,14 +209,20 @@ private:
         return false;
     }
 
+    const char* const m_start;
     const char* m_text;
     std::size_t m_depth = 0;
+    std::size_t m_transparent = 0; // how many of the open elements are the root and Groups in it
+    std::size_t m_pieceBegin = 0;
+    bool m_plain = true;
+    bool m_atEnd = false;
+    XmlOutline m_outline;
 };
 
 } // namespace
 
-bool isNestedWithin(const char* text, std::size_t limit) {
-    return NestingScan(text).staysWithin(limit);
+XmlOutline outlineXml(const char* text, std::size_t limit) {
+    return Walk(text).run(limit);
 }
 
 } // namespace genicam
