@@ -8,6 +8,7 @@
 #include "genicam/ImplGenICamCamera.h"
 #include "genicam/ImplGenICamNode.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -90,20 +91,59 @@ void embed(Builder& parent, Builder& child, std::string_view element);
 // "IntSwissKnife" elements inside a register or a StructReg: terms of its address.
 void embedAddressFormulas(Builder& builder);
 
-// Tables of what a kind reads: an element's name, and what to do with its text. The text is empty when the
-// element is missing, which gives the default, as does a text that cannot be read.
+// Tables of what a kind reads, by ascending element name: the name, and what to do with the element's text.
+// The text is empty when the element is missing, which gives the default, as does a text that cannot be read.
 template<class Kind> struct Literal {
     std::string_view element;
     void (*apply)(Kind& node, std::string_view text);
 };
 
-template<class Kind, std::size_t count>
-void readTable(Builder& builder, Kind& node, const Literal<Kind> (&table)[count]) {
-    for (const Literal<Kind>& literal : table) {
-        const Builder::Element* const element = builder.findElement(literal.element);
-        literal.apply(node, element != nullptr ? element->text : std::string_view{});
+// Tables of the references that a kind has once, each of which makes it depend on the node referred to; by
+// ascending element name, too.
+template<class Kind> struct Reference {
+    std::string_view element;
+    void (*set)(Kind& node, Node* target);
+};
+
+template<class Row, std::size_t count> constexpr bool isAscending(const Row (&table)[count]) {
+    return std::ranges::is_sorted(table, {}, &Row::element);
+}
+
+// Calls `visit(row, element)` for each row with the first element of the row's name, or null. Both sides are
+// in order, so one walk over the elements does.
+template<class Row, std::size_t count, class Visit>
+void walkTable(Builder& builder, const Row (&table)[count], Visit visit) {
+    const auto elements = builder.getAllElements();
+    auto next = elements.begin();
+    for (const Row& row : table) {
+        int order = 1;
+        while (next != elements.end() && (order = compareNames(next->name, row.element)) < 0) {
+            ++next;
+        }
+        visit(row, next != elements.end() && order == 0 ? &*next : nullptr);
     }
 }
+
+template<class Kind, std::size_t count>
+void readTable(Builder& builder, Kind& node, const Literal<Kind> (&table)[count]) {
+    walkTable(builder, table, [&node](const Literal<Kind>& literal, const Builder::Element* element) {
+        literal.apply(node, element != nullptr ? element->text : std::string_view{});
+    });
+}
+
+template<class Kind, std::size_t count>
+void resolveTable(Builder& builder, Kind& node, const Reference<Kind> (&table)[count], Device& device) {
+    walkTable(builder, table, [&](const Reference<Kind>& reference, const Builder::Element* element) {
+        if (element != nullptr) {
+            Node* const target = findNode(*element, device);
+            reference.set(node, target);
+            Builder::addDependency(&node, target);
+        }
+    });
+}
+
+// The setters of the tables
+// -----------------------------------------------------------------------------------
 
 template<auto setter, class Kind> void text(Kind& node, std::string_view content) {
     (node.*setter)(std::string(content));
@@ -119,23 +159,6 @@ template<auto setter, auto parse, auto missing = decltype(parse({}))::NotGiven, 
 void keyword(Kind& node, std::string_view content) {
     const auto value = parse(content);
     (node.*setter)(value != decltype(value)::NotGiven ? value : missing);
-}
-
-// Tables of the references that a kind has once, each of which makes it depend on the node referred to.
-template<class Kind> struct Reference {
-    std::string_view element;
-    void (*set)(Kind& node, Node* target);
-};
-
-template<class Kind, std::size_t count>
-void resolveTable(Builder& builder, Kind& node, const Reference<Kind> (&table)[count], Device& device) {
-    for (const Reference<Kind>& reference : table) {
-        if (const Builder::Element* const element = builder.findElement(reference.element)) {
-            Node* const target = findNode(*element, device);
-            reference.set(node, target);
-            Builder::addDependency(&node, target);
-        }
-    }
 }
 
 template<auto setter, class Kind> void reference(Kind& node, Node* target) {

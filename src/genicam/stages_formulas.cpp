@@ -30,10 +30,12 @@ constexpr Literal<ImplGenICamSwissKnife> swissKnifeLiterals[] = {
     representationLiteral<ImplGenICamSwissKnife>,
     {"Unit", text<&ImplGenICamSwissKnife::setUnit>},
 };
+static_assert(isAscending(swissKnifeLiterals));
 
 constexpr Literal<ImplGenICamIntSwissKnife> intSwissKnifeLiterals[] = {
     representationLiteral<ImplGenICamIntSwissKnife>,
 };
+static_assert(isAscending(intSwissKnifeLiterals));
 
 template<class Kind>
 constexpr Literal<Kind> converterLiterals[] = {

@@ -44,21 +44,25 @@ constexpr Literal<Node> nodeLiterals[] = {
     {"ToolTip", text<&Node::setToolTip>},
     {"Visibility", keyword<&Node::setVisibility, &Builder::parseVisibility>},
 };
+static_assert(isAscending(nodeLiterals));
 
 constexpr Reference<Node> nodeReferences[] = {
     {"pIsAvailable", reference<&Node::setPIsAvailable>},
     {"pIsImplemented", reference<&Node::setPIsImplemented>},
     {"pIsLocked", reference<&Node::setPIsLocked>},
 };
+static_assert(isAscending(nodeReferences));
 
 constexpr Literal<ImplGenICamPort> portLiterals[] = {
     {"ChunkID", number<&ImplGenICamPort::setChunkId>},
     {"SwapEndianess", keyword<&ImplGenICamPort::setSwapEndianess, &Builder::parseYesNo>},
 };
+static_assert(isAscending(portLiterals));
 
 constexpr Reference<ImplGenICamPort> portReferences[] = {
     {"pChunkID", reference<&ImplGenICamPort::setPChunkId>},
 };
+static_assert(isAscending(portReferences));
 
 std::string_view withoutBlanks(std::string_view name) {
     constexpr std::string_view blanks = " \t\r\n";

@@ -23,27 +23,32 @@ constexpr Literal<ImplGenICamRegister> registerLiterals[] = {
     // Milliseconds; deliberately a second for registers that give none.
     {"PollingTime", number<&ImplGenICamRegister::setPollingTime, 1000>},
 };
+static_assert(isAscending(registerLiterals));
 
 constexpr Reference<ImplGenICamRegister> registerReferences[] = {
     {"pLength", reference<&ImplGenICamRegister::setPLength>},
 };
+static_assert(isAscending(registerReferences));
 
 constexpr Literal<ImplGenICamIntReg> intRegLiterals[] = {
     {"Endianess", keyword<&ImplGenICamIntReg::setEndianess, &Builder::parseEndianess>},
     {"Representation", keyword<&ImplGenICamIntReg::setRepresentation, &Builder::parseRepresentation>},
     {"Sign", keyword<&ImplGenICamIntReg::setSign, &Builder::parseSign>},
 };
+static_assert(isAscending(intRegLiterals));
 
 constexpr Literal<ImplGenICamMaskedIntReg> maskedIntRegLiterals[] = {
     {"LSB", number<&ImplGenICamMaskedIntReg::setLSB, -1>},
     {"MSB", number<&ImplGenICamMaskedIntReg::setMSB, -1>},
 };
+static_assert(isAscending(maskedIntRegLiterals));
 
 constexpr Literal<ImplGenICamFloatReg> floatRegLiterals[] = {
     {"Endianess", keyword<&ImplGenICamFloatReg::setEndianess, &Builder::parseEndianess>},
     {"Representation", keyword<&ImplGenICamFloatReg::setRepresentation, &Builder::parseRepresentation>},
     {"Unit", text<&ImplGenICamFloatReg::setUnit>},
 };
+static_assert(isAscending(floatRegLiterals));
 
 void resolvePort(Builder& builder, ImplGenICamRegister& node, Device& device) {
     const Builder::Element* const name = builder.findElement("pPort");

@@ -27,6 +27,7 @@ constexpr Literal<ImplGenICamInteger> integerLiterals[] = {
     {"Unit", text<&ImplGenICamInteger::setUnit>},
     {"Value", number<&ImplGenICamInteger::setStoredValue>},
 };
+static_assert(isAscending(integerLiterals));
 
 constexpr Reference<ImplGenICamInteger> integerReferences[] = {
     {"pInc", reference<&ImplGenICamInteger::setPInc>},
@@ -34,6 +35,7 @@ constexpr Reference<ImplGenICamInteger> integerReferences[] = {
     {"pMin", reference<&ImplGenICamInteger::setPMin>},
     {"pValue", reference<&ImplGenICamInteger::setPValue>},
 };
+static_assert(isAscending(integerReferences));
 
 // A template parameter cannot be a double everywhere, hence the functions.
 constexpr Literal<ImplGenICamFloat> floatLiterals[] = {
@@ -50,12 +52,14 @@ constexpr Literal<ImplGenICamFloat> floatLiterals[] = {
     {"Value", [](ImplGenICamFloat& node,
                  std::string_view content) { node.setStoredValue(Builder::parseFloat(content, 0.0)); }},
 };
+static_assert(isAscending(floatLiterals));
 
 constexpr Reference<ImplGenICamFloat> floatReferences[] = {
     {"pMax", reference<&ImplGenICamFloat::setPMax>},
     {"pMin", reference<&ImplGenICamFloat::setPMin>},
     {"pValue", reference<&ImplGenICamFloat::setPValue>},
 };
+static_assert(isAscending(floatReferences));
 
 constexpr Literal<ImplGenICamBoolean> booleanLiterals[] = {
     {"OffValue", number<&ImplGenICamBoolean::setOffValue, 0>},
@@ -63,34 +67,41 @@ constexpr Literal<ImplGenICamBoolean> booleanLiterals[] = {
     {"Value", [](ImplGenICamBoolean& node,
                  std::string_view content) { node.setStoredValue(Builder::parseBoolean(content, false)); }},
 };
+static_assert(isAscending(booleanLiterals));
 
 constexpr Reference<ImplGenICamBoolean> booleanReferences[] = {
     {"pValue", reference<&ImplGenICamBoolean::setPValue>},
 };
+static_assert(isAscending(booleanReferences));
 
 constexpr Literal<ImplGenICamCommand> commandLiterals[] = {
     {"CommandValue", number<&ImplGenICamCommand::setCommandValue>},
     {"PollingTime", number<&ImplGenICamCommand::setPollingTime>},
     {"Value", number<&ImplGenICamCommand::setStoredValue>},
 };
+static_assert(isAscending(commandLiterals));
 
 constexpr Reference<ImplGenICamCommand> commandReferences[] = {
     {"pCommandValue", reference<&ImplGenICamCommand::setPCommandValue>},
     {"pValue", reference<&ImplGenICamCommand::setPValue>},
 };
+static_assert(isAscending(commandReferences));
 
 constexpr Literal<ImplGenICamEnumEntry> enumEntryLiterals[] = {
     {"Symbolic", text<&ImplGenICamEnumEntry::setSymbol>},
     {"Value", number<&ImplGenICamEnumEntry::setValue>},
 };
+static_assert(isAscending(enumEntryLiterals));
 
 constexpr Literal<ImplGenICamEnumeration> enumerationLiterals[] = {
     {"Value", number<&ImplGenICamEnumeration::setStoredValue>},
 };
+static_assert(isAscending(enumerationLiterals));
 
 constexpr Reference<ImplGenICamEnumeration> enumerationReferences[] = {
     {"pValue", reference<&ImplGenICamEnumeration::setPValue>},
 };
+static_assert(isAscending(enumerationReferences));
 
 } // namespace
 
