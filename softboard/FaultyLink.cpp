@@ -85,6 +85,12 @@ void FaultyLink::setPlan(const FaultPlan& plan) {
     m_plan = plan;
     m_next = {};
     m_sound = !plan.send.any() && !plan.receive.any();
+    Schedule schedule;
+    for (auto& [due, waiting] : m_schedule) {
+        schedule.emplace(waiting.heldForNext ? Clock::time_point::min() : due, std::move(waiting));
+    }
+    m_schedule.swap(schedule);
+    m_changed.notify_all();
 }
 
 void FaultyLink::plug(ethernet::FrameSink sink) {

@@ -43,7 +43,7 @@ public:
     explicit FaultyLink(std::shared_ptr<Link> inner);
     ~FaultyLink() override;
 
-    // Frames that wait now keep the time that they were given.
+    // Frames that are late keep the time that they were given; those that wait for a successor go now.
     void setPlan(const FaultPlan& plan);
 
     // Unplugs and ends the thread; frames that would have to wait are lost from now on.

@@ -23,6 +23,7 @@ struct LinkStatistics {
 //  - from threads of its own (the default), or
 //  - in place: `readsInPlace` is true, and the thread that waits for a frame calls `readInPlace`, which hands
 //    over what has arrived. So no thread has to be woken between the wire and the caller.
+// No lock that `send` or `interrupt` takes may be held while the sink runs: the sink may lead to both.
 class Link {
 public:
     virtual ~Link() = default;

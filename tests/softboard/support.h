@@ -42,9 +42,9 @@ public:
             m_frames.push_back(bytes);
         }
         m_arrived.notify_all();
-        const std::lock_guard lock(m_sinkMutex);
-        if (m_answer && m_sink) {
-            m_answer(bytes, m_sink);
+        if (m_answer) { // such a station must hang on its port alone
+            const std::lock_guard lock(m_sinkMutex);
+            m_sink ? m_answer(bytes, m_sink) : void();
         }
     }
 
