@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 
 namespace simcam {
 
@@ -60,45 +59,66 @@ bool expand(std::string& url, const Description& description, std::string& error
     return true;
 }
 
-std::optional<Bytes> sourceText(const CameraSettings& settings, std::string& error) {
-    if (settings.descriptionFile.empty()) {
-        const ByteView view =
-            settings.descriptionText.empty() ? builtInDescription() : viewOf(settings.descriptionText);
-        return Bytes(view.begin(), view.end());
-    }
-    std::ifstream stream(settings.descriptionFile, std::ios::binary);
-    Bytes content{std::istreambuf_iterator<char>(stream), {}};
-    if (content.empty()) {
-        error = "description '" + settings.descriptionFile + "' cannot be read or is empty";
+bool isArchive(ByteView content) {
+    const ByteView signature = viewOf(kZipSignature);
+    return content.size() >= signature.size() &&
+           std::ranges::equal(content.first(signature.size()), signature);
+}
+
+std::optional<Bytes> readFile(const std::string& path, std::string& error) {
+    std::ifstream stream(path, std::ios::binary | std::ios::ate);
+    const std::streamoff size = stream.is_open() ? static_cast<std::streamoff>(stream.tellg()) : -1;
+    Bytes content(
+        size > 0 && static_cast<std::uint64_t>(size) <= kMaxDescription ? static_cast<std::size_t>(size) : 0);
+    stream.seekg(0);
+    stream.read(reinterpret_cast<char*>(content.data()), static_cast<std::streamsize>(content.size()));
+    if (content.empty() || !stream) {
+        error = "description '" + path + "' cannot be read, is empty or larger than 64 MiB";
         return std::nullopt;
     }
     return content;
 }
 
+// Packing takes far longer than all else that makes a camera, so the built-in text is packed once.
+const Bytes& builtInArchive() {
+    static const Bytes archive = zipped(kTextName, builtInDescription());
+    return archive;
+}
+
+// The description's text, or an archive of one's own, which is kept as it is.
+std::optional<Bytes> source(const CameraSettings& settings, std::string& error) {
+    if (!settings.descriptionFile.empty()) {
+        return readFile(settings.descriptionFile, error);
+    }
+    const ByteView text =
+        settings.descriptionText.empty() ? builtInDescription() : viewOf(settings.descriptionText);
+    return Bytes(text.begin(), text.end());
+}
+
+bool fill(Description& description, Bytes content, const CameraSettings& settings) {
+    if (isArchive(content)) {
+        description.zip = file(kZipAddress, std::move(content), settings.fileEnd);
+        return true;
+    }
+    const bool builtIn = settings.descriptionFile.empty() && settings.descriptionText.empty();
+    Bytes archive = builtIn ? builtInArchive() : zipped(kTextName, content);
+    const bool packed = !archive.empty();
+    description.zip = file(kZipAddress, std::move(archive), settings.fileEnd);
+    description.text = file(kTextAddress, std::move(content), settings.fileEnd);
+    return packed;
+}
+
 } // namespace
 
 std::optional<Description> makeDescription(const CameraSettings& settings, std::string& error) {
-    auto source = sourceText(settings, error);
-    if (!source) {
-        return std::nullopt;
-    }
-    if (source->size() > kMaxDescription) {
-        error = "the description is larger than 64 MiB";
+    auto content = source(settings, error);
+    if (!content) {
         return std::nullopt;
     }
     Description description;
-    const ByteView signature = viewOf(kZipSignature);
-    if (source->size() >= signature.size() &&
-        std::ranges::equal(ByteView(*source).first(signature.size()), signature)) {
-        description.zip = file(kZipAddress, std::move(*source), settings.fileEnd);
-    } else {
-        Bytes archive = zipped(kTextName, *source);
-        if (archive.empty()) {
-            error = "the description cannot be packed";
-            return std::nullopt;
-        }
-        description.zip = file(kZipAddress, std::move(archive), settings.fileEnd);
-        description.text = file(kTextAddress, std::move(*source), settings.fileEnd);
+    if (!fill(description, std::move(*content), settings)) {
+        error = "the description cannot be packed";
+        return std::nullopt;
     }
     description.firstUrl = settings.firstUrl;
     description.secondUrl = settings.secondUrl;
