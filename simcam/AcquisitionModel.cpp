@@ -19,6 +19,10 @@ constexpr std::uint64_t kLeaderBytes = gvsp::kPacketOverhead + 36; // of an imag
 constexpr std::uint64_t kTrailerBytes = gvsp::kPacketOverhead + 8;
 constexpr std::uint64_t kSoftware = 0; // of TriggerSource; nothing is wired to the lines
 
+// Writing one of these changes the time from frame to frame.
+constexpr std::array kPacing{
+    Reg::FrameRate, Reg::FrameRateEnable, Reg::ExposureTime, Reg::ThroughputLimit, Reg::ThroughputLimitMode};
+
 struct FrameCost {
     std::uint64_t packets;
     std::uint64_t bytes;
@@ -173,22 +177,18 @@ Status AcquisitionModel::check(const Candidate& candidate) const {
 }
 
 void AcquisitionModel::written(Reg reg, std::uint32_t index, Time now) {
-    const bool on = m_registers.get(reg, index) != 0;
-    switch (reg) {
-    case Reg::AcquisitionStart:
-    case Reg::AcquisitionStop:
-    case Reg::AcquisitionAbort:
-    case Reg::TriggerSoftware:
-    case Reg::StatisticsReset:
-        m_registers.set(reg, 0, index);
-        if (!on) {
-            return;
+    if (fact(reg).role == Role::Trigger) {
+        const bool fires = m_registers.get(reg, index) != 0;
+        if (fires) {
+            fire(reg, index, now);
         }
-        break;
-    default:
-        break;
+    } else if (std::ranges::count(kPacing, reg) > 0) { // the frame that is under way takes the new period
+        m_next = std::max(now, m_lastFrame.value_or(now) + period());
     }
-    switch (reg) {
+}
+
+void AcquisitionModel::fire(Reg command, std::uint32_t index, Time now) {
+    switch (command) {
     case Reg::AcquisitionStart:
         start(now);
         break;
@@ -203,16 +203,10 @@ void AcquisitionModel::written(Reg reg, std::uint32_t index, Time now) {
         m_statistics = {};
         m_missed = 0;
         break;
-    case Reg::FrameRate:
-    case Reg::FrameRateEnable:
-    case Reg::ExposureTime:
-    case Reg::ThroughputLimit:
-    case Reg::ThroughputLimitMode: // the frame that is under way takes the new period
-        m_next = std::max(now, m_lastFrame.value_or(now) + period());
-        break;
     default:
-        break;
+        return; // another model's
     }
+    m_registers.set(command, 0, index);
 }
 
 } // namespace simcam

@@ -47,6 +47,7 @@ private:
     std::chrono::nanoseconds period() const;
     std::chrono::nanoseconds exposure() const;
 
+    void fire(Reg command, std::uint32_t index, Time now);
     void start(Time now);
     void run(Time now);
     void softwareTrigger(std::uint32_t index, Time now);

@@ -2,6 +2,7 @@
 // when. A value machine without I/O and without a clock of its own. One thread at a time.
 #pragma once
 
+#include "simcam/Answer.h"
 #include "simcam/ControlChannel.h"
 #include "simcam/EventLog.h"
 #include "simcam/Memory.h"
@@ -12,14 +13,6 @@
 #include <vector>
 
 namespace simcam {
-
-// A message to send to `to`, `delay` after the command that it answers.
-struct Answer {
-    Peer to;
-    Bytes message;
-    milliseconds delay{0};
-    bool damaged = false; // to be damaged on the way, as a fault asks
-};
 
 class GvcpDevice {
 public:
@@ -93,7 +86,6 @@ private:
 
     std::vector<Answer>
     answers(const Request& request, const Response& response, const std::optional<Fault>& fault) const;
-    std::vector<Answer> spoilt(const Answer& sound, const Fault& fault) const;
     Peer destination(const Request& request) const;
     milliseconds delayOf(const Request& request) const;
     const Response* remembered(const Request& request, ByteView message) const;

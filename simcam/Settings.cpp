@@ -190,7 +190,9 @@ const std::vector<SettingFact> kSettingFacts = facts();
 
 std::optional<CameraSettings> parseSettings(const ethernet::Settings& settings, std::string& error) {
     CameraSettings parsed;
-    for (const auto& [key, value] : settings) {
+    for (const auto& setting : settings) {
+        const std::string& key = setting.first;
+        const std::string& value = setting.second;
         const auto row = std::ranges::find_if(kRows, [&](const Row& r) { return r.fact.key == key; });
         if (row == std::end(kRows)) {
             error = "camera: unknown setting '" + key + "'";

@@ -46,6 +46,26 @@ std::uint16_t udpChecksum(std::uint32_t from, std::uint32_t to, ByteView udp) {
     return sum.addWord(static_cast<std::uint32_t>(udp.size())).add(udp).value();
 }
 
+// The datagram in an IP packet's payload, when its length and its checksum are right.
+std::optional<Datagram> readUdp(ByteView content, const Peer& from, std::uint32_t toIp) {
+    Reader udp(content);
+    Datagram datagram;
+    datagram.from = from;
+    datagram.from.port = udp.u16();
+    datagram.toPort = udp.u16();
+    const std::size_t length = udp.u16();
+    const std::uint16_t checksum = udp.u16();
+    if (!udp.ok() || length < net::kUdpHeader || length > content.size()) {
+        return std::nullopt;
+    }
+    const ByteView whole = content.first(length);
+    if (checksum != kNoChecksum && udpChecksum(from.ip, toIp, whole) != 0) {
+        return std::nullopt;
+    }
+    datagram.payload = whole.subspan(net::kUdpHeader);
+    return datagram;
+}
+
 Bytes padded(Writer& frame) {
     if (frame.size() < net::kMinFrame) {
         frame.zeros(net::kMinFrame - frame.size());
@@ -104,35 +124,22 @@ std::optional<Datagram> Station::receiveIp(ByteView packet, Mac from, bool broad
     ip.skip(1);
     const std::uint8_t protocol = ip.u8();
     ip.skip(2);
-    Datagram datagram;
-    datagram.from.mac = from;
-    datagram.from.ip = ip.u32();
+    const Peer sender{from, ip.u32(), 0};
     const std::uint32_t to = ip.u32();
     const bool header = ip.ok() && versionAndLength >> 4 == kVersion4 && headerLength >= net::kIpHeader &&
                         headerLength <= totalLength && totalLength <= packet.size();
     if (!header || InternetChecksum().add(packet.first(headerLength)).value() != 0) {
         return std::nullopt;
     }
-    datagram.broadcast = to == kBroadcastIp || to == (m_ip.address | ~m_ip.mask);
-    const bool forUs = to == m_ip.address || (datagram.broadcast && broadcastFrame);
+    const bool broadcast = to == kBroadcastIp || to == (m_ip.address | ~m_ip.mask);
+    const bool forUs = to == m_ip.address || (broadcast && broadcastFrame);
     if (!forUs || protocol != net::kIpProtocolUdp || (fragment & kFragmentBits) != 0) {
         return std::nullopt;
     }
-
-    Reader udp(packet.subspan(headerLength, totalLength - headerLength));
-    const std::size_t available = udp.left();
-    datagram.from.port = udp.u16();
-    datagram.toPort = udp.u16();
-    const std::size_t length = udp.u16();
-    const std::uint16_t checksum = udp.u16();
-    if (!udp.ok() || length < net::kUdpHeader || length > available) {
-        return std::nullopt;
+    auto datagram = readUdp(packet.subspan(headerLength, totalLength - headerLength), sender, to);
+    if (datagram) {
+        datagram->broadcast = broadcast;
     }
-    const ByteView whole = packet.subspan(headerLength, length);
-    if (checksum != kNoChecksum && udpChecksum(datagram.from.ip, to, whole) != 0) {
-        return std::nullopt;
-    }
-    datagram.payload = whole.subspan(net::kUdpHeader);
     return datagram;
 }
 
