@@ -101,9 +101,10 @@ TEST(SimcamCamera, AnUnpluggedSinkIsNeverUsedAgain) {
 
 TEST(SimcamCamera, AFloodLosesFramesAndNothingElse) {
     std::mutex gate;
-    std::unique_lock closed(gate);
+    Listener listener;
     const auto camera = makeCamera();
     camera->plug([&gate](const std::uint8_t*, std::size_t) { const std::scoped_lock wait(gate); });
+    std::unique_lock closed(gate);
     std::vector<std::thread> hosts;
     for (int i = 0; i < 4; ++i) {
         hosts.emplace_back([&] {
@@ -120,7 +121,6 @@ TEST(SimcamCamera, AFloodLosesFramesAndNothingElse) {
     camera->receive(nullptr, 5);
     const Bytes giant(10000);
     camera->receive(giant.data(), giant.size());
-    Listener listener;
     camera->plug(listener.sink());
     const std::uint64_t handled = camera->log().total();
     const auto limit = simcam::Clock::now() + seconds(20);
