@@ -46,7 +46,7 @@ bool Board::attachConfigured(const PortConfiguration& configuration, std::size_t
         std::string reason;
         std::shared_ptr<ethernet::Endpoint> station = ethernet::makeCamera(camera.settings, reason);
         if (!station) {
-            error = camera.place + ": no such camera: " + reason;
+            error = camera.place + ": " + reason;
             return false;
         }
         own.attach(std::make_shared<InProcessLink>(std::move(station)));
