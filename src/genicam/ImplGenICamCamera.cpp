@@ -1,7 +1,6 @@
 #include "genicam/ImplGenICamCamera.h"
 
 #include "genicam/GenICamScopedReadWriteLock.h"
-#include "genicam/HelperThread.h"
 #include "genicam/RegisterBytes.h"
 #include "util/exceptions.h"
 #include "util/qt_locks.h"
@@ -21,7 +20,11 @@ constexpr std::uint32_t kHeartbeatTimeoutMs = 8000;
 
 } // namespace
 
-ImplGenICamCamera::ImplGenICamCamera() {
+ImplGenICamCamera::ImplGenICamCamera()
+    : m_polling([this](HelperThread& thread) { asyncPollingMethod(thread); }, [](bool) {}),
+      m_signalling(
+          [this](HelperThread& thread) { asyncSignallingMethod(thread); },
+          [this](bool starting) { starting ? m_changes.start() : m_changes.stop(); }) {
     qRegisterMetaType<tavo::ImplGenICamCamera*>("ImplGenICamCamera*");
     qRegisterMetaType<tavo::ImplGenICamCamera::CameraState>("ImplGenICamCamera::CameraState");
 }
@@ -194,8 +197,10 @@ bool ImplGenICamCamera::lock(unsigned timeoutMs) {
     return util::lockForWrite(m_lock, timeoutMs);
 }
 
-// Marks keep a node from being invalidated, and its content from being used, until its signals were
-// delivered. Where nobody will deliver them the marks end with the access that set them.
+// A mark keeps a node from being visited again and its content from being used. It ends here, with the access
+// that set it, rather than when the node's signals have been delivered: a node whose mark outlived those of
+// the nodes that read from it would keep the next change from reaching them. The queue sees to it that a node
+// is reported once.
 void ImplGenICamCamera::unlock() {
     for (ImplGenICamNode* const node : m_access.invalidation.marked()) {
         node->resetTriggerFlag();
@@ -208,16 +213,6 @@ void ImplGenICamCamera::unlock() {
 void ImplGenICamCamera::notifyNodeHasBeenInvalidated(ImplGenICamNode* node, bool trigger) {
     if (!node->isWriteOnly()) {
         m_changes.add(*node, trigger);
-    }
-}
-
-// ---- Threads ---------------------------------------------------------------------------------------------
-
-void ImplGenICamCamera::stopAsyncMethods() {
-    if (m_retrieving) {
-        m_retrieving->requestCancel();
-        m_retrieving->join();
-        m_retrieving.reset();
     }
 }
 

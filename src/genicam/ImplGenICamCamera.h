@@ -4,8 +4,10 @@
 
 #include "genicam/ChangeQueue.h"
 #include "genicam/GenICamCamera.h"
+#include "genicam/HelperThread.h"
 #include "genicam/InvalidationWalk.h"
 #include "genicam/NodeRegistry.h"
+#include "util/MacAddress.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QReadWriteLock>
@@ -15,8 +17,6 @@
 #include <mutex>
 
 namespace tavo {
-
-class HelperThread;
 
 // A longer description is refused.
 inline constexpr std::size_t kMaxDescriptionSize = 64U * 1024 * 1024;
@@ -80,7 +80,7 @@ public:
     std::vector<GenICamNode*> getNodes() const override;
     // In ascending order of their names.
     std::vector<ImplGenICamNode*> getCommandNodes() const;
-    // Makes everything cached stale, and clears the trigger marks of all nodes when signalling is off.
+    // Makes everything cached stale, in all nodes.
     void invalidateAllNodes();
     // Whether accesses are checked; off at first.
     void enableChecking(bool on) { m_checking.store(on, std::memory_order_relaxed); }
@@ -110,12 +110,16 @@ public:
     // cached. GicConnectionException for a connection that is not in the list or without that port.
     void setConnection(CameraConnection connection, unsigned ip) override;
 
+    const MacAddress& getMacAddress() const { return m_macAddress; }
+    // Before the device is used by several threads.
+    void setMacAddress(const MacAddress& address) { m_macAddress = address; }
+
     // Lock and changes ----------------------------------------------------------------------------------
 
     QReadWriteLock& getMutex() { return m_lock; }
     // Exclusive, and not for a thread that holds it already: DeviceLockScope is the way to take it.
     bool lock(unsigned timeoutMs);
-    // Settles the marks of the nodes that were invalidated under the lock, and releases it.
+    // Clears the marks of the nodes that were invalidated under the lock, and releases it.
     void unlock();
     // The state of the reading or writing that holds the lock.
     AccessContext& access() { return m_access; }
@@ -126,10 +130,24 @@ public:
 
     // Threads -------------------------------------------------------------------------------------------
 
-    // Asks all threads to end, and waits for them.
+    // Whether command nodes are looked at from time to time, so that a command that has become done is
+    // reported. Off at first. The thread runs once a description has been retrieved.
+    void enablePolling(bool on) { m_polling.enable(on); }
+    bool isPollingEnabled() const { return m_polling.isEnabled(); }
+    // Milliseconds between two looks, 1000 at first; takes effect within the running twentieth of it.
+    void setPollingSleepTime(long long milliseconds) { m_pollingSleepTime.store(milliseconds); }
+    long long getPollingSleepTime() const { return m_pollingSleepTime.load(); }
+    // Whether changes are reported through the signals of the nodes. Off at first; what changes meanwhile is
+    // reported when it is switched on. The thread runs once a description has been retrieved.
+    void enableSignalling(bool on) { m_signalling.enable(on); }
+    bool isSignallingEnabled() const { return m_signalling.isEnabled(); }
+    // Asks all threads to end, and waits for them (but for the one that calls). Polling and signalling run
+    // again after the next retrieval.
     void stopAsyncMethods();
-    // The body of the retrieving thread. `text` is null when the file is to be read.
+    // The bodies of the threads. `text` is null when the file is to be read.
     void asyncRetrievingMethod(const std::string& fileName, std::unique_ptr<char[]> text);
+    void asyncPollingMethod(HelperThread& thread);
+    void asyncSignallingMethod(HelperThread& thread);
     // Stops the threads, unbinds the port "Device" (setConnection(-1, -1, 0)) and has the event loop delete
     // the device.
     void deleteLater();
@@ -156,7 +174,11 @@ private:
     std::map<std::string, GenICamPortInterface*, std::less<>> m_ports;
     std::vector<CameraConnection> m_connections{CameraConnection{}};
     CameraConnection m_connection;
+    MacAddress m_macAddress{QString()}; // all zero until it is set
     bool m_connectionChanged = false;
+    std::atomic<long long> m_pollingSleepTime{1000};
+    SwitchableThread m_polling;
+    SwitchableThread m_signalling;
 };
 
 } // namespace tavo

@@ -7,9 +7,6 @@
 
 namespace tavo {
 
-ImplGenICamNode::ImplGenICamNode() = default;
-ImplGenICamNode::~ImplGenICamNode() = default;
-
 // ---- Access ----------------------------------------------------------------------------------------------
 
 ImplGenICamNode::AccessRule ImplGenICamNode::valueAccessRule(const NumberReference& pValue) const {

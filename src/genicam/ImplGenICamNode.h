@@ -2,6 +2,7 @@
 // the graph along which changes spread.
 #pragma once
 
+#include "genicam/Lazy.h"
 #include "genicam/NumberReference.h"
 #include "genicam/node_kinds.h"
 
@@ -12,8 +13,17 @@
 namespace tavo {
 
 class ImplGenICamCamera;
+class ImplGenICamNodeInterfaceSignals;
+struct NodeWatch;
 
-class LIOMOL_API ImplGenICamNodeInterface : public virtual GenICamNodeInterface {};
+class LIOMOL_API ImplGenICamNodeInterface : public virtual GenICamNodeInterface {
+public:
+    // Reads what the node's interfaces show, as far as anybody has asked for their signals, and emits a
+    // signal for each item that differs from what was reported last, or for each one that can be read with
+    // `force`. The node's states come first, then a register's items, then the value's. Called by the
+    // signalling thread, without the device's lock; by one thread at a time.
+    virtual void performSignalUpdate(bool force) = 0;
+};
 
 // Built by the description's stages: constructed empty, handed to the device (ImplGenICamCamera::adoptNode),
 // given its literal properties, and, when all nodes exist, its references. After that nothing of it changes
@@ -99,6 +109,10 @@ public:
     void invalidateRegistersAndTriggerSignals();
     // Queues the node for its signals, whether they differ or not, without touching caches.
     void triggerUpdate();
+    void performSignalUpdate(bool force) override;
+    // Made when first asked for; they live as long as the node.
+    ImplGenICamNodeInterfaceSignals* getNodeSignals();
+    // The mark of a node that was invalidated under the lock; the device clears it when the lock is released.
     bool isTriggered() const { return m_triggered; }
     void resetTriggerFlag() { m_triggered = false; }
 
@@ -164,6 +178,7 @@ private:
     Volatility m_volatility = Volatility::Unknown;
     bool m_triggered = false;                     // invalidated, and its notice not settled yet
     PendingNotice m_notice = PendingNotice::None; // guarded by the device's change queue
+    Lazy<NodeWatch> m_nodeWatch;
     std::atomic<bool> m_implementedCache{true};
     std::atomic<bool> m_availableCache{true};
 };

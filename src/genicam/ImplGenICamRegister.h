@@ -59,8 +59,6 @@ public:
     // The cache, for callers that hold the device's lock
     void validateRegister() { m_contentValid = true; }
     bool isRegisterValid() const { return m_contentValid; }
-    bool isContentChanged() const { return m_contentChanged; }
-    void resetContentChanged() { m_contentChanged = false; }
     // Keeps the value buffer, or takes the kept one back, around a write that may fail.
     void prepareRegisterSet();
     void revertRegisterSet();
@@ -83,6 +81,7 @@ protected:
     Volatility ownVolatility() const override {
         return m_cacheMode == CacheMode::NoCache ? Volatility::Volatile : Volatility::Steady;
     }
+    bool takeContentChange(bool force) override;
     void dropContent() override;
     const std::vector<ImplGenICamNode*>& invalidatedNodes() const override { return m_invalidated; }
 
@@ -123,6 +122,7 @@ public:
     std::int64_t getMax() override;
     std::int64_t getInc() override { return 1; }
     std::string getValueAsString() override { return ImplGenICamIntegerInterface::getValueAsString(); }
+    void performSignalUpdate(bool force) override;
 
     void setEndianess(Endianess endianess) { m_endianess = endianess; }
     Endianess getEndianess() const { return m_endianess; }
@@ -184,6 +184,7 @@ public:
     double getMin() override;
     double getMax() override;
     std::string getValueAsString() override { return ImplGenICamFloatInterface::getValueAsString(); }
+    void performSignalUpdate(bool force) override;
 
     void setEndianess(Endianess endianess) { m_endianess = endianess; }
     Endianess getEndianess() const { return m_endianess; }
@@ -204,6 +205,7 @@ public:
     void setValue(const std::string& value) override;
     std::int64_t getMaxLength() override { return getLength(); }
     std::string getValueAsString() override { return getValue(); }
+    void performSignalUpdate(bool force) override;
 };
 
 } // namespace tavo

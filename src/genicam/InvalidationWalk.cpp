@@ -3,6 +3,19 @@
 #include "genicam/ImplGenICamCamera.h"
 
 namespace tavo {
+namespace {
+
+thread_local bool quietThread = false;
+
+} // namespace
+
+QuietInvalidation::QuietInvalidation() : m_outer(quietThread) {
+    quietThread = true;
+}
+
+QuietInvalidation::~QuietInvalidation() {
+    quietThread = m_outer;
+}
 
 void InvalidationWalk::visit(ImplGenICamNode& node) {
     if (!node.m_triggered) {
@@ -48,7 +61,7 @@ void InvalidationWalk::run() {
             if (next == nullptr) {
                 const Frame done = m_path.back();
                 m_path.pop_back();
-                if (done.notifies && done.node->getCamera() != nullptr) {
+                if (done.notifies && !quietThread && done.node->getCamera() != nullptr) {
                     done.node->getCamera()->notifyNodeHasBeenInvalidated(done.node, false);
                 }
             } else if (!next->m_triggered) {

@@ -44,6 +44,20 @@ private:
     std::vector<ImplGenICamNode*> m_marked;
 };
 
+// While it lives, invalidations that this thread causes drop caches as ever but queue no notices: the reads
+// of a signal update bring in what has been reported as changed already, and a read that fails must not have
+// itself repeated for ever.
+class QuietInvalidation {
+public:
+    QuietInvalidation();
+    ~QuietInvalidation();
+    QuietInvalidation(const QuietInvalidation&) = delete;
+    QuietInvalidation& operator=(const QuietInvalidation&) = delete;
+
+private:
+    bool m_outer;
+};
+
 // Guarded by the device's lock.
 struct AccessContext {
     InvalidationWalk invalidation;

@@ -2,7 +2,6 @@
 #include "genicam/GenICamParser.h"
 #include "genicam/GenICamScopedReadWriteLock.h"
 #include "genicam/GenICamTreeBuilder.h"
-#include "genicam/HelperThread.h"
 #include "genicam/ImplGenICamCamera.h"
 
 #include <fstream>
@@ -67,6 +66,9 @@ void ImplGenICamCamera::asyncRetrievingMethod(const std::string& fileName, std::
     }
     if (outcome == NotConnected) {
         forgetTree();
+    } else {
+        m_polling.allow();
+        m_signalling.allow();
     }
     setState(outcome);
 }

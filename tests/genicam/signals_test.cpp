@@ -1,0 +1,373 @@
+// What listeners hear of changes, and the threads that tell them.
+#include "genicam/GenICamScopedReadWriteLock.h"
+#include "genicam/device_fixture.h"
+#include "genicam/interface_signals.h"
+
+#include <gmock/gmock.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QThread>
+
+#include <cstring>
+#include <thread>
+
+namespace test_support {
+namespace {
+
+using tavo::ImplGenICamCamera;
+using tavo::ImplGenICamCommandInterface;
+using tavo::ImplGenICamInteger;
+using tavo::ImplGenICamIntegerInterface;
+using tavo::ImplGenICamIntReg;
+using tavo::ImplGenICamStringInterface;
+using tavo::ImplGenICamStringReg;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+template<class Condition> bool eventually(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        QCoreApplication::processEvents();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+// Notes what a register that is an integer tells, in order, when its update is run by hand.
+struct Heard : Device {
+    explicit Heard(Cache cache = Cache::WriteThrough) : node(addRegister<ImplGenICamIntReg>(0, 2, cache)) {
+        auto* const states = node.getNodeSignals();
+        auto* const reg = node.getRegisterSignals();
+        auto* const integer = node.getIntegerSignals();
+        note(
+            states, &tavo::ImplGenICamNodeInterfaceSignals::signal_ImplementationStateChanged, "implemented");
+        note(states, &tavo::ImplGenICamNodeInterfaceSignals::signal_AvailabilityStateChanged, "available");
+        note(states, &tavo::ImplGenICamNodeInterfaceSignals::signal_LockStateChanged, "locked");
+        note(reg, &tavo::ImplGenICamRegisterInterfaceSignals::signal_RegisterAddressChanged, "address");
+        note(reg, &tavo::ImplGenICamRegisterInterfaceSignals::signal_RegisterLengthChanged, "length");
+        note(reg, &tavo::ImplGenICamRegisterInterfaceSignals::signal_RegisterContentChanged, "content");
+        note(integer, &tavo::ImplGenICamIntegerInterfaceSignals::signal_ValueChanged, "value");
+        note(integer, &tavo::ImplGenICamIntegerInterfaceSignals::signal_MinChanged, "min");
+        note(integer, &tavo::ImplGenICamIntegerInterfaceSignals::signal_MaxChanged, "max");
+        note(integer, &tavo::ImplGenICamIntegerInterfaceSignals::signal_IncChanged, "inc");
+    }
+
+    template<class Sender, class Signal> void note(Sender* sender, Signal signal, const char* name) {
+        QObject::connect(sender, signal, [this, name] { told.emplace_back(name); });
+    }
+
+    std::vector<std::string> update(bool force) {
+        told.clear();
+        node.performSignalUpdate(force);
+        return told;
+    }
+
+    ImplGenICamIntReg& node;
+    std::vector<std::string> told;
+};
+
+TEST(SignalUpdate, ForcedTellsAllInItsOrderAndNormalOnlyWhatDiffers) {
+    Heard heard;
+    EXPECT_THAT(
+        heard.update(true), ElementsAre(
+                                "implemented", "available", "locked", "address", "length", "content", "value",
+                                "min", "max", "inc"));
+    heard.update(false); // the content that the forced update read
+    EXPECT_THAT(heard.update(false), IsEmpty());
+    heard.node.setValue(3);
+    EXPECT_THAT(heard.update(false), ElementsAre("content", "value"));
+    heard.node.setValue(3);
+    EXPECT_THAT(heard.update(false), ElementsAre("content"))
+        << "a write is news of the content, not of the value";
+    heard.node.setLength(4);
+    EXPECT_THAT(heard.update(false), ElementsAre("length", "min", "max"));
+}
+
+TEST(SignalUpdate, PassesOverWhatCannotBeReadUntilItCan) {
+    Heard heard;
+    heard.update(true);
+    heard.node.setValue(5);
+    heard.update(false);
+    heard.node.invalidateRegistersAndTriggerSignals();
+    heard.port.memory[0] = 6;
+    heard.port.failing = true;
+    EXPECT_THAT(heard.update(false), IsEmpty());
+    heard.port.failing = false;
+    EXPECT_THAT(heard.update(false), ElementsAre("value"));
+}
+
+TEST(SignalUpdate, ContentOfVolatileRegistersIsToldOnlyWhenForced) {
+    Heard heard(Cache::NoCache);
+    heard.update(true);
+    heard.node.setValue(5);
+    EXPECT_THAT(heard.update(false), ElementsAre("value"));
+    EXPECT_THAT(heard.update(true), testing::Contains("content"));
+}
+
+TEST(SignalUpdate, ReadsNothingThatNobodyListensTo) {
+    Device device;
+    auto& node = device.addRegister<ImplGenICamIntReg>(0, 4);
+    EXPECT_EQ(device.during([&] { node.performSignalUpdate(true); }), (Device::Traffic{0, 0}));
+}
+
+// ---- With the device's threads
+// ---------------------------------------------------------------------------------
+
+constexpr char kDescription[] = R"(<RegisterDescription>
+  <Integer Name="Width"><pValue>WidthReg</pValue></Integer>
+  <Integer Name="Other"><Value>0</Value></Integer>
+  <IntReg Name="WidthReg"><Address>0</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
+    <Sign>Unsigned</Sign></IntReg>
+  <StringReg Name="Text"><Address>8</Address><Length>4</Length><AccessMode>RW</AccessMode>
+    <pPort>Device</pPort></StringReg>
+  <IntReg Name="Secret"><Address>0</Address><Length>4</Length><AccessMode>WO</AccessMode>
+    <pPort>Device</pPort></IntReg>
+  <Command Name="Start"><pValue>StartReg</pValue><CommandValue>1</CommandValue></Command>
+  <IntReg Name="StartReg"><Address>16</Address><Length>4</Length><AccessMode>RW</AccessMode>
+    <Cachable>NoCache</Cachable><PollingTime>0</PollingTime><pPort>Device</pPort></IntReg>
+  <Port Name="Device"/>
+</RegisterDescription>)";
+
+struct Connected {
+    Connected() {
+        camera->setPort(&port, "Device");
+        char* const text = new char[sizeof(kDescription)];
+        std::memcpy(text, kDescription, sizeof(kDescription));
+        camera->retrieveRegisterDescriptionFromMemory(text);
+        if (camera->waitForConnection() != 1) {
+            throw std::runtime_error("not connected");
+        }
+    }
+    template<class Node> Node& node(const char* name) {
+        return dynamic_cast<Node&>(*camera->getNodeByName(name));
+    }
+    MemoryPort port;
+    std::unique_ptr<ImplGenICamCamera> camera = std::make_unique<ImplGenICamCamera>();
+};
+
+// A listener that lives in the test's thread and connects by name.
+class Listener : public QObject {
+    Q_OBJECT
+public:
+    std::vector<std::int64_t> values;
+    std::vector<QString> texts;
+    QThread* thread = nullptr;
+
+public Q_SLOTS:
+    void value(ImplGenICamIntegerInterface*, int64_t news) {
+        thread = QThread::currentThread();
+        values.push_back(news);
+    }
+    void text(ImplGenICamStringInterface*, const QString& news) { texts.push_back(news); }
+};
+
+TEST(Signalling, EachChangeIsHeardOnceWhoeverCausedIt) {
+    Connected device;
+    auto& width = device.node<ImplGenICamInteger>("Width");
+    auto& text = device.node<ImplGenICamStringReg>("Text");
+    Listener listener;
+    ASSERT_TRUE(QObject::connect(
+        width.getIntegerSignals(), SIGNAL(signal_ValueChanged(ImplGenICamIntegerInterface*, int64_t)),
+        &listener, SLOT(value(ImplGenICamIntegerInterface*, int64_t))));
+    ASSERT_TRUE(QObject::connect(
+        text.getStringSignals(), SIGNAL(signal_ValueChanged(ImplGenICamStringInterface*, QString)), &listener,
+        SLOT(text(ImplGenICamStringInterface*, QString))));
+    std::atomic<QThread*> signallingThread = nullptr;
+    QObject::connect(
+        width.getIntegerSignals(), &tavo::ImplGenICamIntegerInterfaceSignals::signal_ValueChanged,
+        [&] { signallingThread = QThread::currentThread(); });
+    device.camera->enableSignalling(true);
+    for (std::int64_t value = 1; value <= 20; ++value) {
+        device.node<ImplGenICamIntReg>("WidthReg").setValue(value); // below the feature that is listened to
+        ASSERT_TRUE(eventually([&] { return !listener.values.empty() && listener.values.back() == value; }));
+        EXPECT_EQ(listener.values.size(), static_cast<std::size_t>(value));
+    }
+    text.setValue("abc");
+    ASSERT_TRUE(eventually([&] { return !listener.texts.empty(); }));
+    EXPECT_THAT(listener.texts, ElementsAre(QString::fromStdString(std::string("abc\0", 4))));
+    EXPECT_EQ(listener.thread, QThread::currentThread());
+    EXPECT_NE(signallingThread, QThread::currentThread());
+}
+
+TEST(Signalling, TheLastOfManyChangesIsNeverLost) {
+    Connected device;
+    auto& width = device.node<ImplGenICamInteger>("Width");
+    std::atomic<std::int64_t> heard = -1;
+    QObject::connect(
+        width.getIntegerSignals(), &tavo::ImplGenICamIntegerInterfaceSignals::signal_ValueChanged,
+        [&](ImplGenICamIntegerInterface*, std::int64_t value) { heard = value; });
+    device.camera->enableSignalling(true);
+    for (int round = 0; round < 50; ++round) {
+        std::int64_t last = 0;
+        for (int i = 0; i < 40; ++i) {
+            last = round * 1000 + i;
+            width.setValue(last);
+        }
+        ASSERT_TRUE(eventually([&] { return heard == last; })) << "round " << round << " heard " << heard;
+    }
+}
+
+TEST(Signalling, NoticesCollapseAndWaitUntilItIsSwitchedOn) {
+    Connected device;
+    auto& width = device.node<ImplGenICamInteger>("Width");
+    auto& other = device.node<ImplGenICamInteger>("Other");
+    width.performSignalUpdate(true);
+    std::atomic<int> values = 0;
+    std::atomic<int> mins = 0;
+    std::atomic<bool> last = false;
+    using Signals = tavo::ImplGenICamIntegerInterfaceSignals;
+    QObject::connect(width.getIntegerSignals(), &Signals::signal_ValueChanged, [&] { ++values; });
+    QObject::connect(width.getIntegerSignals(), &Signals::signal_MinChanged, [&] { ++mins; });
+    QObject::connect(other.getIntegerSignals(), &Signals::signal_ValueChanged, [&] { last = true; });
+    width.performSignalUpdate(true);
+    values = mins = 0;
+    for (int i = 0; i < 5; ++i) {
+        device.camera->notifyNodeHasBeenInvalidated(&width, i == 2);
+    }
+    device.node<ImplGenICamIntReg>("Secret").setValue(1); // write-only: never queued
+    EXPECT_EQ(values, 0);
+    other.setValue(1); // behind the others
+    device.camera->enableSignalling(true);
+    ASSERT_TRUE(eventually([&] { return last.load(); }));
+    EXPECT_EQ(values, 1);
+    EXPECT_EQ(mins, 1) << "one of the notices was to tell all";
+}
+
+TEST(Signalling, AFailingCameraIsNotAskedForEver) {
+    Connected device;
+    auto& width = device.node<ImplGenICamInteger>("Width");
+    auto& reg = device.node<ImplGenICamIntReg>("WidthReg");
+    auto& other = device.node<ImplGenICamInteger>("Other");
+    std::atomic<int> rounds = 0;
+    width.getIntegerSignals();
+    reg.getIntegerSignals();
+    QObject::connect(
+        other.getIntegerSignals(), &tavo::ImplGenICamIntegerInterfaceSignals::signal_ValueChanged,
+        [&] { ++rounds; });
+    device.camera->enableSignalling(true);
+    device.port.failing = true;
+    device.camera->invalidateAllNodes();
+    for (int i = 1; i <= 5; ++i) {
+        other.setValue(i); // queued behind whatever the failures left
+        ASSERT_TRUE(eventually([&] { return rounds >= i; }));
+    }
+    EXPECT_LE(device.port.reads, 4);
+}
+
+TEST(Signalling, PollingTellsThatACommandIsDone) {
+    Connected device;
+    auto& start = device.node<tavo::ImplGenICamCommand>("Start");
+    std::atomic<int> active = 0;
+    std::atomic<int> done = 0;
+    QObject::connect(
+        start.getCommandSignals(), &tavo::ImplGenICamCommandInterfaceSignals::signal_IsDoneValueChanged,
+        [&](ImplGenICamCommandInterface*, bool isDone) { ++(isDone ? done : active); });
+    device.camera->setPollingSleepTime(20);
+    device.camera->enablePolling(true);
+    device.camera->enableSignalling(true);
+    ASSERT_TRUE(eventually([&] { return done == 1; }));
+    start.execute();
+    ASSERT_TRUE(eventually([&] { return active == 1; }));
+    {
+        const tavo::DeviceLockScope camera(device.camera.get());
+        device.port.memory[16] = 0;
+    }
+    ASSERT_TRUE(eventually([&] { return done == 2; }));
+    device.camera->setPollingSleepTime(3600 * 1000);
+    device.camera->enablePolling(false);
+    EXPECT_FALSE(device.camera->isPollingEnabled());
+}
+
+TEST(Signalling, WishesFromBeforeTheDescriptionAreKept) {
+    MemoryPort port;
+    ImplGenICamCamera camera;
+    camera.setPort(&port, "Device");
+    camera.enableSignalling(true);
+    camera.enablePolling(true);
+    for (int round = 0; round < 3; ++round) {
+        char* const text = new char[sizeof(kDescription)];
+        std::memcpy(text, kDescription, sizeof(kDescription));
+        camera.retrieveRegisterDescriptionFromMemory(text);
+        ASSERT_EQ(camera.waitForConnection(), 1);
+        auto& other = dynamic_cast<ImplGenICamInteger&>(*camera.getNodeByName("Other"));
+        std::atomic<bool> heard = false;
+        QObject::connect(
+            other.getIntegerSignals(), &tavo::ImplGenICamIntegerInterfaceSignals::signal_ValueChanged,
+            [&] { heard = true; });
+        other.setValue(5);
+        EXPECT_TRUE(eventually([&] { return heard.load(); }));
+        camera.stopAsyncMethods();
+    }
+}
+
+// ---- Ends
+// ------------------------------------------------------------------------------------------------------
+
+TEST(Teardown, WhileAListenerCallsBackIntoTheDevice) {
+    for (int round = 0; round < 20; ++round) {
+        Connected device;
+        auto& width = device.node<ImplGenICamInteger>("Width");
+        auto& other = device.node<ImplGenICamInteger>("Other");
+        std::atomic<int> calls = 0;
+        QObject::connect(
+            width.getIntegerSignals(), &tavo::ImplGenICamIntegerInterfaceSignals::signal_ValueChanged,
+            [&](ImplGenICamIntegerInterface*, std::int64_t value) {
+                other.setValue(value);
+                width.setValue(value + 1); // keeps the thread busy for ever
+                ++calls;
+            });
+        device.camera->enableSignalling(true);
+        device.camera->enablePolling(true);
+        width.setValue(1);
+        ASSERT_TRUE(eventually([&] { return calls > round; }));
+        device.camera.reset();
+    }
+}
+
+TEST(Teardown, ByAListener) {
+    MemoryPort port;
+    auto device = std::make_unique<Connected>();
+    ImplGenICamCamera* const camera = device->camera.release();
+    auto& other = dynamic_cast<ImplGenICamInteger&>(*camera->getNodeByName("Other"));
+    std::atomic<bool> asked = false;
+    bool destroyed = false;
+    QObject::connect(camera, &QObject::destroyed, [&] { destroyed = true; });
+    QObject::connect(
+        other.getIntegerSignals(), &tavo::ImplGenICamIntegerInterfaceSignals::signal_ValueChanged, [&] {
+            if (!asked.exchange(true)) {
+                camera->deleteLater();
+            }
+        });
+    camera->enableSignalling(true);
+    other.setValue(1);
+    ASSERT_TRUE(eventually([&] { return asked.load(); }));
+    EXPECT_TRUE(eventually([&] {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        return destroyed;
+    }));
+}
+
+TEST(Teardown, SwitchingInAListenerDoesNotWaitForItself) {
+    Connected device;
+    auto& other = device.node<ImplGenICamInteger>("Other");
+    std::atomic<int> heard = 0;
+    QObject::connect(
+        other.getIntegerSignals(), &tavo::ImplGenICamIntegerInterfaceSignals::signal_ValueChanged, [&] {
+            device.camera->enableSignalling(false);
+            device.camera->enableSignalling(heard % 2 == 0);
+            ++heard;
+        });
+    for (int value = 1; value <= 10; ++value) {
+        device.camera->enableSignalling(true);
+        other.setValue(value);
+        ASSERT_TRUE(eventually([&] { return heard == value; }));
+    }
+}
+
+} // namespace
+} // namespace test_support
+
+#include "signals_test.moc"
