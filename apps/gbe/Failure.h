@@ -1,0 +1,27 @@
+// What ends a command: one line for standard error, and the exit status.
+#pragma once
+
+#include "api/gige.h"
+
+#include <stdexcept>
+#include <string>
+
+namespace gbe {
+
+class Failure : public std::runtime_error {
+public:
+    // "<what>: <text of the code> (<code>)"
+    Failure(const std::string& what, int code)
+        : std::runtime_error(
+              what + ": " + Gbe_getErrorDescription(code) + " (" + std::to_string(code) + ")") {}
+    // For what no call of the library has said.
+    explicit Failure(const std::string& text) : std::runtime_error(text) {}
+};
+
+inline void check(const std::string& what, int code) {
+    if (code < 0) {
+        throw Failure(what, code);
+    }
+}
+
+} // namespace gbe

@@ -1,0 +1,170 @@
+#include "Session.h"
+
+#include "Failure.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace gbe {
+namespace {
+
+constexpr unsigned kPorts = 4;
+
+constexpr int kBoardInitialization = -40018;
+constexpr int kNoCamerasFound = -40023;
+constexpr int kCameraDoesNotExist = -40024;
+
+std::string placeText(const Selection& selection) {
+    std::string text = "board " + std::to_string(selection.board);
+    if (selection.port) {
+        text += " port " + std::to_string(*selection.port);
+    }
+    return text;
+}
+
+std::vector<unsigned> portsOf(const Selection& selection) {
+    if (selection.port) {
+        return {*selection.port};
+    }
+    std::vector<unsigned> ports(kPorts);
+    for (unsigned port = 0; port < kPorts; ++port) {
+        ports[port] = port;
+    }
+    return ports;
+}
+
+void scan(BoardHandle* board, const Selection& selection) {
+    const int port = selection.port ? static_cast<int>(*selection.port) : -1;
+    check(placeText(selection), Gbe_scanNetwork(board, port, 0));
+}
+
+// Every camera of a port: picks them one by one, so that each is picked once, and lets all go again.
+void listPort(BoardHandle* board, unsigned port, std::vector<FoundCamera>& found) {
+    std::vector<Camera> held;
+    CameraHandle* handle = nullptr;
+    while (Gbe_getFirstCamera(board, port, &handle) == 0) {
+        held.emplace_back(handle, &Gbe_freeCamera);
+        if (const CameraInfo* info = Gbe_getCameraInfo(handle)) {
+            found.push_back({port, *info});
+        }
+    }
+}
+
+std::vector<FoundCamera> listPorts(BoardHandle* board, const Selection& selection) {
+    std::vector<FoundCamera> found;
+    for (const unsigned port : portsOf(selection)) {
+        listPort(board, port, found);
+    }
+    return found;
+}
+
+// The address of the one camera that bears the name. The library's own look-up by name picks the last camera
+// of a port that has several, whichever bears the name.
+Mac macOfName(BoardHandle* board, const Selection& selection) {
+    const std::vector<FoundCamera> found = listPorts(board, selection);
+    const auto named = [&](const FoundCamera& each) {
+        return fieldText(each.info.userDefinedName) == selection.name;
+    };
+    const auto count = std::count_if(found.begin(), found.end(), named);
+    if (count == 0) {
+        throw Failure(
+            "camera \"" + selection.name + "\"", found.empty() ? kNoCamerasFound : kCameraDoesNotExist);
+    }
+    if (count > 1) {
+        throw Failure(
+            std::to_string(count) + " cameras are named \"" + selection.name + "\": pick one by --mac");
+    }
+    Mac mac{};
+    std::copy_n(std::find_if(found.begin(), found.end(), named)->info.mac, mac.size(), mac.begin());
+    return mac;
+}
+
+int pickOnPort(BoardHandle* board, unsigned port, const Selection& selection, CameraHandle** camera) {
+    if (selection.mac) {
+        return Gbe_getCameraByMac(board, port, selection.mac->data(), camera);
+    }
+    if (selection.ip) {
+        return Gbe_getCameraByIp(board, port, *selection.ip, camera);
+    }
+    return Gbe_getFirstCamera(board, port, camera);
+}
+
+} // namespace
+
+Board openBoard(int board) {
+    BoardHandle* handle = nullptr;
+    const int code = Gbe_initBoard(board, 0, &handle);
+    check(
+        "board " + std::to_string(board) + (code == kBoardInitialization ? " (is gbe-service running?)" : ""),
+        code);
+    return Board(handle, &Gbe_freeBoard);
+}
+
+std::vector<FoundCamera> findCameras(BoardHandle* board, const Selection& selection) {
+    scan(board, selection);
+    return listPorts(board, selection);
+}
+
+PickedCamera pickCamera(BoardHandle* board, const Selection& selection) {
+    scan(board, selection);
+    Selection wanted = selection;
+    if (!selection.name.empty() && !selection.mac) {
+        wanted.mac = macOfName(board, selection);
+    }
+    int code = kNoCamerasFound;
+    for (const unsigned port : portsOf(selection)) {
+        CameraHandle* camera = nullptr;
+        const int result = pickOnPort(board, port, wanted, &camera);
+        if (result >= 0) {
+            return {Camera(camera, &Gbe_freeCamera), port};
+        }
+        code = code == kNoCamerasFound ? result : code; // the most telling: a port without cameras says least
+    }
+    throw Failure("camera on " + placeText(selection), code);
+}
+
+void connectCamera(CameraHandle* camera) {
+    check("connecting to " + macText(Gbe_getCameraInfo(camera)->mac), Gbe_connectCamera(camera));
+    check("switching checks on", Gbe_enableChecks(camera, 1));
+}
+
+Session::Session(const Selection& selection)
+    : board(openBoard(selection.board)), camera(pickCamera(board.get(), selection).handle) {
+    connectCamera(camera.get());
+}
+
+std::string macText(const unsigned char* mac) {
+    char text[sizeof "00:00:00:00:00:00"];
+    std::snprintf(
+        text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+    return text;
+}
+
+std::optional<Mac> parseMac(const std::string& text) {
+    unsigned bytes[6];
+    int used = 0;
+    if (std::sscanf(
+            text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%n", &bytes[0], &bytes[1], &bytes[2], &bytes[3], &bytes[4],
+            &bytes[5], &used) != 6 ||
+        text.size() != sizeof "00:00:00:00:00:00" - 1 || used != static_cast<int>(text.size())) {
+        return std::nullopt;
+    }
+    Mac mac{};
+    std::transform(std::begin(bytes), std::end(bytes), mac.begin(), [](unsigned byte) {
+        return static_cast<unsigned char>(byte);
+    });
+    return mac;
+}
+
+std::optional<unsigned> parseIp(const std::string& text) {
+    unsigned char octets[4];
+    if (inet_pton(AF_INET, text.c_str(), octets) != 1) {
+        return std::nullopt;
+    }
+    return octets[0] | octets[1] << 8 | octets[2] << 16 | static_cast<unsigned>(octets[3]) << 24;
+}
+
+} // namespace gbe

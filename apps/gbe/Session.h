@@ -1,0 +1,71 @@
+// A board and a camera for the length of a command.
+#pragma once
+
+#include "api/gige.h"
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace gbe {
+
+using Mac = std::array<unsigned char, 6>;
+
+// Which board, and which camera behind it; what is not given does not count.
+struct Selection {
+    int board = 0;
+    std::optional<unsigned> port;
+    std::optional<Mac> mac;
+    std::optional<unsigned> ip; // first octet in the lowest byte
+    std::string name;
+};
+
+struct FoundCamera {
+    unsigned port = 0;
+    CameraInfo info{};
+};
+
+using Board = std::unique_ptr<BoardHandle, decltype(&Gbe_freeBoard)>;
+using Camera = std::unique_ptr<CameraHandle, decltype(&Gbe_freeCamera)>;
+
+// All of these throw Failure.
+
+Board openBoard(int board);
+
+// Scans the port of the selection, or all, and tells what is there in the order of ports and discovery.
+std::vector<FoundCamera> findCameras(BoardHandle* board, const Selection& selection);
+
+// Scans and picks the first camera that the selection allows; with a name, there must be one only.
+struct PickedCamera {
+    Camera handle;
+    unsigned port = 0;
+};
+PickedCamera pickCamera(BoardHandle* board, const Selection& selection);
+
+// Connects, with the checks of access, locks and availability on: what a person does wrong is to be told.
+void connectCamera(CameraHandle* camera);
+
+// A board and a connected camera: the beginning of most commands.
+struct Session {
+    explicit Session(const Selection& selection);
+
+    Board board;
+    Camera camera; // freed before the board
+};
+
+// The text of a fixed field, which need not be terminated.
+template<std::size_t N> std::string fieldText(const char (&field)[N]) {
+    std::size_t length = 0;
+    while (length < N && field[length] != '\0') {
+        ++length;
+    }
+    return std::string(field, length);
+}
+
+std::string macText(const unsigned char* mac);
+std::optional<Mac> parseMac(const std::string& text);
+std::optional<unsigned> parseIp(const std::string& text);
+
+} // namespace gbe

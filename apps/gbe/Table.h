@@ -1,0 +1,25 @@
+// Rows of texts, printed in columns as wide as their widest text.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace gbe {
+
+class Table {
+public:
+    explicit Table(std::vector<std::string> heading = {}) {
+        if (!heading.empty()) {
+            add(std::move(heading));
+        }
+    }
+
+    void add(std::vector<std::string> row) { m_rows.push_back(std::move(row)); }
+    // To standard output; `indent` blanks before each row.
+    void print(unsigned indent = 0) const;
+
+private:
+    std::vector<std::vector<std::string>> m_rows;
+};
+
+} // namespace gbe

@@ -1,0 +1,235 @@
+#include "commands.h"
+
+#include "Failure.h"
+#include "Table.h"
+#include "features.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <set>
+#include <utility>
+
+namespace gbe {
+namespace {
+
+constexpr int kBoards = 8;
+constexpr unsigned kPorts = 4;
+constexpr int kBoardInitialization = -40018;
+
+void print(const QJsonDocument& document) {
+    std::printf("%s", document.toJson(QJsonDocument::Indented).constData());
+}
+
+// What a camera's record tells, as a person reads it; empty fields are left out.
+std::vector<std::pair<const char*, std::string>> fieldsOf(const CameraInfo& info) {
+    std::vector<std::pair<const char*, std::string>> fields{
+        {"MAC", macText(info.mac)},
+        {"Manufacturer", fieldText(info.manufacturerName)},
+        {"Model", fieldText(info.modelName)},
+        {"Version", fieldText(info.deviceVersion)},
+        {"Information", fieldText(info.manufacturerInfo)},
+        {"Serial number", fieldText(info.serialNumber)},
+        {"User name", fieldText(info.userDefinedName)},
+    };
+    std::erase_if(fields, [](const auto& field) { return field.second.empty(); });
+    return fields;
+}
+
+QJsonObject jsonOf(int board, unsigned port, const CameraInfo& info) {
+    return {
+        {"board", board},
+        {"port", static_cast<int>(port)},
+        {"mac", QString::fromStdString(macText(info.mac))},
+        {"manufacturer", QString::fromStdString(fieldText(info.manufacturerName))},
+        {"model", QString::fromStdString(fieldText(info.modelName))},
+        {"version", QString::fromStdString(fieldText(info.deviceVersion))},
+        {"information", QString::fromStdString(fieldText(info.manufacturerInfo))},
+        {"serialNumber", QString::fromStdString(fieldText(info.serialNumber))},
+        {"userName", QString::fromStdString(fieldText(info.userDefinedName))},
+    };
+}
+
+std::string linkText(int board, unsigned port) {
+    int up = 0;
+    const int code = Gbe_getLinkState(board, port, &up);
+    return code < 0 ? Gbe_getErrorDescription(code) : up != 0 ? "up" : "down";
+}
+
+// The value for a person's eyes: what cannot be read tells why.
+std::string valueOrReason(CameraHandle* camera, const std::string& name, int kind) {
+    if (kind == GBE_KIND_COMMAND) {
+        return "";
+    }
+    try {
+        return readText(camera, name);
+    } catch (const Failure& failure) {
+        return std::string("(") + failure.what() + ")";
+    }
+}
+
+void listAll(CameraHandle* camera) {
+    Table table({"NAME", "KIND", "VALUE"});
+    const int count = Gbe_getFeatureCount(camera);
+    check("features", count);
+    for (int i = 0; i < count; ++i) {
+        const char* name = nullptr;
+        check("features", Gbe_getFeatureName(camera, static_cast<unsigned>(i), &name));
+        const int kind = featureKind(camera, name);
+        table.add({name, kindName(kind), valueOrReason(camera, name, kind)});
+    }
+    table.print();
+}
+
+} // namespace
+
+void showBoards(bool withLinks, Format format) {
+    QJsonArray array;
+    Table table(
+        withLinks ? std::vector<std::string>{"BOARD", "PORT 0", "PORT 1", "PORT 2", "PORT 3"}
+                  : std::vector<std::string>{"BOARD"});
+    for (int number = 0; number < kBoards; ++number) {
+        BoardHandle* handle = nullptr;
+        if (Gbe_initBoard(number, 0, &handle) != 0) {
+            continue;
+        }
+        const Board board(handle, &Gbe_freeBoard);
+        std::vector<std::string> row{std::to_string(number)};
+        QJsonArray links;
+        for (unsigned port = 0; withLinks && port < kPorts; ++port) {
+            row.push_back(linkText(number, port));
+            links.append(QString::fromStdString(row.back()));
+        }
+        table.add(row);
+        array.append(
+            withLinks ? QJsonObject{{"board", number}, {"links", links}} : QJsonObject{{"board", number}});
+    }
+    if (array.isEmpty()) {
+        throw Failure("boards (is gbe-service running?)", kBoardInitialization);
+    }
+    format == Format::Json ? print(QJsonDocument(array)) : table.print();
+}
+
+void scanNetwork(const Selection& selection, Format format) {
+    const Board board = openBoard(selection.board);
+    QJsonArray array;
+    Table table({"BOARD", "PORT", "MAC", "MANUFACTURER", "MODEL", "SERIAL", "NAME"});
+    const std::vector<FoundCamera> found = findCameras(board.get(), selection);
+    for (const auto& [port, info] : found) {
+        array.append(jsonOf(selection.board, port, info));
+        table.add(
+            {std::to_string(selection.board), std::to_string(port), macText(info.mac),
+             fieldText(info.manufacturerName), fieldText(info.modelName), fieldText(info.serialNumber),
+             fieldText(info.userDefinedName)});
+    }
+    if (format == Format::Json) {
+        print(QJsonDocument(array));
+    } else if (found.empty()) {
+        std::printf("no cameras\n");
+    } else {
+        table.print();
+    }
+}
+
+void showInfo(const Selection& selection, Format format) {
+    const Board board = openBoard(selection.board);
+    const PickedCamera camera = pickCamera(board.get(), selection);
+    const CameraInfo& info = *Gbe_getCameraInfo(camera.handle.get());
+    if (format == Format::Json) {
+        print(QJsonDocument(jsonOf(selection.board, camera.port, info)));
+        return;
+    }
+    Table table;
+    table.add({"Board", std::to_string(selection.board)});
+    table.add({"Port", std::to_string(camera.port)});
+    for (const auto& [name, text] : fieldsOf(info)) {
+        table.add({name, text});
+    }
+    table.print();
+}
+
+void listFeatures(const Selection& selection, bool all) {
+    const Session session(selection);
+    CameraHandle* camera = session.camera.get();
+    if (all) {
+        listAll(camera);
+        return;
+    }
+    const std::vector<Category> categories = readCategories(readDescription(camera));
+    std::set<std::string> names;
+    for (const Category& category : categories) {
+        names.insert(category.name);
+    }
+    for (const Category& category : categories) {
+        Table table;
+        for (const std::string& feature : category.features) {
+            int kind = GBE_KIND_OTHER;
+            if (names.count(feature) == 0 && Gbe_getFeatureKind(camera, feature.c_str(), &kind) == 0) {
+                table.add({feature, kindName(kind), valueOrReason(camera, feature, kind)});
+            }
+        }
+        std::printf("%s\n", category.name.c_str());
+        table.print(2);
+    }
+}
+
+void getFeatures(
+    const Selection& selection, const std::vector<std::string>& names, bool valuesOnly, Format format) {
+    const Session session(selection);
+    QJsonObject object;
+    Table table;
+    for (const std::string& name : names) {
+        if (format == Format::Json) {
+            object.insert(QString::fromStdString(name), readJson(session.camera.get(), name));
+        } else if (valuesOnly) {
+            table.add({readText(session.camera.get(), name)});
+        } else {
+            table.add({name, readText(session.camera.get(), name)});
+        }
+    }
+    format == Format::Json ? print(QJsonDocument(object)) : table.print();
+}
+
+void setFeatures(const Selection& selection, const std::vector<std::string>& texts) {
+    std::vector<std::pair<std::string, std::string>> values;
+    for (const std::string& text : texts) {
+        const std::size_t equals = text.find('=');
+        if (equals == 0 || equals == text.npos) {
+            throw Failure("\"" + text + "\": is not NAME=VALUE");
+        }
+        values.emplace_back(text.substr(0, equals), text.substr(equals + 1));
+    }
+    const Session session(selection);
+    for (const auto& [name, value] : values) {
+        writeText(session.camera.get(), name, value);
+    }
+}
+
+void executeCommand(const Selection& selection, const std::string& name) {
+    const Session session(selection);
+    execute(session.camera.get(), name);
+}
+
+void saveDescription(const Selection& selection, const std::string& file) {
+    const Session session(selection);
+    const std::string text = readDescription(session.camera.get());
+    std::FILE* out = file == "-" ? stdout : std::fopen(file.c_str(), "wb");
+    if (out == nullptr) {
+        throw Failure(file + ": " + std::strerror(errno));
+    }
+    const bool written = std::fwrite(text.data(), 1, text.size(), out) == text.size();
+    const bool flushed = std::fflush(out) == 0;
+    const int cause = errno;
+    if (out != stdout) {
+        std::fclose(out);
+    }
+    if (!written || !flushed) {
+        throw Failure(file + ": " + std::strerror(cause));
+    }
+}
+
+} // namespace gbe

@@ -1,0 +1,28 @@
+// The commands of gbe, one function each. They print to standard output and throw Failure.
+#pragma once
+
+#include "Session.h"
+
+#include <string>
+#include <vector>
+
+namespace gbe {
+
+enum class Format { Text, Json };
+
+void showBoards(bool withLinks, Format format);
+void scanNetwork(const Selection& selection, Format format);
+void showInfo(const Selection& selection, Format format);
+void listFeatures(const Selection& selection, bool all);
+void getFeatures(
+    const Selection& selection, const std::vector<std::string>& names, bool valuesOnly, Format format);
+// Texts are NAME=VALUE; written in their order, up to the first that fails.
+void setFeatures(const Selection& selection, const std::vector<std::string>& texts);
+void executeCommand(const Selection& selection, const std::string& name);
+// "-" stands for standard output.
+void saveDescription(const Selection& selection, const std::string& file);
+
+// Shows the main job step by step; throws when a step does not come out as it should.
+void runDemo(const Selection& selection);
+
+} // namespace gbe

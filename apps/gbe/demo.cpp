@@ -1,0 +1,166 @@
+// gbe demo: the library's main job on one camera, told step by step.
+#include "commands.h"
+
+#include "Failure.h"
+#include "features.h"
+
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <thread>
+
+namespace gbe {
+namespace {
+
+constexpr std::chrono::seconds kFrameLimit{10};
+constexpr long long kFramesToSee = 5;
+
+void step(const char* text) {
+    static int number = 0;
+    std::printf("\n%d. %s\n", ++number, text);
+    std::fflush(stdout);
+}
+
+template<typename... Values> void say(const char* format, Values... values) {
+    std::printf("   ");
+    std::printf(format, values...);
+    std::printf("\n");
+}
+
+void require(bool right, const std::string& what) {
+    if (!right) {
+        throw Failure("demo: " + what);
+    }
+}
+
+void show(CameraHandle* camera, const char* name) {
+    say("%-22s %-12s %s", name, kindName(featureKind(camera, name)), readText(camera, name).c_str());
+}
+
+// Writes a value, reads it back past every cache, and restores what was there.
+void change(CameraHandle* camera, const char* name, const char* value) {
+    const std::string before = readText(camera, name);
+    writeText(camera, name, value);
+    check("forgetting what was read", Gbe_invalidateCache(camera));
+    const std::string after = readText(camera, name);
+    say("%-22s %s -> %s", name, before.c_str(), after.c_str());
+    require(after == value, std::string(name) + " did not take the value");
+    writeText(camera, name, before);
+}
+
+long long integer(CameraHandle* camera, const char* name) {
+    long long value = 0;
+    check(name, Gbe_getIntegerValue(camera, name, &value));
+    return value;
+}
+
+void showScan(BoardHandle* board, const Selection& selection, std::vector<FoundCamera>& found) {
+    found = findCameras(board, selection);
+    for (const auto& [port, info] : found) {
+        say("port %u: %s  %s %s, serial number %s", port, macText(info.mac).c_str(),
+            fieldText(info.manufacturerName).c_str(), fieldText(info.modelName).c_str(),
+            fieldText(info.serialNumber).c_str());
+    }
+    require(!found.empty(), "no camera was found");
+}
+
+void readAndWrite(CameraHandle* camera) {
+    step("Reads features by name");
+    for (const char* name :
+         {"DeviceVendorName", "DeviceModelName", "DeviceSerialNumber", "Width", "Height", "PixelFormat",
+          "PayloadSize", "ExposureTime", "AcquisitionFrameRate", "ReverseX"}) {
+        show(camera, name);
+    }
+    step("Writes features and reads them back from the camera");
+    change(camera, "Width", "320");
+    change(camera, "PixelFormat", "Mono16");
+    change(camera, "ReverseX", "true");
+    change(camera, "DeviceUserID", "demo");
+    step("Executes commands");
+    for (const char* name : {"TimestampLatch", "StatisticsReset"}) {
+        execute(camera, name);
+        say("%-22s done", name);
+    }
+}
+
+void acquire(CameraHandle* camera) {
+    step("Starts the acquisition; the camera counts what it sends");
+    check("starting", Gbe_startAcquisition(camera));
+    const auto deadline = std::chrono::steady_clock::now() + kFrameLimit;
+    while (integer(camera, "StreamFrameCount") < kFramesToSee) {
+        require(std::chrono::steady_clock::now() < deadline, "the camera sends no frames");
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    check("stopping", Gbe_stopAcquisition(camera));
+    const long long frames = integer(camera, "StreamFrameCount");
+    say("%lld frames, %lld packets, %lld bytes", frames, integer(camera, "StreamPacketCount"),
+        integer(camera, "StreamByteCount"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    require(integer(camera, "StreamFrameCount") == frames, "the camera did not stop");
+    say("stopped: the count stays at %lld", frames);
+}
+
+struct Mistake {
+    const char* what;
+    int code;
+    std::function<int(CameraHandle*)> make;
+};
+
+void makeMistakes(CameraHandle* camera) {
+    step("Makes mistakes: each has its code and its text");
+    double number = 0;
+    const Mistake kMistakes[] = {
+        {"read \"Widht\": no such feature", -40007,
+         [&](auto* c) { return Gbe_getFloatValue(c, "Widht", &number); }},
+        {"read \"PixelFormat\" as a float", -40007,
+         [&](auto* c) { return Gbe_getFloatValue(c, "PixelFormat", &number); }},
+        {"write \"DeviceModelName\", read-only", -40005,
+         [](auto* c) { return Gbe_setStringValue(c, "DeviceModelName", "mine"); }},
+        {"write Width = 1000000, out of range", -40006,
+         [](auto* c) { return Gbe_setIntegerValue(c, "Width", 1000000); }},
+        {"write PixelFormat = \"Mono7\", no entry", -40006,
+         [](auto* c) { return Gbe_setEnumerationValue(c, "PixelFormat", "Mono7"); }},
+        {"write Width while it is locked", -40003,
+         [](auto* c) {
+             check("locking", Gbe_lockTLParams(c));
+             const int code = Gbe_setIntegerValue(c, "Width", 320);
+             check("unlocking", Gbe_unlockTLParams(c));
+             return code;
+         }},
+        {"connect a second time", -40016, [](auto* c) { return Gbe_connectCamera(c); }},
+    };
+    for (const Mistake& mistake : kMistakes) {
+        const int code = mistake.make(camera);
+        say("%-40s %d  %s", mistake.what, code, Gbe_getErrorDescription(code));
+        require(
+            code == mistake.code, std::string(mistake.what) + ": expected " + std::to_string(mistake.code));
+    }
+}
+
+} // namespace
+
+void runDemo(const Selection& selection) {
+    std::printf("liomol %s\n", Gbe_getVersion());
+    step("Opens the board; the service tells the addresses of its ports");
+    const Board board = openBoard(selection.board);
+    say("board %d is open", selection.board);
+    step("Scans the network behind the ports and lists the cameras");
+    std::vector<FoundCamera> found;
+    showScan(board.get(), selection, found);
+    step("Connects: takes control, fetches the zipped description from the camera's memory, builds the "
+         "features");
+    Selection chosen = selection;
+    chosen.port = found.front().port;
+    const Camera camera = pickCamera(board.get(), chosen).handle;
+    connectCamera(camera.get());
+    say("%d features, helpers included; description of %zu bytes", Gbe_getFeatureCount(camera.get()),
+        readDescription(camera.get()).size());
+    readAndWrite(camera.get());
+    acquire(camera.get());
+    makeMistakes(camera.get());
+    step("Gives control back and closes the board");
+    check("disconnecting", Gbe_disconnectCamera(camera.get()));
+    say("done");
+}
+
+} // namespace gbe

@@ -1,0 +1,163 @@
+#include "features.h"
+
+#include "Failure.h"
+
+#include <QtCore/QXmlStreamReader>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+
+namespace gbe {
+namespace {
+
+constexpr std::chrono::seconds kCommandLimit{10};
+constexpr std::chrono::milliseconds kCommandPoll{10};
+
+constexpr int kBufferTooSmall = -40025;
+
+long long parseInteger(const std::string& name, const std::string& text) {
+    char* end = nullptr;
+    errno = 0;
+    const long long value = std::strtoll(text.c_str(), &end, text.find("0x") == text.npos ? 10 : 16);
+    if (text.empty() || *end != '\0' || errno != 0) {
+        throw Failure(name + ": \"" + text + "\" is no integer");
+    }
+    return value;
+}
+
+double parseFloat(const std::string& name, const std::string& text) {
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end != '\0') {
+        throw Failure(name + ": \"" + text + "\" is no number");
+    }
+    return value;
+}
+
+int parseBoolean(const std::string& name, const std::string& text) {
+    if (text == "true" || text == "1") {
+        return 1;
+    }
+    if (text == "false" || text == "0") {
+        return 0;
+    }
+    throw Failure(name + ": \"" + text + "\" is neither true nor false");
+}
+
+} // namespace
+
+const char* kindName(int kind) {
+    static constexpr const char* kNames[] = {
+        "other", "integer", "float", "boolean", "string", "enumeration", "command", "category", "register",
+    };
+    static_assert(std::size(kNames) == GBE_KIND_REGISTER + 1);
+    return kind >= 0 && kind <= GBE_KIND_REGISTER ? kNames[kind] : "unknown";
+}
+
+int featureKind(CameraHandle* camera, const std::string& name) {
+    int kind = GBE_KIND_OTHER;
+    check(name, Gbe_getFeatureKind(camera, name.c_str(), &kind));
+    return kind;
+}
+
+std::string readText(CameraHandle* camera, const std::string& name) {
+    std::string text;
+    unsigned size = 0;
+    int code = Gbe_getValueAsString(camera, name.c_str(), nullptr, &size);
+    do { // a text may have grown since its size was told
+        check(name, code);
+        text.assign(size, '\0');
+        code = Gbe_getValueAsString(camera, name.c_str(), text.data(), &size);
+    } while (code == kBufferTooSmall);
+    check(name, code);
+    return text.c_str();
+}
+
+QJsonValue readJson(CameraHandle* camera, const std::string& name) {
+    switch (featureKind(camera, name)) {
+    case GBE_KIND_INTEGER: {
+        long long value = 0;
+        check(name, Gbe_getIntegerValue(camera, name.c_str(), &value));
+        return static_cast<qint64>(value);
+    }
+    case GBE_KIND_FLOAT: {
+        double value = 0;
+        check(name, Gbe_getFloatValue(camera, name.c_str(), &value));
+        return value;
+    }
+    case GBE_KIND_BOOLEAN: {
+        int value = 0;
+        check(name, Gbe_getBooleanValue(camera, name.c_str(), &value));
+        return value != 0;
+    }
+    default:
+        return QString::fromStdString(readText(camera, name));
+    }
+}
+
+void writeText(CameraHandle* camera, const std::string& name, const std::string& value) {
+    const char* feature = name.c_str();
+    switch (featureKind(camera, name)) {
+    case GBE_KIND_INTEGER:
+        return check(name, Gbe_setIntegerValue(camera, feature, parseInteger(name, value)));
+    case GBE_KIND_FLOAT:
+        return check(name, Gbe_setFloatValue(camera, feature, parseFloat(name, value)));
+    case GBE_KIND_BOOLEAN:
+        return check(name, Gbe_setBooleanValue(camera, feature, parseBoolean(name, value)));
+    case GBE_KIND_STRING:
+        return check(name, Gbe_setStringValue(camera, feature, value.c_str()));
+    case GBE_KIND_ENUMERATION:
+        return check(name, Gbe_setEnumerationValue(camera, feature, value.c_str()));
+    case GBE_KIND_COMMAND:
+        throw Failure(name + ": is a command: gbe exec " + name);
+    default:
+        throw Failure(name + ": has no value that can be set");
+    }
+}
+
+void execute(CameraHandle* camera, const std::string& name) {
+    check(name, Gbe_executeCommand(camera, name.c_str()));
+    const auto deadline = std::chrono::steady_clock::now() + kCommandLimit;
+    for (;;) {
+        const int done = Gbe_isCommandDone(camera, name.c_str());
+        check(name, done);
+        if (done == 1) {
+            return;
+        }
+        if (std::chrono::steady_clock::now() > deadline) {
+            throw Failure(name + ": is not done after " + std::to_string(kCommandLimit.count()) + " s");
+        }
+        std::this_thread::sleep_for(kCommandPoll);
+    }
+}
+
+std::string readDescription(CameraHandle* camera) {
+    unsigned size = 0;
+    check("description", Gbe_getGenICamXML(camera, nullptr, &size));
+    std::string text(size, '\0');
+    check("description", Gbe_getGenICamXML(camera, text.data(), &size));
+    return text.c_str(); // without the NUL
+}
+
+std::vector<Category> readCategories(const std::string& description) {
+    std::vector<Category> categories;
+    bool inside = false;
+    QXmlStreamReader reader(QByteArray::fromStdString(description));
+    while (!reader.atEnd()) {
+        reader.readNext();
+        if (reader.isStartElement() && reader.name() == QLatin1String("Category")) {
+            categories.push_back(
+                {reader.attributes().value(QLatin1String("Name")).toString().toStdString(), {}});
+            inside = true;
+        } else if (reader.isEndElement() && reader.name() == QLatin1String("Category")) {
+            inside = false;
+        } else if (inside && reader.isStartElement() && reader.name() == QLatin1String("pFeature")) {
+            categories.back().features.push_back(reader.readElementText().trimmed().toStdString());
+        }
+    }
+    return categories;
+}
+
+} // namespace gbe

@@ -1,0 +1,38 @@
+// Features of any kind as texts, and the description's categories.
+#pragma once
+
+#include "api/gige.h"
+
+#include <QtCore/QJsonValue>
+
+#include <string>
+#include <vector>
+
+namespace gbe {
+
+// "integer", "float", ... for one of GbeFeatureKind.
+const char* kindName(int kind);
+
+// These throw Failure with the feature's name.
+
+int featureKind(CameraHandle* camera, const std::string& name);
+std::string readText(CameraHandle* camera, const std::string& name);
+// Numbers and booleans as such, everything else as text.
+QJsonValue readJson(CameraHandle* camera, const std::string& name);
+// Integers may be hexadecimal (0x...); booleans are true, false, 1 or 0; enumerations take an entry's name.
+void writeText(CameraHandle* camera, const std::string& name, const std::string& value);
+// Executes and waits until the command says that it is done.
+void execute(CameraHandle* camera, const std::string& name);
+
+// The camera's description, as it was loaded.
+std::string readDescription(CameraHandle* camera);
+
+struct Category {
+    std::string name;
+    std::vector<std::string> features; // other categories among them
+};
+
+// The categories of a description in its order. What is no well-formed XML ends the list.
+std::vector<Category> readCategories(const std::string& description);
+
+} // namespace gbe

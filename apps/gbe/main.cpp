@@ -1,0 +1,115 @@
+// gbe: GigE Vision cameras on frame grabber boards, from the command line.
+#include "Failure.h"
+#include "commands.h"
+
+#include <CLI/CLI.hpp>
+#include <QtCore/QCoreApplication>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+using namespace gbe;
+
+// What the command line says; strings are turned into addresses when all of it has been read.
+struct Arguments {
+    Selection selection;
+    bool json = false;
+    bool noLinks = false;
+    bool all = false;
+    bool valuesOnly = false;
+    std::vector<std::string> names;
+    std::string name;
+    std::string file = "-";
+
+    Format format() const { return json ? Format::Json : Format::Text; }
+};
+
+void addSelection(CLI::App& app, Selection& selection) {
+    app.add_option("--board", selection.board, "Board, 0 to 7")
+        ->check(CLI::Range(0, 7))
+        ->capture_default_str();
+    app.add_option("--port", selection.port, "Port of the board, 0 to 3 (default: all)")
+        ->check(CLI::Range(0, 3));
+    app.add_option_function<std::string>(
+        "--mac",
+        [&selection](const std::string& text) {
+            selection.mac = parseMac(text);
+            if (!selection.mac) {
+                throw CLI::ValidationError("--mac", "\"" + text + "\" is no MAC address");
+            }
+        },
+        "Camera with this MAC address");
+    app.add_option_function<std::string>(
+        "--ip",
+        [&selection](const std::string& text) {
+            selection.ip = parseIp(text);
+            if (!selection.ip) {
+                throw CLI::ValidationError("--ip", "\"" + text + "\" is no IPv4 address");
+            }
+        },
+        "Camera with this IPv4 address");
+    app.add_option("--name", selection.name, "Camera with this user-defined name");
+}
+
+void addCommands(CLI::App& app, Arguments& arguments) {
+    const Selection& selection = arguments.selection;
+    const auto command = [&](const char* name, const char* text, auto run) {
+        CLI::App* sub = app.add_subcommand(name, text)->fallthrough();
+        sub->callback(run);
+        return sub;
+    };
+    auto* boards = command("boards", "Lists the boards and their links", [&] {
+        showBoards(!arguments.noLinks, arguments.format());
+    });
+    boards->add_flag("--no-links", arguments.noLinks, "Do not look at the links, which takes 0.3 s each");
+    auto* scan = command("scan", "Lists the cameras", [&] { scanNetwork(selection, arguments.format()); });
+    auto* info = command("info", "Tells who a camera is", [&] { showInfo(selection, arguments.format()); });
+    auto* list = command(
+        "list", "Lists the features with their values", [&] { listFeatures(selection, arguments.all); });
+    list->add_flag("--all", arguments.all, "Helpers behind the features too, in the order of names");
+    auto* get = command("get", "Reads features", [&] {
+        getFeatures(selection, arguments.names, arguments.valuesOnly, arguments.format());
+    });
+    get->add_option("NAME", arguments.names, "Names of features")->required();
+    get->add_flag("-q,--values", arguments.valuesOnly, "Only the values");
+    auto* set = command("set", "Writes features", [&] { setFeatures(selection, arguments.names); });
+    set->add_option("NAME=VALUE", arguments.names, "Names of features and their values")->required();
+    auto* exec = command("exec", "Executes a command and waits until it is done", [&] {
+        executeCommand(selection, arguments.name);
+    });
+    exec->add_option("NAME", arguments.name, "Name of a command")->required();
+    auto* xml =
+        command("xml", "Saves the camera's description", [&] { saveDescription(selection, arguments.file); });
+    xml->add_option("-o,--output", arguments.file, "File (default: standard output)");
+    command("demo", "Shows the main job on a camera, step by step", [&] { runDemo(selection); });
+    for (CLI::App* sub : {boards, scan, info, get}) {
+        sub->add_flag("--json", arguments.json, "As JSON");
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    Arguments arguments;
+    CLI::App app("GigE Vision cameras on frame grabber boards");
+    app.set_version_flag("--version", std::string("gbe ") + Gbe_getVersion());
+    app.require_subcommand(1);
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return std::string("gbe: ") + error.what() + " (see --help)\n";
+    });
+    addSelection(app, arguments.selection);
+    addCommands(app, arguments);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error);
+    } catch (const Failure& failure) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "gbe: %s\n", failure.what());
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}

@@ -1,0 +1,41 @@
+/* Lists the cameras behind the ports of a board.
+ *   list_cameras [board] */
+#include "api/gige.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+
+enum { kPorts = 4, kMostCameras = 64 };
+
+/* Picks the cameras of a port one after the other: a picked camera is in use until it is freed, so that each
+ * is met once. */
+static void list_port(BoardHandle* board, unsigned port) {
+    CameraHandle* cameras[kMostCameras];
+    int count = 0;
+    while (count < kMostCameras && Gbe_getFirstCamera(board, port, &cameras[count]) == 0) {
+        const CameraInfo* info = Gbe_getCameraInfo(cameras[count++]);
+        printf(
+            "port %u: %02x:%02x:%02x:%02x:%02x:%02x %.32s %.32s \"%.16s\"\n", port, info->mac[0],
+            info->mac[1], info->mac[2], info->mac[3], info->mac[4], info->mac[5], info->manufacturerName,
+            info->modelName, info->userDefinedName);
+    }
+    while (count > 0) {
+        Gbe_freeCamera(cameras[--count]);
+    }
+}
+
+int main(int argc, char** argv) {
+    BoardHandle* board = NULL;
+    unsigned port;
+    int code = Gbe_initBoard(argc > 1 ? atoi(argv[1]) : 0, 0, &board);
+    if (code != 0) {
+        fprintf(stderr, "opening the board: %s (%d)\n", Gbe_getErrorDescription(code), code);
+        return 1;
+    }
+    code = Gbe_scanNetwork(board, -1, 0);
+    for (port = 0; code == 0 && port < kPorts; ++port) {
+        list_port(board, port);
+    }
+    Gbe_freeBoard(board);
+    return code == 0 ? 0 : 1;
+}

@@ -1,0 +1,177 @@
+// gbe and the example programs as real processes, with a real gbe-service and the default board in software.
+#include "process.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+#include <memory>
+
+namespace {
+
+using test::Outcome;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+
+Outcome gbe(const QStringList& arguments) {
+    return test::Program::run(GBE, arguments);
+}
+
+class Gbe : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        s_service = std::make_unique<test::ServiceProcess>();
+        ASSERT_TRUE(s_service->answers());
+    }
+    static void TearDownTestSuite() {
+        EXPECT_EQ(s_service->stop().status, 0);
+        s_service.reset();
+    }
+
+    static inline std::unique_ptr<test::ServiceProcess> s_service;
+};
+
+TEST_F(Gbe, WhatItPrints) {
+    const struct {
+        QStringList arguments;
+        const char* out; // matched in parts, '|' between them
+    } rows[] = {
+        {{"boards"}, "BOARD|PORT 0|\n0      up      down"},
+        {{"boards", "--no-links"}, "BOARD\n0\n"},
+        {{"scan"}, "BOARD  PORT  MAC|\n0      0     "},
+        {{"info", "--port", "0"}, "MAC|Manufacturer|Model|Serial number"},
+        {{"--port", "0", "get", "Width", "PixelFormat"}, "Width        640\n|PixelFormat  Mono8\n"},
+        {{"--port", "0", "get", "-q", "Height"}, "480\n"},
+        {{"list", "--port", "0"}, "ImageFormatControl\n|  Width |integer|PixelFormat|enumeration|Mono8"},
+        {{"list", "--port", "0", "--all"}, "NAME|WidthReg|AcquisitionStart|command"},
+        {{"--port", "0", "exec", "TimestampLatch"}, ""},
+        {{"--port", "0", "xml"}, "<?xml|<RegisterDescription|</RegisterDescription>"},
+        {{"--version"}, "gbe 0."},
+        {{"--help"}, "boards|scan|demo"},
+    };
+    for (const auto& row : rows) {
+        const Outcome outcome = gbe(row.arguments);
+        EXPECT_EQ(outcome.status, 0) << row.arguments.join(' ').toStdString() << outcome.err;
+        EXPECT_EQ(outcome.err, "");
+        for (const QString& part : QString(row.out).split('|')) {
+            EXPECT_THAT(outcome.out, HasSubstr(part.toStdString())) << row.arguments.join(' ').toStdString();
+        }
+    }
+}
+
+TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
+    const struct {
+        QStringList arguments;
+        const char* err;
+    } rows[] = {
+        {{"--port", "0", "get", "Widht"}, "gbe: Widht: illegal node (-40007)\n"},
+        {{"--port", "0", "set", "DeviceModelName=x"},
+         "gbe: DeviceModelName: feature not writable (-40005)\n"},
+        {{"--port", "0", "set", "Width=1000000"}, "gbe: Width: illegal value (-40006)\n"},
+        {{"--port", "0", "set", "Width=wide"}, "gbe: Width: \"wide\" is no integer\n"},
+        {{"--port", "0", "set", "ReverseX=maybe"}, "gbe: ReverseX: \"maybe\" is neither true nor false\n"},
+        {{"--port", "0", "set", "Gain=1x"}, "gbe: Gain: \"1x\" is no number\n"},
+        {{"--port", "0", "set", "TimestampLatch=1"},
+         "gbe: TimestampLatch: is a command: gbe exec TimestampLatch\n"},
+        {{"--port", "0", "exec", "Width"}, "gbe: Width: illegal node (-40007)\n"},
+        {{"set", "Width"}, "gbe: \"Width\": is not NAME=VALUE\n"},
+        {{"--port", "1", "info"}, "gbe: camera on board 0 port 1: no cameras found (-40023)\n"},
+        {{"info", "--mac", "02:00:00:00:00:99"}, "gbe: camera on board 0: camera does not exist (-40024)\n"},
+        {{"info", "--ip", "10.9.9.9"}, "gbe: camera on board 0: camera does not exist (-40024)\n"},
+        {{"info", "--name", "nobody"}, "gbe: camera \"nobody\": camera does not exist (-40024)\n"},
+        {{"--board", "3", "scan"},
+         "gbe: board 3 (is gbe-service running?): board initialization error (-40018)\n"},
+        {{"--port", "0", "xml", "-o", "no/such/folder"}, "gbe: no/such/folder: No such file or directory\n"},
+    };
+    for (const auto& row : rows) {
+        const Outcome outcome = gbe(row.arguments);
+        EXPECT_EQ(outcome.status, 1) << row.err;
+        EXPECT_EQ(outcome.err, row.err);
+        EXPECT_EQ(outcome.out, "") << row.err;
+    }
+    for (const QStringList& wrong :
+         {QStringList{}, QStringList{"jump"}, QStringList{"--port", "4", "scan"},
+          QStringList{"scan", "--mac", "x"}, QStringList{"scan", "--ip", "1.2.3"}, QStringList{"get"}}) {
+        const Outcome outcome = gbe(wrong);
+        EXPECT_GT(outcome.status, 0) << wrong.join(' ').toStdString();
+        EXPECT_THAT(outcome.err, AllOf(StartsWith("gbe: "), HasSubstr("(see --help)\n")));
+    }
+}
+
+TEST_F(Gbe, JsonIsJson) {
+    const QJsonDocument scan = QJsonDocument::fromJson(gbe({"scan", "--json"}).out.c_str());
+    ASSERT_EQ(scan.array().size(), 1);
+    const QJsonObject camera = scan.array()[0].toObject();
+    EXPECT_EQ(camera["port"].toInt(-1), 0);
+    const Outcome info = gbe({"info", "--json", "--mac", camera["mac"].toString()});
+    EXPECT_EQ(QJsonDocument::fromJson(info.out.c_str()).object(), camera) << info.err;
+    const Outcome get = gbe({"--port", "0", "get", "--json", "Width", "Gain", "ReverseX", "PixelFormat"});
+    const QJsonObject values = QJsonDocument::fromJson(get.out.c_str()).object();
+    EXPECT_EQ(values["Width"], QJsonValue(640)) << get.err;
+    EXPECT_TRUE(values["Gain"].isDouble());
+    EXPECT_EQ(values["ReverseX"], QJsonValue(false));
+    EXPECT_EQ(values["PixelFormat"], QJsonValue("Mono8"));
+}
+
+TEST_F(Gbe, SavesTheDescriptionThatTheCameraHas) {
+    ASSERT_EQ(gbe({"--port", "0", "xml", "-o", "camera.xml"}).status, 0);
+    QFile file("camera.xml");
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll().toStdString(), gbe({"--port", "0", "xml"}).out);
+}
+
+// The camera lives in the process that has opened the board: what is set is seen in the same run only.
+TEST_F(Gbe, TheDemoTellsTheMainJob) {
+    const Outcome outcome = gbe({"demo"});
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_EQ(outcome.err, "");
+    for (const char* part :
+         {"board 0 is open", "PixelFormat            Mono8 -> Mono16", "TimestampLatch         done",
+          "-40003  feature locked", "-40005  feature not writable", "-40006  illegal value",
+          "-40007  illegal node", "stopped"}) {
+        EXPECT_THAT(outcome.out, HasSubstr(part));
+    }
+}
+
+TEST_F(Gbe, TheExamplesRun) {
+    const struct {
+        const char* name;
+        const char* out;
+    } rows[] = {
+        {"list_cameras", "port 0: "},
+        {"read_write", "Width is 640\nWidth was set to 320\n"},
+        {"acquire", "the camera has sent "},
+    };
+    for (const auto& row : rows) {
+        const std::string file = std::string(EXAMPLES) + row.name;
+        const Outcome outcome = test::Program::run(file.c_str(), {});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_THAT(outcome.out, HasSubstr(row.out));
+        EXPECT_THAT(outcome.out, Not(HasSubstr("sent 0 frames")));
+        EXPECT_EQ(test::Program::run(file.c_str(), {"3"}).status, 1) << "no such board";
+    }
+}
+
+TEST_F(Gbe, LeavesNoClutter) {
+    const QStringList before = QDir().entryList(QDir::AllEntries);
+    ASSERT_EQ(gbe({"--port", "0", "get", "Width"}).status, 0);
+    EXPECT_EQ(QDir().entryList(QDir::AllEntries), before);
+}
+
+TEST(GbeWithoutService, SaysSo) {
+    for (const char* command : {"boards", "scan", "demo"}) {
+        const Outcome outcome = gbe({command});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, AllOf(HasSubstr("is gbe-service running?"), HasSubstr("(-40018)\n")));
+    }
+}
+
+} // namespace

@@ -1,0 +1,135 @@
+// Programs of the project as processes, and a raw client of the service; both wait with a generous deadline.
+#pragma once
+
+#include <QtCore/QProcess>
+#include <QtCore/QStringList>
+
+#include <gtest/gtest.h>
+
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <thread>
+
+namespace test {
+
+inline constexpr int kDeadlineMs = 60000;
+
+inline bool waitUntil(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kDeadlineMs);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+struct Outcome {
+    int status = -1; // of the exit; -1 after a crash or when it never ended
+    std::string out;
+    std::string err;
+};
+
+class Program {
+public:
+    Program(const char* file, const QStringList& arguments) { m_process.start(file, arguments); }
+    ~Program() { m_process.kill(), m_process.waitForFinished(); }
+
+    bool running() { return m_process.waitForStarted(kDeadlineMs) && !m_process.waitForFinished(0); }
+    void signal(int number) { kill(static_cast<pid_t>(m_process.processId()), number); }
+    Outcome wait() {
+        Outcome outcome;
+        if (m_process.state() == QProcess::NotRunning || m_process.waitForFinished(kDeadlineMs)) {
+            outcome.status = m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+        }
+        outcome.out = m_process.readAllStandardOutput().toStdString();
+        outcome.err = m_process.readAllStandardError().toStdString();
+        return outcome;
+    }
+    static Outcome run(const char* file, const QStringList& arguments) {
+        return Program(file, arguments).wait();
+    }
+
+private:
+    QProcess m_process;
+};
+
+// A connection to the service; every receive fails after the deadline.
+class RawClient {
+public:
+    RawClient() : m_fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::snprintf(address.sun_path, sizeof address.sun_path, "%s", LIOMOL_SERVICE_SOCKET);
+        const timeval limit{kDeadlineMs / 1000, 0};
+        setsockopt(m_fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+        m_connected = connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    }
+    ~RawClient() { close(m_fd); }
+    RawClient(const RawClient&) = delete;
+    RawClient& operator=(const RawClient&) = delete;
+
+    bool connected() const { return m_connected; }
+    int fd() const { return m_fd; }
+    bool send(const std::string& bytes) {
+        return ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
+    }
+    // One line with its end; shorter at the end of the stream.
+    std::string line() {
+        std::string text;
+        for (char byte = 0; text.empty() || text.back() != '\n'; text += byte) {
+            if (recv(m_fd, &byte, 1, 0) != 1) {
+                break;
+            }
+        }
+        return text;
+    }
+    // All lines of a reply.
+    std::string reply() {
+        std::string lines;
+        std::string last;
+        do {
+            last = line();
+            lines += last;
+        } while (last.size() > 4 && last[3] == '-');
+        return lines;
+    }
+    std::string ask(const std::string& request) { return send(request + "\n") ? reply() : "not sent"; }
+
+private:
+    int m_fd;
+    bool m_connected = false;
+};
+
+inline bool serviceAnswers() {
+    RawClient client;
+    return client.connected() && client.ask("hello") == "510 unknown request\n";
+}
+
+// The service of the build, started in the working directory; ended by the destructor.
+class ServiceProcess {
+public:
+    explicit ServiceProcess(const QStringList& arguments = {})
+        : m_program(GBE_SERVICE, QStringList{"--state", "state"} + arguments) {}
+
+    bool answers() { return waitUntil(serviceAnswers); }
+    Program& program() { return m_program; }
+    Outcome stop(int signal = SIGTERM) {
+        m_program.signal(signal);
+        return m_program.wait();
+    }
+
+private:
+    Program m_program;
+};
+
+} // namespace test

@@ -1,0 +1,201 @@
+#include "Mac.h"
+#include "Request.h"
+#include "Server.h"
+#include "Settings.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+
+#include <sys/stat.h>
+
+namespace {
+
+using namespace gbe_service;
+using testing::HasSubstr;
+
+void writeFile(const char* name, const std::string& text) {
+    QFile file(name);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text.data(), static_cast<qint64>(text.size()));
+}
+
+TEST(ServiceRequests, LinesThatAreRequestsAndLinesThatAreNot) {
+    const unsigned any = 4294967295;
+    const struct {
+        std::string line;
+        std::optional<RequestKind> kind;
+        std::optional<unsigned> board;
+        std::optional<unsigned> port;
+        std::string text;
+    } rows[] = {
+        {"RESCAN", RequestKind::Rescan, {}, {}, ""},
+        {"RESCAN BOARD 2", RequestKind::Rescan, 2, {}, ""},
+        {"RESCAN BOARD 4294967295 PORT 1", RequestKind::Rescan, any, 1, ""},
+        {"COUNT BOARDS", RequestKind::CountBoards, {}, {}, ""},
+        {"STATUS BOARD 0 PORT 3", RequestKind::Status, 0, 3, ""},
+        {"CONFIGURE BOARD 0 PORT 3 IP whatever", RequestKind::Configure, 0, 3, "whatever"},
+        {"OPEN BOARD 1 PORT 2", RequestKind::OpenPort, 1, 2, ""},
+        {"OPEN MAC 02:00:00:00:00:01", RequestKind::OpenMac, {}, {}, "02:00:00:00:00:01"},
+        {"", {}, {}, {}, ""},
+        {" RESCAN", {}, {}, {}, ""},
+        {"RESCAN ", {}, {}, {}, ""},
+        {"rescan", {}, {}, {}, ""},
+        {"RESCAN\r", {}, {}, {}, ""},
+        {"RESCAN BOARD", {}, {}, {}, ""},
+        {"RESCAN PORT 1", {}, {}, {}, ""},
+        {"RESCAN BOARD  2", {}, {}, {}, ""},
+        {"RESCAN BOARD -1", {}, {}, {}, ""},
+        {"RESCAN BOARD +1", {}, {}, {}, ""},
+        {"RESCAN BOARD 0x1", {}, {}, {}, ""},
+        {"RESCAN BOARD 4294967296", {}, {}, {}, ""},
+        {"STATUS BOARD 0", {}, {}, {}, ""},
+        {"STATUS BOARD 0 PORT 3 X", {}, {}, {}, ""},
+        {"CONFIGURE BOARD 0 PORT 3 IP", {}, {}, {}, ""},
+        {"CONFIGURE BOARD 0 PORT 3 IP ", {}, {}, {}, ""},
+        {"OPEN", {}, {}, {}, ""},
+        {std::string("RESCAN\0", 7), {}, {}, {}, ""},
+    };
+    for (const auto& row : rows) {
+        const auto request = parseRequest(row.line);
+        ASSERT_EQ(request.has_value(), row.kind.has_value()) << row.line;
+        if (request) {
+            EXPECT_EQ(request->kind, *row.kind) << row.line;
+            EXPECT_EQ(request->board, row.board) << row.line;
+            EXPECT_EQ(request->port, row.port) << row.line;
+            EXPECT_EQ(request->text, row.text) << row.line;
+        }
+    }
+}
+
+TEST(ServiceMacs, LocalOnesAreStableAndDistinct) {
+    std::set<Mac> all;
+    for (unsigned board = 0; board < 8; ++board) {
+        for (unsigned port = 0; port < 4; ++port) {
+            const Mac mac = localMac(board, port);
+            EXPECT_EQ(mac[0], 0x02);
+            EXPECT_EQ(mac, localMac(board, port));
+            EXPECT_EQ(parseMac(toText(mac)), mac);
+            all.insert(mac);
+        }
+    }
+    EXPECT_EQ(all.size(), 32u);
+    for (const char* text :
+         {"", "02:00:00:00:00", "02:00:00:00:00:0", "02-00:00:00:00:00", "02:00:00:00:00:0g",
+          "02:00:00:00:00:00:", " 2:00:00:00:00:00"}) {
+        EXPECT_FALSE(parseMac(text)) << text;
+    }
+}
+
+TEST(ServiceSettings, AddressesThatAStationCanHave) {
+    for (const char* good : {"169.254.1.2", "10.0.0.1", "1.0.0.0", "223.255.255.255"}) {
+        EXPECT_TRUE(isStationIp(good)) << good;
+    }
+    for (const char* bad :
+         {"", "1.2.3", "1.2.3.4.5", "1.2.3.256", "01.2.3.4", "0.1.2.3", "127.0.0.1", "224.0.0.1",
+          "255.255.255.255", "1.2.3.4 ", "::1", "a.b.c.d", "1.2.3.-4"}) {
+        EXPECT_FALSE(isStationIp(bad)) << bad;
+    }
+}
+
+TEST(ServiceSettings, ConfigurationFiles) {
+    const struct {
+        const char* text;
+        const char* error; // null: taken
+    } rows[] = {
+        {"", nullptr},
+        {"# nothing\n\n  boards = 2, 0 \nidle-limit=5\nsocket-group = g\n[board 0 port 2]\n mac = "
+         "02:00:00:00:00:12",
+         nullptr},
+        {"boards = 0,8\n", "file:1: no list of boards"},
+        {"boards = 0,0\n", "file:1: no list of boards"},
+        {"boards =\n", "file:1: no board"},
+        {"idle-limit = 0\n", "file:1: no number of seconds"},
+        {"colour = red\n", "file:1: unknown key: colour"},
+        {"\nnonsense\n", "file:2: neither"},
+        {"[board 0]\n", "file:1: no section"},
+        {"[board 0 port 4]\n", "file:1: no section"},
+        {"[board 0 port 1] x\n", "file:1: no section"},
+        {"[board 0 port 1]\nmac = 03:00:00:00:00:00\n", "file:2: no MAC address of a station"},
+        {"[board 0 port 1]\nboards = 1\n", "file:2: unknown key of a port"},
+        {"[board 0 port 1]\nmac = 02:00:00:00:00:01\n[board 0 port 2]\nmac = 02:00:00:00:00:01\n",
+         "file:4: this MAC address is another port's"},
+    };
+    for (const auto& row : rows) {
+        writeFile("file", row.text);
+        Settings settings;
+        std::string error;
+        EXPECT_EQ(readSettings("file", settings, error), row.error == nullptr) << row.text;
+        EXPECT_THAT(error, HasSubstr(row.error ? row.error : "")) << row.text;
+    }
+    writeFile("file", rows[1].text);
+    Settings settings;
+    std::string error;
+    ASSERT_TRUE(readSettings("file", settings, error));
+    EXPECT_EQ(settings.boards, (std::vector<unsigned>{0, 2}));
+    EXPECT_EQ(settings.idleLimit, std::chrono::seconds(5));
+    EXPECT_EQ(toText(settings.mac(0, 2)), "02:00:00:00:00:12");
+    EXPECT_EQ(settings.mac(0, 1), localMac(0, 1));
+    EXPECT_FALSE(readSettings("absent", settings, error));
+}
+
+TEST(ServiceSettings, TheAddressBookOutlivesTheProcessAndBadFiles) {
+    std::string error;
+    AddressBook book("folder/book");
+    ASSERT_TRUE(book.load(error)) << "no file yet";
+    ASSERT_TRUE(book.set({0, 1}, "10.0.0.1", error)) << error;
+    ASSERT_TRUE(book.set({7, 3}, "10.0.0.2", error)) << error;
+    AddressBook again("folder/book");
+    ASSERT_TRUE(again.load(error)) << error;
+    EXPECT_EQ(again.ip({0, 1}), "10.0.0.1");
+    EXPECT_EQ(again.ip({7, 3}), "10.0.0.2");
+    EXPECT_EQ(again.ip({0, 0}), "");
+    for (const char* bad : {"board 0 port 9 ip 10.0.0.1\n", "board 0 port 1 ip 300.0.0.1\n", "nonsense\n"}) {
+        writeFile("folder/book", bad);
+        EXPECT_FALSE(AddressBook("folder/book").load(error)) << bad;
+        EXPECT_THAT(error, HasSubstr("folder/book:1: ")) << bad;
+    }
+    writeFile("blocked", "");
+    AddressBook blocked("blocked/book");
+    EXPECT_FALSE(blocked.set({0, 0}, "10.0.0.1", error)) << "no folder can be made there";
+    EXPECT_EQ(blocked.ip({0, 0}), "");
+}
+
+TEST(ServiceSocketPlace, FolderSocketAndLockAreMadeForOwnerAndGroup) {
+    std::string error;
+    {
+        Server server("deep/er/sock");
+        ASSERT_TRUE(server.listen("", error)) << error;
+        struct stat status {};
+        ASSERT_EQ(stat("deep/er/sock", &status), 0);
+        EXPECT_TRUE(S_ISSOCK(status.st_mode));
+        EXPECT_EQ(status.st_mode & 0777, 0660u);
+        ASSERT_EQ(stat("deep/er/sock.lock", &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, 0600u);
+        EXPECT_FALSE(Server("deep/er/sock").listen("", error));
+        EXPECT_THAT(error, HasSubstr("runs already"));
+        EXPECT_EQ(stat("deep/er/sock", &status), 0) << "the refused one took nothing away";
+    }
+    EXPECT_FALSE(QFile::exists("deep/er/sock"));
+    const struct {
+        const char* name;
+        std::string path;
+        const char* group;
+        const char* error;
+    } rows[] = {
+        {"a file in its place", "file", "", "exists and is no socket"},
+        {"too long", std::string(200, 'x'), "", "too long"},
+        {"no such group", "sock", "no-such-group", "no such group"},
+        {"folder in a file", "file/sock", "", "cannot be made"},
+    };
+    writeFile("file", "precious");
+    for (const auto& row : rows) {
+        EXPECT_FALSE(Server(row.path).listen(row.group, error)) << row.name;
+        EXPECT_THAT(error, HasSubstr(row.error)) << row.name;
+    }
+    EXPECT_TRUE(QFile::exists("file"));
+}
+
+} // namespace

@@ -1,0 +1,273 @@
+// gbe-service as a real process, with the default board in software.
+#include "process.h"
+#include "service/GbeTransmission.h"
+#include "service/commands.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QtCore/QFile>
+
+#include <array>
+#include <memory>
+#include <random>
+#include <vector>
+
+namespace {
+
+using test::RawClient;
+using test::ServiceProcess;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+const QStringList kOneBoard{"--boards", "0"};
+
+void writeFile(const char* name, const char* text) {
+    QFile file(name);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text);
+}
+
+// One service for all tests that leave it as it was.
+class RunningService : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        writeFile("config", "boards = 0,5\nidle-limit = 2\n[board 0 port 2]\nmac = 02:00:00:00:00:12\n");
+        s_service = std::make_unique<ServiceProcess>(QStringList{"--config", "config"});
+        ASSERT_TRUE(s_service->answers());
+        ASSERT_THAT(RawClient().ask("STATUS BOARD 0 PORT 3"), HasSubstr("200 OK\n")) << "open by now";
+    }
+    static void TearDownTestSuite() {
+        ASSERT_TRUE(s_service->program().running());
+        const test::Outcome outcome = s_service->stop();
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.err, "gbe-service: board 5: board initialization error (-40018)\n");
+        EXPECT_FALSE(QFile::exists(LIOMOL_SERVICE_SOCKET));
+        s_service.reset();
+    }
+    void TearDown() override { EXPECT_TRUE(test::serviceAnswers()) << "still there after the test"; }
+
+    static inline std::unique_ptr<ServiceProcess> s_service;
+};
+
+TEST_F(RunningService, AnswersEveryRequest) {
+    const std::string mac = "02(:[0-9a-f][0-9a-f]){5}";
+    const struct {
+        const char* request;
+        std::string reply;
+    } rows[] = {
+        {"COUNT BOARDS", "200-1\n200 OK\n"},
+        {"STATUS BOARD 0 PORT 0", "200-PORT 0 MAC " + mac + "\n200-PORT 0 up\n200 OK\n"},
+        {"STATUS BOARD 0 PORT 2", "200-PORT 2 MAC 02:00:00:00:00:12\n200-PORT 2 down\n200 OK\n"},
+        {"STATUS BOARD 0 PORT 4", "510 no such port\n"},
+        {"STATUS BOARD 1 PORT 0", "510 no such port\n"},
+        {"STATUS BOARD 5 PORT 0", "510 board 5 cannot be opened\n"},
+        {"STATUS BOARD 4294967295 PORT 4294967295", "510 no such port\n"},
+        {"RESCAN", "200 OK\n"},
+        {"RESCAN BOARD 0", "200 OK\n"},
+        {"RESCAN BOARD 0 PORT 1", "200 OK\n"},
+        {"RESCAN BOARD 0 PORT 4", "510 no such port\n"},
+        {"RESCAN BOARD 1", "510 no such port\n"},
+        {"RESCAN BOARD 5", "510 board 5 cannot be opened\n"},
+        {"CONFIGURE BOARD 0 PORT 1 IP 127.0.0.1", "510 not an IPv4 address of a station\n"},
+        {"CONFIGURE BOARD 3 PORT 1 IP 10.0.0.1", "510 no such port\n"},
+        {"OPEN BOARD 0 PORT 2", "200-BOARD 0 PORT 2 MAC 02:00:00:00:00:12\n200 OK\n"},
+        {"OPEN BOARD 0 PORT 4", "410 no such port\n"},
+        {"OPEN BOARD 1 PORT 0", "410 no such port\n"},
+        {"OPEN BOARD 5 PORT 0", "510 board 5 cannot be opened\n"},
+        {"OPEN MAC 02:00:00:00:00:12", "200-BOARD 0 PORT 2 MAC 02:00:00:00:00:12\n200 OK\n"},
+        {"OPEN MAC 02:00:00:00:00:13", "410 no port has this MAC address\n"},
+        {"OPEN MAC 02:00", "510 not a MAC address\n"},
+        {"", "510 unknown request\n"},
+    };
+    RawClient client;
+    for (const auto& row : rows) {
+        EXPECT_THAT(client.ask(row.request), MatchesRegex(row.reply)) << row.request;
+    }
+}
+
+TEST_F(RunningService, TheLibrarysClientUnderstandsIt) {
+    std::array<unsigned char, 6> mac{};
+    const std::array<unsigned char, 6> expected{2, 0, 0, 0, 0, 0x12};
+    bool up = true;
+    int board = -1;
+    unsigned port = 99;
+    GbeTransmission transmission;
+    ASSERT_TRUE(transmission.isEstablished());
+    EXPECT_TRUE(cmdStatus(transmission, 0, 2, &up, mac.data()));
+    EXPECT_FALSE(up);
+    EXPECT_EQ(mac, expected);
+    EXPECT_FALSE(cmdStatus(transmission, 5, 0, &up, mac.data()));
+    EXPECT_TRUE(cmdRescan(transmission, -1, ~0u));
+    EXPECT_FALSE(cmdRescan(transmission, 7, ~0u));
+    EXPECT_EQ(cmdCountBoards(transmission), 1);
+    EXPECT_EQ(cmdSetIp(transmission, 0, 2, "no address"), 0);
+    EXPECT_EQ(cmdOpen(transmission, 0, 2u, mac.data()), 0);
+    EXPECT_EQ(mac, expected);
+    EXPECT_EQ(cmdOpen(transmission, mac.data(), board, port), 0);
+    EXPECT_EQ(board, 0);
+    EXPECT_EQ(port, 2u);
+    EXPECT_EQ(cmdOpen(transmission, 3, 0u, mac.data()), -ENODEV);
+    EXPECT_EQ(cmdOpen(transmission, 5, 0u, mac.data()), -EIO);
+}
+
+TEST_F(RunningService, TakesRequestsInAnyPieces) {
+    RawClient client;
+    ASSERT_TRUE(client.send("COUNT BOARDS\nOPEN MAC x\nRESCAN BOARD 0 PORT 0\nCOUNT"));
+    for (const char byte : std::string(" BOARDS\n")) {
+        ASSERT_TRUE(client.send(std::string(1, byte)));
+    }
+    EXPECT_EQ(client.reply(), "200-1\n200 OK\n");
+    EXPECT_EQ(client.reply(), "510 not a MAC address\n");
+    EXPECT_EQ(client.reply(), "200 OK\n");
+    EXPECT_EQ(client.reply(), "200-1\n200 OK\n");
+}
+
+TEST_F(RunningService, ALookInProgressHoldsUpNobodyElse) {
+    RawClient rescan;
+    RawClient other;
+    ASSERT_TRUE(rescan.send("RESCAN\n"));
+    EXPECT_THAT(other.ask("STATUS BOARD 0 PORT 0"), HasSubstr("200 OK"));
+    char byte = 0;
+    EXPECT_EQ(recv(rescan.fd(), &byte, 1, MSG_DONTWAIT), -1) << "1.2 s of looking take longer than that";
+    EXPECT_EQ(rescan.reply(), "200 OK\n");
+}
+
+TEST_F(RunningService, SurvivesGarbage) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 50; ++round) {
+        RawClient client;
+        std::string bytes;
+        int lines = 0;
+        for (int i = 0; i < 400; ++i) {
+            bytes += static_cast<char>(random());
+            lines += bytes.back() == '\n' ? 1 : 0;
+        }
+        ASSERT_TRUE(client.send(bytes + "\n"));
+        for (int i = 0; i <= lines; ++i) {
+            ASSERT_EQ(client.reply(), "510 unknown request\n");
+        }
+    }
+}
+
+TEST_F(RunningService, CutsOffALineWithoutEnd) {
+    RawClient client;
+    EXPECT_TRUE(client.send(std::string(65536, 'x') + "\n"));
+    EXPECT_EQ(client.reply(), "510 unknown request\n") << "just not too long";
+    client.send(std::string(200000, 'x')); // may fail once the service has closed
+    EXPECT_EQ(client.reply(), "510 line too long\n");
+    EXPECT_EQ(client.line(), "") << "closed";
+}
+
+TEST_F(RunningService, SurvivesClientsThatVanish) {
+    for (const char* last : {"", "COUNT", "COUNT BOARDS\n", "RESCAN\n", "RESCAN\nRESCAN\nCOUNT BOARDS\n"}) {
+        for (int i = 0; i < 20; ++i) {
+            RawClient client;
+            EXPECT_TRUE(client.send(last));
+        }
+    }
+    RawClient half;
+    ASSERT_TRUE(half.send("COUNT BOARDS\n"));
+    shutdown(half.fd(), SHUT_WR);
+    EXPECT_EQ(half.reply(), "200-1\n200 OK\n") << "only its sending end has gone";
+}
+
+TEST_F(RunningService, ClosesClientsThatNeverReadOrNeverAsk) {
+    RawClient silent;
+    RawClient deaf;
+    const std::string requests = "STATUS BOARD 0 PORT 0\nSTATUS BOARD 0 PORT 1\n";
+    std::size_t sent = 0;
+    while (::send(deaf.fd(), requests.data(), requests.size(), MSG_NOSIGNAL | MSG_DONTWAIT) > 0) {
+        ASSERT_LT(sent += requests.size(), 10u << 20) << "without bound";
+    }
+    EXPECT_TRUE(test::serviceAnswers()) << "others are served meanwhile";
+    EXPECT_EQ(silent.line(), "") << "idle";
+    EXPECT_TRUE(test::waitUntil([&] { return !deaf.send("x") && (errno == EPIPE || errno == ECONNRESET); }));
+}
+
+TEST_F(RunningService, ServesManyAtOnceAndRefusesMore) {
+    std::vector<std::unique_ptr<RawClient>> clients;
+    std::string last;
+    while (clients.size() < 300 && last != "510 too many clients\n") {
+        clients.push_back(std::make_unique<RawClient>());
+        ASSERT_TRUE(clients.back()->connected());
+        last = clients.back()->ask("hello");
+    }
+    EXPECT_EQ(last, "510 too many clients\n");
+    EXPECT_GT(clients.size(), 250u);
+    clients.clear();
+    EXPECT_TRUE(test::waitUntil(test::serviceAnswers));
+}
+
+TEST(ServiceLife, ASecondStartIsRefused) {
+    ServiceProcess first(kOneBoard);
+    ASSERT_TRUE(first.answers());
+    const test::Outcome second = ServiceProcess(kOneBoard).program().wait();
+    EXPECT_EQ(second.status, 1);
+    EXPECT_EQ(second.err, "gbe-service: runs already (" LIOMOL_SERVICE_SOCKET ".lock is locked)\n");
+    EXPECT_TRUE(test::serviceAnswers());
+    EXPECT_EQ(first.stop(SIGINT).status, 0);
+    EXPECT_FALSE(QFile::exists(LIOMOL_SERVICE_SOCKET));
+}
+
+TEST(ServiceLife, AStaleSocketIsReplacedAndAddressesAreKept) {
+    ServiceProcess killed(kOneBoard);
+    ASSERT_TRUE(killed.answers());
+    EXPECT_EQ(RawClient().ask("CONFIGURE BOARD 0 PORT 1 IP 10.1.2.3"), "200 OK\n");
+    const std::string status = RawClient().ask("STATUS BOARD 0 PORT 1");
+    EXPECT_THAT(status, HasSubstr("\n200-PORT 1 IP 10.1.2.3\n200 OK\n"));
+    killed.stop(SIGKILL);
+    ASSERT_TRUE(QFile::exists(LIOMOL_SERVICE_SOCKET));
+    ServiceProcess next(kOneBoard);
+    ASSERT_TRUE(next.answers());
+    EXPECT_EQ(RawClient().ask("STATUS BOARD 0 PORT 1"), status) << "the same MAC, too";
+    EXPECT_EQ(next.stop().status, 0);
+    QFile::remove("state");
+}
+
+TEST(ServiceLife, StopsWhileABoardIsBeingOpened) {
+    ServiceProcess service(kOneBoard);
+    ASSERT_TRUE(service.answers());
+    RawClient waits;
+    ASSERT_TRUE(waits.send("STATUS BOARD 0 PORT 0\n"));
+    EXPECT_EQ(service.stop().status, 0);
+    EXPECT_FALSE(QFile::exists(LIOMOL_SERVICE_SOCKET));
+}
+
+TEST(ServiceLife, ForeignServersKeepTheirSocket) {
+    const int foreign = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", LIOMOL_SERVICE_SOCKET);
+    ASSERT_EQ(bind(foreign, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(foreign, 5), 0);
+    const test::Outcome outcome = ServiceProcess(kOneBoard).program().wait();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("another program serves this socket"));
+    EXPECT_TRUE(QFile::exists(LIOMOL_SERVICE_SOCKET));
+    close(foreign);
+    QFile::remove(LIOMOL_SERVICE_SOCKET);
+}
+
+TEST(ServiceLife, MistakesAtTheStartAreOneLineEach) {
+    writeFile("bad", "\nboards = many\n");
+    const struct {
+        QStringList arguments;
+        const char* error;
+    } rows[] = {
+        {{"--config", "bad"}, "gbe-service: bad:2: no list of boards 0 to 7, each once: many\n"},
+        {{"--config", "absent"}, "gbe-service: absent: "},
+        {{"--boards", "9"}, "gbe-service: no list of boards 0 to 7, each once: 9\n"},
+        {{"--colour"}, "gbe-service: "},
+    };
+    for (const auto& row : rows) {
+        const test::Outcome outcome = ServiceProcess(row.arguments).program().wait();
+        EXPECT_GT(outcome.status, 0) << row.error;
+        EXPECT_THAT(outcome.err, StartsWith(row.error));
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+        EXPECT_FALSE(QFile::exists(LIOMOL_SERVICE_SOCKET));
+    }
+}
+
+} // namespace
