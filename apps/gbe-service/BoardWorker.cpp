@@ -82,12 +82,13 @@ bool BoardWorker::waitForWork(Ports& ports, std::uint64_t& number) {
 void BoardWorker::open() {
     BoardHandle* none = nullptr;
     const int result = Gbe_initBoard(static_cast<int>(m_board), GBE_SERVICE_MODE, &none);
-    if (result != 0 && m_expected) {
+    const std::lock_guard lock(m_mutex);
+    const bool news = m_view.phase != Phase::Absent; // later failures say nothing new
+    m_view.phase = result == 0 ? Phase::Open : Phase::Absent;
+    if (result != 0 && m_expected && news) {
         std::fprintf(
             stderr, "gbe-service: board %u: %s (%d)\n", m_board, Gbe_getErrorDescription(result), result);
     }
-    const std::lock_guard lock(m_mutex);
-    m_view.phase = result == 0 ? Phase::Open : Phase::Absent;
 }
 
 // The service's way of opening gives no handle, so the board is closed through another one.

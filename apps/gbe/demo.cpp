@@ -43,7 +43,8 @@ void change(CameraHandle* camera, const char* name, const char* value) {
     writeText(camera, name, value);
     check("forgetting what was read", Gbe_invalidateCache(camera));
     const std::string after = readText(camera, name);
-    say("%-22s %s -> %s", name, before.c_str(), after.c_str());
+    const char* shown = before.empty() ? "(empty)" : before.c_str();
+    say("%-22s %s -> %s", name, shown, after.c_str());
     require(after == value, std::string(name) + " did not take the value");
     writeText(camera, name, before);
 }
