@@ -1,0 +1,223 @@
+// What an application does with a camera, from opening the board to the last free, through exported calls
+// only.
+#include "system/session.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+
+namespace {
+
+std::string textOf(CameraHandle* camera, const char* feature) {
+    unsigned size = 0;
+    EXPECT_EQ(Gbe_getValueAsString(camera, feature, nullptr, &size), 0) << feature;
+    std::string text(size, '?');
+    EXPECT_EQ(Gbe_getValueAsString(camera, feature, text.data(), &size), 0) << feature;
+    EXPECT_EQ(std::strlen(text.c_str()) + 1, size) << feature;
+    text.resize(size == 0 ? 0 : size - 1);
+    return text;
+}
+
+// The camera in software with the description that it is built with, fetched as a zip from its memory.
+class MainJobTest : public testing::Test {
+protected:
+    void SetUp() override {
+        station = session.rig.hang(0, 0, {{"name", "by the door"}, {"model", "SimCam 2M"}});
+        camera = session.connectFirst();
+    }
+
+    Session session;
+    std::shared_ptr<simcam::Camera> station;
+    CameraHandle* camera = nullptr;
+};
+
+TEST_F(MainJobTest, ReadsAndWritesFeaturesOfEachKind) {
+    long long integer = 0;
+    EXPECT_EQ(Gbe_getIntegerValue(camera, "Width", &integer), 0);
+    EXPECT_EQ(integer, 1920);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", 640), 0);
+    EXPECT_EQ(station->peekRegister(0xA110), 640U);
+    EXPECT_EQ(Gbe_getIntegerValue(camera, "Width", &integer), 0);
+    EXPECT_EQ(integer, 640);
+    EXPECT_EQ(textOf(camera, "Width"), "640");
+
+    const char* mono = nullptr;
+    const char* packed = nullptr;
+    EXPECT_EQ(Gbe_getEnumerationValue(camera, "PixelFormat", &mono), 0);
+    EXPECT_EQ(Gbe_setEnumerationValue(camera, "PixelFormat", "Mono12Packed"), 0);
+    EXPECT_EQ(station->peekRegister(0xA134), 0x010C0006U);
+    EXPECT_EQ(Gbe_getEnumerationValue(camera, "PixelFormat", &packed), 0);
+    EXPECT_STREQ(packed, "Mono12Packed");
+    EXPECT_STREQ(mono, "Mono8") << "an entry's text stays";
+
+    const char* text = nullptr;
+    EXPECT_EQ(Gbe_getStringValue(camera, "DeviceModelName", &text), 0);
+    EXPECT_STREQ(text, "SimCam 2M");
+    EXPECT_EQ(Gbe_setStringValue(camera, "DeviceUserID", "at the window"), 0);
+    const char* name = nullptr;
+    EXPECT_EQ(Gbe_getStringValue(camera, "DeviceUserID", &name), 0);
+    EXPECT_STREQ(name, "at the window");
+    EXPECT_STREQ(text, "SimCam 2M") << "another feature's text stays";
+
+    double number = 0;
+    EXPECT_EQ(Gbe_setFloatValue(camera, "Gain", 6.5), 0);
+    EXPECT_EQ(Gbe_getFloatValue(camera, "Gain", &number), 0);
+    EXPECT_DOUBLE_EQ(number, 6.5);
+    int flag = -1;
+    EXPECT_EQ(Gbe_setBooleanValue(camera, "ReverseX", 5), 0);
+    EXPECT_EQ(Gbe_getBooleanValue(camera, "ReverseX", &flag), 0);
+    EXPECT_EQ(flag, 1);
+    EXPECT_EQ(textOf(camera, "ReverseX"), "true");
+}
+
+TEST_F(MainJobTest, AnswersMistakesWithTheirCodes) {
+    long long integer = 0;
+    double number = 0;
+    int flag = 0;
+    const char* text = nullptr;
+    unsigned size = 3;
+    char buffer[3] = {};
+    ASSERT_EQ(Gbe_enableChecks(camera, 1), 0);
+    const struct {
+        const char* name;
+        int result;
+        int expected;
+    } rows[] = {
+        {"no such feature", Gbe_getIntegerValue(camera, "Widht", &integer), -40007},
+        {"no name", Gbe_getIntegerValue(camera, nullptr, &integer), -40015},
+        {"nowhere to put it", Gbe_getIntegerValue(camera, "Width", nullptr), -40015},
+        {"float as an integer", Gbe_setIntegerValue(camera, "Gain", 1), -40007},
+        {"integer as a float", Gbe_getFloatValue(camera, "Width", &number), -40007},
+        {"enumeration as a string", Gbe_getStringValue(camera, "PixelFormat", &text), -40007},
+        {"integer as a boolean", Gbe_getBooleanValue(camera, "Width", &flag), -40007},
+        {"string as an enumeration", Gbe_setEnumerationValue(camera, "DeviceUserID", "x"), -40007},
+        {"integer as a command", Gbe_executeCommand(camera, "Width"), -40007},
+        {"no text to write", Gbe_setStringValue(camera, "DeviceUserID", nullptr), -40015},
+        {"unknown entry", Gbe_setEnumerationValue(camera, "PixelFormat", "mono8"), -40006},
+        {"below the minimum", Gbe_setIntegerValue(camera, "Width", 12), -40006},
+        {"above the maximum", Gbe_setIntegerValue(camera, "Width", 1924), -40006},
+        {"off the increment", Gbe_setIntegerValue(camera, "Width", 642), -40006},
+        {"float above the maximum", Gbe_setFloatValue(camera, "Gain", 1000), -40006},
+        {"read-only", Gbe_setStringValue(camera, "DeviceModelName", "x"), -40005},
+        {"buffer too small", Gbe_getValueAsString(camera, "PixelFormat", buffer, &size), -40025},
+        {"size that it takes", static_cast<int>(size), static_cast<int>(sizeof("Mono8"))},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.result, row.expected) << row.name;
+    }
+    EXPECT_EQ(station->peekRegister(0xA110), 1920U) << "nothing was written";
+}
+
+TEST_F(MainJobTest, StartsAndStopsTheAcquisition) {
+    ASSERT_EQ(Gbe_setIntegerValue(camera, "Width", 1280), 0);
+    ASSERT_EQ(Gbe_setEnumerationValue(camera, "PixelFormat", "Mono12Packed"), 0);
+    EXPECT_EQ(Gbe_startAcquisition(camera), 0);
+    EXPECT_EQ(softboard::portState(0, 0).lineLength, 1920U);
+    EXPECT_TRUE(station->report().acquiring);
+    EXPECT_EQ(station->report().destinationPort, 1520U);
+    EXPECT_TRUE(eventually([&] { return station->report().frames > 2 && station->report().packets > 2; }));
+    EXPECT_TRUE(eventually([&] { return Gbe_isCommandDone(camera, "AcquisitionStart") == 1; }));
+    EXPECT_EQ(Gbe_stopAcquisition(camera), 0);
+    EXPECT_FALSE(station->report().acquiring);
+}
+
+TEST_F(MainJobTest, LocksWhatAnAcquisitionMustNotFindChanged) {
+    long long locked = 0;
+    ASSERT_EQ(Gbe_enableChecks(camera, 1), 0);
+    EXPECT_EQ(Gbe_lockTLParams(camera), 0);
+    EXPECT_EQ(Gbe_getIntegerValue(camera, "TLParamsLocked", &locked), 0);
+    EXPECT_EQ(locked, 1);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", 640), -40003);
+    EXPECT_EQ(Gbe_enableChecks(camera, 0), 0);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", 640), 0);
+    EXPECT_EQ(Gbe_enableChecks(camera, 1), 0);
+    EXPECT_EQ(Gbe_unlockTLParams(camera), 0);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", 320), 0);
+}
+
+TEST_F(MainJobTest, GivesTheDescriptionAsItIs) {
+    unsigned size = 0;
+    ASSERT_EQ(Gbe_getGenICamXML(camera, nullptr, &size), 0);
+    ASSERT_GT(size, 1000U);
+    std::string text(size, '?');
+    unsigned tooSmall = size - 1;
+    EXPECT_EQ(Gbe_getGenICamXML(camera, text.data(), &tooSmall), -40025);
+    EXPECT_EQ(tooSmall, size - 1);
+    EXPECT_EQ(Gbe_getGenICamXML(camera, text.data(), &size), 0);
+    EXPECT_EQ(text.find("<?xml"), 0U);
+    EXPECT_EQ(text.find('\0'), size - 1U);
+    EXPECT_NE(text.find("</RegisterDescription>"), text.npos);
+}
+
+TEST_F(MainJobTest, ListsFeaturesInOrderWithTheirKinds) {
+    const int count = Gbe_getFeatureCount(camera);
+    ASSERT_GT(count, 150);
+    std::vector<std::string> names;
+    std::map<int, int> kinds;
+    for (int index = 0; index < count; ++index) {
+        const char* name = nullptr;
+        int kind = -1;
+        ASSERT_EQ(Gbe_getFeatureName(camera, static_cast<unsigned>(index), &name), 0);
+        ASSERT_EQ(Gbe_getFeatureKind(camera, name, &kind), 0);
+        names.emplace_back(name);
+        ++kinds[kind];
+    }
+    EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));
+    for (int kind = GBE_KIND_INTEGER; kind <= GBE_KIND_REGISTER; ++kind) {
+        EXPECT_GT(kinds[kind], 0) << kind;
+    }
+    const char* none = nullptr;
+    int kind = -1;
+    EXPECT_EQ(Gbe_getFeatureName(camera, static_cast<unsigned>(count), &none), -40015);
+    EXPECT_EQ(Gbe_getFeatureKind(camera, "Gain", &kind), 0);
+    EXPECT_EQ(kind, GBE_KIND_FLOAT);
+    EXPECT_EQ(Gbe_getFeatureKind(camera, "Nothing", &kind), -40007);
+}
+
+// The features that the plain camera has and the other one has not.
+TEST(PlainCamera, RefusesToStartWhileLockedAfterTheLineLengthWasSet) {
+    Session session;
+    const auto station = session.rig.hang(0, 2, plainCamera());
+    CameraHandle* camera = session.connectFirst(2);
+    station->pokeRegister(plain::kWidth, 1000);
+    station->pokeRegister(plain::kLocked, 1);
+    ASSERT_EQ(Gbe_enableChecks(camera, 1), 0);
+    ASSERT_EQ(Gbe_setEnumerationValue(camera, "PixelFormat", "Mono12Packed"), 0);
+    EXPECT_EQ(Gbe_startAcquisition(camera), -40003);
+    EXPECT_EQ(softboard::portState(0, 2).lineLength, 1500U);
+    EXPECT_EQ(station->peekRegister(plain::kCommand), 0U);
+    station->pokeRegister(plain::kLocked, 0);
+    EXPECT_EQ(Gbe_invalidateCache(camera), 0);
+    EXPECT_EQ(Gbe_startAcquisition(camera), 0);
+    EXPECT_EQ(station->peekRegister(plain::kCommand), 1U);
+    EXPECT_EQ(Gbe_isCommandDone(camera, "AcquisitionStart"), 0) << "plain memory never clears it";
+}
+
+TEST(PlainCamera, KeepsTheWishForChecksOverConnections) {
+    Session session;
+    const auto station = session.rig.hang(0, 0, plainCamera());
+    ASSERT_EQ(Gbe_scanNetwork(session.board(), 0, 0), 0);
+    CameraHandle* camera = nullptr;
+    ASSERT_EQ(Gbe_getFirstCamera(session.board(), 0, &camera), 0);
+    EXPECT_EQ(Gbe_enableChecks(camera, 1), 0) << "needs no connection";
+    EXPECT_EQ(Gbe_connectCamera(camera), 0);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "ReadOnly", 1), -40005);
+}
+
+TEST(PlainCamera, ForgetsItsValuesWhenAskedTo) {
+    Session session;
+    const auto station = session.rig.hang(0, 0, plainCamera());
+    CameraHandle* camera = session.connectFirst();
+    long long value = -1;
+    const auto read = [&] {
+        EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), 0);
+        return value;
+    };
+    EXPECT_EQ(read(), 0);
+    station->pokeRegister(plain::kNumber, 3);
+    EXPECT_EQ(read(), 0) << "from the cache";
+    EXPECT_EQ(Gbe_invalidateCache(camera), 0);
+    EXPECT_EQ(read(), 3);
+}
+
+} // namespace
