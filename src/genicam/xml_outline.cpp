@@ -2,6 +2,7 @@
 
 #include <rapidxml.hpp>
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -15,7 +16,7 @@ using Tables = rapidxml::internal::lookup_tables<0>;
 // to the end: it goes no deeper from there.
 class Walk {
 public:
-    explicit Walk(const char* text) : m_start(text), m_text(text) {}
+    explicit Walk(const char* text) : m_start(text), m_text(text), m_end(text + std::strlen(text)) {}
 
     XmlOutline run(std::size_t limit) {
         while (m_depth <= limit && nextMarkup()) {
@@ -49,21 +50,22 @@ private:
         return true;
     }
 
-    bool take(const char* expected) {
-        const std::size_t length = std::strlen(expected);
-        if (std::strncmp(m_text, expected, length) != 0) {
+    std::string_view rest() const { return {m_text, static_cast<std::size_t>(m_end - m_text)}; }
+
+    bool take(std::string_view expected) {
+        if (!rest().starts_with(expected)) {
             return false;
         }
-        m_text += length;
+        m_text += expected.size();
         return true;
     }
 
-    bool skipPast(const char* end) {
-        const char* const found = std::strstr(m_text, end);
-        if (found == nullptr) {
+    bool skipPast(std::string_view end) {
+        const std::size_t found = rest().find(end);
+        if (found == std::string_view::npos) {
             return false;
         }
-        m_text = found + std::strlen(end);
+        m_text += found + end.size();
         return true;
     }
 
@@ -79,7 +81,7 @@ private:
             m_plain = m_plain && (*m_text == '<' || m_atEnd);
         }
         if (m_depth > 0) { // between top-level nodes text is an error
-            m_text += std::strcspn(m_text, "<");
+            m_text += std::min(rest().find('<'), rest().size());
         }
         if (!take('<')) {
             return false;
@@ -169,11 +171,10 @@ private:
         if (quote != '\'' && quote != '"') {
             return false;
         }
-        const char* const end = std::strchr(m_text + 1, quote);
-        if (end == nullptr) {
+        ++m_text;
+        if (!skipPast({&quote, 1})) {
             return false;
         }
-        m_text = end + 1;
         skip(whitespace);
         return true;
     }
@@ -211,6 +212,7 @@ private:
 
     const char* const m_start;
     const char* m_text;
+    const char* const m_end;
     std::size_t m_depth = 0;
     std::size_t m_transparent = 0; // how many of the open elements are the root and Groups in it
     std::size_t m_pieceBegin = 0;
