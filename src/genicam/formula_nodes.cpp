@@ -5,6 +5,7 @@
 #include "util/exceptions.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace tavo {
 namespace {
@@ -41,23 +42,38 @@ private:
 
 ImplGenICamMathVariables::~ImplGenICamMathVariables() = default;
 
+// Only appends: a description may bind any number of names, and order() is enough before the first look.
 void ImplGenICamMathVariables::setVariable(const std::string& name, GenICamNode* node) {
-    Variable variable{upperCase(name), {}, Kind::Other};
-    std::erase_if(m_variables, [&](const Variable& known) { return known.name == variable.name; });
+    Variable variable{upperCase(name), {}, Kind::Unbound};
     if (node != nullptr) {
         variable.node.set(node);
         variable.kind = node->asInteger() != nullptr ? Kind::Integer
                         : node->asFloat() != nullptr ? Kind::Float
                                                      : Kind::Other;
-        m_variables.push_back(std::move(variable));
     }
+    m_variables.push_back(std::move(variable));
+    m_ordered = false;
     variablesChanged();
 }
 
+// By ascending name, of each name the latest. Slots that were given out before are void by then.
+void ImplGenICamMathVariables::order() {
+    if (m_ordered) {
+        return;
+    }
+    std::ranges::stable_sort(m_variables, {}, &Variable::name);
+    const auto superseded = std::unique(
+        m_variables.rbegin(), m_variables.rend(),
+        [](const Variable& later, const Variable& earlier) { return later.name == earlier.name; });
+    m_variables.erase(m_variables.begin(), superseded.base());
+    m_ordered = true;
+}
+
 int ImplGenICamMathVariables::resolveVariable(std::string_view name) {
-    const auto found = std::find_if(
-        m_variables.begin(), m_variables.end(), [name](const Variable& known) { return known.name == name; });
-    return found != m_variables.end() ? static_cast<int>(found - m_variables.begin()) : NoVariable;
+    order();
+    const auto found = std::ranges::lower_bound(m_variables, name, std::less<>{}, &Variable::name);
+    const bool isBound = found != m_variables.end() && found->name == name && found->kind != Kind::Unbound;
+    return isBound ? static_cast<int>(found - m_variables.begin()) : NoVariable;
 }
 
 MathValue ImplGenICamMathVariables::getVariable(int slot) {
@@ -68,6 +84,7 @@ MathValue ImplGenICamMathVariables::getVariable(int slot) {
     case Kind::Float:
         return MathValue::fromFloat(variable.node.readFloat());
     case Kind::Other:
+    case Kind::Unbound:
         break;
     }
     throw kNoVariable;

@@ -25,15 +25,17 @@ public:
     MathValue getVariable(int slot) override;
 
 private:
-    enum class Kind : unsigned char { Other, Integer, Float };
+    enum class Kind : unsigned char { Unbound, Other, Integer, Float };
     struct Variable {
         std::string name; // upper case
         NumberReference node;
         Kind kind;
     };
     const Variable& find(const std::string& name, Kind kind);
+    void order();
 
-    std::vector<Variable> m_variables; // a slot is an index
+    std::vector<Variable> m_variables; // a slot is an index once they are ordered
+    bool m_ordered = true;
 };
 
 class LIOMOL_API ImplGenICamSwissKnife : public ImplGenICamFloatInterface,

@@ -453,6 +453,22 @@ TEST(Stages, LaterNodesOfANameWin) {
     EXPECT_EQ(entries[1]->getValue(), 2);
 }
 
+TEST(Stages, BindTheLatestVariableOfAName) {
+    const Camera camera(inRoot(
+        "<SwissKnife Name='S'><pVariable Name='b'>One</pVariable><pVariable "
+        "Name='A'>One</pVariable><pVariable "
+        "Name='B'>Two</pVariable><pVariable Name='C'>Two</pVariable><pVariable "
+        "Name='c'>Missing</pVariable><Formula>"
+        "10 * A + B</Formula></SwissKnife><SwissKnife Name='T'><pVariable Name='C'>Two</pVariable><pVariable "
+        "Name='c'>Missing</pVariable><pVariable Name='D'>Yes</pVariable><Formula>C</Formula></SwissKnife>"
+        "<SwissKnife Name='U'><pVariable Name='D'>Yes</pVariable><Formula>D</Formula></SwissKnife>"
+        "<Integer Name='One'><Value>1</Value></Integer><Integer Name='Two'><Value>2</Value></Integer>"
+        "<Boolean Name='Yes'/>"));
+    EXPECT_EQ(camera.value("S"), "12");
+    EXPECT_EQ(camera.value("T"), "-40009");
+    EXPECT_EQ(camera.value("U"), "-40009"); // neither an integer nor a float
+}
+
 TEST(Stages, BearReferencesInCircles) {
     const Camera camera(inRoot(
         "<Integer Name='A'><pValue>B</pValue><pMin>A</pMin></Integer><Integer Name='B'><pValue>A</pValue>"
