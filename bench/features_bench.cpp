@@ -98,12 +98,15 @@ void readCached(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
-// Forgetting is measured on its own below, so that it can be taken off.
+// Only the read counts; what forgetting takes is measured below.
 void readUncached(benchmark::State& state) {
+    using Clock = std::chrono::steady_clock;
     long long value = 0;
     for (auto _ : state) {
         require(Gbe_invalidateCache(g_camera), "forgetting");
+        const auto start = Clock::now();
         require(Gbe_getIntegerValue(g_camera, "Width", &value), "Width");
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
     }
     state.SetItemsProcessed(state.iterations());
 }
@@ -157,7 +160,7 @@ CameraHandle* connectCamera(BoardHandle* board) {
 
 BENCHMARK(readCached)->ThreadRange(1, 4)->UseRealTime();
 BENCHMARK(readAllIntegers)->Unit(benchmark::kMicrosecond)->UseRealTime();
-BENCHMARK(readUncached)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(readUncached)->Unit(benchmark::kMicrosecond)->UseManualTime();
 BENCHMARK(writeInteger)->Unit(benchmark::kMicrosecond)->UseRealTime();
 BENCHMARK(forgetCached)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
