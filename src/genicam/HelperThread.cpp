@@ -1,7 +1,5 @@
 #include "genicam/HelperThread.h"
 
-#include "util/qt_locks.h"
-
 namespace tavo {
 
 // ---- HelperThread ----------------------------------------------------------------------------------------
@@ -19,16 +17,18 @@ bool HelperThread::sleepUnlessCancelled(std::chrono::milliseconds time) {
     return !m_cancelled.wait_for(lock, time, [this] { return m_cancel.load(); });
 }
 
-void HelperThread::join() {
-    if (!isCurrent()) {
-        wait();
-        util::happensAfter(this);
-    }
+void HelperThread::start() {
+    m_thread = std::thread([this] {
+        m_id.store(std::this_thread::get_id());
+        m_body();
+        m_id.store(std::thread::id());
+    });
 }
 
-void HelperThread::run() {
-    m_body();
-    util::happensBefore(this);
+void HelperThread::join() {
+    if (!isCurrent() && m_thread.joinable()) {
+        m_thread.join();
+    }
 }
 
 // ---- SwitchableThread ------------------------------------------------------------------------------------

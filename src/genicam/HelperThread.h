@@ -1,20 +1,30 @@
 // The threads of a device: each ends when it is asked to.
 #pragma once
 
-#include <QtCore/QThread>
-
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <thread>
 
 namespace tavo {
 
-// Runs `body` once for each start. All calls may come from any thread.
-class HelperThread : public QThread {
+// Runs `body` once for each start. start() and join() belong to one caller at a time, the rest may be called
+// from any thread. The destructor waits like join().
+class HelperThread {
 public:
     explicit HelperThread(std::function<void()> body) : m_body(std::move(body)) {}
+    ~HelperThread() { join(); }
+    HelperThread(const HelperThread&) = delete;
+    HelperThread& operator=(const HelperThread&) = delete;
+
+    // After the construction, or join().
+    void start();
+    // Waits without limit for a run to end. In the thread itself it does nothing.
+    void join();
+    // Whether the caller is the thread.
+    bool isCurrent() const { return std::this_thread::get_id() == m_id.load(); }
 
     void requestCancel();
     bool isCancelRequested() const { return m_cancel.load(); }
@@ -22,14 +32,10 @@ public:
     // For the body: returns early, and false, when the thread is asked to end.
     bool sleepUnlessCancelled(std::chrono::milliseconds time);
 
-    bool isCurrent() const { return QThread::currentThread() == this; }
-    // Waits without limit, and what the body did is seen after it. In the thread itself it does nothing.
-    void join();
-
 private:
-    void run() override;
-
     const std::function<void()> m_body;
+    std::thread m_thread;
+    std::atomic<std::thread::id> m_id{}; // of the run that is under way
     std::atomic<bool> m_cancel{false};
     std::mutex m_lock;
     std::condition_variable m_cancelled;

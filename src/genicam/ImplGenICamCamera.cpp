@@ -67,7 +67,7 @@ ImplGenICamNode& ImplGenICamCamera::adoptNode(std::unique_ptr<ImplGenICamNode> n
 
 // While the tree is built it belongs to the retrieving thread alone.
 bool ImplGenICamCamera::isTreeVisible() const {
-    return getState() != Retrieving || QThread::currentThread() == m_retrieving.get();
+    return getState() != Retrieving || m_retrieving->isCurrent();
 }
 
 GenICamNode* ImplGenICamCamera::getNodeByName(std::string_view name) const {
@@ -217,9 +217,9 @@ void ImplGenICamCamera::notifyNodeHasBeenInvalidated(ImplGenICamNode* node, bool
 }
 
 int ImplGenICamCamera::waitForConnection() const {
-    constexpr unsigned long pollingMs = 20;
+    constexpr std::chrono::milliseconds polling(20);
     while (getState() == Retrieving) {
-        QThread::msleep(pollingMs);
+        std::this_thread::sleep_for(polling);
     }
     return getState() == Connected ? 1 : 0;
 }
