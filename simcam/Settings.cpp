@@ -200,7 +200,8 @@ std::optional<CameraSettings> parseSettings(const ethernet::Settings& settings, 
         }
         std::string reason;
         if (!row->read(value, parsed, reason)) {
-            error = "camera: " + key + " '" + value.substr(0, 64) + "' " + reason;
+            error = "camera: " + key;
+            error += " '" + value.substr(0, 64) + "' " + reason;
             return std::nullopt;
         }
     }

@@ -19,7 +19,7 @@ struct Fault {
         Silent,    // the command never arrives
         LoseAck,   // the command is carried out and not answered
         Delay,     // the answer is sent `value` milliseconds late
-        Pending,   // as Delay, with a PENDING_ACK at once that announces it
+        Pending,   // as Delay, with a PENDING_ACK at once that announces it, wanted or not
         WrongId,   // the answer carries the command's id plus `value`
         Duplicate, // the answer is sent 1 + `value` times
         Truncate,  // only the first `value` bytes of the answer's GVCP message are sent, in a sound datagram

@@ -73,6 +73,16 @@ TEST(SimcamCamera, AnswersInTheOrderOfTheCommands) {
     EXPECT_EQ(camera->log().count(gvcp::Command::ReadRegCmd), 100u);
 }
 
+TEST(SimcamCamera, AnswersLateWithoutBeingAskedAgain) {
+    Listener listener;
+    const auto camera = makeCamera({{"latency", "30"}});
+    camera->plug(listener.sink());
+    const auto asked = simcam::Clock::now();
+    send(*camera, 0x80, 1, be32(0xA110));
+    EXPECT_EQ(listener.wait(1).size(), 1u);
+    EXPECT_GE(simcam::Clock::now() - asked, milliseconds(30));
+}
+
 TEST(SimcamCamera, DropsControlByItself) {
     Listener listener;
     const auto camera = makeCamera();

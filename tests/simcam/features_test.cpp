@@ -269,6 +269,8 @@ TEST_F(SimcamFeatures, CountersAndTimersRun) {
     EXPECT_EQ(read(Reg::CounterStatus), 2u);
     EXPECT_EQ(read(Reg::TimerValue), 500000u);
     EXPECT_EQ(read(Reg::TimerStatus), 2u);
+    EXPECT_EQ(write(Reg::CounterEventSource, 1, 1), 0);
+    EXPECT_EQ(read(Reg::CounterValue, 1), 2000000u) << "a new source goes on from there";
     EXPECT_EQ(write(Reg::CounterReset, 1, 1), 0);
     EXPECT_EQ(read(Reg::CounterValueAtReset, 1), 2000000u);
     EXPECT_EQ(read(Reg::CounterValue, 1), 0u);
@@ -277,6 +279,16 @@ TEST_F(SimcamFeatures, CountersAndTimersRun) {
     EXPECT_EQ(write(Reg::CounterEventSource, 0, 1), 0);
     bench.pass(seconds(1));
     EXPECT_EQ(read(Reg::CounterValue, 1), 0u);
+}
+
+TEST_F(SimcamFeatures, LoadingAUserSetHasTheConsequencesOfWriting) {
+    EXPECT_EQ(write(Reg::CounterEventSource, 2), 0);
+    bench.pass(seconds(1));
+    EXPECT_EQ(write(Reg::CounterReset, 1), 0);
+    bench.pass(milliseconds(5));
+    EXPECT_EQ(write(Reg::UserSetLoad, 1), 0); // the default set counts nothing
+    bench.pass(seconds(1));
+    EXPECT_EQ(read(Reg::CounterValue), 5000u);
 }
 
 TEST_F(SimcamFeatures, UserSetsKeepSettingsAndNothingElse) {
@@ -322,6 +334,9 @@ TEST_F(SimcamFeatures, ClocksAndTemperaturesMove) {
     bench.pass(milliseconds(8));
     EXPECT_EQ(write(Reg::TimestampLatch, 1), 0);
     EXPECT_EQ(bench.readMemory(at(Reg::TimestampLatched), 8), be32(0) + be32(1000000));
+    EXPECT_EQ(write(Reg::TimestampReset, 1), 0);
+    EXPECT_EQ(write(Reg::TimestampLatch, 1), 0);
+    EXPECT_EQ(bench.readMemory(at(Reg::TimestampLatched), 8), Bytes(8));
     EXPECT_EQ(read(Reg::TimestampLatched), 0u) << "half of a register reads, too";
 }
 

@@ -301,6 +301,32 @@ TEST(SimcamGvcp, WhatLooksLikeARetransmissionAndIsNone) {
     }
 }
 
+TEST(SimcamGvcp, WhatItRemembersIsBounded) {
+    Bench bench;
+    const Bytes command = Bench::message(0x80, 1, be32(kWidth));
+    for (std::uint16_t i = 0; i < 5000; ++i) {
+        Bench::Host another = bench.host;
+        another.port = static_cast<std::uint16_t>(1000 + i);
+        bench.camera->receive(bench.frame(another, command), bench.now);
+    }
+    EXPECT_EQ(bench.camera->log().total(), 5000u);
+    EXPECT_EQ(bench.camera->log().events().size(), 4096u);
+    const auto sent = bench.due();
+    ASSERT_EQ(sent.size(), 1024u) << "what waits to be sent has an end, too";
+    EXPECT_EQ(sent[0][37], 1000 & 0xFF) << "the first is answered first";
+    EXPECT_EQ(sent[1][37], 1001 & 0xFF);
+    const struct {
+        std::uint16_t port;
+        bool repeated;
+    } rows[] = {{5999, true}, {5984, true}, {5983, false}};
+    for (const auto& row : rows) {
+        Bench::Host again = bench.host;
+        again.port = row.port;
+        bench.exchange(bench.frame(again, command));
+        EXPECT_EQ(bench.camera->log().events().back().repeated, row.repeated) << row.port;
+    }
+}
+
 // --- discovery and FORCEIP ---
 
 TEST(SimcamGvcp, DiscoveryIsAnsweredWhereTheHostCanHear) {
