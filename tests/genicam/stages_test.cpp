@@ -146,8 +146,7 @@ TEST_F(AllKinds, ReadAsWorkedOutByHand) {
         {"Scaled", "320"},
         {"Shifted", "998"},
         {"Root", "Root"},
-        {"Full", "Full"},
-    };
+        {"Full", "Full"}};
     for (const Row& row : rows) {
         EXPECT_EQ(camera.value(row.node), row.value) << row.node;
     }
@@ -183,8 +182,7 @@ TEST_F(AllKinds, HaveTheirCommonProperties) {
         {"Half", "20|Custom|||||0|0|1|0|"},
         {"Scaled", "8|Custom|||||0|0|3|0|"},
         {"Summed_Inner", "21|Custom|||||0|0|1|0|"},
-        {"Device", "17|Custom|||||0|0|0|0|"},
-    };
+        {"Device", "17|Custom|||||0|0|0|0|"}};
     for (const Row& row : rows) {
         EXPECT_EQ(describe(camera.node(row.node)), row.properties) << row.node;
     }
@@ -201,20 +199,18 @@ TEST_F(AllKinds, HaveTheirLimits) {
         std::int64_t min, max, inc;
         int representation;
     };
-    const IntegerRow integers[] = {
-        {"Limited", 10, 100, 5, 1},
-        {"Unlimited", lowest, highest, 1, 0},
-        {"Referring", 2, -2, 1, 0},
-        {"Width", 0, 0xFFFFFFFF, 1, 5},
-        {"Small", -32768, 32767, 1, 0},
-        {"HighNibble", 0, 15, 1, 0},
-        {"Bit31", 0, 1, 1, 0},
-        {"Swapped", -128, 127, 1, 0},
-        {"Low", 0, 255, 1, 0},
-        {"Bit8", 0, 1, 1, 0},
-        {"DoubleWidth", lowest, highest, 1, 5},
-        {"Shifted", lowest, highest, 1, 0},
-    };
+    const IntegerRow integers[] = {{"Limited", 10, 100, 5, 1},
+                                   {"Unlimited", lowest, highest, 1, 0},
+                                   {"Referring", 2, -2, 1, 0},
+                                   {"Width", 0, 0xFFFFFFFF, 1, 5},
+                                   {"Small", -32768, 32767, 1, 0},
+                                   {"HighNibble", 0, 15, 1, 0},
+                                   {"Bit31", 0, 1, 1, 0},
+                                   {"Swapped", -128, 127, 1, 0},
+                                   {"Low", 0, 255, 1, 0},
+                                   {"Bit8", 0, 1, 1, 0},
+                                   {"DoubleWidth", lowest, highest, 1, 5},
+                                   {"Shifted", lowest, highest, 1, 0}};
     for (const IntegerRow& row : integers) {
         auto& node = camera.as<GenICamIntegerInterface>(row.node);
         EXPECT_EQ(node.getMin(), row.min) << row.node;
@@ -234,8 +230,7 @@ TEST_F(AllKinds, HaveTheirLimits) {
         {"FloatReferring", -2.5, 640, 0, ""},
         {"Single", 1.1754944e-38, 3.4028235e38, 2, "ms"},
         {"Half", 2.2250738585072014e-308, 1.7976931348623157e308, 1, "s"},
-        {"Scaled", 2.2250738585072014e-308, 1.7976931348623157e308, 2, "um"},
-    };
+        {"Scaled", 2.2250738585072014e-308, 1.7976931348623157e308, 2, "um"}};
     for (const FloatRow& row : floats) {
         auto& node = camera.as<GenICamFloatInterface>(row.node);
         EXPECT_EQ(node.getMin(), row.min) << row.node;
@@ -339,8 +334,7 @@ TEST_F(AllKinds, WriteAsWorkedOutByHand) {
         {"negative through a Converter",
          [&] { camera.as<ImplGenICamConverter>("Scaled").setValue(-1); },
          0x200,
-         {0xFF, 0xFF, 0xFF, 0xFE}},
-    };
+         {0xFF, 0xFF, 0xFF, 0xFE}}};
     for (const Row& row : rows) {
         row.write();
         EXPECT_EQ(camera.port.bytes(row.address, static_cast<long long>(row.bytes.size())), row.bytes)
@@ -385,8 +379,7 @@ TEST(Dependencies, FollowFromReferences) {
         {"Converter", "<FormulaTo>1</FormulaTo><FormulaFrom>1</FormulaFrom><pValue>V</pValue>"},
         {"Converter",
          "<FormulaTo>1</FormulaTo><FormulaFrom>1</FormulaFrom><pVariable Name='X'>V</pVariable>"},
-        {"IntConverter", "<FormulaTo>1</FormulaTo><FormulaFrom>1</FormulaFrom><pValue>V</pValue>"},
-    };
+        {"IntConverter", "<FormulaTo>1</FormulaTo><FormulaFrom>1</FormulaFrom><pValue>V</pValue>"}};
     for (const Row& row : rows) {
         const std::string kind = row.kind;
         const Camera camera(inRoot(
@@ -413,8 +406,7 @@ TEST(Dependencies, OfRegistersMakeThemStale) {
         {"<pInvalidator>R</pInvalidator>"},
         {"<pInvalidator>D</pInvalidator>", false}, // D is no register
         {"<pSelected>D</pSelected>", false},
-        {"<pPort>Device</pPort>", false},
-    };
+        {"<pPort>Device</pPort>", false}};
     for (const Row& row : rows) {
         for (const bool inStruct : {false, true}) {
             const std::string common = std::string(row.inner) +

@@ -3,7 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <limits>
+#include <map>
 #include <random>
 
 using tavo::GenICamTreeBuilder;
@@ -16,112 +18,66 @@ constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
 constexpr double largest = std::numeric_limits<double>::max();
 
+constexpr std::int64_t noNumber = 77;
+
 TEST(ParseNumber, ReadsAsAStreamWithoutAFixedBase) {
-    struct Row {
-        std::string_view text;
-        std::int64_t value;
-    };
-    const Row rows[] = {
-        {"", 77},
-        {"0", 0},
-        {"12", 12},
-        {"-5", -5},
-        {"+5", 5},
-        {"0x1f", 31},
-        {"0X1F", 31},
-        {"-0x10", -16},
-        {"017", 15},
-        {"010", 8},
-        {"08", 0},
-        {"  42", 42},
-        {"\n\t42 \n", 42},
-        {"42abc", 42},
-        {"4 2", 4},
-        {"1.9", 1},
-        {"0x1fzz", 31},
-        {"abc", 77},
-        {"-", 77},
-        {"- 5", 77},
-        {"--5", 77},
-        {" ", 77},
-        {"0x", 77},
-        {"0xg", 77},
-        {"9223372036854775807", highest},
-        {"9223372036854775808", highest},
-        {"99999999999999999999999", highest},
-        {"-9223372036854775808", lowest},
-        {"-9223372036854775809", lowest},
-        {"0x7FFFFFFFFFFFFFFF", highest},
-        {"0x8000000000000000", lowest},
-        {"0xFFFFFFFFFFFFFFFF", -1},
-        {"0x10000000000000000", highest},
-        {"-0x10000000000000000", lowest},
-        {"01777777777777777777777", highest},
-        {"00000000000000000000000000000000017", 15},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(GenICamTreeBuilder::parseNumber(row.text, 77), row.value) << "'" << row.text << "'";
+    const std::pair<std::int64_t, std::vector<std::string_view>> rows[] = {
+        {noNumber, {"", " ", "abc", "-", "- 5", "--5", "0x", "0xg"}},
+        {0, {"0", "08"}},
+        {42, {"42", "+42", "  42", "\n\t42 \n", "42abc", "42 7", "42.9"}},
+        {-5, {"-5", "-0x5", "-05"}},
+        {31, {"0x1f", "0X1F", "0x1fzz"}},
+        {15, {"017", "00000000000000000000000000000000017"}},
+        {8, {"010"}},
+        {-1, {"0xFFFFFFFFFFFFFFFF"}},
+        {highest, {"9223372036854775807", "9223372036854775808", "99999999999999999999999"}},
+        {highest, {"0x7FFFFFFFFFFFFFFF", "0x10000000000000000", "01777777777777777777777"}},
+        {lowest,
+         {"-9223372036854775808", "-9223372036854775809", "0x8000000000000000", "-0x10000000000000000"}}};
+    for (const auto& [value, texts] : rows) {
+        for (const std::string_view text : texts) {
+            EXPECT_EQ(GenICamTreeBuilder::parseNumber(text, noNumber), value) << "'" << text << "'";
+        }
     }
 }
 
 TEST(ParseFloat, ReadsOneDecimalNumber) {
-    struct Row {
-        std::string_view text;
-        double value;
-    };
-    const Row rows[] = {
-        {"", 7.5},
-        {"1", 1},
-        {"-1.25", -1.25},
-        {"+.5", 0.5},
-        {"2.", 2},
-        {"1e3", 1000},
-        {" \n3.5x", 3.5},
-        {"1,5", 1},
-        {"0x1F", 0},
-        {"abc", 7.5},
-        {".", 7.5},
-        {"inf", 7.5},
-        {"nan", 7.5},
-        {"-", 7.5},
-        {"1e999", largest},
-        {"-1e999", -largest},
-        {"1e-999", 0},
-        {"12e", 7.5},
-        {"2.2250738585072014e-308", 2.2250738585072014e-308},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(GenICamTreeBuilder::parseFloat(row.text, 7.5), row.value) << "'" << row.text << "'";
+    const std::pair<double, std::vector<std::string_view>> rows[] = {
+        {noNumber, {"", "abc", ".", "-", "inf", "nan", "12e"}},
+        {0, {"0x1F", "1e-999"}},
+        {0.5, {".5", "+.5", "0.5.5"}},
+        {-1.25, {"-1.25", " \n-1.25x"}},
+        {1, {"1", "1.", "1,5"}},
+        {1000, {"1e3", "1E+3"}},
+        {largest, {"1e999"}},
+        {-largest, {"-1e999"}},
+        {2.2250738585072014e-308, {"2.2250738585072014e-308"}}};
+    for (const auto& [value, texts] : rows) {
+        for (const std::string_view text : texts) {
+            EXPECT_EQ(GenICamTreeBuilder::parseFloat(text, noNumber), value) << "'" << text << "'";
+        }
     }
 }
 
 TEST(ParseKeyword, IsExact) {
     struct Row {
         const char* parser;
-        int (*parse)(std::string_view);
+        std::function<int(std::string_view)> parse;
         std::vector<std::string_view> keywords; // for 1, 2, 3...
     };
     using B = GenICamTreeBuilder;
+    const auto number = [](auto parser) { return [parser](std::string_view t) { return int(parser(t)); }; };
     const Row rows[] = {
-        {"YesNo", [](std::string_view t) { return int(B::parseYesNo(t)); }, {"Yes", "No"}},
-        {"Sign", [](std::string_view t) { return int(B::parseSign(t)); }, {"Signed", "Unsigned"}},
-        {"Endianess",
-         [](std::string_view t) { return int(B::parseEndianess(t)); },
-         {"LittleEndian", "BigEndian"}},
-        {"CacheMode",
-         [](std::string_view t) { return int(B::parseCacheMode(t)); },
-         {"WriteThrough", "WriteAround", "NoCache"}},
-        {"AccessMode", [](std::string_view t) { return int(B::parseAccessMode(t)); }, {"RO", "WO", "RW"}},
-        {"Visibility",
-         [](std::string_view t) { return int(B::parseVisibility(t)); },
-         {"Beginner", "Expert", "Guru", "Invisible"}},
+        {"YesNo", number(B::parseYesNo), {"Yes", "No"}},
+        {"Sign", number(B::parseSign), {"Signed", "Unsigned"}},
+        {"Endianess", number(B::parseEndianess), {"LittleEndian", "BigEndian"}},
+        {"CacheMode", number(B::parseCacheMode), {"WriteThrough", "WriteAround", "NoCache"}},
+        {"AccessMode", number(B::parseAccessMode), {"RO", "WO", "RW"}},
+        {"Visibility", number(B::parseVisibility), {"Beginner", "Expert", "Guru", "Invisible"}},
         {"Representation",
-         [](std::string_view t) { return int(B::parseRepresentation(t)); },
+         number(B::parseRepresentation),
          {"Linear", "Logarithmic", "Boolean", "PureNumber", "HexNumber"}},
-        {"Slope",
-         [](std::string_view t) { return int(B::parseSlope(t)); },
-         {"Increasing", "Decreasing", "Varying", "Automatic"}},
-    };
+        {"Slope", number(B::parseSlope), {"Increasing", "Decreasing", "Varying", "Automatic"}}};
     for (const Row& row : rows) {
         for (std::size_t i = 0; i < row.keywords.size(); ++i) {
             const std::string keyword(row.keywords[i]);
