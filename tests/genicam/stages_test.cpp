@@ -507,7 +507,7 @@ TEST(Stages, BearDamagedDescriptions) {
     readEverything(Camera(xml));
     testing::internal::CaptureStdout();
     for (std::size_t i = 0; i < xml.size(); ++i) {
-        for (const char* const replacement : {"", "p", "<", "9", "-", "&"}) {
+        for (const char* const replacement : {"", "<", "9"}) {
             std::string damaged = xml;
             damaged.replace(i, 1, replacement);
             try {
