@@ -23,7 +23,7 @@ using NodeType = GenICamTypes::GenICamNodeType;
 constexpr int parseFlags = 0;
 
 // The most that a description may hold, as for one in a camera's memory.
-constexpr std::streamoff maxFileSize = 64 * 1024 * 1024;
+constexpr std::streamoff maxFileSize = std::streamoff{64} * 1024 * 1024;
 
 using Document = rapidxml::xml_document<char>; // too large for a thread's stack
 
