@@ -12,10 +12,16 @@ class Failure : public std::runtime_error {
 public:
     // "<what>: <text of the code> (<code>)"
     Failure(const std::string& what, int code)
-        : std::runtime_error(
-              what + ": " + Gbe_getErrorDescription(code) + " (" + std::to_string(code) + ")") {}
+        : std::runtime_error(what + ": " + Gbe_getErrorDescription(code) + " (" + std::to_string(code) + ")"),
+          m_reason(Gbe_getErrorDescription(code)) {}
     // For what no call of the library has said.
-    explicit Failure(const std::string& text) : std::runtime_error(text) {}
+    explicit Failure(const std::string& text) : std::runtime_error(text), m_reason(text) {}
+
+    // Without what failed: the text of the code.
+    const std::string& reason() const { return m_reason; }
+
+private:
+    std::string m_reason;
 };
 
 inline void check(const std::string& what, int code) {

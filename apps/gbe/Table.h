@@ -15,6 +15,7 @@ public:
     }
 
     void add(std::vector<std::string> row) { m_rows.push_back(std::move(row)); }
+    bool empty() const { return m_rows.empty(); }
     // To standard output; `indent` blanks before each row.
     void print(unsigned indent = 0) const;
 

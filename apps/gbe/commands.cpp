@@ -68,7 +68,7 @@ std::string valueOrReason(CameraHandle* camera, const std::string& name, int kin
     try {
         return readText(camera, name);
     } catch (const Failure& failure) {
-        return std::string("(") + failure.what() + ")";
+        return "(" + failure.reason() + ")";
     }
 }
 
@@ -172,8 +172,10 @@ void listFeatures(const Selection& selection, bool all) {
                 table.add({feature, kindName(kind), valueOrReason(camera, feature, kind)});
             }
         }
-        std::printf("%s\n", category.name.c_str());
-        table.print(2);
+        if (!table.empty()) {
+            std::printf("%s\n", category.name.c_str());
+            table.print(2);
+        }
     }
 }
 
