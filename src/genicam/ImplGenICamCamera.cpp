@@ -75,24 +75,17 @@ GenICamNode* ImplGenICamCamera::getNodeByName(std::string_view name) const {
 }
 
 std::vector<GenICamNode*> ImplGenICamCamera::getNodes() const {
-    std::vector<GenICamNode*> nodes;
-    if (isTreeVisible()) {
-        nodes.reserve(m_nodes.byName().size());
-        for (const auto& [name, node] : m_nodes.byName()) {
-            nodes.push_back(node);
-        }
+    if (!isTreeVisible()) {
+        return {};
     }
-    return nodes;
+    const std::vector<ImplGenICamNode*> nodes = m_nodes.byName();
+    return {nodes.begin(), nodes.end()};
 }
 
 std::vector<ImplGenICamNode*> ImplGenICamCamera::getCommandNodes() const {
-    std::vector<ImplGenICamNode*> commands;
-    for (const auto& [name, node] : m_nodes.byName()) {
-        if (node->getNodeType() == GenICamTypes::Command) {
-            commands.push_back(node);
-        }
-    }
-    return commands;
+    std::vector<ImplGenICamNode*> nodes = m_nodes.byName();
+    std::erase_if(nodes, [](const auto* node) { return node->getNodeType() != GenICamTypes::Command; });
+    return nodes;
 }
 
 // Also drops what nodes hold that are marked already, which the walk passes by, and what write-only nodes

@@ -13,6 +13,7 @@
 #include <QtCore/QReadWriteLock>
 
 #include <atomic>
+#include <map>
 #include <memory>
 #include <mutex>
 

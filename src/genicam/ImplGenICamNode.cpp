@@ -7,6 +7,23 @@
 
 namespace tavo {
 
+// ---- Properties ------------------------------------------------------------------------------------------
+
+const ImplGenICamNode::Texts& ImplGenICamNode::texts() const {
+    static const Texts defaults;
+    return m_texts ? *m_texts : defaults;
+}
+
+void ImplGenICamNode::setText(std::string Texts::*text, std::string value) {
+    if (value == texts().*text) {
+        return;
+    }
+    if (!m_texts) {
+        m_texts = std::make_unique<Texts>();
+    }
+    (*m_texts).*text = std::move(value);
+}
+
 // ---- Access ----------------------------------------------------------------------------------------------
 
 ImplGenICamNode::AccessRule ImplGenICamNode::valueAccessRule(const NumberReference& pValue) const {

@@ -7,6 +7,7 @@
 #include "genicam/node_kinds.h"
 
 #include <atomic>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -40,11 +41,11 @@ public:
     // Properties
     GenICamTypes::GenICamNodeType getNodeType() const override { return m_nodeType; }
     const std::string& getName() const override { return m_name; }
-    const std::string& getNamespace() const override { return m_namespace; }
-    const std::string& getToolTip() const override { return m_toolTip; }
-    const std::string& getDescription() const override { return m_description; }
-    const std::string& getDisplayName() const override { return m_displayName; }
-    const std::string& getEventID() const override { return m_eventId; }
+    const std::string& getNamespace() const override { return texts().nameSpace; }
+    const std::string& getToolTip() const override { return texts().toolTip; }
+    const std::string& getDescription() const override { return texts().description; }
+    const std::string& getDisplayName() const override { return texts().displayName; }
+    const std::string& getEventID() const override { return texts().eventId; }
     std::string getValueAsString() override { return m_name; }
     GenICamTypes::GenICamVisibilityType getVisibility() const override { return m_visibility; }
     // GicIllegalNodeException when pValue leads in a circle.
@@ -61,11 +62,11 @@ public:
     void setNodeType(GenICamTypes::GenICamNodeType type) { m_nodeType = type; }
     // Before the node is registered by name.
     void setName(std::string name) { m_name = std::move(name); }
-    void setNamespace(std::string name) { m_namespace = std::move(name); }
-    void setToolTip(std::string text) { m_toolTip = std::move(text); }
-    void setDescription(std::string text) { m_description = std::move(text); }
-    void setDisplayName(std::string text) { m_displayName = std::move(text); }
-    void setEventID(std::string text) { m_eventId = std::move(text); }
+    void setNamespace(std::string name) { setText(&Texts::nameSpace, std::move(name)); }
+    void setToolTip(std::string text) { setText(&Texts::toolTip, std::move(text)); }
+    void setDescription(std::string text) { setText(&Texts::description, std::move(text)); }
+    void setDisplayName(std::string text) { setText(&Texts::displayName, std::move(text)); }
+    void setEventID(std::string text) { setText(&Texts::eventId, std::move(text)); }
     void setVisibility(GenICamTypes::GenICamVisibilityType visibility) { m_visibility = visibility; }
     void setImposedAccessMode(AccessMode mode) { m_imposedAccessMode = mode; }
     void setStreamable(GenICamTypes::GenICamYesNoType streamable) { m_streamable = streamable; }
@@ -149,6 +150,16 @@ private:
     friend class InvalidationWalk;
     enum class PendingNotice : unsigned char { None, Plain, Forced };
 
+    // What the description says for people; most nodes say nothing of it.
+    struct Texts {
+        std::string nameSpace = "Custom";
+        std::string toolTip;
+        std::string description;
+        std::string displayName;
+        std::string eventId;
+    };
+    const Texts& texts() const;
+    void setText(std::string Texts::*text, std::string value);
     static bool readState(const NumberReference& decider, std::atomic<bool>& cache);
     Volatility volatility() const {
         const Volatility own = ownVolatility();
@@ -166,11 +177,7 @@ private:
     std::vector<ImplGenICamNode*> m_dependencies;        // ascending addresses
     std::vector<ImplGenICamNode*> m_reverseDependencies; // ascending addresses
     std::string m_name;
-    std::string m_namespace;
-    std::string m_toolTip;
-    std::string m_description;
-    std::string m_displayName;
-    std::string m_eventId;
+    std::unique_ptr<Texts> m_texts; // null while all are the default
     GenICamTypes::GenICamNodeType m_nodeType = GenICamTypes::Undefined;
     GenICamTypes::GenICamVisibilityType m_visibility = GenICamTypes::GenICamVisibilityType::NotGiven;
     AccessMode m_imposedAccessMode = AccessMode::NotGiven;

@@ -3,7 +3,6 @@
 
 #include "genicam/ImplGenICamNode.h"
 
-#include <map>
 #include <memory>
 #include <string_view>
 #include <unordered_map>
@@ -14,23 +13,20 @@ namespace tavo {
 // Filled by one thread while the tree is built; after that any thread may look up.
 class NodeRegistry {
 public:
-    using ByName = std::map<std::string, ImplGenICamNode*, std::less<>>;
-
     ImplGenICamNode& own(std::unique_ptr<ImplGenICamNode> node);
     // Enters an owned node under its name, in place of an earlier one; that one stays owned.
     void enter(ImplGenICamNode& node);
     // Null when no node has that name.
     ImplGenICamNode* find(std::string_view name) const;
     // In ascending order of their names.
-    const ByName& byName() const { return m_byName; }
+    std::vector<ImplGenICamNode*> byName() const;
     // Named or not, in the order of creation.
     const std::vector<std::unique_ptr<ImplGenICamNode>>& all() const { return m_nodes; }
     void clear();
 
 private:
     std::vector<std::unique_ptr<ImplGenICamNode>> m_nodes;
-    ByName m_byName;
-    std::unordered_map<std::string_view, ImplGenICamNode*> m_index; // views of the keys of m_byName
+    std::unordered_map<std::string_view, ImplGenICamNode*> m_byName; // views of the nodes' names
 };
 
 } // namespace tavo
