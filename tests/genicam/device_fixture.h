@@ -1,6 +1,9 @@
-// A device whose nodes a test makes by hand, with memory behind them.
+// A device with memory behind it: its nodes come from a description or are made by hand, and scripts of named
+// steps read, write and count what reaches the port.
 #pragma once
 
+#include "genicam/GenICamParser.h"
+#include "genicam/GenICamTreeBuilder.h"
 #include "genicam/ImplGenICamCamera.h"
 #include "genicam/ImplGenICamRegister.h"
 #include "genicam/ImplGenICamValues.h"
@@ -9,9 +12,11 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <limits>
 #include <memory>
-#include <ostream>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace test_support {
 
@@ -21,9 +26,70 @@ using Cache = Types::GenICamCacheModeType;
 using Endian = Types::GenICamEndianessType;
 using Sign = Types::GenICamSignType;
 
+constexpr auto kLowest = std::numeric_limits<std::int64_t>::min();
+constexpr auto kHighest = std::numeric_limits<std::int64_t>::max();
+
+inline std::string inRoot(const std::string& inner) {
+    return "<RegisterDescription><Port Name='Device'/>" + inner + "</RegisterDescription>";
+}
+
+// A readable and writable register of the camera, little-endian unless `more` says otherwise.
+inline std::string
+reg(const std::string& name, std::int64_t address, std::int64_t length, std::string more = "",
+    const std::string& kind = "IntReg") {
+    if (more.find("Endianess") == std::string::npos) {
+        more += "<Endianess>LittleEndian</Endianess>";
+    }
+    return "<" + kind + " Name='" + name + "'><Address>" + std::to_string(address) + "</Address><Length>" +
+           std::to_string(length) + "</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>" + more +
+           "</" + kind + ">";
+}
+
+// What tells a register how to cache; the polling time is in milliseconds.
+inline std::string caching(const std::string& mode, std::int64_t pollingTime = 3600 * 1000) {
+    return "<Cachable>" + mode + "</Cachable><PollingTime>" + std::to_string(pollingTime) + "</PollingTime>";
+}
+
+// The status code that `action` ends in; 0 when it does not throw.
+inline int codeOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const tavo::GenICamException& failure) {
+        return failure.getErrno();
+    } catch (const tavo::CoreException& failure) {
+        return failure.getErrno();
+    }
+    return 0;
+}
+
+// Steps of a script are separated by "; ". Each may say after " -> " what it gives, which is 0 otherwise:
+//   Name         reads the node: its value as text, or the code of the failure
+//   Name=value   writes the node, or executes it when it is a command: the code
+//   #step        does the step, and gives the port's reads and writes meanwhile, as "1r 0w"
+//   @8+2         the hexadecimal bytes of the camera's memory there; @8=0A FF puts them there
+//   !stale       makes all that is cached stale; !fail and !heal break and mend the port
 struct Device {
-    tavo::ImplGenICamCamera camera;
-    MemoryPort port;
+    Device() { camera.setPort(&port, "Device"); }
+    // The description's stages run on the calling thread.
+    explicit Device(std::string xml) : Device() {
+        const auto root = tavo::GenICamParser().parseMemory(xml.data());
+        if (root == nullptr) {
+            throw std::runtime_error("no tree");
+        }
+        using Builder = tavo::GenICamTreeBuilder;
+        for (const auto stage : {Builder::CreateNodes, Builder::ResolveReferences, Builder::ReleaseTree}) {
+            root->propagateInitStage(stage, &camera);
+        }
+        EXPECT_TRUE(root->getAllObjects().empty());
+    }
+
+    tavo::ImplGenICamNode& node(const std::string& name) const {
+        if (auto* const found = camera.findNode(name)) {
+            return *found;
+        }
+        throw std::runtime_error("no node " + name);
+    }
+    template<class Kind> Kind& as(const std::string& name) const { return dynamic_cast<Kind&>(node(name)); }
 
     template<class Node> Node& add(const std::string& name = {}) {
         auto owned = std::make_unique<Node>();
@@ -48,33 +114,99 @@ struct Device {
         return node;
     }
 
-    // Port reads and writes that `action` makes.
-    struct Traffic {
-        int reads;
-        int writes;
-        bool operator==(const Traffic&) const = default;
-    };
-    Traffic during(const std::function<void()>& action) {
-        const Traffic before{port.reads, port.writes};
-        action();
-        return {port.reads - before.reads, port.writes - before.writes};
+    std::string get(const std::string& name) {
+        std::string value;
+        const int code = codeOf([&] { value = node(name).getValueAsString(); });
+        return code == 0 ? value : std::to_string(code);
+    }
+
+    int set(const std::string& name, const std::string& value) {
+        return codeOf([&] {
+            auto& target = node(name);
+            if (auto* const integer = target.asInteger()) {
+                integer->setValue(std::stoll(value, nullptr, 0));
+            } else if (auto* const real = target.asFloat()) {
+                real->setValue(std::stod(value));
+            } else if (auto* const boolean = target.asBoolean()) {
+                boolean->setValue(value == "true");
+            } else if (auto* const enumeration = target.asEnumeration()) {
+                enumeration->setStringValue(value);
+            } else if (auto* const command = target.asCommand()) {
+                command->execute();
+            } else {
+                dynamic_cast<tavo::GenICamStringInterface&>(target).setValue(value);
+            }
+        });
+    }
+
+    std::string run(const std::string& step) {
+        const std::size_t sign = step.find('=');
+        if (step[0] == '#') {
+            const int reads = port.reads;
+            const int writes = port.writes;
+            run(step.substr(1));
+            return std::to_string(port.reads - reads) + "r " + std::to_string(port.writes - writes) + "w";
+        }
+        if (step[0] == '@') {
+            return memory(std::stoll(step.substr(1)), step.substr(step.find_first_of("+=")));
+        }
+        if (step[0] == '!') {
+            port.failing = step == "!fail";
+            if (step == "!stale") {
+                camera.invalidateAllNodes();
+            }
+            return "0";
+        }
+        return sign == std::string::npos ? get(step)
+                                         : std::to_string(set(step.substr(0, sign), step.substr(sign + 1)));
+    }
+
+    void expect(const std::string& script) {
+        for (std::size_t begin = 0, end = 0; end != std::string::npos; begin = end + 2) {
+            end = script.find("; ", begin);
+            const std::string step = script.substr(begin, end == std::string::npos ? end : end - begin);
+            const std::size_t arrow = step.find(" -> ");
+            const std::string gives = arrow == std::string::npos ? "0" : step.substr(arrow + 4);
+            EXPECT_EQ(run(step.substr(0, arrow)), gives) << "in step " << step;
+        }
+    }
+
+    tavo::ImplGenICamCamera camera;
+    MemoryPort port;
+
+private:
+    std::string memory(long long address, const std::string& what) {
+        if (what[0] == '=') {
+            for (std::size_t i = 1; i < what.size(); i += 3) {
+                port.memory[static_cast<std::size_t>(address++)] =
+                    static_cast<unsigned char>(std::stoul(what.substr(i, 2), nullptr, 16));
+            }
+            return "0";
+        }
+        std::string text;
+        for (const unsigned char byte : port.bytes(address, std::stoll(what))) {
+            constexpr char digits[] = "0123456789ABCDEF";
+            text += {digits[byte >> 4], digits[byte & 0xF], ' '};
+        }
+        return text.substr(0, text.size() - 1);
     }
 };
 
-inline std::ostream& operator<<(std::ostream& stream, const Device::Traffic& traffic) {
-    return stream << traffic.reads << " reads, " << traffic.writes << " writes";
-}
+// A fresh device for a description, and what is to be done to it.
+struct Script {
+    std::string name;
+    std::string nodes;
+    std::string steps;
+    bool checking = false;
+};
 
-// The status code that `action` ends in; 0 when it does not throw.
-inline int codeOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const tavo::GenICamException& failure) {
-        return failure.getErrno();
-    } catch (const tavo::CoreException& failure) {
-        return failure.getErrno();
+inline void runScripts(const std::vector<Script>& scripts) {
+    for (const Script& script : scripts) {
+        SCOPED_TRACE(script.name);
+        Device device(inRoot(script.nodes));
+        device.camera.enableChecking(script.checking);
+        device.expect(script.steps);
     }
-    return 0;
 }
 
 } // namespace test_support

@@ -3,22 +3,16 @@
 
 #include <gmock/gmock.h>
 
-#include <limits>
 #include <random>
 
 namespace test_support {
 namespace {
 
 using tavo::ImplGenICamFloatReg;
-using tavo::ImplGenICamInteger;
 using tavo::ImplGenICamIntReg;
 using tavo::ImplGenICamMaskedIntReg;
 using tavo::ImplGenICamRegister;
-using tavo::ImplGenICamStringReg;
 using testing::ElementsAre;
-
-constexpr auto kLowest = std::numeric_limits<std::int64_t>::min();
-constexpr auto kHighest = std::numeric_limits<std::int64_t>::max();
 
 // ---- A model of its own: bit by bit, without masks or shifts of whole values
 // -----------------------------------
@@ -151,73 +145,41 @@ TEST(RegisterNumbers, LimitsFollowLengthAndSign) {
     }
 }
 
-TEST(RegisterNumbers, ASignThatIsNotGivenLimitsButDoesNotExtend) {
-    Device device;
-    device.port.put(0, {0xFE, 0xFF});
-    auto& node = device.addRegister<ImplGenICamIntReg>(0, 2);
-    EXPECT_EQ(node.getValue(), 65534);
-    EXPECT_EQ(node.getMin(), -32768);
-}
-
-TEST(RegisterNumbers, LongRegistersGiveTheirLowest64Bits) {
-    for (const Endian endianess : {Endian::LittleEndian, Endian::BigEndian}) {
-        const bool big = endianess == Endian::BigEndian;
-        Device device;
-        device.port.put(0, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
-        auto& node = device.addRegister<ImplGenICamIntReg>(0, 10);
-        node.setEndianess(endianess);
-        EXPECT_EQ(node.getValue(), big ? 0x030405060708090A : 0x0807060504030201);
-        node.setValue(0x1122);
-        EXPECT_EQ(
-            device.port.bytes(0, 10), big ? (std::vector<unsigned char>{0, 0, 0, 0, 0, 0, 0, 0, 0x11, 0x22})
-                                          : (std::vector<unsigned char>{0x22, 0x11, 0, 0, 0, 0, 0, 0, 0, 0}));
-    }
-}
-
 TEST(RegisterNumbers, FieldsThatCannotBeEndInAnError) {
     const struct {
         const char* name;
         std::int64_t length, lsb, msb;
-        Endian endianess;
+        const char* endianess;
         int code;
     } rows[] = {
-        {"not given", 4, -1, -1, Endian::LittleEndian, -40007},
-        {"not given, big-endian", 4, -1, -1, Endian::BigEndian, -40007},
-        {"half given", 4, 0, -1, Endian::LittleEndian, -40007},
-        {"beyond 64 bits", 8, 60, 64, Endian::LittleEndian, -40007},
-        {"below the register", 2, 16, 16, Endian::BigEndian, -40007},
-        {"absurd", 8, kLowest, kHighest, Endian::BigEndian, -40007},
-        {"absurd the other way", 8, kHighest, 0, Endian::BigEndian, -40007},
-        {"in a register too long", 20, 0, 0, Endian::BigEndian, -40007},
-        {"highest bit", 8, 63, 63, Endian::LittleEndian, 0},
-        {"single bit, big-endian", 4, 0, 0, Endian::BigEndian, 0},
+        {"not given", 4, -1, -1, "LittleEndian", -40007},
+        {"not given, big-endian", 4, -1, -1, "BigEndian", -40007},
+        {"half given", 4, 0, -1, "LittleEndian", -40007},
+        {"beyond 64 bits", 8, 60, 64, "LittleEndian", -40007},
+        {"below the register", 2, 16, 16, "BigEndian", -40007},
+        {"absurd", 8, kLowest, kHighest, "BigEndian", -40007},
+        {"absurd the other way", 8, kHighest, 0, "BigEndian", -40007},
+        {"in a register too long", 20, 0, 0, "BigEndian", -40007},
+        {"highest bit", 8, 63, 63, "LittleEndian", 0},
+        {"single bit, big-endian", 4, 0, 0, "BigEndian", 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        Device device;
-        auto& field = device.addRegister<ImplGenICamMaskedIntReg>(0, row.length);
-        field.setLSB(row.lsb);
-        field.setMSB(row.msb);
-        field.setEndianess(row.endianess);
-        field.setSign(Sign::Unsigned);
-        EXPECT_EQ(codeOf([&] { field.setValue(1); }), row.code);
-        EXPECT_EQ(codeOf([&] { EXPECT_EQ(field.getValue(), 1); }), row.code);
+        Device device(inRoot(
+            reg("F", 0, row.length,
+                "<LSB>" + std::to_string(row.lsb) + "</LSB><MSB>" + std::to_string(row.msb) +
+                    "</MSB><Sign>Unsigned</Sign><Endianess>" + row.endianess + "</Endianess>",
+                "MaskedIntReg")));
+        const std::string code = std::to_string(row.code);
+        device.expect("F=1 -> " + code + "; F -> " + (row.code == 0 ? "1" : code));
+        auto& field = device.as<ImplGenICamMaskedIntReg>("F");
         EXPECT_EQ(codeOf([&] { field.getValueMask(); }), row.code);
         codeOf([&] { field.getMin(); });
-        codeOf([&] { field.getLSB(); });
+        if (field.getLSB() == 31) { // bit 0 of the last row, counted from the other end
+            EXPECT_EQ(field.getMSB(), 31);
+            EXPECT_EQ(field.getValueMask(), 0x80000000U);
+        }
     }
-}
-
-TEST(RegisterNumbers, BigEndianBitsCountFromTheTop) {
-    Device device;
-    auto& field = device.addRegister<ImplGenICamMaskedIntReg>(0, 4);
-    field.setEndianess(Endian::BigEndian);
-    field.setBit(0);
-    EXPECT_EQ(field.getLSB(), 31);
-    EXPECT_EQ(field.getMSB(), 31);
-    EXPECT_EQ(field.getValueMask(), 0x80000000U);
-    field.setValue(1);
-    EXPECT_THAT(device.port.bytes(0, 4), ElementsAre(0x80, 0, 0, 0));
 }
 
 TEST(RegisterNumbers, FloatsOfBothPrecisionsAndNoOther) {
@@ -234,126 +196,68 @@ TEST(RegisterNumbers, FloatsOfBothPrecisionsAndNoOther) {
         {0, 1, 0, 0, 0, -40008},
     };
     for (const auto& row : rows) {
-        for (const Endian endianess : {Endian::LittleEndian, Endian::BigEndian}) {
-            SCOPED_TRACE(testing::Message() << row.length << " " << row.written);
-            Device device;
-            auto& node = device.addRegister<ImplGenICamFloatReg>(0, row.length);
-            node.setEndianess(endianess);
-            EXPECT_EQ(codeOf([&] { node.setValue(row.written); }), row.code);
-            EXPECT_EQ(codeOf([&] { EXPECT_EQ(node.getValue(), row.read); }), row.code);
-            EXPECT_EQ(codeOf([&] { EXPECT_EQ(node.getMin(), row.min); }), row.code);
-            EXPECT_EQ(codeOf([&] { EXPECT_EQ(node.getMax(), row.max); }), row.code);
-        }
-    }
-    Device device;
-    auto& node = device.addRegister<ImplGenICamFloatReg>(0, 4);
-    node.setEndianess(Endian::BigEndian);
-    node.setValue(1.0);
-    EXPECT_THAT(device.port.bytes(0, 4), ElementsAre(0x3F, 0x80, 0, 0));
-}
-
-TEST(RegisterTexts, FillTheWholeRegister) {
-    Device device;
-    auto& node = device.addRegister<ImplGenICamStringReg>(0, 4);
-    device.port.put(0, {'x', 'x', 'x', 'x', 'n'});
-    node.setValue("ab");
-    EXPECT_EQ(node.getValue(), std::string("ab\0\0", 4));
-    EXPECT_EQ(node.getMaxLength(), 4);
-    node.setValue("abcdef");
-    EXPECT_EQ(node.getValueAsString(), "abcd");
-    EXPECT_EQ(device.port.memory[4], 'n');
-}
-
-TEST(RawRegisters, ShowBytesInAddressOrderWhicheverAccessCameFirst) {
-    for (const bool numberFirst : {false, true}) {
+        SCOPED_TRACE(testing::Message() << row.length << " " << row.written);
         Device device;
-        device.port.put(0, {0x0A, 0xFF});
-        auto& node = device.addRegister<ImplGenICamIntReg>(0, 2);
-        node.setEndianess(Endian::BigEndian);
+        auto& node = device.addRegister<ImplGenICamFloatReg>(0, row.length);
+        EXPECT_EQ(codeOf([&] { node.setValue(row.written); }), row.code);
+        EXPECT_EQ(codeOf([&] { EXPECT_EQ(node.getValue(), row.read); }), row.code);
+        EXPECT_EQ(codeOf([&] { EXPECT_EQ(node.getMin(), row.min); }), row.code);
+        EXPECT_EQ(codeOf([&] { EXPECT_EQ(node.getMax(), row.max); }), row.code);
+    }
+}
+
+TEST(Registers, DoAsTheirScripts) {
+    const std::string big = "<Endianess>BigEndian</Endianess>";
+    runScripts({
+        {"a sign that is not given does not extend", reg("N", 0, 2), "@0=FE FF; N -> 65534"},
+        // A register longer than a value gives its lowest 64 bits and is filled with zeros.
+        {"long, little-endian", reg("N", 0, 10),
+         "@0=01 02 03 04 05 06 07 08 09 0A; N -> 578437695752307201; N=0x1122; "
+         "@0+10 -> 22 11 00 00 00 00 00 00 00 00"},
+        {"long, big-endian", reg("N", 0, 10, big),
+         "@0=01 02 03 04 05 06 07 08 09 0A; N -> 217304205466536202; N=0x1122; "
+         "@0+10 -> 00 00 00 00 00 00 00 00 11 22"},
+        {"floats of both orders", reg("B", 0, 4, big, "FloatReg") + reg("L", 8, 4, "", "FloatReg"),
+         "B=1; @0+4 -> 3F 80 00 00; L=1; @8+4 -> 00 00 80 3F; B -> 1; L -> 1"},
+        {"texts fill the whole register", reg("S", 0, 4, "", "StringReg"),
+         "@0=78 78 78 78 6E; S=ab; @0+5 -> 61 62 00 00 6E; S=abcdef; S -> abcd; @4+1 -> 6E"},
+        {"raw texts within their limits",
+         reg("Two", 0, 2, "", "Register") + reg("None", 0, 0, "", "Register") +
+             reg("Long", 0, 513, "", "Register") + reg("Negative", 0, -1, "", "Register") +
+             reg("Lowest", 0, kLowest, "", "Register"),
+         "@0=0A FF; Two -> 0a ff; #Two -> 0r 0w; #None -> 0r 0w; None -> ; #Long -> 0r 0w; "
+         "Long -> <buffer too large (more than 512 bytes)>; Negative -> -40008; Lowest -> -40008"},
+        {"lengths from other nodes are added and bounded",
+         "<Integer Name='L'/>" + reg("S", 0, 2, "<pLength>L</pLength>", "StringReg"),
+         "@0=61 62 63 64 65; L=3; S -> abcde; L=-2; S -> ; S=x; L=-3; S -> -40008; S=x -> -40008; L=" +
+             std::to_string(tavo::kMaxRegisterLength) + "; S -> -40008; S=x -> -40008; L=" +
+             std::to_string(kHighest) + "; S -> -40008; L=" + std::to_string(kLowest) + "; S -> -40008"},
+    });
+}
+
+TEST(Registers, ShowBytesInAddressOrderWhicheverAccessCameFirst) {
+    for (const bool numberFirst : {false, true}) {
+        Device device(inRoot(reg("N", 0, 2, "<Endianess>BigEndian</Endianess>")));
+        auto& node = device.as<ImplGenICamIntReg>("N");
         unsigned char bytes[4] = {0, 0, 0x33, 0x33};
-        if (numberFirst) {
-            EXPECT_EQ(node.getValue(), 0x0AFF);
-        }
+        device.expect(numberFirst ? "@0=0A FF; N -> 2815" : "@0=0A FF");
         node.get(bytes, 4);
         EXPECT_THAT(bytes, ElementsAre(0x0A, 0xFF, 0x33, 0x33));
         EXPECT_EQ(node.getValue(), 0x0AFF);
-        EXPECT_EQ(node.getValueAsString(), "2815");
+        device.port.failing = true;
         unsigned char one[1] = {0x12};
+        EXPECT_EQ(codeOf([&] { node.set(one, 1); }), -40011);
+        device.expect("!heal; N -> 2815");
         node.set(one, 1);
         EXPECT_EQ(node.getValue(), 0x12FF);
     }
 }
 
-TEST(RawRegisters, AsTextWithinTheirLimits) {
-    Device device;
-    device.port.put(0, {0x0A, 0xFF});
-    const struct {
-        std::int64_t length;
-        const char* text;
-        int reads, code;
-    } rows[] = {
-        {2, "0a ff", 1, 0},
-        {0, "", 0, 0},
-        {513, "<buffer too large (more than 512 bytes)>", 0, 0},
-        {-1, "", 0, -40008},
-        {kLowest, "", 0, -40008},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.length);
-        auto& node = device.addRegister<ImplGenICamRegister>(0, row.length);
-        int code = 0;
-        const auto traffic =
-            device.during([&] { code = codeOf([&] { EXPECT_EQ(node.getValueAsString(), row.text); }); });
-        EXPECT_EQ(traffic.reads, row.reads);
-        EXPECT_EQ(code, row.code);
-    }
-}
-
-TEST(RawRegisters, LengthsFromOtherNodesAreAddedAndBounded) {
-    Device device;
-    auto& length = device.add<ImplGenICamInteger>();
-    auto& node = device.addRegister<ImplGenICamRegister>(0, 2);
-    node.setPLength(&length);
-    unsigned char byte = 0;
-    const struct {
-        std::int64_t added;
-        int code;
-    } rows[] = {
-        {3, 0},
-        {-2, 0},
-        {-3, -40008},
-        {tavo::kMaxRegisterLength, -40008},
-        {kHighest, -40008},
-        {kLowest, -40008},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.added);
-        length.setStoredValue(row.added);
-        node.invalidateRegistersAndTriggerSignals();
-        EXPECT_EQ(codeOf([&] { node.get(&byte, 1); }), row.code);
-        EXPECT_EQ(codeOf([&] { node.set(&byte, 1); }), row.code);
-    }
-    length.setStoredValue(3);
-    EXPECT_EQ(node.getLength(), 5);
-}
-
-TEST(RawRegisters, AddressesWrapInsteadOfOverflowing) {
-    Device device;
-    auto& term = device.add<ImplGenICamInteger>();
-    term.setStoredValue(kHighest);
-    auto& node = device.addRegister<ImplGenICamRegister>(kHighest, 4);
-    node.addToAddress(1);
-    node.addAddressElement(&term, kHighest);
-    EXPECT_EQ(node.getAddress(), kLowest + 1);
-    EXPECT_FALSE(node.addAddressElement(nullptr, 1));
-}
-
-TEST(RawRegisters, WithoutAPortNothingIsReached) {
-    Device device;
-    auto& node = device.addRegister<ImplGenICamIntReg>(0, 4);
-    node.setPort(nullptr);
-    EXPECT_EQ(codeOf([&] { node.getValue(); }), -40010);
-    EXPECT_EQ(codeOf([&] { node.setValue(1); }), -40010);
+TEST(Registers, AddressesWrapInsteadOfOverflowing) {
+    Device device(inRoot(
+        "<Integer Name='T'><Value>9223372036854775807</Value></Integer>" +
+        reg("N", kHighest, 4, "<Address>1</Address><pIndex Offset='9223372036854775807'>T</pIndex>")));
+    EXPECT_EQ(device.as<ImplGenICamRegister>("N").getAddress(), kLowest + 1);
 }
 
 } // namespace

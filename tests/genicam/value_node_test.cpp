@@ -1,27 +1,10 @@
-// Integers, floats, Booleans, commands, enumerations and categories on top of registers and constants.
+// Integers, floats, Booleans, commands, enumerations and formulas on top of registers and constants.
 #include "genicam/device_fixture.h"
-
-#include <gmock/gmock.h>
-
-#include <limits>
+#include "genicam/formula_nodes.h"
 
 namespace test_support {
 namespace {
 
-using tavo::ImplGenICamBoolean;
-using tavo::ImplGenICamCategory;
-using tavo::ImplGenICamCommand;
-using tavo::ImplGenICamEnumEntry;
-using tavo::ImplGenICamEnumeration;
-using tavo::ImplGenICamFloat;
-using tavo::ImplGenICamFloatReg;
-using tavo::ImplGenICamInteger;
-using tavo::ImplGenICamIntReg;
-using tavo::ImplGenICamStringReg;
-using testing::ElementsAre;
-
-constexpr auto kLowest = std::numeric_limits<std::int64_t>::min();
-constexpr auto kHighest = std::numeric_limits<std::int64_t>::max();
 constexpr int kIllegalValue = -40006;
 
 TEST(Integer, AcceptsWhatItsLimitsAndIncrementAllow) {
@@ -41,194 +24,162 @@ TEST(Integer, AcceptsWhatItsLimitsAndIncrementAllow) {
         {"no trap", kLowest, kHighest, -1, kLowest, 0},
         {"whole range", kLowest, kHighest, 1, kHighest, 0},
     };
-    for (const bool constant : {true, false}) {
+    for (const char* const p : {"", "p"}) {
         for (const auto& row : rows) {
-            SCOPED_TRACE(row.name);
-            Device device;
-            auto& node = device.add<ImplGenICamInteger>();
-            auto& min = device.add<ImplGenICamInteger>();
-            auto& max = device.add<ImplGenICamInteger>();
-            auto& inc = device.add<ImplGenICamInteger>();
-            min.setStoredValue(row.min);
-            max.setStoredValue(row.max);
-            inc.setStoredValue(row.inc);
-            if (constant) {
-                node.setMin(row.min);
-                node.setMax(row.max);
-                node.setInc(row.inc);
-            } else {
-                node.setPMin(&min);
-                node.setPMax(&max);
-                node.setPInc(&inc);
+            SCOPED_TRACE(std::string(row.name) + p);
+            std::string nodes;
+            std::string limits;
+            for (const auto& [kind, value] :
+                 {std::pair{"Min", row.min}, std::pair{"Max", row.max}, std::pair{"Inc", row.inc}}) {
+                const std::string number = std::to_string(value);
+                nodes += std::string("<Integer Name='") + kind + "'><Value>" + number + "</Value></Integer>";
+                limits +=
+                    std::string("<") + p + kind + ">" + (*p == 0 ? number : kind) + "</" + p + kind + ">";
             }
-            node.setStoredValue(1);
-            EXPECT_EQ(codeOf([&] { node.setValue(row.value); }), row.code);
-            EXPECT_EQ(node.getValue(), row.code == 0 ? row.value : 1);
+            Device device(inRoot(nodes + "<Integer Name='I'><Value>1</Value>" + limits + "</Integer>"));
+            device.expect(
+                "I=" + std::to_string(row.value) + " -> " + std::to_string(row.code) + "; I -> " +
+                std::to_string(row.code == 0 ? row.value : 1));
         }
     }
 }
 
-TEST(Float, ChecksItsLimits) {
-    Device device;
-    auto& node = device.add<ImplGenICamFloat>();
-    EXPECT_EQ(codeOf([&] { node.setValue(0); }), kIllegalValue) << "the default minimum is above zero";
-    EXPECT_EQ(codeOf([&] { node.setValue(std::nan("")); }), kIllegalValue);
-    node.setMin(-1);
-    node.setMax(2.5);
-    EXPECT_EQ(codeOf([&] { node.setValue(2.5); }), 0);
-    EXPECT_EQ(codeOf([&] { node.setValue(2.6); }), kIllegalValue);
-    EXPECT_EQ(codeOf([&] { node.setValue(-1.1); }), kIllegalValue);
-    EXPECT_EQ(node.getValue(), 2.5);
+TEST(Values, DoAsTheirScripts) {
+    const std::string whole = reg("W", 0, 4, "<Sign>Signed</Sign>");
+    const std::string real = reg("R", 8, 8, "", "FloatReg");
+    runScripts({
+        {"float limits", "<Float Name='Default'/><Float Name='F'><Min>-1</Min><Max>2.5</Max></Float>",
+         "Default=0 -> -40006; Default=1; F=nan -> -40006; F=2.5; F=2.6 -> -40006; F=-1.1 -> -40006; "
+         "F -> 2.5"},
+        {"float over integer", whole + "<Float Name='F'><Min>-1e300</Min><pValue>W</pValue></Float>",
+         "F=-2.75; W -> -2; F -> -2; F=1e30 -> -40006"},
+        {"integer over float", real + "<Integer Name='I'><pValue>R</pValue></Integer>",
+         "I=41; R -> 41; R=-7.9; I -> -7; R=1e30; I -> 9223372036854775807; R=-1e30; "
+         "I -> -9223372036854775808; R=nan; I -> 0"},
+        {"a text is no reference",
+         reg("S", 0, 4, "", "StringReg") + "<Integer Name='I'><Value>9</Value><pValue>S</pValue></Integer>",
+         "I -> 9"},
+        {"Boolean",
+         reg("N", 0, 1) +
+             "<Boolean Name='B'><OnValue>5</OnValue><OffValue>3</OffValue><pValue>N</pValue></Boolean>"
+             "<Boolean Name='Alone'/>",
+         "B=true; @0+1 -> 05; B -> true; B=false; @0+1 -> 03; B -> false; N=4; B -> -40006; Alone=true; "
+         "Alone -> true"},
+        {"a command is done once the camera has cleared it",
+         reg("N", 0, 1, caching("NoCache", 0)) +
+             "<Integer Name='Six'><Value>6</Value></Integer><Command Name='C'><pValue>N</pValue>"
+             "<pCommandValue>Six</pCommandValue></Command>",
+         "C=; @0+1 -> 06; C -> active; @0=00; C -> inactive"},
+        {"a command is asked at most once in its polling time, but again after its execution",
+         reg("N", 0, 1, caching("NoCache", 0)) +
+             "<Command Name='C'><pValue>N</pValue><CommandValue>1</CommandValue>"
+             "<PollingTime>3600000</PollingTime></Command>",
+         "#C -> 1r 0w; #C -> 0r 0w; C=; #C -> 1r 0w; C -> active"},
+        {"enumeration", // a later entry takes over an earlier one's value
+         reg("N", 0, 1) +
+             "<Enumeration Name='E'><EnumEntry Name='Off'><Value>0</Value></EnumEntry>"
+             "<EnumEntry Name='On'><Value>2</Value></EnumEntry>"
+             "<EnumEntry Name='AlsoOn'><Value>2</Value></EnumEntry><pValue>N</pValue></Enumeration>",
+         "E=On; @0+1 -> 02; E -> AlsoOn; E=Off; E -> Off; E=off -> -40006; @0+1 -> 00; N=9; E -> -40006"},
+        {"as text",
+         "<Integer Name='Hex'><Value>-255</Value><Representation>HexNumber</Representation></Integer>"
+         "<Float Name='F'><Min>-1</Min></Float>",
+         "Hex -> -255; F=1234567; F -> 1.23457e+06; F=100000; F -> 100000; F=1e-5; F -> 1e-05; F=-0; "
+         "F -> -0"},
+    });
 }
 
-TEST(References, OfAnotherNumericKindAreConverted) {
-    Device device;
-    auto& whole = device.addRegister<ImplGenICamIntReg>(0, 4);
-    whole.setSign(Sign::Signed);
-    auto& real = device.addRegister<ImplGenICamFloatReg>(8, 8);
-    auto& floatOverInteger = device.add<ImplGenICamFloat>();
-    floatOverInteger.setMin(-1e300);
-    floatOverInteger.setPValue(&whole);
-    auto& integerOverFloat = device.add<ImplGenICamInteger>();
-    integerOverFloat.setPValue(&real);
-    floatOverInteger.setValue(-2.75);
-    EXPECT_EQ(whole.getValue(), -2);
-    EXPECT_EQ(floatOverInteger.getValue(), -2.0);
-    EXPECT_EQ(codeOf([&] { floatOverInteger.setValue(1e30); }), kIllegalValue);
-    integerOverFloat.setValue(41);
-    EXPECT_EQ(real.getValue(), 41.0);
-    const struct {
-        double stored;
-        std::int64_t read;
-    } rows[] = {{-7.9, -7}, {1e30, kHighest}, {-1e30, kLowest}, {std::nan(""), 0}};
-    for (const auto& row : rows) {
-        real.setValue(row.stored);
-        EXPECT_EQ(integerOverFloat.getValue(), row.read) << row.stored;
+TEST(Enumeration, TakesValuesOfItsEntriesOnly) {
+    Device device(
+        inRoot("<Enumeration Name='E'><EnumEntry Name='A'><Value>3</Value></EnumEntry></Enumeration>"));
+    auto& mode = device.as<tavo::ImplGenICamEnumeration>("E");
+    EXPECT_EQ(codeOf([&] { mode.getIntValue(); }), kIllegalValue);
+    EXPECT_EQ(codeOf([&] { mode.setIntValue(3); }), 0);
+    EXPECT_EQ(mode.getIntValue(), 3);
+    EXPECT_EQ(codeOf([&] { mode.setIntValue(1); }), kIllegalValue);
+    EXPECT_EQ(mode.getEntryByValue(1), nullptr);
+}
+
+// A SwissKnife with its formula and variables, which are pairs "NAME node".
+std::string
+knife(const std::string& name, const std::string& formula, const std::vector<std::string>& variables) {
+    std::string text = "<IntSwissKnife Name='" + name + "'><Formula>" + formula + "</Formula>";
+    for (const std::string& variable : variables) {
+        const std::size_t blank = variable.find(' ');
+        text += "<pVariable Name='" + variable.substr(0, blank) + "'>" + variable.substr(blank + 1) +
+                "</pVariable>";
     }
-    auto& text = device.addRegister<ImplGenICamStringReg>(0, 4);
-    auto& overText = device.add<ImplGenICamInteger>();
-    overText.setPValue(&text);
-    overText.setStoredValue(9);
-    EXPECT_EQ(overText.getValue(), 9) << "a node without a number is no reference";
+    return text + "</IntSwissKnife>";
 }
 
-TEST(Boolean, MapsTheTwoValuesThatItKnows) {
-    Device device;
-    auto& below = device.addRegister<ImplGenICamIntReg>(0, 1);
-    auto& node = device.add<ImplGenICamBoolean>();
-    node.setPValue(&below);
-    node.setOnValue(5);
-    node.setOffValue(3);
-    node.setValue(true);
-    EXPECT_EQ(device.port.memory[0], 5);
-    EXPECT_EQ(node.getValueAsString(), "true");
-    EXPECT_EQ(node.readInteger(), 1);
-    node.setValue(false);
-    EXPECT_EQ(device.port.memory[0], 3);
-    EXPECT_EQ(node.getValueAsString(), "false");
-    below.setValue(4);
-    EXPECT_EQ(codeOf([&] { node.getValue(); }), kIllegalValue);
-    auto& alone = device.add<ImplGenICamBoolean>();
-    alone.setValue(true);
-    EXPECT_TRUE(alone.getValue());
+std::string converter(
+    const std::string& name, const std::string& to, const std::string& from, const std::string& below,
+    const std::string& kind = "Converter") {
+    return "<" + kind + " Name='" + name + "'><FormulaTo>" + to + "</FormulaTo><FormulaFrom>" + from +
+           "</FormulaFrom><pValue>" + below + "</pValue><pVariable Name='Shift'>Shift</pVariable></" + kind +
+           ">";
 }
 
-TEST(Command, IsDoneOnceTheCameraHasClearedIt) {
-    Device device;
-    auto& below = device.addRegister<ImplGenICamIntReg>(0, 1, Cache::NoCache);
-    auto& value = device.add<ImplGenICamInteger>();
-    value.setStoredValue(6);
-    auto& node = device.add<ImplGenICamCommand>();
-    node.setPValue(&below);
-    node.setPCommandValue(&value);
-    node.execute();
-    EXPECT_EQ(device.port.memory[0], 6);
-    EXPECT_FALSE(node.isDone());
-    EXPECT_EQ(node.getValueAsString(), "active");
-    device.port.memory[0] = 0;
-    EXPECT_TRUE(node.isDone());
-    EXPECT_EQ(node.getValueAsString(), "inactive");
+TEST(Formulas, DoAsTheirScripts) {
+    const std::string whole = reg("W", 0, 4, "<Sign>Signed</Sign>");
+    const std::string real = reg("R", 8, 8, "", "FloatReg");
+    const std::string one = "<Integer Name='One'><Value>1</Value></Integer>";
+    const std::string two = "<Integer Name='Two'><Value>2</Value></Integer>";
+    runScripts({
+        // A variable may bear a function's name, in any letter case.
+        {"nothing is kept, nothing is written",
+         whole + real + knife("K", "MAX * B + 1", {"Max W", "b R"}) +
+             "<SwissKnife Name='F'><Formula>1</Formula></SwissKnife><Integer "
+             "Name='I'><pValue>K</pValue></Integer>",
+         "W=4; R=0.5; K -> 3; W=6; K -> 4; K=1 -> -40005; F=1 -> -40005; I=1 -> -40005"},
+        {"faults",
+         "<Boolean Name='Yes'/><Integer Name='Zero'/>" + reg("Far", 1 << 20, 4) + knife("Unknown", "U", {}) +
+             knife("Boolean", "B", {"B Yes"}) + knife("Division", "1/Z", {"Z Zero"}) +
+             knife("Failing", "F", {"F Far"}) + knife("Self", "S+1", {"S Self"}) + knife("Empty", "", {}) +
+             knife("Lazy", "Z ? F : 3", {"Z Zero", "F Far"}) + knife("NoNode", "X", {"X Missing"}),
+         "Unknown -> -40009; Boolean -> -40009; Division -> -40009; Failing -> -40011; Self -> -40007; "
+         "Empty -> -40009; Lazy -> 3; NoNode -> -40009"},
+        {"the latest variable of a name counts",
+         one + two + knife("S", "10 * A + B", {"b One", "A One", "B Two", "C Two", "c Missing"}) +
+             knife("T", "C", {"C Two", "c Missing"}),
+         "S -> 12; T -> -40009"},
+        {"converters", // an integer below takes the result without its fraction
+         whole + real + "<Float Name='Shift'><Value>0.25</Value></Float><Boolean Name='B'/>" +
+             converter("OverWhole", "FROM*2", "TO/2", "W") +
+             converter("OverReal", "FROM+SHIFT", "TO-SHIFT", "R") +
+             converter("Whole", "FROM-7", "TO+7", "W", "IntConverter") +
+             converter("OverBoolean", "FROM", "1", "B", "IntConverter") +
+             converter("Alone", "FROM", "TO", "Missing"),
+         "OverWhole=5; W -> 10; OverWhole -> 5; OverWhole=-1.75; W -> -3; OverReal=1; R -> 1.25; "
+         "OverReal -> 1; Whole=-3; W -> -10; Whole -> -3; OverBoolean=4; B -> true; Alone=1 -> -40007; "
+         "Alone -> -40009"},
+        {"the limits of the node below apply",
+         "<Integer Name='I'><Max>10</Max></Integer>" + converter("C", "FROM", "TO", "I", "IntConverter") +
+             converter("Self", "FROM", "TO", "Self", "IntConverter"),
+         "C=11 -> -40006; C=10; I -> 10; Self=1 -> -40007; Self -> -40007"},
+    });
 }
 
-TEST(Command, AsksAtMostOnceInItsPollingTime) {
-    Device device;
-    auto& below = device.addRegister<ImplGenICamIntReg>(0, 1, Cache::NoCache);
-    auto& node = device.add<ImplGenICamCommand>();
-    node.setPValue(&below);
-    node.setCommandValue(1);
-    node.setPollingTime(3600 * 1000);
-    EXPECT_EQ(device.during([&] { EXPECT_TRUE(node.isDone()); }), (Device::Traffic{1, 0}));
-    EXPECT_EQ(device.during([&] { EXPECT_TRUE(node.isDone()); }), (Device::Traffic{0, 0}));
-    node.execute();
-    EXPECT_EQ(device.during([&] { EXPECT_FALSE(node.isDone()); }), (Device::Traffic{1, 0}))
-        << "an answer from before the execution was given for it";
+TEST(Formulas, GiveTheirVariablesByKind) {
+    Device device(inRoot(
+        "<Integer Name='I'><Value>6</Value></Integer><Float Name='F'><Value>0.5</Value></Float>" +
+        knife("K", "A", {"A I", "B F"})));
+    auto& node = device.as<tavo::ImplGenICamIntSwissKnife>("K");
+    EXPECT_EQ(node.getIntegerVariable("a"), 6);
+    EXPECT_EQ(node.getFloatVariable("B"), 0.5);
+    EXPECT_THROW(node.getIntegerVariable("B"), int);
+    EXPECT_THROW(node.getFloatVariable("C"), int);
+    node.setImposedAccessMode(Access::RW);
+    EXPECT_EQ(node.getAccessMode(), Access::RO);
 }
 
-struct Enumerated : Device {
-    ImplGenICamEnumEntry& entry(std::int64_t value, const char* symbol) {
-        auto& node = add<ImplGenICamEnumEntry>(std::string("Mode_") + symbol);
-        node.setValue(value);
-        node.setSymbol(symbol);
-        mode.addEntry(&node);
-        return node;
+TEST(Formulas, ThatDoubleTheirWorkEndInTime) {
+    std::string nodes = knife("K0", "1", {});
+    for (int i = 1; i <= 40; ++i) {
+        nodes += knife("K" + std::to_string(i), "X+X", {"X K" + std::to_string(i - 1)});
     }
-    ImplGenICamEnumeration& mode = add<ImplGenICamEnumeration>("Mode");
-};
-
-TEST(Enumeration, KnowsItsEntriesByValueAndSymbol) {
-    Enumerated device;
-    auto& below = device.addRegister<ImplGenICamIntReg>(0, 1);
-    device.mode.setPValue(&below);
-    device.entry(0, "Off");
-    device.entry(2, "On");
-    auto& later = device.entry(2, "AlsoOn");
-    device.mode.setStringValue("On");
-    EXPECT_EQ(device.port.memory[0], 2);
-    EXPECT_EQ(device.mode.getStringValue(), "AlsoOn") << "a later entry takes over an earlier one's value";
-    EXPECT_EQ(device.mode.getEntryByValue(2), &later);
-    EXPECT_EQ(device.mode.getEntryByValue(7), nullptr);
-    EXPECT_EQ(device.mode.getEntries().size(), 3U);
-    device.mode.setIntValue(0);
-    EXPECT_EQ(device.mode.getValueAsString(), "Off");
-    EXPECT_EQ(codeOf([&] { device.mode.setStringValue("on"); }), kIllegalValue);
-    EXPECT_EQ(codeOf([&] { device.mode.setIntValue(1); }), kIllegalValue);
-    EXPECT_EQ(device.port.memory[0], 0);
-    below.setValue(9);
-    EXPECT_EQ(codeOf([&] { device.mode.getIntValue(); }), kIllegalValue);
-    EXPECT_EQ(codeOf([&] { device.mode.getStringValue(); }), kIllegalValue);
-}
-
-TEST(Values, AsText) {
-    Device device;
-    auto& whole = device.add<ImplGenICamInteger>("Whole");
-    auto& real = device.add<ImplGenICamFloat>("Real");
-    whole.setRepresentation(Types::GenICamRepresentationType::HexNumber);
-    whole.setStoredValue(-255);
-    EXPECT_EQ(whole.getValueAsString(), "-255");
-    const struct {
-        double value;
-        const char* text;
-    } rows[] = {
-        {0.5, "0.5"}, {1234567.0, "1.23457e+06"}, {100000.0, "100000"}, {1e-5, "1e-05"}, {-0.0, "-0"}};
-    for (const auto& row : rows) {
-        real.setStoredValue(row.value);
-        EXPECT_EQ(real.getValueAsString(), row.text);
-    }
-    EXPECT_EQ(device.add<ImplGenICamCategory>("Root").getValueAsString(), "Root");
-}
-
-TEST(Values, AreFoundByTheInterfacesTheyOffer) {
-    Device device;
-    tavo::GenICamNode& whole = device.add<ImplGenICamInteger>("Whole");
-    tavo::GenICamNode& reg = device.addRegister<ImplGenICamIntReg>(0, 4);
-    EXPECT_NE(whole.asInteger(), nullptr);
-    EXPECT_EQ(whole.asInteger(), dynamic_cast<tavo::GenICamIntegerInterface*>(&whole));
-    EXPECT_EQ(whole.asFloat(), nullptr);
-    EXPECT_NE(reg.asRegister(), nullptr);
-    EXPECT_NE(reg.asInteger(), nullptr);
-    EXPECT_NE(reg.asSelector(), nullptr);
-    EXPECT_EQ(reg.asString(), nullptr);
-    EXPECT_FALSE(reg.asSelector()->isSelector());
+    Device device(inRoot(nodes));
+    device.expect("K10 -> 1024; K40 -> -40007");
 }
 
 } // namespace
