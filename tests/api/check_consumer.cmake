@@ -10,7 +10,7 @@ endfunction()
 
 file(REMOVE_RECURSE "${WORK}")
 run(${CMAKE_COMMAND} --install "${BUILD}" --prefix "${WORK}/installed")
-run(${CMAKE_COMMAND} -S "${CONSUMER}" -B "${WORK}/build" "-DCMAKE_PREFIX_PATH=${WORK}/installed")
+run(${CMAKE_COMMAND} -G Ninja -S "${CONSUMER}" -B "${WORK}/build" "-DCMAKE_PREFIX_PATH=${WORK}/installed")
 run(${CMAKE_COMMAND} --build "${WORK}/build")
 run("${WORK}/build/consumer")
 
