@@ -2,6 +2,8 @@
 // the fields agree with it.
 #include "board/description_url.h"
 
+#include <QtCore/QByteArray>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -10,18 +12,19 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const board::DescriptionUrl url =
         board::parseDescriptionUrl(std::string_view(reinterpret_cast<const char*>(data), size));
-    const bool zipName = url.fileName.endsWith(QLatin1String(".zip"), Qt::CaseInsensitive);
+    const QByteArray name = QByteArray::fromStdString(url.fileName).toLower();
+    const bool zipName = name.endsWith(".zip");
     bool sound = url.isZip == zipName;
     switch (url.scheme) {
     case board::UrlScheme::Local:
-        sound = sound && !url.fileName.contains(QLatin1Char(';'));
+        sound = sound && !name.contains(';');
         break;
     case board::UrlScheme::Http:
     case board::UrlScheme::File:
         sound = sound && url.address == 0 && url.length == 0;
         break;
     case board::UrlScheme::Unusable:
-        sound = url.fileName.isEmpty() && url.address == 0 && url.length == 0 && !url.isZip;
+        sound = name.isEmpty() && url.address == 0 && url.length == 0 && !url.isZip;
         break;
     case board::UrlScheme::Unread:
         sound = false;

@@ -255,13 +255,13 @@ bool GenICamPortWrapper::moveCamera(int board, int port, int newBoard, int newPo
 QString GenICamPortWrapper::localXmlFile(int board, int port) {
     board::PortEntry& entry = tables().port(board, port);
     const std::lock_guard lock(entry.fileMutex);
-    return entry.localXmlFile;
+    return QString::fromStdString(entry.localXmlFile);
 }
 
 void GenICamPortWrapper::setLocalXmlFile(int board, int port, const QString& fileName) {
     board::PortEntry& entry = tables().port(board, port);
     const std::lock_guard lock(entry.fileMutex);
-    entry.localXmlFile = fileName;
+    entry.localXmlFile = fileName.toStdString();
 }
 
 bool GenICamPortWrapper::isCameraInUse(const unsigned char* mac) {

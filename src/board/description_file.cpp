@@ -20,13 +20,13 @@ bool staysBelow(const QFileInfo& file, const QString& directory) {
 
 } // namespace
 
-QString findDescriptionFile(const QString& name) {
+QString findDescriptionFile(const std::string& name) {
     const char* installation = std::getenv("TAVODIR5");
     if (installation == nullptr) {
         throw tavo::GicTavoPathNotSetException();
     }
     const QString directory = QFile::decodeName(installation) + QLatin1String("/genicam");
-    const QFileInfo file(directory + QLatin1Char('/') + name);
+    const QFileInfo file(directory + QLatin1Char('/') + QFile::decodeName(name.c_str()));
     if (!file.isFile() || !staysBelow(file, directory) || file.size() > qint64{tavo::kMaxDescriptionSize}) {
         throw tavo::GicFileDoesNotExistException(file.absoluteFilePath());
     }

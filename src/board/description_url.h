@@ -4,8 +4,7 @@
 // host, "Http:" a place on the web.
 #pragma once
 
-#include <QtCore/QString>
-
+#include <string>
 #include <string_view>
 
 namespace board {
@@ -21,7 +20,7 @@ enum class UrlScheme : int {
 
 struct DescriptionUrl {
     UrlScheme scheme = UrlScheme::Unread;
-    QString fileName;
+    std::string fileName; // bytes as they came
     unsigned address = 0; // of the document in camera memory; "Local:" only
     int length = 0;     // of the document in bytes, as the camera gave it: it may be negative; "Local:" only
     bool isZip = false; // the file name ends with ".zip"

@@ -5,14 +5,16 @@
 #include "board/description_url.h"
 
 #include <QtCore/QMutex>
-#include <QtCore/QString>
 
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <set>
+#include <string>
 
+// Texts are kept as std::string: copies of a QString share their characters between threads, in an order that
+// only Qt sees.
 namespace board {
 
 // What is kept of one board. `opening` keeps two threads from opening or closing it at once.
@@ -28,7 +30,7 @@ struct PortEntry {
     std::atomic<tavo::ImplGenICamCamera*> device{nullptr};
     std::atomic<const void*> user{nullptr};
     std::mutex fileMutex;
-    QString localXmlFile; // under fileMutex
+    std::string localXmlFile; // under fileMutex
 };
 
 // MAC addresses of the cameras that a handle has taken, as 64-bit keys.

@@ -37,7 +37,8 @@ TEST(Boards, OpenOnlyOnAnEthernetBoardWhileTheServiceAnswersForAllPorts) {
         {"no service", "", nullptr, 0, 0, -1, 0},
         {"service that does not know port 2", "", portTwoUnknown, 0, 0, -1, 3},
         {"service that tells no link state", "", silentAboutTheLink, 0, 0, -1, 1},
-        {"service mode asks nobody and brings the PHYs up", "phy = held", nullptr, 0, Wrapper::kServiceMode, 0, 0},
+        {"service mode asks nobody and brings the PHYs up", "phy = held", nullptr, 0, Wrapper::kServiceMode,
+         0, 0},
         {"no such board", "", FakeService::healthy, 1, 0, -1, 0},
         {"board number below the range", "", FakeService::healthy, -1, 0, -1, 0},
         {"board number above the range", "", FakeService::healthy, 8, 0, -1, 0},
@@ -56,7 +57,8 @@ TEST(Boards, OpenOnlyOnAnEthernetBoardWhileTheServiceAnswersForAllPorts) {
             EXPECT_EQ(service->requests().size(), row.questions);
         }
         if (row.flags != 0) {
-            constexpr unsigned short kAfterReset = 0x1140; // the control register's reset bit has cleared itself
+            constexpr unsigned short kAfterReset =
+                0x1140; // the control register's reset bit has cleared itself
             EXPECT_EQ(softboard::phyRegister(0, 3, 0), kAfterReset);
         }
         EXPECT_EQ(Wrapper::freeBoard(row.board), 0);

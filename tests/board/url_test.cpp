@@ -54,7 +54,7 @@ TEST(Url, IsTakenApart) {
         SCOPED_TRACE(row.name);
         const DescriptionUrl url = board::parseDescriptionUrl(row.text);
         EXPECT_EQ(url.scheme, row.scheme);
-        EXPECT_EQ(url.fileName, QString::fromLatin1(row.fileName));
+        EXPECT_EQ(url.fileName, row.fileName);
         EXPECT_EQ(url.address, row.address);
         EXPECT_EQ(url.length, row.length);
         EXPECT_EQ(url.isZip, row.isZip);
