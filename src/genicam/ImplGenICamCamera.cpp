@@ -18,6 +18,15 @@ constexpr char kDevicePort[] = "Device";
 constexpr long long kHeartbeatTimeoutAddress = 0x938;
 constexpr std::uint32_t kHeartbeatTimeoutMs = 8000;
 
+// Once for the process: devices are made on many threads.
+void registerSignalTypes() {
+    [[maybe_unused]] static const bool registered = [] {
+        qRegisterMetaType<ImplGenICamCamera*>("ImplGenICamCamera*");
+        qRegisterMetaType<ImplGenICamCamera::CameraState>("ImplGenICamCamera::CameraState");
+        return true;
+    }();
+}
+
 } // namespace
 
 ImplGenICamCamera::ImplGenICamCamera()
@@ -25,8 +34,7 @@ ImplGenICamCamera::ImplGenICamCamera()
       m_signalling(
           [this](HelperThread& thread) { asyncSignallingMethod(thread); },
           [this](bool starting) { starting ? m_changes.start() : m_changes.stop(); }) {
-    qRegisterMetaType<tavo::ImplGenICamCamera*>("ImplGenICamCamera*");
-    qRegisterMetaType<tavo::ImplGenICamCamera::CameraState>("ImplGenICamCamera::CameraState");
+    registerSignalTypes();
 }
 
 ImplGenICamCamera::~ImplGenICamCamera() {

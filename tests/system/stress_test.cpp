@@ -7,13 +7,7 @@
 
 namespace {
 
-// Sanitizers slow every access down by about this much.
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-constexpr unsigned kSanitizerFactor = 10;
-#else
-constexpr unsigned kSanitizerFactor = 1;
-#endif
-constexpr unsigned kRounds = 10000 / kSanitizerFactor; // each a write, an uncached read and a cached one
+constexpr unsigned kRounds = 10000; // each a write, an uncached read and a cached one
 
 struct Place {
     std::size_t board;
