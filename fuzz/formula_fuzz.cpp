@@ -1,5 +1,6 @@
 // A formula of a camera's description: whatever it says, it ends in a value or in one of the documented
-// errors, the same each time; and a short one has the tokens that splitting it by its definition gives.
+// errors, the same each time; and a short one has the tokens that splitting it by its definition gives. As
+// the standard has formulas, one that was read never lacks an operand or a kind.
 #include "math/MathParser.h"
 #include "util/exceptions.h"
 
@@ -54,6 +55,21 @@ template<typename Evaluate> std::string outcomeOf(Evaluate evaluate) {
     }
 }
 
+void evaluateAsStandard(const std::string& formula, TableOfVariables& variables) {
+    tavo::MathParser parser;
+    try {
+        parser.tokenize(formula, &variables, tavo::Quirks::none());
+    } catch (const tavo::ScMathException&) {
+        return;
+    }
+    const auto requireOperands = [](const std::string& outcome) {
+        const bool isError = outcome.size() > sizeof(std::int64_t);
+        require(!isError || (outcome != "term expected" && outcome.find("integer") == std::string::npos));
+    };
+    requireOperands(outcomeOf([&] { return parser.evaluateInteger(); }));
+    requireOperands(outcomeOf([&] { return parser.evaluateFloat(); }));
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -75,5 +91,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string real = outcomeOf([&] { return parser.evaluateFloat(); });
     require(integer == outcomeOf([&] { return parser.evaluateInteger(); }));
     require(real == outcomeOf([&] { return parser.evaluateFloat(); }));
+    evaluateAsStandard(formula, variables);
     return 0;
 }

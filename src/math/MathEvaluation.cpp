@@ -17,6 +17,44 @@ constexpr std::size_t UsualDepth = 16;
     throw ScMathException(text);
 }
 
+constexpr bool isWholly(EvaluationType type) {
+    return type == EvaluationType::WhollyInteger || type == EvaluationType::WhollyFloat;
+}
+
+constexpr bool isForIntegers(EvaluationType type) {
+    return type == EvaluationType::Integer || type == EvaluationType::WhollyInteger;
+}
+
+constexpr bool isBitOperator(Opcode opcode) {
+    switch (opcode) {
+    case Opcode::BinaryAnd:
+    case Opcode::BinaryOr:
+    case Opcode::BinaryXor:
+    case Opcode::BinaryNot:
+    case Opcode::ShiftLeft:
+    case Opcode::ShiftRight:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// A value as the evaluation has all of its own.
+template<EvaluationType Type> MathValue settled(const MathValue& value) {
+    if constexpr (Type == EvaluationType::WhollyInteger) {
+        return MathValue::fromInteger(value.toInteger());
+    } else if constexpr (Type == EvaluationType::WhollyFloat) {
+        return MathValue::fromFloat(value.toFloat());
+    } else {
+        return value;
+    }
+}
+
+// An operand where only an integer will do: of doubles only, it is truncated.
+template<EvaluationType Type> MathValue integral(const MathValue& value) {
+    return Type == EvaluationType::WhollyFloat ? MathValue::fromInteger(value.toInteger()) : value;
+}
+
 bool areIntegers(const MathValue& left, const MathValue& right) {
     return left.isInteger() && right.isInteger();
 }
@@ -61,7 +99,7 @@ template<EvaluationType Type> MathValue divide(const MathValue& left, const Math
     if (right.toFloat() == 0) {
         fail(message::DivisionByZero);
     }
-    if (Type == EvaluationType::Integer && areIntegers(left, right)) {
+    if (isForIntegers(Type) && areIntegers(left, right)) {
         return MathValue::fromInteger(quotient(left.integer, right.integer));
     }
     return MathValue::fromFloat(left.toFloat() / right.toFloat());
@@ -75,7 +113,7 @@ MathValue remainderOf(const MathValue& left, const MathValue& right) {
 }
 
 template<EvaluationType Type> MathValue raise(const MathValue& base, const MathValue& exponent) {
-    if (Type == EvaluationType::Integer && areIntegers(base, exponent) && exponent.integer >= 0) {
+    if (isForIntegers(Type) && areIntegers(base, exponent) && exponent.integer >= 0) {
         return MathValue::fromInteger(power(base.integer, exponent.integer));
     }
     return MathValue::fromFloat(std::pow(base.toFloat(), exponent.toFloat()));
@@ -95,15 +133,23 @@ MathValue roundTo(const MathValue& x, const MathValue& precision) {
 
 constexpr auto Same = [](std::int64_t x) { return x; };
 
+// Where values keep their kinds, only integers are conditions.
+template<EvaluationType Type> bool isTrue(const MathValue& x, const char* text) {
+    if constexpr (isWholly(Type)) {
+        return Type == EvaluationType::WhollyFloat ? x.real != 0 : x.integer != 0;
+    } else {
+        expectInteger(x, text);
+        return x.integer != 0;
+    }
+}
+
 // What leaves one value for one.
-template<Opcode Op> MathValue transform(const MathValue& x) {
+template<EvaluationType Type, Opcode Op> MathValue transform(const MathValue& x) {
     switch (Op) {
     case Opcode::LogicalAnd: // the right sides; DecideAnd and DecideOr saw the left ones
-        expectInteger(x, message::FloatLogicalAnd);
-        return MathValue::fromInteger(x.integer != 0);
+        return MathValue::fromInteger(isTrue<Type>(x, message::FloatLogicalAnd));
     case Opcode::LogicalOr:
-        expectInteger(x, message::FloatLogicalOr);
-        return MathValue::fromInteger(x.integer != 0);
+        return MathValue::fromInteger(isTrue<Type>(x, message::FloatLogicalOr));
     case Opcode::BinaryNot:
         expectInteger(x, message::FloatBinaryNot);
         return MathValue::fromInteger(~x.integer);
@@ -194,7 +240,7 @@ template<EvaluationType Type, Opcode Op> MathValue combine(const MathValue& a, c
         return bits(a, b, message::FloatShiftRight, shiftedRight);
     default:
         static_assert(Op != Opcode::Conditional, "a conditional is all jumps");
-        return roundTo(a, b);
+        return roundTo(a, integral<Type>(b));
     }
 }
 
@@ -209,57 +255,59 @@ template<EvaluationType Type, Opcode Op> [[gnu::always_inline]] inline MathValue
     if constexpr (Op == Opcode::Conditional) {
         assert(false); // a conditional is all jumps
         return top;
-    } else if constexpr (Op == Opcode::Pi) {
-        *top = MathValue::fromFloat(std::numbers::pi);
+    } else if constexpr (Op == Opcode::Pi || Op == Opcode::Euler) {
+        *top = settled<Type>(MathValue::fromFloat(Op == Opcode::Pi ? std::numbers::pi : std::numbers::e));
         return top + 1;
+    } else if constexpr (takesTwo(Op) && isBitOperator(Op)) {
+        top[-2] = settled<Type>(combine<Type, Op>(integral<Type>(top[-2]), integral<Type>(top[-1])));
+        return top - 1;
     } else if constexpr (takesTwo(Op)) {
-        top[-2] = combine<Type, Op>(top[-2], top[-1]);
+        top[-2] = settled<Type>(combine<Type, Op>(top[-2], top[-1]));
         return top - 1;
     } else {
-        top[-1] = transform<Op>(top[-1]);
+        const MathValue operand = isBitOperator(Op) ? integral<Type>(top[-1]) : top[-1];
+        top[-1] = settled<Type>(transform<Type, Op>(operand));
         return top;
     }
 }
 
-MathValue variableIn(std::uint32_t slot, MathVariablesInterface* variables) {
-    if (slot == PiSlot) {
-        [[unlikely]] return MathValue::fromFloat(std::numbers::pi);
-    }
+[[gnu::cold, gnu::noinline]] MathValue constantIn(std::uint32_t slot) {
     if (slot == NoSlot) {
-        [[unlikely]] fail(message::IllegalIdentifier);
+        fail(message::IllegalIdentifier);
+    }
+    return MathValue::fromFloat(slot == PiSlot ? std::numbers::pi : std::numbers::e);
+}
+
+MathValue variableIn(std::uint32_t slot, MathVariablesInterface* variables) {
+    if (slot >= FirstConstantSlot) {
+        [[unlikely]] return constantIn(slot);
     }
     return variables->getVariable(static_cast<int>(slot));
 }
 
 // && and || stop at the side that decides: `decision` is what it is then known to be.
-bool decides(MathValue& left, bool decision, const char* text) {
-    expectInteger(left, text);
-    const bool isDecided = (left.integer != 0) == decision;
-    left.integer = decision;
+template<EvaluationType Type> bool decides(MathValue& left, bool decision, const char* text) {
+    const bool isDecided = isTrue<Type>(left, text) == decision;
+    left = settled<Type>(MathValue::fromInteger(decision));
     return isDecided;
 }
 
-bool isZero(const MathValue& condition) {
-    expectInteger(condition, message::FloatCondition);
-    return condition.integer == 0;
-}
-
 template<EvaluationType Type>
-MathValue run(const Instruction* const code, MathVariablesInterface* variables, MathValue* top) {
+MathValue interpret(const Instruction* const code, MathVariablesInterface* variables, MathValue* top) {
     for (const Instruction* next = code;;) {
         const Instruction& instruction = *next++;
         switch (instruction.opcode) {
         case Opcode::PushInteger:
-            *top++ = MathValue::fromInteger(instruction.integer);
+            *top++ = settled<Type>(MathValue::fromInteger(instruction.integer));
             break;
         case Opcode::PushFloat:
-            *top++ = MathValue::fromFloat(instruction.real);
+            *top++ = settled<Type>(MathValue::fromFloat(instruction.real));
             break;
         case Opcode::PushVariable:
-            *top++ = variableIn(instruction.operand, variables);
+            *top++ = settled<Type>(variableIn(instruction.operand, variables));
             break;
         case Opcode::JumpIfZero:
-            if (isZero(*--top)) {
+            if (!isTrue<Type>(*--top, message::FloatCondition)) {
                 next = code + instruction.operand;
             }
             break;
@@ -267,14 +315,14 @@ MathValue run(const Instruction* const code, MathVariablesInterface* variables, 
             next = code + instruction.operand;
             break;
         case Opcode::DecideAnd:
-            if (decides(top[-1], false, message::FloatLogicalAnd)) {
+            if (decides<Type>(top[-1], false, message::FloatLogicalAnd)) {
                 next = code + instruction.operand;
             } else {
                 --top;
             }
             break;
         case Opcode::DecideOr:
-            if (decides(top[-1], true, message::FloatLogicalOr)) {
+            if (decides<Type>(top[-1], true, message::FloatLogicalOr)) {
                 next = code + instruction.operand;
             } else {
                 --top;
@@ -299,14 +347,23 @@ MathValue run(const Instruction* const code, MathVariablesInterface* variables, 
 template<EvaluationType Type, std::size_t Depth>
 [[gnu::noinline]] MathValue runOnStack(const Instruction* code, MathVariablesInterface* variables) {
     MathValue stack[Depth];
-    return run<Type>(code, variables, stack);
+    return interpret<Type>(code, variables, stack);
 }
 
 } // namespace
 
-template<EvaluationType Type> MathValue Program::evaluate(MathVariablesInterface* variables) const {
+template<EvaluationType Type> MathValue Program::run(MathVariablesInterface* variables) const {
     return m_depth <= UsualDepth ? runOnStack<Type, UsualDepth>(m_code.data(), variables)
                                  : runOnStack<Type, OperandLimit>(m_code.data(), variables);
+}
+
+template<EvaluationType Type> MathValue Program::evaluate(MathVariablesInterface* variables) const {
+    constexpr EvaluationType wholly =
+        Type == EvaluationType::Integer ? EvaluationType::WhollyInteger : EvaluationType::WhollyFloat;
+    if (m_keepsKinds) {
+        [[likely]] return run<Type>(variables);
+    }
+    return run<wholly>(variables);
 }
 
 template MathValue Program::evaluate<EvaluationType::Integer>(MathVariablesInterface* variables) const;

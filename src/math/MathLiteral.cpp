@@ -15,6 +15,10 @@ constexpr bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
+constexpr bool isHexDigit(char c) {
+    return isDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+}
+
 constexpr bool isHexPrefix(std::string_view text) {
     return text.size() >= 2 && text[0] == '0' && (text[1] == 'X' || text[1] == 'x');
 }
@@ -79,9 +83,6 @@ std::optional<double> readDecimal(std::string_view text) {
 }
 
 std::optional<double> readHexadecimal(std::string_view digits) {
-    const auto isHexDigit = [](char c) {
-        return isDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
-    };
     const auto stop = std::find_if_not(digits.begin(), digits.end(), isHexDigit);
     double value = 0;
     const auto [end, error] = std::from_chars(
@@ -105,6 +106,21 @@ Literal readLiteral(std::string_view text) {
         literal.real = static_cast<double>(*literal.integer);
     }
     return literal;
+}
+
+Literal readStandardLiteral(std::string_view text) {
+    const std::string_view digits = isHexPrefix(text) ? text.substr(2) : text;
+    const bool isHexadecimal = digits.size() < text.size();
+    if (digits.empty() || !std::ranges::all_of(digits, isHexadecimal ? isHexDigit : isDigit)) {
+        const bool isDecimal = !isHexadecimal && decimalExtent(text) == text.size();
+        return {std::nullopt, isDecimal ? readDecimal(text) : std::nullopt};
+    }
+    const std::optional<std::int64_t> integer =
+        isHexadecimal ? readInteger(text) : integerAtStart<std::int64_t>(text, 10);
+    if (integer) {
+        return {integer, std::nullopt};
+    }
+    return {std::nullopt, isHexadecimal ? readHexadecimal(digits) : readDecimal(text)};
 }
 
 } // namespace tavo::math

@@ -22,4 +22,8 @@ struct Literal {
 
 Literal readLiteral(std::string_view text);
 
+// The same as the GenICam standard has it: the whole text is one number, an integer if it has neither point
+// nor exponent (decimal also after a leading 0), else a double. One of the two at most is there.
+Literal readStandardLiteral(std::string_view text);
+
 } // namespace tavo::math

@@ -8,14 +8,15 @@ namespace tavo {
 
 using math::EvaluationType;
 
-void MathParser::tokenize(const std::string& expression, MathVariablesInterface* variables) {
-    m_tokens.tokenize(expression);
+void MathParser::tokenize(
+    const std::string& expression, MathVariablesInterface* variables, const Quirks& quirks) {
+    m_tokens.tokenize(expression, quirks);
     if (m_program.isComplete()) {
         return;
     }
     m_variables = variables;
     m_boundRevision = 0;
-    m_program.compile(m_tokens);
+    m_program.compile(m_tokens, quirks);
     m_tokens.shrink();
 }
 

@@ -10,6 +10,7 @@
 #include "math/MathToken.h"
 #include "math/MathTokenizer.h"
 #include "math/MathVariablesInterface.h"
+#include "util/Quirks.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -27,7 +28,11 @@ public:
     // Appends the tokens of an expression. On an error the tokens found before it stay until reset(), and a
     // later call may complete them. `variables` must outlive the parser or the next reset(); null means that
     // no variable has a value. The variables of a formula all come from the latest call's provider.
-    void tokenize(const std::string& expression, MathVariablesInterface* variables);
+    //
+    // `quirks` decides what the expression says and how it is evaluated (of several calls for one formula the
+    // latest decides on literals, kinds and constants); to change it later, reset() and tokenise again.
+    void tokenize(
+        const std::string& expression, MathVariablesInterface* variables, const Quirks& quirks = Quirks());
 
     // The value of the first expression in the queue; further ones are not reached. Besides formula errors
     // ("empty token queue" and "term expected" for a queue that ends too early among them) these let through

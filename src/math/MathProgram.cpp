@@ -22,7 +22,8 @@ static_assert(static_cast<int>(Opcode::Fail) == static_cast<int>(Operation::Unkn
 // stack of its own; what it needs between two arguments (a jump) is placed as soon as the first is done.
 class Compiler {
 public:
-    explicit Compiler(const TokenQueue& queue) : m_queue(queue) {}
+    Compiler(const TokenQueue& queue, bool hasStandardLiterals)
+        : m_queue(queue), m_hasStandardLiterals(hasStandardLiterals) {}
 
     // False if the queue ends before the expression does.
     bool run();
@@ -49,6 +50,7 @@ private:
     void landJump(const Pending& pending);
 
     const TokenQueue& m_queue;
+    bool m_hasStandardLiterals;
     std::vector<Instruction> m_code;
     std::vector<Pending> m_pending;
     std::size_t m_depth = 0;
@@ -120,7 +122,7 @@ void Compiler::placeLiteral(std::string_view text) {
     if (m_unreachable > 0) {
         return;
     }
-    const Literal literal = readLiteral(text);
+    const Literal literal = m_hasStandardLiterals ? readStandardLiteral(text) : readLiteral(text);
     if (literal.integer) {
         place(Opcode::PushInteger, *literal.integer, 1);
     } else if (literal.real) {
@@ -185,15 +187,17 @@ void Compiler::landJump(const Pending& pending) {
 
 } // namespace
 
-void Program::compile(const TokenQueue& queue) {
+void Program::compile(const TokenQueue& queue, const Quirks& quirks) {
     clear();
-    Compiler compiler(queue);
+    Compiler compiler(queue, !quirks.integerPrefixLiterals);
     if (!compiler.run()) {
         return;
     }
     m_code = compiler.takeCode();
     m_code.shrink_to_fit();
-    m_depth = compiler.depth();
+    m_depth = static_cast<std::uint32_t>(compiler.depth());
+    m_keepsKinds = quirks.ownKinds;
+    m_knowsEuler = !quirks.fewerSymbols;
 }
 
 void Program::clear() {
@@ -201,7 +205,7 @@ void Program::clear() {
     m_depth = 0;
 }
 
-// A variable named PI without a value of its own is pi.
+// A variable named PI without a value of its own is pi, and the standard's E likewise.
 void Program::bind(const TokenQueue& queue, MathVariablesInterface* variables) {
     for (Instruction& instruction : m_code) {
         if (instruction.opcode != Opcode::PushVariable) {
@@ -212,8 +216,10 @@ void Program::bind(const TokenQueue& queue, MathVariablesInterface* variables) {
         const int slot = variables ? variables->resolveVariable(name) : MathVariablesInterface::NoVariable;
         if (slot >= 0) {
             instruction.operand = static_cast<std::uint32_t>(slot);
+        } else if (name == "PI") {
+            instruction.operand = PiSlot;
         } else {
-            instruction.operand = name == "PI" ? PiSlot : NoSlot;
+            instruction.operand = name == "E" && m_knowsEuler ? EulerSlot : NoSlot;
         }
     }
 }

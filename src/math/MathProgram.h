@@ -32,9 +32,11 @@ enum class Opcode : std::uint8_t {
     End,
 };
 
-// Slots of PushVariable that no provider gives: a name without a variable, and pi in place of one.
+// Slots of PushVariable that no provider gives: a name without a variable, and constants in place of one.
 inline constexpr std::uint32_t NoSlot = 0xFFFFFFFF;
 inline constexpr std::uint32_t PiSlot = 0xFFFFFFFE;
+inline constexpr std::uint32_t EulerSlot = 0xFFFFFFFD;
+inline constexpr std::uint32_t FirstConstantSlot = EulerSlot;
 
 struct Instruction {
     Opcode opcode;
@@ -46,17 +48,19 @@ struct Instruction {
     };
 };
 
-// What an evaluation does with / and ** of two integers.
+// What kinds the values of an evaluation are of, and what it does with / and ** of two integers.
 enum class EvaluationType {
-    Integer, // / truncates, ** is an integer power where the exponent is not negative
-    Float,   // both are computed with doubles
+    Integer, // values of both kinds; / truncates, ** is an integer power where the exponent is not negative
+    Float,   // values of both kinds; / and ** are computed with doubles
+    WhollyInteger, // 64-bit integers only: whatever comes as a double is truncated
+    WhollyFloat,   // doubles only; what takes integers alone gets them truncated
 };
 
 class Program {
 public:
     // Translates the first expression of a queue, if the queue holds all of it. Throws ScMathException
     // ("bracket error") when that has more values waiting at once than OperandLimit; then it is incomplete.
-    void compile(const TokenQueue& queue);
+    void compile(const TokenQueue& queue, const Quirks& quirks);
     void clear();
 
     bool isComplete() const { return !m_code.empty(); }
@@ -64,13 +68,18 @@ public:
     // Asks for the slots of all variables (none has a value where `variables` is null).
     void bind(const TokenQueue& queue, MathVariablesInterface* variables);
 
-    // The program must be complete and bound to these variables. Throws ScMathException, an `int` that the
-    // variables throw, and whatever else reading a variable throws.
+    // As Integer or Float; wholly so without the quirk of own kinds. The program must be complete and bound
+    // to these variables. Throws ScMathException, an `int` that the variables throw, and whatever else
+    // reading a variable throws.
     template<EvaluationType Type> MathValue evaluate(MathVariablesInterface* variables) const;
 
 private:
+    template<EvaluationType Type> MathValue run(MathVariablesInterface* variables) const;
+
     std::vector<Instruction> m_code;
-    std::size_t m_depth = 0; // values on the stack at most
+    std::uint32_t m_depth = 0; // values on the stack at most
+    bool m_keepsKinds = true;
+    bool m_knowsEuler = false;
 };
 
 } // namespace tavo::math

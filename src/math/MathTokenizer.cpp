@@ -1,5 +1,6 @@
 #include "math/MathTokenizer.h"
 
+#include "math/MathSplits.h"
 #include "math/limits.h"
 #include "math/messages.h"
 #include "util/exceptions.h"
@@ -11,7 +12,7 @@ namespace tavo::math {
 
 namespace {
 
-constexpr std::uint32_t None = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint32_t None = Split::None;
 
 constexpr bool isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -21,24 +22,10 @@ constexpr bool isLetter(char c) {
     return c >= 'A' && c <= 'Z';
 }
 
-// After one of these a + or - is a sign, and a number may begin.
-constexpr bool isOperatorCharacter(char c) {
-    return std::string_view("+-*/%&|^~<>=?:").find(c) != std::string_view::npos;
-}
-
-// One pass over the text finds the operators outside brackets as a tree whose root is the rightmost of the
-// loosest: where the text splits. So no part is looked at again, however long a chain of operators is.
-struct Split {
-    std::uint32_t position;
-    Operation operation;
-    std::uint32_t left;  // the root on the left of this one, or None
-    std::uint32_t right; // the same on the right
-};
-
 class Splitter {
 public:
-    Splitter(std::string_view text, std::uint32_t offset, std::vector<Token>& tokens)
-        : m_text(text), m_offset(offset), m_tokens(tokens) {}
+    Splitter(std::string_view text, std::uint32_t offset, std::vector<Token>& tokens, const Quirks& quirks)
+        : m_text(text), m_offset(offset), m_tokens(tokens), m_quirks(quirks), m_splits(text, quirks) {}
 
     void run();
 
@@ -52,14 +39,10 @@ private:
         unsigned nesting;
     };
 
-    void findClosingBrackets();
     void tokenizePart(Part part);
-    void findSplits(Part& part);
-    void addSplit(std::uint32_t position, Operation operation, std::uint32_t& root);
-    const BinaryOperator* operatorAt(std::uint32_t position, const Part& part) const;
-    bool isBinarySign(std::uint32_t position, const Part& part) const;
-    bool isExponentSign(std::uint32_t position, const Part& part) const;
-    void splitConditional(const Part& part, const Split& split);
+    std::uint32_t findColon(const Part& part, std::uint32_t begin) const;
+    void splitLeftConditional(const Part& part, const Split& split);
+    void splitRightConditional(const Part& part, const Split& split);
     void splitOperator(const Part& part, const Split& split);
     void tokenizeTerm(const Part& part);
     void tokenizeIdentifier(const Part& part);
@@ -73,14 +56,12 @@ private:
     std::string_view m_text;
     std::uint32_t m_offset; // of m_text in the queue's text
     std::vector<Token>& m_tokens;
-    std::vector<std::uint32_t> m_closing; // for each "(" where its ")" is, or None
-    std::vector<Split> m_splits;
-    std::vector<std::uint32_t> m_spine; // the tree's right edge during a scan
-    std::vector<Part> m_parts;          // still to do, the next one last
+    const Quirks& m_quirks;
+    SplitTree m_splits;
+    std::vector<Part> m_parts; // still to do, the next one last
 };
 
 void Splitter::run() {
-    findClosingBrackets();
     m_parts.push_back({0, static_cast<std::uint32_t>(m_text.size()), None, false, 0});
     while (!m_parts.empty()) {
         const Part part = m_parts.back();
@@ -89,134 +70,66 @@ void Splitter::run() {
     }
 }
 
-void Splitter::findClosingBrackets() {
-    m_closing.assign(m_text.size(), None);
-    std::vector<std::uint32_t> open;
-    for (std::uint32_t i = 0; i < m_text.size(); ++i) {
-        if (m_text[i] == '(') {
-            open.push_back(i);
-        } else if (m_text[i] == ')' && !open.empty()) {
-            m_closing[open.back()] = i;
-            open.pop_back();
-        }
-    }
-}
-
 void Splitter::tokenizePart(Part part) {
     if (part.begin >= part.end) {
         throw ScMathException(message::TermExpected);
     }
     if (!part.scanned) {
-        findSplits(part);
+        part.root = m_splits.scan(part.begin, part.end);
+        part.scanned = true;
     }
     if (part.root == None) {
         tokenizeTerm(part);
-    } else if (const Split split = m_splits[part.root]; split.operation == Operation::Conditional) {
-        splitConditional(part, split);
+    } else if (const Split split = m_splits.at(part.root); split.operation == Operation::Conditional) {
+        m_quirks.leftConditionals ? splitLeftConditional(part, split) : splitRightConditional(part, split);
     } else {
         splitOperator(part, split);
     }
 }
 
-// A bracket that never closes ends the scan: the operators before it count, and without one it is an error.
-void Splitter::findSplits(Part& part) {
-    m_spine.clear();
-    part.scanned = true;
-    part.root = None;
-    for (std::uint32_t i = part.begin; i < part.end;) {
-        if (m_text[i] == '(') {
-            const std::uint32_t closing = m_closing[i];
-            if (closing >= part.end && part.root == None) {
-                throw ScMathException(message::Bracket);
-            }
-            if (closing >= part.end) {
-                return;
-            }
-            i = closing + 1;
-        } else if (const BinaryOperator* found = operatorAt(i, part)) {
-            addSplit(i, found->operation, part.root);
-            i += static_cast<std::uint32_t>(found->text.size());
-        } else {
-            ++i;
-        }
-    }
-}
-
-void Splitter::addSplit(std::uint32_t position, Operation operation, std::uint32_t& root) {
-    const auto index = static_cast<std::uint32_t>(m_splits.size());
-    const unsigned level = binaryOperator(operation).level;
-    Split split{position, operation, None, None};
-    while (!m_spine.empty() && binaryOperator(m_splits[m_spine.back()].operation).level >= level) {
-        split.left = m_spine.back();
-        m_spine.pop_back();
-    }
-    if (m_spine.empty()) {
-        root = index;
-    } else {
-        m_splits[m_spine.back()].right = index;
-    }
-    m_splits.push_back(split);
-    m_spine.push_back(index);
-}
-
-const BinaryOperator* Splitter::operatorAt(std::uint32_t position, const Part& part) const {
-    const char c = m_text[position];
-    if (!isOperatorCharacter(c) || ((c == '+' || c == '-') && !isBinarySign(position, part))) {
-        return nullptr;
-    }
-    const std::string_view rest = m_text.substr(position, part.end - position);
-    const auto fits = [rest](const BinaryOperator& row) { return rest.starts_with(row.text); };
-    const auto found = std::find_if(BinaryOperators.begin(), BinaryOperators.end(), fits);
-    return found == BinaryOperators.end() ? nullptr : &*found;
-}
-
-bool Splitter::isBinarySign(std::uint32_t position, const Part& part) const {
-    return position > part.begin && !isOperatorCharacter(m_text[position - 1]) &&
-           !isExponentSign(position, part);
-}
-
-// The sign in 1E+5, but not those in VALUE+5, 0X1E+5 and E+5 (a variable named E).
-bool Splitter::isExponentSign(std::uint32_t position, const Part& part) const {
-    if (m_text[position - 1] != 'E') {
-        return false;
-    }
-    std::uint32_t mantissa = position - 1;
-    while (mantissa > part.begin && (isDigit(m_text[mantissa - 1]) || m_text[mantissa - 1] == '.')) {
-        --mantissa;
-    }
-    if (mantissa == position - 1) {
-        return false;
-    }
-    return mantissa == part.begin || isOperatorCharacter(m_text[mantissa - 1]) || m_text[mantissa - 1] == '(';
-}
-
 // The rightmost ? splits, so no other stands behind it: exactly one : must, with brackets that balance.
-void Splitter::splitConditional(const Part& part, const Split& split) {
+std::uint32_t Splitter::findColon(const Part& part, std::uint32_t begin) const {
     std::uint32_t colon = None;
-    for (std::uint32_t i = split.position + 1; i < part.end; ++i) {
+    for (std::uint32_t i = begin; i < part.end; ++i) {
         const char c = m_text[i];
-        const bool isUnbalanced = c == ')' || (c == '(' && m_closing[i] >= part.end);
+        const bool isUnbalanced = c == ')' || (c == '(' && m_splits.closing(i) >= part.end);
         if (isUnbalanced || (c == ':' && colon != None)) {
             throw ScMathException(message::Conditional);
         }
         if (c == ':') {
             colon = i;
         } else if (c == '(') {
-            i = m_closing[i];
+            i = m_splits.closing(i);
         }
     }
     if (colon == None) {
         throw ScMathException(message::Conditional);
     }
+    return colon;
+}
+
+void Splitter::splitLeftConditional(const Part& part, const Split& split) {
+    const std::uint32_t colon = findColon(part, split.position + 1);
     append(MathTokenKind::Function, split.position, split.position + 1, 3, split.operation);
     m_parts.push_back({colon + 1, part.end, None, false, part.nesting});
     m_parts.push_back({split.position + 1, colon, None, false, part.nesting});
     m_parts.push_back({part.begin, split.position, split.left, true, part.nesting});
 }
 
+// The colon was found with the operators, so a chain of conditionals is not looked at again either.
+void Splitter::splitRightConditional(const Part& part, const Split& split) {
+    if (m_splits.isOpenConditional(split)) {
+        throw ScMathException(message::Conditional);
+    }
+    const Split colon = m_splits.at(split.right);
+    append(MathTokenKind::Function, split.position, split.position + 1, 3, split.operation);
+    m_parts.push_back({colon.position + 1, part.end, colon.right, colon.right != None, part.nesting});
+    m_parts.push_back({split.position + 1, colon.position, colon.left, true, part.nesting});
+    m_parts.push_back({part.begin, split.position, split.left, true, part.nesting});
+}
+
 void Splitter::splitOperator(const Part& part, const Split& split) {
-    const auto length = static_cast<std::uint32_t>(binaryOperator(split.operation).text.size());
-    const std::uint32_t right = split.position + length;
+    const std::uint32_t right = split.position + split.length;
     append(MathTokenKind::Function, split.position, right, 2, split.operation);
     // An unclosed bracket can only stand on the right of the last operator; that part is scanned again for
     // it.
@@ -248,7 +161,8 @@ void Splitter::tokenizeIdentifier(const Part& part) {
     std::uint32_t end = part.begin;
     for (; end < part.end && m_text[end] != '('; ++end) {
         const char c = m_text[end];
-        const bool isLegal = isLetter(c) || (end > part.begin && (isDigit(c) || c == '_'));
+        const bool isLegal = isLetter(c) || (end > part.begin &&
+                                             (isDigit(c) || c == '_' || (c == '.' && !m_quirks.plainNames)));
         if (!isLegal) {
             throw ScMathException(message::IllegalIdentifier);
         }
@@ -264,8 +178,9 @@ void Splitter::tokenizeCall(const Part& part, std::uint32_t open) {
     std::vector<std::uint32_t> ends = findCommas(open, part.end);
     const unsigned nesting = deeper(part);
     const std::string_view name = m_text.substr(part.begin, open - part.begin);
-    if (name == "PI" && part.end - open == 2) {
-        append(MathTokenKind::Function, part.begin, open, 0, Operation::Pi);
+    const Operation constant = part.end - open == 2 ? findFunction(name, 0) : Operation::Unknown;
+    if (constant == Operation::Pi || (constant == Operation::Euler && !m_quirks.fewerSymbols)) {
+        append(MathTokenKind::Function, part.begin, open, 0, constant);
         return;
     }
     ends.push_back(part.end - 1);
@@ -287,11 +202,11 @@ std::vector<std::uint32_t> Splitter::findCommas(std::uint32_t open, std::uint32_
     bool isInside = false;
     for (std::uint32_t i = open; i < end; ++i) {
         const char c = m_text[i];
-        if ((c == '(' && m_closing[i] >= end) || (c == ')' && !isInside)) {
+        if ((c == '(' && m_splits.closing(i) >= end) || (c == ')' && !isInside)) {
             throw ScMathException(message::Bracket);
         }
         if (c == '(' && isInside) {
-            i = m_closing[i];
+            i = m_splits.closing(i);
         } else if (c == '(' || c == ')') {
             isInside = !isInside;
         } else if (c == ',' && isInside) {
@@ -320,7 +235,7 @@ static_assert(
 
 } // namespace
 
-void TokenQueue::tokenize(std::string_view expression) {
+void TokenQueue::tokenize(std::string_view expression, const Quirks& quirks) {
     const std::string text = normalize(expression);
     if (text.empty() || text.size() > LengthLimit) {
         throw ScMathException(message::TermExpected);
@@ -330,7 +245,7 @@ void TokenQueue::tokenize(std::string_view expression) {
     }
     const auto offset = static_cast<std::uint32_t>(m_text.size());
     m_text += text;
-    Splitter(text, offset, m_tokens).run();
+    Splitter(text, offset, m_tokens, quirks).run();
 }
 
 void TokenQueue::clear() {

@@ -3,6 +3,7 @@
 
 #include "math/MathToken.h"
 #include "math/operations.h"
+#include "util/Quirks.h"
 
 #include <cstdint>
 #include <string>
@@ -23,10 +24,11 @@ struct Token {
 // Tokens of one or more expressions, one after the other, and the text that they were found in.
 class TokenQueue {
 public:
-    // Splits the expression at its loosest operator (of equal ones the rightmost), appends the operator's
+    // Splits the expression at its loosest operator (of equal ones the rightmost, but for conditionals that
+    // group to the right), appends the operator's
     // token and goes on with the texts on its left and right. Time and memory are linear in the length of the
     // text, and nothing recurses. Throws ScMathException; the tokens found before the error stay.
-    void tokenize(std::string_view expression);
+    void tokenize(std::string_view expression, const Quirks& quirks);
 
     void clear();
     void shrink();

@@ -24,13 +24,19 @@ public:
     virtual std::int64_t getIntegerVariable(const std::string& name) = 0;
     virtual double getFloatVariable(const std::string& name) = 0;
 
-    // The slot of a variable, or NoVariable. Formulas write names in upper case, and so they arrive here. A
-    // slot stays good until variablesChanged().
+    // The slot of a variable, or NoVariable. Formulas write names in upper case, and so they arrive here,
+    // with their suffixes ("WIDTH.MAX", "MODE.ENTRY.ON") where formulas may have any. A slot stays good until
+    // variablesChanged().
     virtual int resolveVariable(std::string_view name) = 0;
 
     // The value in a slot that resolveVariable() gave, in the variable's own kind. Throws a plain `int` of
     // value 0 when it is neither an integer nor a float; what the variable itself throws passes through the
     // formula.
+    //
+    // A name may as well stand for a constant or for a formula of its own: its slot is then answered with the
+    // value of another parser over the same variables. Formulas that name each other take stack with each
+    // call, and ones that name each other in a circle do so without end: where to stop is the provider's to
+    // say, by throwing.
     virtual MathValue getVariable(int slot) = 0;
 
     // Differs from any earlier one after the table has changed; never 0.

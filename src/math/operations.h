@@ -1,7 +1,8 @@
 // The operators and functions of formulas, each table written once.
 //
 // The order of precedence is deliberate and unlike that of C: && and || share a level, and bit operators and
-// shifts bind tighter than * and **. There is no ! and no ==.
+// shifts bind tighter than * and **. There is no ! and no ==. The GenICam standard has the order of C, and a
+// few symbols more: see util/Quirks.h.
 #pragma once
 
 #include <array>
@@ -9,36 +10,37 @@
 #include <cstdint>
 #include <string_view>
 
-// X(operation, text, level, token name): binary operators (and ?:), two-character texts first, so that the
-// first that fits is the longest. Level 1 binds loosest.
+// X(operation, text, level, the standard's level, token name): binary operators (and ?:), two-character texts
+// first, so that the first that fits is the longest. Level 1 binds loosest.
 #define LIOMOL_MATH_BINARY_OPERATORS(X)                                                                      \
-    X(LogicalAnd, "&&", 2, "_logical_and")                                                                   \
-    X(LogicalOr, "||", 2, "_logical_or")                                                                     \
-    X(NotEqual, "<>", 3, "_logical_relation_not_equal")                                                      \
-    X(LessOrEqual, "<=", 3, "_logical_relation_less_or_equal")                                               \
-    X(GreaterOrEqual, ">=", 3, "_logical_relation_greater_or_equal")                                         \
-    X(Power, "**", 6, "_power")                                                                              \
-    X(ShiftLeft, "<<", 7, "_shift_left")                                                                     \
-    X(ShiftRight, ">>", 7, "_shift_right")                                                                   \
-    X(Conditional, "?", 1, "_conditional_operator")                                                          \
-    X(Equal, "=", 3, "_logical_relation_equal")                                                              \
-    X(Less, "<", 3, "_logical_relation_less")                                                                \
-    X(Greater, ">", 3, "_logical_relation_greater")                                                          \
-    X(Addition, "+", 4, "_addition")                                                                         \
-    X(Subtraction, "-", 4, "_subtraction")                                                                   \
-    X(Multiplication, "*", 5, "_multiplication")                                                             \
-    X(Division, "/", 5, "_division")                                                                         \
-    X(Remainder, "%", 5, "_remainder")                                                                       \
-    X(BinaryAnd, "&", 7, "_binary_and")                                                                      \
-    X(BinaryOr, "|", 7, "_binary_or")                                                                        \
-    X(BinaryXor, "^", 7, "_binary_xor")
+    X(LogicalAnd, "&&", 2, 3, "_logical_and")                                                                \
+    X(LogicalOr, "||", 2, 2, "_logical_or")                                                                  \
+    X(NotEqual, "<>", 3, 7, "_logical_relation_not_equal")                                                   \
+    X(LessOrEqual, "<=", 3, 8, "_logical_relation_less_or_equal")                                            \
+    X(GreaterOrEqual, ">=", 3, 8, "_logical_relation_greater_or_equal")                                      \
+    X(Power, "**", 6, 12, "_power")                                                                          \
+    X(ShiftLeft, "<<", 7, 9, "_shift_left")                                                                  \
+    X(ShiftRight, ">>", 7, 9, "_shift_right")                                                                \
+    X(Conditional, "?", 1, 1, "_conditional_operator")                                                       \
+    X(Equal, "=", 3, 7, "_logical_relation_equal")                                                           \
+    X(Less, "<", 3, 8, "_logical_relation_less")                                                             \
+    X(Greater, ">", 3, 8, "_logical_relation_greater")                                                       \
+    X(Addition, "+", 4, 10, "_addition")                                                                     \
+    X(Subtraction, "-", 4, 10, "_subtraction")                                                               \
+    X(Multiplication, "*", 5, 11, "_multiplication")                                                         \
+    X(Division, "/", 5, 11, "_division")                                                                     \
+    X(Remainder, "%", 5, 11, "_remainder")                                                                   \
+    X(BinaryAnd, "&", 7, 6, "_binary_and")                                                                   \
+    X(BinaryOr, "|", 7, 4, "_binary_or")                                                                     \
+    X(BinaryXor, "^", 7, 5, "_binary_xor")
 
 // X(operation, token name): prefix operators that leave a token. A prefix + leaves none.
 #define LIOMOL_MATH_PREFIX_OPERATORS(X)                                                                      \
     X(UnaryMinus, "_unary_minus")                                                                            \
     X(BinaryNot, "_binary_not")
 
-// X(operation, name, arguments): functions. One named PI() with nothing in its brackets is a constant.
+// X(operation, name, arguments): functions. Those without arguments are constants, written with empty
+// brackets; E() is only the standard's.
 #define LIOMOL_MATH_FUNCTIONS(X)                                                                             \
     X(Sgn, "SGN", 1)                                                                                         \
     X(Neg, "NEG", 1)                                                                                         \
@@ -50,6 +52,7 @@
     X(Ln, "LN", 1)                                                                                           \
     X(Lg, "LG", 1)                                                                                           \
     X(Sqrt, "SQRT", 1)                                                                                       \
+    X(Euler, "E", 0)                                                                                         \
     X(Pi, "PI", 0)                                                                                           \
     X(Floor, "FLOOR", 1)                                                                                     \
     X(Ceil, "CEIL", 1)                                                                                       \
@@ -74,14 +77,25 @@ struct BinaryOperator {
     Operation operation;
     std::string_view text;
     unsigned level;
+    unsigned standardLevel;
     std::string_view tokenName;
 };
 
 inline constexpr auto BinaryOperators = std::to_array<BinaryOperator>({
-#define LIOMOL_MATH_ROW(operation, text, level, tokenName) {Operation::operation, text, level, tokenName},
+#define LIOMOL_MATH_ROW(operation, text, level, standardLevel, tokenName)                                    \
+    {Operation::operation, text, level, standardLevel, tokenName},
     LIOMOL_MATH_BINARY_OPERATORS(LIOMOL_MATH_ROW)
 #undef LIOMOL_MATH_ROW
 });
+
+// The standard's other texts for operators that are in the table.
+struct Spelling {
+    std::string_view text;
+    Operation operation;
+};
+
+inline constexpr auto StandardSpellings =
+    std::to_array<Spelling>({{"==", Operation::Equal}, {"!=", Operation::NotEqual}});
 
 struct PrefixOperator {
     Operation operation;
