@@ -1,70 +1,19 @@
 // From builders to nodes: everything that a description can say, and what absurd ones come to.
-#include "genicam/GenICamParser.h"
-#include "genicam/GenICamTreeBuilder.h"
-#include "genicam/ImplGenICamCamera.h"
 #include "genicam/ImplGenICamPort.h"
-#include "genicam/ImplGenICamRegister.h"
-#include "genicam/ImplGenICamValues.h"
+#include "genicam/device_fixture.h"
 #include "genicam/formula_nodes.h"
 #include "support/generated_description.h"
-#include "support/memory_port.h"
 
 #include <gmock/gmock.h>
 
 #include <fstream>
-#include <limits>
 #include <sstream>
 
 using namespace tavo;
-using test_support::MemoryPort;
 using testing::ElementsAre;
 
+namespace test_support {
 namespace {
-
-// A device with a camera in memory. The stages run on the test's thread.
-class Camera {
-public:
-    explicit Camera(std::string xml) {
-        device.setPort(&port, "Device");
-        const auto root = GenICamParser().parseMemory(xml.data());
-        if (root == nullptr) {
-            throw std::runtime_error("no tree");
-        }
-        for (const auto stage :
-             {GenICamTreeBuilder::CreateNodes, GenICamTreeBuilder::ResolveReferences,
-              GenICamTreeBuilder::ReleaseTree}) {
-            root->propagateInitStage(stage, &device);
-        }
-        EXPECT_TRUE(root->getAllObjects().empty());
-    }
-
-    ImplGenICamNode& node(const std::string& name) const {
-        ImplGenICamNode* const found = device.findNode(name);
-        if (found == nullptr) {
-            throw std::runtime_error("no node " + name);
-        }
-        return *found;
-    }
-    template<class Kind> Kind& as(const std::string& name) const { return dynamic_cast<Kind&>(node(name)); }
-
-    // The value as text, or the code of what was thrown.
-    std::string value(const std::string& name) const {
-        try {
-            return node(name).getValueAsString();
-        } catch (const GenICamException& error) {
-            return std::to_string(error.getErrno());
-        } catch (const CoreException& error) {
-            return std::to_string(error.getErrno());
-        }
-    }
-
-    MemoryPort port;
-    ImplGenICamCamera device;
-};
-
-std::string inRoot(const std::string& inner) {
-    return "<RegisterDescription><Port Name='Device'/>" + inner + "</RegisterDescription>";
-}
 
 std::string names(const auto& nodes) {
     std::string result;
@@ -77,16 +26,9 @@ std::string names(const auto& nodes) {
 class AllKinds : public testing::Test {
 public:
     AllKinds() {
-        camera.port.put(0x110, {0x0A, 0xFF, 0x00});
-        camera.port.put(0x200, {0x00, 0x00, 0x02, 0x80});
-        camera.port.put(0x204, {0xFE, 0xFF});
-        camera.port.put(0x208, {0x50, 0x00, 0x00, 0x01});
-        camera.port.put(0x20C, {0xF0, 0x0A});
-        camera.port.put(0x210, {0x40, 0x20, 0x00, 0x00});
-        camera.port.put(0x218, {0, 0, 0, 0, 0, 0, 0xF8, 0x3F});
-        camera.port.put(0x220, {'A', 'B', 0, 'C'});
-        camera.port.put(0x310, {0xAB, 0x01, 0x00, 0x00});
-        camera.port.put(0x339, {1, 2, 3});
+        device.expect(
+            "@272=0A FF 00; @512=00 00 02 80; @516=FE FF; @520=50 00 00 01; @524=F0 0A; @528=40 20 00 00; "
+            "@536=00 00 00 00 00 00 F8 3F; @544=41 42 43; @784=AB 01 00 00; @825=01 02 03");
     }
 
     static std::string readXml() {
@@ -97,154 +39,110 @@ public:
         return text.str();
     }
 
-    Camera camera{readXml()};
+    Device device{readXml()};
     const std::string output = testing::internal::GetCapturedStdout();
 };
 
-TEST_F(AllKinds, ReadAsWorkedOutByHand) {
-    struct Row {
-        const char* node;
-        std::string value;
-    };
-    const Row rows[] = {
-        {"Raw", "0a ff 00"},
-        {"Defaults", "00 00"},
-        {"NoPort", "-40010"},
-        {"PortOfAnotherKind", "-40010"},
-        {"Summed", "01 02 03"}, // 0x100 + 0x20 + 1 + 2 * 4 + 1 * 0x10 + 2 * 0x100, 1 + 2 bytes
-        {"Summed_Inner", "512"},
-        {"Width", "640"},
-        {"Small", "-2"},
-        {"HighNibble", "5"},
-        {"Bit31", "0"},
-        {"Swapped", "-81"}, // 0x0AF0 >> 4 & 0xFF = 0xAF
-        {"Single", "2.5"},
-        {"Double", "1.5"},
-        {"Text", std::string("AB\0C", 4)},
-        {"_StructInner", "3"},
-        {"Low", "171"}, // 0x300 + 8 + 1 + 2 * 2 + 3
-        {"Bit8", "1"},  // the struct's Unsigned wins
-        {"Limited", "30"},
-        {"Unlimited", "0"},
-        {"Referring", "640"},
-        {"Gain", "-2.5"},
-        {"FloatDefaults", "1"},
-        {"FloatReferring", "2.5"},
-        {"Stored", "true"},
-        {"Switch", "false"},
-        {"Inverse", "true"},
-        {"Start", "inactive"}, // 640 is not the command's value
-        {"Mode", "Automatic"},
-        {"Mode_Auto", "Automatic"},
-        {"Constant", "Nine"},
-        {"Constant_Nine", "Nine"},
-        {"Alone", "Lonely"},
-        {"Mode_On", "3"}, // the later node of that name
-        {"Half", "320"},
-        {"DoubleWidth", "1280"},
-        {"Broken", "-40009"},
-        {"Scaled", "320"},
-        {"Shifted", "998"},
-        {"Root", "Root"},
-        {"Full", "Full"}};
-    for (const Row& row : rows) {
-        EXPECT_EQ(camera.value(row.node), row.value) << row.node;
-    }
+// Summed lies at 0x100 + 0x20 + 1 + 2 * 4 + 1 * 0x10 + 2 * 0x100 with 1 + 2 bytes, Low at 0x300 + 8 + 1 + 2 *
+// 2
+// + 3; Swapped is 0x0AF0 >> 4 & 0xFF = 0xAF; of Bit8 the struct's Unsigned wins; 640 is not the value of the
+// command Start; and the later node is Mode_On.
+TEST_F(AllKinds, ReadAndWriteAsWorkedOutByHand) {
+    device.expect(
+        "Raw -> 0a ff 00; Defaults -> 00 00; NoPort -> -40010; PortOfAnotherKind -> -40010; "
+        "Summed -> 01 02 03; Summed_Inner -> 512; Width -> 640; Small -> -2; HighNibble -> 5; Bit31 -> 0; "
+        "Swapped -> -81; Single -> 2.5; Double -> 1.5; _StructInner -> 3; Low -> 171; Bit8 -> 1; "
+        "Limited -> 30; Unlimited -> 0; Referring -> 640; Gain -> -2.5; FloatDefaults -> 1; "
+        "FloatReferring -> 2.5; Stored -> true; Switch -> false; Inverse -> true; Start -> inactive; "
+        "Mode -> Automatic; Mode_Auto -> Automatic; Constant -> Nine; Constant_Nine -> Nine; "
+        "Alone -> Lonely; Mode_On -> 3; Half -> 320; DoubleWidth -> 1280; Broken -> -40009; Scaled -> 320; "
+        "Shifted -> 998; Root -> Root; Full -> Full");
+    EXPECT_EQ(device.get("Text"), std::string("ABC\0", 4));
     EXPECT_THAT(output, testing::StartsWith("Error parsing formula (node: Broken, formula: (1 + ): "));
     EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 1);
+
+    device.expect(
+        "Width=0x01020304; @512+4 -> 01 02 03 04; Small=-3; @516+2 -> FD FF; Switch=true; "
+        "@520+4 -> D0 00 00 01; Inverse=true; @520+4 -> 50 00 00 01; Mode=On; @520+4 -> 20 00 00 01; "
+        "Swapped=1; @524+2 -> 10 00; Single=1.5; @528+4 -> 3F C0 00 00; Low=0x12; @784+2 -> 12 01; "
+        "Unlimited=9; @512+4 -> 01 02 03 04; Start=; @512+4 -> 00 00 00 07; Relayed=; @512+4 -> 00 00 00 02; "
+        "Scaled=100; @512+4 -> 00 00 00 C8; Shifted=1005; @516+2 -> 05 00; Scaled=-1; "
+        "@512+4 -> FF FF FF FE");
 }
 
-TEST_F(AllKinds, HaveTheirCommonProperties) {
-    const auto describe = [](const ImplGenICamNode& node) {
-        std::ostringstream out;
-        out << node.getNodeType() << '|' << node.getNamespace() << '|' << node.getToolTip() << '|'
-            << node.getDescription() << '|' << node.getDisplayName() << '|' << node.getEventID() << '|'
-            << int(node.getVisibility()) << '|' << int(node.getImposedAccessMode()) << '|'
-            << int(node.getAccessMode()) << '|' << node.isStreamable() << '|'
-            << (node.hasAliasNode() ? node.getAliasNode()->getName() : "");
-        return out.str();
-    };
-    struct Row {
-        const char* node;
-        std::string
-            properties; // kind, namespace, texts, visibility, imposed and effective access, streamable
-    };
-    const Row rows[] = {
+// Kind, namespace, texts, visibility, imposed and effective access, streamable, alias; then what its
+// interfaces show: limits with increment, representation and unit; address, length, cache mode and polling
+// time of a register; selected features.
+std::string describe(ImplGenICamNode& node) {
+    std::ostringstream out;
+    out << node.getNodeType() << '|' << node.getNamespace() << '|' << node.getToolTip() << '|'
+        << node.getDescription() << '|' << node.getDisplayName() << '|' << node.getEventID() << '|'
+        << int(node.getVisibility()) << '|' << int(node.getImposedAccessMode()) << '|'
+        << int(node.getAccessMode()) << '|' << node.isStreamable() << '|'
+        << (node.hasAliasNode() ? node.getAliasNode()->getName() : "");
+    if (auto* const integer = dynamic_cast<GenICamIntegerInterface*>(&node)) {
+        out << " [" << integer->getMin() << ' ' << integer->getMax() << ' ' << integer->getInc() << "] "
+            << int(integer->getRepresentation());
+    }
+    if (auto* const real = dynamic_cast<GenICamFloatInterface*>(&node)) {
+        out << " [" << real->getMin() << ' ' << real->getMax() << "] " << int(real->getRepresentation())
+            << real->getUnit();
+    }
+    if (auto* const place = dynamic_cast<ImplGenICamRegister*>(&node)) {
+        out << " @" << place->getAddress() << '+' << place->getLength() << " cache "
+            << int(place->getCacheMode()) << '/' << place->getPollingTime();
+    }
+    if (auto* const selector = dynamic_cast<GenICamSelectorInterface*>(&node)) {
+        out << " >" << names(selector->getSelectedFeatures());
+    }
+    return out.str();
+}
+
+TEST_F(AllKinds, HaveTheirProperties) {
+    const std::pair<const char*, const char*> rows[] = {
         {"Full", "6|Standard|tip|a <long> story|Full Node|0900A|3|2|0|1|Width"},
         {"Bare", "6|Custom|||||0|0|0|0|"},
-        {"Raw", "7|Custom|||||4|0|3|0|"},
-        {"Defaults", "7|Custom|||||0|0|1|0|"},
-        {"Low", "16|Custom|low byte||||0|0|3|0|"}, // the struct's access mode wins
-        {"Root", "4|Custom|||||0|0|0|0|"},
-        {"Limited", "14|Custom|||||0|0|3|0|"},
-        {"Mode", "10|Custom|||||0|0|3|0|"},
+        {"Raw", "7|Custom|||||4|0|3|0| @272+3 cache 3/250"},
+        {"Defaults", "7|Custom|||||0|0|1|0| @0+2 cache 1/1000"},
+        {"Summed", "7|Custom|||||0|0|1|0| @825+3 cache 1/1000"},
+        {"Width", "15|Custom|||||0|0|3|0| [0 4294967295 1] 5 @512+4 cache 2/1000 >"},
+        {"Small", "15|Custom|||||0|0|3|0| [-32768 32767 1] 0 @516+2 cache 1/1000 >Gain"},
+        {"HighNibble", "16|Custom|||||0|0|3|0| [0 15 1] 0 @520+4 cache 1/1000 >"},
+        {"Bit31", "16|Custom|||||0|0|3|0| [0 1 1] 0 @520+4 cache 1/1000 >"},
+        {"Swapped", "16|Custom|||||0|0|3|0| [-128 127 1] 0 @524+2 cache 1/1000 >"},
+        {"Single", "11|Custom|||||0|0|3|0| [1.17549e-38 3.40282e+38] 2ms @528+4 cache 1/1000"},
+        {"Double", "11|Custom|||||0|0|3|0| [2.22507e-308 1.79769e+308] 0 @536+8 cache 1/1000"},
+        {"Text", "18|Custom|||||0|0|3|0| @544+4 cache 1/1000"},
+        {"Low", "16|Custom|low byte||||0|0|3|0| [0 255 1] 0 @784+4 cache 1/1000 >Gain"},
+        {"Bit8", "16|Custom|||||0|0|3|0| [0 1 1] 0 @784+4 cache 1/1000 >"},
+        {"Limited", "14|Custom|||||0|0|3|0| [10 100 5] 1 >"},
+        {"Unlimited", "14|Custom|||||0|0|3|0| [-9223372036854775808 9223372036854775807 1] 0 >Width"},
+        {"Referring", "14|Custom|||||0|0|3|0| [2 -2 1] 0 >"},
+        {"Gain", "12|Custom|||||0|0|3|0| [-10 12.5] 4dB"},
+        {"FloatDefaults", "12|Custom|||||0|0|3|0| [2.22507e-308 1.79769e+308] 0"},
+        {"FloatReferring", "12|Custom|||||0|0|3|0| [-2.5 640] 0"},
+        {"Switch", "3|Custom|||||0|0|3|0|"},
+        {"Mode", "10|Custom|||||0|0|3|0| >Raw"},
         {"Mode_Off", "9|Custom|||Off||0|0|0|0|"},
-        {"Half", "20|Custom|||||0|0|1|0|"},
-        {"Scaled", "8|Custom|||||0|0|3|0|"},
-        {"Summed_Inner", "21|Custom|||||0|0|1|0|"},
-        {"Device", "17|Custom|||||0|0|0|0|"}};
-    for (const Row& row : rows) {
-        EXPECT_EQ(describe(camera.node(row.node)), row.properties) << row.node;
-    }
-    EXPECT_TRUE(camera.node("Full").isImplemented());
-    EXPECT_FALSE(camera.node("Full").isAvailable());
-    EXPECT_TRUE(camera.node("Full").isLocked());
-}
-
-TEST_F(AllKinds, HaveTheirLimits) {
-    constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
-    constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
-    struct IntegerRow {
-        const char* node;
-        std::int64_t min, max, inc;
-        int representation;
+        {"Half", "20|Custom|||||0|0|1|0| [2.22507e-308 1.79769e+308] 1s"},
+        {"DoubleWidth", "21|Custom|||||0|0|1|0| [-9223372036854775808 9223372036854775807 1] 5"},
+        {"Scaled", "8|Custom|||||0|0|3|0| [2.22507e-308 1.79769e+308] 2um"},
+        {"Shifted", "13|Custom|||||0|0|3|0| [-9223372036854775808 9223372036854775807 1] 0"},
+        {"Root", "4|Custom|||||0|0|0|0|"},
+        {"Summed_Inner", "21|Custom|||||0|0|1|0| [-9223372036854775808 9223372036854775807 1] 0"},
+        {"Device", "17|Custom|||||0|0|0|0|"},
     };
-    const IntegerRow integers[] = {{"Limited", 10, 100, 5, 1},
-                                   {"Unlimited", lowest, highest, 1, 0},
-                                   {"Referring", 2, -2, 1, 0},
-                                   {"Width", 0, 0xFFFFFFFF, 1, 5},
-                                   {"Small", -32768, 32767, 1, 0},
-                                   {"HighNibble", 0, 15, 1, 0},
-                                   {"Bit31", 0, 1, 1, 0},
-                                   {"Swapped", -128, 127, 1, 0},
-                                   {"Low", 0, 255, 1, 0},
-                                   {"Bit8", 0, 1, 1, 0},
-                                   {"DoubleWidth", lowest, highest, 1, 5},
-                                   {"Shifted", lowest, highest, 1, 0}};
-    for (const IntegerRow& row : integers) {
-        auto& node = camera.as<GenICamIntegerInterface>(row.node);
-        EXPECT_EQ(node.getMin(), row.min) << row.node;
-        EXPECT_EQ(node.getMax(), row.max) << row.node;
-        EXPECT_EQ(node.getInc(), row.inc) << row.node;
-        EXPECT_EQ(int(node.getRepresentation()), row.representation) << row.node;
+    for (const auto& [node, properties] : rows) {
+        EXPECT_EQ(describe(device.node(node)), properties) << node;
     }
-    struct FloatRow {
-        const char* node;
-        double min, max;
-        int representation;
-        const char* unit;
-    };
-    const FloatRow floats[] = {
-        {"Gain", -10, 12.5, 4, "dB"},
-        {"FloatDefaults", 2.2250738585072014e-308, 1.7976931348623157e308, 0, ""},
-        {"FloatReferring", -2.5, 640, 0, ""},
-        {"Single", 1.1754944e-38, 3.4028235e38, 2, "ms"},
-        {"Half", 2.2250738585072014e-308, 1.7976931348623157e308, 1, "s"},
-        {"Scaled", 2.2250738585072014e-308, 1.7976931348623157e308, 2, "um"}};
-    for (const FloatRow& row : floats) {
-        auto& node = camera.as<GenICamFloatInterface>(row.node);
-        EXPECT_EQ(node.getMin(), row.min) << row.node;
-        EXPECT_EQ(node.getMax(), row.max) << row.node;
-        EXPECT_EQ(int(node.getRepresentation()), row.representation) << row.node;
-        EXPECT_EQ(node.getUnit(), row.unit) << row.node;
-    }
-    EXPECT_EQ(camera.as<ImplGenICamInteger>("Limited").getUnit(), "px");
-    EXPECT_EQ(int(camera.as<ImplGenICamConverter>("Scaled").getSlope()), 1);
-    EXPECT_EQ(int(camera.as<ImplGenICamIntConverter>("Shifted").getSlope()), 2);
-}
+    EXPECT_TRUE(device.node("Full").isImplemented());
+    EXPECT_FALSE(device.node("Full").isAvailable());
+    EXPECT_TRUE(device.node("Full").isLocked());
+    EXPECT_EQ(device.as<ImplGenICamInteger>("Limited").getUnit(), "px");
+    EXPECT_EQ(int(device.as<ImplGenICamConverter>("Scaled").getSlope()), 1);
+    EXPECT_EQ(int(device.as<ImplGenICamIntConverter>("Shifted").getSlope()), 2);
 
-TEST_F(AllKinds, HaveTheirOtherProperties) {
-    const DeviceHeader& header = camera.device.header();
+    const DeviceHeader& header = device.camera.header();
     EXPECT_EQ(header.modelName, "Model & More");
     EXPECT_EQ(header.vendorName + header.toolTip + header.standardNamespace, "VendorTipGEV");
     EXPECT_EQ(header.productGuid + header.versionGuid, "P-1V-2");
@@ -253,149 +151,67 @@ TEST_F(AllKinds, HaveTheirOtherProperties) {
             header.majorVersion, header.minorVersion, header.subMinorVersion, header.schemaMajorVersion,
             header.schemaMinorVersion, header.schemaSubMinorVersion}),
         ElementsAre(16, 7, 8, 1, 1, 2));
+    EXPECT_EQ(device.as<ImplGenICamPort>("Device").getChunkId(), 5);
+    EXPECT_EQ(int(device.as<ImplGenICamPort>("Device").getSwapEndianess()), 1);
+    EXPECT_EQ(device.as<ImplGenICamPort>("ChunkPort").getChunkId(), 0x1234);
+    EXPECT_EQ(names(device.as<ImplGenICamCategory>("Root").getFeatures()), "Mode Gain Mode");
+    EXPECT_EQ(device.as<ImplGenICamCommand>("Start").getPollingTime(), 20);
+    EXPECT_EQ(device.as<ImplGenICamBoolean>("Inverse").getOnValue(), 0);
+    EXPECT_EQ(device.as<ImplGenICamBoolean>("Switch").getOnValue(), 1);
 
-    using Register = ImplGenICamRegister;
-    EXPECT_EQ(camera.as<Register>("Raw").getAddress(), 0x110);
-    EXPECT_EQ(camera.as<Register>("Raw").getPollingTime(), 250);
-    EXPECT_EQ(int(camera.as<Register>("Raw").getCacheMode()), 3);
-    EXPECT_EQ(camera.as<Register>("Defaults").getPollingTime(), 1000);
-    EXPECT_EQ(int(camera.as<Register>("Defaults").getCacheMode()), 1);
-    EXPECT_EQ(int(camera.as<Register>("Width").getCacheMode()), 2);
-    EXPECT_EQ(camera.as<Register>("Summed").getAddress(), 0x339);
-    EXPECT_EQ(camera.as<Register>("Summed").getLength(), 3);
-    EXPECT_EQ(camera.as<Register>("Low").getAddress(), 0x310);
-    EXPECT_EQ(camera.as<Register>("Bit8").getAddress(), 0x310);
-
-    EXPECT_EQ(camera.as<ImplGenICamPort>("Device").getChunkId(), 5);
-    EXPECT_EQ(int(camera.as<ImplGenICamPort>("Device").getSwapEndianess()), 1);
-    EXPECT_EQ(camera.as<ImplGenICamPort>("ChunkPort").getChunkId(), 0x1234);
-    EXPECT_EQ(names(camera.as<ImplGenICamCategory>("Root").getFeatures()), "Mode Gain Mode");
-    EXPECT_EQ(camera.as<ImplGenICamCommand>("Start").getPollingTime(), 20);
-    EXPECT_EQ(camera.as<ImplGenICamBoolean>("Inverse").getOnValue(), 0);
-    EXPECT_EQ(camera.as<ImplGenICamBoolean>("Switch").getOnValue(), 1);
-
-    auto& mode = camera.as<ImplGenICamEnumeration>("Mode");
+    auto& mode = device.as<ImplGenICamEnumeration>("Mode");
     EXPECT_EQ(names(mode.getEntries()), "Mode_Off Mode_On Mode_Auto");
     ASSERT_NE(mode.getEntryBySymbol("On"), nullptr); // although a Float bears the entry's name
     EXPECT_EQ(mode.getEntryBySymbol("On")->getDisplayName(), "Switched on");
-
-    struct SelectedRow {
-        const char* selector;
-        const char* selected;
-    };
-    for (const auto& [selector, selected] : std::initializer_list<SelectedRow>{
-             {"Small", "Gain"}, {"Low", "Gain"}, {"Unlimited", "Width"}, {"Mode", "Raw"}, {"Width", ""}}) {
-        EXPECT_EQ(names(camera.as<GenICamSelectorInterface>(selector).getSelectedFeatures()), selected);
-    }
-}
-
-TEST_F(AllKinds, WriteAsWorkedOutByHand) {
-    struct Row {
-        const char* name;
-        std::function<void()> write;
-        long long address;
-        std::vector<unsigned char> bytes;
-    };
-    const Row rows[] = {
-        {"IntReg",
-         [&] { camera.as<GenICamIntegerInterface>("Width").setValue(0x01020304); },
-         0x200,
-         {1, 2, 3, 4}},
-        {"little-endian",
-         [&] { camera.as<GenICamIntegerInterface>("Small").setValue(-3); },
-         0x204,
-         {0xFD, 0xFF}},
-        {"Boolean", [&] { camera.as<ImplGenICamBoolean>("Switch").setValue(true); }, 0x208, {0xD0, 0, 0, 1}},
-        {"inverse", [&] { camera.as<ImplGenICamBoolean>("Inverse").setValue(true); }, 0x208, {0x50, 0, 0, 1}},
-        {"Enumeration",
-         [&] { camera.as<ImplGenICamEnumeration>("Mode").setStringValue("On"); },
-         0x208,
-         {0x20, 0, 0, 1}},
-        {"swapped field",
-         [&] { camera.as<GenICamIntegerInterface>("Swapped").setValue(1); },
-         0x20C,
-         {0x10, 0x00}},
-        {"FloatReg",
-         [&] { camera.as<ImplGenICamFloatReg>("Single").setValue(1.5); },
-         0x210,
-         {0x3F, 0xC0, 0, 0}},
-        {"struct entry", [&] { camera.as<GenICamIntegerInterface>("Low").setValue(0x12); }, 0x310, {0x12, 1}},
-        {"Integer", [&] { camera.as<ImplGenICamInteger>("Unlimited").setValue(9); }, 0x200, {1, 2, 3, 4}},
-        {"Command", [&] { camera.as<ImplGenICamCommand>("Start").execute(); }, 0x200, {0, 0, 0, 7}},
-        {"pCommandValue", [&] { camera.as<ImplGenICamCommand>("Relayed").execute(); }, 0x200, {0, 0, 0, 2}},
-        {"Converter",
-         [&] { camera.as<ImplGenICamConverter>("Scaled").setValue(100); },
-         0x200,
-         {0, 0, 0, 200}},
-        {"IntConverter",
-         [&] { camera.as<ImplGenICamIntConverter>("Shifted").setValue(1005); },
-         0x204,
-         {5, 0}},
-        {"negative through a Converter",
-         [&] { camera.as<ImplGenICamConverter>("Scaled").setValue(-1); },
-         0x200,
-         {0xFF, 0xFF, 0xFF, 0xFE}}};
-    for (const Row& row : rows) {
-        row.write();
-        EXPECT_EQ(camera.port.bytes(row.address, static_cast<long long>(row.bytes.size())), row.bytes)
-            << row.name;
-    }
 }
 
 // "V" is volatile, and every node that depends on it is so, too.
 TEST(Dependencies, FollowFromReferences) {
     struct Row {
         const char* kind;
-        const char* inner;
-        bool dependsOnV = true;
+        std::vector<std::string> dependent, independent; // what an element "pName" of a kind makes of it
     };
     const Row rows[] = {
-        {"Node", "<pIsImplemented>V</pIsImplemented>"},
-        {"Node", "<pIsAvailable> V\n</pIsAvailable>"},
-        {"Node", "<pIsLocked>V</pIsLocked>"},
-        {"Node", "<pAlias>V</pAlias>", false},
-        {"Node", "<pValue>V</pValue>", false},
-        {"Integer", "<pValue>V</pValue>"},
-        {"Integer", "<pMin>V</pMin>"},
-        {"Integer", "<pMax>V</pMax>"},
-        {"Integer", "<pInc>V</pInc>"},
-        {"Integer", "<pSelected>V</pSelected>", false},
-        {"Integer", "<pIsLocked>V</pIsLocked>"},
-        {"Float", "<pValue>V</pValue>"},
-        {"Float", "<pMin>V</pMin>"},
-        {"Float", "<pMax>V</pMax>"},
-        {"Float", "<pInc>V</pInc>", false},
-        {"Boolean", "<pValue>V</pValue>"},
-        {"Command", "<pValue>V</pValue>"},
-        {"Command", "<pCommandValue>V</pCommandValue>"},
-        {"Enumeration", "<pValue>V</pValue>"},
-        {"Enumeration", "<pEnumEntry>V</pEnumEntry>", false}, // no entry
-        {"Enumeration", "<EnumEntry Name='E'><pIsAvailable>V</pIsAvailable></EnumEntry>"},
-        {"Enumeration", "<pSelected>V</pSelected>", false},
-        {"Category", "<pFeature>V</pFeature>", false},
-        {"Port", "<pChunkID>V</pChunkID>"},
-        {"SwissKnife", "<Formula>X</Formula><pVariable Name='X'>V</pVariable>"},
-        {"IntSwissKnife", "<Formula>X</Formula><pVariable Name='X'>\nV </pVariable>"},
-        {"Converter", "<FormulaTo>1</FormulaTo><FormulaFrom>1</FormulaFrom><pValue>V</pValue>"},
-        {"Converter",
-         "<FormulaTo>1</FormulaTo><FormulaFrom>1</FormulaFrom><pVariable Name='X'>V</pVariable>"},
-        {"IntConverter", "<FormulaTo>1</FormulaTo><FormulaFrom>1</FormulaFrom><pValue>V</pValue>"}};
+        {"Node", {"pIsImplemented", "pIsAvailable", "pIsLocked"}, {"pAlias", "pValue"}},
+        {"Integer", {"pValue", "pMin", "pMax", "pInc", "pIsLocked"}, {"pSelected"}},
+        {"Float", {"pValue", "pMin", "pMax"}, {"pInc"}},
+        {"Boolean", {"pValue"}, {}},
+        {"Command", {"pValue", "pCommandValue"}, {}},
+        {"Enumeration", {"pValue"}, {"pSelected", "pEnumEntry"}}, // V is no entry
+        {"Category", {}, {"pFeature"}},
+        {"Port", {"pChunkID"}, {}},
+        {"SwissKnife", {"pVariable Name='X'"}, {}},
+        {"IntSwissKnife", {"pVariable Name='X'"}, {}},
+        {"Converter", {"pValue", "pVariable Name='X'"}, {}},
+        {"IntConverter", {"pValue", "pVariable Name='X'"}, {}}};
+    const std::string formulas = "<Formula>1</Formula><FormulaTo>1</FormulaTo><FormulaFrom>1</FormulaFrom>";
+    const auto isVolatile = [&](const std::string& kind, const std::string& inner) {
+        return Device(inRoot(
+                          "<" + kind + " Name='A'>" + inner + formulas + "</" + kind + ">" +
+                          reg("V", 0, 4, caching("NoCache"))))
+            .node("A")
+            .isVolatile();
+    };
+    const auto referring = [](const std::string& element) {
+        return "<" + element + "> V\n</" + element.substr(0, element.find(' ')) + ">";
+    };
     for (const Row& row : rows) {
-        const std::string kind = row.kind;
-        const Camera camera(inRoot(
-            "<" + kind + " Name='A'>" + row.inner + "</" + kind +
-            "><IntReg Name='V'><Cachable>NoCache</Cachable></IntReg>"));
-        EXPECT_EQ(camera.node("A").isVolatile(), row.dependsOnV) << kind << ' ' << row.inner;
+        for (const std::string& element : row.dependent) {
+            EXPECT_TRUE(isVolatile(row.kind, referring(element))) << row.kind << ' ' << element;
+        }
+        for (const std::string& element : row.independent) {
+            EXPECT_FALSE(isVolatile(row.kind, referring(element))) << row.kind << ' ' << element;
+        }
     }
+    EXPECT_TRUE(isVolatile("Enumeration", "<EnumEntry Name='E'><pIsAvailable>V</pIsAvailable></EnumEntry>"));
 }
 
-// Register "A" is read once and then cached; setting "D" makes it stale when it depends on it.
+// Register "A" is read once and then cached; setting "D" and "R" makes it stale when it depends on them.
 TEST(Dependencies, OfRegistersMakeThemStale) {
-    struct Row {
-        const char* inner;
+    const struct {
+        std::string inner;
         bool stale = true;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"", false},
         {"<pAddress>D</pAddress>"},
         {"<pIndex Offset='8'>D</pIndex>"},
@@ -407,73 +223,30 @@ TEST(Dependencies, OfRegistersMakeThemStale) {
         {"<pInvalidator>D</pInvalidator>", false}, // D is no register
         {"<pSelected>D</pSelected>", false},
         {"<pPort>Device</pPort>", false}};
-    for (const Row& row : rows) {
-        for (const bool inStruct : {false, true}) {
-            const std::string common = std::string(row.inner) +
-                                       "<Address>16</Address><Length>4</Length><AccessMode>RW</AccessMode>"
-                                       "<pPort>Device</pPort>";
-            const Camera camera(inRoot(
-                (inStruct
-                     ? "<StructReg>" + common + "<StructEntry Name='A'><Bit>0</Bit></StructEntry></StructReg>"
-                     : "<IntReg Name='A'>" + common + "</IntReg>") +
-                "<Integer Name='D'><Value>0</Value></Integer><IntReg "
-                "Name='R'><Address>64</Address><Length>4</Length>"
-                "<AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>"));
-            EXPECT_EQ(camera.value("A"), "0") << row.inner;
-            EXPECT_EQ(camera.value("A"), "0") << row.inner;
-            EXPECT_EQ(camera.port.reads, 1) << row.inner;
-            camera.as<ImplGenICamInteger>("D").setValue(0);
-            camera.as<ImplGenICamIntReg>("R").setValue(0);
-            EXPECT_EQ(camera.value("A"), "0") << row.inner;
-            EXPECT_EQ(camera.port.reads, row.stale ? 2 : 1)
-                << row.inner << (inStruct ? " in a StructReg" : "");
-        }
+    const std::string others = "<Integer Name='D'/>" + reg("R", 64, 4);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.inner);
+        const std::string steps =
+            std::string("A -> 0; #A -> 0r 0w; D=0; R=0; #A -> ") + (row.stale ? "1r 0w" : "0r 0w");
+        Device(inRoot(reg("A", 16, 4, row.inner) + others)).expect(steps);
+        Device(
+            inRoot(
+                reg("S", 16, 4, row.inner + "<StructEntry Name='A'><Bit>0</Bit></StructEntry>", "StructReg") +
+                others))
+            .expect(steps);
     }
 }
 
-TEST(Stages, LaterNodesOfANameWin) {
-    const Camera camera(inRoot(
+TEST(Stages, LetLaterNodesOfANameWin) {
+    Device device(inRoot(
         "<Float Name='A'><Value>2</Value></Float><Integer Name='A'><Value>3</Value></Integer>"
         "<Integer Name='A'><Value>4</Value></Integer><Boolean Name='A'/><Integer Name='B'><pValue>A</pValue>"
-        "</Integer><Integer/><Enumeration Name='E'><EnumEntry "
-        "Name='X'><Value>1</Value></EnumEntry><EnumEntry "
-        "Name='X'><Value>2</Value></EnumEntry></Enumeration>"));
-    EXPECT_EQ(camera.value("B"), "4"); // Integers come after Booleans and Floats
-    const auto& entries = camera.as<ImplGenICamEnumeration>("E").getEntries();
+        "</Integer><Integer/><Enumeration Name='E'><EnumEntry Name='X'><Value>1</Value></EnumEntry>"
+        "<EnumEntry Name='X'><Value>2</Value></EnumEntry></Enumeration>"));
+    device.expect("B -> 4"); // Integers come after Booleans and Floats
+    const auto& entries = device.as<ImplGenICamEnumeration>("E").getEntries();
     ASSERT_EQ(entries.size(), 2U);
-    EXPECT_EQ(entries[0]->getValue(), 1);
-    EXPECT_EQ(entries[1]->getValue(), 2);
-}
-
-TEST(Stages, BindTheLatestVariableOfAName) {
-    const Camera camera(inRoot(
-        "<SwissKnife Name='S'><pVariable Name='b'>One</pVariable><pVariable "
-        "Name='A'>One</pVariable><pVariable "
-        "Name='B'>Two</pVariable><pVariable Name='C'>Two</pVariable><pVariable "
-        "Name='c'>Missing</pVariable><Formula>"
-        "10 * A + B</Formula></SwissKnife><SwissKnife Name='T'><pVariable Name='C'>Two</pVariable><pVariable "
-        "Name='c'>Missing</pVariable><pVariable Name='D'>Yes</pVariable><Formula>C</Formula></SwissKnife>"
-        "<SwissKnife Name='U'><pVariable Name='D'>Yes</pVariable><Formula>D</Formula></SwissKnife>"
-        "<Integer Name='One'><Value>1</Value></Integer><Integer Name='Two'><Value>2</Value></Integer>"
-        "<Boolean Name='Yes'/>"));
-    EXPECT_EQ(camera.value("S"), "12");
-    EXPECT_EQ(camera.value("T"), "-40009");
-    EXPECT_EQ(camera.value("U"), "-40009"); // neither an integer nor a float
-}
-
-TEST(Stages, BearReferencesInCircles) {
-    const Camera camera(inRoot(
-        "<Integer Name='A'><pValue>B</pValue><pMin>A</pMin></Integer><Integer Name='B'><pValue>A</pValue>"
-        "</Integer><Category Name='C'><pFeature>C</pFeature></Category><IntSwissKnife Name='K'><pVariable "
-        "Name='K'>K"
-        "</pVariable><Formula>K+1</Formula></IntSwissKnife><IntReg "
-        "Name='R'><Length>4</Length><pAddress>R</pAddress>"
-        "<pPort>Device</pPort><pInvalidator>R</pInvalidator></IntReg><Integer Name='L'><Value>1</Value>"
-        "<pIsLocked>L</pIsLocked><pSelected>L</pSelected></Integer>"));
-    for (const char* name : {"A", "B", "K", "R"}) {
-        EXPECT_EQ(camera.value(name), "-40007") << name;
-    }
-    EXPECT_EQ(camera.value("L"), "1");
+    EXPECT_EQ(entries[0]->getValue() * 10 + entries[1]->getValue(), 12);
 }
 
 TEST(Stages, RefuseDescriptionsThatMultiplyThemselves) {
@@ -483,35 +256,34 @@ TEST(Stages, RefuseDescriptionsThatMultiplyThemselves) {
         elements += "<pInvalidator>R</pInvalidator>";
         entries += "<StructEntry Name='E" + std::to_string(i) + "'/>";
     }
-    EXPECT_THROW(Camera(inRoot("<StructReg>" + elements + entries + "</StructReg>")), std::length_error);
+    EXPECT_THROW(Device(inRoot("<StructReg>" + elements + entries + "</StructReg>")), std::length_error);
 }
 
 // All values of a tree, whatever they are: nothing may crash or hang.
-void readEverything(const Camera& camera) {
-    for (const GenICamNode* const node : camera.device.getNodes()) {
-        camera.value(node->getName());
+void readEverything(const std::string& xml) {
+    Device device(xml);
+    for (const GenICamNode* const node : device.camera.getNodes()) {
+        device.get(node->getName());
     }
 }
 
 TEST(Stages, BearDamagedDescriptions) {
     const std::string xml = inRoot(
-        "<StructReg><Address>0</Address><Length>2</Length><IntSwissKnife Name='K'><pVariable "
-        "Name='X'>I</pVariable>"
-        "<Formula>X*2</Formula></IntSwissKnife><pIndex Offset='2'>I</pIndex><StructEntry "
-        "Name='S'><LSB>3</LSB>"
-        "<MSB>1</MSB></StructEntry></StructReg><Integer Name='I'><Value>1</Value><pMax>E</pMax></Integer>"
-        "<Enumeration Name='E'><EnumEntry "
-        "Name='On'><Value>1</Value></EnumEntry><pValue>I</pValue></Enumeration>"
-        "<Converter Name='C'><FormulaTo>FROM/2</FormulaTo><FormulaFrom>TO*2</FormulaFrom><pValue>S</pValue>"
-        "</Converter>");
-    readEverything(Camera(xml));
+        "<StructReg><Address>0</Address><Length>2</Length><IntSwissKnife Name='K'><pVariable Name='X'>I"
+        "</pVariable><Formula>X*2</Formula></IntSwissKnife><pIndex Offset='2'>I</pIndex><StructEntry "
+        "Name='S'>"
+        "<LSB>3</LSB><MSB>1</MSB></StructEntry></StructReg><Integer Name='I'><Value>1</Value><pMax>E</pMax>"
+        "</Integer><Enumeration Name='E'><EnumEntry Name='On'><Value>1</Value></EnumEntry><pValue>I</pValue>"
+        "</Enumeration><Converter Name='C'><FormulaTo>FROM/2</FormulaTo><FormulaFrom>TO*2</FormulaFrom>"
+        "<pValue>S</pValue></Converter>");
+    readEverything(xml);
     testing::internal::CaptureStdout();
     for (std::size_t i = 0; i < xml.size(); ++i) {
         for (const char* const replacement : {"", "<", "9"}) {
             std::string damaged = xml;
             damaged.replace(i, 1, replacement);
             try {
-                readEverything(Camera(damaged));
+                readEverything(damaged);
             } catch (const std::runtime_error&) { // no tree
             }
         }
@@ -520,15 +292,15 @@ TEST(Stages, BearDamagedDescriptions) {
 }
 
 TEST(Stages, ReadAGeneratedDescription) {
-    Camera camera(generated::description(50));
-    camera.port.memory.resize(generated::firstAddress + 4 * 50);
+    Device device(generated::description(50));
+    device.port.memory.resize(generated::firstAddress + 4 * 50);
     for (int feature = 0; feature < 50; ++feature) {
         constexpr const char* values[] = {"0", "0", "Off", "false", "inactive"};
-        EXPECT_EQ(camera.value(generated::featureName(feature)), values[feature % generated::featureKinds]);
+        device.expect(generated::featureName(feature) + " -> " + values[feature % generated::featureKinds]);
     }
-    camera.as<ImplGenICamFloat>(generated::featureName(1)).setValue(5);
-    EXPECT_EQ(camera.port.bytes(generated::firstAddress + 4, 4), (std::vector<unsigned char>{0, 0, 0, 20}));
-    EXPECT_EQ(camera.as<ImplGenICamInteger>(generated::featureName(5)).getMax(), 0x7FFFFFFF);
+    device.expect(generated::featureName(1) + "=5; @65540+4 -> 00 00 00 14");
+    EXPECT_EQ(device.as<ImplGenICamInteger>(generated::featureName(5)).getMax(), 0x7FFFFFFF);
 }
 
 } // namespace
+} // namespace test_support
