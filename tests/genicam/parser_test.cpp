@@ -4,11 +4,13 @@
 #include "genicam/xml_outline.h"
 #include "support/generated_description.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
-#include <fstream>
+#include <functional>
+#include <limits>
+#include <map>
+#include <random>
 #include <sstream>
-#include <thread>
 
 using tavo::GenICamParser;
 using tavo::GenICamTreeBuilder;
@@ -54,80 +56,77 @@ std::string inRoot(const std::string& inner) {
 
 const std::string parseError = "RapidXML: Parse error!\n";
 
-struct Row {
-    const char* name;
-    std::string text;
-    std::string tree;
-    std::string output = "";
-};
-
-void PrintTo(const Row& row, std::ostream* out) {
-    *out << row.name;
+TEST(Parsing, GivesTheTree) {
+    const struct {
+        const char* name;
+        std::string text;
+        std::string tree;
+        std::string output = "";
+    } rows[] = {
+        {"Empty", "", "null"},
+        {"Blanks", " \r\n\t", "null"},
+        {"RootOnly", "<RegisterDescription/>", "2"},
+        {"ByteOrderMark", "\xEF\xBB\xBF<RegisterDescription/>", "2"},
+        {"Declaration",
+         "<?xml version='1.0'?><?x <a> ?><!DOCTYPE a [<!ELEMENT a (b)>]><!-- <b> --><RegisterDescription/>",
+         "2"},
+        {"OtherRoot", "<Integer Name='A'/>", "null"},
+        {"GroupAsRoot", "<Group><RegisterDescription/></Group>", "null"},
+        {"SecondRootIsIgnored", "<RegisterDescription/><Integer/>", "2"},
+        {"TextAsRoot", "hello", "null", parseError},
+        {"Unclosed", "<RegisterDescription><Integer Name='A'/>", "null", parseError},
+        {"GarbageBehindTheRoot", inRoot("<Node Name='A'/>") + "garbage", "2 (Node 6 @A)", parseError},
+        {"EveryKind",
+         inRoot("<Node/><Category/><Integer/><IntReg/><MaskedIntReg/><Boolean/><Command/><Enumeration/"
+                "><EnumEntry/>"
+                "<Float/><FloatReg/><StringReg/><Register/><Converter/><IntConverter/><SwissKnife/"
+                "><IntSwissKnife/"
+                "><Port/>"
+                "<StructReg/><pIndex/><StructEntry/><pVariable/>"),
+         "2 (Boolean 3) (Category 4) (Command 5) (Converter 8) (EnumEntry 9) (Enumeration 10) (Float 12) "
+         "(FloatReg 11) "
+         "(IntConverter 13) (IntReg 15) (IntSwissKnife 21) (Integer 14) (MaskedIntReg 16) (Node 6) (Port 17) "
+         "(Register 7) (StringReg 18) (StructEntry 1) (StructReg 19) (SwissKnife 20) (pIndex 1) (pVariable "
+         "1)"},
+        {"CaseCounts", inRoot("<integer/><INTEGER/>"), "2 INTEGER=. integer=."},
+        {"UnknownKindIsAnElement", inRoot("<Unknown Name='A'>x<Integer/>y</Unknown>"), "2 Unknown=xy."},
+        {"GroupsVanish",
+         inRoot("<Group Comment='c'><Node Name='B'/><Group><Node Name='A'/></Group></Group><Node Name='C'/>"),
+         "2 (Node 6 @B) (Node 6 @A) (Node 6 @C)"},
+        {"ExtensionsVanish", inRoot("<Extension><Node/><pFeature>A</pFeature></Extension><Extension/>"), "2"},
+        {"ElementsAndVariables",
+         inRoot("<SwissKnife Name='S'><pVariable Name='V'>Node1</pVariable><Formula>V &lt; 3 &#38;&amp; "
+                "V&gt;&#x31;</Formula></SwissKnife>"),
+         "2 (SwissKnife 20 @S Formula=V < 3 && V>1. (pVariable 1 @V 'Node1'))"},
+        {"RepeatedElementsKeepTheirOrder",
+         inRoot("<Category><pFeature>Z</pFeature><ToolTip>t</ToolTip><pFeature>A</pFeature><pFeature>M</"
+                "pFeature>"
+                "</Category>"),
+         "2 (Category 4 ToolTip=t. pFeature=Z. pFeature=A. pFeature=M.)"},
+        {"CommentSplitsAnElementsText",
+         inRoot("<SwissKnife><Formula>A <!-- plus --> + B<![CDATA[ < C]]>\n</Formula></SwissKnife>"),
+         "2 (SwissKnife 20 Formula=A  + B < C.)"},
+        {"LastPieceIsTheContent",
+         inRoot("<pVariable>Wid<!-- c -->th</pVariable><pIndex>A<pValue>B</pValue></pIndex>"),
+         "2 (pIndex 1 pValue=B. 'A') (pVariable 1 'th')"},
+        {"BlanksStay", inRoot("<Integer><pValue>\n  A </pValue></Integer>"), "2 (Integer 14 pValue=\n  A .)"},
+        {"LaterAttributeWins", inRoot("<Node Name='A' Name='B'/>"), "2 (Node 6 @B)"},
+        {"ZeroByteFromAnEntity", inRoot("<ToolTip>a&#0;b</ToolTip>"), std::string("2 ToolTip=a\0b.", 14)},
+        {"UnknownEntityStays", inRoot("<ToolTip>&nbsp; &</ToolTip>"), "2 ToolTip=&nbsp; &."},
+        {"EntityBeyondUnicode", inRoot("<ToolTip>&#x110000;</ToolTip>"), "null", parseError},
+        {"UnquotedAttribute", inRoot("<Node Name=A/>"), "null", parseError},
+    };
+    for (const auto& row : rows) {
+        testing::internal::CaptureStdout();
+        const auto tree = parse(row.text);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), row.output) << row.name;
+        EXPECT_EQ(describe(tree.get()), row.tree) << row.name;
+        // Plain texts are parsed piece by piece; a second root makes a text one that is parsed as a whole.
+        if (genicam::outlineXml(row.text.c_str()).isPlain) {
+            EXPECT_EQ(describe(parse(row.text + "<x/>").get()), row.tree) << row.name << " as a whole";
+        }
+    }
 }
-
-class Parsing : public testing::TestWithParam<Row> {};
-
-TEST_P(Parsing, GivesTheTree) {
-    testing::internal::CaptureStdout();
-    const auto tree = parse(GetParam().text);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), GetParam().output);
-    EXPECT_EQ(describe(tree.get()), GetParam().tree);
-}
-
-const Row rows[] = {
-    {"Empty", "", "null"},
-    {"Blanks", " \r\n\t", "null"},
-    {"RootOnly", "<RegisterDescription/>", "2"},
-    {"ByteOrderMark", "\xEF\xBB\xBF<RegisterDescription/>", "2"},
-    {"Declaration",
-     "<?xml version='1.0'?><?x <a> ?><!DOCTYPE a [<!ELEMENT a (b)>]><!-- <b> --><RegisterDescription/>", "2"},
-    {"OtherRoot", "<Integer Name='A'/>", "null"},
-    {"GroupAsRoot", "<Group><RegisterDescription/></Group>", "null"},
-    {"SecondRootIsIgnored", "<RegisterDescription/><Integer/>", "2"},
-    {"TextAsRoot", "hello", "null", parseError},
-    {"Unclosed", "<RegisterDescription><Integer Name='A'/>", "null", parseError},
-    {"GarbageBehindTheRoot", inRoot("<Node Name='A'/>") + "garbage", "2 (Node 6 @A)", parseError},
-    {"EveryKind",
-     inRoot(
-         "<Node/><Category/><Integer/><IntReg/><MaskedIntReg/><Boolean/><Command/><Enumeration/><EnumEntry/>"
-         "<Float/><FloatReg/><StringReg/><Register/><Converter/><IntConverter/><SwissKnife/><IntSwissKnife/"
-         "><Port/>"
-         "<StructReg/><pIndex/><StructEntry/><pVariable/>"),
-     "2 (Boolean 3) (Category 4) (Command 5) (Converter 8) (EnumEntry 9) (Enumeration 10) (Float 12) "
-     "(FloatReg 11) "
-     "(IntConverter 13) (IntReg 15) (IntSwissKnife 21) (Integer 14) (MaskedIntReg 16) (Node 6) (Port 17) "
-     "(Register 7) (StringReg 18) (StructEntry 1) (StructReg 19) (SwissKnife 20) (pIndex 1) (pVariable 1)"},
-    {"CaseCounts", inRoot("<integer/><INTEGER/>"), "2 INTEGER=. integer=."},
-    {"UnknownKindIsAnElement", inRoot("<Unknown Name='A'>x<Integer/>y</Unknown>"), "2 Unknown=xy."},
-    {"GroupsVanish",
-     inRoot("<Group Comment='c'><Node Name='B'/><Group><Node Name='A'/></Group></Group><Node Name='C'/>"),
-     "2 (Node 6 @B) (Node 6 @A) (Node 6 @C)"},
-    {"ExtensionsVanish", inRoot("<Extension><Node/><pFeature>A</pFeature></Extension><Extension/>"), "2"},
-    {"ElementsAndVariables",
-     inRoot("<SwissKnife Name='S'><pVariable Name='V'>Node1</pVariable><Formula>V &lt; 3 &#38;&amp; "
-            "V&gt;&#x31;</Formula></SwissKnife>"),
-     "2 (SwissKnife 20 @S Formula=V < 3 && V>1. (pVariable 1 @V 'Node1'))"},
-    {"RepeatedElementsKeepTheirOrder",
-     inRoot("<Category><pFeature>Z</pFeature><ToolTip>t</ToolTip><pFeature>A</pFeature><pFeature>M</pFeature>"
-            "</Category>"),
-     "2 (Category 4 ToolTip=t. pFeature=Z. pFeature=A. pFeature=M.)"},
-    {"CommentSplitsAnElementsText",
-     inRoot("<SwissKnife><Formula>A <!-- plus --> + B<![CDATA[ < C]]>\n</Formula></SwissKnife>"),
-     "2 (SwissKnife 20 Formula=A  + B < C.)"},
-    {"LastPieceIsTheContent",
-     inRoot("<pVariable>Wid<!-- c -->th</pVariable><pIndex>A<pValue>B</pValue></pIndex>"),
-     "2 (pIndex 1 pValue=B. 'A') (pVariable 1 'th')"},
-    {"BlanksStay", inRoot("<Integer><pValue>\n  A </pValue></Integer>"), "2 (Integer 14 pValue=\n  A .)"},
-    {"LaterAttributeWins", inRoot("<Node Name='A' Name='B'/>"), "2 (Node 6 @B)"},
-    {"ZeroByteFromAnEntity", inRoot("<ToolTip>a&#0;b</ToolTip>"), std::string("2 ToolTip=a\0b.", 14)},
-    {"UnknownEntityStays", inRoot("<ToolTip>&nbsp; &</ToolTip>"), "2 ToolTip=&nbsp; &."},
-    {"EntityBeyondUnicode", inRoot("<ToolTip>&#x110000;</ToolTip>"), "null", parseError},
-    {"UnquotedAttribute", inRoot("<Node Name=A/>"), "null", parseError},
-};
-
-INSTANTIATE_TEST_SUITE_P(Texts, Parsing, testing::ValuesIn(rows), [](const auto& row) {
-    return std::string(row.param.name);
-});
 
 std::string repeated(const std::string& text, int count) {
     std::string result;
@@ -139,12 +138,11 @@ std::string repeated(const std::string& text, int count) {
 
 // The scan must find the depth that the XML parser would reach, whatever looks like markup and is none.
 TEST(Nesting, IsMeasuredAsTheParserWould) {
-    struct NestingRow {
+    const struct {
         const char* name;
         std::string text;
         std::size_t depth;
-    };
-    const NestingRow nestings[] = {
+    } rows[] = {
         {"nothing", "", 0},
         {"elements", "<a><b><c/></b></a>", 2},
         {"siblings", "<a><b></b><b></b></a>", 2},
@@ -165,7 +163,7 @@ TEST(Nesting, IsMeasuredAsTheParserWould) {
         {"text in front ends it", "x<a><b>", 0},
         {"empty name ends it", "<a><><c><d>", 1},
     };
-    for (const NestingRow& row : nestings) {
+    for (const auto& row : rows) {
         EXPECT_TRUE(genicam::outlineXml(row.text.c_str(), row.depth).isShallow) << row.name;
         if (row.depth > 0) {
             EXPECT_FALSE(genicam::outlineXml(row.text.c_str(), row.depth - 1).isShallow) << row.name;
@@ -183,31 +181,23 @@ TEST(Nesting, BeyondTheLimitIsAParseError) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), parseError + parseError + parseError);
 }
 
-// Plain texts are parsed piece by piece; a second root makes a text one that is parsed as a whole.
 TEST(Parsing, GivesTheSameTreeInPiecesAndAsAWhole) {
     std::string plain = generated::description(30);
     plain.insert(
         plain.rfind("</RegisterDescription>"),
         "<Group><Group/><!-- <a> --><Group a='>'><Node Name='X'/></Group>"
         "<Extension><Node/></Extension></Group><?p?>\n<Node Name='Y'/><ToolTip>t</ToolTip>");
-    EXPECT_TRUE(genicam::outlineXml(plain.c_str()).isPlain);
-    EXPECT_FALSE(genicam::outlineXml((plain + "<x/>").c_str()).isPlain);
     EXPECT_EQ(describe(parse(plain).get()), describe(parse(plain + "<x/>").get()));
-    for (const Row& row : rows) {
-        const bool isPlain = genicam::outlineXml(row.text.c_str()).isPlain;
-        EXPECT_EQ(describe(parse(row.text + (isPlain ? "<x/>" : "")).get()), row.tree) << row.name;
+    for (const std::string& text : std::vector<std::string>{
+             "", "<a>", "<a></a>x", "<a/><b/>", "<a>text</a>", "<a><![CDATA[text]]></a>",
+             "<![CDATA[text]]><a/>", "<a><Group>text</Group></a>", "<a><b></a>", "<a/><!--", "<a/><",
+             "<!-- only -->"}) {
+        EXPECT_FALSE(genicam::outlineXml(text.c_str()).isPlain) << text;
     }
-}
-
-TEST(Parsing, SeesWhatIsNotPlain) {
-    for (const char* const text :
-         {"", "<a>", "<a></a>x", "<a/><b/>", "<a>text</a>", "<a><![CDATA[text]]></a>", "<![CDATA[text]]><a/>",
-          "<a><Group>text</Group></a>", "<a><b></a>", "<a/><!--", "<a/><", "<!-- only -->"}) {
-        EXPECT_FALSE(genicam::outlineXml(text).isPlain) << text;
-    }
-    for (const char* const text :
-         {"<a/>", " <a>\n</a> ", "<?x?><!-- --><a b='c'><d>text</d><Group/></a><!x>"}) {
-        EXPECT_TRUE(genicam::outlineXml(text).isPlain) << text;
+    for (const std::string& text :
+         {std::string("<a/>"), std::string(" <a>\n</a> "), plain,
+          std::string("<?x?><!-- --><a b='c'><d>text</d><Group/></a><!x>")}) {
+        EXPECT_TRUE(genicam::outlineXml(text.c_str()).isPlain) << text;
     }
 }
 
@@ -253,30 +243,141 @@ TEST(Parsing, IsLinearInHostileRepetition) {
         parse(inRoot(repeated("<Node/>", count)))->getAllObjects().size(), static_cast<std::size_t>(count));
 }
 
-TEST(Parsing, ReadsFiles) {
-    std::ofstream("camera.xml") << inRoot("<Node Name='A'/>");
-    const auto parser = tavo::Singleton<GenICamParser>::getInstance();
-    EXPECT_EQ(describe(parser->parseFile("camera.xml").get()), "2 (Node 6 @A)");
-    EXPECT_EQ(parser->parseFile("missing.xml"), nullptr);
-    EXPECT_EQ(parser->parseFile("."), nullptr);
+// ---- The builders and the parsers of their texts ----
+
+constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
+constexpr double largest = std::numeric_limits<double>::max();
+
+constexpr std::int64_t noNumber = 77;
+
+// Texts that the parser reads as one value.
+template<class Value> using TextsOf = std::vector<std::pair<Value, std::vector<std::string_view>>>;
+
+template<class Value>
+void expectParsed(Value (*parser)(std::string_view, Value), const TextsOf<Value>& rows) {
+    for (const auto& [value, texts] : rows) {
+        for (const std::string_view text : texts) {
+            EXPECT_EQ(parser(text, Value(noNumber)), value) << "'" << text << "'";
+        }
+    }
 }
 
-TEST(Singleton, IsOneForAllThreads) {
-    struct Counted {
-        Counted() { ++*count(); }
-        static std::atomic<int>* count() {
-            static std::atomic<int> made = 0;
-            return &made;
-        }
+TEST(Texts, AreReadAsStreamsDo) {
+    expectParsed<std::int64_t>(
+        GenICamTreeBuilder::parseNumber,
+        {{noNumber, {"", " ", "abc", "-", "- 5", "--5", "0x", "0xg"}},
+         {0, {"0", "08"}},
+         {42, {"42", "+42", "  42", "\n\t42 \n", "42abc", "42 7", "42.9"}},
+         {-5, {"-5", "-0x5", "-05"}},
+         {31, {"0x1f", "0X1F", "0x1fzz"}},
+         {15, {"017", "00000000000000000000000000000000017"}},
+         {8, {"010"}},
+         {-1, {"0xFFFFFFFFFFFFFFFF"}},
+         {highest, {"9223372036854775807", "9223372036854775808", "99999999999999999999999"}},
+         {highest, {"0x7FFFFFFFFFFFFFFF", "0x10000000000000000", "01777777777777777777777"}},
+         {lowest,
+          {"-9223372036854775808", "-9223372036854775809", "0x8000000000000000", "-0x10000000000000000"}}});
+    expectParsed<double>(
+        GenICamTreeBuilder::parseFloat, {{noNumber, {"", "abc", ".", "-", "inf", "nan", "12e"}},
+                                         {0, {"0x1F", "1e-999"}},
+                                         {0.5, {".5", "+.5", "0.5.5"}},
+                                         {-1.25, {"-1.25", " \n-1.25x"}},
+                                         {1, {"1", "1.", "1,5"}},
+                                         {1000, {"1e3", "1E+3"}},
+                                         {largest, {"1e999"}},
+                                         {-largest, {"-1e999"}},
+                                         {2.2250738585072014e-308, {"2.2250738585072014e-308"}}});
+}
+
+TEST(Texts, OfKeywordsAreExact) {
+    using B = GenICamTreeBuilder;
+    const auto number = [](auto parser) { return [parser](std::string_view t) { return int(parser(t)); }; };
+    const std::pair<std::function<int(std::string_view)>, std::vector<std::string>> rows[] = {
+        // for 1, 2, 3...
+        {number(B::parseYesNo), {"Yes", "No"}},
+        {number(B::parseSign), {"Signed", "Unsigned"}},
+        {number(B::parseEndianess), {"LittleEndian", "BigEndian"}},
+        {number(B::parseCacheMode), {"WriteThrough", "WriteAround", "NoCache"}},
+        {number(B::parseAccessMode), {"RO", "WO", "RW"}},
+        {number(B::parseVisibility), {"Beginner", "Expert", "Guru", "Invisible"}},
+        {number(B::parseRepresentation), {"Linear", "Logarithmic", "Boolean", "PureNumber", "HexNumber"}},
+        {number(B::parseSlope), {"Increasing", "Decreasing", "Varying", "Automatic"}},
     };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([] { EXPECT_NE(tavo::Singleton<Counted>::getInstance(), nullptr); });
+    for (const auto& [parse, keywords] : rows) {
+        int expected = 0;
+        EXPECT_EQ(parse(""), expected);
+        for (const std::string& keyword : keywords) {
+            EXPECT_EQ(parse(keyword), ++expected) << keyword;
+            for (const std::string& wrong :
+                 {keyword + " ", " " + keyword, keyword.substr(1), "\n" + keyword}) {
+                EXPECT_EQ(parse(wrong), 0) << "'" << wrong << "'";
+            }
+        }
     }
-    for (std::thread& thread : threads) {
-        thread.join();
+    EXPECT_EQ(B::parseCacheMode("No"), GenICamTypes::GenICamCacheModeType::NoCache);
+    EXPECT_TRUE(B::parseBoolean("", true) && B::parseBoolean("true", false));
+    for (const char* text : {"TRUE", "True", "1", " true", "false"}) {
+        EXPECT_FALSE(B::parseBoolean(text, true)) << text;
     }
-    EXPECT_EQ(*Counted::count(), 1);
+}
+
+TEST(TreeBuilder, RemembersWhatItWasFirstAskedFor) {
+    GenICamTreeBuilder builder(GenICamTypes::Integer);
+    EXPECT_EQ(builder.findAttribute("Name", "none"), "none");
+    EXPECT_EQ(builder.getAttribute("Name", ""), "");
+    EXPECT_EQ(builder.findAttribute("Name", "none"), "");
+    EXPECT_EQ(builder.setAttribute("Name", "B"), "B");
+    EXPECT_EQ(builder.getAttribute("Name", ""), "B");
+    EXPECT_EQ(builder.getFirstElement("Min", "5"), "5");
+    builder.addElement("Min", "6");
+    EXPECT_EQ(builder.getFirstElement("Min", "7"), "5");
+    EXPECT_EQ(builder.getAllElementsByName("Min").size(), 2U);
+    EXPECT_EQ(builder.findElement("Max"), nullptr);
+}
+
+// Views outlive what they were copied from and other builders of the tree, and long texts are not mixed up.
+TEST(TreeBuilder, OwnsItsTexts) {
+    auto root = std::make_unique<GenICamTreeBuilder>(GenICamTypes::RegisterDescription);
+    std::vector<std::pair<std::string, std::string_view>> stored;
+    for (std::size_t i = 0; i < 3000; ++i) {
+        std::string text = std::to_string(i % 700) + std::string(i % 50, 'x');
+        if (i % 100 == 0) {
+            text += std::string(30'000 * (i % 3), 'y');
+        }
+        stored.emplace_back(text, root->addElement("Long", text).text);
+    }
+    auto relative = std::make_unique<GenICamTreeBuilder>(GenICamTypes::Node, *root);
+    relative->setContent("content");
+    root.reset();
+    for (const auto& [text, view] : stored) {
+        ASSERT_EQ(text, view);
+    }
+    EXPECT_EQ(relative->getContent(), "content");
+}
+
+TEST(TreeBuilder, OrdersByNameAndThenByInsertion) {
+    std::mt19937 random(7);
+    for (const std::size_t count : {3u, 20u, 500u}) {
+        GenICamTreeBuilder builder(GenICamTypes::Category);
+        std::multimap<std::string, std::string> model;
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::string name(1, static_cast<char>("aZpQ_b"[random() % 6]));
+            auto child = std::make_unique<GenICamTreeBuilder>(GenICamTypes::Node, builder);
+            child->setContent(std::to_string(i));
+            model.emplace(name, std::to_string(i));
+            builder.addObject(name, std::move(child));
+            if (i % 7 == 0) { // a look in between makes the order early
+                EXPECT_EQ(builder.getAllObjectsByName("Z").size(), model.count("Z"));
+            }
+        }
+        auto expected = model.begin();
+        for (const auto& object : builder.getAllObjects()) {
+            EXPECT_EQ(object.name, expected->first);
+            EXPECT_EQ(object.builder->getContent(), expected->second);
+            ++expected;
+        }
+    }
 }
 
 } // namespace

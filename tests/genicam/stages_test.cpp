@@ -28,7 +28,7 @@ public:
     AllKinds() {
         device.expect(
             "@272=0A FF 00; @512=00 00 02 80; @516=FE FF; @520=50 00 00 01; @524=F0 0A; @528=40 20 00 00; "
-            "@536=00 00 00 00 00 00 F8 3F; @544=41 42 43; @784=AB 01 00 00; @825=01 02 03");
+            "@536=00 00 00 00 00 00 F8 3F; @544=41 42 00 43; @784=AB 01 00 00; @825=01 02 03");
     }
 
     static std::string readXml() {
@@ -43,10 +43,9 @@ public:
     const std::string output = testing::internal::GetCapturedStdout();
 };
 
-// Summed lies at 0x100 + 0x20 + 1 + 2 * 4 + 1 * 0x10 + 2 * 0x100 with 1 + 2 bytes, Low at 0x300 + 8 + 1 + 2 *
-// 2
-// + 3; Swapped is 0x0AF0 >> 4 & 0xFF = 0xAF; of Bit8 the struct's Unsigned wins; 640 is not the value of the
-// command Start; and the later node is Mode_On.
+// Summed lies at 0x100 + 0x20 + 1 + 2 * 4 + 1 * 0x10 + 2 * 0x100 with 1 + 2 bytes, Low at 0x300 + 8 + 1 +
+// 2 * 2 + 3; Swapped is 0x0AF0 >> 4 & 0xFF = 0xAF; of Bit8 the struct's Unsigned wins; 640 is not the value
+// of the command Start; and the later node is Mode_On.
 TEST_F(AllKinds, ReadAndWriteAsWorkedOutByHand) {
     device.expect(
         "Raw -> 0a ff 00; Defaults -> 00 00; NoPort -> -40010; PortOfAnotherKind -> -40010; "
@@ -57,7 +56,7 @@ TEST_F(AllKinds, ReadAndWriteAsWorkedOutByHand) {
         "Mode -> Automatic; Mode_Auto -> Automatic; Constant -> Nine; Constant_Nine -> Nine; "
         "Alone -> Lonely; Mode_On -> 3; Half -> 320; DoubleWidth -> 1280; Broken -> -40009; Scaled -> 320; "
         "Shifted -> 998; Root -> Root; Full -> Full");
-    EXPECT_EQ(device.get("Text"), std::string("ABC\0", 4));
+    EXPECT_EQ(device.get("Text"), std::string("AB\0C", 4));
     EXPECT_THAT(output, testing::StartsWith("Error parsing formula (node: Broken, formula: (1 + ): "));
     EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 1);
 
