@@ -55,3 +55,10 @@ endif()
 if(LIOMOL_BUILD_FUZZ)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
+
+# Shared libraries find every symbol when they are linked. Clang has the sanitizers' symbols in the program alone.
+if(LIOMOL_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    set(LIOMOL_NO_UNDEFINED "")
+else()
+    set(LIOMOL_NO_UNDEFINED "LINKER:--no-undefined")
+endif()
