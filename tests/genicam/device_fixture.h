@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QByteArray>
+
 #include <functional>
 #include <limits>
 #include <memory>
@@ -175,20 +177,18 @@ struct Device {
     MemoryPort port;
 
 private:
+    // `what` is "=" and bytes to put there, or "+" and how many to show.
     std::string memory(long long address, const std::string& what) {
+        const auto place = port.memory.begin() + address;
         if (what[0] == '=') {
-            for (std::size_t i = 1; i < what.size(); i += 3) {
-                port.memory[static_cast<std::size_t>(address++)] =
-                    static_cast<unsigned char>(std::stoul(what.substr(i, 2), nullptr, 16));
-            }
+            const QByteArray bytes = QByteArray::fromHex(what.c_str() + 1);
+            std::copy(bytes.begin(), bytes.end(), place);
             return "0";
         }
-        std::string text;
-        for (const unsigned char byte : port.bytes(address, std::stoll(what))) {
-            constexpr char digits[] = "0123456789ABCDEF";
-            text += {digits[byte >> 4], digits[byte & 0xF], ' '};
-        }
-        return text.substr(0, text.size() - 1);
+        return QByteArray(reinterpret_cast<const char*>(&*place), std::stoi(what))
+            .toHex(' ')
+            .toUpper()
+            .toStdString();
     }
 };
 
@@ -197,15 +197,12 @@ struct Script {
     std::string name;
     std::string nodes;
     std::string steps;
-    bool checking = false;
 };
 
 inline void runScripts(const std::vector<Script>& scripts) {
     for (const Script& script : scripts) {
         SCOPED_TRACE(script.name);
-        Device device(inRoot(script.nodes));
-        device.camera.enableChecking(script.checking);
-        device.expect(script.steps);
+        Device(inRoot(script.nodes)).expect(script.steps);
     }
 }
 

@@ -46,6 +46,8 @@ TEST(RegisterCache, MakesExactlyTheseAccesses) {
         {"failed write", reg("N", 0, 4), readBefore},
         {"failed write around", reg("N", 0, 4, caching("WriteAround")), readBefore},
         {"failed uncached write", reg("N", 0, 4, caching("NoCache")), readBefore},
+        {"failed read before a field is written", reg("F", 0, 2, low + caching("NoCache"), "MaskedIntReg"),
+         "@0=F0 55; F -> 15; !fail; F=1 -> -40011; !heal; F -> 15"},
         {"failed text", reg("S", 0, 1, "", "StringReg"),
          "@0=41; S -> A; !fail; S=B -> -40011; !heal; S -> A"},
         {"no port", "<IntReg Name='N'><Length>4</Length></IntReg>", "N -> -40010; N=1 -> -40010"},
