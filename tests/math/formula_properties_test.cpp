@@ -3,13 +3,15 @@
 #include "math/MathParser.h"
 #include "math/TableOfVariables.h"
 #include "math/splitting_by_rescan.h"
+#include "math/traces.h"
 #include "util/exceptions.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
-#include <limits>
 #include <locale>
+#include <numeric>
 #include <random>
 #include <sstream>
 #include <string>
@@ -19,6 +21,7 @@ namespace {
 
 using tavo::MathParser;
 using tavo::MathValue;
+using tavo::Quirks;
 using tavo::ScMathException;
 
 constexpr unsigned Seed = 20261121;
@@ -34,39 +37,6 @@ private:
     std::mt19937 m_engine{Seed};
 };
 
-// Tokens and error as one text, so that a difference can be read.
-template<typename Tokenize> std::string traceOf(Tokenize tokenize) {
-    std::vector<tavo::MathToken> tokens;
-    std::string error;
-    try {
-        tokenize(tokens);
-    } catch (const ScMathException& exception) {
-        error = exception.what();
-    }
-    std::string trace;
-    for (const tavo::MathToken& token : tokens) {
-        trace += token.name + "/" + std::to_string(static_cast<int>(token.kind)) + "/" +
-                 std::to_string(token.arguments) + " ";
-    }
-    return trace + error;
-}
-
-void expectSameTokens(const std::string& formula) {
-    const std::string expected =
-        traceOf([&](std::vector<tavo::MathToken>& tokens) { rescan::split(formula, tokens); });
-    const std::string found = traceOf([&](std::vector<tavo::MathToken>& tokens) {
-        MathParser parser;
-        try {
-            parser.tokenize(formula, nullptr);
-        } catch (const ScMathException&) {
-            tokens = parser.tokens();
-            throw;
-        }
-        tokens = parser.tokens();
-    });
-    ASSERT_EQ(found, expected) << formula;
-}
-
 TEST(FormulaProperties, TokensAreThoseOfSplittingByRescanning) {
     const std::vector<std::string> pieces = {
         "1", "0X1E", "2E", "1E", ".5", ".", "A",  "E",  "B_1", "PI", "_",  "(",  "(",  "(",  ")",  ")",
@@ -78,10 +48,43 @@ TEST(FormulaProperties, TokensAreThoseOfSplittingByRescanning) {
         for (std::size_t length = random.below(14) + 1; length > 0; --length) {
             formula += random.oneOf(pieces);
         }
-        expectSameTokens(formula);
-        if (HasFatalFailure()) {
-            return;
+        std::vector<tavo::MathToken> tokens;
+        const std::string error = messageOf([&] { rescan::split(formula, tokens); });
+        ASSERT_EQ(traceOf(formula), traceOf(tokens, error)) << formula;
+    }
+}
+
+// From the tightest level to the loosest.
+const std::vector<std::vector<std::string>> StandardLevels = {
+    {"**"}, {"*", "/", "%"}, {"+", "-"}, {"<<", ">>"}, {"<=", ">=", "<", ">"}, {"==", "!=", "=", "<>"}, {"&"},
+    {"^"},  {"|"},           {"&&"},     {"||"}};
+
+// A pair of brackets for every operator of a formula in parts: operand, operator, operand and so on.
+std::string bracketed(std::vector<std::string> parts) {
+    for (const std::vector<std::string>& level : StandardLevels) {
+        for (std::size_t i = 1; i < parts.size();) {
+            if (std::ranges::count(level, parts[i]) == 0) {
+                i += 2;
+                continue;
+            }
+            parts[i - 1] = "(" + parts[i - 1] + parts[i] + parts[i + 1] + ")";
+            parts.erase(parts.begin() + static_cast<long>(i), parts.begin() + static_cast<long>(i + 2));
         }
+    }
+    return parts[0];
+}
+
+TEST(FormulaProperties, StandardOperatorsGroupByTheirLevels) {
+    const std::vector<std::string> operands = {"1", "2.5E-3", "B.C", "F(A,0X1E)", "-A", "~-1", "(1?A:2)"};
+    Random random;
+    for (int i = 0; i < 20000; ++i) {
+        std::vector<std::string> parts = {random.oneOf(operands)};
+        for (std::size_t more = random.below(12); more > 0; --more) {
+            parts.push_back(random.oneOf(random.oneOf(StandardLevels)));
+            parts.push_back(random.oneOf(operands));
+        }
+        const std::string text = std::accumulate(parts.begin(), parts.end(), std::string());
+        ASSERT_EQ(traceOf(text, Quirks::none()), traceOf(bracketed(parts), Quirks::none())) << text;
     }
 }
 
@@ -92,63 +95,66 @@ struct Model {
     MathValue value;
     std::string error;
 
+    static Model integer(const char* text, std::int64_t n) { return {text, MathValue::fromInteger(n), ""}; }
+    static Model real(const char* text, double x) { return {text, MathValue::fromFloat(x), ""}; }
     bool isInteger() const { return value.isInteger(); }
+    // Of an operation that takes this and no float.
+    std::string errorWith(const std::string& ofFloat) const {
+        return !error.empty() || isInteger() ? error : ofFloat;
+    }
 };
+
+std::string integersOnly(const std::string& tokenName) {
+    return tokenName + " function only implemented for integers";
+}
+
+const std::vector<Model> Leaves = {
+    Model::integer("0", 0),
+    Model::integer("1", 1),
+    Model::integer("63", 63),
+    Model::integer("4.75", 4),
+    Model::integer("0X7FFFFFFFFFFFFFFF", INT64_MAX),
+    Model::integer("0XFFFFFFFFFFFFFFFF", -1),
+    Model::integer("A", -12),
+    Model::integer("B", 5),
+    Model::integer("LEAST", INT64_MIN),
+    Model::real(".75", 0.75),
+    Model::real(".5E+3", 500),
+    Model::real("X", -1.5),
+    Model::real("Y", 1e17),
+    Model{"NOWHERE", {}, "illegal identifier"}};
 
 class ModelMaker {
 public:
-    ModelMaker(Random& random, bool isFloatEvaluation, const TableOfVariables& variables)
-        : m_random(random), m_isFloatEvaluation(isFloatEvaluation), m_variables(variables) {}
+    ModelMaker(Random& random, bool isFloatEvaluation)
+        : m_random(random), m_isFloatEvaluation(isFloatEvaluation) {}
 
     Model make(unsigned depth) {
-        const std::size_t choice = depth == 0 ? 0 : m_random.below(10);
-        if (choice < 2) {
-            return makeLeaf();
-        }
-        if (choice == 2) {
+        switch (depth == 0 ? 0 : m_random.below(10)) {
+        case 0:
+        case 1:
+            return m_random.oneOf(Leaves);
+        case 2:
             return makeConditional(depth - 1);
-        }
-        if (choice == 3) {
+        case 3:
             return makeDecision(depth - 1);
-        }
-        if (choice == 4) {
+        case 4:
             return makeUnary(depth - 1);
+        default:
+            return makeBinary(depth - 1);
         }
-        return makeBinary(depth - 1);
     }
 
 private:
-    Model makeLeaf() {
-        static const std::vector<std::pair<std::string, MathValue>> literals = {
-            {"0", MathValue::fromInteger(0)},     {"1", MathValue::fromInteger(1)},
-            {"63", MathValue::fromInteger(63)},   {"0X7FFFFFFFFFFFFFFF", MathValue::fromInteger(INT64_MAX)},
-            {"4.75", MathValue::fromInteger(4)},  {".75", MathValue::fromFloat(0.75)},
-            {".5E+3", MathValue::fromFloat(500)}, {"0XFFFFFFFFFFFFFFFF", MathValue::fromInteger(-1)}};
-        static const std::vector<std::string> names = {"A", "B", "X", "Y", "LEAST", "NOWHERE"};
-        if (m_random.below(2) == 0) {
-            const auto& [text, value] = m_random.oneOf(literals);
-            return {text, value, ""};
-        }
-        const std::string& name = m_random.oneOf(names);
-        TableOfVariables variables = m_variables;
-        const int slot = variables.resolveVariable(name);
-        if (slot < 0) {
-            return {name, MathValue::fromInteger(0), "illegal identifier"};
-        }
-        return {name, variables.getVariable(slot), ""};
-    }
-
     Model makeConditional(unsigned depth) {
         const Model condition = make(depth);
         const Model yes = make(depth);
         const Model no = make(depth);
         const std::string text = "(" + condition.text + "?" + yes.text + ":" + no.text + ")";
         // Conditionals in the parts are in brackets of their own, so the text splits as it was made.
-        if (!condition.error.empty()) {
-            return {text, {}, condition.error};
-        }
-        if (!condition.isInteger()) {
-            return {text, {}, "condition is float, expected integer"};
+        const std::string error = condition.errorWith("condition is float, expected integer");
+        if (!error.empty()) {
+            return {text, {}, error};
         }
         const Model& taken = condition.value.integer != 0 ? yes : no;
         return {text, taken.value, taken.error};
@@ -159,24 +165,12 @@ private:
         const Model left = make(depth);
         const Model right = make(depth);
         const std::string text = "(" + left.text + (isAnd ? "&&" : "||") + right.text + ")";
-        const std::string name = isAnd ? "_logical_and" : "_logical_or";
-        const std::string wrongKind = name + " function only implemented for integers";
-        if (!left.error.empty()) {
-            return {text, {}, left.error};
+        const std::string ofFloat = integersOnly(isAnd ? "_logical_and" : "_logical_or");
+        const std::string error = left.errorWith(ofFloat);
+        if (!error.empty() || (left.value.integer != 0) != isAnd) {
+            return {text, MathValue::fromInteger(!isAnd), error};
         }
-        if (!left.isInteger()) {
-            return {text, {}, wrongKind};
-        }
-        if ((left.value.integer != 0) != isAnd) {
-            return {text, MathValue::fromInteger(!isAnd), ""};
-        }
-        if (!right.error.empty()) {
-            return {text, {}, right.error};
-        }
-        if (!right.isInteger()) {
-            return {text, {}, wrongKind};
-        }
-        return {text, MathValue::fromInteger(right.value.integer != 0), ""};
+        return {text, MathValue::fromInteger(right.value.integer != 0), right.errorWith(ofFloat)};
     }
 
     Model makeUnary(unsigned depth) {
@@ -186,16 +180,14 @@ private:
         };
         switch (m_random.below(4)) {
         case 0:
-            return model("-", x.isInteger() ? difference(0, x.value.integer) : real(-x.value.real));
+            return model("-", x.isInteger() ? cut(-Wide{x.value.integer}) : real(-x.value.real));
         case 1:
             return model("CEIL", x.isInteger() ? x.value : real(std::ceil(x.value.real)));
         case 2:
             return model("SQRT", real(std::sqrt(x.value.toFloat())));
         default:
             Model complement = model("~", MathValue::fromInteger(-1 - (x.isInteger() ? x.value.integer : 0)));
-            if (x.error.empty() && !x.isInteger()) {
-                complement.error = "_binary_not function only implemented for integers";
-            }
+            complement.error = x.errorWith(integersOnly("_binary_not"));
             return complement;
         }
     }
@@ -247,16 +239,9 @@ private:
     }
 
     void combineFloats(const std::string& name, double a, double b, Model& result) const {
-        static const std::vector<std::pair<std::string, std::string>> integersOnly = {
-            {"&", "_binary_and"},
-            {"|", "_binary_or"},
-            {"^", "_binary_xor"},
-            {"<<", "_shift_left"},
-            {">>", "_shift_right"}};
-        for (const auto& [text, tokenName] : integersOnly) {
-            if (text == name) {
-                result.error = tokenName + " function only implemented for integers";
-            }
+        if (name == "&" || name == "|" || name == "^" || name == "<<" || name == ">>") {
+            result.error = integersOnly(rescan::tokenName(name));
+            return;
         }
         if ((name == "/" || name == "%") && b == 0) {
             result.error = "division by zero";
@@ -289,7 +274,6 @@ private:
     static MathValue cut(Wide value) {
         return MathValue::fromInteger(static_cast<std::int64_t>(static_cast<std::uint64_t>(value)));
     }
-    static MathValue difference(std::int64_t a, std::int64_t b) { return cut(Wide{a} - Wide{b}); }
 
     static std::uint64_t powerByHalving(std::uint64_t base, std::int64_t exponent) {
         if (exponent == 0) {
@@ -300,21 +284,20 @@ private:
 
     Random& m_random;
     bool m_isFloatEvaluation;
-    const TableOfVariables& m_variables;
 };
 
 TEST(FormulaProperties, ValuesAreThoseOfTheModel) {
-    TableOfVariables variables{
-        {"A", MathValue::fromInteger(-12)},
-        {"B", MathValue::fromInteger(5)},
-        {"X", MathValue::fromFloat(-1.5)},
-        {"Y", MathValue::fromFloat(1e17)},
-        {"LEAST", MathValue::fromInteger(INT64_MIN)}};
+    TableOfVariables variables;
+    for (const Model& leaf : Leaves) {
+        if (leaf.error.empty() && leaf.text[0] >= 'A') {
+            variables.set(leaf.text, leaf.value);
+        }
+    }
     Random random;
     int values = 0;
     for (int i = 0; i < 40000; ++i) {
         const bool isFloat = i % 2 == 1;
-        const Model model = ModelMaker(random, isFloat, variables).make(4);
+        const Model model = ModelMaker(random, isFloat).make(4);
         MathParser parser;
         parser.tokenize(model.text, &variables);
         try {

@@ -6,7 +6,8 @@
 #include "math/MathToken.h"
 #include "util/exceptions.h"
 
-#include <cctype>
+#include <algorithm>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -58,17 +59,9 @@ inline bool isBinarySign(const std::string& text, std::size_t i) {
 inline Candidate candidateAt(const std::string& text, std::size_t i) {
     const char c = text[i];
     const std::string two = text.substr(i, 2);
-    if (two == "&&" || two == "||") {
-        return {2, i, two};
-    }
-    if (two == "<=" || two == ">=" || two == "<>") {
-        return {3, i, two};
-    }
-    if (two == "**") {
-        return {6, i, two};
-    }
-    if (two == "<<" || two == ">>") {
-        return {7, i, two};
+    const bool isRelation = two == "<=" || two == ">=" || two == "<>";
+    if (isRelation || two == "&&" || two == "||" || two == "**" || two == "<<" || two == ">>") {
+        return {isRelation ? 3 : two == "**" ? 6 : two == "&&" || two == "||" ? 2 : 7, i, two};
     }
     if ((c == '+' || c == '-') && isBinarySign(text, i)) {
         return {4, i, std::string(1, c)};
@@ -81,32 +74,16 @@ inline Candidate candidateAt(const std::string& text, std::size_t i) {
 }
 
 inline std::string tokenName(const std::string& text) {
-    static const std::vector<std::pair<std::string, std::string>> names = {
-        {"&&", "_logical_and"},
-        {"||", "_logical_or"},
-        {"=", "_logical_relation_equal"},
-        {"<>", "_logical_relation_not_equal"},
-        {"<", "_logical_relation_less"},
-        {">", "_logical_relation_greater"},
-        {"<=", "_logical_relation_less_or_equal"},
-        {">=", "_logical_relation_greater_or_equal"},
-        {"+", "_addition"},
-        {"-", "_subtraction"},
-        {"*", "_multiplication"},
-        {"/", "_division"},
-        {"%", "_remainder"},
-        {"**", "_power"},
-        {"&", "_binary_and"},
-        {"|", "_binary_or"},
-        {"^", "_binary_xor"},
-        {"<<", "_shift_left"},
-        {">>", "_shift_right"}};
-    for (const auto& [operatorText, name] : names) {
-        if (operatorText == text) {
-            return name;
-        }
+    std::istringstream names(
+        "&& logical_and || logical_or = logical_relation_equal <> logical_relation_not_equal "
+        "< logical_relation_less > logical_relation_greater <= logical_relation_less_or_equal "
+        ">= logical_relation_greater_or_equal + addition - subtraction * multiplication / division "
+        "% remainder ** power & binary_and | binary_or ^ binary_xor << shift_left >> shift_right");
+    std::string symbol;
+    std::string name;
+    while (symbol != text && names >> symbol >> name) {
     }
-    return "";
+    return "_" + name;
 }
 
 inline void split(const std::string& text, std::vector<MathToken>& tokens);
