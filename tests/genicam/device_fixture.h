@@ -35,6 +35,13 @@ inline std::string inRoot(const std::string& inner) {
     return "<RegisterDescription><Port Name='Device'/>" + inner + "</RegisterDescription>";
 }
 
+// A text as a device takes it over for its description.
+inline char* ownedText(const std::string& text) {
+    char* const copy = new char[text.size() + 1];
+    std::copy_n(text.c_str(), text.size() + 1, copy);
+    return copy;
+}
+
 // A readable and writable register of the camera, little-endian unless `more` says otherwise.
 inline std::string
 reg(const std::string& name, std::int64_t address, std::int64_t length, std::string more = "",

@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cstring>
 #include <fstream>
 
 namespace test_support {
@@ -12,24 +11,12 @@ namespace {
 using tavo::ImplGenICamCamera;
 using testing::ElementsAre;
 
-constexpr char kDescription[] = R"(<?xml version="1.0"?>
-<RegisterDescription ModelName="M1" VendorName="V" MajorVersion="2" SchemaMajorVersion="1">
-  <Category Name="Root"><pFeature>Width</pFeature><pFeature>Start</pFeature></Category>
-  <Integer Name="Width"><pValue>WidthReg</pValue><Min>0</Min><Max>4096</Max></Integer>
-  <IntReg Name="WidthReg"><Address>0x100</Address><Length>4</Length><AccessMode>RW</AccessMode>
-    <pPort>Device</pPort><Sign>Unsigned</Sign><Endianess>BigEndian</Endianess></IntReg>
-  <Command Name="Start"><pValue>StartReg</pValue><CommandValue>1</CommandValue></Command>
-  <IntReg Name="StartReg"><Address>0x104</Address><Length>4</Length><AccessMode>RW</AccessMode>
-    <pPort>Device</pPort><Cachable>NoCache</Cachable><Endianess>BigEndian</Endianess></IntReg>
-  <Port Name="Device"/>
-</RegisterDescription>
-)";
-
-char* ownedText(const std::string& text) {
-    char* const copy = new char[text.size() + 1];
-    std::memcpy(copy, text.c_str(), text.size() + 1);
-    return copy;
-}
+const std::string kDescription =
+    "<?xml version='1.0'?><RegisterDescription ModelName='M1'><Port Name='Device'/><Category Name='Root'>"
+    "<pFeature>Width</pFeature></Category><Integer Name='Width'><pValue>WidthReg</pValue></Integer>"
+    "<Command Name='Start'><pValue>StartReg</pValue><CommandValue>1</CommandValue></Command>" +
+    reg("WidthReg", 0x100, 4, "<Endianess>BigEndian</Endianess>") + reg("StartReg", 0x104, 4) +
+    "</RegisterDescription>\n";
 
 std::string xmlOf(const ImplGenICamCamera& camera) {
     std::string text(camera.getXmlDataSize(), 'x');
@@ -64,7 +51,7 @@ TEST(DeviceObject, RetrievesAgainAndAgain) {
         {"a folder", ".", ""},
         {"another document", "other.xml", ""},
         {"nothing", nullptr, ""},
-        {"cut off", nullptr, std::string(kDescription, 400)},
+        {"cut off", nullptr, kDescription.substr(0, 400)},
     };
     MemoryPort port;
     ImplGenICamCamera camera;

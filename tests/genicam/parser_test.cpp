@@ -322,20 +322,6 @@ TEST(Texts, OfKeywordsAreExact) {
     }
 }
 
-TEST(TreeBuilder, RemembersWhatItWasFirstAskedFor) {
-    GenICamTreeBuilder builder(GenICamTypes::Integer);
-    EXPECT_EQ(builder.findAttribute("Name", "none"), "none");
-    EXPECT_EQ(builder.getAttribute("Name", ""), "");
-    EXPECT_EQ(builder.findAttribute("Name", "none"), "");
-    EXPECT_EQ(builder.setAttribute("Name", "B"), "B");
-    EXPECT_EQ(builder.getAttribute("Name", ""), "B");
-    EXPECT_EQ(builder.getFirstElement("Min", "5"), "5");
-    builder.addElement("Min", "6");
-    EXPECT_EQ(builder.getFirstElement("Min", "7"), "5");
-    EXPECT_EQ(builder.getAllElementsByName("Min").size(), 2U);
-    EXPECT_EQ(builder.findElement("Max"), nullptr);
-}
-
 // Views outlive what they were copied from and other builders of the tree, and long texts are not mixed up.
 TEST(TreeBuilder, OwnsItsTexts) {
     auto root = std::make_unique<GenICamTreeBuilder>(GenICamTypes::RegisterDescription);

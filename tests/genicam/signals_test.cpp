@@ -8,7 +8,6 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QThread>
 
-#include <cstring>
 #include <thread>
 
 namespace test_support {
@@ -99,20 +98,12 @@ TEST(SignalUpdate, ContentOfVolatileRegistersIsToldOnlyWhenForced) {
 
 // ---- With the device's threads ----
 
-constexpr char kDescription[] = R"(<RegisterDescription>
-  <Integer Name="Width"><pValue>WidthReg</pValue></Integer>
-  <Integer Name="Other"><Value>0</Value></Integer>
-  <IntReg Name="WidthReg"><Address>0</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
-    <Sign>Unsigned</Sign></IntReg>
-  <StringReg Name="Text"><Address>8</Address><Length>4</Length><AccessMode>RW</AccessMode>
-    <pPort>Device</pPort></StringReg>
-  <IntReg Name="Secret"><Address>0</Address><Length>4</Length><AccessMode>WO</AccessMode>
-    <pPort>Device</pPort></IntReg>
-  <Command Name="Start"><pValue>StartReg</pValue><CommandValue>1</CommandValue></Command>
-  <IntReg Name="StartReg"><Address>16</Address><Length>4</Length><AccessMode>RW</AccessMode>
-    <Cachable>NoCache</Cachable><PollingTime>0</PollingTime><pPort>Device</pPort></IntReg>
-  <Port Name="Device"/>
-</RegisterDescription>)";
+const std::string kDescription = inRoot(
+    "<Integer Name='Width'><pValue>WidthReg</pValue></Integer><Integer Name='Other'/>"
+    "<IntReg Name='Secret'><Length>4</Length><AccessMode>WO</AccessMode><pPort>Device</pPort></IntReg>"
+    "<Command Name='Start'><pValue>StartReg</pValue><CommandValue>1</CommandValue></Command>" +
+    reg("WidthReg", 0, 4, "<Sign>Unsigned</Sign>") + reg("Text", 8, 4, "", "StringReg") +
+    reg("StartReg", 16, 4, caching("NoCache", 0)));
 
 struct Connected {
     Connected() {
@@ -120,9 +111,7 @@ struct Connected {
         retrieve();
     }
     void retrieve() {
-        char* const text = new char[sizeof(kDescription)];
-        std::memcpy(text, kDescription, sizeof(kDescription));
-        camera->retrieveRegisterDescriptionFromMemory(text);
+        camera->retrieveRegisterDescriptionFromMemory(ownedText(kDescription));
         if (camera->waitForConnection() != 1) {
             throw std::runtime_error("not connected");
         }
