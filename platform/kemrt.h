@@ -19,8 +19,8 @@ fpga_design KemFirmwareTrampoline(int major, int minor);
 /* Unloads an applet. 0 is success; null is an error. */
 int KemUnloadKemFile(fpga_design design);
 
-/* The id of a register, for TavoRegisterRead and TavoRegisterWrite. A name that the applet does not know gives
- * an id that those calls refuse (-1 here). */
+/* The id of a register, for TavoRegisterRead and TavoRegisterWrite. A name that the applet does not know
+ * gives an id that those calls refuse (-1 here). */
 int KemGetRegisterByName(fpga_design design, const char* name);
 
 #ifdef __cplusplus

@@ -30,7 +30,8 @@ int TavoFreeHW(QLdevice board);
  * The text belongs to the board and lives as long as the handle. Null for an unknown key. */
 const char* TavoGetBoardInfoString(QLdevice board, const char* key);
 
-/* A number property of the board: "board/serial", "firmware/major", "firmware/minor". 0 for an unknown key. */
+/* A number property of the board: "board/serial", "firmware/major", "firmware/minor". 0 for an unknown key.
+ */
 int TavoGetBoardInfoInt(QLdevice board, const char* key);
 
 /* Loads an applet into the board's FPGA. The registers that the applet names exist from then on. */
@@ -46,7 +47,8 @@ int TavoRegisterWrite(QLdevice board, int reg, uint64_t value);
  * the ports) into `buffer`, in units of 32-bit words, waiting at most `timeoutMs` milliseconds for the first
  * of them; 0 returns at once. Returns the count of bytes stored, or a negative code: time-out, or a closed
  * or unknown channel. */
-int TavoDataQueueReadBufferLong(QLdevice board, unsigned channel, void* buffer, unsigned bytes, int timeoutMs);
+int TavoDataQueueReadBufferLong(
+    QLdevice board, unsigned channel, void* buffer, unsigned bytes, int timeoutMs);
 
 /* Throws away everything that waits in a data queue channel. */
 int TavoDataQueueClear(QLdevice board, unsigned channel);

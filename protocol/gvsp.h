@@ -9,8 +9,8 @@
 
 namespace gvsp {
 
-inline constexpr std::size_t kHeader = 8;           // of each stream packet, after the UDP header
-inline constexpr std::size_t kPacketOverhead = 36;  // IPv4 (20), UDP (8) and GVSP (8) headers
+inline constexpr std::size_t kHeader = 8;          // of each stream packet, after the UDP header
+inline constexpr std::size_t kPacketOverhead = 36; // IPv4 (20), UDP (8) and GVSP (8) headers
 
 struct PixelFormat {
     std::string_view name;

@@ -35,15 +35,15 @@ struct ZipEntry {
     int method = 8;
     long long recordedSize = -1;       // -1: the right one
     long long recordedPackedSize = -1; // -1: the right one
-    QByteArray localExtra = {};             // only in the local header
+    QByteArray localExtra = {};        // only in the local header
     unsigned mode = 0100644;
 };
 
 struct ZipArchive {
     std::vector<ZipEntry> entries;
     QByteArray comment = {};
-    int announced = -1; // entries that the end record tells of; -1: the right number
-    QByteArray behind = {};  // follows the archive
+    int announced = -1;     // entries that the end record tells of; -1: the right number
+    QByteArray behind = {}; // follows the archive
 
     QByteArray bytes() const {
         QByteArray out;
