@@ -1,6 +1,6 @@
 // Every register of the camera in software, in ascending order: the bootstrap registers of GigE Vision and,
 // from 0xA000 on, its own. One row is one register or an array of registers that follow each other; the
-// description (description.xml) names the same addresses, and a test compares the two.
+// description (description.xml) names the same addresses, and tests read and write every feature of it.
 #pragma once
 
 #include "protocol/bootstrap.h"
