@@ -1,381 +1,189 @@
-// The camera's own registers do what the description says of them.
+// The camera's own registers do what the description says of them, in the camera's time, and its memory holds
+// the description. Refusals are 8002 for an invalid value, 8004 for write protection, 8007 while the camera
+// is busy.
 #include "harness.h"
 
-#include <bit>
-#include <cmath>
+#include "util/ZipReader.h"
+
+#include <QtCore/QBuffer>
+
+#include <zlib.h>
+
+#include <cstdio>
 
 namespace {
 
 using namespace simcam_test;
-using simcam::Reg;
-using std::chrono::seconds;
 
-constexpr std::uint16_t kInvalidParameter = 0x8002, kWriteProtect = 0x8004, kBusy = 0x8007;
-
-std::uint32_t at(Reg reg, std::uint32_t index = 0) {
-    return simcam::fact(reg).address + index * simcam::fact(reg).size;
-}
-
-std::uint32_t bits(float value) {
-    return std::bit_cast<std::uint32_t>(value);
-}
-
-class SimcamFeatures : public testing::Test {
-protected:
-    SimcamFeatures() {
-        bench.takeControl();
-        EXPECT_EQ(bench.write(at(Reg::HeartbeatTimeout), 100000000), 0);
-    }
-    std::uint32_t read(Reg reg, std::uint32_t index = 0) { return bench.read(at(reg, index)); }
-    std::uint16_t write(Reg reg, std::uint32_t value, std::uint32_t index = 0) {
-        return bench.write(at(reg, index), value);
-    }
-    float readFloat(Reg reg, std::uint32_t index = 0) { return std::bit_cast<float>(read(reg, index)); }
-    std::uint64_t frames() { return bench.camera->report(bench.now).frames; }
-
-    Bench bench;
-};
-
-TEST_F(SimcamFeatures, SizesFitTheSensor) {
-    const struct {
-        Reg reg;
-        std::uint32_t value;
-        std::uint16_t status;
-        Reg follows;
-        std::uint32_t is;
-    } rows[] = {
-        // one after the other
-        {Reg::Width, 640, 0, Reg::PayloadSize, 640 * 1200},
-        {Reg::Height, 480, 0, Reg::PayloadSize, 640 * 480},
-        {Reg::Width, 642, kInvalidParameter, Reg::Width, 640},
-        {Reg::Height, 481, kInvalidParameter, Reg::Height, 480},
-        {Reg::Width, 12, kInvalidParameter, Reg::Width, 640},
-        {Reg::OffsetX, 1280, 0, Reg::OffsetX, 1280},
-        {Reg::OffsetX, 1284, kInvalidParameter, Reg::OffsetX, 1280},
-        {Reg::Width, 644, kInvalidParameter, Reg::Width, 640},
-        {Reg::PixelFormat, 0x010C0006, 0, Reg::PayloadSize, 640 * 480 * 12 / 8},
-        {Reg::PixelFormat, 0x02180014, 0, Reg::PayloadSize, 640 * 480 * 3},
-        {Reg::PixelFormat, 0x01080002, kInvalidParameter, Reg::PixelFormat, 0x02180014},
-        {Reg::PixelFormat, 0x01080009, 0, Reg::PixelColorFilter, 1},
-        {Reg::BinningHorizontal, 1, 0, Reg::WidthMax, 960},
-        {Reg::BinningHorizontal, 2, 0, Reg::OffsetX, 0},
-        {Reg::DecimationHorizontal, 0x03000000, 0, Reg::WidthMax, 212}, // little-endian 3
-        {Reg::DecimationHorizontal, 0x05000000, kInvalidParameter, Reg::Width, 212},
-        {Reg::BinningHorizontal, 4, kInvalidParameter, Reg::BinningHorizontal, 2},
-        {Reg::TestPattern, 6, 0, Reg::TestPattern, 6},
-        {Reg::TestPattern, 7, kInvalidParameter, Reg::TestPattern, 6},
-        {Reg::WidthMax, 100, kWriteProtect, Reg::WidthMax, 212},
-    };
-    for (const auto& row : rows) {
-        const std::string name = std::string(simcam::fact(row.reg).name) + " " + std::to_string(row.value);
-        EXPECT_EQ(write(row.reg, row.value), row.status) << name;
-        EXPECT_EQ(read(row.follows), row.is) << name;
-    }
-}
-
-TEST_F(SimcamFeatures, AcquisitionCountsFramesByTheClock) {
-    EXPECT_EQ(write(Reg::Width, 640), 0);
-    EXPECT_EQ(write(Reg::Height, 480), 0);
-    EXPECT_EQ(write(Reg::FrameRate, bits(25.0f)), 0);
-    EXPECT_EQ(write(Reg::StreamDestination, 0xA9FE072A), 0);
-    EXPECT_EQ(write(Reg::StreamPort, 1520), 0);
-    EXPECT_EQ(write(Reg::AcquisitionStart, 1), 0);
-    EXPECT_EQ(read(Reg::AcquisitionStart), 0u) << "the command clears itself";
-    EXPECT_EQ(read(Reg::DeviceStatus), 7u);
-    EXPECT_EQ(write(Reg::Width, 320), kBusy);
-    EXPECT_EQ(write(Reg::PixelFormat, 0x01100003), kBusy);
-    EXPECT_EQ(write(Reg::UserSetLoad, 1), kBusy);
-    bench.pass(seconds(10));
-    const auto report = bench.camera->report(bench.now);
-    EXPECT_TRUE(report.acquiring);
-    EXPECT_EQ(report.frames, 250u);
-    const std::uint64_t data = (640 * 480 + 1463) / 1464; // 1500 less the headers of 36
-    EXPECT_EQ(report.packets, 250 * (data + 2));
-    EXPECT_EQ(report.bytes, 250 * (640 * 480 + data * 36 + 72 + 44));
-    EXPECT_EQ(report.destinationPort, 1520);
-    EXPECT_EQ(write(Reg::FrameRate, bits(50.0f)), 0); // while it runs
-    bench.pass(seconds(1));
-    EXPECT_EQ(frames(), 300u);
-    EXPECT_EQ(write(Reg::StreamPort, 0), 0);
-    bench.pass(seconds(1));
-    EXPECT_EQ(frames(), 350u);
-    EXPECT_EQ(bench.camera->report(bench.now).packets, 300 * (data + 2)) << "nowhere to send to";
-    EXPECT_EQ(write(Reg::AcquisitionStop, 1), 0);
-    bench.pass(seconds(5));
-    EXPECT_EQ(frames(), 350u);
-    EXPECT_EQ(bench.readMemory(at(Reg::FramesSent), 8), Bytes(6) + be16(350));
-    EXPECT_EQ(write(Reg::StatisticsReset, 1), 0);
-    EXPECT_EQ(frames(), 0u);
-    EXPECT_EQ(write(Reg::Width, 320), 0);
-}
-
-TEST_F(SimcamFeatures, ModesEndByThemselves) {
-    const struct {
-        std::uint32_t mode;
-        std::uint32_t count;
-        std::uint64_t frames;
-        bool ends;
-    } rows[] = {{0, 5, 300, false}, {1, 5, 1, true}, {2, 5, 5, true}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(write(Reg::AcquisitionMode, row.mode), 0);
-        EXPECT_EQ(write(Reg::AcquisitionFrameCount, row.count), 0);
-        EXPECT_EQ(write(Reg::StatisticsReset, 1), 0);
-        EXPECT_EQ(write(Reg::AcquisitionStart, 1), 0);
-        bench.pass(seconds(10));
-        EXPECT_EQ(frames(), row.frames) << row.mode;
-        EXPECT_EQ(bench.camera->report(bench.now).acquiring, !row.ends) << row.mode;
-        EXPECT_EQ(write(Reg::AcquisitionAbort, 1), 0);
-    }
-}
-
-TEST_F(SimcamFeatures, RateIsLimitedByExposureAndLink) {
-    const struct {
-        std::uint32_t exposure; // in tenths of a microsecond
-        std::uint32_t limited;
-        std::uint32_t limit; // bytes a second
-        double max;
-    } rows[] = {
-        {1000000, 0, 0, 1 / 0.1005},
-        {1000000, 1, 11520000, 5},
-        {100, 0, 0, 125e6 / (1920 * 1200)},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(write(Reg::ExposureTime, row.exposure), 0);
-        EXPECT_EQ(write(Reg::ThroughputLimitMode, row.limited), 0);
-        if (row.limited != 0) {
-            EXPECT_EQ(write(Reg::ThroughputLimit, row.limit), 0);
-        }
-        EXPECT_NEAR(readFloat(Reg::FrameRateMax), row.max, row.max * 1e-5);
-    }
-    EXPECT_EQ(write(Reg::FrameRate, bits(0.5f)), kInvalidParameter);
-    EXPECT_EQ(write(Reg::FrameRate, bits(std::nanf(""))), kInvalidParameter);
-    EXPECT_EQ(readFloat(Reg::FrameRate), 30.0f);
-    EXPECT_EQ(write(Reg::FrameRate, bits(900.0f)), 0);
-    EXPECT_EQ(write(Reg::AcquisitionStart, 1), 0);
-    bench.pass(seconds(10));
-    EXPECT_EQ(frames(), 542u); // 54.25 a second, not 900
-}
-
-TEST_F(SimcamFeatures, SoftwareTriggersExposeWhatTheySay) {
+TEST(SimcamFeatures, Behave) {
     const struct {
         const char* name;
-        std::uint32_t trigger;
-        std::uint32_t divider, multiplier, burst, delayUs;
-        int fired;
-        std::uint64_t frames;
-        std::uint32_t missed;
+        const char* steps;
     } rows[] = {
-        {"frame", 1, 1, 1, 1, 0, 4, 4, 0},
-        {"every second", 1, 2, 1, 1, 0, 4, 2, 0},
-        {"three each", 1, 1, 3, 1, 0, 4, 12, 0},
-        {"bursts", 2, 1, 1, 7, 0, 2, 14, 0},
-        {"late", 1, 1, 1, 1, 2500, 4, 2, 2}, // one a millisecond: the second comes while the first waits
-        {"start of the acquisition", 0, 1, 1, 1, 0, 2, 30, 1},
+        {"sizes fit the sensor",
+         "Width=640; PayloadSize?768000; Height=480; PayloadSize?307200; Width=642!8002; Height=481!8002;"
+         "Width=12!8002; Width?640; Height?480; OffsetX=1280; OffsetX=1284!8002; OffsetX?1280;"
+         "Width=644!8002; WidthMax=100!8004; WidthMax?1920"},
+        {"formats have their bits and filters",
+         "Width=640; Height=480; PixelFormat=0x010C0006; PayloadSize?460800; PixelFormat=0x02180014;"
+         "PayloadSize?921600; PixelFormat=0x01080002!8002; PixelFormat?0x2180014; PixelColorFilter?0;"
+         "PixelFormat=0x01080009; PixelColorFilter?1; TestPattern=6; TestPattern=7!8002; TestPattern?6"},
+        {"coarser images are smaller",
+         "Width=640; OffsetX=1280; BinningHorizontal=1; WidthMax?960; Width?640; OffsetX?320;"
+         "DecimationHorizontal=0x03000000; WidthMax?320; Width?320; OffsetX?0; BinningHorizontal=2;"
+         "WidthMax?212; Width?212; DecimationHorizontal=0x05000000!8002; BinningHorizontal=4!8002;"
+         "BinningHorizontal?2; BinningHorizontal=0; DecimationHorizontal=0x01000000; WidthMax?1920"},
+        {"frames come by the clock",
+         "Width=640; Height=480; FrameRate=25; StreamDestination=0xA9FE072A; StreamPort=1520;"
+         "AcquisitionStart=1; AcquisitionStart?0; DeviceStatus?7; Width=320!8007; UserSetLoad=1!8007;"
+         "PixelFormat=0x01100003!8007; TriggerMode#1=0!8007; +10000; FramesSent?250;"
+         "PacketsSent?53000; BytesSent?0x1828B10400000000;" // of 210 packets of 1500 bytes, leader, trailer
+         "FrameRate=50; +1000; FramesSent?300; StreamPort=0; +1000; FramesSent?350; PacketsSent?63600;"
+         "AcquisitionStop=1; +5000; FramesSent?350; DeviceStatus?5; StatisticsReset=1; FramesSent?0;"
+         "Width=320"},
+        {"continuous", "AcquisitionFrameCount=5; AcquisitionStart=1; +10000; FramesSent?300; DeviceStatus?7;"
+                       "AcquisitionAbort=1; DeviceStatus?5"},
+        {"single frame", "AcquisitionMode=1; AcquisitionFrameCount=5; AcquisitionStart=1; +10000;"
+                         "FramesSent?1; DeviceStatus?5"},
+        {"five frames", "AcquisitionMode=2; AcquisitionFrameCount=5; AcquisitionStart=1; +10000;"
+                        "FramesSent?5; DeviceStatus?5; AcquisitionStart=1; +10000; FramesSent?10"},
+        {"exposure and link limit the rate",
+         "ExposureTime=1000000; FrameRateMax?9.95025; ThroughputLimitMode=1; ThroughputLimit=11520000;"
+         "FrameRateMax?5; ThroughputLimitMode=0; ExposureTime=100; FrameRateMax?54.2535; FrameRate=0.5!8002;"
+         "FrameRate=nan!8002; FrameRate?30; FrameRate=900; AcquisitionStart=1; +10000; FramesSent?542"},
+        {"automatic functions set their values",
+         "ExposureTime=5000; ExposureAuto=1; ExposureAuto?0; ExposureTime?150000; ExposureTime=5000;"
+         "ExposureAuto=2; ExposureAuto?2; ExposureTime?150000; ExposureTime=5000!8004; ExposureAuto=0;"
+         "ExposureTime=5000; Gain=3; GainAuto=2; Gain?6; Gain=3!8004; BlackLevel=0x05000000;"
+         "BlackLevelAuto=1; BlackLevel?0; BlackLevel=0x00FEFFFF; BlackLevel=0xFFFDFFFF!8002"}, // -512, -513
+        {"lines are kept behind their selector",
+         "LineSelector=2; LineSource=1; LineSelector=3; LineSource?0; LineInverter=1; LineStatus?1;"
+         "LineStatusAll?8; UserOutputs=0x01000000; LineStatusAll?12; LineSelector=2; LineInverter=1; "
+         "LineStatusAll?8; UserOutputMask=0x02000000;"
+         "UserOutputs=0x02000000; UserOutputs?0x3000000; LineSelector=2; LineSource?1; LineSelector=0;"
+         "LineMode=1!8004; LineSelector=4!8002"},
+        {"counters and timers run",
+         "CounterStatus?0; CounterEventSource=1; CounterEventSource#1=2; CounterDuration=40;"
+         "TimerTriggerSource=1; TimerDelay=1000000; TimerDuration=500000; AcquisitionStart=1; +1200;"
+         "CounterValue?36; CounterValue#1?1200000; CounterStatus?1; TimerValue?200000; TimerStatus?1; +800;"
+         "CounterValue?40; CounterStatus?2; TimerValue?500000; TimerStatus?2; CounterEventSource#1=1;"
+         "CounterValue#1?2000000; CounterReset#1=1; CounterValueAtReset#1?2000000; CounterValue#1?0;"
+         "TimerReset=1; TimerStatus?0; CounterEventSource#1=0; +1000; CounterValue#1?0"},
+        {"user sets keep settings and nothing else",
+         "UserSetSave=1!8004; Width=640; OffsetX=1280; LineSelector=3; LineSource=2; LutValue#511=77;"
+         "UserSetSelector=1; UserSetSave=1; UserSetSelector=0; PersistentIp=0x0A000001; UserSetLoad=1;"
+         "UserSetLoad?0; Width?1920; OffsetX?0; LineSource?0; LutValue#511?4095; LineSelector?3;"
+         "PersistentIp?0xA000001; BinningHorizontal=3; UserSetSelector=1; UserSetLoad=1; Width?640;"
+         "OffsetX?1280; LineSource?2; LutValue#511?77; BinningHorizontal?0"},
+        {"loading a user set has the consequences of writing", // the default set counts nothing
+         "CounterEventSource=2; +1000; CounterReset=1; +5; UserSetLoad=1; +1000; CounterValue?5000"},
+        {"temperatures rise", // by 9 degrees, with a minute's inertia
+         "Temperature?38; Temperature#1?41.5; AcquisitionStart=1; +120000; Temperature?45.782;"
+         "Temperature#1?49.282; AcquisitionStop=1; +600000; Temperature?38.0004"},
+        {"timestamps run, latch and restart", // 120 s are 15000000000 ticks
+         "+120000; TimestampLatch=1; TimestampControl=2; TimestampLatched?15000000000; TimestampHigh?3;"
+         "TimestampLow?0x7E11D600; Uptime?0xE270700000000; TimestampControl=1; +8; TimestampLatch=1;"
+         "TimestampLatched?1000000; TimestampReset=1; TimestampLatch=1; TimestampLatched?0"},
+        {"stream and interface keep what they can", // a test packet is not sent, sizes are multiples of 4
+         "StreamPacketSize=1500; StreamPacketSize?1500; StreamPacketSize=0xC00005DE;"
+         "StreamPacketSize?0x400005DC; StreamPacketSize=100; StreamPacketSize?220; StreamPacketSize=60000;"
+         "StreamPacketSize?9000; StreamPort=0xFFFF05F0; StreamPort?0x5F0; InterfaceConfiguration=3;"
+         "InterfaceConfiguration?5; InterfaceConfiguration=0; InterfaceConfiguration?4;"
+         "GvcpConfiguration=0xFFFFFFFE; GvcpConfiguration?2"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        for (std::uint32_t i = 0; i < 3; ++i) {
-            EXPECT_EQ(write(Reg::TriggerMode, i == row.trigger, i), 0);
-        }
-        EXPECT_EQ(write(Reg::TriggerDivider, row.divider, row.trigger), 0);
-        EXPECT_EQ(write(Reg::TriggerMultiplier, row.multiplier, row.trigger), 0);
-        EXPECT_EQ(write(Reg::TriggerDelay, row.delayUs, row.trigger), 0);
-        EXPECT_EQ(write(Reg::BurstFrameCount, row.burst), 0);
-        EXPECT_EQ(write(Reg::StatisticsReset, 1), 0);
-        EXPECT_EQ(write(Reg::AcquisitionStart, 1), 0);
-        EXPECT_EQ(write(Reg::TriggerMode, 0, 1), kBusy);
-        bench.pass(seconds(1));
-        EXPECT_EQ(frames(), 0u);
-        EXPECT_EQ(write(Reg::AcquisitionStatusSelector, row.trigger == 0 ? 0 : 2), 0);
-        EXPECT_EQ(read(Reg::AcquisitionStatus), 1u) << "waits for its trigger";
+        Bench bench;
+        bench.takeControl();
+        run(bench.registers(), row.name, row.steps);
+    }
+}
+
+TEST(SimcamFeatures, SoftwareTriggersExposeWhatTheySay) {
+    const struct {
+        const char* name;
+        const char* trigger; // its index
+        const char* settings;
+        int fired; // one a millisecond
+        const char* results;
+    } rows[] = {
+        {"frame", "1", "", 4, "FramesSent?4; TriggersMissed?0; TriggerSoftware=1; TriggersMissed?1"},
+        {"every second", "1", "TriggerDivider#1=2;", 3, "FramesSent?1; TriggersMissed?0"},
+        {"three each", "1", "TriggerMultiplier#1=3;", 4, "FramesSent?12"},
+        {"bursts", "2", "BurstFrameCount=7;", 2, "FramesSent?14"},
+        {"late", "1", "TriggerDelay#1=2500;", 4, "FramesSent?2; TriggersMissed?2"}, // come while one waits
+        {"from a line", "1", "TriggerSource#1=1;", 2, "FramesSent?0; TriggersMissed?2"},
+        {"of the acquisition", "0", "", 2, "FramesSent?30; TriggersMissed?1"},
+    };
+    for (const auto& row : rows) {
+        Bench bench;
+        bench.takeControl();
+        const std::string trigger = row.trigger;
+        const std::string state = trigger == "0" ? "0" : "2"; // waits for the acquisition's or a frame's
+        run(bench.registers(), row.name,
+            row.settings + ("TriggerMode#" + trigger) + "=1; AcquisitionStart=1; +1000; FramesSent?0;" +
+                "AcquisitionStatusSelector=" + state + "; AcquisitionStatus?1");
         for (int i = 0; i < row.fired; ++i) {
-            EXPECT_EQ(write(Reg::TriggerSoftware, 1, row.trigger), 0);
-            bench.pass(milliseconds(1));
+            run(bench.registers(), row.name, "TriggerSoftware#" + trigger + "=1; +1");
         }
         bench.pass(milliseconds(1000 - row.fired));
-        EXPECT_EQ(frames(), row.frames);
-        EXPECT_EQ(read(Reg::TriggersMissed), row.missed);
-        EXPECT_EQ(write(Reg::AcquisitionStop, 1), 0);
+        run(bench.registers(), row.name, row.results);
     }
-    EXPECT_EQ(write(Reg::TriggerSoftware, 1, 1), 0); // nobody waits
-    EXPECT_EQ(read(Reg::TriggersMissed), 2u);
-}
-
-TEST_F(SimcamFeatures, AutomaticFunctionsSetTheirValues) {
-    const struct {
-        Reg automatic;
-        Reg value;
-        std::uint32_t other;
-        std::uint32_t automaticValue;
-    } rows[] = {
-        {Reg::ExposureAuto, Reg::ExposureTime, 5000, 150000},
-        {Reg::GainAuto, Reg::Gain, bits(3.0f), bits(6.0f)},
-        {Reg::BlackLevelAuto, Reg::BlackLevel, 0x05000000, 0},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(simcam::fact(row.automatic).name);
-        EXPECT_EQ(write(row.value, row.other), 0);
-        EXPECT_EQ(write(row.automatic, 1), 0);
-        EXPECT_EQ(read(row.automatic), 0u) << "once is over";
-        EXPECT_EQ(read(row.value), row.automaticValue);
-        EXPECT_EQ(write(row.value, row.other), 0);
-        EXPECT_EQ(write(row.automatic, 2), 0);
-        EXPECT_EQ(read(row.automatic), 2u);
-        EXPECT_EQ(write(row.value, row.other), kWriteProtect);
-        EXPECT_EQ(write(row.automatic, 0), 0);
-        EXPECT_EQ(write(row.value, row.other), 0);
-    }
-    EXPECT_EQ(write(Reg::BlackLevel, 0x00FEFFFF), 0); // little-endian -512
-    EXPECT_EQ(write(Reg::BlackLevel, 0xFFFDFFFF), kInvalidParameter);
-}
-
-TEST_F(SimcamFeatures, LineSelectorSelects) {
-    EXPECT_EQ(write(Reg::LineSelector, 2), 0);
-    EXPECT_EQ(write(Reg::LineSource, 1), 0);
-    EXPECT_EQ(write(Reg::LineSelector, 3), 0);
-    EXPECT_EQ(read(Reg::LineSource), 0u);
-    EXPECT_EQ(write(Reg::LineInverter, 1), 0);
-    EXPECT_EQ(read(Reg::LineStatus), 1u);
-    EXPECT_EQ(read(Reg::LineStatusAll), 8u);
-    EXPECT_EQ(write(Reg::UserOutputs, 0x01000000), 0);
-    EXPECT_EQ(read(Reg::LineStatusAll), 12u);
-    EXPECT_EQ(write(Reg::UserOutputMask, 0x02000000), 0);
-    EXPECT_EQ(write(Reg::UserOutputs, 0x02000000), 0);
-    EXPECT_EQ(read(Reg::UserOutputs), 0x03000000u) << "the mask keeps the first";
-    EXPECT_EQ(write(Reg::LineSelector, 2), 0);
-    EXPECT_EQ(read(Reg::LineSource), 1u);
-    EXPECT_EQ(write(Reg::LineSelector, 0), 0);
-    EXPECT_EQ(write(Reg::LineMode, 1), kWriteProtect) << "an input";
-    EXPECT_EQ(write(Reg::LineSelector, 4), kInvalidParameter);
-}
-
-TEST_F(SimcamFeatures, CountersAndTimersRun) {
-    EXPECT_EQ(read(Reg::CounterStatus), 0u);
-    EXPECT_EQ(write(Reg::CounterEventSource, 1), 0);
-    EXPECT_EQ(write(Reg::CounterEventSource, 2, 1), 0);
-    EXPECT_EQ(write(Reg::CounterDuration, 40), 0);
-    EXPECT_EQ(write(Reg::TimerTriggerSource, 1), 0);
-    EXPECT_EQ(write(Reg::TimerDelay, 1000000), 0);
-    EXPECT_EQ(write(Reg::TimerDuration, 500000), 0);
-    EXPECT_EQ(write(Reg::AcquisitionStart, 1), 0);
-    bench.pass(milliseconds(1200));
-    EXPECT_EQ(read(Reg::CounterValue), 36u);
-    EXPECT_EQ(read(Reg::CounterValue, 1), 1200000u);
-    EXPECT_EQ(read(Reg::CounterStatus), 1u);
-    EXPECT_EQ(read(Reg::TimerValue), 200000u);
-    EXPECT_EQ(read(Reg::TimerStatus), 1u);
-    bench.pass(milliseconds(800));
-    EXPECT_EQ(read(Reg::CounterValue), 40u);
-    EXPECT_EQ(read(Reg::CounterStatus), 2u);
-    EXPECT_EQ(read(Reg::TimerValue), 500000u);
-    EXPECT_EQ(read(Reg::TimerStatus), 2u);
-    EXPECT_EQ(write(Reg::CounterEventSource, 1, 1), 0);
-    EXPECT_EQ(read(Reg::CounterValue, 1), 2000000u) << "a new source goes on from there";
-    EXPECT_EQ(write(Reg::CounterReset, 1, 1), 0);
-    EXPECT_EQ(read(Reg::CounterValueAtReset, 1), 2000000u);
-    EXPECT_EQ(read(Reg::CounterValue, 1), 0u);
-    EXPECT_EQ(write(Reg::TimerReset, 1), 0);
-    EXPECT_EQ(read(Reg::TimerStatus), 0u);
-    EXPECT_EQ(write(Reg::CounterEventSource, 0, 1), 0);
-    bench.pass(seconds(1));
-    EXPECT_EQ(read(Reg::CounterValue, 1), 0u);
-}
-
-TEST_F(SimcamFeatures, LoadingAUserSetHasTheConsequencesOfWriting) {
-    EXPECT_EQ(write(Reg::CounterEventSource, 2), 0);
-    bench.pass(seconds(1));
-    EXPECT_EQ(write(Reg::CounterReset, 1), 0);
-    bench.pass(milliseconds(5));
-    EXPECT_EQ(write(Reg::UserSetLoad, 1), 0); // the default set counts nothing
-    bench.pass(seconds(1));
-    EXPECT_EQ(read(Reg::CounterValue), 5000u);
-}
-
-TEST_F(SimcamFeatures, UserSetsKeepSettingsAndNothingElse) {
-    EXPECT_EQ(write(Reg::UserSetSave, 1), kWriteProtect) << "the default set";
-    EXPECT_EQ(write(Reg::Width, 640), 0);
-    EXPECT_EQ(write(Reg::OffsetX, 1280), 0);
-    EXPECT_EQ(write(Reg::LineSelector, 3), 0);
-    EXPECT_EQ(write(Reg::LineSource, 2), 0);
-    EXPECT_EQ(write(Reg::LutValue, 77, 511), 0);
-    EXPECT_EQ(write(Reg::UserSetSelector, 1), 0);
-    EXPECT_EQ(write(Reg::UserSetSave, 1), 0);
-    EXPECT_EQ(write(Reg::UserSetSelector, 0), 0);
-    EXPECT_EQ(write(Reg::PersistentIp, 0x0A000001), 0);
-    EXPECT_EQ(write(Reg::UserSetLoad, 1), 0);
-    EXPECT_EQ(read(Reg::UserSetLoad), 0u);
-    EXPECT_EQ(read(Reg::Width), 1920u);
-    EXPECT_EQ(read(Reg::OffsetX), 0u);
-    EXPECT_EQ(read(Reg::LineSource), 0u);
-    EXPECT_EQ(read(Reg::LutValue, 511), 4095u);
-    EXPECT_EQ(read(Reg::LineSelector), 3u) << "no setting";
-    EXPECT_EQ(read(Reg::PersistentIp), 0x0A000001u) << "no setting";
-    EXPECT_EQ(write(Reg::BinningHorizontal, 3), 0);
-    EXPECT_EQ(write(Reg::UserSetSelector, 1), 0);
-    EXPECT_EQ(write(Reg::UserSetLoad, 1), 0);
-    EXPECT_EQ(read(Reg::Width), 640u) << "cut by the binning that was set when loading began";
-    EXPECT_EQ(read(Reg::OffsetX), 1280u);
-    EXPECT_EQ(read(Reg::LineSource), 2u);
-    EXPECT_EQ(read(Reg::LutValue, 511), 77u);
-}
-
-TEST_F(SimcamFeatures, ClocksAndTemperaturesMove) {
-    const float cold = readFloat(Reg::Temperature);
-    EXPECT_EQ(write(Reg::AcquisitionStart, 1), 0);
-    bench.pass(seconds(120));
-    EXPECT_GT(readFloat(Reg::Temperature), cold + 5);
-    EXPECT_NE(readFloat(Reg::Temperature, 1), readFloat(Reg::Temperature));
-    EXPECT_EQ(write(Reg::TimestampLatch, 1), 0);
-    EXPECT_EQ(write(Reg::TimestampControl, 2), 0);
-    EXPECT_EQ(bench.readMemory(at(Reg::TimestampLatched), 8), be32(3) + be32(0x7E11D600)); // 120 s of 8 ns
-    EXPECT_EQ(bench.readMemory(at(Reg::TimestampHigh), 8), be32(3) + be32(0x7E11D600));
-    EXPECT_EQ(bench.readMemory(at(Reg::Uptime), 8), (Bytes{0, 0x0E, 0x27, 0x07, 0, 0, 0, 0})); // 120 000 000
-    EXPECT_EQ(write(Reg::TimestampControl, 1), 0);
-    bench.pass(milliseconds(8));
-    EXPECT_EQ(write(Reg::TimestampLatch, 1), 0);
-    EXPECT_EQ(bench.readMemory(at(Reg::TimestampLatched), 8), be32(0) + be32(1000000));
-    EXPECT_EQ(write(Reg::TimestampReset, 1), 0);
-    EXPECT_EQ(write(Reg::TimestampLatch, 1), 0);
-    EXPECT_EQ(bench.readMemory(at(Reg::TimestampLatched), 8), Bytes(8));
-    EXPECT_EQ(read(Reg::TimestampLatched), 0u) << "half of a register reads, too";
-}
-
-TEST_F(SimcamFeatures, StreamAndInterfaceRegistersKeepWhatTheyCan) {
-    const struct {
-        Reg reg;
-        std::uint32_t written;
-        std::uint32_t read;
-    } rows[] = {
-        {Reg::StreamPacketSize, 1500, 1500},
-        {Reg::StreamPacketSize, 0xC00005DE, 0x400005DC}, // a test packet, and no multiple of 4
-        {Reg::StreamPacketSize, 100, 220},
-        {Reg::StreamPacketSize, 60000, 9000},
-        {Reg::StreamPort, 0xFFFF05F0, 0x05F0},
-        {Reg::InterfaceConfiguration, 3, 5},
-        {Reg::InterfaceConfiguration, 0, 4},
-        {Reg::GvcpConfiguration, 0xFFFFFFFE, 2},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(write(row.reg, row.written), 0);
-        EXPECT_EQ(read(row.reg), row.read) << simcam::fact(row.reg).name << " " << row.written;
-    }
-    EXPECT_EQ(bench.writeMemory(at(Reg::UserDefinedName), Bytes(16, 'n')), 0);
-    EXPECT_EQ(bench.camera->registers().text(Reg::UserDefinedName), std::string(16, 'n'));
 }
 
 TEST(SimcamPlainMemory, IsThereForDescriptionsOfOthers) {
     Bench bench(ethernet::Settings{{"registers", "plain"}});
     bench.takeControl();
-    EXPECT_EQ(bench.readMemory(0x12345000, 64), Bytes(64));
-    EXPECT_EQ(bench.writeMemory(0xA0000FF8, Bytes(16, 7)), 0); // across two pages
-    EXPECT_EQ(bench.readMemory(0xA0000FF4, 24), Bytes(4) + Bytes(16, 7) + Bytes(4));
-    EXPECT_EQ(bench.write(0x0048, 1), kWriteProtect) << "bootstrap registers stay what they are";
+    EXPECT_EQ(bench.read(0x12345000, 64), Bytes(64));
+    EXPECT_EQ(bench.command(0x86, be32(0xA0000FF8) + Bytes(16, 7)).status, 0); // across two pages
+    EXPECT_EQ(bench.read(0xA0000FF4, 24), Bytes(4) + Bytes(16, 7) + Bytes(4));
+    EXPECT_EQ(bench.command(0x84, be32(0xFFFFFFFC) + be32(16)).status, 0x8003) << "around the end";
+    EXPECT_EQ(bench.write(0x0048, 1), 0x8004) << "bootstrap registers stay what they are";
     EXPECT_EQ(bench.write(0xA110, 3), 0) << "and nothing else has a meaning";
     std::uint32_t pages = 2;
     while (bench.write(0x10000000 + pages * 4096, 1) == 0) {
         ASSERT_LT(++pages, 5000u);
     }
     EXPECT_EQ(pages, 4095u) << "memory has an end";
+}
+
+// The file that the URL at an address names, read in blocks as this system's host does.
+QByteArray fetch(Bench& bench, std::uint32_t url) {
+    const Bytes text = bench.read(url, 512);
+    unsigned from = 0;
+    unsigned length = 0;
+    EXPECT_EQ(
+        std::sscanf(reinterpret_cast<const char*>(text.data()), "Local:%*[^;];%x;%x", &from, &length), 2);
+    Bytes content;
+    for (unsigned done = 0; done < length; done += 536) {
+        content =
+            content + bench.read(from + done, std::uint16_t(std::min(536u, (length - done + 7) / 8 * 8)));
+    }
+    return {reinterpret_cast<const char*>(content.data()), static_cast<int>(length)};
+}
+
+TEST(SimcamFiles, AreInMemoryZippedAndPlain) {
+    Bench bench;
+    const auto view = simcam::builtInDescription();
+    const QByteArray text(reinterpret_cast<const char*>(view.data()), static_cast<int>(view.size()));
+    EXPECT_EQ(fetch(bench, 0x0400), text);
+    QByteArray zip = fetch(bench, 0x0200);
+    QBuffer device(&zip);
+    const ZipReader reader(&device);
+    EXPECT_EQ(reader.fileData("simcam.xml"), text);
+    EXPECT_EQ(reader.entryInfoAt(0).crc, crc32(0, view.data(), static_cast<uInt>(view.size())));
+}
+
+TEST(SimcamFiles, EndWhereTheSettingSays) {
+    const struct {
+        const char* ending;
+        std::uint32_t count;
+        int status;
+    } rows[] = {{"padded", 40, 0}, {"padded", 44, 0x8003}, {"exact", 36, 0}, {"exact", 40, 0x8003}};
+    for (const auto& row : rows) {
+        Bench bench({{"file-end", row.ending}, {"description-text", std::string(35, 'x')}});
+        const Ack ack = bench.command(0x84, be32(0x48000000) + be32(row.count));
+        EXPECT_EQ(ack.status, row.status) << row.ending << " " << row.count;
+    }
 }
 
 } // namespace

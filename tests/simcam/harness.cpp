@@ -1,5 +1,8 @@
 #include "harness.h"
 
+#include <bit>
+#include <sstream>
+
 namespace simcam_test {
 
 namespace {
@@ -13,11 +16,6 @@ std::uint16_t sum(const Bytes& data) {
         total = (total & 0xFFFF) + (total >> 16);
     }
     return static_cast<std::uint16_t>(~total);
-}
-
-Bytes part(const Bytes& data, std::size_t at, std::size_t count) {
-    const auto begin = data.begin() + static_cast<std::ptrdiff_t>(at);
-    return {begin, begin + static_cast<std::ptrdiff_t>(count)};
 }
 
 std::uint16_t u16(const Bytes& data, std::size_t at) {
@@ -36,6 +34,17 @@ constexpr std::uint64_t kCameraMac = 0x021122334455;
 constexpr std::uint32_t kCameraIp = 0xA9FE0764;
 
 } // namespace
+
+Bytes part(const Bytes& data, std::size_t at, std::size_t count) {
+    const auto begin = data.begin() + static_cast<std::ptrdiff_t>(at);
+    return {begin, begin + static_cast<std::ptrdiff_t>(count)};
+}
+
+void sealIp(Bytes& frame) {
+    frame[24] = frame[25] = 0;
+    const Bytes checksum = be16(sum(part(frame, 14, frame[14] % 16u * 4u)));
+    std::copy(checksum.begin(), checksum.end(), frame.begin() + 24);
+}
 
 Bytes be16(std::uint16_t value) {
     return {static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value)};
@@ -69,7 +78,7 @@ Bytes Bench::message(std::uint16_t code, std::uint16_t id, const Bytes& payload,
            payload;
 }
 
-Bytes Bench::frame(const Host& from, const Bytes& message, bool udpChecksum, bool broadcast) const {
+Bytes Bench::frame(const Host& from, const Bytes& message, bool broadcast) const {
     const auto udpLength = static_cast<std::uint16_t>(message.size() + 8);
     const Bytes addresses = be32(from.ip) + be32(broadcast ? 0xFFFFFFFF : kCameraIp);
     const auto ipHead = [&](std::uint16_t checksum) {
@@ -79,7 +88,7 @@ Bytes Bench::frame(const Host& from, const Bytes& message, bool udpChecksum, boo
     const auto udp = [&](std::uint16_t checksum) {
         return be16(from.port) + be16(3956) + be16(udpLength) + be16(checksum) + message;
     };
-    const std::uint16_t checksum = udpChecksum ? sum(pseudoHeader(addresses, udpLength) + udp(0)) : 0;
+    const std::uint16_t checksum = sum(pseudoHeader(addresses, udpLength) + udp(0));
     Bytes made = mac(broadcast ? 0xFFFFFFFFFFFF : kCameraMac) + mac(from.mac) + be16(0x0800) +
                  ipHead(sum(ipHead(0))) + udp(checksum);
     made.resize(std::max<std::size_t>(made.size(), 60));
@@ -104,38 +113,100 @@ Ack ackOf(const Bytes& frame) {
     return {u16(frame, 42), u16(frame, 44), u16(frame, 48), part(frame, 50, udpLength - 16u)};
 }
 
-std::optional<Ack> Bench::command(Host& from, std::uint16_t code, const Bytes& payload) {
+Ack Bench::command(Host& from, std::uint16_t code, const Bytes& payload) {
     const auto sent = exchange(frame(from, message(code, from.nextId++, payload)));
-    return sent.empty() ? std::nullopt : std::optional(ackOf(sent.front()));
+    return sent.empty() ? Ack{0xFFFF, 0, 0, {}} : ackOf(sent.front());
 }
 
-std::uint32_t Bench::read(std::uint32_t address) {
-    const auto ack = command(0x80, be32(address));
-    if (!ack || ack->status != 0 || ack->payload.size() != 4) {
-        ADD_FAILURE() << "register " << std::hex << address << " gave status "
-                      << (ack ? ack->status : 0xFFFF);
-        return 0xDEADBEEF;
+std::uint16_t Bench::write(std::uint32_t address, std::uint32_t value) {
+    return command(0x82, be32(address) + be32(value)).status;
+}
+
+Bytes Bench::read(std::uint32_t address, std::uint16_t count) {
+    const Ack ack = command(0x84, be32(address) + be32(count));
+    EXPECT_EQ(ack.status, 0) << "memory at " << address;
+    return ack.status == 0 ? part(ack.payload, 4, ack.payload.size() - 4) : Bytes(count);
+}
+
+void Bench::takeControl() {
+    ASSERT_EQ(write(0x0A00, 2), 0);
+    ASSERT_EQ(write(0x0938, 100000000), 0);
+}
+
+// --- scripts ---
+
+namespace {
+
+std::string refusal(const Ack& ack) {
+    char text[8] = "";
+    std::snprintf(text, sizeof text, ack.status == 0 ? "" : "!%04X", ack.status);
+    return text;
+}
+
+} // namespace
+
+Bench::Target Bench::target(std::string name) {
+    Host& who = name.starts_with("2:") ? other : name.starts_with("3:") ? neighbour : host;
+    name.erase(0, name.find(':') == 1 ? 2 : 0);
+    const std::size_t hash = std::min(name.find('#'), name.size());
+    const auto index = hash < name.size() ? static_cast<std::uint32_t>(std::stoul(name.substr(hash + 1))) : 0;
+    for (const simcam::RegisterFact& row : simcam::kRegisters) {
+        if (row.name == name.substr(0, hash)) {
+            return {who, row, be32(row.address + index * row.size)};
+        }
     }
-    return static_cast<std::uint32_t>(u16(ack->payload, 0)) << 16 | u16(ack->payload, 2);
+    throw std::runtime_error("no register " + name);
 }
 
-std::uint16_t Bench::write(Host& from, std::uint32_t address, std::uint32_t value) {
-    const auto ack = command(from, 0x82, be32(address) + be32(value));
-    return ack ? ack->status : 0xFFFF;
+Subject Bench::registers() {
+    const auto write = [this](const std::string& name, const std::string& value) {
+        const Target to = target(name);
+        const std::uint32_t bits = to.row.kind == simcam::Kind::Float
+                                       ? std::bit_cast<std::uint32_t>(std::stof(value))
+                                       : static_cast<std::uint32_t>(std::stoul(value, nullptr, 0));
+        return refusal(command(to.who, 0x82, to.address + be32(bits)));
+    };
+    const auto read = [this](const std::string& name, const std::string& like) {
+        const Target from = target(name);
+        const bool word = from.row.size == 4;
+        const Ack ack = word ? command(from.who, 0x80, from.address)
+                             : command(from.who, 0x84, from.address + be32(from.row.size));
+        std::uint64_t bits = 0;
+        for (std::size_t i = word ? 0 : 4; i < ack.payload.size(); ++i) {
+            bits = bits << 8 | ack.payload[i];
+        }
+        char text[32];
+        if (from.row.kind == simcam::Kind::Float) {
+            std::snprintf(text, sizeof text, "%g", std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
+        } else {
+            const char* format = like.starts_with("0x") ? "0x%llX" : "%llu";
+            std::snprintf(text, sizeof text, format, static_cast<unsigned long long>(bits));
+        }
+        return ack.status == 0 ? std::string(text) : refusal(ack);
+    };
+    return {write, read, [this](milliseconds time) { pass(time); }};
 }
 
-Bytes Bench::readMemory(std::uint32_t address, std::uint16_t count) {
-    const auto ack = command(0x84, be32(address) + be16(0) + be16(count));
-    if (!ack || ack->status != 0) {
-        ADD_FAILURE() << "memory " << std::hex << address << " gave status " << (ack ? ack->status : 0xFFFF);
-        return Bytes(count);
+void run(const Subject& subject, const std::string& name, const std::string& steps) {
+    std::istringstream all(steps);
+    for (std::string step; std::getline(all, step, ';');) {
+        step.erase(0, std::min(step.find_first_not_of(' '), step.size()));
+        SCOPED_TRACE(name + ": " + step);
+        const std::size_t at = step.find_first_of("=?");
+        if (step.starts_with('+')) {
+            subject.pass(milliseconds(std::stoll(step)));
+            continue;
+        }
+        ASSERT_NE(at, std::string::npos);
+        const std::string target = step.substr(0, at);
+        const std::string value = step.substr(at + 1);
+        const std::size_t refused = std::min(value.find('!'), value.size());
+        if (step[at] == '?') {
+            EXPECT_EQ(subject.read(target, value), value);
+        } else {
+            EXPECT_EQ(subject.write(target, value.substr(0, refused)), value.substr(refused));
+        }
     }
-    return part(ack->payload, 4, ack->payload.size() - 4);
-}
-
-std::uint16_t Bench::writeMemory(std::uint32_t address, const Bytes& data) {
-    const auto ack = command(0x86, be32(address) + data);
-    return ack ? ack->status : 0xFFFF;
 }
 
 } // namespace simcam_test

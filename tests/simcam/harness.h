@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,6 +16,18 @@ namespace simcam_test {
 
 using simcam::Bytes;
 using std::chrono::milliseconds;
+
+// What a script acts on: registers or the features over them. What is refused gives "!" and the code.
+struct Subject {
+    std::function<std::string(const std::string& name, const std::string& value)> write;
+    // `like` shows the notation in which the value is wanted.
+    std::function<std::string(const std::string& name, const std::string& like)> read;
+    std::function<void(milliseconds)> pass;
+};
+
+// Takes the steps of a script, which are separated by ';': "Name=value" writes, "Name=value!code" is refused,
+// "Name?value" or "Name?!code" reads, "+250" lets 250 ms pass. Failures name the script and the step.
+void run(const Subject& subject, const std::string& name, const std::string& steps);
 
 struct Ack {
     std::uint16_t status = 0;
@@ -35,38 +48,47 @@ public:
         std::uint16_t nextId = 1;
     };
     Host host;
+    Host other{0x020000000002, 0xA9FE072B, 3015, 100};
+    Host neighbour{0x020000000001, 0xA9FE072A, 3016, 200}; // another application on `host`
 
-    // A GVCP message from the host in a frame to the camera; checksum as asked.
-    Bytes
-    frame(const Host& from, const Bytes& message, bool udpChecksum = true, bool broadcast = false) const;
+    // A GVCP message from the host in a frame to the camera.
+    Bytes frame(const Host& from, const Bytes& message, bool broadcast = false) const;
     static Bytes message(std::uint16_t code, std::uint16_t id, const Bytes& payload, std::uint8_t flags = 1);
 
     // Hands a frame over and returns what the camera sends at once.
     std::vector<Bytes> exchange(const Bytes& frame);
-    // One command from `from`; the acknowledgement, or none when the camera stays silent.
-    std::optional<Ack> command(Host& from, std::uint16_t code, const Bytes& payload);
-    std::optional<Ack> command(std::uint16_t code, const Bytes& payload) {
-        return command(host, code, payload);
-    }
+    // One command; the acknowledgement, or one with the status 0xFFFF when the camera stays silent.
+    Ack command(Host& from, std::uint16_t code, const Bytes& payload);
+    Ack command(std::uint16_t code, const Bytes& payload) { return command(host, code, payload); }
 
-    // Registers through commands of `host`; a status other than success is `status`'s.
-    std::uint32_t read(std::uint32_t address);
-    std::uint16_t write(std::uint32_t address, std::uint32_t value) { return write(host, address, value); }
-    std::uint16_t write(Host& from, std::uint32_t address, std::uint32_t value);
-    Bytes readMemory(std::uint32_t address, std::uint16_t count);
-    std::uint16_t writeMemory(std::uint32_t address, const Bytes& data);
-    void takeControl() { ASSERT_EQ(write(0x0A00, 2), 0); }
+    std::uint16_t write(std::uint32_t address, std::uint32_t value);
+    Bytes read(std::uint32_t address, std::uint16_t count); // through READMEM
+    void takeControl(); // and keeps it, however long the test lets the clock run
+
+    // The camera's registers under their names in the table, an element as "Name#1". Numbers are those of the
+    // bytes in their order, except for floats. "2:Name" is accessed by `other`, "3:Name" by `neighbour`.
+    Subject registers();
 
     void pass(milliseconds time) { now += time; }
     std::vector<Bytes> due() { return camera->due(now); }
 
     simcam::Time now{std::chrono::hours(1)};
     std::unique_ptr<simcam::CameraCore> camera;
+
+private:
+    struct Target {
+        Host& who;
+        const simcam::RegisterFact& row;
+        Bytes address;
+    };
+    Target target(std::string name);
 };
 
 // The acknowledgement in a frame; fails the test when the frame or its checksums are not sound.
 Ack ackOf(const Bytes& frame);
-// Appends big-endian numbers of 2 or 4 bytes.
+// Recomputes the IPv4 header checksum of a frame whose header was changed.
+void sealIp(Bytes& frame);
+Bytes part(const Bytes& data, std::size_t at, std::size_t count);
 Bytes be16(std::uint16_t value);
 Bytes be32(std::uint32_t value);
 Bytes operator+(Bytes left, const Bytes& right);
