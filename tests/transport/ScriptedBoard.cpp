@@ -1,25 +1,5 @@
 #include "ScriptedBoard.h"
 
-#include <algorithm>
-#include <cstring>
-
-namespace {
-
-const std::string& nameOf(const TavoBoard& board, int reg) {
-    return board.design->lookedUp.at(static_cast<std::size_t>(reg));
-}
-
-bool isPortRegister(const std::string& name, const char* base) {
-    return name.rfind(base, 0) == 0 && name.size() == std::strlen(base) + 1;
-}
-
-void put16(Frame& frame, std::size_t offset, std::size_t value) {
-    frame.at(offset) = static_cast<std::uint8_t>(value >> 8);
-    frame.at(offset + 1) = static_cast<std::uint8_t>(value);
-}
-
-} // namespace
-
 extern "C" {
 
 int KemUnloadKemFile(fpga_design) {
@@ -31,39 +11,40 @@ int KemGetRegisterByName(fpga_design design, const char* name) {
     return static_cast<int>(design->lookedUp.size()) - 1;
 }
 
-int TavoFreeHW(QLdevice board) {
-    return ++board->freed == 1 ? 0 : -1;
+int TavoFreeHW(QLdevice) {
+    return 0;
 }
 
 int TavoGetBoardInfoInt(QLdevice, const char* key) {
-    return std::strcmp(key, "board/serial") == 0 ? 0x12307 : 0;
+    return key == std::string("board/serial") ? 0x12307 : 0;
 }
 
 int TavoRegisterRead(QLdevice board, int reg, std::uint64_t* value) {
-    const std::string& name = nameOf(*board, reg);
+    const std::string& name = board->design->lookedUp.at(static_cast<std::size_t>(reg));
     if (name == "MdioReadReg" && board->onMdioRead) {
-        board->onMdioRead(board->values["GigE_MdioRegAddr"]);
+        board->onMdioRead();
     }
     *value = board->values[name];
     return board->broken.count(name) != 0 ? kRegisterError : 0;
 }
 
 int TavoRegisterWrite(QLdevice board, int reg, std::uint64_t value) {
-    const std::string& name = nameOf(*board, reg);
+    const std::string& name = board->design->lookedUp.at(static_cast<std::size_t>(reg));
+    const std::string base = name.substr(0, name.size() - 1);
     const auto port = static_cast<std::size_t>(name.back() - '0');
     board->values[name] = value;
-    if (isPortRegister(name, "GigeWriteData")) {
-        board->loaded[port].push_back(static_cast<std::uint8_t>(value));
-        board->loaded[port].push_back(static_cast<std::uint8_t>(value >> 8));
+    if (base == "GigeWriteData") {
+        board->loaded.push_back(static_cast<std::uint8_t>(value));
+        board->loaded.push_back(static_cast<std::uint8_t>(value >> 8));
         return 0;
     }
     board->writes.emplace_back(name, value);
-    if (isPortRegister(name, "GigeBufferReset")) {
-        board->loaded[port].clear();
-    } else if (isPortRegister(name, "GigeWriteComplete")) {
-        board->sent[port].push_back(board->loaded[port]);
+    if (base == "GigeBufferReset") {
+        board->loaded.clear();
+    } else if (base == "GigeWriteComplete") {
+        board->sent[port].push_back(board->loaded);
         if (board->onSent) {
-            board->onSent(static_cast<int>(port), Frame(board->loaded[port]));
+            board->onSent(static_cast<int>(port), Frame(board->loaded));
         }
     }
     return board->broken.count(name) != 0 ? kRegisterError : 0;
@@ -110,7 +91,7 @@ void ScriptedBoard::arrive(int port, const Frame& frame) {
     queue.back() |= 0x10000;
 }
 
-void ScriptedBoard::answer(std::function<std::vector<Frame>(const Frame& command)> script) {
+void ScriptedBoard::answer(Answers script) {
     board.onSent = [this, script = std::move(script)](int port, const Frame& frame) {
         for (const Frame& ack : script(frame)) {
             arrive(port, ack);
@@ -118,62 +99,22 @@ void ScriptedBoard::answer(std::function<std::vector<Frame>(const Frame& command
     };
 }
 
+Frame with(Frame frame, std::size_t offset, const Frame& bytes) {
+    frame.resize(std::max(frame.size(), offset + bytes.size()));
+    std::copy(bytes.begin(), bytes.end(), frame.begin() + static_cast<std::ptrdiff_t>(offset));
+    return frame;
+}
+
 Frame ackTo(const Frame& command, const Frame& payload, std::uint16_t status) {
-    Frame ack(50);
-    std::copy_n(command.begin() + 6, 6, ack.begin());
-    std::copy_n(command.begin(), 6, ack.begin() + 6);
-    put16(ack, 12, 0x0800);
-    ack[14] = 0x45;
-    put16(ack, 16, 36 + payload.size());
-    ack[23] = 17;
-    put16(ack, 34, 3956);
-    put16(ack, 36, 3015);
-    put16(ack, 38, 16 + payload.size());
-    put16(ack, 42, status);
-    put16(ack, 44, (command[44] << 8 | command[45]) + 1U);
-    put16(ack, 46, payload.size());
-    std::copy_n(command.begin() + 48, 2, ack.begin() + 48);
-    ack.insert(ack.end(), payload.begin(), payload.end());
-    ack.resize(std::max<std::size_t>(ack.size(), 60));
-    return ack;
-}
-
-Frame withId(Frame ack, std::uint16_t id) {
-    put16(ack, 48, id);
-    return ack;
-}
-
-std::uint16_t idOf(const Frame& frame) {
-    return static_cast<std::uint16_t>(frame.at(48) << 8 | frame.at(49));
-}
-
-std::uint32_t addressOf(const Frame& frame) {
-    return static_cast<std::uint32_t>(frame.at(50)) << 24 | frame.at(51) << 16 | frame.at(52) << 8 |
-           frame.at(53);
-}
-
-std::uint16_t countOf(const Frame& readMemory) {
-    return static_cast<std::uint16_t>(readMemory.at(56) << 8 | readMemory.at(57));
-}
-
-Frame bigEndian(std::uint32_t value) {
-    Frame bytes(4);
-    put16(bytes, 0, value >> 16);
-    put16(bytes, 2, value & 0xFFFF);
-    return bytes;
+    Frame ack = with16(golden::load("readreg_ack"), 16, 36 + payload.size());
+    ack = with16(with16(ack, 38, 16 + payload.size()), 42, status);
+    ack = with16(with16(ack, kAckCode, numberAt(command, kAckCode) + 1), 46, payload.size());
+    ack = with16(ack, kIdAt, numberAt(command, kIdAt));
+    return with(with(ack, 50, Frame(4)), 50, payload);
 }
 
 Frame discoveryPayload(std::uint8_t lastMacByte, const std::string& userName) {
-    Frame payload(248);
-    const std::uint8_t mac[] = {0x02, 0x11, 0x22, 0x33, 0x44, lastMacByte};
-    const std::uint8_t ip[] = {169, 254, 7, 100};
-    std::copy_n(mac, 6, payload.begin() + 10);
-    std::copy_n(ip, 4, payload.begin() + 36);
-    const std::pair<std::size_t, std::string> texts[] = {{72, "maker"},    {104, "model"},
-                                                         {136, "version"}, {168, "info"},
-                                                         {216, "serial"},  {232, userName.substr(0, 16)}};
-    for (const auto& [offset, text] : texts) {
-        std::copy(text.begin(), text.end(), payload.begin() + static_cast<std::ptrdiff_t>(offset));
-    }
-    return payload;
+    const Frame ack = golden::load("discovery_ack");
+    const Frame payload = with(Frame(ack.begin() + 50, ack.end()), 15, {lastMacByte});
+    return with(payload, 232, Frame(userName.begin(), userName.end()));
 }
