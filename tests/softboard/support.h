@@ -9,19 +9,18 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <condition_variable>
-#include <cstdint>
 #include <functional>
-#include <memory>
 #include <mutex>
-#include <string>
-#include <vector>
+#include <numeric>
 
 namespace test {
 
 using Bytes = std::vector<std::uint8_t>;
+using Clock = std::chrono::steady_clock;
 inline constexpr std::chrono::seconds kGenerous{20};
+inline constexpr int kWaitMs = 20000; // for what must come
+inline constexpr int kTimeout = -110;
 
 // Keeps every frame that it gets; sends what the test tells it to, or its answer to what it got.
 class Station : public ethernet::Endpoint {
@@ -42,7 +41,7 @@ public:
             m_frames.push_back(bytes);
         }
         m_arrived.notify_all();
-        if (m_answer) { // such a station must hang on its port alone
+        if (m_answer) { // no other station on the port may have an answer
             const std::lock_guard lock(m_sinkMutex);
             m_sink ? m_answer(bytes, m_sink) : void();
         }
@@ -50,9 +49,7 @@ public:
 
     void send(const Bytes& frame) {
         const std::lock_guard lock(m_sinkMutex);
-        if (m_sink) {
-            m_sink(frame.data(), frame.size());
-        }
+        m_sink ? m_sink(frame.data(), frame.size()) : void();
     }
 
     // The frames so far, once there are `count` of them.
@@ -78,7 +75,6 @@ public:
         : handle(TavoInitAllHWEx(number)),
           design(KemFirmwareTrampoline(
               TavoGetBoardInfoInt(handle, "firmware/major"), TavoGetBoardInfoInt(handle, "firmware/minor"))) {
-        EXPECT_NE(handle, nullptr);
         EXPECT_EQ(TavoConfigureFpga(handle, design), 0);
     }
     ~OpenBoard() {
@@ -89,8 +85,6 @@ public:
     OpenBoard& operator=(const OpenBoard&) = delete;
 
     int id(const std::string& name) const { return KemGetRegisterByName(design, name.c_str()); }
-    int id(const std::string& base, int port) const { return id(base + std::to_string(port)); }
-
     int write(const std::string& name, std::uint64_t value) const {
         return TavoRegisterWrite(handle, id(name), value);
     }
@@ -104,39 +98,37 @@ public:
     void enable() const {
         write("GigE_TxStart", 1);
         write("GigE_RxEnable", 1);
-        for (int port = 0; port < 4; ++port) {
-            TavoRegisterWrite(handle, id("GigeTxStart", port), 1);
-            TavoRegisterWrite(handle, id("ImagePort", port), 1520U + static_cast<unsigned>(port));
+        for (unsigned port = 0; port < 4; ++port) {
+            write("GigeTxStart" + std::to_string(port), 1);
+            write("ImagePort" + std::to_string(port), 1520 + port);
         }
     }
 
-    // Loads a frame of even length without sending it.
-    void load(int port, const Bytes& frame) const {
-        TavoRegisterWrite(handle, id("GigeBufferReset", port), 0);
-        const int data = id("GigeWriteData", port);
+    int strobe(int port) const { return write("GigeWriteComplete" + std::to_string(port), 0); }
+    // A frame of even length.
+    int send(int port, const Bytes& frame) const {
+        write("GigeBufferReset" + std::to_string(port), 0);
+        const int data = id("GigeWriteData" + std::to_string(port));
         for (std::size_t i = 0; i + 1 < frame.size(); i += 2) {
             TavoRegisterWrite(handle, data, frame[i] | static_cast<unsigned>(frame[i + 1]) << 8);
         }
-    }
-    int strobe(int port) const { return TavoRegisterWrite(handle, id("GigeWriteComplete", port), 0); }
-    int send(int port, const Bytes& frame) const {
-        load(port, frame);
         return strobe(port);
     }
 
+    int readQueue(unsigned port, void* to, std::size_t bytes, int timeoutMs = 0) const {
+        return TavoDataQueueReadBufferLong(handle, port, to, static_cast<unsigned>(bytes), timeoutMs);
+    }
     // The next frame of a port; what the data queue's result was when there is none.
     int receive(unsigned port, Bytes& frame, int timeoutMs) const {
         std::uint32_t length = 0;
-        const int first = TavoDataQueueReadBufferLong(handle, port, &length, sizeof length, timeoutMs);
+        const int first = readQueue(port, &length, sizeof length, timeoutMs);
         if (first < 0) {
             return first;
         }
         EXPECT_EQ(length % 2, 0U) << length;
         std::vector<std::uint32_t> words(length / 2);
-        const auto bytes = static_cast<unsigned>(4 * words.size());
         EXPECT_EQ(
-            TavoDataQueueReadBufferLong(handle, port, words.data(), bytes, timeoutMs),
-            static_cast<int>(bytes));
+            readQueue(port, words.data(), 4 * words.size(), timeoutMs), static_cast<int>(4 * words.size()));
         frame.clear();
         for (std::size_t i = 0; i < words.size(); ++i) {
             EXPECT_EQ(words[i] >> 16, i + 1 == words.size() ? 1U : 0U) << "end mark of word " << i;
@@ -158,10 +150,22 @@ inline void configure(const std::string& text) {
 // Bytes 0, 1, 2... from a start, as a frame of no known protocol.
 inline Bytes numbered(std::size_t size, std::uint8_t start = 0) {
     Bytes frame(size);
-    for (std::size_t i = 0; i < size; ++i) {
-        frame[i] = static_cast<std::uint8_t>(start + i);
-    }
+    std::iota(frame.begin(), frame.end(), start);
     return frame;
+}
+
+inline bool inject(int port, const Bytes& frame) {
+    return softboard::injectFrame(0, port, frame.data(), frame.size());
+}
+
+inline softboard::PortState state(int port) {
+    return softboard::portState(0, port);
+}
+
+inline std::shared_ptr<Station> plugIn(int port, Station::Answer answer = {}) {
+    const auto station = std::make_shared<Station>(std::move(answer));
+    EXPECT_TRUE(softboard::attach(0, port, station));
+    return station;
 }
 
 } // namespace test
