@@ -1,8 +1,9 @@
-// The configuration file: what it says, every mistake, and where it comes from; and the data queue's way of
-// ending a wait, which the hardware library's calls alone cannot show safely.
+// The configuration file: what it says, every mistake, and where it comes from; and what the hardware
+// library's calls alone cannot show: faults by their decisions, and the data queue's way of ending a wait.
 #include "softboard/configuration.h"
 
 #include "softboard/DataQueue.h"
+#include "softboard/FaultyLink.h"
 #include "softboard/Hardware.h"
 #include "softboard/Hub.h"
 #include "softboard/hw_results.h"
@@ -141,6 +142,17 @@ TEST(Configuration, ComesFromTheFileThatTheEnvironmentNames) {
     for (const auto& row : rows) {
         EXPECT_EXIT(openBoard(row.file, row.content), testing::ExitedWithCode(row.result), row.complaint);
     }
+}
+
+TEST(Faults, AreDecidedForEachDirectionByItself) {
+    softboard::FaultPlan plan;
+    plan.send.drop = plan.receive.drop = 0.5;
+    int differ = 0;
+    for (std::uint64_t index = 0; index < 1000; ++index) {
+        differ += softboard::decideFault(plan, softboard::Direction::Send, index, 60).drop !=
+                  softboard::decideFault(plan, softboard::Direction::Receive, index, 60).drop;
+    }
+    EXPECT_NEAR(differ, 500, 100);
 }
 
 TEST(DataQueue, SendsAWaitingReaderHomeWhenItCloses) {

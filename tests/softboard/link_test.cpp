@@ -279,25 +279,6 @@ TEST_F(Links, HaveTheFaultsThatTheSeedPicks) {
     }
 }
 
-TEST_F(Links, HaveFaultsByDirectionThatBeginAnewWithEachPlan) {
-    const auto station = plugIn(0);
-    const OpenBoard board;
-    board.enable();
-    softboard::FaultPlan plan;
-    plan.send.drop = plan.receive.drop = 0.5;
-    std::vector<bool> dropped[3];
-    for (int run = 0; run < 3; ++run) { // two incoming, one outgoing
-        softboard::setFaultPlan(0, 0, plan);
-        for (int i = 0; i < 64; ++i) {
-            const std::uint64_t before = state(0).link.dropped;
-            run < 2 ? station->send(numbered(60)) : static_cast<void>(board.send(0, numbered(60)));
-            dropped[run].push_back(state(0).link.dropped != before);
-        }
-    }
-    EXPECT_EQ(dropped[0], dropped[1]);
-    EXPECT_NE(dropped[0], dropped[2]) << "the directions share their decisions";
-}
-
 TEST_F(Links, DelayAndHoldFramesForATimeOnly) {
     configure("[board 0]\n[board 0 port 0]\nreceive_fault_delay = 1\nfault_delay_min_ms = 30\n"
               "fault_delay_max_ms = 40\n");
