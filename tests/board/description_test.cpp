@@ -132,21 +132,6 @@ TEST_F(DescriptionTest, FilesThatDoNotExistOrLeaveTheFolderAreNotThere) {
     }
 }
 
-TEST_F(DescriptionTest, FilesNeedTheInstallationDirectory) {
-    hang("File:cam.xml", "{zip}");
-    unsetenv("TAVODIR5");
-    EXPECT_THROW(GenICamPortWrapper::initializeGenICamInterface(0, kPort), tavo::GicTavoPathNotSetException);
-}
-
-TEST_F(DescriptionTest, ASilentCameraHasNone) {
-    hang("{zip}", "{xml}");
-    station->faults().add(
-        {simcam::Fault::Kind::Status, 0x8001, simcam::Fault::kForever, gvcp::Command::ReadMemCmd});
-    EXPECT_EQ(GenICamPortWrapper::ReadXMLUrl(0, kPort, 0), 0);
-    EXPECT_EQ(GenICamPortWrapper::initializeGenICamInterface(0, kPort), -1);
-    EXPECT_EQ(model(), "no device");
-}
-
 TEST_F(DescriptionTest, ANewDescriptionReplacesTheOldOneOnTheSameDevice) {
     hang("{zip}", "{xml}");
     ASSERT_EQ(GenICamPortWrapper::initializeGenICamInterface(0, kPort), 0);

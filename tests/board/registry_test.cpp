@@ -94,31 +94,4 @@ TEST(Rescan, AsksTheServiceForAllBoards) {
     EXPECT_THROW(Wrapper::discoverAll(), tavo::GicConnectionException);
 }
 
-TEST(CamerasInUse, AreASet) {
-    const unsigned char one[] = {1, 2, 3, 4, 5, 6};
-    const unsigned char other[] = {6, 5, 4, 3, 2, 1};
-    EXPECT_FALSE(Wrapper::isCameraInUse(one));
-    Wrapper::setCameraInUse(one, true);
-    Wrapper::setCameraInUse(one, true);
-    EXPECT_TRUE(Wrapper::isCameraInUse(one));
-    EXPECT_FALSE(Wrapper::isCameraInUse(other));
-    EXPECT_FALSE(Wrapper::takeCamera(one));
-    Wrapper::setCameraInUse(one, false);
-    EXPECT_FALSE(Wrapper::isCameraInUse(one));
-    EXPECT_TRUE(Wrapper::takeCamera(one));
-    Wrapper::setCameraInUse(one, false);
-}
-
-TEST(Ports, HaveOneUser) {
-    const int one = 1;
-    const int other = 2;
-    EXPECT_TRUE(Wrapper::claimPort(7, 3, &one));
-    EXPECT_TRUE(Wrapper::claimPort(7, 3, &one));
-    EXPECT_FALSE(Wrapper::claimPort(7, 3, &other));
-    Wrapper::releasePort(7, 3, &other);
-    EXPECT_EQ(Wrapper::portUser(7, 3), &one);
-    Wrapper::releasePort(7, 3, &one);
-    EXPECT_EQ(Wrapper::portUser(7, 3), nullptr);
-}
-
 } // namespace

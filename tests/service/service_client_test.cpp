@@ -1,8 +1,8 @@
-#include "scripted_service.h"
 #include "service/GbeConnection.h"
 #include "service/GbeTransmission.h"
 #include "service/commands.h"
 #include "service/socket.h"
+#include "support/fake_service.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,14 +21,21 @@ using Mac = std::array<unsigned char, 6>;
 constexpr Mac kUntouched{9, 9, 9, 9, 9, 9};
 constexpr Mac kMac{0x02, 0xab, 0xCD, 0, 1, 0xff};
 
+// A service that answers its first request with these bytes and hangs up.
+class OneAnswer : public FakeService {
+public:
+    explicit OneAnswer(
+        const std::string& reply, bool pieces = false, const std::string& path = LIOMOL_SERVICE_SOCKET)
+        : FakeService([reply](const std::string&) { return reply; }, {true, pieces}, path) {}
+    std::string request() const { return requests().at(0); }
+};
+
 // Runs one command against a scripted reply; the request that it sent.
 template<typename Command> std::string converse(const std::string& reply, Command command) {
-    ScriptedService service(reply);
-    {
-        GbeTransmission transmission;
-        EXPECT_TRUE(transmission.isEstablished());
-        command(transmission);
-    }
+    const OneAnswer service(reply);
+    GbeTransmission transmission;
+    EXPECT_TRUE(transmission.isEstablished());
+    command(transmission);
     return service.request();
 }
 
@@ -203,7 +210,7 @@ TEST(ServiceCommands, WithoutAServiceAllFail) {
 TEST(GbeConnection, LinesOfManyLengthsComeWhole) {
     for (const std::size_t length : {0u, 1u, 99u, 100u, 101u, 200u, 65535u, 65536u}) {
         for (const bool pieces : {false, length <= 200}) {
-            ScriptedService service(std::string(length, 'x') + "\nnext\n", pieces);
+            OneAnswer service(std::string(length, 'x') + "\nnext\n", pieces);
             GbeConnection connection(LIOMOL_SERVICE_SOCKET);
             ASSERT_EQ(connection.transmit("hello"), 0);
             char* line = nullptr;
@@ -221,7 +228,7 @@ TEST(GbeConnection, LinesOfManyLengthsComeWhole) {
 }
 
 TEST(GbeConnection, ALineWithoutEndIsCutOff) {
-    ScriptedService service(std::string(1000000, 'x'));
+    OneAnswer service(std::string(1000000, 'x'));
     GbeConnection connection(LIOMOL_SERVICE_SOCKET);
     ASSERT_EQ(connection.transmit(""), 0);
     char* line = nullptr;
@@ -242,7 +249,7 @@ TEST(ServiceSocket, PathsThatCannotBeConnectedTo) {
         EXPECT_EQ(errno, row.error) << (row.path ? row.path : "null");
     }
     const std::string longest(sizeof(sockaddr_un::sun_path) - 1, 'p');
-    const ScriptedService service("", false, longest.c_str());
+    const OneAnswer service("", false, longest.c_str());
     const GbeConnection connection(longest.c_str());
     EXPECT_TRUE(connection.isOpen());
 }

@@ -25,13 +25,22 @@ public:
     // answer.
     using Answer = std::function<std::string(const std::string& line)>;
 
-    explicit FakeService(Answer answer = healthy) : m_answer(std::move(answer)) {
-        ::unlink(LIOMOL_SERVICE_SOCKET);
+    // How the answers leave: with hangUp the service closes the connection behind the first one, and with
+    // pieces each of its bytes is sent by itself.
+    struct Manner {
+        bool hangUp = false;
+        bool pieces = false;
+    };
+
+    explicit FakeService(
+        Answer answer = healthy, Manner manner = {false, false}, std::string path = LIOMOL_SERVICE_SOCKET)
+        : m_answer(std::move(answer)), m_manner(manner), m_path(std::move(path)) {
+        ::unlink(m_path.c_str());
         m_listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         m_wake = ::eventfd(0, EFD_CLOEXEC);
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        std::strncpy(address.sun_path, LIOMOL_SERVICE_SOCKET, sizeof(address.sun_path) - 1);
+        m_path.copy(address.sun_path, sizeof(address.sun_path) - 1);
         if (::bind(m_listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
             ::listen(m_listener, SOMAXCONN) != 0) {
             throw std::runtime_error(std::string("no service socket: ") + std::strerror(errno));
@@ -45,7 +54,7 @@ public:
         m_thread.join();
         ::close(m_listener);
         ::close(m_wake);
-        ::unlink(LIOMOL_SERVICE_SOCKET);
+        ::unlink(m_path.c_str());
     }
 
     FakeService(const FakeService&) = delete;
@@ -113,12 +122,22 @@ private:
                 m_requests.push_back(line);
             }
             const std::string answer = m_answer(line);
-            ::send(client, answer.data(), answer.size(), MSG_NOSIGNAL);
+            const std::size_t step = m_manner.pieces ? 1 : answer.size();
+            for (std::size_t at = 0; at < answer.size(); at += step) {
+                if (::send(client, answer.data() + at, step, MSG_NOSIGNAL) < 0) {
+                    return false;
+                }
+            }
+            if (m_manner.hangUp) {
+                return false;
+            }
         }
         return true;
     }
 
-    Answer m_answer;
+    const Answer m_answer;
+    const Manner m_manner;
+    const std::string m_path;
     int m_listener = -1;
     int m_wake = -1;
     mutable std::mutex m_mutex;

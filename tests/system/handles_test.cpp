@@ -170,9 +170,7 @@ TEST(Connection, SetsUpTheStreamAndBeats) {
 TEST(Connection, ThatFailsLeavesNothingBehind) {
     Session session;
     const auto station = session.rig.hang(0, 0, plainCamera({{"second-url", "{xml}"}}));
-    ASSERT_EQ(Gbe_scanNetwork(session.board(), 0, 0), 0);
-    CameraHandle* camera = nullptr;
-    ASSERT_EQ(Gbe_getFirstCamera(session.board(), 0, &camera), 0);
+    CameraHandle* camera = session.findFirst();
     const struct {
         const char* name;
         const char* firstUrl;
@@ -268,9 +266,7 @@ TEST(Switching, TakesTheCameraAlongWithItsFeatures) {
 TEST(Switching, WithoutADescriptionLeavesTheFeaturesAway) {
     Session session;
     const auto station = session.rig.hang(0, 0, plainCamera());
-    ASSERT_EQ(Gbe_scanNetwork(session.board(), 0, 0), 0);
-    CameraHandle* camera = nullptr;
-    ASSERT_EQ(Gbe_getFirstCamera(session.board(), 0, &camera), 0);
+    CameraHandle* camera = session.findFirst();
     softboard::detach(0, 0, std::shared_ptr<ethernet::Endpoint>(station));
     softboard::attach(0, 1, std::shared_ptr<ethernet::Endpoint>(station));
     ASSERT_EQ(Gbe_scanNetwork(session.board(), 1, 0), 0);

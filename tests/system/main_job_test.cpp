@@ -196,9 +196,7 @@ TEST(PlainCamera, RefusesToStartWhileLockedAfterTheLineLengthWasSet) {
 TEST(PlainCamera, KeepsTheWishForChecksOverConnections) {
     Session session;
     const auto station = session.rig.hang(0, 0, plainCamera());
-    ASSERT_EQ(Gbe_scanNetwork(session.board(), 0, 0), 0);
-    CameraHandle* camera = nullptr;
-    ASSERT_EQ(Gbe_getFirstCamera(session.board(), 0, &camera), 0);
+    CameraHandle* camera = session.findFirst();
     EXPECT_EQ(Gbe_enableChecks(camera, 1), 0) << "needs no connection";
     EXPECT_EQ(Gbe_connectCamera(camera), 0);
     EXPECT_EQ(Gbe_setIntegerValue(camera, "ReadOnly", 1), -40005);

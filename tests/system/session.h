@@ -13,6 +13,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 // Waits for a condition with a deadline that only a fault can reach.
@@ -64,30 +65,21 @@ inline ethernet::Settings plainCamera(ethernet::Settings more = {}) {
   <StringReg Name="Text">
     <Address>0x10010</Address><Length>16</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
   </StringReg>
-  <IntReg Name="NumberReg">
-    <Address>0x10000</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
-    <Sign>Unsigned</Sign><Endianess>BigEndian</Endianess>
-  </IntReg>
-  <IntReg Name="ReadOnlyReg">
-    <Address>0x10000</Address><Length>4</Length><AccessMode>RO</AccessMode><pPort>Device</pPort>
-    <Sign>Unsigned</Sign><Endianess>BigEndian</Endianess>
-  </IntReg>
-  <IntReg Name="CommandReg">
-    <Address>0x10004</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
-    <Sign>Unsigned</Sign><Endianess>BigEndian</Endianess>
-  </IntReg>
-  <IntReg Name="LockedReg">
-    <Address>0x10008</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
-    <Cachable>NoCache</Cachable><Sign>Unsigned</Sign><Endianess>BigEndian</Endianess>
-  </IntReg>
-  <IntReg Name="WidthReg">
-    <Address>0x10020</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
-    <Sign>Unsigned</Sign><Endianess>BigEndian</Endianess>
-  </IntReg>
   <Port Name="Device"/>
-</RegisterDescription>
 )";
-    more.insert({{"registers", "plain"}, {"description-text", kDescription}});
+    std::string text = kDescription;
+    const std::tuple<const char*, const char*, const char*> words[] = {
+        {"Number", "0x10000", "<AccessMode>RW</AccessMode>"},
+        {"ReadOnly", "0x10000", "<AccessMode>RO</AccessMode>"},
+        {"Command", "0x10004", "<AccessMode>RW</AccessMode>"},
+        {"Locked", "0x10008", "<AccessMode>RW</AccessMode><Cachable>NoCache</Cachable>"},
+        {"Width", "0x10020", "<AccessMode>RW</AccessMode>"}};
+    for (const auto& [name, address, mode] : words) {
+        text += std::string("<IntReg Name=\"") + name + "Reg\"><Address>" + address +
+                "</Address><Length>4</Length>" + mode +
+                "<pPort>Device</pPort><Sign>Unsigned</Sign><Endianess>BigEndian</Endianess></IntReg>\n";
+    }
+    more.insert({{"registers", "plain"}, {"description-text", text + "</RegisterDescription>\n"}});
     return more;
 }
 
@@ -111,11 +103,15 @@ public:
 
     BoardHandle* board() const { return boards.front(); }
 
-    // Scans a port of a board and connects its first camera.
-    CameraHandle* connectFirst(unsigned port = 0, std::size_t board = 0) const {
+    // Scans a port of a board and gives its first camera.
+    CameraHandle* findFirst(unsigned port = 0, std::size_t board = 0) const {
         CameraHandle* camera = nullptr;
         EXPECT_EQ(Gbe_scanNetwork(boards[board], static_cast<int>(port), 0), 0);
         EXPECT_EQ(Gbe_getFirstCamera(boards[board], port, &camera), 0);
+        return camera;
+    }
+    CameraHandle* connectFirst(unsigned port = 0, std::size_t board = 0) const {
+        CameraHandle* camera = findFirst(port, board);
         EXPECT_EQ(Gbe_connectCamera(camera), 0);
         return camera;
     }
