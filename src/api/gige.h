@@ -74,6 +74,25 @@ GBE_API int Gbe_getCameraCount(BoardHandle* board, unsigned port);
  * once. -40015: null pointer, board or port out of range. -40019: the board is not open. */
 GBE_API int Gbe_getLinkState(int board, unsigned port, int* up);
 
+/* A port's own addresses, those that its commands come from: the 6-byte MAC, the IPv4 address and its subnet
+ * mask (first octet the lowest byte). Each output may be null. -40015: bad handle or port. -40019: the board
+ * is not open. */
+GBE_API int
+Gbe_getPortAddress(BoardHandle* board, unsigned port, unsigned char* mac, unsigned* ip, unsigned* mask);
+
+/* Gives the camera with this MAC address (six bytes) an IPv4 address, a subnet mask and a default gateway (0:
+ * none), wherever its present address is: the camera need not be reachable, nor found by a scan. It keeps the
+ * address until it is switched off or reset. The first octet is the lowest byte. Waits up to 2 seconds.
+ * What the last scan found learns the new address, and look-ups and connections use it at once. An `ip` of 0
+ * lets the camera configure itself anew, which takes it seconds; then only the next scan finds its address.
+ * -40015: bad handle, port or pointer, an address that no single camera can have, or a mask that is none.
+ * -40019: the board is not open. -40022: a connected handle uses the camera, or the camera says that an
+ * application controls it. -40012: no acknowledgement came; a scan tells whether the address was taken all
+ * the same. -40011: the camera refused. */
+GBE_API int Gbe_forceCameraIp(
+    BoardHandle* board, unsigned port, const unsigned char* mac, unsigned ip, unsigned mask,
+    unsigned gateway);
+
 /* ---- Cameras ----------------------------------------------------------------------------------------- */
 
 /* The look-up calls pick a camera of a port's last scan, mark it as in use and make a handle for it. *out is
@@ -102,6 +121,16 @@ GBE_API int copyCameraInfo(CameraHandle* camera, CameraInfo** out);
 
 /* The handle's own record, which lives as long as the handle; null for a null handle. */
 GBE_API CameraInfo* Gbe_getCameraInfo(CameraHandle* camera);
+
+/* The camera's IPv4 address as the last scan of its port found it, or as it was given since; its first octet
+ * is the lowest byte of *ip. -40015: null pointer. -40024: the last scan did not find the camera. */
+GBE_API int Gbe_getCameraIp(CameraHandle* camera, unsigned* ip);
+
+/* Reads one bootstrap register of the camera (GigE Vision, chapter 27), found or connected: it takes no
+ * control, and works on a camera that another application controls. The four bytes at `address` are the
+ * number *value, most significant byte first. -40015: null pointer. -40024: the last scan did not find the
+ * camera. -40012: no answer. -40011: the camera refused. */
+GBE_API int Gbe_readRegister(CameraHandle* camera, unsigned address, unsigned* value);
 
 /* Takes control of the camera, fetches and builds its description, and keeps control alive from then on.
  * -40016 (Gbe_connectCamera) or -40017 (Gbe_connectCameraWithoutService): connected already. -40013, -40014:

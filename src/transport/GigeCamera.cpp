@@ -2,6 +2,14 @@
 
 #include <algorithm>
 
+namespace {
+
+unsigned numberOf(const IpBytes& ip) {
+    return static_cast<unsigned>(ip[0]) << 24 | static_cast<unsigned>(ip[1] << 16 | ip[2] << 8 | ip[3]);
+}
+
+} // namespace
+
 GigeCamera::GigeCamera(fpga_design design, QLdevice board) : m_design(design), m_board(board) {
     const auto serial = static_cast<unsigned>(TavoGetBoardInfoInt(m_board, "board/serial"));
     for (int port = 0; port < kPorts; ++port) {
@@ -33,11 +41,18 @@ MacBytes GigeCamera::portMac(int port) const {
 }
 
 unsigned int GigeCamera::getPortIP(int port) const {
-    if (!isPort(port)) {
-        return 0;
+    return isPort(port) ? numberOf(m_ports[port].ip) : 0;
+}
+
+unsigned int GigeCamera::getPortMask(int port) const {
+    return isPort(port) ? numberOf(m_ports[port].mask) : 0;
+}
+
+void GigeCamera::setPortIP(int port, const IpBytes& ip, const IpBytes& mask) {
+    if (isPort(port)) {
+        m_ports[port].ip = ip;
+        m_ports[port].mask = mask;
     }
-    const IpBytes& ip = m_ports[port].ip;
-    return (static_cast<unsigned>(ip[0]) << 24) | (ip[1] << 16) | (ip[2] << 8) | ip[3];
 }
 
 bool GigeCamera::selectCamera(int port, int index) {
@@ -89,6 +104,15 @@ int GigeCamera::BuildGvcpDiscoveryPacket(
     }
     const std::uint16_t id = requestId != 0 ? requestId : takeRequestId(port);
     *length = frame::discovery(*packet, route(port, true), id, flag % 2 == 0);
+    return 0;
+}
+
+int GigeCamera::BuildGvcpForceIpPacket(
+    int port, UDPPacket* packet, unsigned short* length, const frame::ForcedAddress& to) {
+    if (!isPort(port)) {
+        return transport_error::kBadPort;
+    }
+    *length = frame::forceIp(*packet, route(port, true), takeRequestId(port), to);
     return 0;
 }
 

@@ -75,8 +75,11 @@ public:
     // Copies 6 bytes; a null pointer is ignored.
     void SetMAC(int port, const unsigned char* mac);
     MacBytes portMac(int port) const;
-    // 169.254.S.(42 + port), S being the low byte of the board's serial number; the first octet on top.
+    // The port's IPv4 address, the first octet on top. At first it is 169.254.S.(42 + port), S being the low
+    // byte of the board's serial number, in the subnet of 16 bits that all link-local addresses share.
     unsigned int getPortIP(int port) const;
+    unsigned int getPortMask(int port) const;
+    void setPortIP(int port, const IpBytes& ip, const IpBytes& mask);
 
     // --- The camera that commands of a port go to
     // Takes record `index` of the discovery table; false and no change when there is no such record. The
@@ -99,6 +102,8 @@ public:
     // An odd `flag` asks for a unicast answer. `requestId` 0 takes the port's next one.
     int BuildGvcpDiscoveryPacket(
         int port, UDPPacket* packet, unsigned short* length, int flag, unsigned short requestId);
+    int BuildGvcpForceIpPacket(
+        int port, UDPPacket* packet, unsigned short* length, const frame::ForcedAddress& to);
     int
     BuildGvcpReadRegisterPacket(int port, UDPPacket* packet, unsigned short* length, unsigned int address);
     int BuildGvcpWriteRegisterPacket(
@@ -131,6 +136,13 @@ public:
     int ReadMemory(int port, unsigned int address, unsigned int count, unsigned short* done, char* buffer);
     // Writes up to 536 bytes; more are refused with kOversized.
     int WriteMemory(int port, unsigned int address, const unsigned char* data, unsigned int count);
+
+    // --- To a camera by its MAC address, which may have any IP address
+    // Gives an IP address to the camera. The acknowledgement is waited for; a camera that is to configure
+    // itself anew (address 0) need not send one, so that silence then is success too. The discovery table and
+    // the selected camera learn the new address, but not that of a camera that configures itself: only the
+    // next discovery finds it.
+    int ForceIp(int port, const frame::ForcedAddress& to);
 
     // The waiting halves of the commands above. `requestId` is the command's, as frame::rawRequestId gives
     // it.
@@ -217,6 +229,7 @@ private:
     struct Port {
         MacBytes mac{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
         IpBytes ip{};
+        IpBytes mask{255, 255, 0, 0};
         std::uint16_t sourcePort = 3015;
         std::uint16_t destinationPort = gvcp::kPort;
         std::uint16_t requestId = 1;
@@ -251,6 +264,8 @@ private:
     bool
     readBlockInParts(int port, unsigned int address, unsigned int asked, unsigned int expected, char* buffer);
 
+    int receiveForceIpAck(int port, const UDPPacket& command);
+    void learnAddress(int port, const frame::ForcedAddress& to);
     std::uint16_t startDiscovery(int port);
     void drainDiscovery(int port, std::uint16_t requestId);
     int storeAck(int port, const UDPPacket& ack, std::size_t size);

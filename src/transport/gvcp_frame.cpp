@@ -107,6 +107,23 @@ unsigned short discovery(UDPPacket& packet, const Route& route, std::uint16_t id
     return net::kMinFrame;
 }
 
+unsigned short
+forceIp(UDPPacket& packet, const Route& route, std::uint16_t id, const ForcedAddress& address) {
+    constexpr std::size_t kSize = gvcp::force_ip::kSize;
+    command(
+        packet, route, gvcp::Command::ForceIpCmd, gvcp::kFlagAckRequired | gvcp::kFlagBroadcastAck, id,
+        kSize);
+    const auto put = [&](std::size_t offset, const auto& bytes) {
+        std::copy(bytes.begin(), bytes.end(), packet.at(kPayload + offset));
+    };
+    put(gvcp::force_ip::kMac, address.mac);
+    put(gvcp::force_ip::kIp, address.ip);
+    put(gvcp::force_ip::kSubnetMask, address.mask);
+    put(gvcp::force_ip::kGateway, address.gateway);
+    udpChecksum(packet, gvcp::kHeader + kSize);
+    return kPayload + kSize;
+}
+
 unsigned short readRegister(UDPPacket& packet, const Route& route, std::uint16_t id, std::uint32_t address) {
     command(packet, route, gvcp::Command::ReadRegCmd, gvcp::kFlagAckRequired, id, 4);
     put32<kPayload>(packet, address);

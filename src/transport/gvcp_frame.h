@@ -79,10 +79,21 @@ struct Route {
     std::uint16_t destinationPort;
 };
 
+// What a FORCEIP command gives to the device that bears a MAC address. An address of zeros lets the device
+// configure itself anew.
+struct ForcedAddress {
+    MacBytes mac;
+    IpBytes ip;
+    IpBytes mask;
+    IpBytes gateway;
+};
+
 // The commands. Each gives the true length of the frame, except that a discovery is as long as the shortest
 // Ethernet frame already. Frames that write carry no UDP checksum (0), deliberately; the others a computed
 // one.
 unsigned short discovery(UDPPacket& packet, const Route& route, std::uint16_t id, bool broadcastAnswer);
+// For everybody, like a discovery: the device may not be reachable at its own address.
+unsigned short forceIp(UDPPacket& packet, const Route& route, std::uint16_t id, const ForcedAddress& address);
 unsigned short readRegister(UDPPacket& packet, const Route& route, std::uint16_t id, std::uint32_t address);
 unsigned short writeRegister(
     UDPPacket& packet, const Route& route, std::uint16_t id, std::uint32_t address, std::uint32_t value);

@@ -19,6 +19,7 @@ enum { ILLEGAL_PARAMETER = -40015, BOARD_INITIALIZATION = -40018, BOARD_DOES_NOT
 
 static void boards(void) {
     BoardHandle* board = (BoardHandle*)&failures;
+    const unsigned char mac[6] = {0};
     int up = 0;
     EXPECT(ILLEGAL_PARAMETER, Gbe_initBoard(0, 0, NULL));
     EXPECT(BOARD_INITIALIZATION, Gbe_initBoard(-1, 0, &board));
@@ -30,6 +31,8 @@ static void boards(void) {
     EXPECT(ILLEGAL_PARAMETER, Gbe_getLinkState(8, 0, &up));
     EXPECT(ILLEGAL_PARAMETER, Gbe_getLinkState(0, 4, &up));
     EXPECT(BOARD_DOES_NOT_EXIST, Gbe_getLinkState(7, 0, &up));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getPortAddress(NULL, 0, NULL, NULL, NULL));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_forceCameraIp(NULL, 0, mac, 0, 0, 0));
     Gbe_freeBoard(NULL);
 }
 
@@ -37,6 +40,7 @@ static void cameras(void) {
     CameraHandle* camera = NULL;
     CameraInfo* info = NULL;
     const unsigned char mac[6] = {0};
+    unsigned ip = 0;
     EXPECT(182, sizeof(CameraInfo));
     EXPECT(ILLEGAL_PARAMETER, Gbe_getFirstCamera(NULL, 0, &camera));
     EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraByIp(NULL, 0, 0, &camera));
@@ -44,6 +48,8 @@ static void cameras(void) {
     EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraByUserName(NULL, 0, "", &camera));
     EXPECT(ILLEGAL_PARAMETER, copyCameraInfo(NULL, &info));
     EXPECT(1, Gbe_getCameraInfo(NULL) == NULL);
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraIp(NULL, &ip));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_readRegister(NULL, 0, &ip));
     EXPECT(ILLEGAL_PARAMETER, Gbe_connectCamera(NULL));
     EXPECT(ILLEGAL_PARAMETER, Gbe_connectCameraWithoutService(NULL));
     EXPECT(ILLEGAL_PARAMETER, Gbe_disconnectCamera(NULL));

@@ -36,6 +36,10 @@ TEST(Frames, CommandsAndAcknowledgementsAreAsTheStandardsWriteThem) {
     std::iota(data.begin(), data.end(), std::uint8_t{0});
     EXPECT_EQ(Golden("writemem").camera->WriteMemory(0, 0xA000, data.data(), 100), 0);
 
+    const frame::ForcedAddress forced{
+        {2, 0x11, 0x22, 0x33, 0x44, 0x55}, {169, 254, 7, 100}, {255, 255, 0, 0}, {}};
+    EXPECT_EQ(Golden("forceip").camera->ForceIp(0, forced), 0);
+
     const Golden asked("discovery");
     UDPPacket packet;
     unsigned short length = 0;
@@ -43,6 +47,37 @@ TEST(Frames, CommandsAndAcknowledgementsAreAsTheStandardsWriteThem) {
     asked.camera->SendPacket(0, &packet, length);
     EXPECT_NE(asked.camera->ReceiveDiscoveryAckPacket(0, 0, 1), 0);
     EXPECT_EQ(asked.camera->discoveredCount(0), 1) << "this camera is known already";
+}
+
+TEST(Frames, AForcedAddressIsLearntWhenTheCameraSaysSo) {
+    const frame::ForcedAddress forced{{2, 0x11, 0x22, 0x33, 0x44, 0x55}, {10, 1, 2, 3}, {255, 0, 0, 0}, {}};
+    const frame::ForcedAddress anew{forced.mac, {}, {}, {}};
+    const struct {
+        const char* name;
+        const frame::ForcedAddress& to;
+        Answers camera;
+        int result;
+        int lastOctet;
+    } rows[] = {
+        {"done", forced, [](const Frame& c) { return Frames{ackTo(c, {})}; }, 0, 3},
+        {"done, after answers to others", forced,
+         [](const Frame& c) {
+             return Frames{
+                 with16(ackTo(c, {}), kIdAt, 0x4711), with16(ackTo(c, {}), kAckCode, 0x81), ackTo(c, {})};
+         },
+         0, 3},
+        {"refused", forced, [](const Frame& c) { return Frames{ackTo(c, {}, 0x8006)}; }, 0x8006, 100},
+        {"silence", forced, [](const Frame&) { return Frames{}; }, kQueueTimeout, 100},
+        {"silence of one that starts anew", anew, [](const Frame&) { return Frames{}; }, 0, 100},
+        {"no word of the new address", anew, [](const Frame& c) { return Frames{ackTo(c, {})}; }, 0, 100},
+    };
+    for (const auto& row : rows) {
+        ScriptedBoard scripted;
+        scripted.answer(row.camera);
+        EXPECT_EQ(scripted.camera->ForceIp(0, row.to), row.result) << row.name;
+        EXPECT_EQ(scripted.camera->GetIPAddress(0, 0)[3], row.lastOctet) << row.name;
+        EXPECT_EQ(scripted.camera->currentCamera(0)->ip[3], row.lastOctet) << row.name;
+    }
 }
 
 TEST(Frames, OnlyUdpForThisHostIsAnAnswerAndOnlyAnArpRequestIsAnswered) {
