@@ -93,7 +93,8 @@ int loadDescription(CameraHandle& handle) {
     remember(QString());
     return api::guarded(
         [&] {
-            const int result = GenICamPortWrapper::initializeGenICamInterface(handle.board(), handle.port);
+            const int result = GenICamPortWrapper::initializeGenICamInterface(
+                handle.board(), handle.port, handle.standardBehaviour);
             return result == 0 ? status::Success : status::XmlRead;
         },
         remember);

@@ -132,6 +132,22 @@ int Gbe_enableChecks(CameraHandle* camera, int enable) {
     return status::Success;
 }
 
+int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable) {
+    if (camera == nullptr) {
+        return status::IllegalParameter;
+    }
+    camera->standardBehaviour = enable != 0;
+    if (!camera->connected) {
+        return status::Success;
+    }
+    return api::guarded([&] {
+        tavo::ImplGenICamCamera* const device = camera->device();
+        camera->texts.clear();
+        const bool built = device == nullptr || device->enableStandardBehaviour(camera->standardBehaviour);
+        return built ? status::Success : status::XmlRead;
+    });
+}
+
 int Gbe_getGenICamXML(CameraHandle* camera, char* buffer, unsigned* size) {
     tavo::ImplGenICamCamera* device = nullptr;
     if (size == nullptr) {

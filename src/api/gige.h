@@ -214,6 +214,13 @@ GBE_API int Gbe_invalidateCache(CameraHandle* camera);
  * description that a connection loads. Needs no connection. */
 GBE_API int Gbe_enableChecks(CameraHandle* camera, int enable);
 
+/* Whether this camera's description is read, and its values computed, as the GenICam standard has it (1)
+ * instead of liomol's own way (0, the default). May be called before connecting, and holds for every
+ * description that the handle's connections load. On a connected camera the tree of features is built anew:
+ * names and texts handed out before are no longer valid, and no other call may use the handle meanwhile.
+ * -40015: null handle. -40020: the tree could not be built again. */
+GBE_API int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable);
+
 /* The description as text. With a null buffer *size becomes its size in bytes with the NUL; with a buffer of
  * *size bytes it is copied. -40025: the buffer is too small; *size is left as it was. */
 GBE_API int Gbe_getGenICamXML(CameraHandle* camera, char* buffer, unsigned* size);

@@ -73,8 +73,9 @@ struct CameraHandle {
     std::unique_ptr<GbeHeartbeatThread, api::StopHeartbeat> heartbeat;
     bool macIsTaken = false; // this handle is why the registry has the MAC in use
     bool connected = false;
-    bool descriptionReady = false; // connecting leaves the description alone; nothing sets it yet
-    bool checksEnabled = false;    // the wish, for the device that connecting makes
+    bool descriptionReady = false;  // connecting leaves the description alone; nothing sets it yet
+    bool checksEnabled = false;     // the wish, for the device that connecting makes
+    bool standardBehaviour = false; // likewise
     std::unique_ptr<CameraInfo, api::FreeInfo> info;
     api::HandedTexts texts;
 };

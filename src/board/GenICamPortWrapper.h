@@ -109,8 +109,9 @@ public:
     // Finds the current camera's description, first through its First URL and then through its Second URL,
     // and builds the port's device object, or gives the existing one the new description. 0 when the device
     // is connected to its description, else -1. Throws tavo::GicTavoPathNotSetException and
-    // tavo::GicFileDoesNotExistException for a "File:" URL.
-    static int initializeGenICamInterface(int board, int port);
+    // tavo::GicFileDoesNotExistException for a "File:" URL. `standardBehaviour`: see the device's
+    // enableStandardBehaviour.
+    static int initializeGenICamInterface(int board, int port, bool standardBehaviour = false);
 
 private:
     template<typename Access> void access(long long address, long long length, Access&& work);

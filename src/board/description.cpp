@@ -145,10 +145,15 @@ board::DescriptionUrl GenICamPortWrapper::lastUrl() {
     return last.url;
 }
 
-int GenICamPortWrapper::initializeGenICamInterface(int board, int port) {
+int GenICamPortWrapper::initializeGenICamInterface(int board, int port, bool standardBehaviour) {
     for (const int which : {0, 1}) {
         board::Document document = board::fetch(board, port, board::readUrl(board, port, which));
-        if (document && board::connectDevice(*makeDevice(board, port), std::move(document))) {
+        if (!document) {
+            continue;
+        }
+        tavo::ImplGenICamCamera& device = *makeDevice(board, port);
+        device.enableStandardBehaviour(standardBehaviour);
+        if (board::connectDevice(device, std::move(document))) {
             return 0;
         }
     }

@@ -15,6 +15,7 @@ namespace tavo {
 
 class GenICamCamera;
 class ImplGenICamCamera;
+struct Quirks;
 class ImplGenICamNode;
 class MathParser;
 class MathVariablesInterface;
@@ -142,7 +143,7 @@ public:
     // the parser is left without a formula.
     static void parseFormula(
         const std::string& nodeName, const std::string& formula, MathParser& parser,
-        MathVariablesInterface* variables);
+        MathVariablesInterface* variables, const Quirks& quirks);
 
 private:
     struct Store;

@@ -56,6 +56,29 @@ void ImplGenICamCamera::setState(CameraState state) {
 
 // ---- Description -----------------------------------------------------------------------------------------
 
+bool ImplGenICamCamera::enableStandardBehaviour(bool on) {
+    const Quirks wanted = on ? Quirks::none() : Quirks();
+    waitForConnection();
+    if (wanted == m_quirks) {
+        return true;
+    }
+    const bool rebuild = getState() == Connected;
+    std::string description;
+    if (rebuild) {
+        stopAsyncMethods();
+        description = m_description;
+        forgetTree();
+    }
+    m_quirks = wanted;
+    if (!rebuild) {
+        return true;
+    }
+    auto text = std::make_unique<char[]>(description.size() + 1);
+    std::memcpy(text.get(), description.c_str(), description.size() + 1);
+    retrieveRegisterDescriptionFromMemory(text.release());
+    return waitForConnection() != 0;
+}
+
 std::size_t ImplGenICamCamera::getXmlDataSize() const {
     const std::lock_guard lock(m_registryLock);
     return m_description.size() + 1;

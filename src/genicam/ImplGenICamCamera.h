@@ -8,6 +8,7 @@
 #include "genicam/InvalidationWalk.h"
 #include "genicam/NodeRegistry.h"
 #include "util/MacAddress.h"
+#include "util/Quirks.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QReadWriteLock>
@@ -90,6 +91,12 @@ public:
     // text, or "exception: " and its message.
     void dumpNodeValues();
 
+    // Whether descriptions are read, and values computed, as the GenICam standard has it instead of this
+    // system's own way (see Quirks); off at first. On a device with a description the tree is replaced: nodes
+    // obtained before are gone. False when that fails; the device is then NotConnected.
+    bool enableStandardBehaviour(bool on);
+    const Quirks& quirks() const { return m_quirks; }
+
     // Ports ---------------------------------------------------------------------------------------------
 
     // Null takes a port away.
@@ -165,6 +172,7 @@ private:
     mutable QReadWriteLock m_lock;
     AccessContext m_access; // guarded by m_lock
     std::atomic<bool> m_checking{false};
+    Quirks m_quirks; // changes only while there is no tree
     std::atomic<CameraState> m_state{NotConnected};
     NodeRegistry m_nodes;
     ChangeQueue m_changes;

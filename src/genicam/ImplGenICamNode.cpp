@@ -24,6 +24,11 @@ void ImplGenICamNode::setText(std::string Texts::*text, std::string value) {
     (*m_texts).*text = std::move(value);
 }
 
+const Quirks& ImplGenICamNode::quirks() const {
+    static constexpr Quirks own;
+    return m_camera != nullptr ? m_camera->quirks() : own;
+}
+
 // ---- Access ----------------------------------------------------------------------------------------------
 
 ImplGenICamNode::AccessRule ImplGenICamNode::valueAccessRule(const NumberReference& pValue) const {

@@ -15,6 +15,7 @@ namespace tavo {
 
 class ImplGenICamCamera;
 class ImplGenICamNodeInterfaceSignals;
+struct Quirks;
 struct NodeWatch;
 
 class LIOMOL_API ImplGenICamNodeInterface : public virtual GenICamNodeInterface {
@@ -58,6 +59,8 @@ public:
     GenICamNode* getAliasNode() const override { return m_alias; }
     // The owning device; null until the node has been adopted.
     ImplGenICamCamera* getCamera() const { return m_camera; }
+    // The device's; all on without one.
+    const Quirks& quirks() const;
 
     void setNodeType(GenICamTypes::GenICamNodeType type) { m_nodeType = type; }
     // Before the node is registered by name.

@@ -50,14 +50,15 @@ constexpr Literal<Kind> converterLiterals[] = {
 template<class Kind> void readFormula(Builder& builder, Kind& node) {
     const Builder::Element* const formula = builder.findElement("Formula");
     const std::string_view content = formula != nullptr ? formula->text : std::string_view{};
-    Builder::parseFormula(node.getName(), std::string(content), node.formula(), &node);
+    Builder::parseFormula(node.getName(), std::string(content), node.formula(), &node, node.quirks());
 }
 
 template<class Kind> void readConverter(Builder& builder, Kind& node) {
     readLiterals(builder, static_cast<Node&>(node));
     readTable(builder, node, converterLiterals<Kind>);
-    Builder::parseFormula(node.getName(), node.getFormulaToText(), node.formulaTo(), &node);
-    Builder::parseFormula(node.getName(), node.getFormulaFromText(), node.formulaFrom(), &node);
+    Builder::parseFormula(node.getName(), node.getFormulaToText(), node.formulaTo(), &node, node.quirks());
+    Builder::parseFormula(
+        node.getName(), node.getFormulaFromText(), node.formulaFrom(), &node, node.quirks());
 }
 
 void resolveVariables(Builder& builder, Node& node, ImplGenICamMathVariables& variables, Device& device) {
@@ -140,9 +141,9 @@ namespace tavo {
 
 void GenICamTreeBuilder::parseFormula(
     const std::string& nodeName, const std::string& formula, MathParser& parser,
-    MathVariablesInterface* variables) {
+    MathVariablesInterface* variables, const Quirks& quirks) {
     try {
-        parser.tokenize(formula, variables);
+        parser.tokenize(formula, variables, quirks);
     } catch (const std::exception& error) {
         parser.reset();
         const std::string line =

@@ -39,6 +39,73 @@ struct Quirks {
     // .Entry.Name, which the provider of the variables resolves.
     bool plainNames = true;
 
+    // A variable must be an Integer or a Float node. Standard: Boolean, Enumeration and Command nodes count
+    // as integers.
+    bool numericVariablesOnly = true;
+
+    // "Constant" and "Expression" elements say nothing. Standard: a Constant names a number, an Expression a
+    // formula that others may use, both like variables.
+    bool plainFormulas = true;
+
+    // What a converter writes to an integer node is truncated. Standard: rounded to the nearest.
+    bool truncatingConverters = true;
+
+    // ---- what the description's reader knows ----
+
+    // A "String" node is no kind of its own: its place stays empty. Standard: it holds a text, or that of
+    // its pValue.
+    bool noStringNodes = true;
+
+    // An Integer's pIndex, ValueIndexed, pValueIndexed, ValueDefault and pValueDefault say nothing. Standard:
+    // the value, or the node that has it, is picked by the index.
+    bool noIndexedValues = true;
+
+    // "pValueCopy" says nothing. Standard: what is written to a value goes to its copies as well.
+    bool noValueCopies = true;
+
+    // Keywords count only without blanks around them, and numbers only where they begin the text. Standard:
+    // surrounding blanks and line ends do not count.
+    bool exactTexts = true;
+
+    // A node's namespace is the attribute "Namespace". Standard: "NameSpace".
+    bool ownNamespaceAttribute = true;
+
+    // A "pInvalidator" must be a register. Standard: any node invalidates.
+    bool registersInvalidateOnly = true;
+
+    // "pIndex" without "Offset" adds nothing to an address. Standard: it adds the index times the register's
+    // length.
+    bool plainIndexIgnored = true;
+
+    // ---- values ----
+
+    // A Float, FloatReg, SwissKnife or Converter without a minimum begins at the smallest positive normal
+    // number. Standard: at the lowest number.
+    bool positiveFloatMinimum = true;
+
+    // An increment is counted from zero. Standard: from the minimum.
+    bool incrementsFromZero = true;
+
+    // An Integer or Float without limits or an increment has the widest range. Standard: it has those of its
+    // pValue.
+    bool ownLimitsOnly = true;
+
+    // ---- registers ----
+
+    // A text is as long as its register. Standard: it ends at its first zero byte.
+    bool textsKeepZeros = true;
+
+    // A little-endian register of 4 bytes is reversed like any other. Standard: in descriptions of a schema
+    // below 1.1 it carries the number that the register command transports, most significant byte first.
+    bool littleEndianWords = true;
+
+    // A write of any length and to any address goes to the camera as it is, which rounds it to words.
+    // Standard: what does not fill its words reads them and writes them back, so that neighbours stay.
+    bool unalignedWrites = true;
+
+    // A NoCache register without a "PollingTime" keeps its content for a second. Standard: no read is spared.
+    bool noCacheForASecond = true;
+
     // The standard's meaning everywhere.
     static constexpr Quirks none();
 
