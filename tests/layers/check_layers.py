@@ -18,9 +18,10 @@ ALLOWED = {
     "util": set(),
     "platform": set(),
     "protocol": set(),
-    "softboard": {"platform", "protocol"},
+    "netif": {"protocol"},
+    "softboard": {"platform", "protocol", "netif"},
     "simcam": {"protocol"},
-    "apps": {"api", "genicam"},
+    "apps": {"api", "genicam", "netif"},
     "examples": {"api", "genicam"},
 }
 # Single files that may do more, each with its reason.

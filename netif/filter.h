@@ -1,0 +1,34 @@
+// Filters that the kernel applies to the frames of an interface before a PacketSocket sees them.
+#pragma once
+
+#include "netif/interface.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <linux/filter.h>
+#include <vector>
+
+namespace netif {
+
+// A program of the kernel's packet filter; empty lets everything pass.
+using Filter = std::vector<sock_filter>;
+
+// Every frame for one of these stations: to its address, or to a group (broadcast included). With more
+// stations than kMostStations everything passes.
+inline constexpr std::size_t kMostStations = 60;
+Filter stationFilter(const std::vector<Mac>& stations);
+
+// The control traffic of a port: ARP for its address, and the GVCP acknowledgements to its UDP port. A part
+// that is not known yet lets more pass: all ARP, all that comes from the GVCP port.
+struct ControlTraffic {
+    Mac mac{};                    // frames to others do not pass, groups do
+    Ipv4 address{};               // zeros: not known
+    std::uint16_t udpPort = 0;    // 0: not known
+    std::uint16_t exceptPort = 0; // UDP to here does not pass; 0: no exception
+};
+Filter controlFilter(const ControlTraffic& traffic);
+
+// UDP to one port of one station, which is a port's image stream.
+Filter streamFilter(const Mac& mac, std::uint16_t udpPort);
+
+} // namespace netif
