@@ -1,6 +1,7 @@
 #include "genicam/GenICamParser.h"
 
 #include "genicam/GenICamTreeBuilder.h"
+#include "genicam/blanks.h"
 #include "genicam/xml_outline.h"
 
 #include <rapidxml.hpp>
@@ -34,6 +35,7 @@ void reportParseError() {
 struct ElementKind {
     std::string_view name;
     NodeType type;
+    bool Quirks::*hiddenBy = nullptr; // while this is on, the element is a simple one
 };
 
 // The elements that make a builder, by ascending name. All others are simple elements of their parents, but
@@ -42,9 +44,11 @@ constexpr std::array elementKinds = std::to_array<ElementKind>({
     {"Boolean", GenICamTypes::Boolean},
     {"Category", GenICamTypes::Category},
     {"Command", GenICamTypes::Command},
+    {"Constant", GenICamTypes::Element, &Quirks::plainFormulas},
     {"Converter", GenICamTypes::Converter},
     {"EnumEntry", GenICamTypes::EnumEntry},
     {"Enumeration", GenICamTypes::Enumeration},
+    {"Expression", GenICamTypes::Element, &Quirks::plainFormulas},
     {"Float", GenICamTypes::Float},
     {"FloatReg", GenICamTypes::FloatReg},
     {"IntConverter", GenICamTypes::IntConverter},
@@ -56,19 +60,24 @@ constexpr std::array elementKinds = std::to_array<ElementKind>({
     {"Port", GenICamTypes::Port},
     {"Register", GenICamTypes::Register},
     {"RegisterDescription", GenICamTypes::RegisterDescription},
+    {"String", GenICamTypes::String, &Quirks::noStringNodes},
     {"StringReg", GenICamTypes::StringReg},
     {"StructEntry", GenICamTypes::Element},
     {"StructReg", GenICamTypes::StructReg},
     {"SwissKnife", GenICamTypes::SwissKnife},
+    {"ValueIndexed", GenICamTypes::Element, &Quirks::noIndexedValues},
     {"pIndex", GenICamTypes::Element},
+    {"pValueIndexed", GenICamTypes::Element, &Quirks::noIndexedValues},
     {"pVariable", GenICamTypes::Element},
 });
 static_assert(std::ranges::is_sorted(elementKinds, {}, &ElementKind::name));
 
 // Undefined for the name of a simple element.
-NodeType typeOf(std::string_view name) {
+NodeType typeOf(std::string_view name, const Quirks& quirks) {
     const auto found = std::ranges::lower_bound(elementKinds, name, {}, &ElementKind::name);
-    return found != elementKinds.end() && found->name == name ? found->type : GenICamTypes::Undefined;
+    const bool known = found != elementKinds.end() && found->name == name;
+    return known && (found->hiddenBy == nullptr || !(quirks.*found->hiddenBy)) ? found->type
+                                                                               : GenICamTypes::Undefined;
 }
 
 std::string_view nameOf(const rapidxml::xml_base<char>& item) {
@@ -116,7 +125,7 @@ const XmlNode* lastText(const XmlNode& node) {
     return child;
 }
 
-void reserveFor(const XmlNode& node, GenICamTreeBuilder& builder) {
+void reserveFor(const XmlNode& node, GenICamTreeBuilder& builder, const Quirks& quirks) {
     std::size_t attributes = 0;
     for (const auto* a = node.first_attribute(); a != nullptr; a = a->next_attribute()) {
         ++attributes;
@@ -125,7 +134,7 @@ void reserveFor(const XmlNode& node, GenICamTreeBuilder& builder) {
     std::size_t objects = 0;
     for (const XmlNode* child = node.first_node(); child != nullptr; child = child->next_sibling()) {
         if (child->type() == rapidxml::node_element) {
-            ++(typeOf(nameOf(*child)) == GenICamTypes::Undefined ? elements : objects);
+            ++(typeOf(nameOf(*child), quirks) == GenICamTypes::Undefined ? elements : objects);
         }
     }
     builder.reserve(attributes, elements, objects);
@@ -214,7 +223,7 @@ GenICamTreeBuilder* GenICamParser::parseNode(XmlNode* node, GenICamTreeBuilder* 
     if (node->type() != rapidxml::node_element || name == "Extension") {
         return nullptr;
     }
-    const NodeType type = typeOf(name);
+    const NodeType type = typeOf(name, m_quirks);
     if (type != GenICamTypes::Undefined) {
         return parseBuilder(*node, type, parent);
     }
@@ -224,8 +233,9 @@ GenICamTreeBuilder* GenICamParser::parseNode(XmlNode* node, GenICamTreeBuilder* 
     if (name == "Group") {
         parseChildren(*node, *parent);
     } else {
-        withJoinedText(
-            nextText(node->first_node()), [&](std::string_view text) { parent->addElement(name, text); });
+        withJoinedText(nextText(node->first_node()), [&](std::string_view text) {
+            parent->addElement(name, m_quirks.exactTexts ? text : genicam::withoutBlanks(text));
+        });
     }
     return nullptr;
 }
@@ -233,7 +243,7 @@ GenICamTreeBuilder* GenICamParser::parseNode(XmlNode* node, GenICamTreeBuilder* 
 GenICamTreeBuilder* GenICamParser::parseBuilder(XmlNode& node, NodeType type, GenICamTreeBuilder* parent) {
     auto builder = parent != nullptr ? std::make_unique<GenICamTreeBuilder>(type, *parent)
                                      : std::make_unique<GenICamTreeBuilder>(type);
-    reserveFor(node, *builder);
+    reserveFor(node, *builder, m_quirks);
     for (const auto* a = node.first_attribute(); a != nullptr; a = a->next_attribute()) {
         builder->setAttribute(nameOf(*a), valueOf(*a));
     }

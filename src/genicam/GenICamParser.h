@@ -3,6 +3,7 @@
 
 #include "genicam/GenICamTypes.h"
 #include "genicam/Singleton.h"
+#include "util/Quirks.h"
 
 #include <memory>
 #include <string>
@@ -19,10 +20,15 @@ namespace tavo {
 
 class GenICamTreeBuilder;
 
-// Holds no data: any number of threads may parse at a time. Obtained as
-// Singleton<GenICamParser>::getInstance().
+// Keeps nothing but what it was made with: any number of threads may parse at a time. The one that knows what
+// this system knows by itself is obtained as Singleton<GenICamParser>::getInstance().
 class GenICamParser {
 public:
+    GenICamParser() = default;
+    // One that leaves out what the quirks leave out; without them, it also takes the blanks from around the
+    // texts of elements.
+    explicit GenICamParser(const Quirks& quirks) : m_quirks(quirks) {}
+
     // Parses a zero-terminated text in place; the buffer is needed during the call only. A parse error prints
     // one line on standard output, and what was complete before it is used. Null when there is no complete
     // "RegisterDescription" element in front, or when elements nest beyond reason (reported as a parse
@@ -42,6 +48,8 @@ private:
     GenICamTreeBuilder* parseBuilder(
         rapidxml::xml_node<char>& node, GenICamTypes::GenICamNodeType type, GenICamTreeBuilder* parent);
     void parseChildren(rapidxml::xml_node<char>& node, GenICamTreeBuilder& parent);
+
+    const Quirks m_quirks;
 };
 
 } // namespace tavo

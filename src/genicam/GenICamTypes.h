@@ -29,6 +29,7 @@ struct GenICamTypes {
         StructReg = 19,
         SwissKnife = 20,
         IntSwissKnife = 21,
+        String = 22, // made only with the standard's meaning (Quirks::noStringNodes)
     };
 
     // The property enumerations are scoped because "Boolean" is a node kind and a representation.

@@ -83,8 +83,8 @@ bool ImplGenICamCamera::buildTree(const std::string& fileName, std::unique_ptr<c
         const std::lock_guard lock(m_registryLock);
         m_description = description;
     }
-    GenICamParser* const parser = Singleton<GenICamParser>::getInstance();
-    const auto root = text ? parser->parseMemory(text.get()) : parser->parseFile(fileName);
+    GenICamParser parser(m_quirks);
+    const auto root = text ? parser.parseMemory(text.get()) : parser.parseFile(fileName);
     if (!root) {
         return false;
     }

@@ -3,6 +3,7 @@
 
 #include "genicam/ImplGenICamPort.h"
 #include "genicam/ImplGenICamValues.h"
+#include "genicam/blanks.h"
 
 namespace genicam::stages {
 
@@ -64,11 +65,10 @@ constexpr Reference<ImplGenICamPort> portReferences[] = {
 };
 static_assert(isAscending(portReferences));
 
-std::string_view withoutBlanks(std::string_view name) {
-    constexpr std::string_view blanks = " \t\r\n";
-    const std::size_t first = name.find_first_not_of(blanks);
-    return first == std::string_view::npos ? std::string_view{}
-                                           : name.substr(first, name.find_last_not_of(blanks) - first + 1);
+// Spelled otherwise than in the standard, deliberately: nodes whose description spells the attribute
+// "NameSpace" count as "Custom".
+std::string_view nameSpace(const tavo::Quirks& quirks) {
+    return quirks.ownNamespaceAttribute ? "Namespace" : "NameSpace";
 }
 
 } // namespace
@@ -78,6 +78,9 @@ void readHeader(Builder& builder, Device& device) {
     for (const auto& [attribute, field] : headerTexts) {
         header.*field = builder.findAttribute(attribute);
     }
+    if (!device.quirks().ownNamespaceAttribute) {
+        header.standardNamespace = builder.findAttribute("StandardNameSpace");
+    }
     for (const auto& [attribute, field] : headerNumbers) {
         header.*field = Builder::parseNumber(builder.findAttribute(attribute), 0);
     }
@@ -86,8 +89,7 @@ void readHeader(Builder& builder, Device& device) {
 
 void readLiterals(Builder& builder, Node& node) {
     node.setName(std::string(builder.findAttribute("Name")));
-    // Spelled so, deliberately: nodes whose description spells the attribute "NameSpace" count as "Custom".
-    node.setNamespace(std::string(builder.findAttribute("Namespace", "Custom")));
+    node.setNamespace(std::string(builder.findAttribute(nameSpace(node.quirks()), "Custom")));
     readTable(builder, node, nodeLiterals);
 }
 

@@ -67,7 +67,8 @@ struct Quirks {
     // surrounding blanks and line ends do not count.
     bool exactTexts = true;
 
-    // A node's namespace is the attribute "Namespace". Standard: "NameSpace".
+    // A node's namespace is the attribute "Namespace", and the root's "StandardNamespace". Standard:
+    // "NameSpace" and "StandardNameSpace".
     bool ownNamespaceAttribute = true;
 
     // A "pInvalidator" must be a register. Standard: any node invalidates.

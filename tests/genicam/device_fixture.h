@@ -80,8 +80,9 @@ inline int codeOf(const std::function<void()>& action) {
 struct Device {
     Device() { camera.setPort(&port, "Device"); }
     // The description's stages run on the calling thread.
-    explicit Device(std::string xml) : Device() {
-        const auto root = tavo::GenICamParser().parseMemory(xml.data());
+    explicit Device(std::string xml, bool standard = false) : Device() {
+        camera.enableStandardBehaviour(standard);
+        const auto root = tavo::GenICamParser(camera.quirks()).parseMemory(xml.data());
         if (root == nullptr) {
             throw std::runtime_error("no tree");
         }
@@ -206,10 +207,10 @@ struct Script {
     std::string steps;
 };
 
-inline void runScripts(const std::vector<Script>& scripts) {
+inline void runScripts(const std::vector<Script>& scripts, bool standard = false) {
     for (const Script& script : scripts) {
         SCOPED_TRACE(script.name);
-        Device(inRoot(script.nodes)).expect(script.steps);
+        Device(inRoot(script.nodes), standard).expect(script.steps);
     }
 }
 
