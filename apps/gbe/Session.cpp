@@ -2,11 +2,7 @@
 
 #include "Failure.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
 
 namespace gbe {
 namespace {
@@ -48,7 +44,9 @@ void listPort(BoardHandle* board, unsigned port, std::vector<FoundCamera>& found
     while (Gbe_getFirstCamera(board, port, &handle) == 0) {
         held.emplace_back(handle, &Gbe_freeCamera);
         if (const CameraInfo* info = Gbe_getCameraInfo(handle)) {
-            found.push_back({port, *info});
+            unsigned ip = 0;
+            Gbe_getCameraIp(handle, &ip);
+            found.push_back({port, *info, ip});
         }
     }
 }
@@ -134,37 +132,6 @@ void connectCamera(CameraHandle* camera) {
 Session::Session(const Selection& selection)
     : board(openBoard(selection.board)), camera(pickCamera(board.get(), selection).handle) {
     connectCamera(camera.get());
-}
-
-std::string macText(const unsigned char* mac) {
-    char text[sizeof "00:00:00:00:00:00"];
-    std::snprintf(
-        text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
-    return text;
-}
-
-std::optional<Mac> parseMac(const std::string& text) {
-    unsigned bytes[6];
-    int used = 0;
-    if (std::sscanf(
-            text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%n", &bytes[0], &bytes[1], &bytes[2], &bytes[3], &bytes[4],
-            &bytes[5], &used) != 6 ||
-        text.size() != sizeof "00:00:00:00:00:00" - 1 || used != static_cast<int>(text.size())) {
-        return std::nullopt;
-    }
-    Mac mac{};
-    std::transform(std::begin(bytes), std::end(bytes), mac.begin(), [](unsigned byte) {
-        return static_cast<unsigned char>(byte);
-    });
-    return mac;
-}
-
-std::optional<unsigned> parseIp(const std::string& text) {
-    unsigned char octets[4];
-    if (inet_pton(AF_INET, text.c_str(), octets) != 1) {
-        return std::nullopt;
-    }
-    return octets[0] | octets[1] << 8 | octets[2] << 16 | static_cast<unsigned>(octets[3]) << 24;
 }
 
 } // namespace gbe

@@ -1,17 +1,16 @@
 // A board and a camera for the length of a command.
 #pragma once
 
+#include "addresses.h"
+
 #include "api/gige.h"
 
-#include <array>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace gbe {
-
-using Mac = std::array<unsigned char, 6>;
 
 // Which board, and which camera behind it; what is not given does not count.
 struct Selection {
@@ -25,6 +24,7 @@ struct Selection {
 struct FoundCamera {
     unsigned port = 0;
     CameraInfo info{};
+    unsigned ip = 0;
 };
 
 using Board = std::unique_ptr<BoardHandle, decltype(&Gbe_freeBoard)>;
@@ -63,9 +63,5 @@ template<std::size_t N> std::string fieldText(const char (&field)[N]) {
     }
     return std::string(field, length);
 }
-
-std::string macText(const unsigned char* mac);
-std::optional<Mac> parseMac(const std::string& text);
-std::optional<unsigned> parseIp(const std::string& text);
 
 } // namespace gbe

@@ -26,9 +26,11 @@ void print(const QJsonDocument& document) {
 }
 
 // What a camera's record tells, as a person reads it; empty fields are left out.
-std::vector<std::pair<const char*, std::string>> fieldsOf(const CameraInfo& info) {
+std::vector<std::pair<const char*, std::string>>
+fieldsOf(const CameraInfo& info, const std::string& address) {
     std::vector<std::pair<const char*, std::string>> fields{
         {"MAC", macText(info.mac)},
+        {"IP", address},
         {"Manufacturer", fieldText(info.manufacturerName)},
         {"Model", fieldText(info.modelName)},
         {"Version", fieldText(info.deviceVersion)},
@@ -40,11 +42,14 @@ std::vector<std::pair<const char*, std::string>> fieldsOf(const CameraInfo& info
     return fields;
 }
 
-QJsonObject jsonOf(int board, unsigned port, const CameraInfo& info) {
+QJsonObject jsonOf(int board, const FoundCamera& camera, const PortAddress& at) {
+    const auto& [port, info, ip] = camera;
     return {
         {"board", board},
         {"port", static_cast<int>(port)},
         {"mac", QString::fromStdString(macText(info.mac))},
+        {"ip", QString::fromStdString(ipText(ip))},
+        {"otherSubnet", !at.reaches(ip)},
         {"manufacturer", QString::fromStdString(fieldText(info.manufacturerName))},
         {"model", QString::fromStdString(fieldText(info.modelName))},
         {"version", QString::fromStdString(fieldText(info.deviceVersion))},
@@ -117,12 +122,14 @@ void showBoards(bool withLinks, Format format) {
 void scanNetwork(const Selection& selection, Format format) {
     const Board board = openBoard(selection.board);
     QJsonArray array;
-    Table table({"BOARD", "PORT", "MAC", "MANUFACTURER", "MODEL", "SERIAL", "NAME"});
+    Table table({"BOARD", "PORT", "MAC", "IP", "MANUFACTURER", "MODEL", "SERIAL", "NAME"});
     const std::vector<FoundCamera> found = findCameras(board.get(), selection);
-    for (const auto& [port, info] : found) {
-        array.append(jsonOf(selection.board, port, info));
+    for (const FoundCamera& camera : found) {
+        const auto& [port, info, ip] = camera;
+        const PortAddress at = portAddress(board.get(), port);
+        array.append(jsonOf(selection.board, camera, at));
         table.add(
-            {std::to_string(selection.board), std::to_string(port), macText(info.mac),
+            {std::to_string(selection.board), std::to_string(port), macText(info.mac), addressText(ip, at),
              fieldText(info.manufacturerName), fieldText(info.modelName), fieldText(info.serialNumber),
              fieldText(info.userDefinedName)});
     }
@@ -139,14 +146,17 @@ void showInfo(const Selection& selection, Format format) {
     const Board board = openBoard(selection.board);
     const PickedCamera camera = pickCamera(board.get(), selection);
     const CameraInfo& info = *Gbe_getCameraInfo(camera.handle.get());
+    unsigned ip = 0;
+    check("address", Gbe_getCameraIp(camera.handle.get(), &ip));
+    const PortAddress at = portAddress(board.get(), camera.port);
     if (format == Format::Json) {
-        print(QJsonDocument(jsonOf(selection.board, camera.port, info)));
+        print(QJsonDocument(jsonOf(selection.board, {camera.port, info, ip}, at)));
         return;
     }
     Table table;
     table.add({"Board", std::to_string(selection.board)});
     table.add({"Port", std::to_string(camera.port)});
-    for (const auto& [name, text] : fieldsOf(info)) {
+    for (const auto& [name, text] : fieldsOf(info, addressText(ip, at))) {
         table.add({name, text});
     }
     table.print();

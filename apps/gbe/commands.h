@@ -13,6 +13,16 @@ enum class Format { Text, Json };
 void showBoards(bool withLinks, Format format);
 void scanNetwork(const Selection& selection, Format format);
 void showInfo(const Selection& selection, Format format);
+// Ports, the cameras behind them, and their addresses.
+void showAddresses(const Selection& selection);
+struct NewAddress {
+    std::string camera; // a MAC address, an IP address or a user-defined name
+    std::string ip;     // or "auto": the camera configures itself anew
+    std::string mask;   // empty: the port's
+    std::string gateway;
+};
+// Gives a camera an IP address by its MAC address, and scans again to see that it has it.
+void setAddress(const Selection& selection, const NewAddress& address);
 void listFeatures(const Selection& selection, bool all);
 void getFeatures(
     const Selection& selection, const std::vector<std::string>& names, bool valuesOnly, Format format);

@@ -22,6 +22,7 @@ struct Arguments {
     std::vector<std::string> names;
     std::string name;
     std::string file = "-";
+    NewAddress address;
 
     Format format() const { return json ? Format::Json : Format::Text; }
 };
@@ -51,6 +52,21 @@ void addSelection(CLI::App& app, Selection& selection) {
         },
         "Camera with this IPv4 address");
     app.add_option("--name", selection.name, "Camera with this user-defined name");
+}
+
+void addIpCommands(CLI::App& app, Arguments& arguments) {
+    CLI::App* ip = app.add_subcommand("ip", "Addresses of ports and cameras")->fallthrough();
+    ip->require_subcommand(1);
+    ip->add_subcommand("show", "Lists them")->fallthrough()->callback([&] {
+        showAddresses(arguments.selection);
+    });
+    CLI::App* set = ip->add_subcommand("set", "Gives a camera an address, in whatever subnet it is now");
+    set->fallthrough()->callback([&] { setAddress(arguments.selection, arguments.address); });
+    NewAddress& address = arguments.address;
+    set->add_option("CAMERA", address.camera, "Its MAC address, IP address or name")->required();
+    set->add_option("IP", address.ip, "Its new address; \"auto\" lets it configure itself anew")->required();
+    set->add_option("--mask", address.mask, "Subnet mask, 255.255.0.0 or 16 (default: the port's)");
+    set->add_option("--gateway", address.gateway, "Default gateway (default: none)");
 }
 
 void addCommands(CLI::App& app, Arguments& arguments) {
@@ -83,10 +99,18 @@ void addCommands(CLI::App& app, Arguments& arguments) {
     auto* xml =
         command("xml", "Saves the camera's description", [&] { saveDescription(selection, arguments.file); });
     xml->add_option("-o,--output", arguments.file, "File (default: standard output)");
+    addIpCommands(app, arguments);
     command("demo", "Shows the main job on a camera, step by step", [&] { runDemo(selection); });
     for (CLI::App* sub : {boards, scan, info, get}) {
         sub->add_flag("--json", arguments.json, "As JSON");
     }
+}
+
+// A word that is no command is named; the parser itself says only that a command is missing.
+std::string textOf(const CLI::App& app, const CLI::Error& error) {
+    const std::vector<std::string> unknown = app.remaining(true);
+    const bool missing = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
+    return missing && !unknown.empty() ? "no such command: " + unknown.front() : error.what();
 }
 
 } // namespace
@@ -97,8 +121,8 @@ int main(int argc, char** argv) {
     CLI::App app("GigE Vision cameras on frame grabber boards");
     app.set_version_flag("--version", std::string("gbe ") + Gbe_getVersion());
     app.require_subcommand(1);
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("gbe: ") + error.what() + " (see --help)\n";
+    app.failure_message([](const CLI::App* where, const CLI::Error& error) {
+        return "gbe: " + textOf(*where, error) + " (see --help)\n";
     });
     addSelection(app, arguments.selection);
     addCommands(app, arguments);

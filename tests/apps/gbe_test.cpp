@@ -43,6 +43,26 @@ template<typename Rows, typename Check> void runAll(const Rows& rows, Check chec
     }
 }
 
+// A file that an environment variable names, for programs started while it lives.
+class EnvironmentFile {
+public:
+    EnvironmentFile(const char* variable, const char* text) : m_variable(variable) {
+        QFile file(kName);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(text) > 0);
+        setenv(variable, kName, 1);
+    }
+    ~EnvironmentFile() {
+        unsetenv(m_variable);
+        QFile::remove(kName);
+    }
+    EnvironmentFile(const EnvironmentFile&) = delete;
+    EnvironmentFile& operator=(const EnvironmentFile&) = delete;
+
+private:
+    static constexpr const char* kName = "file-of-the-environment";
+    const char* m_variable;
+};
+
 class Gbe : public testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -64,7 +84,7 @@ TEST_F(Gbe, WhatItPrints) {
     } rows[] = {
         {{"boards"}, "BOARD|PORT 0|\n0      up      down"},
         {{"boards", "--no-links"}, "BOARD\n0\n"},
-        {{"scan"}, "BOARD  PORT  MAC|\n0      0     "},
+        {{"scan"}, "BOARD  PORT  MAC|  IP  |\n0      0     |  169.254."},
         {{"info", "--port", "0"}, "MAC|Manufacturer|Model|Serial number"},
         {{"--port", "0", "get", "Width", "PixelFormat"}, "Width        1920\n|PixelFormat  Mono8\n"},
         {{"--port", "0", "get", "-q", "Height"}, "1200\n"},
@@ -113,8 +133,9 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
         EXPECT_EQ(outcome.err, row.err);
         EXPECT_EQ(outcome.out, "");
     });
+    EXPECT_EQ(gbe({"jump"}).err, "gbe: no such command: jump (see --help)\n");
     for (const QStringList& wrong :
-         {QStringList{}, QStringList{"jump"}, QStringList{"--port", "4", "scan"},
+         {QStringList{}, QStringList{"ip"}, QStringList{"ip", "jump"}, QStringList{"--port", "4", "scan"},
           QStringList{"scan", "--mac", "x"}, QStringList{"scan", "--ip", "1.2.3"}, QStringList{"get"}}) {
         const Outcome outcome = gbe(wrong);
         EXPECT_GT(outcome.status, 0) << wrong.join(' ').toStdString();
@@ -142,6 +163,37 @@ TEST_F(Gbe, SavesTheDescriptionThatTheCameraHas) {
     QFile file("camera.xml");
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll().toStdString(), gbe({"--port", "0", "xml"}).out);
+}
+
+// Cameras in another subnet than the port are found, marked and brought in.
+TEST_F(Gbe, AddressesAreShownAndSet) {
+    const EnvironmentFile board(
+        "LIOMOL_SOFTBOARD", "[board 0 port 0 camera]\nname = far\nip = 10.1.2.3\nmask = 255.255.255.0\n"
+                            "[board 0 port 1 camera]\nip = 10.1.2.3\nmac = 02:00:00:00:00:99\n");
+    const struct {
+        QStringList arguments;
+        const char* text; // of whichever output the exit status goes with
+        int status = 0;
+    } rows[] = {
+        {{"scan"}, "  10.1.2.3 (other subnet)  "},
+        {{"ip", "show"}, "2     02:"},
+        {{"ip", "set", "far", "169.254.7.100"}, ": 10.1.2.3 -> 169.254.7.100\n"},
+        {{"ip", "set", "02:00:00:00:00:99", "10.1.2.4", "--mask", "8"}, "-> 10.1.2.4 (other subnet)\n"},
+        {{"ip", "set", "far", "auto"}, ": configures itself anew"},
+        {{"ip", "set", "10.1.2.3", "169.254.7.100"}, "gbe: 2 cameras are \"10.1.2.3\": name one by", 1},
+        {{"ip", "set", "nobody", "169.254.7.100"}, "gbe: camera \"nobody\": camera does not exist", 1},
+        {{"--port", "2", "ip", "set", "02:00:00:00:00:98", "169.254.7.100"},
+         "gbe: 02:00:00:00:00:98: does not answer: camera/service connection exception (-40012)\n",
+         1},
+        {{"ip", "set", "far", "169.254.7.42"}, "gbe: 169.254.7.42: is the address of port 0 itself\n", 1},
+        {{"ip", "set", "far", "10.1.2.255", "--mask", "24"}, "illegal parameter (-40015)\n", 1},
+        {{"ip", "set", "far", "10.1"}, "gbe: address \"10.1\": is none\n", 1},
+    };
+    runAll(rows, [](const auto& row, const Outcome& outcome) {
+        EXPECT_EQ(outcome.status, row.status);
+        EXPECT_THAT(row.status == 0 ? outcome.out : outcome.err, HasSubstr(row.text));
+        EXPECT_EQ(row.status == 0 ? outcome.err : outcome.out, "");
+    });
 }
 
 // The camera lives in the process that has opened the board: what is set is seen in the same run only.

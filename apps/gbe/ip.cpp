@@ -1,0 +1,154 @@
+// gbe ip: the IP addresses of ports and cameras.
+#include "commands.h"
+
+#include "Failure.h"
+#include "Table.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace gbe {
+namespace {
+
+constexpr int kNoAnswer = -40012;
+constexpr int kNoCamerasFound = -40023;
+constexpr int kCameraDoesNotExist = -40024;
+
+constexpr const char* kAutomatic = "auto";
+
+struct Target {
+    unsigned port = 0;
+    Mac mac{};
+    unsigned ip = 0; // 0: not found by a scan
+};
+
+unsigned parse(const char* what, const std::string& text, std::optional<unsigned> address) {
+    if (!address) {
+        throw Failure(std::string(what) + " \"" + text + "\": is none");
+    }
+    return *address;
+}
+
+bool isNamed(const FoundCamera& camera, const std::string& text) {
+    if (const auto mac = parseMac(text)) {
+        return std::equal(mac->begin(), mac->end(), camera.info.mac);
+    }
+    if (const auto ip = parseIp(text)) {
+        return camera.ip == *ip;
+    }
+    return fieldText(camera.info.userDefinedName) == text;
+}
+
+// The camera that the text names. One that no scan finds can be named by its MAC address and its port.
+Target targetOf(const std::string& text, const Selection& selection, const std::vector<FoundCamera>& found) {
+    const auto named = [&](const FoundCamera& camera) { return isNamed(camera, text); };
+    const auto count = std::count_if(found.begin(), found.end(), named);
+    if (count > 1) {
+        throw Failure(std::to_string(count) + " cameras are \"" + text + "\": name one by its MAC address");
+    }
+    const auto mac = parseMac(text);
+    if (count == 0 && mac && selection.port) {
+        return {*selection.port, *mac, 0};
+    }
+    if (count == 0) {
+        throw Failure("camera \"" + text + "\"", found.empty() ? kNoCamerasFound : kCameraDoesNotExist);
+    }
+    const FoundCamera& camera = *std::find_if(found.begin(), found.end(), named);
+    Target target{camera.port, {}, camera.ip};
+    std::copy_n(camera.info.mac, target.mac.size(), target.mac.begin());
+    return target;
+}
+
+bool isTarget(const FoundCamera& camera, const Target& target) {
+    return std::equal(target.mac.begin(), target.mac.end(), camera.info.mac);
+}
+
+// Two stations with one address would both become hard to reach.
+void checkFree(
+    unsigned ip, const Target& target, const PortAddress& port, const std::vector<FoundCamera>& found) {
+    if (ip == port.ip) {
+        throw Failure(ipText(ip) + ": is the address of port " + std::to_string(target.port) + " itself");
+    }
+    for (const FoundCamera& camera : found) {
+        if (camera.port == target.port && camera.ip == ip && !isTarget(camera, target)) {
+            throw Failure(ipText(ip) + ": is the address of " + macText(camera.info.mac));
+        }
+    }
+}
+
+// What a scan says after the address was given.
+void tellOutcome(BoardHandle* board, const Target& target, unsigned ip, int code) {
+    Selection place;
+    place.port = target.port;
+    const std::string mac = macText(target.mac.data());
+    for (const FoundCamera& camera : findCameras(board, place)) {
+        if (!isTarget(camera, target)) {
+            continue;
+        }
+        if (camera.ip != ip) {
+            throw Failure(mac + ": still has " + ipText(camera.ip));
+        }
+        const std::string before = target.ip != 0 ? ipText(target.ip) : "unknown";
+        std::printf(
+            "%s: %s -> %s\n", mac.c_str(), before.c_str(),
+            addressText(ip, portAddress(board, target.port)).c_str());
+        std::printf("It keeps the address until it is switched off or reset.\n");
+        return;
+    }
+    throw Failure(mac + ": does not answer", code < 0 ? code : kCameraDoesNotExist);
+}
+
+} // namespace
+
+void showAddresses(const Selection& selection) {
+    const Board board = openBoard(selection.board);
+    const std::vector<FoundCamera> found = findCameras(board.get(), selection);
+    Table table({"PORT", "PORT MAC", "PORT IP", "CAMERA MAC", "CAMERA IP", "NAME"});
+    constexpr unsigned kPorts = 4;
+    for (unsigned port = 0; port < kPorts; ++port) {
+        if (selection.port && *selection.port != port) {
+            continue;
+        }
+        const PortAddress at = portAddress(board.get(), port);
+        std::vector<std::string> row{std::to_string(port), macText(at.mac.data()), at.text()};
+        for (const FoundCamera& camera : found) {
+            if (camera.port == port) {
+                row.insert(
+                    row.end(), {macText(camera.info.mac), addressText(camera.ip, at),
+                                fieldText(camera.info.userDefinedName)});
+                table.add(std::exchange(row, {"", "", ""}));
+            }
+        }
+        if (!row.front().empty()) {
+            table.add(row);
+        }
+    }
+    table.print();
+}
+
+void setAddress(const Selection& selection, const NewAddress& wanted) {
+    const bool automatic = wanted.ip == kAutomatic;
+    const unsigned ip = automatic ? 0 : parse("address", wanted.ip, parseIp(wanted.ip));
+    const unsigned gateway =
+        wanted.gateway.empty() ? 0 : parse("gateway", wanted.gateway, parseIp(wanted.gateway));
+    const Board board = openBoard(selection.board);
+    const std::vector<FoundCamera> found = findCameras(board.get(), selection);
+    const Target target = targetOf(wanted.camera, selection, found);
+    const PortAddress port = portAddress(board.get(), target.port);
+    const unsigned mask =
+        wanted.mask.empty() ? port.mask : parse("mask", wanted.mask, parseMask(wanted.mask));
+    checkFree(ip, target, port, found);
+    const std::string mac = macText(target.mac.data());
+    const int code = Gbe_forceCameraIp(board.get(), target.port, target.mac.data(), ip, mask, gateway);
+    if (code != kNoAnswer) { // then the next scan tells
+        check(mac + ": " + ipText(ip) + " with mask " + ipText(mask), code);
+    }
+    if (automatic) {
+        std::printf("%s: configures itself anew; gbe scan shows its address in some seconds\n", mac.c_str());
+        return;
+    }
+    tellOutcome(board.get(), target, ip, code);
+}
+
+} // namespace gbe
