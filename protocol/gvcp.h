@@ -26,6 +26,9 @@ inline constexpr std::size_t kAckStatus = 0;
 inline constexpr std::size_t kAckCode = 2;
 inline constexpr std::size_t kAckId = 6;
 
+// PENDING_ACK: offset within its payload
+inline constexpr std::size_t kPendingTime = 2; // milliseconds until the answer (2 bytes)
+
 inline constexpr std::uint8_t kFlagAckRequired = 0x01;
 inline constexpr std::uint8_t kFlagBroadcastAck = 0x10; // DISCOVERY and FORCEIP: the answer may be broadcast
 

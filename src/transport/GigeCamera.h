@@ -14,6 +14,7 @@
 
 #include "platform/kemrt.h"
 #include "platform/tavo_hw.h"
+#include "transport/AckWait.h"
 #include "transport/DiscoveredCamera.h"
 #include "transport/fpga_registers.h"
 #include "transport/gvcp_frame.h"
@@ -27,6 +28,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace transport_error {
@@ -34,6 +36,7 @@ inline constexpr int kTruncated = -2;     // a frame that is short, or lacks its
 inline constexpr int kOversized = -3;     // a frame or payload larger than a frame buffer
 inline constexpr int kBadPort = -22;      // no such port
 inline constexpr int kForeignReply = -42; // the acknowledgement of another command, twice
+inline constexpr int kNoAnswer = -62;     // frames came until the time was over, and none was the answer
 } // namespace transport_error
 
 class GigeCamera : public QObject {
@@ -41,8 +44,8 @@ class GigeCamera : public QObject {
 
 public:
     static constexpr int kPorts = 4;
-    static constexpr int kMaxCameras = 64;   // discovery records of a port; further cameras are dropped
-    static constexpr int kAckTimeout = 2000; // milliseconds
+    static constexpr int kMaxCameras = 64; // discovery records of a port; further cameras are dropped
+    static constexpr int kAckTimeout = static_cast<int>(AckWait::kAckTimeout.count()); // milliseconds
 
     // `design` is the applet that is loaded into `board`; both are taken over and given back by deinit().
     // Looks the registers up and enables transmitter and receiver.
@@ -233,7 +236,8 @@ private:
         std::uint16_t sourcePort = 3015;
         std::uint16_t destinationPort = gvcp::kPort;
         std::uint16_t requestId = 1;
-        bool unsettled = false; // a command failed, so that its acknowledgement may still come
+        bool unsettled = false;            // a command failed, so that its acknowledgement may still come
+        std::optional<std::uint16_t> owed; // of a command that was sent twice and acknowledged once
         int discoveredCount = 0;
         std::array<DiscoveredCamera, kMaxCameras> discovered{};
         DiscoveredCamera kept{}; // selected without a place in the table
@@ -258,7 +262,11 @@ private:
     void answerArp(int port, UDPPacket& packet);
 
     void sendCommand(int port, const UDPPacket& command, unsigned length);
-    int receiveAck(int port, UDPPacket& ack, std::size_t& size);
+    int runRegisterCommand(int port, const UDPPacket& command, unsigned length, int* value);
+    int receiveAck(int port, AckWait& wait, UDPPacket& ack, std::size_t& size);
+    int receiveRegisterAck(int port, AckWait& wait, int* value);
+    int receiveMemoryWritten(int port, std::optional<std::uint16_t> requestId);
+    bool takeArrived(int port, AckWait& wait, UDPPacket& ack, std::size_t& size);
     int receiveMemory(int port, const UDPPacket* command, char* buffer, unsigned int capacity);
     bool readBlock(int port, unsigned int address, unsigned int asked, unsigned int expected, char* buffer);
     bool

@@ -1,4 +1,5 @@
-// Acknowledgements that a GigeCamera gets through its slots, from whoever receives frames elsewhere.
+// Acknowledgements that a GigeCamera gets through its slots, from whoever receives frames elsewhere. A notice
+// that the answer is still to come (PENDING_ACK) is none: it stores nothing and wakes nobody.
 #include "transport/GigeCamera.h"
 #include "util/qt_locks.h"
 
@@ -27,7 +28,7 @@ int GigeCamera::processReadRegAckPacket(int port, const QByteArray& frame) {
     }
     const Received ack(frame);
     const int status = checkAckPacket(&ack.packet);
-    if (status != 0) {
+    if (status != 0 || frame::isPending(ack.packet)) {
         return status;
     }
     if (ack.size < frame::kPayload + 4) {
@@ -47,6 +48,9 @@ int GigeCamera::processReadMemAckPacket(int port, const QByteArray& frame) {
         return transport_error::kBadPort;
     }
     const Received ack(frame);
+    if (frame::isPending(ack.packet)) {
+        return 0;
+    }
     AckHandOver& handOver = m_ports[port].ack;
     const util::ScopedMutex guard(handOver.mutex);
     handOver.readMemResult =

@@ -55,6 +55,7 @@ int GigeCamera::DiscoverAll(int) {
 std::uint16_t GigeCamera::startDiscovery(int port) {
     m_ports[port].discoveredCount = 0;
     m_ports[port].unsettled = false;
+    m_ports[port].owed.reset();
     const std::uint16_t requestId = randomRequestId();
     UDPPacket command;
     unsigned short length = 0;
@@ -90,7 +91,7 @@ int GigeCamera::ReceiveDiscoveryAckPacket(int port, int timeout, unsigned short 
 int GigeCamera::storeAck(int port, const UDPPacket& ack, std::size_t size) {
     const auto code = static_cast<gvcp::Command>(frame::get16<frame::kGvcp + gvcp::kAckCode>(ack));
     if (code != gvcp::Command::DiscoveryAck || frame::isArp(ack) || frame::isFromDhcpClient(ack) ||
-        size < frame::kPayload + gvcp::discovery::kSize) {
+        size < frame::kPayload + gvcp::discovery::kSize || !frame::isSound(ack, size)) {
         return 0;
     }
     DiscoveryAckData data;

@@ -199,6 +199,41 @@ std::size_t contentLength(const UDPPacket& packet, std::size_t received) {
     return std::min(received, net::kEthernetHeader + total);
 }
 
+bool isSound(const UDPPacket& packet, std::size_t size) {
+    constexpr std::size_t kWord = 4;
+    const std::size_t header = (packet.bytes[net::kIpVersion] & 0x0FU) * kWord;
+    if (get16<net::kIpChecksum>(packet) != 0 &&
+        foldedComplement(sumOfHalfwords(packet.at(net::kIpVersion), header)) != 0) {
+        return false;
+    }
+    if (get16<net::kUdpChecksum>(packet) == 0) {
+        return true;
+    }
+    const std::size_t udp = get16<net::kUdpLength>(packet);
+    if (udp < net::kUdpHeader || udp > size - net::kUdpSourcePort) {
+        return false;
+    }
+    std::uint32_t sum = sumOfHalfwords(packet.at(net::kSourceIp), 2 * net::kIpSize) + net::kIpProtocolUdp +
+                        static_cast<std::uint32_t>(udp) +
+                        sumOfHalfwords(packet.at(net::kUdpSourcePort), udp - udp % 2);
+    if (udp % 2 != 0) {
+        sum += std::uint32_t{packet.bytes[net::kUdpSourcePort + udp - 1]} << 8;
+    }
+    return foldedComplement(sum) == 0;
+}
+
+AckFacts ackFacts(const UDPPacket& packet, std::size_t size) {
+    constexpr std::size_t kTime = kPayload + gvcp::kPendingTime;
+    AckFacts facts;
+    facts.sound = isSound(packet, size);
+    facts.id = rawRequestId(packet);
+    facts.pending = isPending(packet);
+    if (facts.pending && size >= kTime + sizeof(std::uint16_t)) {
+        facts.in = std::chrono::milliseconds(get16<kTime>(packet));
+    }
+    return facts;
+}
+
 std::uint16_t rawRequestId(const UDPPacket& packet) {
     std::uint16_t id = 0;
     std::memcpy(&id, packet.at(kRequestId), sizeof(id));

@@ -7,6 +7,7 @@
 
 #include "protocol/gvcp.h"
 #include "protocol/net.h"
+#include "transport/AckWait.h"
 
 #include <array>
 #include <cstddef>
@@ -127,6 +128,17 @@ void arpReply(UDPPacket& packet, const MacBytes& mac, const IpBytes& ip);
 // Of `received` bytes, those that belong to the IP packet: Ethernet pads short frames, and padding must not
 // pass for an answer. A total length that makes no sense is not believed.
 std::size_t contentLength(const UDPPacket& packet, std::size_t received);
+
+// Whether the checksums of a frame with `size` bytes of content (see contentLength) are right. One of 0 was
+// not computed: it says nothing, deliberately also in the IP header, where that is no standard.
+bool isSound(const UDPPacket& packet, std::size_t size);
+
+// What an acknowledgement of `size` bytes of content, which holds a GVCP header, is to a waiting command.
+AckFacts ackFacts(const UDPPacket& packet, std::size_t size);
+
+inline bool isPending(const UDPPacket& packet) {
+    return static_cast<gvcp::Command>(get16<kGvcp + gvcp::kAckCode>(packet)) == gvcp::Command::PendingAck;
+}
 
 // The status of an acknowledgement.
 inline std::uint16_t ackStatus(const UDPPacket& packet) {

@@ -110,6 +110,7 @@ Frame ackTo(const Frame& command, const Frame& payload, std::uint16_t status) {
     ack = with16(with16(ack, 38, 16 + payload.size()), 42, status);
     ack = with16(with16(ack, kAckCode, numberAt(command, kAckCode) + 1), 46, payload.size());
     ack = with16(ack, kIdAt, numberAt(command, kIdAt));
+    ack = with16(with16(ack, 24, 0), 40, 0); // no checksums
     return with(with(ack, 50, Frame(4)), 50, payload);
 }
 

@@ -22,6 +22,20 @@ const Answers foreign = [](const Frame& command) {
 const Answers foreignThenGood = [](const Frame& command) {
     return Frames{foreign(command)[0], good(command)[0]};
 };
+Frame pending(const Frame& command, unsigned id) {
+    const Frame notice = ackTo(command, {0, 0, 0x10, 0});
+    return with16(with16(notice, kAckCode, 0x0089), kIdAt, id);
+}
+const Answers pendingThenGood = [](const Frame& command) {
+    const unsigned id = numberAt(command, kIdAt);
+    return Frames{pending(command, id + 1), pending(command, id), good(command)[0]};
+};
+const Answers pendingAlone = [](const Frame& command) {
+    return Frames{pending(command, numberAt(command, kIdAt))};
+};
+const Answers damaged = [](const Frame& command) {
+    return Frames{with16(good(command)[0], 40, 1), with16(good(command)[0], 24, 1)};
+};
 
 // Only commands to registers are sent again, and only on a foreign reply.
 TEST(Commands, HaveTheResultsAndResendsOfTheirAnswers) {
@@ -36,11 +50,14 @@ TEST(Commands, HaveTheResultsAndResendsOfTheirAnswers) {
         {"silent", {silent}, kQueueTimeout, kQueueTimeout, kQueueTimeout, 1},
         {"refusing", {refusing}, 0x8006, 0x8006, 0x8006, 1},
         {"without all of the value", {cut}, transport_error::kTruncated, 0, 0, 1},
-        {"another's answer, then a good one", {foreign, good}, 0, 0, 0, 2},
-        {"another's answer twice", {foreign}, kForeign, kForeign, 0, 2},
-        {"another's answer, then silence", {foreign, silent}, kQueueTimeout, kQueueTimeout, 0, 2},
-        {"another's answer, then refusal", {foreign, refusing}, 0x8006, 0x8006, 0, 2},
+        {"another's answer, then a good one", {foreign, good}, 0, 0, kQueueTimeout, 2},
+        {"another's answer twice", {foreign}, kForeign, kForeign, kQueueTimeout, 2},
+        {"another's answer, then silence", {foreign, silent}, kQueueTimeout, kQueueTimeout, kQueueTimeout, 2},
+        {"another's answer, then refusal", {foreign, refusing}, 0x8006, 0x8006, kQueueTimeout, 2},
         {"another's answer in front of the good one", {foreignThenGood}, 0, 0, 0, 2},
+        {"notices in front of the answer", {pendingThenGood}, 0, 0, 0, 1},
+        {"a notice and no answer", {pendingAlone}, kQueueTimeout, kQueueTimeout, kQueueTimeout, 1},
+        {"damaged answers", {damaged}, kQueueTimeout, kQueueTimeout, kQueueTimeout, 1},
     };
     const Frame data(600, 0x5A);
     for (const auto& row : rows) {
@@ -85,6 +102,49 @@ TEST(Commands, DoNotTakeAnswersLeftByAFailureForTheirOwn) {
     EXPECT_EQ(scripted.camera->ReadRegister(0, 0, &value), 0); // leaves a second good answer behind
     EXPECT_EQ(scripted.camera->ReadRegister(0, 0, &value), 0);
     EXPECT_EQ(scripted.board.sent[0].size(), 5U) << "only the first of the two was sent twice";
+
+    for (int copies = 0; copies < 5; ++copies) { // nobody knows of these
+        scripted.arrive(0, late);
+    }
+    EXPECT_EQ(scripted.camera->WriteRegister(0, 0, 1), 0);
+    EXPECT_EQ(scripted.camera->WriteRegister(0, 0, 1), 0);
+    EXPECT_EQ(scripted.board.sent[0].size(), 8U);
+}
+
+using std::chrono::milliseconds;
+
+TEST(AckWait, LastsAsLongAsNoticesSayWithinItsBounds) {
+    constexpr std::uint16_t kOwn = 7;
+    struct Notice {
+        int at; // milliseconds since the command was sent
+        std::uint16_t id;
+        int in;
+    };
+    const struct {
+        const char* name;
+        std::vector<Notice> notices;
+        int lasts;
+    } rows[] = {
+        {"no notice", {}, 2000},
+        {"one", {{100, kOwn, 5000}}, 7100},
+        {"one that comes twice", {{100, kOwn, 5000}, {100, kOwn, 5000}}, 7100},
+        {"a shorter one does not shorten", {{100, kOwn, 5000}, {200, kOwn, 0}}, 7100},
+        {"another command's", {{100, kOwn + 1, 5000}}, 2000},
+        {"the longest", {{0, kOwn, 65535}}, 32000},
+        {"one after the other", {{0, kOwn, 65535}, {30000, kOwn, 65535}, {59000, kOwn, 9000}}, 60000},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const AckWait::Time start{std::chrono::hours(1)};
+        AckWait wait(kOwn, AckWait::Foreign::EndsTheWait, start);
+        for (const Notice& notice : row.notices) {
+            const AckFacts facts{true, notice.id, true, milliseconds(notice.in)};
+            EXPECT_EQ(wait.take(facts, start + milliseconds(notice.at)), AckWait::Verdict::WaitOn);
+        }
+        EXPECT_EQ(wait.remaining(start), milliseconds(row.lasts));
+        wait.restart(start + milliseconds(59500));
+        EXPECT_LE(wait.remaining(start), milliseconds(60000));
+    }
 }
 
 // A camera with memory that writes down what it is asked for: "offset:count", or "offset:r" for a register.
@@ -137,7 +197,7 @@ TEST(Commands, ReadMemoryInBlocksAndItsEndInParts) {
         {"a block and a byte", 537, 0, {1000}, "0:536 536:8"},
         {"more than 16 bits count", 70000, 0, {1000}, nullptr},
         {"a block that comes the second time", 8, 0, {1000, true}, "0:8 0:8"},
-        {"a late block is not another's", 600, 0, {1000, true}, "0:536 0:536 536:64 536:64"},
+        {"a late block is not another's", 600, 0, {1000, true}, "0:536 0:536 536:64"},
         {"the end in parts, 1 byte as a register", 465, 0, {464}, "0:472 0:472 0:464 464:r"},
         {"5 bytes", 469, 0, {464}, "0:472 0:472 0:464 464:r 468:r"},
         {"8 bytes, of a full block", 536, 0, {528}, "0:536 0:536 0:528 528:r 532:r"},
