@@ -113,7 +113,7 @@ PacketSocket::create(const std::string& interface, Options options, std::string&
 
 PacketSocket::PacketSocket(std::string name, int socket, int event, Options options)
     : m_name(std::move(name)), m_socket(socket), m_event(event), m_spin(options.spin),
-      m_promiscuous(options.promiscuous), m_buffer(kLargestFrame) {
+      m_everyStation(options.promiscuous), m_buffer(kLargestFrame) {
     const int on = 1;
     setsockopt(m_socket, SOL_PACKET, PACKET_AUXDATA, &on, sizeof on);
     setsockopt(m_socket, SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on);
@@ -151,18 +151,23 @@ void PacketSocket::join() {
         return;
     }
     m_index = state.index;
-    if (m_promiscuous) {
-        applyPromiscuous();
-    }
+    applyPromiscuous(state, true);
 }
 
-void PacketSocket::applyPromiscuous() {
+// An interface that is new to the socket knows nothing of its wishes yet.
+void PacketSocket::applyPromiscuous(const InterfaceState& state, bool anew) {
+    const bool wanted = m_everyStation || (m_station && *m_station != state.mac);
+    if (wanted == (m_promiscuous && !anew)) {
+        m_promiscuous = wanted;
+        return;
+    }
     packet_mreq request{};
-    request.mr_ifindex = m_index;
+    request.mr_ifindex = state.index;
     request.mr_type = PACKET_MR_PROMISC;
     setsockopt(
-        m_socket, SOL_PACKET, m_promiscuous ? PACKET_ADD_MEMBERSHIP : PACKET_DROP_MEMBERSHIP, &request,
+        m_socket, SOL_PACKET, wanted ? PACKET_ADD_MEMBERSHIP : PACKET_DROP_MEMBERSHIP, &request,
         sizeof request);
+    m_promiscuous = wanted;
 }
 
 // Whether frames can come. While they cannot, the interface is looked for from time to time.
@@ -190,7 +195,7 @@ bool PacketSocket::send(const std::uint8_t* frame, std::size_t size) {
             break;
         }
     }
-    m_dropped.fetch_add(1, std::memory_order_relaxed);
+    m_notSent.fetch_add(1, std::memory_order_relaxed);
     return false;
 }
 
@@ -216,7 +221,7 @@ std::span<std::uint8_t> PacketSocket::take() {
             return {};
         }
         if ((message.msg_flags & MSG_TRUNC) != 0) {
-            m_dropped.fetch_add(1, std::memory_order_relaxed);
+            m_overrun.fetch_add(1, std::memory_order_relaxed);
             continue;
         }
         const Auxiliary auxiliary = auxiliaryOf(message);
@@ -300,13 +305,12 @@ void PacketSocket::setFilter(const Filter& filter) {
     setsockopt(m_socket, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program);
 }
 
-void PacketSocket::setPromiscuous(bool on) {
+void PacketSocket::setStation(const Mac& mac) {
     const std::lock_guard lock(m_mutex);
-    if (m_promiscuous != on) {
-        m_promiscuous = on;
-        if (m_index != 0) {
-            applyPromiscuous();
-        }
+    m_station = mac;
+    const InterfaceState now = state();
+    if (now.error == 0 && now.index == m_index) {
+        applyPromiscuous(now, false);
     }
 }
 
@@ -328,9 +332,9 @@ PacketStatistics PacketSocket::statistics() {
     tpacket_stats kernel{}; // since the last look
     socklen_t size = sizeof kernel;
     if (getsockopt(m_socket, SOL_PACKET, PACKET_STATISTICS, &kernel, &size) == 0) {
-        m_dropped.fetch_add(kernel.tp_drops, std::memory_order_relaxed);
+        m_overrun.fetch_add(kernel.tp_drops, std::memory_order_relaxed);
     }
-    return {m_sent, m_received, m_dropped};
+    return {m_sent, m_received, m_overrun + m_notSent, m_overrun};
 }
 
 } // namespace netif

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -18,12 +19,13 @@ namespace netif {
 
 using Clock = std::chrono::steady_clock;
 
-// Frames of one socket since it was made. `dropped` counts those that the kernel had no room for, those that
-// were larger than kLargestFrame, and those that could not be sent.
+// Frames of one socket since it was made. `overrun` counts those that came in and found no room, `dropped`
+// all that were lost: those and the ones that could not be sent.
 struct PacketStatistics {
     std::uint64_t sent = 0;
     std::uint64_t received = 0;
     std::uint64_t dropped = 0;
+    std::uint64_t overrun = 0;
 };
 
 // Sends and receives whole frames, from the destination address to the last byte of data. It wants the right
@@ -71,9 +73,12 @@ public:
     // Ends the `receive` under way, or the next one when none is.
     void interrupt();
 
-    // Both take effect at once, but for frames that have come in already.
+    // Takes effect at once, but for frames that have come in already.
     void setFilter(const Filter& filter);
-    void setPromiscuous(bool on);
+
+    // Frames to this address are taken in too: the interface is promiscuous while it is not its own. The
+    // filter sorts them.
+    void setStation(const Mac& mac);
 
     // Looked up, and kept for some milliseconds.
     bool carrier();
@@ -86,7 +91,7 @@ private:
 
     bool alive();
     void join(); // with the mutex held
-    void applyPromiscuous();
+    void applyPromiscuous(const InterfaceState& state, bool anew);
     std::span<std::uint8_t> take();
     bool spin(Clock::time_point deadline, std::span<std::uint8_t>& frame);
     void sleep(Clock::time_point deadline);
@@ -99,13 +104,16 @@ private:
     std::atomic<bool> m_interrupted{false};
     std::atomic<std::uint64_t> m_sent{0};
     std::atomic<std::uint64_t> m_received{0};
-    std::atomic<std::uint64_t> m_dropped{0};
+    std::atomic<std::uint64_t> m_notSent{0};
+    std::atomic<std::uint64_t> m_overrun{0};
 
     std::mutex m_mutex; // guards what follows
     int m_index = 0;    // of the interface that the socket was bound to last; 0: none
     bool m_on = false;  // the interface was there and switched on when it was looked at last
     Clock::time_point m_nextJoin{};
-    bool m_promiscuous;
+    const bool m_everyStation;
+    std::optional<Mac> m_station;
+    bool m_promiscuous = false; // on the interface of m_index
     Clock::time_point m_carrierUntil{};
     bool m_carrier = false;
 

@@ -1,6 +1,7 @@
 #include "softboard/Board.h"
 
 #include "softboard/InProcessLink.h"
+#include "softboard/InterfaceLink.h"
 #include "softboard/hw_results.h"
 
 namespace softboard {
@@ -41,6 +42,14 @@ bool Board::attachConfigured(const PortConfiguration& configuration, std::size_t
             return false;
         }
         own.setCapture(std::move(capture));
+    }
+    if (!configuration.interface.interface.empty()) {
+        std::shared_ptr<Link> link = InterfaceLink::create(configuration.interface, error);
+        if (!link) {
+            error = configuration.place + ": " + error;
+            return false;
+        }
+        own.attach(std::move(link));
     }
     for (const CameraConfiguration& camera : configuration.cameras) {
         std::string reason;

@@ -54,6 +54,7 @@ public:
     void send(const std::uint8_t* frame, std::size_t size) override;
     bool carrier() const override { return m_inner->carrier(); }
     LinkStatistics statistics() const override;
+    void setImagePort(std::uint16_t udpPort) override { m_inner->setImagePort(udpPort); }
     bool readsInPlace() const override { return m_inner->readsInPlace(); }
     void readInPlace(Clock::time_point deadline) override { m_inner->readInPlace(deadline); }
     void interrupt() override { m_inner->interrupt(); }

@@ -14,8 +14,9 @@ Hardware& Hardware::instance() {
     return hardware;
 }
 
-bool Hardware::build(const std::string& text, const std::string& name, Boards& boards, std::string& error) {
-    Configuration configuration;
+bool Hardware::build(
+    const std::string& text, const std::string& name, Configuration& configuration, Boards& boards,
+    std::string& error) {
     if (!parseConfiguration(text, name, configuration, error)) {
         return false;
     }
@@ -38,7 +39,8 @@ bool Hardware::ensureLoaded() {
     std::string name;
     std::string error;
     Boards boards;
-    if (!readConfiguration(text, name, error) || !build(text, name, boards, error)) {
+    Configuration configuration;
+    if (!readConfiguration(text, name, error) || !build(text, name, configuration, boards, error)) {
         if (error != m_reported) {
             std::fprintf(stderr, "softboard: %s\n", error.c_str());
             m_reported = error;
@@ -46,6 +48,7 @@ bool Hardware::ensureLoaded() {
         return false;
     }
     m_boards = std::move(boards);
+    m_configuration = std::move(configuration);
     m_loaded = true;
     return true;
 }
@@ -57,10 +60,12 @@ bool Hardware::load(const std::string& text, const std::string& name, std::strin
         error = name + ": a board is open";
         return false;
     }
-    if (!build(text, name, boards, error)) {
+    Configuration configuration;
+    if (!build(text, name, configuration, boards, error)) {
         return false;
     }
     std::swap(m_boards, boards);
+    m_configuration = std::move(configuration);
     m_loaded = true;
     return true;
 }
@@ -104,6 +109,34 @@ std::shared_ptr<Board> Hardware::find(int number) {
 unsigned Hardware::opens(int number) {
     const std::lock_guard lock(m_mutex);
     return number >= 0 && number < kBoards ? m_opens[static_cast<std::size_t>(number)] : 0;
+}
+
+bool Hardware::configuration(int number, BoardConfiguration& board, std::string& error) {
+    if (number < 0 || number >= kBoards) {
+        error = "boards are 0 to 7";
+        return false;
+    }
+    const auto index = static_cast<std::size_t>(number);
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_loaded) {
+            board = m_configuration[index];
+            return true;
+        }
+    }
+    std::string text;
+    std::string name;
+    Configuration all;
+    if (!readConfiguration(text, name, error) || !parseConfiguration(text, name, all, error)) {
+        return false;
+    }
+    board = std::move(all[index]);
+    return true;
+}
+
+std::shared_ptr<Board> Hardware::made(int number) {
+    const std::lock_guard lock(m_mutex);
+    return number >= 0 && number < kBoards ? m_boards[static_cast<std::size_t>(number)] : nullptr;
 }
 
 void Hardware::shutDown() {

@@ -37,18 +37,27 @@ public:
     std::shared_ptr<Board> find(int number);
     unsigned opens(int number);
 
+    // The configuration of a board, made real or not; it stays unmade. False, and one line in `error`, when
+    // there is none.
+    bool configuration(int number, BoardConfiguration& board, std::string& error);
+    // Null while the configuration has not been made real.
+    std::shared_ptr<Board> made(int number);
+
 private:
     using Boards = std::array<std::shared_ptr<Board>, kBoards>;
 
     Hardware() = default;
     bool ensureLoaded();
-    static bool build(const std::string& text, const std::string& name, Boards& boards, std::string& error);
+    static bool build(
+        const std::string& text, const std::string& name, Configuration& configuration, Boards& boards,
+        std::string& error);
     void shutDown();
 
     std::mutex m_mutex; // guards what follows
     bool m_loaded = false;
     bool m_down = false;
-    std::string m_reported; // the last complaint, said once
+    std::string m_reported;        // the last complaint, said once
+    Configuration m_configuration; // of m_boards
     Boards m_boards;
     std::array<unsigned, kBoards> m_opens{};
     std::vector<std::unique_ptr<TavoBoard>> m_handles;

@@ -36,6 +36,7 @@ void Hub::attach(std::shared_ptr<Link> link) {
         changed.push_back(std::move(link));
         m_links = std::make_shared<const Links>(std::move(changed));
     }
+    attached.setImagePort(m_imagePort);
     attached.plug([this, from = &attached](const std::uint8_t* frame, std::size_t size) {
         received(from, frame, size);
     });
@@ -102,8 +103,17 @@ LinkStatistics Hub::statistics() const {
         sum.sent += one.sent;
         sum.received += one.received;
         sum.dropped += one.dropped;
+        sum.overrun += one.overrun;
     }
     return sum;
+}
+
+void Hub::setImagePort(std::uint16_t udpPort) {
+    m_imagePort = udpPort;
+    const auto current = links();
+    for (const auto& link : *current) {
+        link->setImagePort(udpPort);
+    }
 }
 
 bool Hub::readsInPlace() const {

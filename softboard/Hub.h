@@ -33,6 +33,7 @@ public:
     void send(const std::uint8_t* frame, std::size_t size) override;
     bool carrier() const override;
     LinkStatistics statistics() const override;
+    void setImagePort(std::uint16_t udpPort) override;
     bool readsInPlace() const override;
 
     // Waits in the first link that reads in place and looks into the others.
@@ -47,6 +48,7 @@ private:
     mutable std::mutex m_mutex; // guards the pointer
     std::shared_ptr<const Links> m_links = std::make_shared<const Links>();
     std::atomic<std::uint64_t> m_portAddress{0}; // MAC, 0 until the port has sent
+    std::atomic<std::uint16_t> m_imagePort{0};
 };
 
 } // namespace softboard

@@ -19,7 +19,7 @@ public:
     void plug(ethernet::FrameSink sink) override;
     void send(const std::uint8_t* frame, std::size_t size) override;
     bool carrier() const override { return true; }
-    LinkStatistics statistics() const override { return {m_sent, m_received, 0}; }
+    LinkStatistics statistics() const override { return {m_sent, m_received, 0, 0}; }
 
 private:
     const std::shared_ptr<ethernet::Endpoint> m_station;

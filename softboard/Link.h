@@ -11,11 +11,13 @@ namespace softboard {
 
 using Clock = std::chrono::steady_clock;
 
-// Frames that a link handled since it was made. `dropped` counts frames lost before the port saw them.
+// Frames that a link handled since it was made. `dropped` counts frames lost before the port saw them,
+// `overrun` those of them that arrived and found no room.
 struct LinkStatistics {
     std::uint64_t sent = 0;
     std::uint64_t received = 0;
     std::uint64_t dropped = 0;
+    std::uint64_t overrun = 0;
 };
 
 // A wire. Frames run from the destination address to the last byte of data, without preamble and frame check
@@ -39,6 +41,10 @@ public:
     virtual bool carrier() const = 0;
 
     virtual LinkStatistics statistics() const { return {}; }
+
+    // The UDP port of the image path, 0 for none: a link that sorts frames before the port does lets them
+    // pass.
+    virtual void setImagePort(std::uint16_t /*udpPort*/) {}
 
     virtual bool readsInPlace() const { return false; }
 

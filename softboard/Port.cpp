@@ -68,7 +68,7 @@ void Port::setConfigured(bool configured) {
     m_stampEnable = false;
     m_requestId = 0;
     m_heartbeatEnable = 0;
-    m_imagePort = 0;
+    setImagePort(0);
     m_lineLength = 0;
     m_queue.setOpen(configured);
 }
@@ -98,7 +98,7 @@ int Port::write(PortRegister reg, std::uint32_t value) {
         m_stampEnable = value != 0;
         break;
     case PortRegister::ImagePort:
-        m_imagePort = static_cast<std::uint16_t>(value);
+        setImagePort(static_cast<std::uint16_t>(value));
         break;
     case PortRegister::LineLength:
         m_lineLength = static_cast<std::uint16_t>(value);
@@ -112,21 +112,27 @@ int Port::write(PortRegister reg, std::uint32_t value) {
     return kSuccess;
 }
 
-std::uint32_t Port::read(PortRegister reg) const {
+std::uint32_t Port::read(PortRegister reg) {
     switch (reg) {
     case PortRegister::HeartbeatEnable:
         return m_heartbeatEnable;
     case PortRegister::Status:
+        m_wire.readInPlace(Clock::time_point::min()); // what waits on the wire waits for the reader too
         return (linkUp() ? kStatusLinkUp : 0) | (m_queue.queuedWords() > 0 ? kStatusFrameWaiting : 0);
     case PortRegister::ReceivedPackets:
         return static_cast<std::uint32_t>(m_received);
     case PortRegister::ReceiveErrors:
-        return static_cast<std::uint32_t>(m_errors + m_queueDrops);
+        return static_cast<std::uint32_t>(m_errors + m_queueDrops + m_wire.statistics().overrun);
     case PortRegister::ImagePackets:
         return static_cast<std::uint32_t>(m_toImagePath);
     default:
         return 0;
     }
+}
+
+void Port::setImagePort(std::uint16_t udpPort) {
+    m_imagePort = udpPort;
+    m_wire.setImagePort(udpPort);
 }
 
 int Port::load(std::uint16_t halfword) {

@@ -46,7 +46,7 @@ public:
 
     // Values are masked to the register's width already, and the access is allowed.
     int write(PortRegister reg, std::uint32_t value);
-    std::uint32_t read(PortRegister reg) const;
+    std::uint32_t read(PortRegister reg);
 
     DataQueue& queue() { return m_queue; }
 
@@ -71,6 +71,7 @@ public:
 private:
     using Counter = std::atomic<std::uint64_t>;
 
+    void setImagePort(std::uint16_t udpPort);
     int load(std::uint16_t halfword);
     int transmit();
     void stamp();

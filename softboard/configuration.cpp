@@ -3,6 +3,8 @@
 #include "softboard/DataQueue.h"
 #include "softboard/design.h"
 
+#include "protocol/net.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -45,6 +47,23 @@ bool parseProbability(const std::string& text, double& value) {
     char* end = nullptr;
     value = std::strtod(text.c_str(), &end);
     return !text.empty() && *end == '\0' && value >= 0 && value <= 1; // not a number compares false
+}
+
+// Six bytes in hexadecimal with colons between them: the address of one station.
+bool parseMac(const std::string& text, netif::Mac& mac) {
+    constexpr std::size_t kLength = 3 * net::kMacSize - 1;
+    constexpr std::string_view kDigits = "0123456789abcdefABCDEF";
+    if (text.size() != kLength) {
+        return false;
+    }
+    for (std::size_t i = 0; i < net::kMacSize; ++i) {
+        const std::string byte = text.substr(3 * i, 2);
+        if (byte.find_first_not_of(kDigits) != byte.npos || (i > 0 && text[3 * i - 1] != ':')) {
+            return false;
+        }
+        mac[i] = static_cast<std::uint8_t>(std::strtoul(byte.c_str(), nullptr, 16));
+    }
+    return (mac[0] & 1) == 0 && mac != netif::Mac{};
 }
 
 bool parseMicroseconds(const std::string& text, std::chrono::microseconds& value) {
@@ -109,6 +128,22 @@ constexpr Key<PortConfiguration> kPortKeys[] = {
      [](PortConfiguration& port, const std::string& text) {
          port.capture = text;
          return !text.empty();
+     }},
+    {"interface", "the name of a network interface",
+     [](PortConfiguration& port, const std::string& text) {
+         port.interface.interface = text;
+         return netif::isInterfaceName(text);
+     }},
+    {"mac", "the address of one station like 02:00:00:00:00:01",
+     [](PortConfiguration& port, const std::string& text) {
+         return parseMac(text, port.interface.mac.emplace());
+     }},
+    {"spin_us", "a number from 0 to 10000",
+     [](PortConfiguration& port, const std::string& text) {
+         long long value = 0;
+         const bool good = parseInteger(text, 0, 10000, value);
+         port.interface.spin = std::chrono::microseconds(value);
+         return good;
      }},
     {"queue_words", "a number from 1024 to 4194304",
      [](PortConfiguration& port, const std::string& text) {
@@ -184,7 +219,7 @@ public:
                 return false;
             }
         }
-        return true;
+        return checkInterfaces();
     }
 
 private:
@@ -197,8 +232,33 @@ private:
         board.negotiation = kDefaultNegotiation;
         for (PortConfiguration& port : board.ports) {
             port.queueWords = DataQueue::kDefaultWords;
+            port.interface.spin = defaultSpin();
         }
         return board;
+    }
+
+    // What single keys do not show.
+    bool checkInterfaces() {
+        std::set<std::pair<std::string, netif::Mac>> taken;
+        for (const BoardConfiguration& board : m_configuration) {
+            for (const PortConfiguration& port : board.ports) {
+                const InterfaceSettings& own = port.interface;
+                const char* wrong = nullptr;
+                if (own.interface.empty()) {
+                    wrong = own.mac ? "\"mac\" is for a port with an \"interface\"" : nullptr;
+                } else if (!port.cameras.empty()) {
+                    wrong = "a port with an interface has no cameras of this process: they hear only while "
+                            "somebody reads; give them a port of their own";
+                } else if (!taken.emplace(own.interface, own.mac.value_or(netif::Mac{})).second) {
+                    wrong = "another port has this interface: give each a \"mac\" of its own";
+                }
+                if (wrong != nullptr) {
+                    m_error = port.place + ": " + wrong;
+                    return false;
+                }
+            }
+        }
+        return true;
     }
 
     std::string place() const { return m_name + ":" + std::to_string(m_line); }

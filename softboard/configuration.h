@@ -2,6 +2,7 @@
 #pragma once
 
 #include "softboard/FaultPlan.h"
+#include "softboard/InterfaceLink.h"
 #include "softboard/registers.h"
 #include "softboard/softboard.h"
 
@@ -26,6 +27,7 @@ struct PortConfiguration {
     std::string capture; // file name, empty for none
     std::size_t queueWords = 0;
     FaultPlan faults;
+    InterfaceSettings interface;
     std::vector<CameraConfiguration> cameras;
 };
 

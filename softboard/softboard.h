@@ -8,6 +8,7 @@
 
 #include "softboard/FaultPlan.h"
 #include "softboard/Link.h"
+#include "softboard/link_report.h"
 
 #include "protocol/ethernet_endpoint.h"
 

@@ -1,0 +1,190 @@
+#include "softboard/InterfaceLink.h"
+
+#include "protocol/gvcp.h"
+#include "protocol/net.h"
+
+#include <algorithm>
+#include <sched.h>
+#include <utility>
+
+namespace softboard {
+
+namespace {
+
+constexpr std::chrono::microseconds kSpin{50};
+constexpr unsigned kMostAtOnce = 8192; // frames that one look takes, so that a flood cannot hold it for ever
+
+// Nothing passes: for the stream while no image port is set.
+const netif::Filter kNothing{{BPF_RET | BPF_K, 0, 0, 0}};
+
+std::uint64_t big(const std::uint8_t* bytes, std::size_t count) {
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        value = value << 8 | bytes[i];
+    }
+    return value;
+}
+
+// A GVCP command of a station that has an address of its own, without IP options as the library builds it.
+bool isCommand(const std::uint8_t* frame, std::size_t size) {
+    constexpr std::uint8_t kNoOptions = 0x45;
+    constexpr std::uint8_t kGroupBit = 0x01;
+    return size >= net::kUdpPayload && big(frame + net::kEtherType, 2) == net::kEtherTypeIpv4 &&
+           frame[net::kIpVersion] == kNoOptions && frame[net::kIpProtocol] == net::kIpProtocolUdp &&
+           big(frame + net::kUdpDestinationPort, 2) == gvcp::kPort &&
+           (frame[net::kSourceMac] & kGroupBit) == 0;
+}
+
+} // namespace
+
+// Looking pays only where the other side can run meanwhile.
+std::chrono::microseconds defaultSpin() {
+    cpu_set_t cpus;
+    CPU_ZERO(&cpus);
+    const bool several = sched_getaffinity(0, sizeof cpus, &cpus) == 0 && CPU_COUNT(&cpus) > 1;
+    return several ? kSpin : std::chrono::microseconds(0);
+}
+
+std::unique_ptr<InterfaceLink>
+InterfaceLink::create(const InterfaceSettings& settings, std::string& error, int* code) {
+    const auto open = [&](const netif::Filter& filter, std::chrono::microseconds spin) {
+        return netif::PacketSocket::create(settings.interface, {filter, false, spin}, error, code);
+    };
+    Socket control = open(kNothing, settings.spin);
+    Socket stream = control ? open(kNothing, std::chrono::microseconds(0)) : nullptr;
+    if (!stream) {
+        return nullptr;
+    }
+    return std::unique_ptr<InterfaceLink>(new InterfaceLink(settings, std::move(control), std::move(stream)));
+}
+
+InterfaceLink::InterfaceLink(const InterfaceSettings& settings, Socket control, Socket stream)
+    : m_control(std::move(control)), m_stream(std::move(stream)) {
+    m_traffic.mac = settings.mac ? *settings.mac : m_control->state().mac;
+}
+
+InterfaceLink::~InterfaceLink() {
+    InterfaceLink::plug({});
+}
+
+// A reader under way is sent home, and later ones turn round until the sink is exchanged.
+void InterfaceLink::plug(ethernet::FrameSink sink) {
+    stopStream();
+    m_unplugging = true;
+    m_control->interrupt();
+    {
+        const std::lock_guard reading(m_reading);
+        m_sink = std::move(sink);
+        m_unplugging = false;
+    }
+    const std::lock_guard lock(m_filtering);
+    m_plugged = static_cast<bool>(m_sink);
+    applyFilters();
+    startStream();
+}
+
+void InterfaceLink::send(const std::uint8_t* frame, std::size_t size) {
+    if (isCommand(frame, size)) {
+        learn(frame);
+    }
+    m_control->send(frame, size);
+}
+
+void InterfaceLink::learn(const std::uint8_t* frame) {
+    const std::uint64_t mac = big(frame + net::kSourceMac, net::kMacSize);
+    const std::uint64_t ipPort =
+        big(frame + net::kSourceIp, net::kIpSize) << 16 | big(frame + net::kUdpSourcePort, 2);
+    if (mac == m_learntMac.load(std::memory_order_relaxed) &&
+        ipPort == m_learntIpPort.load(std::memory_order_relaxed)) {
+        return;
+    }
+    const std::lock_guard lock(m_filtering);
+    std::copy_n(frame + net::kSourceMac, net::kMacSize, m_traffic.mac.begin());
+    std::copy_n(frame + net::kSourceIp, net::kIpSize, m_traffic.address.begin());
+    m_traffic.udpPort = static_cast<std::uint16_t>(ipPort);
+    applyFilters();
+    m_learntMac.store(mac, std::memory_order_relaxed);
+    m_learntIpPort.store(ipPort, std::memory_order_relaxed);
+}
+
+void InterfaceLink::setImagePort(std::uint16_t udpPort) {
+    const std::lock_guard lock(m_filtering);
+    if (udpPort != m_imagePort) {
+        m_imagePort = udpPort;
+        applyFilters();
+        startStream();
+    }
+}
+
+// With m_filtering held.
+void InterfaceLink::applyFilters() {
+    m_traffic.exceptPort = m_imagePort;
+    m_control->setFilter(m_plugged ? netif::controlFilter(m_traffic) : kNothing);
+    m_stream->setFilter(
+        m_plugged && m_imagePort != 0 ? netif::streamFilter(m_traffic.mac, m_imagePort) : kNothing);
+    if (m_traffic.mac != netif::Mac{}) {
+        m_control->setStation(m_traffic.mac); // what is let in for one socket is for the other too
+    }
+}
+
+// With m_filtering held. Once there is a stream the thread stays.
+void InterfaceLink::startStream() {
+    if (m_plugged && m_imagePort != 0 && !m_streamThread.joinable()) {
+        m_stopStream = false;
+        m_streamThread = std::thread([this] { readStream(); });
+    }
+}
+
+void InterfaceLink::stopStream() {
+    std::thread ending;
+    {
+        const std::lock_guard lock(m_filtering);
+        m_plugged = false;
+        ending = std::move(m_streamThread);
+    }
+    if (ending.joinable()) {
+        m_stopStream = true;
+        m_stream->interrupt();
+        ending.join();
+    }
+}
+
+void InterfaceLink::readStream() {
+    constexpr std::chrono::hours kForEver{1};
+    while (!m_stopStream) {
+        const auto frame = m_stream->receive(Clock::now() + kForEver);
+        if (!frame.empty() && !m_stopStream) {
+            m_sink(frame.data(), frame.size());
+        }
+    }
+}
+
+void InterfaceLink::readInPlace(Clock::time_point deadline) {
+    const bool look = deadline <= Clock::now();
+    std::unique_lock reading(m_reading, std::defer_lock);
+    if (look ? !reading.try_lock() : (reading.lock(), false)) {
+        return; // somebody reads already
+    }
+    for (unsigned frames = 0; frames < (look ? kMostAtOnce : 1U) && !m_unplugging; ++frames) {
+        const auto frame = m_control->receive(deadline);
+        if (frame.empty()) {
+            return;
+        }
+        if (m_sink) {
+            m_sink(frame.data(), frame.size());
+        }
+    }
+}
+
+LinkStatistics InterfaceLink::statistics() const {
+    const netif::PacketStatistics control = m_control->statistics();
+    const netif::PacketStatistics stream = m_stream->statistics();
+    LinkStatistics sum;
+    sum.sent = control.sent;
+    sum.received = control.received + stream.received;
+    sum.overrun = control.overrun + stream.overrun;
+    sum.dropped = control.dropped + stream.dropped;
+    return sum;
+}
+
+} // namespace softboard
