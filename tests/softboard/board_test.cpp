@@ -3,10 +3,7 @@
 #include "support/golden.h"
 
 #include <array>
-#include <atomic>
-#include <semaphore>
 #include <set>
-#include <thread>
 
 namespace {
 
@@ -269,54 +266,6 @@ TEST_F(Board, StampsItsOwnRequestIdsIntoPreparedCommands) {
         prepared, // enabled, disabled
     };
     EXPECT_EQ(station->frames(expected.size()), expected);
-}
-
-TEST_F(Board, ServesFourPortsFromEightThreadsWhileOthersWatch) {
-    constexpr unsigned kRounds = 1500;
-    const OpenBoard board;
-    board.enable();
-    std::vector<std::thread> threads;
-    for (std::uint8_t port = 0; port < 4; ++port) {
-        plugIn(
-            port, [](const Bytes& sent, const ethernet::FrameSink& sink) { sink(sent.data(), sent.size()); });
-        threads.emplace_back([&board, port] {
-            const auto frame = [port](unsigned round) { return numbered(60 + 2 * (round % 700), port); };
-            std::counting_semaphore<> credit{2};
-            std::thread sender([&] {
-                for (unsigned round = 0; round < kRounds; ++round) {
-                    credit.acquire();
-                    board.send(port, frame(round));
-                }
-            });
-            bool good = true;
-            for (unsigned round = 0; round < kRounds; ++round) {
-                Bytes back;
-                good = good && board.receive(port, back, kWaitMs) == 0 && back == frame(round);
-                credit.release();
-            }
-            sender.join();
-            EXPECT_TRUE(good) << port;
-        });
-    }
-    std::atomic<bool> done{false};
-    std::thread watcher([&done] {
-        std::string error;
-        while (!done) {
-            for (int port = 0; port < 4; ++port) {
-                softboard::startCapture(0, port, "watched.pcap", error);
-                const auto bystander = plugIn(port);
-                state(port);
-                softboard::detach(0, port, bystander);
-                softboard::stopCapture(0, port);
-            }
-        }
-    });
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    done = true;
-    watcher.join();
-    EXPECT_EQ(state(3).framesReceived, kRounds);
 }
 
 } // namespace

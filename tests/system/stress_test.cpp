@@ -98,6 +98,14 @@ TEST(Stress, ThreadsShareACamera) {
             CameraHandle* other = nullptr;
             return Gbe_getFirstCamera(session.board(), 0, &other) == -40024;
         }),
+        run([&](unsigned) { // the port itself is watched, and others come and go on it
+            std::string error;
+            const bool watched = softboard::startCapture(0, 0, "watched.pcap", error);
+            const auto bystander = session.rig.hang(0, 0, plainCamera({{"mac", "02:00:00:00:00:77"}}));
+            return watched && softboard::portState(0, 0).linkUp &&
+                   softboard::detach(0, 0, std::shared_ptr<ethernet::Endpoint>(bystander)) &&
+                   softboard::stopCapture(0, 0);
+        }),
     };
     for (std::thread& thread : threads) {
         thread.join();
