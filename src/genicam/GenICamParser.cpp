@@ -38,8 +38,8 @@ struct ElementKind {
     bool Quirks::*hiddenBy = nullptr; // while this is on, the element is a simple one
 };
 
-// The elements that make a builder, by ascending name. All others are simple elements of their parents, but
-// for "Group" and "Extension".
+// The elements that make a builder. All others are simple elements of their parents, but for "Group" and
+// "Extension".
 constexpr std::array elementKinds = std::to_array<ElementKind>({
     {"Boolean", GenICamTypes::Boolean},
     {"Category", GenICamTypes::Category},
@@ -70,14 +70,29 @@ constexpr std::array elementKinds = std::to_array<ElementKind>({
     {"pValueIndexed", GenICamTypes::Element, &Quirks::noIndexedValues},
     {"pVariable", GenICamTypes::Element},
 });
-static_assert(std::ranges::is_sorted(elementKinds, {}, &ElementKind::name));
+
+// Where a name that is not empty stands in the index below: every element of a description is looked up.
+constexpr std::size_t indexPlaces = 128;
+constexpr std::size_t placeOf(std::string_view name) {
+    const auto letter = [](char c) { return static_cast<unsigned char>(c); };
+    return (7 * name.size() + letter(name.front()) + 2U * letter(name[name.size() / 2])) % indexPlaces;
+}
+
+// No two kinds share a place, which the compiler checks.
+constexpr auto kindIndex = [] {
+    std::array<ElementKind, indexPlaces> index{};
+    for (const ElementKind& kind : elementKinds) {
+        ElementKind& place = index[placeOf(kind.name)];
+        place = place.name.empty() ? kind : throw "two kinds in one place: choose other factors";
+    }
+    return index;
+}();
 
 // Undefined for the name of a simple element.
 NodeType typeOf(std::string_view name, const Quirks& quirks) {
-    const auto found = std::ranges::lower_bound(elementKinds, name, {}, &ElementKind::name);
-    const bool known = found != elementKinds.end() && found->name == name;
-    return known && (found->hiddenBy == nullptr || !(quirks.*found->hiddenBy)) ? found->type
-                                                                               : GenICamTypes::Undefined;
+    const ElementKind& kind = kindIndex[placeOf(name)];
+    const bool isHidden = kind.hiddenBy != nullptr && quirks.*kind.hiddenBy;
+    return kind.name == name && !isHidden ? kind.type : GenICamTypes::Undefined;
 }
 
 std::string_view nameOf(const rapidxml::xml_base<char>& item) {
@@ -125,24 +140,31 @@ const XmlNode* lastText(const XmlNode& node) {
     return child;
 }
 
-void reserveFor(const XmlNode& node, GenICamTreeBuilder& builder, const Quirks& quirks) {
+// Some of the children are no simple elements; room for a few too many does not matter.
+void reserveFor(const XmlNode& node, GenICamTreeBuilder& builder) {
     std::size_t attributes = 0;
     for (const auto* a = node.first_attribute(); a != nullptr; a = a->next_attribute()) {
         ++attributes;
     }
     std::size_t elements = 0;
-    std::size_t objects = 0;
     for (const XmlNode* child = node.first_node(); child != nullptr; child = child->next_sibling()) {
-        if (child->type() == rapidxml::node_element) {
-            ++(typeOf(nameOf(*child), quirks) == GenICamTypes::Undefined ? elements : objects);
-        }
+        elements += child->type() == rapidxml::node_element ? 1 : 0;
     }
-    builder.reserve(attributes, elements, objects);
+    builder.reserve(attributes, elements, 0);
 }
 
 } // namespace
 
 std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseMemory(char* text) {
+    return parse(text, nullptr);
+}
+
+std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseMemory(std::unique_ptr<char[]> text) {
+    char* const start = text.get();
+    return parse(start, std::move(text));
+}
+
+std::unique_ptr<GenICamTreeBuilder> GenICamParser::parse(char* text, std::unique_ptr<char[]> owner) {
     if (std::string_view(text).starts_with("\xEF\xBB\xBF")) { // UTF-8's byte-order mark
         text += 3;
     }
@@ -151,7 +173,7 @@ std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseMemory(char* text) {
         reportParseError();
         return nullptr;
     }
-    auto root = outline.isPlain ? parsePieces(text, outline) : parseWhole(text);
+    auto root = outline.isPlain ? parsePieces(text, outline, std::move(owner)) : parseWhole(text);
     if (root != nullptr && root->getNodeType() != GenICamTypes::RegisterDescription) {
         return nullptr;
     }
@@ -170,9 +192,10 @@ std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseWhole(char* text) {
 }
 
 // What parseWhole gives, in a fraction of its memory: RapidXML's nodes take several times the room of the
-// text, and here they are needed for one piece at a time only.
+// text, and here they are needed for one piece at a time only. The tree keeps the text, if it may: RapidXML
+// leaves names and values in it.
 std::unique_ptr<GenICamTreeBuilder>
-GenICamParser::parsePieces(char* text, const genicam::XmlOutline& outline) {
+GenICamParser::parsePieces(char* text, const genicam::XmlOutline& outline, std::unique_ptr<char[]> owner) {
     const auto document = std::make_unique<Document>();
     try {
         std::string tag(text + outline.rootTag.begin, text + outline.rootTag.end);
@@ -182,6 +205,10 @@ GenICamParser::parsePieces(char* text, const genicam::XmlOutline& outline) {
         document->parse<parseFlags>(tag.data());
         std::unique_ptr<GenICamTreeBuilder> root(parseNode(document->first_node(), nullptr));
         if (root != nullptr) {
+            if (owner != nullptr) {
+                const char* const begin = owner.get();
+                root->adoptBuffer(std::move(owner), static_cast<std::size_t>(text - begin) + outline.end);
+            }
             root->reserve(0, 0, outline.children.size());
             for (const auto& [begin, end] : outline.children) {
                 const char next = std::exchange(text[end], '\0');
@@ -241,14 +268,18 @@ GenICamTreeBuilder* GenICamParser::parseNode(XmlNode* node, GenICamTreeBuilder* 
 }
 
 GenICamTreeBuilder* GenICamParser::parseBuilder(XmlNode& node, NodeType type, GenICamTreeBuilder* parent) {
-    auto builder = parent != nullptr ? std::make_unique<GenICamTreeBuilder>(type, *parent)
-                                     : std::make_unique<GenICamTreeBuilder>(type);
-    reserveFor(node, *builder, m_quirks);
-    for (const auto* a = node.first_attribute(); a != nullptr; a = a->next_attribute()) {
-        builder->setAttribute(nameOf(*a), valueOf(*a));
+    std::unique_ptr<GenICamTreeBuilder> root;
+    if (parent == nullptr) {
+        root = std::make_unique<GenICamTreeBuilder>(type);
     }
-    parseChildren(node, *builder);
-    return parent != nullptr ? &parent->addObject(nameOf(node), std::move(builder)) : builder.release();
+    GenICamTreeBuilder& builder = root ? *root : parent->addObject(nameOf(node), type);
+    reserveFor(node, builder);
+    for (const auto* a = node.first_attribute(); a != nullptr; a = a->next_attribute()) {
+        builder.setAttribute(nameOf(*a), valueOf(*a));
+    }
+    parseChildren(node, builder);
+    root.release(); // the caller's now, as the result
+    return &builder;
 }
 
 void GenICamParser::parseChildren(XmlNode& node, GenICamTreeBuilder& parent) {

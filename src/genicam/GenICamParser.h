@@ -34,6 +34,8 @@ public:
     // "RegisterDescription" element in front, or when elements nest beyond reason (reported as a parse
     // error).
     std::unique_ptr<GenICamTreeBuilder> parseMemory(char* text);
+    // The same without copying the strings: the tree keeps the buffer.
+    std::unique_ptr<GenICamTreeBuilder> parseMemory(std::unique_ptr<char[]> text);
 
     // The same for a file; null when it cannot be read.
     std::unique_ptr<GenICamTreeBuilder> parseFile(const std::string& path);
@@ -43,8 +45,10 @@ public:
     GenICamTreeBuilder* parseNode(rapidxml::xml_node<char>* node, GenICamTreeBuilder* parent);
 
 private:
+    std::unique_ptr<GenICamTreeBuilder> parse(char* text, std::unique_ptr<char[]> owner);
     std::unique_ptr<GenICamTreeBuilder> parseWhole(char* text);
-    std::unique_ptr<GenICamTreeBuilder> parsePieces(char* text, const genicam::XmlOutline& outline);
+    std::unique_ptr<GenICamTreeBuilder>
+    parsePieces(char* text, const genicam::XmlOutline& outline, std::unique_ptr<char[]> owner);
     GenICamTreeBuilder* parseBuilder(
         rapidxml::xml_node<char>& node, GenICamTypes::GenICamNodeType type, GenICamTreeBuilder* parent);
     void parseChildren(rapidxml::xml_node<char>& node, GenICamTreeBuilder& parent);

@@ -1,6 +1,6 @@
 #include "genicam/GenICamTreeBuilder.h"
 
-#include "genicam/text_arena.h"
+#include "genicam/Arena.h"
 
 #include <stdexcept>
 #include <utility>
@@ -8,25 +8,26 @@
 namespace tavo {
 
 struct GenICamTreeBuilder::Store {
-    genicam::TextArena texts;
+    genicam::Arena arena;
     std::size_t copies = 0;
 };
 
 GenICamTreeBuilder::GenICamTreeBuilder(GenICamTypes::GenICamNodeType type)
-    : m_store(std::make_shared<Store>()), m_type(type) {}
+    : m_owned(std::make_unique<Store>()), m_store(*m_owned), m_type(type) {}
 
-GenICamTreeBuilder::GenICamTreeBuilder(GenICamTypes::GenICamNodeType type, const GenICamTreeBuilder& relative)
-    : m_store(relative.m_store), m_type(type) {}
+GenICamTreeBuilder::GenICamTreeBuilder(GenICamTypes::GenICamNodeType type, Store& store)
+    : m_store(store), m_type(type) {}
 
+// That of the root. All others end with its store.
 GenICamTreeBuilder::~GenICamTreeBuilder() = default;
 
 void GenICamTreeBuilder::setContent(std::string_view content) {
-    m_content = m_store->texts.store(content);
+    m_content = m_store.arena.store(content);
 }
 
 std::string_view GenICamTreeBuilder::setAttribute(std::string_view name, std::string_view value) {
-    genicam::TextArena& texts = m_store->texts;
-    return m_attributes.add({texts.store(name), texts.store(value)}).value;
+    genicam::Arena& arena = m_store.arena;
+    return m_attributes.add({arena.store(name), arena.store(value)}, arena).value;
 }
 
 std::string_view GenICamTreeBuilder::getAttribute(std::string_view name, std::string_view defaultValue) {
@@ -40,8 +41,12 @@ std::string_view GenICamTreeBuilder::findAttribute(std::string_view name, std::s
 }
 
 GenICamTreeBuilder::Element& GenICamTreeBuilder::addElement(std::string_view name, std::string_view text) {
-    genicam::TextArena& texts = m_store->texts;
-    return m_elements.add({texts.store(name), texts.store(text)});
+    genicam::Arena& arena = m_store.arena;
+    return m_elements.add({arena.store(name), arena.store(text)}, arena);
+}
+
+void GenICamTreeBuilder::addElement(const Element& element) {
+    m_elements.add(element, m_store.arena);
 }
 
 std::string_view GenICamTreeBuilder::getFirstElement(std::string_view name, std::string_view defaultText) {
@@ -58,9 +63,12 @@ std::span<GenICamTreeBuilder::Element> GenICamTreeBuilder::getAllElementsByName(
     return m_elements.named(name);
 }
 
-GenICamTreeBuilder&
-GenICamTreeBuilder::addObject(std::string_view name, std::unique_ptr<GenICamTreeBuilder> builder) {
-    return *m_objects.add({m_store->texts.store(name), std::move(builder)}).builder;
+GenICamTreeBuilder& GenICamTreeBuilder::addObject(std::string_view name, GenICamTypes::GenICamNodeType type) {
+    genicam::Arena& arena = m_store.arena;
+    void* const place = arena.allocate(sizeof(GenICamTreeBuilder), alignof(GenICamTreeBuilder));
+    auto* const child = new (place) GenICamTreeBuilder(type, m_store);
+    m_objects.add({arena.store(name), child}, arena);
+    return *child;
 }
 
 std::span<GenICamTreeBuilder::Object> GenICamTreeBuilder::getAllObjectsByName(std::string_view name) {
@@ -68,14 +76,18 @@ std::span<GenICamTreeBuilder::Object> GenICamTreeBuilder::getAllObjectsByName(st
 }
 
 void GenICamTreeBuilder::reserve(std::size_t attributes, std::size_t elements, std::size_t objects) {
-    m_attributes.reserve(attributes);
-    m_elements.reserve(elements);
-    m_objects.reserve(objects);
+    m_attributes.reserve(attributes, m_store.arena);
+    m_elements.reserve(elements, m_store.arena);
+    m_objects.reserve(objects, m_store.arena);
+}
+
+void GenICamTreeBuilder::adoptBuffer(std::unique_ptr<char[]> buffer, std::size_t size) {
+    m_store.arena.adopt(std::move(buffer), size);
 }
 
 void GenICamTreeBuilder::countCopies(std::size_t count) {
-    m_store->copies += count;
-    if (m_store->copies > maxCopies) {
+    m_store.copies += count;
+    if (m_store.copies > maxCopies) {
         throw std::length_error("the description multiplies itself");
     }
 }

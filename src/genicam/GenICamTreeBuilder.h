@@ -21,11 +21,11 @@ class MathParser;
 class MathVariablesInterface;
 
 // One builder stands for one element that makes a node, or that carries attributes of its own ("pIndex",
-// "pVariable", "StructEntry"). It owns its child builders; the node that it leads to is the device's.
+// "pVariable", "StructEntry"). The node that it leads to is the device's.
 //
-// The strings of a whole tree lie in one store that its builders share. Every view that an accessor gives is
-// valid until the last builder of the tree is destroyed, every span until something is added under the same
-// builder. Builders are used by one thread at a time, also for reading.
+// The root owns the whole tree: all builders below it and all strings lie in one store, which is freed with
+// the root. Every view and every child is valid until then, every span until something is added under the
+// same builder. Builders are used by one thread at a time, also for reading.
 class GenICamTreeBuilder {
 public:
     // The passes that make live nodes of a tree, in this order.
@@ -51,12 +51,11 @@ public:
 
     struct Object {
         std::string_view name;
-        std::unique_ptr<GenICamTreeBuilder> builder;
+        GenICamTreeBuilder* builder;
     };
 
+    // The root of a tree of its own.
     explicit GenICamTreeBuilder(GenICamTypes::GenICamNodeType type);
-    // A builder for the tree that `relative` belongs to.
-    GenICamTreeBuilder(GenICamTypes::GenICamNodeType type, const GenICamTreeBuilder& relative);
     ~GenICamTreeBuilder();
     GenICamTreeBuilder(const GenICamTreeBuilder&) = delete;
     GenICamTreeBuilder& operator=(const GenICamTreeBuilder&) = delete;
@@ -82,7 +81,7 @@ public:
     // Appends a simple element; any number may have one name.
     Element& addElement(std::string_view name, std::string_view text);
     // Appends an element of another builder of the same tree.
-    void addElement(const Element& element) { m_elements.add(element); }
+    void addElement(const Element& element);
     template<class Predicate> void removeElementsIf(Predicate predicate) { m_elements.removeIf(predicate); }
     // The text of the earliest element of a name, or the default, which is then stored like an element.
     std::string_view getFirstElement(std::string_view name, std::string_view defaultText);
@@ -94,8 +93,8 @@ public:
     // All elements, by ascending name, within a name in the order in which they were added.
     std::span<Element> getAllElements() { return m_elements.all(); }
 
-    // Appends a child builder under its element's name.
-    GenICamTreeBuilder& addObject(std::string_view name, std::unique_ptr<GenICamTreeBuilder> builder);
+    // Appends a new child builder under its element's name.
+    GenICamTreeBuilder& addObject(std::string_view name, GenICamTypes::GenICamNodeType type);
     // All child builders of a name in the order in which they were added.
     std::span<Object> getAllObjectsByName(std::string_view name);
     // All child builders, by ascending element name, within a name in the order in which they were added.
@@ -103,6 +102,8 @@ public:
 
     // Makes room for the given numbers of attributes, elements and child builders.
     void reserve(std::size_t attributes, std::size_t elements, std::size_t objects);
+    // Gives the tree a buffer whose texts are then taken as they lie there, without a copy.
+    void adoptBuffer(std::unique_ptr<char[]> buffer, std::size_t size);
 
     // Counts what a stage copies within the tree. std::length_error when all of them together copied more
     // than `maxCopies`, which is far beyond any real description: a small text must not fill the memory.
@@ -148,7 +149,10 @@ public:
 private:
     struct Store;
 
-    std::shared_ptr<Store> m_store;
+    GenICamTreeBuilder(GenICamTypes::GenICamNodeType type, Store& store);
+
+    std::unique_ptr<Store> m_owned; // the root's
+    Store& m_store;
     genicam::NamedList<Attribute> m_attributes; // the latest of a name counts
     genicam::NamedList<Element> m_elements;
     genicam::NamedList<Object> m_objects;

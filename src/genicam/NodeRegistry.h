@@ -5,7 +5,6 @@
 
 #include <memory>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace tavo {
@@ -25,8 +24,20 @@ public:
     void clear();
 
 private:
+    // A place in the index, empty or with the node of a name and the hash of that name.
+    struct Place {
+        ImplGenICamNode* node = nullptr;
+        std::size_t hash = 0;
+    };
+    // The place of the name, empty when no node has it.
+    template<class Index> static auto& placeOf(Index& index, std::string_view name, std::size_t hash);
+    void grow();
+
     std::vector<std::unique_ptr<ImplGenICamNode>> m_nodes;
-    std::unordered_map<std::string_view, ImplGenICamNode*> m_byName; // views of the nodes' names
+    // Open addressing: as many places as a power of two, of which three in four are taken at most. A name is
+    // at the place that its hash says, or at one of those behind it up to the next empty one.
+    std::vector<Place> m_index;
+    std::size_t m_names = 0;
 };
 
 } // namespace tavo

@@ -75,16 +75,16 @@ void ImplGenICamCamera::asyncRetrievingMethod(const std::string& fileName, std::
 
 // The builders go as soon as the nodes stand: nothing reads them any more.
 bool ImplGenICamCamera::buildTree(const std::string& fileName, std::unique_ptr<char[]> text) {
-    const std::string description = text ? std::string(text.get()) : readFile(fileName);
+    std::string description = text ? std::string(text.get()) : readFile(fileName);
     if (description.size() > kMaxDescriptionSize) {
         return false;
     }
     {
         const std::lock_guard lock(m_registryLock);
-        m_description = description;
+        m_description = std::move(description);
     }
     GenICamParser parser(m_quirks);
-    const auto root = text ? parser.parseMemory(text.get()) : parser.parseFile(fileName);
+    const auto root = text ? parser.parseMemory(std::move(text)) : parser.parseFile(fileName);
     if (!root) {
         return false;
     }

@@ -38,10 +38,9 @@ void copyIndices(Builder& structReg, Builder& entry) {
     const auto indices = structReg.getAllObjectsByName("pIndex");
     structReg.countCopies(indices.size());
     for (const Builder::Object& index : indices) {
-        auto copy = std::make_unique<Builder>(Types::Element, entry);
-        copy->setContent(index.builder->getContent());
-        copy->setAttribute("Offset", index.builder->findAttribute("Offset"));
-        entry.addObject("pIndex", std::move(copy));
+        Builder& copy = entry.addObject("pIndex", Types::Element);
+        copy.setContent(index.builder->getContent());
+        copy.setAttribute("Offset", index.builder->findAttribute("Offset"));
     }
 }
 

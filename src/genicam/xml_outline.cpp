@@ -26,6 +26,7 @@ public:
         if (!m_outline.isPlain) {
             m_outline.children = {};
         }
+        m_outline.end = static_cast<std::size_t>(m_end - m_start);
         return std::move(m_outline);
     }
 

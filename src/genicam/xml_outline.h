@@ -25,6 +25,7 @@ struct XmlOutline {
     // stand for what they hold, are looked through. Then the pieces below are set and can be parsed one by
     // one.
     bool isPlain = false;
+    std::size_t end = 0;         // of the text
     Range rootTag = {};          // the root's opening tag, brackets included
     std::vector<Range> children; // the elements directly inside the root and its Groups, whole
 };

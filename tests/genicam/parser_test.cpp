@@ -322,24 +322,22 @@ TEST(Texts, OfKeywordsAreExact) {
     }
 }
 
-// Views outlive what they were copied from and other builders of the tree, and long texts are not mixed up.
-TEST(TreeBuilder, OwnsItsTexts) {
-    auto root = std::make_unique<GenICamTreeBuilder>(GenICamTypes::RegisterDescription);
+// Texts of the adopted buffer stay where they are, all others are copied; long ones are not mixed up.
+TEST(TreeBuilder, KeepsItsTexts) {
+    GenICamTreeBuilder root(GenICamTypes::RegisterDescription);
+    constexpr std::string_view kept = "kept";
+    auto buffer = std::make_unique<char[]>(kept.size());
+    const std::string_view inBuffer(buffer.get(), kept.copy(buffer.get(), kept.size()));
+    root.adoptBuffer(std::move(buffer), kept.size());
     std::vector<std::pair<std::string, std::string_view>> stored;
     for (std::size_t i = 0; i < 3000; ++i) {
-        std::string text = std::to_string(i % 700) + std::string(i % 50, 'x');
-        if (i % 100 == 0) {
-            text += std::string(30'000 * (i % 3), 'y');
-        }
-        stored.emplace_back(text, root->addElement("Long", text).text);
+        std::string text(i % 100 == 0 ? 30'000 * (i % 3) : i % 50, static_cast<char>('a' + i % 26));
+        stored.emplace_back(text, root.addObject("Node", GenICamTypes::Node).addElement("Long", text).text);
     }
-    auto relative = std::make_unique<GenICamTreeBuilder>(GenICamTypes::Node, *root);
-    relative->setContent("content");
-    root.reset();
     for (const auto& [text, view] : stored) {
         ASSERT_EQ(text, view);
     }
-    EXPECT_EQ(relative->getContent(), "content");
+    EXPECT_EQ(root.addElement("Name", inBuffer).text.data(), inBuffer.data());
 }
 
 TEST(TreeBuilder, OrdersByNameAndThenByInsertion) {
@@ -349,10 +347,8 @@ TEST(TreeBuilder, OrdersByNameAndThenByInsertion) {
         std::multimap<std::string, std::string> model;
         for (std::size_t i = 0; i < count; ++i) {
             const std::string name(1, static_cast<char>("aZpQ_b"[random() % 6]));
-            auto child = std::make_unique<GenICamTreeBuilder>(GenICamTypes::Node, builder);
-            child->setContent(std::to_string(i));
+            builder.addObject(name, GenICamTypes::Node).setContent(std::to_string(i));
             model.emplace(name, std::to_string(i));
-            builder.addObject(name, std::move(child));
             if (i % 7 == 0) { // a look in between makes the order early
                 EXPECT_EQ(builder.getAllObjectsByName("Z").size(), model.count("Z"));
             }

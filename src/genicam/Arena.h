@@ -1,0 +1,35 @@
+// Where the builders of one description live, with all that they hold.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <memory_resource>
+#include <string_view>
+
+namespace genicam {
+
+// Memory that is given out piece by piece and freed all at once, with the arena. What is put into it is never
+// destroyed by itself, so it must own nothing outside. Not for concurrent use.
+class Arena {
+public:
+    Arena() = default;
+    Arena(const Arena&) = delete;
+    Arena& operator=(const Arena&) = delete;
+
+    void* allocate(std::size_t size, std::size_t alignment) { return m_memory.allocate(size, alignment); }
+
+    // Takes over a buffer whose texts need no copy any more.
+    void adopt(std::unique_ptr<char[]> buffer, std::size_t size);
+    // The text as it will be found as long as the arena lives: itself when it lies in the adopted buffer,
+    // else a copy.
+    std::string_view store(std::string_view text);
+
+private:
+    static constexpr std::size_t firstBlock = 16 * 1024; // later ones grow in proportion to what there is
+
+    std::pmr::monotonic_buffer_resource m_memory{firstBlock};
+    std::unique_ptr<char[]> m_adopted;
+    std::size_t m_adoptedSize = 0;
+};
+
+} // namespace genicam
