@@ -75,6 +75,16 @@ TEST(Configuration, NamesThePlaceOfEveryMistake) {
         {"[board 0]\nserial =\n", "f:2: \"serial\" wants a number from 0 to 0x7FFFFFFF, not \"\""},
         {"[board 0]\nphy = down\n", "f:2: \"phy\" wants up or held, not \"down\""},
         {"[board 0 port 0]\ncapture =\n", "f:2: \"capture\" wants a file name, not \"\""},
+        {"[board 0 port 0]\nmac = 02:00:00:00:00:01\n", "f:1: \"mac\" is for a port with an \"interface\""},
+        {"[board 0 port 0]\nmac = 03:00:00:00:00:01\n",
+         "f:2: \"mac\" wants the address of one station like 02:00:00:00:00:01, not \"03:00:00:00:00:01\""},
+        {"[board 0 port 0]\ninterface = a/b\n",
+         "f:2: \"interface\" wants the name of a network interface, not \"a/b\""},
+        {"[board 0 port 0]\ninterface = e\n[board 1 port 2]\ninterface = e\n",
+         "f:3: another port has this interface: give each a \"mac\" of its own"},
+        {"[board 0 port 0]\ninterface = e\n[board 0 port 0 camera]\n",
+         "f:1: a port with an interface has no cameras of this process: they hear only while somebody reads; "
+         "give them a port of their own"},
         {cameras, "f:129: more than 128 cameras on one port"},
         {std::string(softboard::kLargestConfiguration + 1, '\n'), "f: larger than 1048576 bytes"},
     };

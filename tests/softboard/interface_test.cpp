@@ -1,0 +1,255 @@
+// A port that is a network interface of Linux, on a virtual wire with a raw socket as the camera.
+#include "support.h"
+
+#include "netif/PacketSocket.h"
+
+#include "support/golden.h"
+#include "support/net_namespace.h"
+
+#include <arpa/inet.h>
+#include <atomic>
+#include <cerrno>
+#include <linux/capability.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using namespace test;
+using test_support::NetNamespace;
+
+class InterfacePort : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!wire.error().empty()) {
+            GTEST_SKIP() << wire.error();
+        }
+        const NetNamespace::Inside inside(wire.camera);
+        std::string error;
+        camera = netif::PacketSocket::create("camera0", {}, error);
+        ASSERT_TRUE(camera) << error;
+    }
+    void TearDown() override { configure("[board 0]\n"); }
+
+    void useInterface(const std::string& keys = {}) {
+        const NetNamespace::Inside inside(wire.host);
+        configure("[board 0]\n[board 0 port 0]\ninterface = host0\n" + keys);
+    }
+    // The camera's next frame from the board; empty when nothing comes.
+    Bytes atCamera() {
+        const auto frame = camera->receive(Clock::now() + kGenerous);
+        return Bytes(frame.begin(), frame.end());
+    }
+    void fromCamera(const Bytes& frame) { EXPECT_TRUE(camera->send(frame.data(), frame.size())); }
+
+    test_support::VirtualWire wire;
+    std::unique_ptr<netif::PacketSocket> camera;
+};
+
+const Bytes kCommand = golden::load("readreg_cmd");
+const Bytes kAck = golden::load("readreg_ack");
+
+// A frame with bytes replaced from an offset on.
+Bytes with(Bytes frame, std::size_t at, const Bytes& bytes) {
+    std::copy(bytes.begin(), bytes.end(), frame.begin() + static_cast<std::ptrdiff_t>(at));
+    return frame;
+}
+
+Bytes tagged(Bytes frame, std::uint8_t vlan) {
+    const Bytes tag = {0x81, 0x00, 0x60, vlan};
+    frame.insert(frame.begin() + 12, tag.begin(), tag.end());
+    return frame;
+}
+
+bool eventually(const std::function<bool()>& condition) {
+    const auto end = Clock::now() + kGenerous;
+    while (!condition()) {
+        if (Clock::now() > end) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+TEST_F(InterfacePort, TakesInWhatIsForItAndNothingElse) {
+    const Bytes arp = golden::load("arp_request");
+    const std::pair<const char*, Bytes> rows[] = {
+        {"+ an acknowledgement", kAck},
+        {"+ one to all", with(kAck, 0, Bytes(6, 0xFF))},
+        {"- one to another station", with(kAck, 0, {2, 0, 0, 0, 0, 2})},
+        {"- one to another's port", with(kAck, 36, {0x0B, 0xC8})},
+        {"- a later fragment", with(kAck, 20, {0, 5})},
+        {"- TCP", with(kAck, 23, {6})},
+        {"- IPv6", with(kAck, 12, {0x86, 0xDD})},
+        {"+ ARP for the port", arp},
+        {"- ARP for others", with(arp, 41, {43})},
+        {"i the image stream", with(kAck, 36, {1520 >> 8, 1520 & 0xFF})},
+        {"- another image stream", with(kAck, 36, {1521 >> 8, 1521 & 0xFF})},
+        {"- another network on the wire", tagged(kAck, 5)},
+    };
+    for (const bool ownAddress : {false, true}) {
+        if (ownAddress) {
+            ASSERT_TRUE(wire.host.shell("ip link set host0 address 02:00:00:00:00:01"));
+        }
+        useInterface();
+        const OpenBoard board;
+        board.enable();
+        board.send(0, kCommand);
+        EXPECT_EQ(atCamera(), kCommand);
+        EXPECT_EQ(wire.host.shell("ip -d link show host0 | grep -q 'promiscuity 1'"), !ownAddress);
+        unsigned images = 0;
+        for (const auto& [name, frame] : rows) {
+            const Bytes mark = with(kAck, 48, {0x12, 0x34});
+            fromCamera(frame);
+            fromCamera(tagged(mark, 0)); // a priority alone is no other network
+            Bytes got;
+            EXPECT_EQ(board.receive(0, got, kWaitMs), 0) << name;
+            if (name[0] == '+') {
+                EXPECT_EQ(got, frame) << name;
+                EXPECT_EQ(board.receive(0, got, kWaitMs), 0) << name;
+            }
+            EXPECT_EQ(got, mark) << name;
+            images += name[0] == 'i' ? 1 : 0;
+        }
+        EXPECT_TRUE(eventually([&] { return state(0).framesToImagePath == images; }));
+        EXPECT_EQ(images, 1U);
+        board.write("ImagePort0", 1521);
+        fromCamera(rows[10].second);
+        EXPECT_TRUE(eventually([&] { return state(0).framesToImagePath == 2; })) << "the filter follows";
+    }
+}
+
+// What the kernel sends over a virtual wire has no checksum yet: it would be the card's work.
+TEST_F(InterfacePort, FillsInChecksumsThatTheSenderLeftOpen) {
+    useInterface();
+    const OpenBoard board;
+    board.enable();
+    board.send(0, kCommand);
+    ASSERT_TRUE(wire.camera.shell("ip addr add 169.254.7.100/16 dev camera0 && "
+                                  "ip neigh add 169.254.7.42 lladdr 02:00:00:00:00:01 dev camera0"));
+    const NetNamespace::Inside inside(wire.camera);
+    const int sender = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(3956);
+    ASSERT_EQ(bind(sender, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    address.sin_port = htons(3015);
+    inet_pton(AF_INET, "169.254.7.42", &address.sin_addr);
+    for (const std::size_t size : {12U, 13U, 549U}) {
+        const Bytes data = numbered(size, 7);
+        sendto(sender, data.data(), size, 0, reinterpret_cast<sockaddr*>(&address), sizeof address);
+        Bytes frame;
+        ASSERT_EQ(board.receive(0, frame, kWaitMs), 0) << size;
+        unsigned sum = 17 + 8 + static_cast<unsigned>(size);
+        for (std::size_t i = 26; i < 42 + size; ++i) {
+            sum += i % 2 == 0 ? frame[i] * 256U : frame[i];
+        }
+        EXPECT_EQ(sum % 0xFFFF, 0U) << "the checksum of " << size << " bytes";
+    }
+    close(sender);
+}
+
+TEST_F(InterfacePort, ComesBackWithItsInterface) {
+    useInterface();
+    const OpenBoard board;
+    board.enable();
+    board.send(0, kCommand);
+    EXPECT_EQ(atCamera(), kCommand);
+    std::atomic<unsigned> got{0};
+    std::thread reader([&] { // waits all the time
+        Bytes frame;
+        for (unsigned last = 0; last != 0xEEEE && board.receive(0, frame, kWaitMs) == 0;) {
+            last = frame[48] * 256U + frame[49];
+            got = last;
+        }
+    });
+    const auto exchange = [&](std::uint8_t id) {
+        const unsigned sent = id * 257U;
+        return eventually([&] { // the camera's side may be looking for its interface still
+                   camera->send(with(kAck, 48, {id, id}).data(), kAck.size());
+                   return got == sent;
+               }) &&
+               (board.send(0, kCommand), atCamera() == kCommand);
+    };
+    struct Row {
+        const char* name;
+        std::function<bool()> lose;
+        std::function<bool()> mend;
+    } const rows[] = {
+        {"switched off", [&] { return wire.host.shell("ip link set host0 down"); },
+         [&] { return wire.host.shell("ip link set host0 up"); }},
+        {"the other end switched off", [&] { return wire.camera.shell("ip link set camera0 down"); },
+         [&] { return wire.camera.shell("ip link set camera0 up"); }},
+        {"removed and made again", [&] { return wire.unplug(); }, [&] { return wire.plug(); }},
+        {"switched off and removed",
+         [&] { return wire.host.shell("ip link set host0 down") && wire.unplug(); },
+         [&] { return wire.plug(); }},
+    };
+    std::uint8_t id = 1;
+    for (const Row& row : rows) {
+        ASSERT_TRUE(row.lose()) << row.name;
+        EXPECT_TRUE(eventually([] { return !state(0).linkUp; })) << row.name;
+        const auto before = state(0).framesNotSent;
+        board.send(0, kCommand);
+        EXPECT_EQ(state(0).framesNotSent, before + 1) << row.name;
+        ASSERT_TRUE(row.mend()) << row.name;
+        EXPECT_TRUE(eventually([] { return state(0).linkUp; })) << row.name;
+        EXPECT_TRUE(exchange(id++)) << row.name;
+    }
+    EXPECT_TRUE(exchange(0xEE));
+    reader.join();
+}
+
+TEST_F(InterfacePort, BearsFaultsLikeAnyOther) {
+    useInterface("receive_fault_delay = 1\nsend_fault_drop = 1\nfault_seed = 1\n");
+    const OpenBoard board;
+    board.enable();
+    board.send(0, kCommand);
+    EXPECT_TRUE(eventually([] { return state(0).link.dropped == 1; }));
+    EXPECT_EQ(state(0).link.sent, 0U);
+    fromCamera(golden::load("arp_request"));
+    Bytes got;
+    EXPECT_EQ(board.receive(0, got, kWaitMs), 0) << "a late frame wakes the reader in the socket";
+}
+
+// Gives up a thread's right to raw sockets, for good.
+void giveUpRights() {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct none[2]{};
+    ASSERT_EQ(syscall(SYS_capset, &header, none), 0);
+}
+
+TEST_F(InterfacePort, SaysWhatIsWrong) {
+    const NetNamespace::Inside inside(wire.host);
+    const std::string port = "[board 0 port 0]\ninterface = ";
+    configure(
+        port + "absent0\n[board 0 port 1]\ninterface = host0\nmac = 02:00:00:00:00:77\n[board 0 port 2]\n");
+    const auto report = [](int number) {
+        SoftboardLinkReport r;
+        const bool none = softboard_linkReport(0, number, &r) != 0;
+        return std::string(none ? "none: " : r.interfaceName) + "|" + std::to_string(r.error) + "|" +
+               std::to_string(r.mtu) + "|" + std::to_string(r.mac[5]) + "|" + std::to_string(r.ipv4[3]) +
+               "|" + r.message;
+    };
+    ASSERT_TRUE(wire.host.shell("ip link set host0 mtu 9000 && ip addr add 169.254.1.9/16 dev host0"));
+    EXPECT_EQ(report(0), "absent0|19|0|0|0|there is no network interface absent0");
+    EXPECT_EQ(report(1), "host0|0|9000|119|9|");
+    EXPECT_EQ(report(2), "none: |0|0|0|0|this port is no network interface");
+    wire.host.shell("ip link set host0 down");
+    EXPECT_EQ(
+        report(1), "host0|100|9000|119|9|network interface host0 is switched off: ip link set host0 up");
+    std::thread([&] {
+        giveUpRights();
+        std::string error;
+        EXPECT_FALSE(softboard::loadConfiguration(port + "host0\n", error));
+        EXPECT_EQ(
+            error, "configuration:1: no right to use network interface host0 for raw frames: run as root, or "
+                   "give the program CAP_NET_RAW: setcap cap_net_raw+ep PROGRAM");
+    }).join();
+}
+
+} // namespace
