@@ -1,6 +1,7 @@
 #include "BoardWorker.h"
 
 #include "api/gige.h"
+#include "link_report/link_report.h"
 
 #include <cstdio>
 #include <utility>
@@ -106,9 +107,13 @@ void BoardWorker::look(const Ports& ports) {
             continue;
         }
         const bool known = Gbe_getLinkState(static_cast<int>(m_board), port, &up) == 0;
+        const auto interface = link_report::ofPort(static_cast<int>(m_board), port);
         {
             const std::lock_guard lock(m_mutex);
             m_view.linkUp[port] = known && up != 0;
+            if (interface && interface->mac != Mac{}) {
+                m_view.interfaceMacs[port] = interface->mac;
+            }
         }
         m_changed();
     }

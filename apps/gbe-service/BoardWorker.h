@@ -2,6 +2,7 @@
 // take long; everyone else sees what it saw last.
 #pragma once
 
+#include "Mac.h"
 #include "bounds.h"
 
 #include <array>
@@ -24,7 +25,9 @@ public:
     struct View {
         Phase phase = Phase::Opening;
         std::array<std::optional<bool>, kPorts> linkUp; // nothing: not looked at yet
-        std::uint64_t looks = 0;                        // number of the last look that has ended
+        // Of the network interfaces that ports are; each as it was when it was there last.
+        std::array<std::optional<Mac>, kPorts> interfaceMacs;
+        std::uint64_t looks = 0; // number of the last look that has ended
     };
 
     // `changed` is called by the thread after each change of the view. `expected`: a failure to open is told

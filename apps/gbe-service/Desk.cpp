@@ -92,7 +92,10 @@ std::optional<QByteArray> Desk::configure(const Request& request) {
     if (find(request.board) == nullptr || *request.port >= kPorts) {
         return kNoSuchPort;
     }
-    if (!isStationIp(request.text)) {
+    if (m_settings.ips.count({*request.board, *request.port}) != 0) {
+        return "510 the configuration file gives this port's address\n";
+    }
+    if (!parsePortIp(request.text)) {
         return "510 not an IPv4 address of a station\n";
     }
     std::string error;
@@ -129,10 +132,20 @@ std::optional<QByteArray> Desk::status(const Request& request) const {
         return std::nullopt;
     }
     const std::string prefix = "200-PORT " + std::to_string(*request.port) + " ";
-    const std::string ip = m_addresses.ip({*request.board, *request.port});
-    return line(prefix + "MAC " + toText(m_settings.mac(*request.board, *request.port))) +
-           line(prefix + (*up ? "up" : "down")) + (ip.empty() ? QByteArray() : line(prefix + "IP " + ip)) +
-           kDone;
+    const std::optional<PortIp> ip = ipOf({*request.board, *request.port});
+    return line(prefix + "MAC " + toText(macOf(*board, *request.port))) +
+           line(prefix + (*up ? "up" : "down")) +
+           (ip ? line(prefix + "IP " + ip->ip) + line(prefix + "MASK " + ip->mask) : QByteArray()) + kDone;
+}
+
+Mac Desk::macOf(const BoardWorker& board, unsigned port) const {
+    return m_settings.mac(board.board(), port, board.view().interfaceMacs[port]);
+}
+
+// The configuration file's word counts; nothing when the port keeps the address that it has of itself.
+std::optional<PortIp> Desk::ipOf(PortKey port) const {
+    const auto configured = m_settings.ips.find(port);
+    return configured != m_settings.ips.end() ? std::optional(configured->second) : m_addresses.ip(port);
 }
 
 std::optional<QByteArray> Desk::openPort(unsigned number, unsigned port) const {
@@ -150,7 +163,7 @@ std::optional<QByteArray> Desk::openPort(unsigned number, unsigned port) const {
     }
     return line(
                "200-BOARD " + std::to_string(number) + " PORT " + std::to_string(port) + " MAC " +
-               toText(m_settings.mac(number, port))) +
+               toText(macOf(*board, port))) +
            kDone;
 }
 
@@ -161,7 +174,7 @@ std::optional<QByteArray> Desk::openMac(const std::string& text) const {
     }
     for (const auto& board : m_boards) {
         for (unsigned port = 0; port < kPorts; ++port) {
-            if (m_settings.mac(board->board(), port) == *mac) {
+            if (macOf(*board, port) == *mac) {
                 return openPort(board->board(), port);
             }
         }

@@ -39,6 +39,8 @@ private:
     Reply configure(const Request& request);
     Reply countBoards() const;
     Reply status(const Request& request) const;
+    Mac macOf(const BoardWorker& board, unsigned port) const;
+    std::optional<PortIp> ipOf(PortKey port) const;
     Reply openPort(unsigned board, unsigned port) const;
     Reply openMac(const std::string& text) const;
 

@@ -37,6 +37,16 @@ bool parseSection(const std::string& line, PortKey& port) {
            closing == ']' && port.first < kBoards && port.second < kPorts;
 }
 
+// A dotted IPv4 address that one station can have: not this host, not loopback, no group, no broadcast.
+bool isStationIp(const std::string& text) {
+    in_addr address{};
+    if (inet_pton(AF_INET, text.c_str(), &address) != 1) {
+        return false;
+    }
+    const unsigned first = ntohl(address.s_addr) >> 24;
+    return first != 0 && first != 127 && first < 224;
+}
+
 // Takes the lines of a configuration, one at a time; an error text for a wrong one.
 class SettingsReader {
 public:
@@ -60,7 +70,9 @@ public:
 private:
     std::string takeKey(const std::string& key, const std::string& value) {
         if (m_inPort) {
-            return key == "mac" ? takeMac(value) : "unknown key of a port: " + key;
+            return key == "mac"  ? takeMac(value)
+                   : key == "ip" ? takeIp(value)
+                                 : "unknown key of a port: " + key;
         }
         std::string error;
         unsigned seconds = 0;
@@ -87,6 +99,15 @@ private:
             }
         }
         m_settings.macs[m_port] = *mac;
+        return "";
+    }
+
+    std::string takeIp(const std::string& value) {
+        const auto ip = parsePortIp(value);
+        if (!ip) {
+            return "no IPv4 address of a station: " + value;
+        }
+        m_settings.ips[m_port] = *ip;
         return "";
     }
 
@@ -122,9 +143,9 @@ template<typename Take> bool readLines(const QString& name, Take take, std::stri
 
 } // namespace
 
-Mac Settings::mac(unsigned board, unsigned port) const {
+Mac Settings::mac(unsigned board, unsigned port, const std::optional<Mac>& interface) const {
     const auto found = macs.find({board, port});
-    return found != macs.end() ? found->second : localMac(board, port);
+    return found != macs.end() ? found->second : interface ? *interface : localMac(board, port);
 }
 
 bool readSettings(const QString& file, Settings& settings, std::string& error) {
@@ -154,13 +175,27 @@ bool parseBoards(const std::string& text, std::vector<unsigned>& boards, std::st
     return true;
 }
 
-bool isStationIp(const std::string& text) {
-    in_addr address{};
-    if (inet_pton(AF_INET, text.c_str(), &address) != 1) {
-        return false;
+std::optional<PortIp> parsePortIp(const std::string& text) {
+    constexpr unsigned kBits = 32;
+    constexpr unsigned kMostBits = 30; // two addresses besides the ends
+    const std::size_t slash = text.find('/');
+    PortIp port{text.substr(0, slash), ""};
+    unsigned bits = port.ip.starts_with("169.254.") ? 16 : 24;
+    if (!isStationIp(port.ip) ||
+        (slash != text.npos && (!parseNumber(text.substr(slash + 1), kMostBits + 1, bits) || bits == 0))) {
+        return std::nullopt;
     }
-    const unsigned first = ntohl(address.s_addr) >> 24;
-    return first != 0 && first != 127 && first < 224;
+    in_addr address{};
+    inet_pton(AF_INET, port.ip.c_str(), &address);
+    const std::uint32_t mask = ~std::uint32_t{0} << (kBits - bits);
+    const std::uint32_t host = ntohl(address.s_addr) & ~mask;
+    if (host == 0 || host == ~mask) {
+        return std::nullopt;
+    }
+    address.s_addr = htonl(mask);
+    char maskText[INET_ADDRSTRLEN];
+    port.mask = inet_ntop(AF_INET, &address, maskText, sizeof maskText);
+    return port;
 }
 
 bool AddressBook::load(std::string& error) {
@@ -169,13 +204,13 @@ bool AddressBook::load(std::string& error) {
     }
     const auto take = [this](const std::string& line) -> std::string {
         PortKey port;
-        char ip[16];
+        char ip[20];
         if (line.empty() || line.front() == '#') {
             return "";
         }
         const int fields =
-            std::sscanf(line.c_str(), "board %u port %u ip %15s", &port.first, &port.second, ip);
-        if (fields != 3 || port.first >= kBoards || port.second >= kPorts || !isStationIp(ip)) {
+            std::sscanf(line.c_str(), "board %u port %u ip %19s", &port.first, &port.second, ip);
+        if (fields != 3 || port.first >= kBoards || port.second >= kPorts || !parsePortIp(ip)) {
             return "no address of a port";
         }
         m_ips[port] = ip;
@@ -202,9 +237,9 @@ bool AddressBook::set(PortKey port, const std::string& ip, std::string& error) {
     return true;
 }
 
-std::string AddressBook::ip(PortKey port) const {
+std::optional<PortIp> AddressBook::ip(PortKey port) const {
     const auto found = m_ips.find(port);
-    return found != m_ips.end() ? found->second : "";
+    return found != m_ips.end() ? parsePortIp(found->second) : std::nullopt;
 }
 
 } // namespace gbe_service

@@ -24,17 +24,23 @@ Tables& tables() {
 namespace {
 
 constexpr const char* kDevicePort = "Device";
+constexpr IpBytes kUsualMask{255, 255, 255, 0};
 
-// Each port's MAC is asked for in an exchange of its own.
+// Each port's addresses are asked for in an exchange of its own. An IP address that comes without a mask is
+// taken for one of the smallest usual network.
 bool setPortAddresses(int boardIndex, GigeCamera& open) {
     for (int port = 0; port < GenICamPortWrapper::kPorts; ++port) {
         GbeTransmission service;
         unsigned char mac[6] = {};
+        PortIp address;
         if (!service.isEstablished() ||
-            !cmdStatus(service, boardIndex, static_cast<unsigned>(port), nullptr, mac)) {
+            !cmdStatus(service, boardIndex, static_cast<unsigned>(port), nullptr, mac, &address)) {
             return false;
         }
         open.SetMAC(port, mac);
+        if (address.ip != IpBytes{}) {
+            open.setPortIP(port, address.ip, address.mask != IpBytes{} ? address.mask : kUsualMask);
+        }
     }
     return true;
 }

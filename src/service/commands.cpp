@@ -3,6 +3,8 @@
 #include "service/GbeTransmission.h"
 #include "util/MacAddress.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
@@ -64,11 +66,19 @@ bool parseStatusMac(const std::string& line, unsigned char* mac) {
     return true;
 }
 
+void parseIp(std::string_view text, std::array<unsigned char, 4>& ip) {
+    std::array<unsigned char, 4> octets{};
+    if (inet_pton(AF_INET, std::string(text).c_str(), octets.data()) == 1) {
+        ip = octets;
+    }
+}
+
 // What a status reply has told so far.
 struct StatusReply {
     std::string prefix;
     bool* linkUp;
     unsigned char* mac;
+    PortIp ip{};
     bool macSeen = false;
     bool linkSeen = false;
 
@@ -79,6 +89,10 @@ struct StatusReply {
         const std::string_view rest = std::string_view(line).substr(prefix.size());
         if (rest.starts_with("MAC ")) {
             macSeen = mac == nullptr || parseStatusMac(line, mac);
+        } else if (rest.starts_with("IP ")) {
+            parseIp(rest.substr(3), ip.ip);
+        } else if (rest.starts_with("MASK ")) {
+            parseIp(rest.substr(5), ip.mask);
         } else if (rest == "up" || rest == "down") {
             linkSeen = true;
             if (linkUp != nullptr) {
@@ -169,6 +183,11 @@ int cmdCountBoards(GbeTransmission& transmission) {
 }
 
 bool cmdStatus(GbeTransmission& transmission, int board, unsigned port, bool* linkUp, unsigned char* mac) {
+    return cmdStatus(transmission, board, port, linkUp, mac, nullptr);
+}
+
+bool cmdStatus(
+    GbeTransmission& transmission, int board, unsigned port, bool* linkUp, unsigned char* mac, PortIp* ip) {
     char request[kRequestSize];
     std::snprintf(request, sizeof request, "STATUS BOARD %u PORT %u", static_cast<unsigned>(board), port);
     if (transmission.send(request) < 0) {
@@ -181,6 +200,9 @@ bool cmdStatus(GbeTransmission& transmission, int board, unsigned port, bool* li
             return false;
         }
         if (line->starts_with(kFailed) || line->starts_with(kDone)) {
+            if (ip != nullptr) {
+                *ip = reply.ip;
+            }
             return reply.macSeen && reply.linkSeen;
         }
         reply.take(*line);

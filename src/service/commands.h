@@ -2,6 +2,8 @@
 // transmission and waits for the reply; without one it fails. No time limit.
 #pragma once
 
+#include <array>
+
 class GbeTransmission;
 
 // Stands for all boards or all ports in cmdRescan.
@@ -22,6 +24,16 @@ int cmdCountBoards(GbeTransmission& transmission);
 // A port's link state and MAC address (six bytes); both outputs may be null. True when the reply told both,
 // however it ended. Reads MAC addresses only of ports 0 to 9.
 bool cmdStatus(GbeTransmission& transmission, int board, unsigned port, bool* linkUp, unsigned char* mac);
+
+// The IPv4 address and subnet mask that the service has for a port, in network order; zeros when the reply
+// told none, and the port then keeps the address that it has of itself.
+struct PortIp {
+    std::array<unsigned char, 4> ip{};
+    std::array<unsigned char, 4> mask{};
+};
+// The same with that address as well.
+bool cmdStatus(
+    GbeTransmission& transmission, int board, unsigned port, bool* linkUp, unsigned char* mac, PortIp* ip);
 
 // The MAC address of a port, or the port that bears a MAC address: 0; -ENODEV when the service knows no such
 // port (410); -EIO when it cannot serve it (510); -EPROTO when the reply lacks what was asked; otherwise the

@@ -76,13 +76,30 @@ TEST(ServiceMacs, LocalOnesDifferAndAreTaken) {
 }
 
 TEST(ServiceSettings, AddressesThatAStationCanHave) {
-    for (const char* good : {"169.254.1.2", "10.0.0.1", "1.0.0.0", "223.255.255.255"}) {
-        EXPECT_TRUE(isStationIp(good)) << good;
-    }
-    for (const char* bad :
-         {"", "1.2.3", "1.2.3.4.5", "1.2.3.256", "01.2.3.4", "0.1.2.3", "127.0.0.1", "224.0.0.1",
-          "255.255.255.255", "1.2.3.4 ", "::1", "a.b.c.d", "1.2.3.-4"}) {
-        EXPECT_FALSE(isStationIp(bad)) << bad;
+    const std::pair<const char*, const char*> rows[] = {
+        {"169.254.1.2", "169.254.1.2 255.255.0.0"},
+        {"192.168.0.10", "192.168.0.10 255.255.255.0"},
+        {"10.0.0.0/7", ""},
+        {"10.0.0.1/7", "10.0.0.1 254.0.0.0"},
+        {"10.0.0.2/30", "10.0.0.2 255.255.255.252"},
+        {"10.0.0.2/31", ""},
+        {"10.0.0.2/0", ""},
+        {"10.0.0.2/", ""},
+        {"10.0.0.2/x", ""},
+        {"10.0.0.255", ""},
+        {"", ""},
+        {"1.2.3", ""},
+        {"1.2.3.256", ""},
+        {"01.2.3.4", ""},
+        {"0.1.2.3", ""},
+        {"127.0.0.1", ""},
+        {"224.0.0.1", ""},
+        {"1.2.3.4 ", ""},
+        {"::1", ""},
+    };
+    for (const auto& [text, expected] : rows) {
+        const auto port = parsePortIp(text);
+        EXPECT_EQ(port ? port->ip + " " + port->mask : "", expected) << text;
     }
 }
 
@@ -93,7 +110,7 @@ TEST(ServiceSettings, ConfigurationFiles) {
     } rows[] = {
         {"", nullptr},
         {"# nothing\n\n  boards = 2, 0 \nidle-limit=5\nsocket-group = g\n[board 0 port 2]\n mac = "
-         "02:00:00:00:00:12",
+         "02:00:00:00:00:12\nip = 10.0.0.1/8",
          nullptr},
         {"boards = 0,8\n", "file:1: no list of boards"},
         {"boards = 0,0\n", "file:1: no list of boards"},
@@ -105,6 +122,7 @@ TEST(ServiceSettings, ConfigurationFiles) {
         {"[board 0 port 4]\n", "file:1: no section"},
         {"[board 0 port 1] x\n", "file:1: no section"},
         {"[board 0 port 1]\nmac = 03:00:00:00:00:00\n", "file:2: no MAC address of a station"},
+        {"[board 0 port 1]\nip = 10.0.0.300\n", "file:2: no IPv4 address of a station: 10.0.0.300"},
         {"[board 0 port 1]\nboards = 1\n", "file:2: unknown key of a port"},
         {"[board 0 port 1]\nmac = 02:00:00:00:00:01\n[board 0 port 2]\nmac = 02:00:00:00:00:01\n",
          "file:4: this MAC address is another port's"},
@@ -123,7 +141,11 @@ TEST(ServiceSettings, ConfigurationFiles) {
     EXPECT_EQ(settings.boards, (std::vector<unsigned>{0, 2}));
     EXPECT_EQ(settings.idleLimit, std::chrono::seconds(5));
     EXPECT_EQ(toText(settings.mac(0, 2)), "02:00:00:00:00:12");
+    EXPECT_EQ((settings.ips[{0, 2}].mask), "255.0.0.0");
     EXPECT_EQ(settings.mac(0, 1), localMac(0, 1));
+    const Mac card{2, 0, 0, 0, 0, 0x77};
+    EXPECT_EQ(settings.mac(0, 1, card), card);
+    EXPECT_EQ(toText(settings.mac(0, 2, card)), "02:00:00:00:00:12");
     EXPECT_FALSE(readSettings("absent", settings, error));
 }
 
@@ -132,12 +154,12 @@ TEST(ServiceSettings, TheAddressBookOutlivesTheProcessAndBadFiles) {
     AddressBook book("folder/book");
     ASSERT_TRUE(book.load(error)) << "no file yet";
     ASSERT_TRUE(book.set({0, 1}, "10.0.0.1", error)) << error;
-    ASSERT_TRUE(book.set({7, 3}, "10.0.0.2", error)) << error;
+    ASSERT_TRUE(book.set({7, 3}, "10.0.0.2/8", error)) << error;
     AddressBook again("folder/book");
     ASSERT_TRUE(again.load(error)) << error;
-    EXPECT_EQ(again.ip({0, 1}), "10.0.0.1");
-    EXPECT_EQ(again.ip({7, 3}), "10.0.0.2");
-    EXPECT_EQ(again.ip({0, 0}), "");
+    EXPECT_EQ(again.ip({0, 1}).value().ip, "10.0.0.1");
+    EXPECT_EQ(again.ip({7, 3}).value().mask, "255.0.0.0");
+    EXPECT_FALSE(again.ip({0, 0}));
     for (const char* bad : {"board 0 port 9 ip 10.0.0.1\n", "board 0 port 1 ip 300.0.0.1\n", "nonsense\n"}) {
         writeFile("folder/book", bad);
         EXPECT_FALSE(AddressBook("folder/book").load(error)) << bad;
@@ -146,7 +168,7 @@ TEST(ServiceSettings, TheAddressBookOutlivesTheProcessAndBadFiles) {
     writeFile("blocked", "");
     AddressBook blocked("blocked/book");
     EXPECT_FALSE(blocked.set({0, 0}, "10.0.0.1", error)) << "no folder can be made there";
-    EXPECT_EQ(blocked.ip({0, 0}), "");
+    EXPECT_FALSE(blocked.ip({0, 0}));
 }
 
 TEST(ServiceSocketPlace, FolderSocketAndLockAreMadeForOwnerAndGroup) {

@@ -33,7 +33,9 @@ void writeFile(const char* name, const char* text) {
 class RunningService : public testing::Test {
 protected:
     static void SetUpTestSuite() {
-        writeFile("config", "boards = 0,5\nidle-limit = 2\n[board 0 port 2]\nmac = 02:00:00:00:00:12\n");
+        writeFile(
+            "config",
+            "boards = 0,5\nidle-limit = 2\n[board 0 port 2]\nmac = 02:00:00:00:00:12\nip = 10.0.0.1\n");
         s_service = std::make_unique<ServiceProcess>(QStringList{"--config", "config"});
         ASSERT_TRUE(s_service->answers());
         ASSERT_THAT(RawClient().ask("STATUS BOARD 0 PORT 3"), HasSubstr("200 OK\n")) << "open by now";
@@ -59,7 +61,9 @@ TEST_F(RunningService, AnswersEveryRequest) {
     } rows[] = {
         {"COUNT BOARDS", "200-1\n200 OK\n"},
         {"STATUS BOARD 0 PORT 0", "200-PORT 0 MAC " + mac + "\n200-PORT 0 up\n200 OK\n"},
-        {"STATUS BOARD 0 PORT 2", "200-PORT 2 MAC 02:00:00:00:00:12\n200-PORT 2 down\n200 OK\n"},
+        {"STATUS BOARD 0 PORT 2",
+         "200-PORT 2 MAC 02:00:00:00:00:12\n200-PORT 2 down\n200-PORT 2 IP 10.0.0.1\n"
+         "200-PORT 2 MASK 255.255.255.0\n200 OK\n"},
         {"STATUS BOARD 0 PORT 4", "510 no such port\n"},
         {"STATUS BOARD 1 PORT 0", "510 no such port\n"},
         {"STATUS BOARD 5 PORT 0", "510 board 5 cannot be opened\n"},
@@ -71,6 +75,7 @@ TEST_F(RunningService, AnswersEveryRequest) {
         {"RESCAN BOARD 1", "510 no such port\n"},
         {"RESCAN BOARD 5", "510 board 5 cannot be opened\n"},
         {"CONFIGURE BOARD 0 PORT 1 IP 127.0.0.1", "510 not an IPv4 address of a station\n"},
+        {"CONFIGURE BOARD 0 PORT 2 IP 10.0.0.9", "510 the configuration file gives this port's address\n"},
         {"CONFIGURE BOARD 3 PORT 1 IP 10.0.0.1", "510 no such port\n"},
         {"OPEN BOARD 0 PORT 2", "200-BOARD 0 PORT 2 MAC 02:00:00:00:00:12\n200 OK\n"},
         {"OPEN BOARD 0 PORT 4", "410 no such port\n"},
@@ -214,9 +219,9 @@ TEST(ServiceLife, ASecondStartIsRefused) {
 TEST(ServiceLife, AStaleSocketIsReplacedAndAddressesAreKept) {
     ServiceProcess killed(kOneBoard);
     ASSERT_TRUE(killed.answers());
-    EXPECT_EQ(RawClient().ask("CONFIGURE BOARD 0 PORT 1 IP 10.1.2.3"), "200 OK\n");
+    EXPECT_EQ(RawClient().ask("CONFIGURE BOARD 0 PORT 1 IP 10.1.2.3/16"), "200 OK\n");
     const std::string status = RawClient().ask("STATUS BOARD 0 PORT 1");
-    EXPECT_THAT(status, HasSubstr("\n200-PORT 1 IP 10.1.2.3\n200 OK\n"));
+    EXPECT_THAT(status, HasSubstr("\n200-PORT 1 IP 10.1.2.3\n200-PORT 1 MASK 255.255.0.0\n200 OK\n"));
     killed.stop(SIGKILL);
     ASSERT_TRUE(QFile::exists(LIOMOL_SERVICE_SOCKET));
     ServiceProcess next(kOneBoard);

@@ -69,7 +69,13 @@ TEST(Boards, OpenOnlyOnAnEthernetBoardWhileTheServiceAnswersForAllPorts) {
 
 TEST(Boards, TakeEachPortsAddressFromTheServiceOnce) {
     const Rig rig(2);
-    const FakeService service;
+    const FakeService service([](const std::string& line) {
+        const char* const more = line.ends_with("PORT 2") ? "200-PORT 2 IP 10.1.2.3\n"
+                                 : line.ends_with("PORT 3")
+                                     ? "200-PORT 3 MASK 255.0.0.0\n200-PORT 3 IP 10.0.0.1\n"
+                                     : "";
+        return more + FakeService::healthy(line);
+    });
     ASSERT_EQ(Wrapper::initBoard(1, 0), 0);
     ASSERT_EQ(Wrapper::initBoard(1, 0), 0);
     EXPECT_EQ(
@@ -79,6 +85,15 @@ TEST(Boards, TakeEachPortsAddressFromTheServiceOnce) {
     for (int port = 0; port < Wrapper::kPorts; ++port) {
         const MacBytes expected{2, 0, 0, 0, 1, static_cast<std::uint8_t>(port)};
         EXPECT_EQ(Wrapper::getBoard(1)->portMac(port), expected) << port;
+    }
+    const unsigned ips[][2] = {
+        {0xA9FE082A, 0xFFFF0000},
+        {0xA9FE082B, 0xFFFF0000},
+        {0x0A010203, 0xFFFFFF00},
+        {0x0A000001, 0xFF000000}};
+    for (int port = 0; port < Wrapper::kPorts; ++port) {
+        EXPECT_EQ(Wrapper::getBoard(1)->getPortIP(port), ips[port][0]) << port;
+        EXPECT_EQ(Wrapper::getBoard(1)->getPortMask(port), ips[port][1]) << port;
     }
     Wrapper::freeBoard(1);
 }
