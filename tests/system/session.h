@@ -86,7 +86,9 @@ inline ethernet::Settings plainCamera(ethernet::Settings more = {}) {
 // Boards 0 to count - 1, opened through the exported calls while a service answers.
 class Session {
 public:
-    explicit Session(int count = 1) : rig(count), boards(static_cast<std::size_t>(count)) {
+    // `keys` goes into the section of each board.
+    explicit Session(int count = 1, const std::string& keys = {})
+        : rig(count, keys), boards(static_cast<std::size_t>(count)) {
         for (int number = 0; number < count; ++number) {
             EXPECT_EQ(Gbe_initBoard(number, 0, &boards[static_cast<std::size_t>(number)]), 0);
         }
