@@ -64,6 +64,10 @@ inline constexpr std::size_t kSerialNumberSize = 16;
 inline constexpr std::size_t kUserDefinedNameSize = 16;
 inline constexpr std::size_t kUrlSize = 512;
 
+// Interface capability and configuration
+inline constexpr std::uint32_t kPersistentIpBit = 1;
+inline constexpr std::uint32_t kLinkLocalBit = 4; // always on
+
 // Control channel privilege
 inline constexpr std::uint32_t kPrivilegeNone = 0;
 inline constexpr std::uint32_t kPrivilegeExclusive = 1;

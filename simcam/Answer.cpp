@@ -11,6 +11,14 @@ Bytes ackMessage(gvcp::Status status, std::uint16_t code, std::uint16_t id, Byte
     return message.take();
 }
 
+Answer pendingAck(const Answer& answer, milliseconds time) {
+    constexpr auto code = static_cast<std::uint16_t>(gvcp::Command::PendingAck);
+    const auto id = Reader(ByteView(answer.message).subspan(gvcp::kAckId)).u16();
+    const auto ms = std::clamp<std::int64_t>(time.count(), 0, 0xFFFF);
+    const Bytes payload = Writer().u16(0).u16(static_cast<std::uint16_t>(ms)).take();
+    return {answer.to, ackMessage(gvcp::Status::Success, code, id, payload), answer.delay};
+}
+
 std::vector<Answer> spoilt(const Answer& sound, const Fault& fault) {
     Answer answer = sound;
     const auto id = Reader(ByteView(sound.message).subspan(gvcp::kAckId)).u16();
@@ -20,13 +28,9 @@ std::vector<Answer> spoilt(const Answer& sound, const Fault& fault) {
     case Fault::Kind::Delay:
         answer.delay += milliseconds(fault.value);
         return {answer};
-    case Fault::Kind::Pending: {
-        Writer time;
-        time.u16(0).u16(static_cast<std::uint16_t>(std::min<std::uint32_t>(fault.value, 0xFFFF)));
-        constexpr auto code = static_cast<std::uint16_t>(gvcp::Command::PendingAck);
+    case Fault::Kind::Pending:
         answer.delay += milliseconds(fault.value);
-        return {{sound.to, ackMessage(gvcp::Status::Success, code, id, time.view()), sound.delay}, answer};
-    }
+        return {pendingAck(sound, milliseconds(fault.value)), answer};
     case Fault::Kind::WrongId: {
         const auto wrong = static_cast<std::uint16_t>(id + fault.value);
         answer.message[gvcp::kAckId] = static_cast<std::uint8_t>(wrong >> 8);

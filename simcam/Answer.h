@@ -19,6 +19,9 @@ struct Answer {
 // A GVCP acknowledgement: its header and its payload.
 Bytes ackMessage(gvcp::Status status, std::uint16_t code, std::uint16_t id, ByteView payload);
 
+// The PENDING_ACK that announces `answer` in `time`.
+Answer pendingAck(const Answer& answer, milliseconds time);
+
 // What is sent instead of `sound` when the fault strikes it.
 std::vector<Answer> spoilt(const Answer& sound, const Fault& fault);
 

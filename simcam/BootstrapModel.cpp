@@ -8,8 +8,6 @@ namespace {
 
 constexpr std::uint32_t kTimestampReset = 1;
 constexpr std::uint32_t kTimestampLatch = 2;
-constexpr std::uint32_t kPersistentIpBit = 1;
-constexpr std::uint32_t kLinkLocalBit = 4;          // always on
 constexpr std::uint32_t kGvcpConfigurationBits = 3; // PENDING_ACK, heartbeat disable
 constexpr std::uint32_t kPacketSizeMask = 0xFFFF;
 constexpr std::uint32_t kDontFragmentBit = 0x40000000;
@@ -54,7 +52,7 @@ void BootstrapModel::written(Reg reg, std::uint32_t, Time now) {
         timestampControl(value, now);
         break;
     case Reg::InterfaceConfiguration:
-        m_registers.set(reg, (value & kPersistentIpBit) | kLinkLocalBit);
+        m_registers.set(reg, (value & bootstrap::kPersistentIpBit) | bootstrap::kLinkLocalBit);
         break;
     case Reg::GvcpConfiguration:
         m_registers.set(reg, value & kGvcpConfigurationBits);

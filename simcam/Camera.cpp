@@ -1,24 +1,32 @@
 #include "simcam/Camera.h"
 
+#include "simcam/state_file.h"
+
 #include <utility>
 
 namespace simcam {
 
-std::unique_ptr<Camera> Camera::make(const ethernet::Settings& settings, std::string& error) {
-    const auto parsed = parseSettings(settings, error);
+std::unique_ptr<Camera>
+Camera::make(const ethernet::Settings& settings, std::string& error, NoticeSink notices) {
+    auto parsed = parseSettings(settings, error);
     if (!parsed) {
         return nullptr;
     }
     auto description = makeDescription(*parsed, error);
-    if (!description) {
+    auto kept = description ? readState(parsed->stateFile, error) : std::nullopt;
+    if (!kept) {
         error = "camera: " + error;
         return nullptr;
     }
-    return std::unique_ptr<Camera>(new Camera(*parsed, *description));
+    Made made{std::move(*parsed), std::move(*description), std::move(*kept)};
+    return std::unique_ptr<Camera>(new Camera(std::move(made), std::move(notices)));
 }
 
-Camera::Camera(const CameraSettings& settings, const Description& description)
-    : m_core(settings, description, Clock::now()), m_thread([this] { run(); }) {}
+Camera::Camera(Made made, NoticeSink notices)
+    : m_stateFile(made.settings.stateFile),
+      m_core(
+          std::move(made.settings), std::move(made.description), Clock::now(), std::move(notices), made.kept),
+      m_thread([this] { run(); }) {}
 
 Camera::~Camera() {
     {
@@ -52,38 +60,69 @@ void Camera::receive(const std::uint8_t* frame, std::size_t size) {
 // Waits until frames arrived or the core has something due; false when the camera is to stop.
 bool Camera::waitForWork(std::deque<Bytes>& frames) {
     std::unique_lock lock(m_inboxMutex);
-    const auto ready = [this] { return m_stop || !m_inbox.empty(); };
+    const auto ready = [this] { return m_stop || m_acted || !m_inbox.empty(); };
     if (m_next) {
         m_wake.wait_until(lock, *m_next, ready);
     } else {
         m_wake.wait(lock, ready);
     }
     frames = std::exchange(m_inbox, {});
+    m_acted = false;
     return !m_stop;
 }
 
-std::vector<Bytes> Camera::work(const std::deque<Bytes>& frames, std::optional<Time>& next) {
+// One turn of the camera: what the frames do, what is due then, and what it has to keep.
+Camera::Turn Camera::work(const std::deque<Bytes>& frames) {
     const std::scoped_lock lock(m_coreMutex);
     const Time now = Clock::now();
     for (const Bytes& frame : frames) {
         m_core.receive(frame, now);
     }
-    auto due = m_core.due(now);
-    next = m_core.deadline();
-    return due;
+    Turn turn;
+    turn.due = m_core.due(now);
+    turn.kept = m_stateFile.empty() ? std::nullopt : m_core.changedNonvolatile();
+    m_next = m_core.deadline();
+    return turn;
 }
 
 void Camera::run() {
     std::deque<Bytes> frames;
     while (waitForWork(frames)) {
-        const auto due = work(frames, m_next);
+        const Turn turn = work(frames);
+        if (turn.kept) { // before the answer that says so
+            writeState(m_stateFile, *turn.kept);
+        }
         const std::scoped_lock lock(m_sinkMutex);
-        for (const Bytes& frame : due) {
+        for (const Bytes& frame : turn.due) {
             if (m_sink) {
                 m_sink(frame.data(), frame.size());
             }
         }
     }
+}
+
+void Camera::wake() {
+    {
+        const std::scoped_lock lock(m_inboxMutex);
+        m_acted = true;
+    }
+    m_wake.notify_one();
+}
+
+void Camera::reboot(milliseconds silent) {
+    act([&] { m_core.reboot(Clock::now(), silent); });
+}
+
+void Camera::silence(milliseconds time) {
+    act([&] { m_core.silence(Clock::now() + time); });
+}
+
+void Camera::setLinkFaults(const LinkFaults& faults) {
+    act([&] { m_core.setLinkFaults(faults); });
+}
+
+void Camera::setSlowWrites(std::vector<SlowWrite> slow) {
+    act([&] { m_core.setSlowWrites(std::move(slow)); });
 }
 
 Report Camera::report() {
@@ -97,8 +136,9 @@ std::optional<Bytes> Camera::peek(Address address, std::size_t count) {
 }
 
 bool Camera::poke(Address address, ByteView bytes) {
-    const std::scoped_lock lock(m_coreMutex);
-    return m_core.memory().poke(address, bytes, Clock::now());
+    bool done = false;
+    act([&] { done = m_core.memory().poke(address, bytes, Clock::now()); });
+    return done;
 }
 
 std::optional<std::uint32_t> Camera::peekRegister(Address address) {

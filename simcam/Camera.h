@@ -16,8 +16,9 @@ namespace simcam {
 
 class Camera : public ethernet::Endpoint {
 public:
-    // Null on a bad setting; `error` then says in one line what is wrong.
-    static std::unique_ptr<Camera> make(const ethernet::Settings& settings, std::string& error);
+    // Null on a bad setting; `error` then says in one line what is wrong. The notices begin during the call.
+    static std::unique_ptr<Camera>
+    make(const ethernet::Settings& settings, std::string& error, NoticeSink notices = {});
     ~Camera() override;
 
     void plug(ethernet::FrameSink sink) override;
@@ -27,6 +28,11 @@ public:
     Report report();
     EventLog& log() { return m_core.log(); }
     FaultPlan& faults() { return m_core.faults(); }
+    // See CameraCore. Silence lasts `time` from now.
+    void reboot(milliseconds silent);
+    void silence(milliseconds time);
+    void setLinkFaults(const LinkFaults& faults);
+    void setSlowWrites(std::vector<SlowWrite> slow);
     // Bytes of camera memory, regardless of access rights; none where nothing is.
     std::optional<Bytes> peek(Address address, std::size_t count);
     // Changes them, with what follows from a write; false where nothing is.
@@ -37,18 +43,38 @@ public:
     std::uint64_t dropped() const;
 
 private:
-    Camera(const CameraSettings& settings, const Description& description);
+    struct Made {
+        CameraSettings settings;
+        Description description;
+        Nonvolatile::Contents kept;
+    };
+    Camera(Made made, NoticeSink notices);
     void run();
+    void wake();
     bool waitForWork(std::deque<Bytes>& frames);
-    std::vector<Bytes> work(const std::deque<Bytes>& frames, std::optional<Time>& next);
+    struct Turn {
+        std::vector<Bytes> due;
+        std::optional<Nonvolatile::Contents> kept; // when it is to be written
+    };
+    Turn work(const std::deque<Bytes>& frames);
+    // Does something to the camera, and has its thread see to what follows.
+    template<class Action> void act(Action action) {
+        {
+            const std::scoped_lock lock(m_coreMutex);
+            action();
+        }
+        wake();
+    }
 
     mutable std::mutex m_inboxMutex;
     std::condition_variable m_wake;
     std::deque<Bytes> m_inbox;   // guarded by m_inboxMutex
     std::uint64_t m_dropped = 0; // guarded by m_inboxMutex
+    bool m_acted = false;        // guarded by m_inboxMutex: something besides a frame came from outside
     bool m_stop = false;         // guarded by m_inboxMutex
     std::optional<Time> m_next;  // of the camera's thread alone
 
+    const std::string m_stateFile;
     std::mutex m_coreMutex;
     CameraCore m_core; // guarded by m_coreMutex
 

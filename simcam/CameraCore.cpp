@@ -1,111 +1,169 @@
 #include "simcam/CameraCore.h"
 
 #include "protocol/net.h"
+#include "simcam/CameraUnit.h"
 #include "simcam/FeatureModel.h"
+
+#include <algorithm>
 
 namespace simcam {
 
-CameraCore::CameraCore(const CameraSettings& settings, const Description& description, Time start)
-    : m_station(settings.mac, settings.ip), m_memory(m_registers), m_bootstrap(m_registers, start),
-      m_device({m_station, m_registers, m_memory, m_log, m_faults}, settings.latency) {
-    fillIn(settings, description);
-    m_memory.addModel(m_bootstrap);
-    if (settings.plainMemory) {
-        m_memory.usePlainMemory();
-    } else {
-        m_features = std::make_unique<FeatureModel>(m_registers, m_bootstrap, m_log, start);
-        m_memory.addModel(*m_features);
-    }
-    m_device.onControlLost([this](Time now) {
-        m_bootstrap.controlLost(now);
-        if (m_features) {
-            m_features->controlLost(now);
-        }
-    });
-    for (const Fault& fault : settings.faults) {
+CameraCore::CameraCore(
+    CameraSettings settings, Description description, Time start, NoticeSink notices,
+    const Nonvolatile::Contents& kept)
+    : m_settings(std::move(settings)), m_description(std::move(description)), m_notices(std::move(notices)),
+      m_station(m_settings.mac, {}),
+      m_addressing(m_station, m_notices, {m_settings.ip, m_settings.probeSecond}) {
+    for (const Fault& fault : m_settings.faults) {
         m_faults.add(fault);
     }
+    setLinkFaults(m_settings.linkFaults);
+    build(start, kept);
+    m_addressing.start(m_unit->registers, start);
 }
 
 CameraCore::~CameraCore() = default;
 
-void CameraCore::fillIn(const CameraSettings& settings, const Description& description) {
-    m_registers.set(Reg::MacHigh, settings.mac >> 32);
-    m_registers.set(Reg::MacLow, settings.mac);
-    m_registers.set(Reg::CurrentIp, settings.ip.address);
-    m_registers.set(Reg::CurrentSubnetMask, settings.ip.mask);
-    m_registers.set(Reg::CurrentGateway, settings.ip.gateway);
-    m_registers.setText(Reg::ManufacturerName, settings.vendor);
-    m_registers.setText(Reg::ModelName, settings.model);
-    m_registers.setText(Reg::DeviceVersion, settings.version);
-    m_registers.setText(Reg::ManufacturerInfo, settings.info);
-    m_registers.setText(Reg::SerialNumber, settings.serial);
-    m_registers.setText(Reg::UserDefinedName, settings.name);
-    m_registers.setText(Reg::FirstUrl, description.firstUrl);
-    m_registers.setText(Reg::SecondUrl, description.secondUrl);
-    m_memory.addFile(description.zip.address, description.zip.content);
-    if (description.text) {
-        m_memory.addFile(description.text->address, description.text->content);
-    }
+void CameraCore::build(Time now, const Nonvolatile::Contents& kept) {
+    const auto forceIp = [this](const IpConfiguration& ip, Time when) {
+        if (ip.address == 0) {
+            m_addressing.start(m_unit->registers, when);
+        } else {
+            m_addressing.force(ip);
+        }
+    };
+    m_unit = std::make_unique<CameraUnit>(
+        CameraUnit::Surroundings{m_settings, m_description, m_station, m_log, m_faults, m_notices, forceIp},
+        kept, now);
 }
 
-void CameraCore::send(Bytes frame, Time when) {
-    if (m_outbox.size() < kOutboxFrames) {
-        m_outbox.push({when, m_order++, std::move(frame)});
+Memory& CameraCore::memory() {
+    return m_unit->memory;
+}
+
+const Registers& CameraCore::registers() const {
+    return m_unit->registers;
+}
+
+void CameraCore::setLinkFaults(const LinkFaults& faults) {
+    m_in.setFaults(faults.in, faults.seed);
+    m_out.setFaults(faults.out, ~faults.seed);
+}
+
+void CameraCore::send(std::vector<Bytes> frames, Time when) {
+    for (Bytes& frame : frames) {
+        m_out.push(std::move(frame), when);
     }
 }
 
 void CameraCore::receive(ByteView frame, Time now) {
+    if (isSilent(now)) {
+        return;
+    }
+    if (m_in.isOpen()) {
+        hear(frame, now);
+        return;
+    }
+    m_in.push(Bytes(frame.begin(), frame.end()), now);
+    for (const Bytes& arrived : m_in.take(now)) {
+        hear(arrived, now);
+    }
+}
+
+void CameraCore::hear(ByteView frame, Time now) {
     Received received = m_station.receive(frame);
     if (!received.answer.empty()) {
-        send(std::move(received.answer), now);
+        m_out.push(std::move(received.answer), now);
+    }
+    if (received.arp) {
+        bool lost = false;
+        send(m_addressing.heard(*received.arp, now, lost), now);
+        if (lost) {
+            m_unit->device.dropControl(now, "the address is gone");
+        }
     }
     if (!received.datagram || received.datagram->toPort != gvcp::kPort) {
         return;
     }
-    for (const Answer& answer : m_device.handle(*received.datagram, now)) {
+    for (const Answer& answer : m_unit->device.handle(*received.datagram, now)) {
+        if (m_station.ip().address == 0) { // none to answer from: a FORCEIP has made it look for another
+            continue;
+        }
         Bytes made = m_station.datagram(answer.to, gvcp::kPort, answer.message);
         if (answer.damaged && !answer.message.empty()) {
             made[net::kUdpPayload + answer.message.size() - 1] ^= 0xFF;
         }
-        send(std::move(made), now + answer.delay);
+        m_out.push(std::move(made), now + answer.delay);
     }
 }
 
 std::vector<Bytes> CameraCore::due(Time now) {
-    m_device.advance(now);
-    std::vector<Bytes> frames;
-    while (!m_outbox.empty() && m_outbox.top().when <= now) {
-        frames.push_back(m_outbox.top().frame);
-        m_outbox.pop();
+    if (m_upAt && now >= *m_upAt) {
+        m_upAt.reset();
+        tell(m_notices, "up again");
+        m_addressing.start(m_unit->registers, now);
     }
-    return frames;
+    const bool silent = isSilent(now);
+    for (const Bytes& arrived : m_in.take(now)) {
+        if (!silent) {
+            hear(arrived, now);
+        }
+    }
+    m_unit->device.advance(now);
+    send(m_addressing.advance(now), now);
+    auto frames = m_out.take(now);
+    return silent ? std::vector<Bytes>() : frames;
 }
 
 std::optional<Time> CameraCore::deadline() const {
-    auto next = m_device.deadline();
-    if (!m_outbox.empty() && (!next || m_outbox.top().when < *next)) {
-        next = m_outbox.top().when;
+    std::optional<Time> next;
+    for (const auto& one :
+         {m_unit->device.deadline(), m_addressing.deadline(), m_in.deadline(), m_out.deadline(), m_upAt}) {
+        next = one && (!next || *one < *next) ? one : next;
     }
     return next;
 }
 
+void CameraCore::reboot(Time now, milliseconds silent) {
+    tell(m_notices, "reboots, silent for " + std::to_string(silent.count()) + " ms");
+    m_unit->device.dropControl(now, "rebooted");
+    m_addressing.stop();
+    const auto kept = m_unit->nonvolatile->save();
+    build(now, kept);
+    m_station.forgetNeighbours();
+    m_in.clear();
+    m_out.clear();
+    m_upAt = now + silent;
+    m_silentUntil = m_upAt;
+}
+
+void CameraCore::silence(Time until) {
+    m_silentUntil = std::max(until, m_upAt.value_or(until));
+}
+
+std::optional<Nonvolatile::Contents> CameraCore::changedNonvolatile() {
+    return m_unit->nonvolatile->takeChanged() ? std::optional(m_unit->nonvolatile->save()) : std::nullopt;
+}
+
 Report CameraCore::report(Time now) {
-    m_device.advance(now);
-    m_memory.refresh(now);
+    m_unit->device.advance(now);
+    m_unit->memory.refresh(now);
     Report report;
-    if (m_features) {
-        const AcquisitionModel& acquisition = m_features->acquisition();
+    if (m_unit->features) {
+        const AcquisitionModel& acquisition = m_unit->features->acquisition();
         report.acquiring = acquisition.isAcquiring();
         report.frames = acquisition.statistics().frames;
         report.packets = acquisition.statistics().packets;
         report.bytes = acquisition.statistics().bytes;
     }
-    report.destinationIp = static_cast<std::uint32_t>(m_registers.get(Reg::StreamDestination));
-    report.destinationPort = static_cast<std::uint16_t>(m_registers.get(Reg::StreamPort));
-    report.privilege = m_device.control().value();
-    report.controller = m_device.control().owner();
+    const Registers& registers = m_unit->registers;
+    report.destinationIp = static_cast<std::uint32_t>(registers.get(Reg::StreamDestination));
+    report.destinationPort = static_cast<std::uint16_t>(registers.get(Reg::StreamPort));
+    report.privilege = m_unit->device.control().value();
+    report.controller = m_unit->device.control().owner();
     report.ip = m_station.ip();
+    report.silent = isSilent(now);
+    report.lost = m_in.lost() + m_out.lost();
     return report;
 }
 

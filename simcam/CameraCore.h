@@ -3,17 +3,19 @@
 // faults().
 #pragma once
 
-#include "simcam/BootstrapModel.h"
+#include "simcam/Addressing.h"
 #include "simcam/Description.h"
-#include "simcam/GvcpDevice.h"
+#include "simcam/EventLog.h"
+#include "simcam/LinkFaults.h"
+#include "simcam/Memory.h"
+#include "simcam/Nonvolatile.h"
 #include "simcam/Settings.h"
 
 #include <memory>
-#include <queue>
 
 namespace simcam {
 
-class FeatureModel;
+class CameraUnit;
 
 // What the camera does and would send.
 struct Report {
@@ -25,12 +27,17 @@ struct Report {
     std::uint16_t destinationPort = 0;
     std::uint32_t privilege = 0;    // value of the control channel privilege register
     std::optional<Peer> controller; // the application that holds control
-    IpConfiguration ip;
+    IpConfiguration ip;             // address 0: it has none yet
+    bool silent = false;            // by request or during a reboot
+    std::uint64_t lost = 0;         // frames that faults of the wire have taken
 };
 
 class CameraCore {
 public:
-    CameraCore(const CameraSettings& settings, const Description& description, Time start);
+    // `kept` is what an earlier camera of this identity kept without power.
+    CameraCore(
+        CameraSettings settings, Description description, Time start, NoticeSink notices = {},
+        const Nonvolatile::Contents& kept = {});
     ~CameraCore();
 
     void receive(ByteView frame, Time now);
@@ -39,36 +46,42 @@ public:
     // When due() has something to do next, if nothing arrives before.
     std::optional<Time> deadline() const;
 
+    // Starts the camera anew: nothing but what it keeps without power survives. It neither hears nor speaks
+    // for `silent`, and then looks for its address.
+    void reboot(Time now, milliseconds silent);
+    // It neither hears nor speaks until then; all else goes on, as with its cable pulled.
+    void silence(Time until);
+    void setLinkFaults(const LinkFaults& faults);
+    void setSlowWrites(std::vector<SlowWrite> slow) { m_settings.slowWrites = std::move(slow); }
+
+    // What it keeps without power, when that has changed since the last call.
+    std::optional<Nonvolatile::Contents> changedNonvolatile();
+
     Report report(Time now);
     EventLog& log() { return m_log; }
     FaultPlan& faults() { return m_faults; }
     const Station& station() const { return m_station; }
-    Memory& memory() { return m_memory; }
-    const Registers& registers() const { return m_registers; }
+    Memory& memory();
+    const Registers& registers() const;
 
 private:
-    struct Outgoing {
-        Time when;
-        std::uint64_t order; // frames of one time leave in the order in which they were made
-        Bytes frame;
-        bool operator<(const Outgoing& other) const {
-            return when != other.when ? when > other.when : order > other.order;
-        }
-    };
+    void build(Time now, const Nonvolatile::Contents& kept);
+    void hear(ByteView frame, Time now);
+    void send(std::vector<Bytes> frames, Time when);
+    bool isSilent(Time now) const { return m_silentUntil && now < *m_silentUntil; }
 
-    void fillIn(const CameraSettings& settings, const Description& description);
-    void send(Bytes frame, Time when);
-
+    CameraSettings m_settings;
+    const Description m_description;
+    const NoticeSink m_notices;
     EventLog m_log;
     FaultPlan m_faults;
     Station m_station;
-    Registers m_registers;
-    Memory m_memory;
-    BootstrapModel m_bootstrap;
-    std::unique_ptr<FeatureModel> m_features; // none behind a description of others
-    GvcpDevice m_device;
-    std::priority_queue<Outgoing> m_outbox;
-    std::uint64_t m_order = 0;
+    Addressing m_addressing;
+    std::unique_ptr<CameraUnit> m_unit; // never null; made anew by a reboot
+    Line m_in;
+    Line m_out;
+    std::optional<Time> m_silentUntil;
+    std::optional<Time> m_upAt; // the end of a reboot
 };
 
 } // namespace simcam

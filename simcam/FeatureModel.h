@@ -25,6 +25,7 @@ public:
     void controlLost(Time now) override;
 
     const AcquisitionModel& acquisition() const { return m_acquisition; }
+    UserSetModel& userSets() { return m_userSets; }
 
 private:
     ImageModel m_image;

@@ -1,5 +1,7 @@
 #include "simcam/GvcpDevice.h"
 
+#include "simcam/text.h"
+
 #include <algorithm>
 
 namespace simcam {
@@ -14,6 +16,11 @@ constexpr std::size_t kRegisterPair = 8; // address and value
 constexpr std::size_t kReadMemPayload = 8;
 constexpr std::size_t kForceIpPayload = 56;
 constexpr std::uint32_t kHeartbeatDisabled = 1;
+constexpr std::uint32_t kPendingAckEnabled = 2;
+
+std::string nameOf(const Peer& who) {
+    return ipText(who.ip) + ":" + std::to_string(who.port);
+}
 
 bool aligned(std::size_t value) {
     return value % kWord == 0;
@@ -53,7 +60,11 @@ std::optional<GvcpDevice::Request> GvcpDevice::parse(const Datagram& datagram, T
     request.payload = reader.bytes(std::min<std::size_t>(request.length, reader.left()));
     const Handler* handler = handlerOf(request.code);
     const bool isCommand = request.code % 2 == 0; // acknowledgements are odd and never answered
-    const bool addressed = !request.broadcast || (handler != nullptr && handler->toEveryone);
+    // Without an address of its own the device can still be given one.
+    const bool hasAddress = m_parts.station.ip().address != 0;
+    const bool forEveryone =
+        handler != nullptr && handler->toEveryone && (hasAddress || handler->command == Command::ForceIpCmd);
+    const bool addressed = !request.broadcast || forEveryone;
     return reader.ok() && key == gvcp::kKey && isCommand && addressed ? std::optional(request) : std::nullopt;
 }
 
@@ -73,24 +84,29 @@ std::vector<Answer> GvcpDevice::handle(const Datagram& datagram, Time now) {
 
 // What is remembered is what the device did, not what a fault made of the answer: a retransmission of a
 // command whose answer was spoilt gets the sound one.
-GvcpDevice::Response
-GvcpDevice::respond(const Request& request, ByteView message, const std::optional<Fault>& fault) {
+Response GvcpDevice::respond(const Request& request, ByteView message, const std::optional<Fault>& fault) {
     if (fault && fault->kind == Fault::Kind::Status) {
         Response refused{static_cast<Status>(fault->value), {}};
         note(request, refused.status, false);
         return refused;
     }
-    if (const Response* again = remembered(request, message)) {
+    // Discovery is asked anew each time: its answer does no harm and its ids are drawn at random.
+    const bool anew = static_cast<Command>(request.code) == Command::DiscoveryCmd;
+    const auto again = anew ? std::nullopt : m_retransmissions.find(request.from, message, request.now);
+    if (again) {
         note(request, again->status, true);
         return *again;
     }
     Response response = execute(request);
+    response.takes = response.status == Status::Success ? timeOf(request) : milliseconds(0);
     note(request, response.status, false);
-    remember(request, message, response);
+    if (!anew) {
+        m_retransmissions.remember(request.from, message, response, request.now);
+    }
     return response;
 }
 
-GvcpDevice::Response GvcpDevice::execute(const Request& request) {
+Response GvcpDevice::execute(const Request& request) {
     const Handler* handler = handlerOf(request.code);
     if (handler == nullptr) {
         return {Status::NotImplemented, {}};
@@ -104,7 +120,7 @@ GvcpDevice::Response GvcpDevice::execute(const Request& request) {
 // --- the commands ---
 
 // The acknowledgement's payload has the layout of the bootstrap registers from address 0 on.
-GvcpDevice::Response GvcpDevice::discovery(const Request& request) {
+Response GvcpDevice::discovery(const Request& request) {
     if (!request.payload.empty()) {
         return {Status::InvalidHeader, {}};
     }
@@ -119,7 +135,7 @@ GvcpDevice::Response GvcpDevice::discovery(const Request& request) {
     return response;
 }
 
-GvcpDevice::Response GvcpDevice::forceIp(const Request& request) {
+Response GvcpDevice::forceIp(const Request& request) {
     constexpr std::size_t kReserved = 12;
     Reader reader(request.payload);
     reader.skip(2);
@@ -138,17 +154,14 @@ GvcpDevice::Response GvcpDevice::forceIp(const Request& request) {
     if (m_control.owner()) {
         return {Status::AccessDenied, {}};
     }
-    if (ip.address == 0) { // starts over with its own configuration, which is what it has
-        return {};
+    if (ip.address != 0 && (!isHostAddress(ip.address) || !isSubnetMask(ip.mask))) {
+        return {Status::InvalidParameter, {}};
     }
-    m_parts.station.setIp(ip);
-    m_parts.registers.set(Reg::CurrentIp, ip.address);
-    m_parts.registers.set(Reg::CurrentSubnetMask, ip.mask);
-    m_parts.registers.set(Reg::CurrentGateway, ip.gateway);
+    m_hooks.forceIp(ip, request.now);
     return {};
 }
 
-GvcpDevice::Response GvcpDevice::readRegisters(const Request& request) {
+Response GvcpDevice::readRegisters(const Request& request) {
     if (request.length == 0 || !aligned(request.length) || request.length > gvcp::kMaxPayload) {
         return {Status::InvalidHeader, {}};
     }
@@ -164,7 +177,7 @@ GvcpDevice::Response GvcpDevice::readRegisters(const Request& request) {
     return response;
 }
 
-GvcpDevice::Response GvcpDevice::writeRegisters(const Request& request) {
+Response GvcpDevice::writeRegisters(const Request& request) {
     if (request.length == 0 || request.length % kRegisterPair != 0 || request.length > gvcp::kMaxPayload) {
         return {Status::InvalidHeader, {}};
     }
@@ -183,7 +196,7 @@ GvcpDevice::Response GvcpDevice::writeRegisters(const Request& request) {
     return response;
 }
 
-GvcpDevice::Response GvcpDevice::readMemory(const Request& request) {
+Response GvcpDevice::readMemory(const Request& request) {
     if (request.length != kReadMemPayload) {
         return {Status::InvalidHeader, {}};
     }
@@ -211,7 +224,7 @@ GvcpDevice::Response GvcpDevice::readMemory(const Request& request) {
     return response;
 }
 
-GvcpDevice::Response GvcpDevice::writeMemory(const Request& request) {
+Response GvcpDevice::writeMemory(const Request& request) {
     if (request.length <= kWord || request.length > gvcp::kMaxPayload) {
         return {Status::InvalidHeader, {}};
     }
@@ -264,12 +277,13 @@ Status GvcpDevice::writeBytes(const Request& request, Address address, ByteView 
 Status GvcpDevice::writePrivilege(const Request& request, ByteView bytes) {
     const std::uint32_t value = Reader(bytes).u32();
     const auto key = static_cast<std::uint16_t>(m_parts.registers.get(Reg::SwitchoverKey));
-    const bool owned = m_control.owner().has_value();
+    const auto before = m_control.owner();
     const Status status = m_control.write(value, key, request.from, request.now);
-    if (owned && !m_control.owner()) {
+    if (before && !m_control.owner()) {
         loseControl(request.now);
     }
     showControl();
+    tellControl(before);
     return status;
 }
 
@@ -283,8 +297,22 @@ void GvcpDevice::showControl() {
 void GvcpDevice::loseControl(Time now) {
     m_control.release();
     showControl();
-    if (m_onControlLost) {
-        m_onControlLost(now);
+    m_hooks.controlLost(now);
+}
+
+void GvcpDevice::dropControl(Time now, const char* why) {
+    if (const auto owner = m_control.owner()) {
+        loseControl(now);
+        tell(m_parts.notices, "control of " + nameOf(*owner) + " ended: " + why);
+    }
+}
+
+void GvcpDevice::tellControl(const std::optional<Peer>& before) const {
+    const auto& after = m_control.owner();
+    if (after && (!before || !before->sameApplication(*after))) {
+        tell(m_parts.notices, "controlled by " + nameOf(*after) + (before ? ", taken over" : ""));
+    } else if (before && !after) {
+        tell(m_parts.notices, "released by " + nameOf(*before));
     }
 }
 
@@ -298,7 +326,7 @@ std::optional<Time> GvcpDevice::deadline() const {
 void GvcpDevice::advance(Time now) {
     const auto limit = deadline();
     if (limit && now >= *limit) {
-        loseControl(now);
+        dropControl(now, "no heartbeat");
     }
 }
 
@@ -310,10 +338,46 @@ std::vector<Answer> GvcpDevice::answers(
         return {};
     }
     const auto code = static_cast<std::uint16_t>(request.code + 1);
-    const Answer answer{
+    Answer answer{
         destination(request), ackMessage(response.status, code, request.id, response.payload),
         delayOf(request)};
-    return fault ? spoilt(answer, *fault) : std::vector{answer};
+    std::vector<Answer> all;
+    if (response.takes > milliseconds(0)) {
+        if (announces()) {
+            all.push_back(pendingAck(answer, response.takes));
+        }
+        answer.delay += response.takes;
+        if (response.repeated) { // its own answer is on its way
+            return all;
+        }
+    }
+    for (Answer& sent : fault ? spoilt(answer, *fault) : std::vector{answer}) {
+        all.push_back(std::move(sent));
+    }
+    return all;
+}
+
+bool GvcpDevice::announces() const {
+    const bool asked = (m_parts.registers.get(Reg::GvcpConfiguration) & kPendingAckEnabled) != 0;
+    const PendingAcks when = m_parts.settings.pendingAcks;
+    return when == PendingAcks::Always || (when == PendingAcks::WhenAsked && asked);
+}
+
+// How long a write takes; nothing else does.
+milliseconds GvcpDevice::timeOf(const Request& request) const {
+    const auto& slow = m_parts.settings.slowWrites;
+    Reader reader(request.payload);
+    if (static_cast<Command>(request.code) == Command::WriteMemCmd) {
+        const Address address = reader.u32();
+        return timeOfWrite(slow, address, address + static_cast<Address>(reader.left()));
+    }
+    milliseconds time{0};
+    while (static_cast<Command>(request.code) == Command::WriteRegCmd && reader.left() >= kRegisterPair) {
+        const Address address = reader.u32();
+        time = std::max(time, timeOfWrite(slow, address, address + kWord));
+        reader.skip(kWord);
+    }
+    return time;
 }
 
 // Back to where the command came from, except that an application in another subnet that allows it is
@@ -332,28 +396,8 @@ Peer GvcpDevice::destination(const Request& request) const {
 milliseconds GvcpDevice::delayOf(const Request& request) const {
     const std::uint64_t spread = m_parts.registers.get(Reg::DiscoveryAckDelay);
     const bool spreads = request.broadcast && static_cast<Command>(request.code) == Command::DiscoveryCmd;
-    return spreads ? m_latency + milliseconds(m_parts.station.mac() % (spread + 1)) : m_latency;
-}
-
-// Discovery is asked anew each time: its answer does no harm and its ids are drawn at random.
-const GvcpDevice::Response* GvcpDevice::remembered(const Request& request, ByteView message) const {
-    const auto last = std::ranges::find_if(
-        m_remembered, [&](const Remembered& entry) { return entry.from.sameApplication(request.from); });
-    const bool same = last != m_remembered.end() && std::ranges::equal(last->command, message) &&
-                      request.now - last->when < kRetransmissionWindow;
-    return same ? &last->response : nullptr;
-}
-
-void GvcpDevice::remember(const Request& request, ByteView message, const Response& response) {
-    if (static_cast<Command>(request.code) == Command::DiscoveryCmd) {
-        return;
-    }
-    std::erase_if(
-        m_remembered, [&](const Remembered& last) { return last.from.sameApplication(request.from); });
-    if (m_remembered.size() >= kRememberedSources) {
-        m_remembered.pop_front();
-    }
-    m_remembered.push_back({request.from, Bytes(message.begin(), message.end()), response, request.now});
+    const milliseconds latency = m_parts.settings.latency;
+    return spreads ? latency + milliseconds(m_parts.station.mac() % (spread + 1)) : latency;
 }
 
 void GvcpDevice::note(const Request& request, Status status, bool repeated) {

@@ -6,9 +6,11 @@
 #include "simcam/ControlChannel.h"
 #include "simcam/EventLog.h"
 #include "simcam/Memory.h"
+#include "simcam/Notices.h"
+#include "simcam/Retransmissions.h"
+#include "simcam/Settings.h"
 #include "simcam/faults.h"
 
-#include <deque>
 #include <functional>
 #include <vector>
 
@@ -22,10 +24,17 @@ public:
         Memory& memory;
         EventLog& log;
         FaultPlan& faults;
+        const CameraSettings& settings; // its latency, slow writes and PENDING_ACKs, which may change
+        const NoticeSink& notices;
+    };
+    struct Hooks {
+        std::function<void(Time)> controlLost; // an owner of the control channel is gone, for whatever reason
+        // A FORCEIP for this device; with the address 0 it wants the configuration to start over.
+        std::function<void(const IpConfiguration&, Time)> forceIp;
     };
 
-    // The parts are the caller's and outlive this. `latency` is added to every answer.
-    GvcpDevice(const Parts& parts, milliseconds latency) : m_parts(parts), m_latency(latency) {}
+    // The parts are the caller's and outlive this.
+    GvcpDevice(const Parts& parts, Hooks hooks) : m_parts(parts), m_hooks(std::move(hooks)) {}
 
     // Takes a datagram that came to the GVCP port.
     std::vector<Answer> handle(const Datagram& datagram, Time now);
@@ -34,8 +43,8 @@ public:
     std::optional<Time> deadline() const;
 
     const ControlChannel& control() const { return m_control; }
-    // Called when an owner of the control channel is gone, for whatever reason.
-    void onControlLost(std::function<void(Time)> call) { m_onControlLost = std::move(call); }
+    // Takes control from its owner, if there is one.
+    void dropControl(Time now, const char* why);
 
 private:
     using Status = gvcp::Status;
@@ -49,21 +58,10 @@ private:
         ByteView payload;
         Time now{};
     };
-    struct Response {
-        Status status = Status::Success;
-        Bytes payload;
-        bool answered = true;
-    };
     struct Handler {
         gvcp::Command command;
         Response (GvcpDevice::*run)(const Request&);
         bool toEveryone; // also takes broadcasts
-    };
-    struct Remembered {
-        Peer from;
-        Bytes command;
-        Response response;
-        Time when{};
     };
     static const std::array<Handler, 6> kHandlers;
 
@@ -83,20 +81,20 @@ private:
     Status writePrivilege(const Request& request, ByteView bytes);
     void showControl();
     void loseControl(Time now);
+    void tellControl(const std::optional<Peer>& before) const;
+    milliseconds timeOf(const Request& request) const;
 
     std::vector<Answer>
     answers(const Request& request, const Response& response, const std::optional<Fault>& fault) const;
     Peer destination(const Request& request) const;
     milliseconds delayOf(const Request& request) const;
-    const Response* remembered(const Request& request, ByteView message) const;
-    void remember(const Request& request, ByteView message, const Response& response);
+    bool announces() const;
     void note(const Request& request, Status status, bool repeated);
 
     Parts m_parts;
-    milliseconds m_latency;
+    Hooks m_hooks;
     ControlChannel m_control;
-    std::function<void(Time)> m_onControlLost;
-    std::deque<Remembered> m_remembered; // the last command of each source, the oldest first
+    Retransmissions m_retransmissions;
 };
 
 } // namespace simcam

@@ -28,7 +28,7 @@ std::optional<Place> Memory::place(Address address) const {
     return Registers::find(address);
 }
 
-const std::pair<const Address, Bytes>* Memory::file(Address address) const {
+const std::pair<const Address, ByteView>* Memory::file(Address address) const {
     const auto after = m_files.upper_bound(address);
     if (after == m_files.begin()) {
         return nullptr;
@@ -60,7 +60,7 @@ Memory::readPiece(Address address, std::size_t count, Rights rights, Status& sta
         }
         source = m_registers.element(at->reg, at->index).subspan(at->offset, size);
     } else if (const auto* content = file(address)) {
-        source = ByteView(content->second).subspan(address - content->first, size);
+        source = content->second.subspan(address - content->first, size);
     } else if (m_plain) {
         const auto page = m_pages.find(address - address % kPlainPage);
         if (page == m_pages.end()) {

@@ -20,7 +20,8 @@ public:
 
     // The model is the caller's and outlives this.
     void addModel(RegisterModel& model) { m_models.push_back(&model); }
-    void addFile(Address address, Bytes content) { m_files[address] = std::move(content); }
+    // The content is the caller's and outlives this.
+    void addFile(Address address, ByteView content) { m_files[address] = content; }
     // From now on the manufacturer's part of the address space is memory without a model: zeros until
     // written.
     void usePlainMemory() { m_plain = true; }
@@ -43,7 +44,7 @@ private:
     enum class Rights { Checked, All };
 
     std::optional<Place> place(Address address) const;
-    const std::pair<const Address, Bytes>* file(Address address) const;
+    const std::pair<const Address, ByteView>* file(Address address) const;
     std::size_t
     readPiece(Address address, std::size_t count, Rights rights, Status& status, Bytes& out) const;
     Status readAll(Address address, std::size_t count, Rights rights, Bytes& out) const;
@@ -53,7 +54,7 @@ private:
 
     Registers& m_registers;
     std::vector<RegisterModel*> m_models;
-    std::map<Address, Bytes> m_files;
+    std::map<Address, ByteView> m_files;
     bool m_plain = false;
     std::map<Address, std::unique_ptr<Page>> m_pages;
 };

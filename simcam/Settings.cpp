@@ -13,6 +13,7 @@ namespace {
 constexpr Mac kFirstMac = 0x025343000001;
 constexpr std::uint32_t kLinkLocalNet = 0xA9FE0000; // 169.254.0.0
 constexpr std::uint32_t kLinkLocalMask = 0xFFFF0000;
+constexpr std::string_view kLinkLocal = "link-local";
 
 bool text(std::string_view value, std::size_t size, std::string& field, std::string& error) {
     if (value.size() > size) {
@@ -34,9 +35,8 @@ bool hostAddress(std::string_view value, std::uint32_t& field, std::string& erro
     if (!address(value, field, error)) {
         return false;
     }
-    const std::uint32_t first = field >> 24;
     error = "is no address for a camera";
-    return first != 0 && first != 127 && first < 224;
+    return isHostAddress(field);
 }
 
 bool mask(std::string_view value, std::uint32_t& field, std::string& error) {
@@ -44,7 +44,7 @@ bool mask(std::string_view value, std::uint32_t& field, std::string& error) {
         return false;
     }
     error = "is no subnet mask";
-    return (~field & (~field + 1)) == 0; // ones, then zeros
+    return isSubnetMask(field);
 }
 
 template<class Enum>
@@ -67,6 +67,20 @@ bool faultList(std::string_view value, std::vector<Fault>& field, std::string& e
     return true;
 }
 
+bool time(std::string_view value, milliseconds& field, std::string& error) {
+    const auto ms = parseUnsigned(value, static_cast<std::uint64_t>(kMaxLatency.count()));
+    error = "is no number of milliseconds up to " + std::to_string(kMaxLatency.count());
+    field = milliseconds(ms.value_or(0));
+    return ms.has_value();
+}
+
+template<class Value> bool take(std::optional<Value> parsed, Value& field) {
+    if (parsed) {
+        field = std::move(*parsed);
+    }
+    return parsed.has_value();
+}
+
 using Text = std::string_view;
 using Error = std::string&;
 
@@ -83,8 +97,13 @@ const Row kRows[] = {
          s.mac = mac.value_or(0);
          return mac.has_value();
      }},
-    {{"ip", "IPv4 address"},
-     [](Text value, CameraSettings& s, Error error) { return hostAddress(value, s.ip.address, error); }},
+    {{"ip", "IPv4 address, used at once; 'link-local': looked for with a conflict probe"},
+     [](Text value, CameraSettings& s, Error error) {
+         s.linkLocal = value == kLinkLocal;
+         return s.linkLocal || hostAddress(value, s.ip.address, error);
+     }},
+    {{"probe-second", "milliseconds that count as one second of the conflict probe"},
+     [](Text value, CameraSettings& s, Error error) { return time(value, s.probeSecond, error); }},
     {{"mask", "subnet mask"},
      [](Text value, CameraSettings& s, Error error) { return mask(value, s.ip.mask, error); }},
     {{"gateway", "default gateway"},
@@ -142,14 +161,31 @@ const Row kRows[] = {
          return choice(value, "padded", FileEnd::Padded, "exact", FileEnd::Exact, s.fileEnd, error);
      }},
     {{"latency", "milliseconds before each answer"},
-     [](Text value, CameraSettings& s, Error error) {
-         const auto ms = parseUnsigned(value, static_cast<std::uint64_t>(kMaxLatency.count()));
-         error = "is no number of milliseconds up to " + std::to_string(kMaxLatency.count());
-         s.latency = milliseconds(ms.value_or(0));
-         return ms.has_value();
-     }},
+     [](Text value, CameraSettings& s, Error error) { return time(value, s.latency, error); }},
     {{"faults", "faults from the start, separated by ';', such as 'delay=500 x3 readreg'"},
      [](Text value, CameraSettings& s, Error error) { return faultList(value, s.faults, error); }},
+    {{"link-faults", "probabilities of faults of the wire, such as 'drop=0.05 out-delay=0.1 seed=7'"},
+     [](Text value, CameraSettings& s, Error error) {
+         return take(parseLinkFaults(value, error), s.linkFaults);
+     }},
+    {{"slow-write", "milliseconds that writes take, such as '2000 UserSetSave;50'"},
+     [](Text value, CameraSettings& s, Error error) {
+         return take(parseSlowWrites(value, error), s.slowWrites);
+     }},
+    {{"pending-ack", "whether slow writes are announced: 'always', 'asked' or 'never'"},
+     [](Text value, CameraSettings& s, Error error) {
+         s.pendingAcks = value == "never"   ? PendingAcks::Never
+                         : value == "asked" ? PendingAcks::WhenAsked
+                                            : PendingAcks::Always;
+         error = "is neither 'always' nor 'asked' nor 'never'";
+         return value == "always" || value == "asked" || value == "never";
+     }},
+    {{"state", "file that keeps what the camera keeps without power"},
+     [](Text value, CameraSettings& s, Error error) {
+         error = "is empty";
+         s.stateFile = value;
+         return !value.empty();
+     }},
 };
 
 std::vector<SettingFact> facts() {
@@ -164,7 +200,7 @@ Mac nextMac() {
 }
 
 // 169.254.x.y from the MAC, y from 100 to 199: away from the ends of the range, which the standard reserves.
-std::uint32_t linkLocalIp(Mac mac) {
+std::uint32_t fixedIp(Mac mac) {
     const auto third = static_cast<std::uint32_t>((mac >> 8) % 254 + 1);
     const auto fourth = static_cast<std::uint32_t>(mac % 100 + 100);
     return kLinkLocalNet | third << 8 | fourth;
@@ -172,10 +208,12 @@ std::uint32_t linkLocalIp(Mac mac) {
 
 void fillIn(CameraSettings& settings) {
     settings.mac = settings.mac == 0 ? nextMac() : settings.mac;
-    if (settings.ip.address == 0) {
-        settings.ip.address = linkLocalIp(settings.mac);
+    if (settings.linkLocal) {
+        settings.ip = {};
+    } else if (settings.ip.address == 0) {
+        settings.ip.address = fixedIp(settings.mac);
     }
-    if (settings.ip.mask == 0) {
+    if (settings.ip.address != 0 && settings.ip.mask == 0) {
         settings.ip.mask = kLinkLocalMask;
     }
     if (settings.serial.empty()) {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "protocol/ethernet_endpoint.h"
+#include "simcam/LinkFaults.h"
+#include "simcam/SlowWrites.h"
 #include "simcam/Station.h"
 #include "simcam/faults.h"
 #include "simcam/limits.h"
@@ -18,7 +20,9 @@ enum class FileEnd { Padded, Exact };
 
 struct CameraSettings {
     Mac mac = 0;
-    IpConfiguration ip;
+    bool linkLocal = false;         // the address is looked for, with a conflict probe
+    IpConfiguration ip;             // used at once; 0 when it is looked for
+    milliseconds probeSecond{1000}; // what counts as a second of RFC 3927's times
     std::string name;
     std::string serial;
     std::string model = "SimCam 2M";
@@ -33,6 +37,10 @@ struct CameraSettings {
     FileEnd fileEnd = FileEnd::Padded;
     milliseconds latency{0};
     std::vector<Fault> faults;
+    LinkFaults linkFaults;
+    std::vector<SlowWrite> slowWrites;
+    PendingAcks pendingAcks = PendingAcks::Always;
+    std::string stateFile; // keeps what the camera keeps without power; empty: for the process's life
 };
 
 struct SettingFact {
@@ -41,7 +49,8 @@ struct SettingFact {
 };
 
 // Every key with what it takes. Keys that are left out get these values: a locally administered MAC of their
-// own for each camera of the process, a link-local IP and a serial number made from the MAC, and those above.
+// own for each camera of the process, a fixed IP of the link-local range and a serial number made from the
+// MAC, and those above.
 extern const std::vector<SettingFact> kSettingFacts;
 
 // On a bad setting none, and `error` says in one line which and why.

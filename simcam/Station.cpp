@@ -103,12 +103,17 @@ Received Station::receiveArp(Reader reader) {
     reader.skip(net::kMacSize);
     const std::uint32_t targetIp = reader.u32();
     Received received;
-    if (!reader.ok() || !ethernet || !ipv4 || !sizes || targetIp != m_ip.address) {
+    if (!reader.ok() || !ethernet || !ipv4 || !sizes) {
+        return received;
+    }
+    received.arp = ArpMessage{operation == net::kArpRequest, {senderMac, senderIp, 0}, targetIp};
+    if (targetIp != m_ip.address || m_ip.address == 0) {
         return received;
     }
     learn(senderIp, senderMac);
     if (operation == net::kArpRequest) {
-        received.answer = arp(net::kArpReply, senderMac, senderIp);
+        const Mac asker = m_replies == ArpReplies::ToAll ? kBroadcastMac : senderMac;
+        received.answer = arp(net::kArpReply, asker, m_ip.address, senderMac, senderIp);
     }
     return received;
 }
@@ -132,7 +137,7 @@ std::optional<Datagram> Station::receiveIp(ByteView packet, Mac from, bool broad
         return std::nullopt;
     }
     const bool broadcast = to == kBroadcastIp || to == (m_ip.address | ~m_ip.mask);
-    const bool forUs = to == m_ip.address || (broadcast && broadcastFrame);
+    const bool forUs = (to == m_ip.address && to != 0) || (broadcast && broadcastFrame);
     if (!forUs || protocol != net::kIpProtocolUdp || (fragment & kFragmentBits) != 0) {
         return std::nullopt;
     }
@@ -164,16 +169,25 @@ Bytes Station::datagram(const Peer& to, std::uint16_t fromPort, ByteView payload
     return padded(frame);
 }
 
-Bytes Station::arp(std::uint16_t operation, Mac targetMac, std::uint32_t targetIp) const {
+Bytes Station::arp(
+    std::uint16_t operation, Mac to, std::uint32_t senderIp, Mac targetMac, std::uint32_t targetIp) const {
     Writer frame;
-    frame.u48(operation == net::kArpRequest ? kBroadcastMac : targetMac).u48(m_mac).u16(net::kEtherTypeArp);
+    frame.u48(to).u48(m_mac).u16(net::kEtherTypeArp);
     frame.u16(kHardwareEthernet).u16(net::kEtherTypeIpv4).u8(net::kMacSize).u8(net::kIpSize).u16(operation);
-    frame.u48(m_mac).u32(m_ip.address).u48(targetMac).u32(targetIp);
+    frame.u48(m_mac).u32(senderIp).u48(targetMac).u32(targetIp);
     return padded(frame);
 }
 
 Bytes Station::arpRequest(std::uint32_t ip) const {
-    return arp(net::kArpRequest, 0, ip);
+    return arp(net::kArpRequest, kBroadcastMac, m_ip.address, 0, ip);
+}
+
+Bytes Station::arpProbe(std::uint32_t ip) const {
+    return arp(net::kArpRequest, kBroadcastMac, 0, 0, ip);
+}
+
+Bytes Station::arpAnnouncement() const {
+    return arpRequest(m_ip.address);
 }
 
 std::optional<Mac> Station::neighbour(std::uint32_t ip) const {

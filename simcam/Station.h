@@ -24,6 +24,16 @@ struct Peer {
     bool sameApplication(const Peer& other) const { return ip == other.ip && port == other.port; }
 };
 
+// Whether one station can have the address: not this host, not loopback, no group, no broadcast.
+constexpr bool isHostAddress(std::uint32_t ip) {
+    const std::uint32_t first = ip >> 24;
+    return first != 0 && first != 127 && first < 224;
+}
+// Ones, then zeros.
+constexpr bool isSubnetMask(std::uint32_t mask) {
+    return (~mask & (~mask + 1)) == 0;
+}
+
 struct IpConfiguration {
     std::uint32_t address = 0;
     std::uint32_t mask = 0;
@@ -40,39 +50,61 @@ struct Datagram {
     ByteView payload;
 };
 
-// What a received frame turned out to be: a datagram for this station, or something that wants this frame as
-// its answer, or neither.
+// An ARP message for whomever, as the choice of an address must know it.
+struct ArpMessage {
+    bool isRequest = false;
+    Peer sender; // without port; its IP is 0 in a probe
+    std::uint32_t targetIp = 0;
+};
+
+// What a received frame turned out to be: a datagram for this station, or an ARP message, perhaps with this
+// frame as its answer, or nothing of interest.
 struct Received {
     std::optional<Datagram> datagram;
+    std::optional<ArpMessage> arp;
     Bytes answer;
 };
+
+// To whom an ARP reply goes: to the asker alone, or to all, which finds conflicts sooner and which link-local
+// addresses must do (RFC 3927, section 2.5).
+enum class ArpReplies { ToAsker, ToAll };
 
 class Station {
 public:
     Station(Mac mac, const IpConfiguration& ip) : m_mac(mac), m_ip(ip) {}
 
     Mac mac() const { return m_mac; }
+    // The address is 0 while the station has none: then it answers no ARP and takes broadcasts only.
     const IpConfiguration& ip() const { return m_ip; }
-    void setIp(const IpConfiguration& ip) { m_ip = ip; }
+    void setIp(const IpConfiguration& ip, ArpReplies replies = ArpReplies::ToAsker) {
+        m_ip = ip;
+        m_replies = replies;
+    }
+    void forgetNeighbours() { m_neighbours.clear(); }
 
-    // Takes one frame. Whatever is damaged, cut short, fragmented or meant for others gives neither of both.
+    // Takes one frame. Whatever is damaged, cut short, fragmented or meant for others gives nothing.
     Received receive(ByteView frame);
 
     // A UDP frame with both checksums, padded to the Ethernet minimum.
     Bytes datagram(const Peer& to, std::uint16_t fromPort, ByteView payload) const;
     // A request for the MAC address of `ip`.
     Bytes arpRequest(std::uint32_t ip) const;
+    // A question for `ip` that tells nobody of an address of one's own, and the news of having one.
+    Bytes arpProbe(std::uint32_t ip) const;
+    Bytes arpAnnouncement() const;
     // The MAC address that `ip` was last seen with.
     std::optional<Mac> neighbour(std::uint32_t ip) const;
 
 private:
     Received receiveArp(Reader frame);
     std::optional<Datagram> receiveIp(ByteView packet, Mac from, bool broadcastFrame);
-    Bytes arp(std::uint16_t operation, Mac targetMac, std::uint32_t targetIp) const;
+    Bytes
+    arp(std::uint16_t operation, Mac to, std::uint32_t senderIp, Mac targetMac, std::uint32_t targetIp) const;
     void learn(std::uint32_t ip, Mac mac);
 
     Mac m_mac;
     IpConfiguration m_ip;
+    ArpReplies m_replies = ArpReplies::ToAsker;
     std::map<std::uint32_t, Mac> m_neighbours;
 };
 

@@ -55,6 +55,14 @@ void UserSetModel::load(const Snapshot& snapshot, Time now) {
     }
 }
 
+void UserSetModel::restore(std::uint32_t set, Reg reg, ByteView bytes) {
+    m_sets[set][static_cast<std::size_t>(reg)].assign(bytes.begin(), bytes.end());
+}
+
+void UserSetModel::loadDefault(Time now) {
+    load(m_sets[m_registers.get(Reg::UserSetDefault)], now);
+}
+
 Status UserSetModel::check(const Candidate& candidate) const {
     if (candidate.reg == Reg::UserSetLoad && m_hooks.isAcquiring()) {
         return Status::Busy;

@@ -9,6 +9,9 @@ namespace simcam {
 
 class UserSetModel : public RegisterModel {
 public:
+    using Snapshot = std::vector<Bytes>; // by register; empty for those that are no settings
+    static constexpr std::size_t kSets = 3;
+
     struct Hooks {
         std::function<bool()> isAcquiring;                           // then nothing is loaded
         std::function<void(Reg, std::uint32_t index, Time)> changed; // loading changed this element
@@ -20,10 +23,13 @@ public:
     gvcp::Status check(const Candidate& candidate) const override;
     void written(Reg reg, std::uint32_t index, Time now) override;
 
-private:
-    using Snapshot = std::vector<Bytes>; // by register; empty for those that are no settings
-    static constexpr std::size_t kSets = 3;
+    // A set other than 0 as it is saved, and its change when a camera is made again.
+    const Snapshot& snapshot(std::uint32_t set) const { return m_sets[set]; }
+    void restore(std::uint32_t set, Reg reg, ByteView bytes);
+    // Loads the set that is the default, as the camera does when it starts.
+    void loadDefault(Time now);
 
+private:
     Snapshot save() const;
     void load(const Snapshot& snapshot, Time now);
 

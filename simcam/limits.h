@@ -13,7 +13,8 @@ using std::chrono::milliseconds;
 // Frames that wait for the camera's thread; a host that sends more than this ahead floods, and loses frames.
 inline constexpr std::size_t kInboxFrames = 256;
 
-// Frames that wait for their time to be sent; a delay as a fault must not make memory grow without bound.
+// Frames that wait for their time in one direction; a delay as a fault must not make memory grow without
+// bound.
 inline constexpr std::size_t kOutboxFrames = 1024;
 
 // An Ethernet frame without its frame check sequence, VLAN tag included: longer ones are no frames.
@@ -33,11 +34,21 @@ inline constexpr milliseconds kRetransmissionWindow{5000};
 inline constexpr milliseconds kMinHeartbeat{500};
 inline constexpr milliseconds kDefaultHeartbeat{3000};
 
+// How long a frame that a fault holds back waits for the one that is to overtake it.
+inline constexpr milliseconds kReorderHold{20};
+
 // Copies of one answer that a duplicating fault may ask for.
 inline constexpr std::size_t kMaxDuplicates = 100;
 
 // Commands that the event log keeps; the oldest go first.
 inline constexpr std::size_t kEventLogEntries = 4096;
+
+// Silence that a person may ask for, and what a reboot takes when no time is given.
+inline constexpr milliseconds kMaxSilence{3600000};
+inline constexpr milliseconds kDefaultReboot{2000};
+
+// A file of what a camera keeps without power: its registers' bytes as text.
+inline constexpr std::size_t kMaxStateFile = 1u << 20;
 
 // Settings that a person may get wrong by a slip.
 inline constexpr milliseconds kMaxLatency{60000};

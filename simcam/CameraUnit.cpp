@@ -1,0 +1,53 @@
+#include "simcam/CameraUnit.h"
+
+#include "simcam/FeatureModel.h"
+
+namespace simcam {
+
+CameraUnit::CameraUnit(const Surroundings& around, const Nonvolatile::Contents& kept, Time now)
+    : memory(registers), bootstrap(registers, now),
+      device(
+          {around.station, registers, memory, around.log, around.faults, around.settings, around.notices},
+          {[this](Time when) {
+               bootstrap.controlLost(when);
+               if (features) {
+                   features->controlLost(when);
+               }
+           },
+           around.forceIp}) {
+    fillIn(around.settings, around.description);
+    memory.addModel(bootstrap);
+    if (around.settings.plainMemory) {
+        memory.usePlainMemory();
+    } else {
+        features = std::make_unique<FeatureModel>(registers, bootstrap, around.log, now);
+        memory.addModel(*features);
+    }
+    nonvolatile = std::make_unique<Nonvolatile>(registers, features ? &features->userSets() : nullptr);
+    memory.addModel(*nonvolatile);
+    nonvolatile->restore(kept);
+    if (features) {
+        features->userSets().loadDefault(now);
+    }
+}
+
+CameraUnit::~CameraUnit() = default;
+
+void CameraUnit::fillIn(const CameraSettings& settings, const Description& description) {
+    registers.set(Reg::MacHigh, settings.mac >> 32);
+    registers.set(Reg::MacLow, settings.mac);
+    registers.setText(Reg::ManufacturerName, settings.vendor);
+    registers.setText(Reg::ModelName, settings.model);
+    registers.setText(Reg::DeviceVersion, settings.version);
+    registers.setText(Reg::ManufacturerInfo, settings.info);
+    registers.setText(Reg::SerialNumber, settings.serial);
+    registers.setText(Reg::UserDefinedName, settings.name);
+    registers.setText(Reg::FirstUrl, description.firstUrl);
+    registers.setText(Reg::SecondUrl, description.secondUrl);
+    memory.addFile(description.zip.address, description.zip.content);
+    if (description.text) {
+        memory.addFile(description.text->address, description.text->content);
+    }
+}
+
+} // namespace simcam

@@ -1,0 +1,25 @@
+// Registers as a person names and writes them: "Width", "Gain#1" for an element, or an address.
+#pragma once
+
+#include "simcam/Registers.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace simcam {
+
+std::optional<Reg> findRegister(std::string_view name);
+
+// The element of a register under its name.
+std::optional<Place> parseElement(std::string_view text);
+// The address of an element under its name, or a number.
+std::optional<Address> parseRegister(std::string_view text);
+
+// An element's bytes for what a person wrote, a number or a text after the register's kind; none when it is
+// no such thing.
+std::optional<Bytes> bytesOf(const RegisterFact& row, std::string_view value);
+// And back.
+std::string textOf(const RegisterFact& row, ByteView bytes);
+
+} // namespace simcam
