@@ -49,7 +49,9 @@ void Addressing::stop() {
 void Addressing::use(const IpConfiguration& ip, ArpReplies replies, const char* how) {
     m_station.setIp(ip, replies);
     show(ip);
-    tell(m_notices, "address " + ipText(ip.address) + " mask " + ipText(ip.mask) + " (" + how + ")");
+    tell(
+        m_notices, Notice::NewAddress,
+        "address " + ipText(ip.address) + " mask " + ipText(ip.mask) + " (" + how + ")");
 }
 
 void Addressing::show(const IpConfiguration& ip) {
@@ -97,8 +99,9 @@ std::vector<Bytes> Addressing::heard(const ArpMessage& arp, Time now, bool& lost
     if (conflict) {
         const bool keeps = act == LinkLocal::Act::Announce;
         tell(
-            m_notices, "address " + ipText(before) + " is also " + macText(arp.sender.mac) +
-                           "'s: " + (keeps ? "defended" : "another is looked for"));
+            m_notices, Notice::Conflict,
+            "address " + ipText(before) + " is also " + macText(arp.sender.mac) +
+                "'s: " + (keeps ? "defended" : "another is looked for"));
     }
     lost = act == LinkLocal::Act::GiveUp;
     return perform(act);

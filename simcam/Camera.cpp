@@ -23,7 +23,7 @@ Camera::make(const ethernet::Settings& settings, std::string& error, NoticeSink 
 }
 
 Camera::Camera(Made made, NoticeSink notices)
-    : m_stateFile(made.settings.stateFile),
+    : m_plain(made.settings.plainMemory), m_stateFile(made.settings.stateFile), m_notices(notices),
       m_core(
           std::move(made.settings), std::move(made.description), Clock::now(), std::move(notices), made.kept),
       m_thread([this] { run(); }) {}
@@ -90,7 +90,9 @@ void Camera::run() {
     while (waitForWork(frames)) {
         const Turn turn = work(frames);
         if (turn.kept) { // before the answer that says so
-            writeState(m_stateFile, *turn.kept);
+            if (!writeState(m_stateFile, *turn.kept)) {
+                tell(m_notices, Notice::State, "'" + m_stateFile + "' cannot be written");
+            }
         }
         const std::scoped_lock lock(m_sinkMutex);
         for (const Bytes& frame : turn.due) {

@@ -39,6 +39,8 @@ public:
     bool poke(Address address, ByteView bytes);
     std::optional<std::uint32_t> peekRegister(Address address);
     bool pokeRegister(Address address, std::uint32_t value);
+    // Whether there is memory without behaviour behind its registers.
+    bool isPlain() const { return m_plain; }
     // Frames that were lost because the inbox was full.
     std::uint64_t dropped() const;
 
@@ -74,7 +76,9 @@ private:
     bool m_stop = false;         // guarded by m_inboxMutex
     std::optional<Time> m_next;  // of the camera's thread alone
 
+    const bool m_plain;
     const std::string m_stateFile;
+    const NoticeSink m_notices;
     std::mutex m_coreMutex;
     CameraCore m_core; // guarded by m_coreMutex
 

@@ -100,7 +100,7 @@ void CameraCore::hear(ByteView frame, Time now) {
 std::vector<Bytes> CameraCore::due(Time now) {
     if (m_upAt && now >= *m_upAt) {
         m_upAt.reset();
-        tell(m_notices, "up again");
+        tell(m_notices, Notice::Reboot, "up again");
         m_addressing.start(m_unit->registers, now);
     }
     const bool silent = isSilent(now);
@@ -125,7 +125,7 @@ std::optional<Time> CameraCore::deadline() const {
 }
 
 void CameraCore::reboot(Time now, milliseconds silent) {
-    tell(m_notices, "reboots, silent for " + std::to_string(silent.count()) + " ms");
+    tell(m_notices, Notice::Reboot, "reboots, silent for " + std::to_string(silent.count()) + " ms");
     m_unit->device.dropControl(now, "rebooted");
     m_addressing.stop();
     const auto kept = m_unit->nonvolatile->save();

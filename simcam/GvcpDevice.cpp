@@ -303,16 +303,18 @@ void GvcpDevice::loseControl(Time now) {
 void GvcpDevice::dropControl(Time now, const char* why) {
     if (const auto owner = m_control.owner()) {
         loseControl(now);
-        tell(m_parts.notices, "control of " + nameOf(*owner) + " ended: " + why);
+        tell(m_parts.notices, Notice::Control, "control of " + nameOf(*owner) + " ended: " + why);
     }
 }
 
 void GvcpDevice::tellControl(const std::optional<Peer>& before) const {
     const auto& after = m_control.owner();
     if (after && (!before || !before->sameApplication(*after))) {
-        tell(m_parts.notices, "controlled by " + nameOf(*after) + (before ? ", taken over" : ""));
+        tell(
+            m_parts.notices, Notice::Control,
+            "controlled by " + nameOf(*after) + (before ? ", taken over" : ""));
     } else if (before && !after) {
-        tell(m_parts.notices, "released by " + nameOf(*before));
+        tell(m_parts.notices, Notice::Control, "released by " + nameOf(*before));
     }
 }
 

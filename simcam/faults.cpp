@@ -8,20 +8,6 @@ namespace simcam {
 
 namespace {
 
-struct CommandName {
-    std::string_view name;
-    gvcp::Command command;
-};
-
-constexpr std::array kCommandNames{
-    CommandName{"discovery", gvcp::Command::DiscoveryCmd},
-    CommandName{"forceip", gvcp::Command::ForceIpCmd},
-    CommandName{"readreg", gvcp::Command::ReadRegCmd},
-    CommandName{"writereg", gvcp::Command::WriteRegCmd},
-    CommandName{"readmem", gvcp::Command::ReadMemCmd},
-    CommandName{"writemem", gvcp::Command::WriteMemCmd},
-};
-
 constexpr std::uint32_t kMaxCount = 1000000;
 
 // The first word: a fault's name, with a value where one is given.
@@ -89,9 +75,28 @@ std::optional<Fault> parseFault(std::string_view text, std::string& error) {
     return fault;
 }
 
-void FaultPlan::add(const Fault& fault) {
+std::string faultText(const Fault& fault) {
+    const auto name = std::ranges::find(kFaultNames, fault.kind, &FaultName::kind);
+    std::string text = std::string(name->name) + "=" + std::to_string(fault.value);
+    text += fault.count == Fault::kForever ? " forever" : " x" + std::to_string(fault.count);
+    if (fault.only) {
+        text += " " + std::string(std::ranges::find(kCommandNames, *fault.only, &CommandName::command)->name);
+    }
+    return text;
+}
+
+bool FaultPlan::add(const Fault& fault) {
     const std::scoped_lock lock(m_mutex);
-    m_faults.push_back(fault);
+    const bool room = m_faults.size() < kMostFaults;
+    if (room) {
+        m_faults.push_back(fault);
+    }
+    return room;
+}
+
+std::vector<Fault> FaultPlan::all() const {
+    const std::scoped_lock lock(m_mutex);
+    return m_faults;
 }
 
 void FaultPlan::clear() {

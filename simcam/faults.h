@@ -50,16 +50,33 @@ inline constexpr std::array kFaultNames{
     FaultName{Fault::Kind::Corrupt, "corrupt", 0},
 };
 
+struct CommandName {
+    std::string_view name;
+    gvcp::Command command;
+};
+
+inline constexpr std::array kCommandNames{
+    CommandName{"discovery", gvcp::Command::DiscoveryCmd},
+    CommandName{"forceip", gvcp::Command::ForceIpCmd},
+    CommandName{"readreg", gvcp::Command::ReadRegCmd},
+    CommandName{"writereg", gvcp::Command::WriteRegCmd},
+    CommandName{"readmem", gvcp::Command::ReadMemCmd},
+    CommandName{"writemem", gvcp::Command::WriteMemCmd},
+};
+
 // "<name>[=value] [xN|forever] [discovery|forceip|readreg|writereg|readmem|writemem]", as "delay=500 x3
 // readreg". None with a one-line `error` when the text is not of that form.
 std::optional<Fault> parseFault(std::string_view text, std::string& error);
+// And back.
+std::string faultText(const Fault& fault);
 
 class FaultPlan {
 public:
-    // Faults strike in the order in which they were added, one a command.
-    void add(const Fault& fault);
+    // Faults strike in the order in which they were added, one a command. False when there are kMostFaults.
+    bool add(const Fault& fault);
     void clear();
     bool empty() const;
+    std::vector<Fault> all() const;
 
     // The fault that strikes this command, counted down.
     std::optional<Fault> take(gvcp::Command command);

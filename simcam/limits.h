@@ -37,6 +37,9 @@ inline constexpr milliseconds kDefaultHeartbeat{3000};
 // How long a frame that a fault holds back waits for the one that is to overtake it.
 inline constexpr milliseconds kReorderHold{20};
 
+// Faults that wait for commands to strike.
+inline constexpr std::size_t kMostFaults = 256;
+
 // Copies of one answer that a duplicating fault may ask for.
 inline constexpr std::size_t kMaxDuplicates = 100;
 

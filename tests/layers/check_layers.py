@@ -21,7 +21,7 @@ ALLOWED = {
     "netif": {"protocol"},
     "softboard": {"platform", "protocol", "netif"},
     "simcam": {"protocol"},
-    "apps": {"api", "genicam", "netif"},
+    "apps": {"api", "genicam", "netif", "simcam", "protocol"},
     "examples": {"api", "genicam"},
 }
 # Single files that may do more, each with its reason.

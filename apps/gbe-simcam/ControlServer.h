@@ -1,0 +1,49 @@
+// Commands from outside: lines on standard input and on a local socket. A reply is lines; on the socket the
+// last one is "ok" or "error: " with what is wrong. Runs in the thread that calls run().
+#pragma once
+
+#include "Console.h"
+
+#include <list>
+#include <string>
+
+namespace gbe_simcam {
+
+class ControlServer {
+public:
+    // `path` of the socket; empty: none. The console is the caller's and outlives this.
+    ControlServer(Console& console, std::string path) : m_console(console), m_path(std::move(path)) {}
+    ~ControlServer();
+    ControlServer(const ControlServer&) = delete;
+    ControlServer& operator=(const ControlServer&) = delete;
+
+    // False with one line in `error`. A socket whose process is gone is replaced.
+    bool listen(std::string& error);
+    // Serves until the descriptor `stop` can be read or stop() was called by a command.
+    void run(int stop);
+    void stop() { m_stop = true; }
+
+private:
+    // Bytes that become lines. A line that is too long is passed over, with an error as its reply.
+    struct Lines {
+        int file = -1;
+        std::string pending = {};
+        bool tooLong = false;
+    };
+
+    bool take(Lines& from); // false at the end of the stream
+    void answer(Lines& from, std::string_view line);
+    void accept();
+
+    Console& m_console;
+    const std::string m_path;
+    int m_listener = -1;
+    Lines m_input{0};
+    std::list<Lines> m_clients;
+    bool m_stop = false;
+};
+
+// What the command `gbe-simcam control PATH COMMAND` does: prints the reply and returns the exit status.
+int sendCommand(const std::string& path, const std::string& command);
+
+} // namespace gbe_simcam

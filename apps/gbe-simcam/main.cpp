@@ -1,0 +1,178 @@
+// gbe-simcam: GigE Vision cameras in software on a network interface of Linux.
+#include "Configuration.h"
+#include "Console.h"
+#include "ControlServer.h"
+#include "print.h"
+
+#include "netif/interface.h"
+#include "simcam/text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+
+namespace {
+
+using namespace gbe_simcam;
+
+struct Options {
+    std::string interface;
+    std::string tap;
+    std::vector<std::string> cameras;
+    std::string config;
+    unsigned count = 0;
+    std::string control;
+};
+
+int fail(const std::string& text) {
+    complain(text);
+    return EXIT_FAILURE;
+}
+
+// The signals that end the program, as something to wait for; blocked before any thread starts.
+int makeStopDescriptor() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+bool listCameras(const Options& options, std::vector<ethernet::Settings>& cameras, std::string& error) {
+    if (!options.config.empty() && !readCameras(options.config, cameras, error)) {
+        return false;
+    }
+    for (const std::string& text : options.cameras) {
+        cameras.emplace_back();
+        if (!parseCamera(text, cameras.back(), error)) {
+            return false;
+        }
+    }
+    cameras.resize(cameras.size() + options.count);
+    if (cameras.empty()) {
+        cameras.emplace_back();
+    }
+    const std::string where = options.tap.empty() ? options.interface : options.tap;
+    const auto mac = netif::queryInterface(where).mac;
+    const bool own = options.tap.empty(); // that of a TAP device is another each time
+    return complete(cameras, own ? std::string(mac.begin(), mac.end()) : where, error);
+}
+
+// One line for what happens, when it happens.
+simcam::NoticeSink noticesOf(std::size_t number, const std::string& mac, const std::string& where) {
+    return [=](simcam::Notice notice, const std::string& line) {
+        const std::string who = "camera " + std::to_string(number) + ": ";
+        print(
+            notice == simcam::Notice::NewAddress ? who + "ready, MAC " + mac + ", " + line + ", on " + where
+                                                 : who + line);
+    };
+}
+
+std::vector<Segment::Member>
+makeCameras(const std::vector<ethernet::Settings>& all, const std::string& where, std::string& error) {
+    std::vector<Segment::Member> members;
+    for (const ethernet::Settings& settings : all) {
+        const std::size_t number = members.size() + 1;
+        const std::string& mac = settings.at("mac");
+        auto camera = simcam::Camera::make(settings, error, noticesOf(number, mac, where));
+        if (!camera) {
+            error = "camera " + std::to_string(number) + ": " + error;
+            return {};
+        }
+        members.push_back({simcam::parseMac(mac).value_or(0), std::move(camera)});
+    }
+    return members;
+}
+
+std::unique_ptr<Wire>
+openWire(const Options& options, const std::vector<ethernet::Settings>& cameras, std::string& error) {
+    if (!options.tap.empty()) {
+        return openTap(options.tap, error);
+    }
+    std::vector<std::uint64_t> macs;
+    for (const ethernet::Settings& settings : cameras) {
+        macs.push_back(simcam::parseMac(settings.at("mac")).value_or(0));
+    }
+    return openInterface(options.interface, macs, error);
+}
+
+int serve(const Options& options) {
+    const int stop = makeStopDescriptor();
+    std::string error;
+    std::vector<ethernet::Settings> settings;
+    if (!listCameras(options, settings, error)) {
+        return fail(error);
+    }
+    auto wire = openWire(options, settings, error);
+    if (!wire) {
+        return fail(error);
+    }
+    if (const std::string trouble = wire->trouble(); !trouble.empty()) {
+        complain(trouble + " (going on)");
+    }
+    auto members = makeCameras(settings, options.tap.empty() ? options.interface : options.tap, error);
+    if (members.empty()) {
+        return fail(error);
+    }
+    Segment segment(std::move(wire), std::move(members));
+    ControlServer* serving = nullptr;
+    Console console(segment, [&serving] { serving->stop(); });
+    ControlServer server(console, options.control);
+    serving = &server;
+    if (!server.listen(error)) {
+        return fail(error);
+    }
+    server.run(stop);
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    CLI::App app("GigE Vision cameras in software on a network interface of Linux");
+    auto* interface = app.add_option("--interface", options.interface, "Interface that the cameras are on");
+    app.add_option("--tap", options.tap, "Instead: a TAP device to this host, made when it is not there")
+        ->excludes(interface);
+    app.add_option("--camera", options.cameras, "A camera, \"KEY=VALUE,KEY=VALUE\" (repeatable)")
+        ->allow_extra_args(false);
+    app.add_option("--config", options.config, "File with a section [camera] for each camera");
+    app.add_option("--count", options.count, "As many cameras besides, with default settings");
+    app.add_option("--control", options.control, "Path of a socket that takes commands");
+    auto* control = app.add_subcommand("control", "Sends a command to a gbe-simcam that runs");
+    std::string path;
+    std::vector<std::string> words;
+    control->add_option("path", path, "Its control socket")->required();
+    control->add_option("command", words, "The command; 'help' shows all")->required();
+    app.footer("Settings of a camera:\n" + [] {
+        std::string text;
+        for (const simcam::SettingFact& fact : simcam::kSettingFacts) {
+            std::string key = "  " + std::string(fact.key);
+            key.resize(20, ' ');
+            text += key + std::string(fact.help) + "\n";
+        }
+        return text;
+    }());
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return std::string("gbe-simcam: ") + error.what() + " (see --help)\n";
+    });
+    CLI11_PARSE(app, argc, argv);
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGTTIN, SIG_IGN); // in the background standard input is as good as closed
+    if (control->parsed()) {
+        std::string command;
+        for (const std::string& word : words) {
+            command += (command.empty() ? "" : " ") + word;
+        }
+        return sendCommand(path, command);
+    }
+    if (options.interface.empty() && options.tap.empty()) {
+        return fail("--interface or --tap is wanted (see --help)");
+    }
+    return serve(options);
+}
