@@ -12,8 +12,6 @@
 namespace tavo {
 namespace {
 
-constexpr char kDevicePort[] = "Device";
-
 // GigE Vision bootstrap register "Heartbeat Timeout", in milliseconds.
 constexpr long long kHeartbeatTimeoutAddress = 0x938;
 constexpr std::uint32_t kHeartbeatTimeoutMs = 8000;

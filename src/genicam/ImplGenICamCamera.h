@@ -20,6 +20,9 @@
 
 namespace tavo {
 
+// The name of the port that leads to the camera itself.
+inline constexpr char kDevicePort[] = "Device";
+
 // A longer description is refused.
 inline constexpr std::size_t kMaxDescriptionSize = 64U * 1024 * 1024;
 

@@ -2,6 +2,7 @@
 
 #include "genicam/GenICamScopedReadWriteLock.h"
 #include "genicam/numbers.h"
+#include "util/Quirks.h"
 
 namespace tavo {
 
@@ -29,7 +30,7 @@ double ImplGenICamIntegerInterface::readFloat() {
 }
 
 void ImplGenICamIntegerInterface::writeFloat(double value) {
-    writeInteger(numbers::checkedInteger(value));
+    writeInteger(integerToWrite(value));
 }
 
 // ---- Float -----------------------------------------------------------------------------------------------
@@ -54,6 +55,11 @@ std::int64_t ImplGenICamFloatInterface::readInteger() {
 
 void ImplGenICamFloatInterface::writeInteger(std::int64_t value) {
     writeFloat(static_cast<double>(value));
+}
+
+double ImplGenICamFloatInterface::defaultFloatMin() const {
+    using Limits = std::numeric_limits<double>;
+    return quirks().positiveFloatMinimum ? Limits::min() : Limits::lowest();
 }
 
 // ---- Boolean ---------------------------------------------------------------------------------------------
@@ -87,7 +93,7 @@ double ImplGenICamEnumerationInterface::readFloat() {
 }
 
 void ImplGenICamEnumerationInterface::writeFloat(double value) {
-    writeInteger(numbers::checkedInteger(value));
+    writeInteger(integerToWrite(value));
 }
 
 // ---- Selector --------------------------------------------------------------------------------------------

@@ -81,6 +81,8 @@ public:
 protected:
     // The part of performSignalUpdate that is this interface's.
     void updateFloat(bool force);
+    // Of a node without a minimum.
+    double defaultFloatMin() const;
 
 private:
     GenICamTypes::GenICamRepresentationType m_representation =

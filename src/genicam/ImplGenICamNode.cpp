@@ -2,6 +2,7 @@
 
 #include "genicam/GenICamScopedReadWriteLock.h"
 #include "genicam/ImplGenICamCamera.h"
+#include "genicam/numbers.h"
 #include "genicam/sorted_nodes.h"
 #include "util/exceptions.h"
 
@@ -152,6 +153,10 @@ void ImplGenICamNode::writeInteger(std::int64_t) {
 
 void ImplGenICamNode::writeFloat(double) {
     throw GicIllegalNodeException();
+}
+
+std::int64_t ImplGenICamNode::integerToWrite(double value) const {
+    return quirks().truncatingConverters ? numbers::checkedInteger(value) : numbers::roundedInteger(value);
 }
 
 // ---- Changes ---------------------------------------------------------------------------------------------

@@ -127,6 +127,8 @@ public:
     virtual double readFloat();
     virtual void writeInteger(std::int64_t value);
     virtual void writeFloat(double value);
+    // What a node of integers takes for a float. GicIllegalValueException when no integer can hold it.
+    std::int64_t integerToWrite(double value) const;
 
 protected:
     // How a kind decides its access mode: by itself, or as the node below says.

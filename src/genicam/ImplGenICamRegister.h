@@ -51,6 +51,9 @@ public:
     // References
     void setPLength(GenICamNode* node) { m_pLength.set(node); }
     void setPort(GenICamPortInterface* port) { m_port = port; }
+    // Whether 4 bytes stand for the number of a register command, whose most significant byte comes first,
+    // also in a little-endian register.
+    void setWordsAreNumbers(bool on) { m_wordsAreNumbers = on; }
     // A node without a number is ignored. Returns whether the term was added.
     bool addAddressElement(GenICamNode* node, std::int64_t factor);
     // `node` is invalidated whenever this register is. Null is ignored, a repeated call adds nothing.
@@ -73,6 +76,10 @@ protected:
     // a length that is negative or above kMaxRegisterLength.
     void internalCheckBufferSize();
     RegisterBytes& bytes() { return m_bytes; }
+    // The order of the bytes that the buffer holds now.
+    bool isBigEndian(Endianess endianess) const {
+        return endianess == Endianess::BigEndian || (m_wordsAreNumbers && m_bytes.size() == kWordSize);
+    }
 
     std::int64_t currentAddress() const;
     std::int64_t currentLength() const;
@@ -87,6 +94,7 @@ protected:
 
 private:
     using Clock = std::chrono::steady_clock;
+    static constexpr std::size_t kWordSize = 4;
 
     bool needsDevice(std::int64_t address, bool force) const;
     void readDevice(std::int64_t address);
@@ -107,10 +115,11 @@ private:
     CacheMode m_cacheMode = CacheMode::NotGiven;
     bool m_contentValid = false;
     bool m_contentChanged = false;
+    bool m_wordsAreNumbers = false;
 };
 
 // Minimum and maximum follow the length, and treat a sign that is not given as signed; values are extended
-// only for an explicit Signed. Kept deliberately.
+// only for an explicit Signed. Kept deliberately (the stages set Unsigned for the standard's meaning).
 class LIOMOL_API ImplGenICamIntReg : public ImplGenICamRegister,
                                      public ImplGenICamIntegerInterface,
                                      public ImplGenICamSelectorInterface,
@@ -133,7 +142,7 @@ public:
     void writeInteger(std::int64_t value) override;
 
 protected:
-    bool isBigEndian() const { return m_endianess == Endianess::BigEndian; }
+    bool isBigEndian() const { return ImplGenICamRegister::isBigEndian(m_endianess); }
     // The number of bits that hold the value; -40008 when they are not 1 to 64.
     virtual std::int64_t valueBits();
 
@@ -176,7 +185,7 @@ private:
 };
 
 // Single precision with a length of 4, double with 8; -40008 for any other length. The minimum is the
-// smallest positive normal number, kept deliberately.
+// smallest positive normal number, kept deliberately; the standard's is the lowest number.
 class LIOMOL_API ImplGenICamFloatReg : public ImplGenICamRegister,
                                        public ImplGenICamFloatInterface,
                                        public virtual GenICamFloatReg {
@@ -196,7 +205,8 @@ private:
     Endianess m_endianess = Endianess::NotGiven;
 };
 
-// The whole register as a text: neither cut at a zero byte nor ended by one when it fills the register.
+// The whole register as a text: neither ended by a zero byte when it fills the register, nor, which the
+// standard has otherwise, cut at one.
 class LIOMOL_API ImplGenICamStringReg : public ImplGenICamRegister,
                                         public ImplGenICamStringInterface,
                                         public virtual GenICamStringReg {

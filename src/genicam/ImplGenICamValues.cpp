@@ -12,16 +12,38 @@ using Clock = std::chrono::steady_clock;
 
 // ---- Integer ---------------------------------------------------------------------------------------------
 
+void ImplGenICamInteger::takeLimitFromBelow(NodeLimit limit) {
+    if (m_pValue && hasLimit(*m_pValue.node(), limit)) {
+        m_fromBelow.add(limit);
+    }
+}
+
+// The limits of a float below are taken as far as integers reach them.
+std::int64_t
+ImplGenICamInteger::limit(NodeLimit which, const NumberReference& reference, std::int64_t own) const {
+    if (reference) {
+        return reference.getInteger();
+    }
+    if (!m_fromBelow.has(which)) {
+        return own;
+    }
+    const MathValue below = readLimit(*m_pValue.node(), which);
+    if (below.isInteger()) {
+        return below.integer;
+    }
+    return numbers::clampedInteger(which == NodeLimit::Min ? std::ceil(below.real) : std::floor(below.real));
+}
+
 std::int64_t ImplGenICamInteger::getMin() {
-    return m_pMin ? m_pMin.getInteger() : m_min;
+    return limit(NodeLimit::Min, m_pMin, m_min);
 }
 
 std::int64_t ImplGenICamInteger::getMax() {
-    return m_pMax ? m_pMax.getInteger() : m_max;
+    return limit(NodeLimit::Max, m_pMax, m_max);
 }
 
 std::int64_t ImplGenICamInteger::getInc() {
-    return m_pInc ? m_pInc.getInteger() : m_inc;
+    return limit(NodeLimit::Inc, m_pInc, m_inc);
 }
 
 std::int64_t ImplGenICamInteger::readInteger() {
@@ -29,9 +51,18 @@ std::int64_t ImplGenICamInteger::readInteger() {
 }
 
 // The increment counts from zero, not from the minimum: with a minimum of 1 and an increment of 2 only even
-// values are accepted. Kept deliberately.
+// values are accepted. Kept deliberately; the standard counts from the minimum.
+bool ImplGenICamInteger::accepts(std::int64_t value) {
+    const std::int64_t min = getMin();
+    if (value < min || value > getMax()) {
+        return false;
+    }
+    return quirks().incrementsFromZero ? numbers::isMultiple(value, getInc())
+                                       : numbers::isMultipleFrom(min, value, getInc());
+}
+
 void ImplGenICamInteger::writeInteger(std::int64_t value) {
-    if (value < getMin() || value > getMax() || !numbers::isMultiple(value, getInc())) {
+    if (!accepts(value)) {
         throw GicIllegalValueException();
     }
     if (m_pValue) {
@@ -44,12 +75,25 @@ void ImplGenICamInteger::writeInteger(std::int64_t value) {
 
 // ---- Float -----------------------------------------------------------------------------------------------
 
+void ImplGenICamFloat::takeLimitFromBelow(NodeLimit limit) {
+    if (m_pValue && hasLimit(*m_pValue.node(), limit)) {
+        m_fromBelow.add(limit);
+    }
+}
+
+double ImplGenICamFloat::limit(NodeLimit which, const NumberReference& reference, double own) const {
+    if (reference) {
+        return reference.getFloat();
+    }
+    return m_fromBelow.has(which) ? readLimit(*m_pValue.node(), which).toFloat() : own;
+}
+
 double ImplGenICamFloat::getMin() {
-    return m_pMin ? m_pMin.getFloat() : m_min;
+    return limit(NodeLimit::Min, m_pMin, m_min);
 }
 
 double ImplGenICamFloat::getMax() {
-    return m_pMax ? m_pMax.getFloat() : m_max;
+    return limit(NodeLimit::Max, m_pMax, m_max);
 }
 
 double ImplGenICamFloat::readFloat() {

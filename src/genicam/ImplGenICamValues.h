@@ -3,12 +3,24 @@
 #pragma once
 
 #include "genicam/ImplGenICamInterfaces.h"
+#include "genicam/node_limits.h"
+#include "util/Quirks.h"
 
 #include <chrono>
 #include <limits>
 #include <string_view>
 
 namespace tavo {
+
+// Which limits a node takes from the node below (pValue) because it has none of its own.
+class LimitsFromBelow {
+public:
+    void add(NodeLimit limit) { m_bits = static_cast<unsigned char>(m_bits | 1 << static_cast<int>(limit)); }
+    bool has(NodeLimit limit) const { return (m_bits >> static_cast<int>(limit) & 1) != 0; }
+
+private:
+    unsigned char m_bits = 0;
+};
 
 class LIOMOL_API ImplGenICamInteger : public ImplGenICamIntegerInterface,
                                       public ImplGenICamSelectorInterface,
@@ -29,6 +41,8 @@ public:
     void setPMin(GenICamNode* node) { m_pMin.set(node); }
     void setPMax(GenICamNode* node) { m_pMax.set(node); }
     void setPInc(GenICamNode* node) { m_pInc.set(node); }
+    // Once pValue is set: the limit is that of pValue, if its kind has it and no node was set for it.
+    void takeLimitFromBelow(NodeLimit limit);
 
     std::int64_t readInteger() override;
     void writeInteger(std::int64_t value) override;
@@ -46,6 +60,10 @@ private:
     NumberReference m_pMax;
     NumberReference m_pInc;
     std::string m_unit;
+    LimitsFromBelow m_fromBelow;
+
+    std::int64_t limit(NodeLimit which, const NumberReference& reference, std::int64_t own) const;
+    bool accepts(std::int64_t value);
 };
 
 // The minimum of a Float that gives none is the smallest positive normal number: zero and negative values are
@@ -64,6 +82,8 @@ public:
     void setPValue(GenICamNode* node) { m_pValue.set(node); }
     void setPMin(GenICamNode* node) { m_pMin.set(node); }
     void setPMax(GenICamNode* node) { m_pMax.set(node); }
+    // As for an Integer.
+    void takeLimitFromBelow(NodeLimit limit);
 
     double readFloat() override;
     void writeFloat(double value) override;
@@ -78,6 +98,9 @@ private:
     NumberReference m_pValue;
     NumberReference m_pMin;
     NumberReference m_pMax;
+    LimitsFromBelow m_fromBelow;
+
+    double limit(NodeLimit which, const NumberReference& reference, double own) const;
 };
 
 class LIOMOL_API ImplGenICamBoolean : public ImplGenICamBooleanInterface, public virtual GenICamBoolean {
@@ -117,6 +140,11 @@ public:
     void setPollingTime(std::int64_t milliseconds) { m_pollingTime = milliseconds; }
     void setPValue(GenICamNode* node) { m_pValue.set(node); }
     void setPCommandValue(GenICamNode* node) { m_pCommandValue.set(node); }
+
+    // What the node below holds, where the standard lets a command be referred to as a number.
+    bool hasNumber() const override { return !quirks().numericVariablesOnly; }
+    std::int64_t readInteger() override { return m_pValue ? m_pValue.readInteger() : m_value; }
+    double readFloat() override { return static_cast<double>(readInteger()); }
 
 protected:
     AccessRule accessRule() const override { return valueAccessRule(m_pValue); }

@@ -1,110 +1,15 @@
 #include "genicam/formula_nodes.h"
 
-#include "genicam/ImplGenICamCamera.h"
-#include "genicam/reference_hop.h"
+#include "genicam/GenICamScopedReadWriteLock.h"
+#include "genicam/node_limits.h"
+#include "genicam/numbers.h"
+#include "util/Quirks.h"
 #include "util/exceptions.h"
 
 #include <algorithm>
-#include <functional>
+#include <cmath>
 
 namespace tavo {
-namespace {
-
-// The formula engine takes this as "no such variable".
-constexpr int kNoVariable = 0;
-
-std::string upperCase(std::string text) {
-    for (char& c : text) {
-        if (c >= 'a' && c <= 'z') {
-            c = static_cast<char>(c - 'a' + 'A');
-        }
-    }
-    return text;
-}
-
-// Stands around each evaluation: a formula that needs itself, or far too many others, ends in an error.
-class EvaluationScope {
-public:
-    explicit EvaluationScope(const ImplGenICamNode& node) : m_hop(node, kFormulaDepth) {
-        ImplGenICamCamera* const camera = node.getCamera();
-        if (camera != nullptr && ++camera->access().formulaEvaluations > kMaxFormulaEvaluations) {
-            throw GicIllegalNodeException();
-        }
-    }
-
-private:
-    ReferenceHop m_hop;
-};
-
-} // namespace
-
-// ---- Variables -------------------------------------------------------------------------------------------
-
-ImplGenICamMathVariables::~ImplGenICamMathVariables() = default;
-
-// Only appends: a description may bind any number of names, and order() is enough before the first look.
-void ImplGenICamMathVariables::setVariable(const std::string& name, GenICamNode* node) {
-    Variable variable{upperCase(name), {}, Kind::Unbound};
-    if (node != nullptr) {
-        variable.node.set(node);
-        variable.kind = node->asInteger() != nullptr ? Kind::Integer
-                        : node->asFloat() != nullptr ? Kind::Float
-                                                     : Kind::Other;
-    }
-    m_variables.push_back(std::move(variable));
-    m_ordered = false;
-    variablesChanged();
-}
-
-// By ascending name, of each name the latest. Slots that were given out before are void by then.
-void ImplGenICamMathVariables::order() {
-    if (m_ordered) {
-        return;
-    }
-    std::ranges::stable_sort(m_variables, {}, &Variable::name);
-    const auto superseded = std::unique(
-        m_variables.rbegin(), m_variables.rend(),
-        [](const Variable& later, const Variable& earlier) { return later.name == earlier.name; });
-    m_variables.erase(m_variables.begin(), superseded.base());
-    m_ordered = true;
-}
-
-int ImplGenICamMathVariables::resolveVariable(std::string_view name) {
-    order();
-    const auto found = std::ranges::lower_bound(m_variables, name, std::less<>{}, &Variable::name);
-    const bool isBound = found != m_variables.end() && found->name == name && found->kind != Kind::Unbound;
-    return isBound ? static_cast<int>(found - m_variables.begin()) : NoVariable;
-}
-
-MathValue ImplGenICamMathVariables::getVariable(int slot) {
-    const Variable& variable = m_variables[static_cast<std::size_t>(slot)];
-    switch (variable.kind) {
-    case Kind::Integer:
-        return MathValue::fromInteger(variable.node.readInteger());
-    case Kind::Float:
-        return MathValue::fromFloat(variable.node.readFloat());
-    case Kind::Other:
-    case Kind::Unbound:
-        break;
-    }
-    throw kNoVariable;
-}
-
-const ImplGenICamMathVariables::Variable& ImplGenICamMathVariables::find(const std::string& name, Kind kind) {
-    const int slot = resolveVariable(upperCase(name));
-    if (slot == NoVariable || m_variables[static_cast<std::size_t>(slot)].kind != kind) {
-        throw kNoVariable;
-    }
-    return m_variables[static_cast<std::size_t>(slot)];
-}
-
-std::int64_t ImplGenICamMathVariables::getIntegerVariable(const std::string& name) {
-    return find(name, Kind::Integer).node.getInteger();
-}
-
-double ImplGenICamMathVariables::getFloatVariable(const std::string& name) {
-    return find(name, Kind::Float).node.getFloat();
-}
 
 // ---- SwissKnives -----------------------------------------------------------------------------------------
 
@@ -149,16 +54,74 @@ void ConverterFormulas::setFromNode(GenICamNode* node) {
     setVariable("FROM", node);
 }
 
-// The kind of the node below decides how FormulaTo is evaluated.
-void ConverterFormulas::writeBelow() {
+// Deliberately the kind of the node below decides how FormulaTo is evaluated. With the standard's meaning the
+// converter's own does, and a node of integers gets the nearest one.
+void ConverterFormulas::writeBelow(ImplGenICamNode& self) {
     if (!m_pValue) {
         throw GicIllegalNodeException();
     }
-    if (m_integerBelow) {
+    const bool isStandard = !self.quirks().truncatingConverters;
+    if (isStandard && self.asInteger() != nullptr) {
+        m_pValue.writeInteger(m_formulaTo.evaluateInteger());
+    } else if (isStandard && m_integerBelow) {
+        m_pValue.writeInteger(numbers::roundedInteger(m_formulaTo.evaluateFloat()));
+    } else if (m_integerBelow) {
         m_pValue.writeInteger(m_formulaTo.evaluateInteger());
     } else {
         m_pValue.writeFloat(m_formulaTo.evaluateFloat());
     }
+}
+
+// Integers are computed as doubles first: a result beyond 64 bits would wrap, and is the end of their range.
+std::optional<MathValue> ConverterFormulas::translated(ImplGenICamNode& self, NodeLimit limit) {
+    const MathValue below = readLimit(*m_pValue.node(), limit);
+    const double real = evaluateWith("TO", below, m_formulaFrom, false).real;
+    if (std::isnan(real)) {
+        return std::nullopt;
+    }
+    if (self.asInteger() == nullptr) {
+        constexpr double most = std::numeric_limits<double>::max();
+        return MathValue::fromFloat(std::clamp(real, -most, most));
+    }
+    if (std::abs(real) >= numbers::kTwoToThe63) {
+        return MathValue::fromInteger(numbers::clampedInteger(real));
+    }
+    return evaluateWith("TO", below, m_formulaFrom, true);
+}
+
+// Where the description does not say which end is which, the results at both ends tell; equal ones tell
+// nothing.
+std::optional<MathValue> ConverterFormulas::limitFromBelow(ImplGenICamNode& self, NodeLimit limit) {
+    using Slope = GenICamTypes::GenICamSlopeType;
+    const bool isTold = !self.quirks().ownLimitsOnly && m_slope != Slope::Varying;
+    if (!isTold || !m_pValue || !hasLimit(*m_pValue.node(), limit)) {
+        return std::nullopt;
+    }
+    const DeviceLockScope lock(self.getCamera());
+    const EvaluationScope scope(self);
+    const NodeLimit other = limit == NodeLimit::Min ? NodeLimit::Max : NodeLimit::Min;
+    try {
+        if (m_slope == Slope::Increasing || m_slope == Slope::Decreasing) {
+            return translated(self, m_slope == Slope::Increasing ? limit : other);
+        }
+        const auto a = translated(self, limit);
+        const auto b = translated(self, other);
+        const bool isTellable = a && b && a->toFloat() != b->toFloat();
+        const bool isInOrder = isTellable && (a->toFloat() < b->toFloat()) == (limit == NodeLimit::Min);
+        return !isTellable ? std::nullopt : isInOrder ? a : b;
+    } catch (const ScMathException&) { // a division by zero at the end of the range, for one
+        return std::nullopt;
+    }
+}
+
+double ImplGenICamConverter::getMin() {
+    const auto limit = limitFromBelow(*this, NodeLimit::Min);
+    return limit ? limit->real : defaultFloatMin();
+}
+
+double ImplGenICamConverter::getMax() {
+    const auto limit = limitFromBelow(*this, NodeLimit::Max);
+    return limit ? limit->real : std::numeric_limits<double>::max();
 }
 
 double ImplGenICamConverter::readFloat() {
@@ -171,7 +134,17 @@ void ImplGenICamConverter::writeFloat(double value) {
     if (m_from) {
         m_from.writeFloat(value);
     }
-    writeBelow();
+    writeBelow(*this);
+}
+
+std::int64_t ImplGenICamIntConverter::getMin() {
+    const auto limit = limitFromBelow(*this, NodeLimit::Min);
+    return limit ? limit->integer : std::numeric_limits<std::int64_t>::min();
+}
+
+std::int64_t ImplGenICamIntConverter::getMax() {
+    const auto limit = limitFromBelow(*this, NodeLimit::Max);
+    return limit ? limit->integer : std::numeric_limits<std::int64_t>::max();
 }
 
 std::int64_t ImplGenICamIntConverter::readInteger() {
@@ -184,7 +157,7 @@ void ImplGenICamIntConverter::writeInteger(std::int64_t value) {
     if (m_from) {
         m_from.writeInteger(value);
     }
-    writeBelow();
+    writeBelow(*this);
 }
 
 } // namespace tavo

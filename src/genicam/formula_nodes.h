@@ -3,40 +3,14 @@
 #pragma once
 
 #include "genicam/ImplGenICamInterfaces.h"
+#include "genicam/ImplGenICamMathVariables.h"
+#include "genicam/node_limits.h"
 #include "math/MathParser.h"
-#include "math/MathVariablesInterface.h"
 
 #include <limits>
+#include <optional>
 
 namespace tavo {
-
-// The variables of a node's formulas. Names are looked up in upper case, as formulas spell them. A variable
-// must be an integer or a float node (deliberately not a Boolean or an Enumeration).
-class LIOMOL_API ImplGenICamMathVariables : public MathVariablesInterface {
-public:
-    ~ImplGenICamMathVariables() override;
-
-    // Binds a name, in any letter case, to a node; a later call takes an earlier one's place. Null unbinds.
-    void setVariable(const std::string& name, GenICamNode* node);
-
-    std::int64_t getIntegerVariable(const std::string& name) override;
-    double getFloatVariable(const std::string& name) override;
-    int resolveVariable(std::string_view name) override;
-    MathValue getVariable(int slot) override;
-
-private:
-    enum class Kind : unsigned char { Unbound, Other, Integer, Float };
-    struct Variable {
-        std::string name; // upper case
-        NumberReference node;
-        Kind kind;
-    };
-    const Variable& find(const std::string& name, Kind kind);
-    void order();
-
-    std::vector<Variable> m_variables; // a slot is an index once they are ordered
-    bool m_ordered = true;
-};
 
 class LIOMOL_API ImplGenICamSwissKnife : public ImplGenICamFloatInterface,
                                          public ImplGenICamMathVariables,
@@ -44,8 +18,9 @@ class LIOMOL_API ImplGenICamSwissKnife : public ImplGenICamFloatInterface,
 public:
     // Always GicNotWritableException, also with checking off.
     void setValue(double value) override;
-    // The smallest positive normal number, deliberately, as for other floats without a minimum.
-    double getMin() override { return std::numeric_limits<double>::min(); }
+    // The smallest positive normal number, deliberately, as for other floats without a minimum; the lowest
+    // number with the standard's meaning.
+    double getMin() override { return defaultFloatMin(); }
     double getMax() override { return std::numeric_limits<double>::max(); }
 
     // Where the description's stages put the formula.
@@ -101,9 +76,14 @@ public:
     void setSlope(GenICamTypes::GenICamSlopeType slope) { m_slope = slope; }
 
 protected:
-    // Evaluates FormulaTo as the kind of the node below and writes it there; GicIllegalNodeException without
-    // a node below that is an integer or a float.
-    void writeBelow();
+    // Evaluates FormulaTo as the kind of the node below and writes it there; with the standard's meaning as
+    // the kind of `self`, which is the node that this is a part of. GicIllegalNodeException without a node
+    // below that is an integer or a float.
+    void writeBelow(ImplGenICamNode& self);
+    // A limit of the node below, as FormulaFrom translates it for `self`. The formula counts as monotonic
+    // unless the slope is Varying. Nothing where the standard's meaning does not hold, or where no limit can
+    // be told.
+    std::optional<MathValue> limitFromBelow(ImplGenICamNode& self, NodeLimit limit);
 
     MathParser m_formulaTo;
     MathParser m_formulaFrom;
@@ -113,15 +93,20 @@ protected:
     std::string m_formulaToText;
     std::string m_formulaFromText;
     GenICamTypes::GenICamSlopeType m_slope = GenICamTypes::GenICamSlopeType::NotGiven;
+
+private:
+    std::optional<MathValue> translated(ImplGenICamNode& self, NodeLimit limit);
 };
 
-// No range or increment is checked when a converter is set; the limits of the node below apply there.
+// No range or increment is checked when a converter is set; the limits of the node below apply there. The
+// minimum is the smallest positive normal number, deliberately, and no limit is that of the node below; the
+// standard has both otherwise.
 class LIOMOL_API ImplGenICamConverter : public ImplGenICamFloatInterface,
                                         public ConverterFormulas,
                                         public virtual GenICamConverter {
 public:
-    double getMin() override { return std::numeric_limits<double>::min(); }
-    double getMax() override { return std::numeric_limits<double>::max(); }
+    double getMin() override;
+    double getMax() override;
     GenICamTypes::GenICamSlopeType getSlope() const override { return m_slope; }
 
     double readFloat() override;
@@ -135,8 +120,8 @@ class LIOMOL_API ImplGenICamIntConverter : public ImplGenICamIntegerInterface,
                                            public ConverterFormulas,
                                            public virtual GenICamIntConverter {
 public:
-    std::int64_t getMin() override { return std::numeric_limits<std::int64_t>::min(); }
-    std::int64_t getMax() override { return std::numeric_limits<std::int64_t>::max(); }
+    std::int64_t getMin() override;
+    std::int64_t getMax() override;
     std::int64_t getInc() override { return 1; }
     GenICamTypes::GenICamSlopeType getSlope() const override { return m_slope; }
     const std::string& getUnit() const override { return m_unit; }

@@ -43,9 +43,21 @@ inline std::int64_t checkedInteger(double value) {
     return static_cast<std::int64_t>(value);
 }
 
+// The nearest integer, of two equally near the one farther from 0; GicIllegalValueException as above.
+inline std::int64_t roundedInteger(double value) {
+    return checkedInteger(std::round(value));
+}
+
 // Whether `value` is a multiple of the increment; an increment of 0 counts as 1.
 inline bool isMultiple(std::int64_t value, std::int64_t increment) {
     return increment == 0 || increment == -1 || value % increment == 0;
+}
+
+// Whether `value` is a number of increments above `base`, which is no greater; else as above.
+inline bool isMultipleFrom(std::int64_t base, std::int64_t value, std::int64_t increment) {
+    const auto distance = static_cast<std::uint64_t>(value) - static_cast<std::uint64_t>(base);
+    const auto step = static_cast<std::uint64_t>(increment);
+    return increment == 0 || distance % (increment < 0 ? 0 - step : step) == 0;
 }
 
 // As an output stream with default settings writes it, whatever the locale.

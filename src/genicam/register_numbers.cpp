@@ -2,10 +2,12 @@
 #include "genicam/GenICamScopedReadWriteLock.h"
 #include "genicam/ImplGenICamRegister.h"
 #include "genicam/numbers.h"
+#include "util/Quirks.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <string_view>
 
 namespace tavo {
 namespace {
@@ -165,6 +167,9 @@ float toSingle(double value) {
 } // namespace
 
 double ImplGenICamFloatReg::getMin() {
+    if (!quirks().positiveFloatMinimum) {
+        return -getMax();
+    }
     return isSinglePrecision(getLength()) ? 1.1754944e-38 : 2.2250738585072014e-308;
 }
 
@@ -175,7 +180,7 @@ double ImplGenICamFloatReg::getMax() {
 double ImplGenICamFloatReg::readFloat() {
     isSinglePrecision(currentLength()); // nothing is read for a length that cannot be
     internalGet(false);
-    const std::uint64_t bits = bytes().number(m_endianess == Endianess::BigEndian);
+    const std::uint64_t bits = bytes().number(isBigEndian(m_endianess));
     if (isSinglePrecision(static_cast<std::int64_t>(bytes().size()))) {
         return static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
     }
@@ -189,7 +194,7 @@ void ImplGenICamFloatReg::writeFloat(double value) {
     dropContent();
     bytes().setNumber(
         single ? std::bit_cast<std::uint32_t>(toSingle(value)) : std::bit_cast<std::uint64_t>(value),
-        m_endianess == Endianess::BigEndian);
+        isBigEndian(m_endianess));
     internalSet();
 }
 
@@ -198,7 +203,8 @@ void ImplGenICamFloatReg::writeFloat(double value) {
 std::string ImplGenICamStringReg::getValue() {
     const Guard guard(this, Guard::ReadLock);
     internalGet(false);
-    return {reinterpret_cast<const char*>(bytes().data()), bytes().size()};
+    const std::string_view whole(reinterpret_cast<const char*>(bytes().data()), bytes().size());
+    return std::string(quirks().textsKeepZeros ? whole : whole.substr(0, whole.find('\0')));
 }
 
 void ImplGenICamStringReg::setValue(const std::string& value) {

@@ -3,11 +3,14 @@
 
 #include "genicam/ImplGenICamValues.h"
 #include "genicam/formula_nodes.h"
+#include "genicam/numbers.h"
+#include "math/MathLiteral.h"
 
 #include <exception>
 #include <iostream>
 #include <limits>
 #include <memory>
+#include <optional>
 
 namespace genicam::stages {
 
@@ -46,11 +49,45 @@ constexpr Literal<Kind> converterLiterals[] = {
     {"Unit", text<&Kind::setUnit>},
 };
 
+// A number with or without a sign. One that cannot be read names nothing.
+std::optional<tavo::MathValue> readConstant(std::string_view text) {
+    const std::string number = tavo::MathParser::normalize(std::string(text));
+    const bool hasSign = number.starts_with('-') || number.starts_with('+');
+    const auto literal = tavo::math::readStandardLiteral(std::string_view(number).substr(hasSign ? 1 : 0));
+    const bool isNegative = number.starts_with('-');
+    if (literal.integer) {
+        return tavo::MathValue::fromInteger(
+            isNegative ? tavo::numbers::multiply(*literal.integer, -1) : *literal.integer);
+    }
+    if (literal.real) {
+        return tavo::MathValue::fromFloat(isNegative ? -*literal.real : *literal.real);
+    }
+    return std::nullopt;
+}
+
+// Constants and expressions, which have names like variables.
+template<class Kind> void readNames(Builder& builder, Kind& node) {
+    if (node.quirks().plainFormulas) {
+        return;
+    }
+    for (const Builder::Object& constant : builder.getAllObjectsByName("Constant")) {
+        if (const auto value = readConstant(constant.builder->getContent())) {
+            node.addConstant(constant.builder->findAttribute("Name"), *value);
+        }
+    }
+    for (const Builder::Object& expression : builder.getAllObjectsByName("Expression")) {
+        tavo::MathParser& parser = node.addExpression(expression.builder->findAttribute("Name"), node);
+        const std::string text(expression.builder->getContent());
+        Builder::parseFormula(node.getName(), text, parser, &node, node.quirks());
+    }
+}
+
 // The text goes to the engine before any variable is known; variables are looked up when it evaluates.
 template<class Kind> void readFormula(Builder& builder, Kind& node) {
     const Builder::Element* const formula = builder.findElement("Formula");
     const std::string_view content = formula != nullptr ? formula->text : std::string_view{};
     Builder::parseFormula(node.getName(), std::string(content), node.formula(), &node, node.quirks());
+    readNames(builder, node);
 }
 
 template<class Kind> void readConverter(Builder& builder, Kind& node) {
@@ -59,6 +96,7 @@ template<class Kind> void readConverter(Builder& builder, Kind& node) {
     Builder::parseFormula(node.getName(), node.getFormulaToText(), node.formulaTo(), &node, node.quirks());
     Builder::parseFormula(
         node.getName(), node.getFormulaFromText(), node.formulaFrom(), &node, node.quirks());
+    readNames(builder, node);
 }
 
 void resolveVariables(Builder& builder, Node& node, ImplGenICamMathVariables& variables, Device& device) {

@@ -20,7 +20,7 @@ constexpr Literal<ImplGenICamRegister> registerLiterals[] = {
                      &ImplGenICamRegister::setCacheMode, &Builder::parseCacheMode,
                      Types::GenICamCacheModeType::WriteThrough>},
     {"Length", number<&ImplGenICamRegister::setLength>},
-    // Milliseconds; deliberately a second for registers that give none.
+    // Milliseconds; deliberately a second for registers that give none (see noCacheForASecond).
     {"PollingTime", number<&ImplGenICamRegister::setPollingTime, 1000>},
 };
 static_assert(isAscending(registerLiterals));
@@ -50,10 +50,19 @@ constexpr Literal<ImplGenICamFloatReg> floatRegLiterals[] = {
 };
 static_assert(isAscending(floatRegLiterals));
 
+bool isBelowSchema11(const Device& device) {
+    const std::int64_t major = device.getSchemaMajorVersion();
+    return major < 1 || (major == 1 && device.getSchemaMinorVersion() < 1);
+}
+
 void resolvePort(Builder& builder, ImplGenICamRegister& node, Device& device) {
     const Builder::Element* const name = builder.findElement("pPort");
     Node* const port = name == nullptr ? nullptr : findNode(*name, device);
     node.setPort(port == nullptr ? nullptr : port->asPort());
+    // Register commands reach the camera itself only; what lies behind other ports (chunks, events) is bytes.
+    node.setWordsAreNumbers(
+        !node.quirks().littleEndianWords && isBelowSchema11(device) && port != nullptr &&
+        port->getName() == tavo::kDevicePort);
 }
 
 void resolveAddress(Builder& builder, ImplGenICamRegister& node, Device& device) {
@@ -95,6 +104,12 @@ void readLiterals(Builder& builder, ImplGenICamRegister& node) {
         node.addToAddress(Builder::parseNumber(address.text, 0));
     }
     embedAddressFormulas(builder);
+    const bool keepsNothing = !node.quirks().noCacheForASecond &&
+                              node.getCacheMode() == Types::GenICamCacheModeType::NoCache &&
+                              builder.findElement("PollingTime") == nullptr;
+    if (keepsNothing) {
+        node.setPollingTime(0);
+    }
 }
 
 void resolveReferences(Builder& builder, ImplGenICamRegister& node, Device& device) {
@@ -108,6 +123,9 @@ void resolveReferences(Builder& builder, ImplGenICamRegister& node, Device& devi
 void readLiterals(Builder& builder, ImplGenICamIntReg& node) {
     readLiterals(builder, static_cast<ImplGenICamRegister&>(node));
     readTable(builder, node, intRegLiterals);
+    if (!node.quirks().absentSignLimitsSigned && node.getSign() == Types::GenICamSignType::NotGiven) {
+        node.setSign(Types::GenICamSignType::Unsigned);
+    }
 }
 
 void resolveReferences(Builder& builder, ImplGenICamIntReg& node, Device& device) {

@@ -4,6 +4,7 @@
 #include "genicam/ImplGenICamValues.h"
 
 #include <limits>
+#include <span>
 
 namespace genicam::stages {
 
@@ -45,7 +46,9 @@ constexpr Literal<ImplGenICamFloat> floatLiterals[] = {
      }},
     {"Min",
      [](ImplGenICamFloat& node, std::string_view content) {
-         node.setMin(Builder::parseFloat(content, tavo::kDefaultFloatMin));
+         const bool isPositive = node.quirks().positiveFloatMinimum;
+         node.setMin(
+             Builder::parseFloat(content, isPositive ? tavo::kDefaultFloatMin : -tavo::kDefaultFloatMax));
      }},
     {"Representation", keyword<&ImplGenICamFloat::setRepresentation, &Builder::parseRepresentation>},
     {"Unit", text<&ImplGenICamFloat::setUnit>},
@@ -103,6 +106,27 @@ constexpr Reference<ImplGenICamEnumeration> enumerationReferences[] = {
 };
 static_assert(isAscending(enumerationReferences));
 
+struct LimitElement {
+    std::string_view name;
+    tavo::NodeLimit limit;
+};
+constexpr LimitElement integerLimits[] = {
+    {"Min", tavo::NodeLimit::Min}, {"Max", tavo::NodeLimit::Max}, {"Inc", tavo::NodeLimit::Inc}};
+constexpr auto floatLimits = std::span(integerLimits).first<2>();
+
+// After the references: what a node says of neither by itself nor through a node of its own.
+template<class Kind>
+void takeLimitsFromBelow(Builder& builder, Kind& node, std::span<const LimitElement> limits) {
+    if (node.quirks().ownLimitsOnly) {
+        return;
+    }
+    for (const auto& [name, limit] : limits) {
+        if (builder.findElement(name) == nullptr) {
+            node.takeLimitFromBelow(limit);
+        }
+    }
+}
+
 } // namespace
 
 void readLiterals(Builder& builder, ImplGenICamInteger& node) {
@@ -113,6 +137,7 @@ void readLiterals(Builder& builder, ImplGenICamInteger& node) {
 void resolveReferences(Builder& builder, ImplGenICamInteger& node, Device& device) {
     resolveReferences(builder, static_cast<Node&>(node), device);
     resolveTable(builder, node, integerReferences, device);
+    takeLimitsFromBelow(builder, node, integerLimits);
     resolveSelected(builder, node, node, device);
 }
 
@@ -124,6 +149,7 @@ void readLiterals(Builder& builder, ImplGenICamFloat& node) {
 void resolveReferences(Builder& builder, ImplGenICamFloat& node, Device& device) {
     resolveReferences(builder, static_cast<Node&>(node), device);
     resolveTable(builder, node, floatReferences, device);
+    takeLimitsFromBelow(builder, node, floatLimits);
 }
 
 void readLiterals(Builder& builder, ImplGenICamBoolean& node) {

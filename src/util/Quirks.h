@@ -87,11 +87,14 @@ struct Quirks {
     // An increment is counted from zero. Standard: from the minimum.
     bool incrementsFromZero = true;
 
-    // An Integer or Float without limits or an increment has the widest range. Standard: it has those of its
-    // pValue.
+    // An Integer or Float without limits or an increment, and a Converter, has the widest range. Standard: it
+    // has those of its pValue, a Converter as its formula translates them.
     bool ownLimitsOnly = true;
 
     // ---- registers ----
+
+    // An integer register without a "Sign" has the limits of a signed one. Standard: it is unsigned.
+    bool absentSignLimitsSigned = true;
 
     // A text is as long as its register. Standard: it ends at its first zero byte.
     bool textsKeepZeros = true;

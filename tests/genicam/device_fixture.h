@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <QtCore/QByteArray>
+#include <QtCore/QStringList>
 
 #include <functional>
 #include <limits>
@@ -211,6 +212,24 @@ inline void runScripts(const std::vector<Script>& scripts, bool standard = false
     for (const Script& script : scripts) {
         SCOPED_TRACE(script.name);
         Device(inRoot(script.nodes), standard).expect(script.steps);
+    }
+}
+
+// Each script twice: as this system has it, and as the standard has it. A result may tell both, as in
+// "Text -> default | standard".
+inline void runScriptsBothWays(const std::vector<Script>& scripts) {
+    for (const bool standard : {false, true}) {
+        for (const Script& script : scripts) {
+            SCOPED_TRACE(script.name + (standard ? ", standard" : ", default"));
+            const QStringList steps = QString::fromStdString(script.steps).split("; ");
+            QStringList chosen;
+            for (const QString& step : steps) {
+                const QStringList both = step.split(" | ");
+                const QString start = step.left(step.indexOf(" -> ") + 4);
+                chosen += standard && both.size() == 2 ? start + both[1] : both[0];
+            }
+            Device(inRoot(script.nodes), standard).expect(chosen.join("; ").toStdString());
+        }
     }
 }
 
