@@ -3,6 +3,7 @@
 #include "board/GenICamPortWrapper.h"
 
 #include "board/tables.h"
+#include "genicam/ImplGenICamCamera.h"
 #include "protocol/bootstrap.h"
 #include "util/exceptions.h"
 #include "util/logging.h"
@@ -10,8 +11,9 @@
 
 #include <QtCore/QDateTime>
 
-#include <cstring>
+#include <algorithm>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -21,10 +23,6 @@ constexpr long long kAddressSpace = 1LL << 32;
 bool isInAddressSpace(long long address, long long length) {
     return address >= 0 && address < kAddressSpace && length >= 0 && length <= kAddressSpace - address &&
            length <= std::numeric_limits<unsigned>::max();
-}
-
-bool isWritable(long long length) {
-    return length >= 0 && length <= GenICamPortWrapper::kMaxWrite && length % kRegisterSize == 0;
 }
 
 void takeControl(GigeCamera& board, int port) {
@@ -117,25 +115,91 @@ void GenICamPortWrapper::access(long long address, long long length, Access&& wo
 
 void GenICamPortWrapper::read(unsigned char* buffer, long long address, long long length) {
     access(address, length, [&](GigeCamera& board, int port) {
-        if (length == kRegisterSize) {
-            readRegister(board, port, buffer, static_cast<unsigned>(address));
-        } else {
-            readMemory(board, port, buffer, static_cast<unsigned>(address), static_cast<unsigned>(length));
-        }
+        const Range range{static_cast<unsigned>(address), static_cast<unsigned>(length)};
+        needsWholeWords(range) ? readUnaligned(board, port, buffer, range)
+                               : readRange(board, port, buffer, range);
     });
+}
+
+void GenICamPortWrapper::readRange(GigeCamera& board, int port, unsigned char* buffer, Range range) {
+    if (range.length == kRegisterSize) {
+        readRegister(board, port, buffer, range.address);
+    } else {
+        readMemory(board, port, buffer, range.address, range.length);
+    }
 }
 
 void GenICamPortWrapper::write(unsigned char* buffer, long long address, long long length) {
     access(address, length, [&](GigeCamera& board, int port) {
-        if (!isWritable(length)) {
+        if (length > kMaxWrite) {
             throw tavo::GicTransportLayerException();
         }
-        if (length == kRegisterSize) {
-            writeRegister(board, port, buffer, static_cast<unsigned>(address));
-        } else {
-            writeMemory(board, port, buffer, static_cast<unsigned>(address), static_cast<unsigned>(length));
-        }
+        const Range range{static_cast<unsigned>(address), static_cast<unsigned>(length)};
+        needsWholeWords(range) ? writeUnaligned(board, port, buffer, range)
+                               : writeRange(board, port, buffer, range);
     });
+}
+
+void GenICamPortWrapper::writeRange(GigeCamera& board, int port, const unsigned char* buffer, Range range) {
+    if (range.length % kRegisterSize != 0) {
+        throw tavo::GicTransportLayerException();
+    }
+    if (range.length == kRegisterSize) {
+        writeRegister(board, port, buffer, range.address);
+    } else {
+        writeMemory(board, port, buffer, range.address, range.length);
+    }
+}
+
+// Asks the device only about ranges that are not made of words: all others may come at any time, also while
+// the device's behaviour is being switched.
+bool GenICamPortWrapper::needsWholeWords(const Range& range) const {
+    const bool isWords = range.address % kRegisterSize == 0 && range.length % kRegisterSize == 0;
+    return !isWords && m_device != nullptr && !m_device->quirks().unalignedWrites;
+}
+
+GenICamPortWrapper::Range GenICamPortWrapper::wordsAround(const Range& range) {
+    constexpr long long mask = ~(kRegisterSize - 1);
+    const long long begin = range.address & mask;
+    const long long end = (static_cast<long long>(range.address) + range.length + kRegisterSize - 1) & mask;
+    if (end - begin > std::numeric_limits<unsigned>::max()) {
+        throw tavo::GicTransportLayerException();
+    }
+    return {static_cast<unsigned>(begin), static_cast<unsigned>(end - begin)};
+}
+
+void GenICamPortWrapper::readUnaligned(GigeCamera& board, int port, unsigned char* buffer, Range range) {
+    if (range.length == 0) {
+        return;
+    }
+    const Range words = wordsAround(range);
+    std::vector<unsigned char> bytes(words.length);
+    readRange(board, port, bytes.data(), words);
+    std::copy_n(bytes.begin() + (range.address - words.address), range.length, buffer);
+}
+
+// Only the first and the last word can be filled in part.
+void GenICamPortWrapper::writeUnaligned(
+    GigeCamera& board, int port, const unsigned char* buffer, Range range) {
+    if (range.length == 0) {
+        return;
+    }
+    const Range words = wordsAround(range);
+    std::vector<unsigned char> bytes(words.length);
+    const unsigned before = range.address - words.address;
+    const unsigned behind = words.length - before - range.length;
+    const auto last = words.length - static_cast<unsigned>(kRegisterSize);
+    if (before != 0) {
+        readRegister(board, port, bytes.data(), words.address);
+    }
+    if (behind != 0 && (before == 0 || last != 0)) {
+        readRegister(board, port, bytes.data() + last, words.address + last);
+    }
+    std::copy_n(buffer, range.length, bytes.begin() + before);
+    for (unsigned done = 0; done < words.length; done += static_cast<unsigned>(kMaxWrite)) {
+        const unsigned piece = std::min(words.length - done, static_cast<unsigned>(kMaxWrite));
+        writeRange(board, port, bytes.data() + done, {words.address + done, piece});
+    }
 }
 
 // A repeated read deliberately does not take control first; a repeated write does.

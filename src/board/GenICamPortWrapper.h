@@ -40,6 +40,10 @@ public:
 
     // Bytes of camera memory in address order. 4 bytes go as a register access, everything else as a memory
     // access; a failed access is repeated once, a write after taking control of the camera again.
+    //
+    // Addresses and lengths that are no multiples of 4 go out as they are, deliberately (a write of such a
+    // length is refused). With the standard's meaning only whole words do: a read is cut out of them, and a
+    // write reads those that it fills in part and writes them back, under the port's mutex.
     // Throws tavo::GicTransportLayerException: no device is registered for the port, the board is closed, the
     // range leaves the 32-bit address space, a write has a bad length, or both attempts failed; the buffer of
     // a failed read is left as the transport left it.
@@ -114,7 +118,18 @@ public:
     static int initializeGenICamInterface(int board, int port, bool standardBehaviour = false);
 
 private:
+    struct Range {
+        unsigned address;
+        unsigned length;
+    };
+
     template<typename Access> void access(long long address, long long length, Access&& work);
+    bool needsWholeWords(const Range& range) const;
+    static Range wordsAround(const Range& range);
+    void readRange(GigeCamera& board, int port, unsigned char* buffer, Range range);
+    void writeRange(GigeCamera& board, int port, const unsigned char* buffer, Range range);
+    void readUnaligned(GigeCamera& board, int port, unsigned char* buffer, Range range);
+    void writeUnaligned(GigeCamera& board, int port, const unsigned char* buffer, Range range);
     void readRegister(GigeCamera& board, int port, unsigned char* buffer, unsigned address);
     void readMemory(GigeCamera& board, int port, unsigned char* buffer, unsigned address, unsigned length);
     void writeRegister(GigeCamera& board, int port, const unsigned char* buffer, unsigned address);
