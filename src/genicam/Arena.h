@@ -1,6 +1,7 @@
 // Where the builders of one description live, with all that they hold.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <memory_resource>
@@ -23,13 +24,18 @@ public:
     // The text as it will be found as long as the arena lives: itself when it lies in the adopted buffer,
     // else a copy.
     std::string_view store(std::string_view text);
+    // The same for one of the few names that are repeated all the time: given as it was stored before, if
+    // that was lately, so that what reads names later touches but a few of them.
+    std::string_view storeName(std::string_view name);
 
 private:
     static constexpr std::size_t firstBlock = 16 * 1024; // later ones grow in proportion to what there is
+    static constexpr std::size_t recentNames = 256;
 
     std::pmr::monotonic_buffer_resource m_memory{firstBlock};
     std::unique_ptr<char[]> m_adopted;
     std::size_t m_adoptedSize = 0;
+    std::array<std::string_view, recentNames> m_recentNames;
 };
 
 } // namespace genicam

@@ -27,7 +27,7 @@ void GenICamTreeBuilder::setContent(std::string_view content) {
 
 std::string_view GenICamTreeBuilder::setAttribute(std::string_view name, std::string_view value) {
     genicam::Arena& arena = m_store.arena;
-    return m_attributes.add({arena.store(name), arena.store(value)}, arena).value;
+    return m_attributes.add({arena.storeName(name), arena.store(value)}, arena).value;
 }
 
 std::string_view GenICamTreeBuilder::getAttribute(std::string_view name, std::string_view defaultValue) {
@@ -42,7 +42,7 @@ std::string_view GenICamTreeBuilder::findAttribute(std::string_view name, std::s
 
 GenICamTreeBuilder::Element& GenICamTreeBuilder::addElement(std::string_view name, std::string_view text) {
     genicam::Arena& arena = m_store.arena;
-    return m_elements.add({arena.store(name), arena.store(text)}, arena);
+    return m_elements.add({arena.storeName(name), arena.store(text)}, arena);
 }
 
 void GenICamTreeBuilder::addElement(const Element& element) {
@@ -67,7 +67,7 @@ GenICamTreeBuilder& GenICamTreeBuilder::addObject(std::string_view name, GenICam
     genicam::Arena& arena = m_store.arena;
     void* const place = arena.allocate(sizeof(GenICamTreeBuilder), alignof(GenICamTreeBuilder));
     auto* const child = new (place) GenICamTreeBuilder(type, m_store);
-    m_objects.add({arena.store(name), child}, arena);
+    m_objects.add({arena.storeName(name), child}, arena);
     return *child;
 }
 

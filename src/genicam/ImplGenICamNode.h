@@ -120,6 +120,8 @@ public:
     bool isTriggered() const { return m_triggered; }
     void resetTriggerFlag() { m_triggered = false; }
 
+    ImplGenICamNode* asImplementation() override { return this; }
+
     // The node's value as a number, for callers that hold the device's lock. GicIllegalNodeException for a
     // kind without one.
     virtual bool hasNumber() const { return false; }

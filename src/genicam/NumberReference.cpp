@@ -25,7 +25,7 @@ ReferenceHop::~ReferenceHop() {
 }
 
 bool NumberReference::set(GenICamNode* node) {
-    auto* const implementation = dynamic_cast<ImplGenICamNode*>(node);
+    ImplGenICamNode* const implementation = node != nullptr ? node->asImplementation() : nullptr;
     m_node = implementation != nullptr && implementation->hasNumber() ? implementation : nullptr;
     return m_node != nullptr;
 }

@@ -49,5 +49,8 @@ GenICamPortInterface* GenICamNode::asPort() {
 GenICamSelectorInterface* GenICamNode::asSelector() {
     return nullptr;
 }
+ImplGenICamNode* GenICamNode::asImplementation() {
+    return nullptr;
+}
 
 } // namespace tavo

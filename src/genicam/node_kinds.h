@@ -6,6 +6,8 @@
 
 namespace tavo {
 
+class ImplGenICamNode;
+
 // A node of any kind. The `as...` calls give its interface of a kind, or null when it has none: what a
 // dynamic_cast gives, at the price of a virtual call.
 class LIOMOL_API GenICamNode : public virtual GenICamNodeInterface {
@@ -20,6 +22,8 @@ public:
     virtual GenICamCategoryInterface* asCategory();
     virtual GenICamPortInterface* asPort();
     virtual GenICamSelectorInterface* asSelector();
+    // The library's own class behind the node.
+    virtual ImplGenICamNode* asImplementation();
     ~GenICamNode() override;
 };
 
