@@ -59,7 +59,7 @@ std::optional<unsigned> parseMask(const std::string& text) {
     if (bits == 0 || bits >= kBits) {
         return std::nullopt;
     }
-    return htonl(~0U << (kBits - bits)); // network order is first octet first
+    return swapOctets(~0U << (kBits - bits));
 }
 
 std::string PortAddress::text() const {

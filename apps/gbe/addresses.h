@@ -20,6 +20,11 @@ std::optional<unsigned> parseIp(const std::string& text);
 // "255.255.0.0" or "16".
 std::optional<unsigned> parseMask(const std::string& text);
 
+// The same address with its first octet on top, or back: for arithmetic.
+constexpr unsigned swapOctets(unsigned ip) {
+    return ip << 24 | (ip & 0xFF00) << 8 | (ip >> 8 & 0xFF00) | ip >> 24;
+}
+
 inline bool sameSubnet(unsigned one, unsigned other, unsigned mask) {
     return ((one ^ other) & mask) == 0;
 }

@@ -32,6 +32,10 @@ void executeCommand(const Selection& selection, const std::string& name);
 // "-" stands for standard output.
 void saveDescription(const Selection& selection, const std::string& file);
 
+// Tells why there is silence, check by check, and what mends it. The number of problems; what it finds never
+// throws.
+int runDoctor(const Selection& selection);
+
 // Shows the main job step by step; throws when a step does not come out as it should.
 void runDemo(const Selection& selection);
 

@@ -100,6 +100,11 @@ void addCommands(CLI::App& app, Arguments& arguments) {
         command("xml", "Saves the camera's description", [&] { saveDescription(selection, arguments.file); });
     xml->add_option("-o,--output", arguments.file, "File (default: standard output)");
     addIpCommands(app, arguments);
+    command("doctor", "Tells why cameras are not found or do not answer, and what mends it", [&] {
+        if (runDoctor(selection) != 0) {
+            throw CLI::RuntimeError(EXIT_FAILURE); // nothing more is printed
+        }
+    });
     command("demo", "Shows the main job on a camera, step by step", [&] { runDemo(selection); });
     for (CLI::App* sub : {boards, scan, info, get}) {
         sub->add_flag("--json", arguments.json, "As JSON");

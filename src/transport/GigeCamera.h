@@ -272,7 +272,6 @@ private:
     bool
     readBlockInParts(int port, unsigned int address, unsigned int asked, unsigned int expected, char* buffer);
 
-    int receiveForceIpAck(int port, const UDPPacket& command);
     void learnAddress(int port, const frame::ForcedAddress& to);
     std::uint16_t startDiscovery(int port);
     void drainDiscovery(int port, std::uint16_t requestId);

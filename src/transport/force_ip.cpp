@@ -3,23 +3,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <optional>
-
-namespace {
-
-// What is left of the time to wait, in whole milliseconds; nothing once it is over.
-std::optional<int> leftUntil(std::chrono::steady_clock::time_point end) {
-    const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()).count();
-    return left > 0 ? std::optional(static_cast<int>(left)) : std::nullopt;
-}
-
-bool acknowledges(const UDPPacket& answer, const UDPPacket& command) {
-    const auto code = static_cast<gvcp::Command>(frame::get16<frame::kGvcp + gvcp::kAckCode>(answer));
-    return code == gvcp::Command::ForceIpAck && frame::rawRequestId(answer) == frame::rawRequestId(command);
-}
-
-} // namespace
 
 int GigeCamera::ForceIp(int port, const frame::ForcedAddress& to) {
     UDPPacket command;
@@ -29,33 +12,18 @@ int GigeCamera::ForceIp(int port, const frame::ForcedAddress& to) {
         return result;
     }
     sendCommand(port, command, length);
-    result = receiveForceIpAck(port, command);
-    if (to.ip == IpBytes{}) {
-        return result < 0 ? 0 : result;
+    AckWait wait(
+        frame::rawRequestId(command), AckWait::Foreign::IsPassedOver, std::chrono::steady_clock::now());
+    UDPPacket answer;
+    std::size_t size = 0;
+    result = receiveAck(port, wait, answer, size);
+    if (result < 0 && to.ip == IpBytes{}) {
+        return 0;
     }
-    if (result == 0) {
+    result = result != 0 ? result : checkAckPacket(&answer);
+    if (result == 0 && to.ip != IpBytes{}) {
         learnAddress(port, to);
     }
-    return result;
-}
-
-// Passes over whatever else arrives.
-int GigeCamera::receiveForceIpAck(int port, const UDPPacket& command) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kAckTimeout);
-    int result = transport_error::kForeignReply;
-    for (auto left = leftUntil(end); left; left = leftUntil(end)) {
-        UDPPacket answer;
-        const int received = ReceiveUdpPacket(port, &answer, nullptr, *left);
-        if (received == 0 && acknowledges(answer, command)) {
-            return checkAckPacket(&answer);
-        }
-        if (received < 0 && received != transport_error::kTruncated &&
-            received != transport_error::kOversized) {
-            result = received;
-            break;
-        }
-    }
-    m_ports[port].unsettled = true;
     return result;
 }
 

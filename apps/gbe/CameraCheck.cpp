@@ -1,0 +1,190 @@
+#include "CameraCheck.h"
+
+#include "Eavesdropper.h"
+#include "Failure.h"
+#include "protocol/bootstrap.h"
+
+#include <algorithm>
+
+namespace gbe {
+namespace {
+
+constexpr unsigned kCommandPort = 3015; // UDP port that the library's commands come from
+constexpr unsigned kUsualPacket = 1500; // what the library sets when it connects
+constexpr int kNoAnswer = -40012;
+
+std::string label(const FoundCamera& camera) {
+    const std::string name = fieldText(camera.info.userDefinedName);
+    return macText(camera.info.mac) + (name.empty() ? "" : " " + name);
+}
+
+bool isFrom(const Heard& heard, const FoundCamera& camera) {
+    return std::equal(heard.from.begin(), heard.from.end(), camera.info.mac);
+}
+
+} // namespace
+
+void CameraCheck::run(const FoundCamera& camera) {
+    if (!addressIsGood(camera)) {
+        return;
+    }
+    CameraHandle* handle = nullptr;
+    const int code = Gbe_getCameraByMac(m_board, m_port.port, camera.info.mac, &handle);
+    if (code < 0) {
+        bad(camera, Gbe_getErrorDescription(code), "run it again: the camera has gone since the scan");
+        return;
+    }
+    const Camera owner(handle, &Gbe_freeCamera);
+    unsigned privilege = 0;
+    if (!answers(handle, camera, privilege)) {
+        return;
+    }
+    std::string text = ipText(camera.ip);
+    const bool free = isFree(handle, camera, privilege, text);
+    if (packetsPass(handle, camera, text) && free) {
+        m_findings.good("camera", label(camera) + ": " + text);
+    }
+}
+
+bool CameraCheck::addressIsGood(const FoundCamera& camera) {
+    if (!m_port.address.reaches(camera.ip)) {
+        bad(camera,
+            ipText(camera.ip) + " is in another subnet than port " + std::to_string(m_port.port) + ", " +
+                m_port.address.text(),
+            setCommand(camera));
+        return false;
+    }
+    const bool shared = std::any_of(m_all.begin(), m_all.end(), [&](const FoundCamera& other) {
+        return other.port == camera.port && other.ip == camera.ip &&
+               !std::equal(std::begin(other.info.mac), std::end(other.info.mac), camera.info.mac);
+    });
+    if (shared || camera.ip == m_port.address.ip) {
+        bad(camera, ipText(camera.ip) + " is another station's address as well", setCommand(camera));
+        return false;
+    }
+    return true;
+}
+
+bool CameraCheck::answers(CameraHandle* handle, const FoundCamera& camera, unsigned& privilege) {
+    if (m_port.ear) {
+        m_port.ear->take();
+    }
+    const int code = Gbe_readRegister(handle, bootstrap::kControlChannelPrivilege, &privilege);
+    if (code == kNoAnswer) {
+        explainSilence(camera);
+    } else if (code < 0) {
+        bad(camera, "refuses to be read: another application has exclusive control of it",
+            "end that application, or switch the camera off and on");
+    }
+    return code == 0;
+}
+
+// It answers scans, which go to everybody, but not what is sent to it alone.
+void CameraCheck::explainSilence(const FoundCamera& camera) {
+    const PortAddress& us = m_port.address;
+    for (const Heard& heard : m_port.ear ? m_port.ear->take() : std::vector<Heard>{}) {
+        if (!isFrom(heard, camera)) {
+            continue;
+        }
+        if (heard.kind == Heard::Kind::ArpRequest && heard.toIp != us.ip) {
+            bad(camera,
+                "answers scans, then looks for " + ipText(heard.toIp) + " (ARP) and not for " + us.text(),
+                "its subnet mask or gateway is wrong: " + setCommand(camera));
+            return;
+        }
+        if (heard.kind == Heard::Kind::Acknowledgement &&
+            (heard.to != us.mac || heard.toIp != us.ip || heard.toPort != kCommandPort)) {
+            bad(camera,
+                "its answers go to " + macText(heard.to.data()) + ", " + ipText(heard.toIp) + ", port " +
+                    std::to_string(heard.toPort) + "; we are " + macText(us.mac.data()) + ", " +
+                    ipText(us.ip) + ", port " + std::to_string(kCommandPort),
+                "switch the camera off and on; is another station using the address " + ipText(us.ip) + "?");
+            return;
+        }
+    }
+    bad(camera, ipText(camera.ip) + ": answers scans, but nothing that is sent to it alone",
+        "look for a firewall in a switch or another station with this address; " + setCommand(camera));
+}
+
+bool CameraCheck::isFree(
+    CameraHandle* handle, const FoundCamera& camera, unsigned privilege, std::string& text) {
+    constexpr unsigned kHeld = bootstrap::kPrivilegeExclusive | bootstrap::kPrivilegeControl;
+    if ((privilege & kHeld) == 0) {
+        text += ", free";
+        return true;
+    }
+    unsigned ip = 0;
+    unsigned udpPort = 0;
+    unsigned heartbeat = 0;
+    Gbe_readRegister(handle, bootstrap::kPrimaryApplicationIp, &ip);
+    Gbe_readRegister(handle, bootstrap::kPrimaryApplicationPort, &udpPort);
+    Gbe_readRegister(handle, bootstrap::kHeartbeatTimeout, &heartbeat);
+    const unsigned holder = swapOctets(ip); // the register has the first octet on top
+    const bool ours = holder == m_port.address.ip;
+    const std::string who = ours      ? "a program on this computer"
+                            : ip != 0 ? ipText(holder) + ", port " + std::to_string(udpPort)
+                                      : "an application that it does not tell";
+    bad(camera, "is controlled by " + who,
+        "end that application; if it has crashed, the camera is free after " +
+            std::to_string((heartbeat + 999) / 1000) + " s");
+    return false;
+}
+
+bool CameraCheck::packetsPass(CameraHandle* handle, const FoundCamera& camera, std::string& text) {
+    constexpr unsigned kSizeBits = 0xFFFF;
+    unsigned size = 0;
+    Gbe_readRegister(handle, bootstrap::kStreamChannelPacketSize, &size);
+    size = (size & kSizeBits) != 0 ? size & kSizeBits : kUsualPacket;
+    const auto most = static_cast<unsigned>(m_port.mtu);
+    if (most != 0 && size > most && size > kUsualPacket) { // of the usual size the port's own check tells
+        bad(camera,
+            "sends packets of " + std::to_string(size) + " bytes, " + m_port.interface + " carries " +
+                std::to_string(most),
+            "sudo ip link set " + m_port.interface + " mtu " + std::to_string(size) +
+                ", or set GevSCPSPacketSize no higher than " + std::to_string(most));
+        return false;
+    }
+    text += ", packets of " + std::to_string(size) + " bytes";
+    return true;
+}
+
+void CameraCheck::bad(const FoundCamera& camera, const std::string& finding, const std::string& mend) {
+    m_findings.bad("camera", label(camera) + ": " + finding, mend);
+}
+
+std::string CameraCheck::command(const std::string& words) const {
+    const std::string board = m_selection.board != 0 ? " --board " + std::to_string(m_selection.board) : "";
+    return "gbe" + board + " " + words;
+}
+
+std::string CameraCheck::setCommand(const FoundCamera& camera) const {
+    return command("ip set " + macText(camera.info.mac) + " " + ipText(freeAddress(camera.ip)));
+}
+
+// An address in the port's subnet: the camera's own place in it when nobody has that, else the next free one.
+unsigned CameraCheck::freeAddress(unsigned present) const {
+    const unsigned mask = swapOctets(m_port.address.mask);
+    const unsigned net = swapOctets(m_port.address.ip) & mask;
+    const unsigned last = ~mask; // the broadcast address
+    unsigned host = swapOctets(present) & ~mask;
+    for (unsigned tries = 0; tries < last; ++tries, host = host < last ? host + 1 : 0) {
+        const unsigned ip = swapOctets(net | host);
+        if (host != 0 && host != last && !isTaken(ip)) {
+            return ip;
+        }
+    }
+    return present;
+}
+
+bool CameraCheck::isTaken(unsigned ip) const {
+    constexpr unsigned kPorts = 4;
+    for (unsigned port = 0; port < kPorts; ++port) {
+        if (portAddress(m_board, port).ip == ip) {
+            return true;
+        }
+    }
+    return ip == m_port.computerIp ||
+           std::any_of(m_all.begin(), m_all.end(), [&](const FoundCamera& each) { return each.ip == ip; });
+}
+
+} // namespace gbe
