@@ -84,7 +84,7 @@ bool ControlServer::listen(std::string& error) {
     return true;
 }
 
-void ControlServer::run(int stop) {
+void ControlServer::run(Console& console, int stop) {
     while (!m_stop) {
         std::vector<pollfd> files{{stop, POLLIN, 0}, {m_listener, POLLIN, 0}, {m_input.file, POLLIN, 0}};
         for (const Lines& client : m_clients) {
@@ -96,12 +96,12 @@ void ControlServer::run(int stop) {
         if (files[0].revents != 0) {
             return;
         }
-        if (files[2].revents != 0 && !take(m_input)) {
+        if (files[2].revents != 0 && !take(console, m_input)) {
             m_input.file = -1; // goes on without
         }
         auto polled = files.begin() + 3;
         for (auto client = m_clients.begin(); client != m_clients.end(); ++polled) {
-            const bool over = polled->revents != 0 && !take(*client);
+            const bool over = polled->revents != 0 && !take(console, *client);
             if (over) {
                 close(client->file);
             }
@@ -122,7 +122,7 @@ void ControlServer::accept() {
     }
 }
 
-bool ControlServer::take(Lines& from) {
+bool ControlServer::take(Console& console, Lines& from) {
     char bytes[4096];
     const ssize_t got = read(from.file, bytes, sizeof bytes);
     if (got <= 0) {
@@ -130,7 +130,7 @@ bool ControlServer::take(Lines& from) {
     }
     for (const char byte : std::string_view(bytes, static_cast<std::size_t>(got))) {
         if (byte == '\n') {
-            answer(from, from.pending);
+            answer(console, from);
             from.pending.clear();
             from.tooLong = false;
         } else if (from.pending.size() < kMaxCommand) {
@@ -142,8 +142,8 @@ bool ControlServer::take(Lines& from) {
     return true;
 }
 
-void ControlServer::answer(Lines& from, std::string_view line) {
-    const Reply reply = from.tooLong ? Reply{false, {"the line is too long"}} : m_console.run(line);
+void ControlServer::answer(Console& console, Lines& from) {
+    const Reply reply = from.tooLong ? Reply{false, {"the line is too long"}} : console.run(from.pending);
     if (from.file == kStandardInput) {
         for (const std::string& text : reply.lines) {
             print(reply.ok ? text : std::string(kError) + text);

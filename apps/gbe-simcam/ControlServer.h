@@ -11,16 +11,17 @@ namespace gbe_simcam {
 
 class ControlServer {
 public:
-    // `path` of the socket; empty: none. The console is the caller's and outlives this.
-    ControlServer(Console& console, std::string path) : m_console(console), m_path(std::move(path)) {}
+    // `path` of the socket; empty: none.
+    explicit ControlServer(std::string path) : m_path(std::move(path)) {}
     ~ControlServer();
     ControlServer(const ControlServer&) = delete;
     ControlServer& operator=(const ControlServer&) = delete;
 
-    // False with one line in `error`. A socket whose process is gone is replaced.
+    // From now on clients may connect. False with one line in `error`. A socket whose process is gone is
+    // replaced.
     bool listen(std::string& error);
     // Serves until the descriptor `stop` can be read or stop() was called by a command.
-    void run(int stop);
+    void run(Console& console, int stop);
     void stop() { m_stop = true; }
 
 private:
@@ -31,11 +32,10 @@ private:
         bool tooLong = false;
     };
 
-    bool take(Lines& from); // false at the end of the stream
-    void answer(Lines& from, std::string_view line);
+    bool take(Console& console, Lines& from); // false at the end of the stream
+    static void answer(Console& console, Lines& from);
     void accept();
 
-    Console& m_console;
     const std::string m_path;
     int m_listener = -1;
     Lines m_input{0};

@@ -67,7 +67,7 @@ bool listCameras(const Options& options, std::vector<ethernet::Settings>& camera
 simcam::NoticeSink noticesOf(std::size_t number, const std::string& mac, const std::string& where) {
     return [=](simcam::Notice notice, const std::string& line) {
         const std::string who = "camera " + std::to_string(number) + ": ";
-        print(
+        report(
             notice == simcam::Notice::NewAddress ? who + "ready, MAC " + mac + ", " + line + ", on " + where
                                                  : who + line);
     };
@@ -109,7 +109,8 @@ int serve(const Options& options) {
         return fail(error);
     }
     auto wire = openWire(options, settings, error);
-    if (!wire) {
+    ControlServer server(options.control); // before a camera says that it is ready
+    if (!wire || !server.listen(error)) {
         return fail(error);
     }
     if (const std::string trouble = wire->trouble(); !trouble.empty()) {
@@ -120,14 +121,8 @@ int serve(const Options& options) {
         return fail(error);
     }
     Segment segment(std::move(wire), std::move(members));
-    ControlServer* serving = nullptr;
-    Console console(segment, [&serving] { serving->stop(); });
-    ControlServer server(console, options.control);
-    serving = &server;
-    if (!server.listen(error)) {
-        return fail(error);
-    }
-    server.run(stop);
+    Console console(segment, [&server] { server.stop(); });
+    server.run(console, stop);
     return EXIT_SUCCESS;
 }
 

@@ -8,4 +8,8 @@ namespace gbe_simcam {
 void print(const std::string& line);    // on standard output
 void complain(const std::string& line); // on standard error, with the program's name
 
+// On standard output, but never waits: a line that its reader has no room for is lost, so that nobody who
+// reads slowly holds up a camera.
+void report(const std::string& line);
+
 } // namespace gbe_simcam
