@@ -63,8 +63,6 @@ private:
     QProcess m_process;
 };
 
-#ifdef GBE_SERVICE // for tests of the service
-
 // A connection to the service; every receive fails after the deadline.
 class RawClient {
 public:
@@ -133,7 +131,5 @@ public:
 private:
     Program m_program;
 };
-
-#endif
 
 } // namespace test

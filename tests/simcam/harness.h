@@ -38,7 +38,7 @@ struct Ack {
 
 class Bench {
 public:
-    explicit Bench(const ethernet::Settings& extra = {}, simcam::NoticeSink notices = {});
+    explicit Bench(const ethernet::Settings& extra = {});
 
     // One host: its address and the id that its next command carries.
     struct Host {
@@ -49,7 +49,6 @@ public:
     };
     Host host;
     Host other{0x020000000002, 0xA9FE072B, 3015, 100};
-    std::uint32_t cameraIp = 0xA9FE0764;                   // where the hosts send to
     Host neighbour{0x020000000001, 0xA9FE072A, 3016, 200}; // another application on `host`
 
     // A GVCP message from the host in a frame to the camera.

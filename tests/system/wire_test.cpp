@@ -1,0 +1,160 @@
+// The whole main job over a virtual Ethernet: the service and gbe on one side, a camera in software on the
+// other, each a process in a network namespace of its own.
+#include "apps/process.h"
+#include "support/net_namespace.h"
+#include "system/dissector.h"
+
+#include <gmock/gmock.h>
+
+#include <QtCore/QFile>
+
+#include <memory>
+
+namespace {
+
+using test::Outcome;
+using test::Program;
+using test_support::NetNamespace;
+using test_support::VirtualWire;
+using testing::HasSubstr;
+
+const char* const kBoard = "[board 0]\n[board 0 port 0]\ninterface = host0\n";
+
+void writeFile(const char* name, const char* text) {
+    QFile file(name);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text);
+}
+
+class WireTest : public testing::Test {
+protected:
+    // Made while the process has one thread.
+    static void SetUpTestSuite() {
+        s_isRoot = geteuid() == 0;
+        s_wire = std::make_unique<VirtualWire>();
+        writeFile("board.conf", kBoard);
+        qputenv("LIOMOL_SOFTBOARD", "board.conf");
+    }
+    static void TearDownTestSuite() { s_wire.reset(); }
+
+    void SetUp() override {
+        if (!s_wire->error().empty()) {
+            GTEST_SKIP() << s_wire->error();
+        }
+    }
+
+    // What a user has who was given the right to raw frames and nothing else. A user in a namespace of its
+    // own is nobody else there, and loses all other rights.
+    static QStringList onlyRawFrames() {
+        QStringList words{
+            "setpriv", "--inh-caps=-all,+net_raw", "--ambient-caps=-all,+net_raw",
+            "--bounding-set=-all,+net_raw", "--no-new-privs"};
+        if (s_isRoot) {
+            words << "--reuid=65534"
+                  << "--regid=65534"
+                  << "--clear-groups";
+        }
+        return words;
+    }
+
+    void startService(const QStringList& as) {
+        m_as = as;
+        for (const char* left : {"state", LIOMOL_SERVICE_SOCKET ".lock"}) {
+            QFile::remove(left); // of another user perhaps
+        }
+        m_service = start(s_wire->host, GBE_SERVICE, {"--state", "state"});
+        ASSERT_TRUE(test::waitUntil(test::serviceAnswers));
+    }
+    void startAll(const QStringList& as = {}) {
+        startService(as);
+        m_camera = start(
+            s_wire->camera, GBE_SIMCAM,
+            {"--interface", "camera0", "--camera", "mac=02:00:00:00:00:41,ip=169.254.1.65,name=over there"});
+        ASSERT_TRUE(test::waitUntil([&] {
+            return start(s_wire->host, GBE, {"scan"})->wait().out.find("over there") != std::string::npos;
+        }));
+    }
+    void stopAll() {
+        for (Program* program : {m_camera.get(), m_service.get()}) {
+            program->signal(SIGTERM);
+            const Outcome outcome = program->wait();
+            EXPECT_EQ(outcome.status, 0);
+            EXPECT_EQ(outcome.err, "");
+        }
+    }
+
+    std::unique_ptr<Program> start(const NetNamespace& space, const char* file, QStringList arguments) const {
+        const NetNamespace::Inside inside(space);
+        const QStringList all = m_as + QStringList{file} + arguments;
+        return std::make_unique<Program>(all[0].toUtf8().constData(), all.mid(1));
+    }
+    // A program that must succeed; `out` is what it prints, in parts, '|' between them.
+    static void expectOutput(Program& program, const char* out) {
+        SCOPED_TRACE(out);
+        const Outcome outcome = program.wait();
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.err, "");
+        for (const QString& part : QString(out).split('|')) {
+            EXPECT_THAT(outcome.out, HasSubstr(part.toStdString()));
+        }
+    }
+    void expectOutput(const QStringList& gbe, const char* out) const {
+        SCOPED_TRACE(gbe.join(' ').toStdString());
+        expectOutput(*start(s_wire->host, GBE, gbe), out);
+    }
+
+    static inline bool s_isRoot = false;
+    static inline std::unique_ptr<VirtualWire> s_wire;
+    QStringList m_as;
+    std::unique_ptr<Program> m_camera;
+    std::unique_ptr<Program> m_service;
+};
+
+TEST_F(WireTest, TheMainJobIsSoundToAnIndependentDissector) {
+    const auto recorder = start(s_wire->host, "dumpcap", {"-q", "-i", "host0", "-w", "wire.pcapng"});
+    ASSERT_TRUE(test::waitUntil([] { return QFile("wire.pcapng").size() > 0; }));
+    startAll();
+    // These look without taking control, beside those that do.
+    const auto info = start(s_wire->host, GBE, {"info", "--mac", "02:00:00:00:00:41"});
+    const auto boards = start(s_wire->host, GBE, {"boards"});
+    const auto cameras = start(s_wire->host, EXAMPLES "list_cameras", {});
+    const struct {
+        QStringList arguments;
+        const char* out;
+    } rows[] = {
+        {{"set", "--mac", "02:00:00:00:00:41", "Width=640", "PixelFormat=Mono16", "DeviceUserID=here"}, ""},
+        {{"--port", "0", "get", "Width", "PixelFormat", "DeviceUserID"}, "640|Mono16|here"},
+        {{"--port", "0", "exec", "TimestampLatch"}, ""},
+        {{"--port", "0", "list"}, "ImageFormatControl\n|  Width |integer|PixelFormat|Mono16"},
+        {{"--port", "0", "xml"}, "<?xml|</RegisterDescription>"},
+    };
+    for (const auto& row : rows) {
+        expectOutput(row.arguments, row.out);
+    }
+    expectOutput(*info, "02:00:00:00:00:41|SimCam 2M");
+    expectOutput(*cameras, "02:00:00:00:00:41");
+    expectOutput(*boards, "PORT 0|\n0      up      down");
+    expectOutput(*start(s_wire->host, EXAMPLES "read_write", {}), "Width was set to ");
+    expectOutput(*start(s_wire->host, EXAMPLES "acquire", {}), "the camera has sent ");
+    stopAll();
+    recorder->signal(SIGINT);
+    EXPECT_EQ(recorder->wait().status, 0);
+    expectSoundSession("wire.pcapng");
+}
+
+TEST_F(WireTest, TheRightToRawFramesIsEnough) {
+    ASSERT_TRUE(QFile(".").setPermissions(QFileDevice::Permissions(0x7777)));
+    startAll(onlyRawFrames());
+    expectOutput({"--port", "0", "set", "Width=320"}, "");
+    expectOutput({"--port", "0", "get", "Width"}, "320");
+    stopAll();
+}
+
+TEST_F(WireTest, WithoutThatRightTheServiceSaysHowToGetIt) {
+    startService(onlyRawFrames().replaceInStrings("+net_raw", "-net_raw"));
+    EXPECT_EQ(test::RawClient().ask("STATUS BOARD 0 PORT 0"), "510 board 0 cannot be opened\n");
+    m_service->signal(SIGTERM);
+    EXPECT_THAT(m_service->wait().err, HasSubstr("setcap cap_net_raw+ep"));
+}
+
+} // namespace
