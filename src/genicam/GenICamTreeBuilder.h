@@ -137,6 +137,8 @@ public:
     // Hexadecimal numbers of up to 64 bits wrap into the signed range, every other overflow gives the limit
     // passed. No number gives the default.
     static std::int64_t parseNumber(std::string_view text, std::int64_t defaultValue);
+    // The same without octal numbers, as the standard has it.
+    static std::int64_t parseDecimalOrHex(std::string_view text, std::int64_t defaultValue);
     // One decimal number with an optional exponent, read likewise; overflow gives the largest double.
     static double parseFloat(std::string_view text, double defaultValue);
 

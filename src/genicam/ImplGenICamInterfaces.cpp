@@ -18,6 +18,7 @@ std::int64_t ImplGenICamIntegerInterface::getValue() {
 void ImplGenICamIntegerInterface::setValue(std::int64_t value) {
     const Guard guard(this, Guard::WriteLock);
     writeInteger(value);
+    settleWrite();
 }
 
 // Decimal whatever the representation says.
@@ -43,6 +44,7 @@ double ImplGenICamFloatInterface::getValue() {
 void ImplGenICamFloatInterface::setValue(double value) {
     const Guard guard(this, Guard::WriteLock);
     writeFloat(value);
+    settleWrite();
 }
 
 std::string ImplGenICamFloatInterface::getValueAsString() {
@@ -72,6 +74,7 @@ bool ImplGenICamBooleanInterface::getValue() {
 void ImplGenICamBooleanInterface::setValue(bool value) {
     const Guard guard(this, Guard::WriteLock);
     writeInteger(value ? 1 : 0);
+    settleWrite();
 }
 
 std::string ImplGenICamBooleanInterface::getValueAsString() {

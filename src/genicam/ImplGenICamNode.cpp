@@ -43,10 +43,11 @@ ImplGenICamNode::AccessRule ImplGenICamNode::valueAccessRule(const NumberReferen
 }
 
 // Follows pValue in a loop, so that neither a long chain nor a cycle costs the stack.
-std::optional<ImplGenICamNode::AccessMode> ImplGenICamNode::findAccessMode() const {
+std::optional<ImplGenICamNode::AccessMode>
+ImplGenICamNode::findAccessMode(AccessRule (ImplGenICamNode::*ruleOf)() const) const {
     const ImplGenICamNode* node = this;
     for (unsigned hops = 0; hops < kMaxReferenceDepth; ++hops) {
-        const AccessRule rule = node->accessRule();
+        const AccessRule rule = (node->*ruleOf)();
         if (rule.below == nullptr) {
             return rule.mode;
         }
@@ -56,7 +57,7 @@ std::optional<ImplGenICamNode::AccessMode> ImplGenICamNode::findAccessMode() con
 }
 
 ImplGenICamNode::AccessMode ImplGenICamNode::getAccessMode() const {
-    const std::optional<AccessMode> mode = findAccessMode();
+    const std::optional<AccessMode> mode = findAccessMode(&ImplGenICamNode::currentAccessRule);
     if (!mode) {
         throw GicIllegalNodeException();
     }
@@ -64,7 +65,7 @@ ImplGenICamNode::AccessMode ImplGenICamNode::getAccessMode() const {
 }
 
 bool ImplGenICamNode::isWriteOnly() const {
-    return findAccessMode() == AccessMode::WO;
+    return findAccessMode(&ImplGenICamNode::accessRule) == AccessMode::WO;
 }
 
 bool ImplGenICamNode::readState(const NumberReference& decider, std::atomic<bool>& cache) {
@@ -209,9 +210,25 @@ bool ImplGenICamNode::walkVolatility() {
     return false;
 }
 
+void ImplGenICamNode::addInvalidated(ImplGenICamNode* node) {
+    if (node == nullptr) {
+        return;
+    }
+    if (!m_invalidated) {
+        m_invalidated = std::make_unique<std::vector<ImplGenICamNode*>>();
+    }
+    insertSorted(*m_invalidated, node);
+}
+
 const std::vector<ImplGenICamNode*>& ImplGenICamNode::invalidatedNodes() const {
     static const std::vector<ImplGenICamNode*> none;
-    return none;
+    return m_invalidated ? *m_invalidated : none;
+}
+
+void ImplGenICamNode::invalidateOthers() {
+    for (ImplGenICamNode* const node : *m_invalidated) {
+        node->invalidateRegistersAndTriggerSignals();
+    }
 }
 
 void ImplGenICamNode::invalidateReverseDependencies() {

@@ -49,7 +49,8 @@ public:
     const std::string& getEventID() const override { return texts().eventId; }
     std::string getValueAsString() override { return m_name; }
     GenICamTypes::GenICamVisibilityType getVisibility() const override { return m_visibility; }
-    // GicIllegalNodeException when pValue leads in a circle.
+    // GicIllegalNodeException when pValue leads in a circle. A node whose value is picked by an index reads
+    // the index.
     AccessMode getAccessMode() const final;
     // False also for a node whose access mode cannot be told.
     bool isWriteOnly() const;
@@ -84,6 +85,9 @@ public:
     // A change of `dependency` makes this node's value stale. A node never depends on itself; a repeated call
     // adds nothing.
     void addDependency(ImplGenICamNode& dependency);
+    // `node` is invalidated whenever this one is, although it does not read from it. Null is ignored, a
+    // repeated call adds nothing.
+    void addInvalidated(ImplGenICamNode* node);
 
     // States
     bool isImplemented() override;
@@ -109,6 +113,13 @@ public:
     bool isVolatile();
     // Drops what this node has cached, and spreads to the nodes that read from it.
     void invalidateReverseDependencies();
+    // To be called under the device's lock when the node was given a value, by its user or through a
+    // reference: what it invalidates is invalidated even if no node below has told of the change.
+    void settleWrite() {
+        if (m_invalidated) {
+            invalidateOthers();
+        }
+    }
     // The same, once until the mark is cleared, and queues the node (and all nodes reached) for its signals.
     void invalidateRegistersAndTriggerSignals();
     // Queues the node for its signals, whether they differ or not, without touching caches.
@@ -138,7 +149,10 @@ protected:
         AccessMode mode = AccessMode::NotGiven;
         const ImplGenICamNode* below = nullptr;
     };
+    // Nothing is read for this one, which says nothing where that would be needed.
     virtual AccessRule accessRule() const { return {}; }
+    // The same at the time of an access. May read, and throw what reading throws.
+    virtual AccessRule currentAccessRule() const { return accessRule(); }
     // The rule of value nodes: the imposed mode, else that of pValue, else RW.
     AccessRule valueAccessRule(const NumberReference& pValue) const;
 
@@ -149,8 +163,6 @@ protected:
 
     // Forgets what the node holds of the device's content.
     virtual void dropContent() {}
-    // Nodes that are invalidated with this one although they do not read from it.
-    virtual const std::vector<ImplGenICamNode*>& invalidatedNodes() const;
 
 private:
     friend class ChangeQueue;
@@ -172,17 +184,20 @@ private:
         const Volatility own = ownVolatility();
         return own != Volatility::Unknown ? own : m_volatility;
     }
-    std::optional<AccessMode> findAccessMode() const;
+    std::optional<AccessMode> findAccessMode(AccessRule (ImplGenICamNode::*ruleOf)() const) const;
+    const std::vector<ImplGenICamNode*>& invalidatedNodes() const;
     bool isVolatileNow();
     bool walkVolatility();
+    void invalidateOthers();
 
     ImplGenICamCamera* m_camera = nullptr;
     NumberReference m_pIsImplemented;
     NumberReference m_pIsAvailable;
     NumberReference m_pIsLocked;
     GenICamNode* m_alias = nullptr;
-    std::vector<ImplGenICamNode*> m_dependencies;        // ascending addresses
-    std::vector<ImplGenICamNode*> m_reverseDependencies; // ascending addresses
+    std::vector<ImplGenICamNode*> m_dependencies;                 // ascending addresses
+    std::vector<ImplGenICamNode*> m_reverseDependencies;          // ascending addresses
+    std::unique_ptr<std::vector<ImplGenICamNode*>> m_invalidated; // ascending addresses; null for most nodes
     std::string m_name;
     std::unique_ptr<Texts> m_texts; // null while all are the default
     GenICamTypes::GenICamNodeType m_nodeType = GenICamTypes::Undefined;

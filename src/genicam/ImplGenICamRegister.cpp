@@ -3,7 +3,6 @@
 #include "genicam/GenICamScopedReadWriteLock.h"
 #include "genicam/ImplGenICamCamera.h"
 #include "genicam/numbers.h"
-#include "genicam/sorted_nodes.h"
 
 #include <algorithm>
 #include <cstring>
@@ -35,12 +34,6 @@ bool ImplGenICamRegister::addAddressElement(GenICamNode* node, std::int64_t fact
     element.factor = factor;
     m_addressElements.push_back(element);
     return true;
-}
-
-void ImplGenICamRegister::addInvalidated(ImplGenICamNode* node) {
-    if (node != nullptr) {
-        insertSorted(m_invalidated, node);
-    }
 }
 
 std::int64_t ImplGenICamRegister::currentAddress() const {

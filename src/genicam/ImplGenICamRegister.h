@@ -56,8 +56,6 @@ public:
     void setWordsAreNumbers(bool on) { m_wordsAreNumbers = on; }
     // A node without a number is ignored. Returns whether the term was added.
     bool addAddressElement(GenICamNode* node, std::int64_t factor);
-    // `node` is invalidated whenever this register is. Null is ignored, a repeated call adds nothing.
-    void addInvalidated(ImplGenICamNode* node);
 
     // The cache, for callers that hold the device's lock
     void validateRegister() { m_contentValid = true; }
@@ -90,7 +88,6 @@ protected:
     }
     bool takeContentChange(bool force) override;
     void dropContent() override;
-    const std::vector<ImplGenICamNode*>& invalidatedNodes() const override { return m_invalidated; }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -109,7 +106,6 @@ private:
     Clock::time_point m_nextReadTime = Clock::time_point::min(); // of NoCache registers
     NumberReference m_pLength;
     std::vector<AddressNodeElement> m_addressElements;
-    std::vector<ImplGenICamNode*> m_invalidated; // ascending addresses
     std::vector<unsigned char> m_backup;
     AccessMode m_accessMode = AccessMode::NotGiven;
     CacheMode m_cacheMode = CacheMode::NotGiven;

@@ -152,6 +152,7 @@ void ImplGenICamCommand::execute() {
     } else {
         m_value = m_commandValue;
     }
+    settleWrite();
     m_nextCheckTime = Clock::time_point::min(); // an answer from before the execution says nothing of it
 }
 
@@ -235,6 +236,7 @@ std::int64_t ImplGenICamEnumeration::getIntValue() {
 void ImplGenICamEnumeration::setIntValue(std::int64_t value) {
     const Guard guard(this, Guard::WriteLock);
     writeEntry(getEntryByValue(value));
+    settleWrite();
 }
 
 std::string ImplGenICamEnumeration::getStringValue() {
@@ -245,6 +247,7 @@ std::string ImplGenICamEnumeration::getStringValue() {
 void ImplGenICamEnumeration::setStringValue(const std::string& symbol) {
     const Guard guard(this, Guard::WriteLock);
     writeEntry(getEntryBySymbol(symbol));
+    settleWrite();
 }
 
 // ---- Category --------------------------------------------------------------------------------------------

@@ -53,11 +53,13 @@ double NumberReference::readFloat() const {
 void NumberReference::writeInteger(std::int64_t value) const {
     const ReferenceHop hop(*m_node);
     m_node->writeInteger(value);
+    m_node->settleWrite();
 }
 
 void NumberReference::writeFloat(double value) const {
     const ReferenceHop hop(*m_node);
     m_node->writeFloat(value);
+    m_node->settleWrite();
 }
 
 } // namespace tavo

@@ -52,6 +52,8 @@ class LIOMOL_API GenICamBoolean : public virtual GenICamNode, public virtual Gen
 
 class LIOMOL_API GenICamCommand : public virtual GenICamNode, public virtual GenICamCommandInterface {};
 
+class LIOMOL_API GenICamString : public virtual GenICamNode, public virtual GenICamStringInterface {};
+
 class LIOMOL_API GenICamEnumeration : public virtual GenICamNode,
                                       public virtual GenICamEnumerationInterface,
                                       public virtual GenICamSelectorInterface {};

@@ -3,6 +3,7 @@
 
 #include "genicam/ImplGenICamPort.h"
 #include "genicam/ImplGenICamRegister.h"
+#include "genicam/ImplGenICamString.h"
 #include "genicam/ImplGenICamValues.h"
 #include "genicam/formula_nodes.h"
 
@@ -65,6 +66,7 @@ constexpr KindStages kinds[] = {
      nothingToResolve},
     kind<ImplGenICamSwissKnife>(GenICamTypes::SwissKnife),
     kind<ImplGenICamIntSwissKnife>(GenICamTypes::IntSwissKnife),
+    kind<ImplGenICamString>(GenICamTypes::String),
 };
 
 constexpr bool kindsAreContiguous() {

@@ -29,6 +29,7 @@ class ImplGenICamMaskedIntReg;
 class ImplGenICamPort;
 class ImplGenICamRegister;
 class ImplGenICamSelectorInterface;
+class ImplGenICamString;
 class ImplGenICamSwissKnife;
 } // namespace tavo
 
@@ -57,6 +58,7 @@ void readLiterals(Builder& builder, tavo::ImplGenICamInteger& node);
 void readLiterals(Builder& builder, tavo::ImplGenICamMaskedIntReg& node);
 void readLiterals(Builder& builder, tavo::ImplGenICamPort& node);
 void readLiterals(Builder& builder, tavo::ImplGenICamRegister& node);
+void readLiterals(Builder& builder, tavo::ImplGenICamString& node);
 void readLiterals(Builder& builder, tavo::ImplGenICamSwissKnife& node);
 
 // Second pass: references. A name that no node bears leaves its reference empty.
@@ -73,7 +75,20 @@ void resolveReferences(Builder& builder, tavo::ImplGenICamIntSwissKnife& node, D
 void resolveReferences(Builder& builder, tavo::ImplGenICamInteger& node, Device& device);
 void resolveReferences(Builder& builder, tavo::ImplGenICamPort& node, Device& device);
 void resolveReferences(Builder& builder, tavo::ImplGenICamRegister& node, Device& device);
+void resolveReferences(Builder& builder, tavo::ImplGenICamString& node, Device& device);
 void resolveReferences(Builder& builder, tavo::ImplGenICamSwissKnife& node, Device& device);
+
+// What only the standard's meaning knows. Each makes a node that is in no description, which the device owns,
+// or gives null where the description does not ask for one or the quirks say that it counts for nothing.
+// -----------------------------------------------------------------------------------
+
+// The node that stands for pValue of a value that is picked by an index; `node` depends on it.
+Node* makeIndexedInteger(Builder& builder, Node& node, Device& device);
+Node* makeIndexedFloat(Builder& builder, Node& node, Device& device);
+// The node that stands for pValue and its copies.
+Node* makeCopies(Builder& builder, Node& node, Device& device);
+// The address term of a "pIndex" without "Offset" in a register.
+Node* makeIndexTerm(Builder& index, Builder& builder, Node& node, Device& device);
 
 // What several kinds share
 // -----------------------------------------------------------------------------------
@@ -149,9 +164,18 @@ template<auto setter, class Kind> void text(Kind& node, std::string_view content
     (node.*setter)(std::string(content));
 }
 
+// A number that the description gives for a node.
+inline std::int64_t parseNumber(std::string_view content, std::int64_t missing, const tavo::Quirks& quirks) {
+    return quirks.octalNumbers ? Builder::parseNumber(content, missing)
+                               : Builder::parseDecimalOrHex(content, missing);
+}
+inline std::int64_t parseNumber(const Node& node, std::string_view content, std::int64_t missing) {
+    return parseNumber(content, missing, node.quirks());
+}
+
 template<auto setter, std::int64_t missing = 0, class Kind>
 void number(Kind& node, std::string_view content) {
-    (node.*setter)(Builder::parseNumber(content, missing));
+    (node.*setter)(parseNumber(node, content, missing));
 }
 
 // `missing` stands for an unknown keyword, too.

@@ -82,7 +82,7 @@ void readHeader(Builder& builder, Device& device) {
         header.standardNamespace = builder.findAttribute("StandardNameSpace");
     }
     for (const auto& [attribute, field] : headerNumbers) {
-        header.*field = Builder::parseNumber(builder.findAttribute(attribute), 0);
+        header.*field = parseNumber(builder.findAttribute(attribute), 0, device.quirks());
     }
     device.setHeader(std::move(header));
 }
@@ -98,6 +98,13 @@ void resolveReferences(Builder& builder, Node& node, Device& device) {
         node.setAlias(findNode(*alias, device)); // the alias says nothing of this node's value
     }
     resolveTable(builder, node, nodeReferences, device);
+    if (!node.quirks().registersInvalidateOnly) {
+        for (const Builder::Element& name : builder.getAllElementsByName("pInvalidator")) {
+            if (Node* const invalidator = findNode(name, device)) {
+                invalidator->addInvalidated(&node);
+            }
+        }
+    }
 }
 
 void readLiterals(Builder& builder, ImplGenICamPort& node) {

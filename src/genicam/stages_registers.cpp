@@ -72,17 +72,22 @@ void resolveAddress(Builder& builder, ImplGenICamRegister& node, Device& device)
         Builder::addDependency(&node, target);
     }
     for (const Builder::Object& index : builder.getAllObjectsByName("pIndex")) {
-        // An index without an offset is ignored, deliberately.
-        const std::int64_t factor = Builder::parseNumber(index.builder->findAttribute("Offset"), 0);
-        Node* const target = factor == 0 ? nullptr : findNode(index.builder->getContent(), device);
+        const std::string_view offset = index.builder->findAttribute("Offset");
+        std::int64_t factor = parseNumber(node, offset, 0);
+        Node* target = factor == 0 ? nullptr : findNode(index.builder->getContent(), device);
+        // An index without an offset is ignored, deliberately; the standard counts in lengths.
+        if (offset.empty() && !node.quirks().plainIndexIgnored) {
+            factor = 1;
+            target = makeIndexTerm(*index.builder, builder, node, device);
+        }
         node.addAddressElement(target, factor);
         Builder::addDependency(&node, target);
     }
 }
 
+// Only registers invalidate, and only registers; deliberately.
 void resolveInvalidators(Builder& builder, ImplGenICamRegister& node, Device& device) {
     for (const Builder::Element& name : builder.getAllElementsByName("pInvalidator")) {
-        // Only registers invalidate, deliberately.
         if (auto* const invalidator = dynamic_cast<ImplGenICamRegister*>(findNode(name, device))) {
             invalidator->addInvalidated(&node);
         }
@@ -101,7 +106,7 @@ void readLiterals(Builder& builder, ImplGenICamRegister& node) {
     readLiterals(builder, static_cast<Node&>(node));
     readTable(builder, node, registerLiterals);
     for (const Builder::Element& address : builder.getAllElementsByName("Address")) {
-        node.addToAddress(Builder::parseNumber(address.text, 0));
+        node.addToAddress(parseNumber(node, address.text, 0));
     }
     embedAddressFormulas(builder);
     const bool keepsNothing = !node.quirks().noCacheForASecond &&
@@ -117,7 +122,9 @@ void resolveReferences(Builder& builder, ImplGenICamRegister& node, Device& devi
     resolveTable(builder, node, registerReferences, device);
     resolvePort(builder, node, device);
     resolveAddress(builder, node, device);
-    resolveInvalidators(builder, node, device);
+    if (node.quirks().registersInvalidateOnly) {
+        resolveInvalidators(builder, node, device);
+    }
 }
 
 void readLiterals(Builder& builder, ImplGenICamIntReg& node) {
@@ -138,7 +145,7 @@ void readLiterals(Builder& builder, ImplGenICamMaskedIntReg& node) {
     readTable(builder, node, maskedIntRegLiterals);
     constexpr std::int64_t noBit = -1;
     const Builder::Element* const element = builder.findElement("Bit");
-    const std::int64_t bit = element == nullptr ? noBit : Builder::parseNumber(element->text, noBit);
+    const std::int64_t bit = element == nullptr ? noBit : parseNumber(node, element->text, noBit);
     if (bit != noBit) {
         node.setBit(bit);
     }

@@ -41,6 +41,7 @@ void copyIndices(Builder& structReg, Builder& entry) {
         Builder& copy = entry.addObject("pIndex", Types::Element);
         copy.setContent(index.builder->getContent());
         copy.setAttribute("Offset", index.builder->findAttribute("Offset"));
+        copy.setAttribute("pOffset", index.builder->findAttribute("pOffset"));
     }
 }
 

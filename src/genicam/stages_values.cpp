@@ -127,6 +127,12 @@ void takeLimitsFromBelow(Builder& builder, Kind& node, std::span<const LimitElem
     }
 }
 
+template<class Kind> void standInForPValue(Kind& node, Node* hidden) {
+    if (hidden != nullptr) {
+        node.setPValue(hidden);
+    }
+}
+
 } // namespace
 
 void readLiterals(Builder& builder, ImplGenICamInteger& node) {
@@ -137,6 +143,8 @@ void readLiterals(Builder& builder, ImplGenICamInteger& node) {
 void resolveReferences(Builder& builder, ImplGenICamInteger& node, Device& device) {
     resolveReferences(builder, static_cast<Node&>(node), device);
     resolveTable(builder, node, integerReferences, device);
+    standInForPValue(node, makeIndexedInteger(builder, node, device));
+    standInForPValue(node, makeCopies(builder, node, device));
     takeLimitsFromBelow(builder, node, integerLimits);
     resolveSelected(builder, node, node, device);
 }
@@ -149,6 +157,8 @@ void readLiterals(Builder& builder, ImplGenICamFloat& node) {
 void resolveReferences(Builder& builder, ImplGenICamFloat& node, Device& device) {
     resolveReferences(builder, static_cast<Node&>(node), device);
     resolveTable(builder, node, floatReferences, device);
+    standInForPValue(node, makeIndexedFloat(builder, node, device));
+    standInForPValue(node, makeCopies(builder, node, device));
     takeLimitsFromBelow(builder, node, floatLimits);
 }
 
@@ -160,6 +170,7 @@ void readLiterals(Builder& builder, ImplGenICamBoolean& node) {
 void resolveReferences(Builder& builder, ImplGenICamBoolean& node, Device& device) {
     resolveReferences(builder, static_cast<Node&>(node), device);
     resolveTable(builder, node, booleanReferences, device);
+    standInForPValue(node, makeCopies(builder, node, device));
 }
 
 void readLiterals(Builder& builder, ImplGenICamCommand& node) {
@@ -191,6 +202,7 @@ void readLiterals(Builder& builder, ImplGenICamEnumeration& node) {
 void resolveReferences(Builder& builder, ImplGenICamEnumeration& node, Device& device) {
     resolveReferences(builder, static_cast<Node&>(node), device);
     resolveTable(builder, node, enumerationReferences, device);
+    standInForPValue(node, makeCopies(builder, node, device));
     for (const Builder::Element& reference : builder.getAllElementsByName("pEnumEntry")) {
         Node* const target = findNode(reference, device);
         if (auto* const entry = dynamic_cast<ImplGenICamEnumEntry*>(target)) {

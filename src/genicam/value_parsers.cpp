@@ -84,11 +84,30 @@ SignedText splitSign(std::string_view text) {
     return {text, negative};
 }
 
-int baseOf(std::string_view text) {
+int baseOf(std::string_view text, int afterZero) {
     if (text.starts_with("0x") || text.starts_with("0X")) {
         return 16;
     }
-    return text.starts_with('0') ? 8 : 10;
+    return text.starts_with('0') ? afterZero : 10;
+}
+
+// `afterZero` is the base of a number that begins with 0.
+std::int64_t parseInteger(std::string_view text, std::int64_t defaultValue, int afterZero) {
+    using Limits = std::numeric_limits<std::int64_t>;
+    const auto [number, negative] = splitSign(text);
+    const int base = baseOf(number, afterZero);
+    const std::string_view digits = base == 16 ? number.substr(2) : number;
+
+    std::uint64_t magnitude = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude, base);
+    if (error == std::errc::invalid_argument) {
+        return defaultValue;
+    }
+    const std::uint64_t largest = static_cast<std::uint64_t>(Limits::max()) + (negative ? 1 : 0);
+    if (error == std::errc::result_out_of_range || (base != 16 && magnitude > largest)) {
+        return negative ? Limits::min() : Limits::max();
+    }
+    return static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
 }
 
 bool startsDecimal(std::string_view text) { // keeps out "inf" and "nan", which no stream reads
@@ -130,21 +149,11 @@ bool GenICamTreeBuilder::parseBoolean(std::string_view text, bool defaultValue) 
 }
 
 std::int64_t GenICamTreeBuilder::parseNumber(std::string_view text, std::int64_t defaultValue) {
-    using Limits = std::numeric_limits<std::int64_t>;
-    const auto [number, negative] = splitSign(text);
-    const int base = baseOf(number);
-    const std::string_view digits = base == 16 ? number.substr(2) : number;
+    return parseInteger(text, defaultValue, 8);
+}
 
-    std::uint64_t magnitude = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude, base);
-    if (error == std::errc::invalid_argument) {
-        return defaultValue;
-    }
-    const std::uint64_t largest = static_cast<std::uint64_t>(Limits::max()) + (negative ? 1 : 0);
-    if (error == std::errc::result_out_of_range || (base != 16 && magnitude > largest)) {
-        return negative ? Limits::min() : Limits::max();
-    }
-    return static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
+std::int64_t GenICamTreeBuilder::parseDecimalOrHex(std::string_view text, std::int64_t defaultValue) {
+    return parseInteger(text, defaultValue, 10);
 }
 
 double GenICamTreeBuilder::parseFloat(std::string_view text, double defaultValue) {
