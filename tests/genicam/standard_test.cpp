@@ -46,7 +46,8 @@ TEST(Standard, KnowsMoreThanTheDefault) {
          "Own -> abc; Own=; Own -> ; Twice=xy; @0+2 -> 78 79; Over -> xy; @0=41 42; Over -> xy; !stale; "
          "Twice -> AB; Loop -> -40007; Loop=1 -> -40007; NoText -> v; Fixed -> f"},
         {"indexed integer", kBelow + integer("Pick", "") + integer("I", kIndexed),
-         "I -> 7; I=8; I -> 8; Pick=1; I=200; Byte -> 200; I -> 200; Pick=2; I=-3; Real -> -3; Real=2.75; "
+         "I -> 7; I=8; I -> 8; Pick=1; I=200; Byte -> 200; I -> 200; I=256 -> -40006; I=-1 -> -40006; "
+         "Pick=2; I=-3; Real -> -3; Real=2.75; "
          "I -> 2; Pick=5; I -> 99; I=98; Pick=-9; I -> 98; Pick=0; I -> 8",
          "I -> 0; I=3; Pick=1; I -> 3; Byte -> 0"},
         {"indexed float",
