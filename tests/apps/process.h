@@ -63,6 +63,8 @@ private:
     QProcess m_process;
 };
 
+#ifdef GBE_SERVICE // for tests of the service
+
 // A connection to the service; every receive fails after the deadline.
 class RawClient {
 public:
@@ -131,5 +133,7 @@ public:
 private:
     Program m_program;
 };
+
+#endif
 
 } // namespace test

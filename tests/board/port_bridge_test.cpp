@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <numeric>
@@ -130,6 +131,36 @@ TEST_F(BridgeTest, TakesControlBetweenTheTwoAttemptsOfAWriteOnly) {
         }
         EXPECT_EQ(registerWrites(), expected);
     }
+}
+
+// As the standard has it: what does not fill its words leaves their other bytes alone.
+TEST_F(BridgeTest, KeepsNeighboursOfBytesThatFillNoWords) {
+    ASSERT_TRUE(GenICamPortWrapper::getDevice(0, kPort)->enableStandardBehaviour(true));
+    std::vector<unsigned char> model(528);
+    std::iota(model.begin(), model.end(), static_cast<unsigned char>(7));
+    ASSERT_TRUE(station->poke(kMemory, model));
+    unsigned char next = 0x80;
+    for (const long long length : {1, 2, 3, 4, 5, 6, 7, 8, 9, 510, 512}) {
+        for (long long offset = 0; offset < 5; ++offset) {
+            SCOPED_TRACE(testing::PrintToString(std::vector{offset, length}));
+            const auto place = model.begin() + offset;
+            std::generate_n(place, length, [&] { return next++; });
+            std::vector<unsigned char> bytes(place, place + length);
+            door->write(bytes.data(), kMemory + offset, length);
+            const auto stored = station->peek(kMemory, model.size()).value();
+            ASSERT_TRUE(std::equal(stored.begin(), stored.end(), model.begin(), model.end()));
+            std::fill(bytes.begin(), bytes.end(), static_cast<unsigned char>(0));
+            door->read(bytes.data(), kMemory + offset, length);
+            ASSERT_TRUE(std::equal(bytes.begin(), bytes.end(), place));
+        }
+    }
+    station->log().clear();
+    door->write(model.data(), kMemory + 3, 10); // ends in the middle of the fourth word
+    EXPECT_EQ(station->log().count(gvcp::Command::ReadRegCmd), 2U);
+    EXPECT_EQ(station->log().count(gvcp::Command::WriteMemCmd), 1U);
+    EXPECT_EQ(station->log().total(), 3U);
+    EXPECT_THROW(door->write(model.data(), kMemory + 1, 513), tavo::GicTransportLayerException);
+    EXPECT_EQ(station->log().total(), 3U);
 }
 
 TEST_F(BridgeTest, NeedsABoundPortADeviceAndAnOpenBoard) {

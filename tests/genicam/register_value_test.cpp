@@ -21,18 +21,21 @@ struct Layout {
     Sign sign;
     int lsb; // as the description counts
     int msb;
+    bool wordsAreNumbers;
 
     int bits() const { return std::abs(msb - lsb) + 1; }
 };
 
 // Calls `visit` with each bit of the value and the byte and mask of memory that hold it, from the highest on:
 // bits of big-endian registers count from the first byte's highest bit, of little-endian ones from its
-// lowest.
+// lowest, or from the last byte's lowest where words are numbers.
 void eachBit(const Layout& layout, const std::function<void(int bit, std::size_t byte, int mask)>& visit) {
     const bool big = layout.endianess == Endian::BigEndian;
+    const bool isNumber = !big && layout.wordsAreNumbers && layout.length == 4;
     for (int i = layout.bits() - 1; i >= 0; --i) {
         const int place = big ? std::max(layout.lsb, layout.msb) - i : std::min(layout.lsb, layout.msb) + i;
-        visit(i, static_cast<std::size_t>(place / 8), 1 << (big ? 7 - place % 8 : place % 8));
+        const int byte = isNumber ? 3 - place / 8 : place / 8;
+        visit(i, static_cast<std::size_t>(byte), 1 << (big ? 7 - place % 8 : place % 8));
     }
 }
 
@@ -60,9 +63,12 @@ Layout randomLayout(std::mt19937& random, bool whole) {
     const int length = 1 + below(8);
     const int lsb = whole ? 0 : below(length * 8);
     const int msb = whole ? length * 8 - 1 : below(length * 8);
-    return {
-        length, below(2) == 0 ? Endian::LittleEndian : Endian::BigEndian, static_cast<Sign>(below(3)), lsb,
-        msb};
+    return {length,
+            below(2) == 0 ? Endian::LittleEndian : Endian::BigEndian,
+            static_cast<Sign>(below(3)),
+            lsb,
+            msb,
+            below(2) == 0};
 }
 
 TEST(RegisterNumbers, RandomLayoutsAgreeWithTheBitModel) {
@@ -71,7 +77,8 @@ TEST(RegisterNumbers, RandomLayoutsAgreeWithTheBitModel) {
         const bool whole = round % 4 == 0;
         const Layout layout = randomLayout(random, whole);
         SCOPED_TRACE(testing::PrintToString(std::vector{
-            round, layout.length, int(layout.endianess), int(layout.sign), layout.lsb, layout.msb}));
+            round, layout.length, int(layout.endianess), int(layout.sign), layout.lsb, layout.msb,
+            int(layout.wordsAreNumbers)}));
         Device device;
         device.port.memory.resize(24);
         for (auto& byte : device.port.memory) {
@@ -86,6 +93,7 @@ TEST(RegisterNumbers, RandomLayoutsAgreeWithTheBitModel) {
         }
         node->setEndianess(layout.endianess);
         node->setSign(layout.sign);
+        node->setWordsAreNumbers(layout.wordsAreNumbers);
         std::vector<unsigned char> model = device.port.bytes(8, 16);
         ASSERT_EQ(node->getValue(), modelRead(model, layout));
 

@@ -4,6 +4,8 @@
 namespace test_support {
 namespace {
 
+using namespace std::string_literals;
+
 std::string integer(const std::string& name, const std::string& more) {
     return "<Integer Name='" + name + "'>" + more + "</Integer>";
 }
@@ -12,36 +14,269 @@ std::string real(const std::string& name, const std::string& more) {
     return "<Float Name='" + name + "'>" + more + "</Float>";
 }
 
-// A node that computes: `more` is its formulas, variables and what else it has.
-std::string
-knife(const std::string& name, const std::string& more, const std::string& kind = "IntSwissKnife") {
-    return "<" + kind + " Name='" + name + "'>" + more + "</" + kind + ">";
+std::string below(const std::string& name) {
+    return "<pValue>" + name + "</pValue>";
 }
 
-std::string variable(const std::string& name, const std::string& node) {
-    return "<pVariable Name='" + name + "'>" + node + "</pVariable>";
+// A node that computes; each variable is "NAME node".
+std::string computed(
+    const std::string& kind, const std::string& name, const std::string& formula,
+    const std::vector<std::string>& variables, const std::string& more = "") {
+    std::string text = "<" + kind + " Name='" + name + "'>" + more;
+    if (!formula.empty()) {
+        text += "<Formula>" + formula + "</Formula>";
+    }
+    for (const std::string& variable : variables) {
+        const std::size_t blank = variable.find(' ');
+        text += "<pVariable Name='" + variable.substr(0, blank) + "'>" + variable.substr(blank + 1) +
+                "</pVariable>";
+    }
+    return text + "</" + kind + ">";
 }
 
-// Formulas that give the limits of a node; a SwissKnife's text has six digits at most.
-std::string limitsOf(const std::string& node, const std::string& formula = "X.Min + 0") {
-    return knife("Limit", variable("X", node) + "<Formula>" + formula + "</Formula>", "SwissKnife");
+std::string knife(
+    const std::string& name, const std::string& formula, const std::vector<std::string>& variables,
+    const std::string& more = "") {
+    return computed("IntSwissKnife", name, formula, variables, more);
+}
+
+std::string converter(
+    const std::string& kind, const std::string& name, const std::string& to, const std::string& from,
+    const std::string& node, const std::string& more = "") {
+    return computed(
+        kind, name, "", {},
+        "<FormulaTo>" + to + "</FormulaTo><FormulaFrom>" + from + "</FormulaFrom>" + below(node) + more);
+}
+
+// A SwissKnife that gives the minimum or maximum of a node.
+std::string minOf(const std::string& node) {
+    return computed("SwissKnife", "Min", "X.Min", {"X " + node});
+}
+std::string maxOf(const std::string& node) {
+    return computed("SwissKnife", "Max", "X.Max", {"X " + node});
+}
+std::string limitsOf(const std::string& node) {
+    return minOf(node) + maxOf(node);
 }
 
 TEST(StandardValues, LimitsAndIncrements) {
-    const std::string below = integer("B", "<Min>1</Min><Max>9</Max><Inc>2</Inc>");
-    const std::string over = "<pValue>B</pValue>";
-    const std::string loop = "<pValue>L</pValue>";
+    const std::string odd = integer("B", "<Value>1</Value><Min>1</Min><Max>9</Max><Inc>2</Inc>");
+    const std::string lowest = "-9223372036854775808";
     runScriptsBothWays({
-        {"floats without a minimum", real("F", "") + reg("R", 0, 4, "", "FloatReg") + limitsOf("R"),
-         "F=-1 -> -40006 | 0; F=0 -> -40006 | 0; F=1; Limit -> -40009 | -3.40282e+38"},
-        {"increments",
-         integer("I", "<Min>1</Min><Max>9</Max><Inc>2</Inc>") +
-             integer("N", "<Min>-9223372036854775808</Min><Inc>-5</Inc>"),
-         "I=3 -> -40006 | 0; I=4 -> 0 | -40006; I=0 -> -40006; I=11 -> -40006; N=5 -> 0 | -40006; "
-         "N=-9223372036854775803 -> -40006 | 0; N=9223372036854775802 -> -40006 | 0"},
-        {"an integer over another", below + integer("I", over) + integer("J", over + "<Max>5</Max>"),
-         "I=11 -> -40006; I=2 -> 0 | -40006; I=3 -> -40006 | 0; J=7 -> -40006"},
+        {"floats without a minimum", real("F", "") + reg("R", 0, 4, "", "FloatReg") + minOf("R"),
+         "F=-1 -> -40006 | 0; F=0 -> -40006 | 0; F=1; Min -> -40009 | -3.40282e+38"},
+        {"increments from the minimum",
+         odd + integer("N", "<Min>" + lowest + "</Min><Inc>-5</Inc>") + integer("Z", "<Inc>0</Inc>"),
+         "B=3 -> -40006 | 0; B=4 -> 0 | -40006; B=0 -> -40006; B=11 -> -40006; N=5 -> 0 | -40006; "
+         "N=-9223372036854775803 -> -40006 | 0; N=9223372036854775807 -> -40006 | 0; Z=7"},
+        {"an integer over another",
+         odd + integer("I", below("B")) + integer("J", below("B") + "<Max>5</Max>") +
+             integer("P", "<Value>7</Value>") + integer("K", below("B") + "<pMax>P</pMax>"),
+         "I=11 -> -40006; I=2 -> 0 | -40006; I=3 -> -40006 | 0; J=7 -> -40006; J=5 -> -40006 | 0; "
+         "K=9 -> -40006; K=7 -> -40006 | 0"},
+        {"a float over an integer, and an integer over a float",
+         odd + real("F", below("B") + "<Max>100</Max>") + real("G", "<Min>-1.5</Min><Max>2.5</Max>") +
+             integer("I", below("G")) + minOf("I") + computed("SwissKnife", "Max", "X.Max", {"X F"}),
+         "F=0.5 -> -40006; F=1 -> -40006 | 0; I=2; I=3 -> -40006; Min -> -40009 | -1; Max -> -40009 | 100"},
+        {"limits of a register without a sign",
+         reg("R", 0, 1) + reg("M", 4, 4, "<LSB>0</LSB><MSB>3</MSB>", "MaskedIntReg") +
+             integer("I", below("R")) + integer("J", below("M")) + limitsOf("I"),
+         "I=255; I=256 -> 0 | -40006; I=-1 -> 0 | -40006; J=15; J=-1 -> 0 | -40006; Min -> -40009 | 0; "
+         "Max -> -40009 | 255"},
+        {"limits in a circle are an error for their nodes",
+         integer("A", below("B")) + integer("B", below("A")) + integer("Well", ""),
+         "A=1 -> -40007; B=1 -> -40007; Well=1"},
     });
+}
+
+// Each end of the range below is translated: 10 to 250 through X*2 is 20 to 500.
+TEST(StandardValues, LimitsOfConverters) {
+    const std::string whole = integer("B", "<Min>10</Min><Max>250</Max>");
+    const std::string plain = integer("B", "");
+    const std::string slope = "<Slope>Varying</Slope>";
+    const struct {
+        const char* name;
+        std::string nodes;
+        const char* min;
+        const char* max;
+    } rows[] = {
+        {"rising", whole + converter("Converter", "C", "FROM/0.5", "TO*0.5", "B"), "5", "125"},
+        {"falling", whole + converter("IntConverter", "C", "", "1000-TO", "B"), "750", "990"},
+        {"declared", whole + converter("Converter", "C", "", "-TO", "B", "<Slope>Decreasing</Slope>"), "-250",
+         "-10"},
+        {"varying", whole + converter("Converter", "C", "", "TO", "B", slope), "-1.79769e+308",
+         "1.79769e+308"},
+        {"constant", whole + converter("IntConverter", "C", "", "TO=11?5:3", "B"), "-9.22337e+18",
+         "9.22337e+18"},
+        {"unknown at an end", whole + converter("Converter", "C", "", "1/(TO-10)", "B"), "-1.79769e+308",
+         "1.79769e+308"},
+        {"beyond 64 bits", plain + converter("IntConverter", "C", "", "TO*1000", "B"), "-9.22337e+18",
+         "9.22337e+18"},
+        {"beyond doubles", real("B", "") + converter("Converter", "C", "", "TO*2", "B"), "-1.79769e+308",
+         "1.79769e+308"},
+        {"through two",
+         whole + converter("Converter", "D", "", "TO*2", "B") + converter("Converter", "E", "", "TO+1", "D") +
+             real("C", below("E")),
+         "21", "501"},
+        {"nothing below", converter("IntConverter", "C", "", "TO", "Missing"), "-9.22337e+18", "9.22337e+18"},
+        {"itself", converter("Converter", "C", "", "TO", "C"), "-40007", "-40007"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Device device(inRoot(row.nodes + limitsOf("C")), true);
+        device.expect(std::string("Min -> ") + row.min + "; Max -> " + row.max + "; Min -> " + row.min);
+    }
+}
+
+TEST(StandardValues, Converters) {
+    const std::string w = reg("W", 0, 4, "<Sign>Signed</Sign>");
+    runScriptsBothWays({
+        {"what goes to an integer is rounded", w + converter("Converter", "C", "FROM*0.5", "TO/0.5", "W"),
+         // By default 0.5 is the integer 0.
+         "C=5; W -> 0 | 3; C=-5; W -> 0 | -3; C=4.9; W -> 0 | 2"},
+        {"also through a float, and into a Boolean",
+         w + real("F", below("W") + "<Min>-1e300</Min>") + "<Boolean Name='B'/>" +
+             converter("Converter", "C", "FROM/4", "TO*4", "F") +
+             converter("Converter", "D", "FROM/4", "TO*4", "B") +
+             converter("Converter", "Huge", "FROM*1e30", "TO", "W"),
+         "C=7; W -> 1 | 2; C -> 4 | 8; D=1; B -> false; D=3; B -> false | true; Huge=1 -> 0 | -40006"},
+        {"an IntConverter computes with integers only",
+         reg("R", 0, 8, "", "FloatReg") + converter("IntConverter", "C", "FROM/2", "TO*2", "R"),
+         "C=7; R -> 3.5 | 3; C -> 7 | 6"},
+    });
+}
+
+TEST(StandardValues, Variables) {
+    const std::string mode =
+        "<Enumeration Name='Mode'><EnumEntry Name='Off'><Value>2</Value></EnumEntry>"
+        "<EnumEntry Name='On'><Value>5</Value></EnumEntry><Value>5</Value></Enumeration>";
+    const std::string yes = "<Boolean Name='Yes'><OnValue>7</OnValue><Value>true</Value></Boolean>";
+    const std::string width = integer("Width", "<Value>64</Value><Min>16</Min><Max>1024</Max><Inc>8</Inc>");
+    const std::string command =
+        reg("N", 0, 4) + "<Command Name='Do'><CommandValue>3</CommandValue>" + below("N") + "</Command>";
+    runScriptsBothWays({
+        {"of other kinds", mode + yes + command + knife("K", "100*M+10*Y+D", {"M Mode", "Y Yes", "D Do"}),
+         "N=3; K -> -40009 | 513; N=4; K -> -40009 | 514"},
+        {"a text is none",
+         reg("S", 0, 4, "", "StringReg") + knife("K", "S", {"S S"}) + knife("L", "S.Max", {"S S"}),
+         "K -> -40009; L -> -40009"},
+        {"suffixes in the formula",
+         width + mode + yes + knife("K", "W.Value + W.Min + W.max + W.Inc", {"w Width"}) +
+             knife("L", "M = M.Entry.On ? M.Entry.OFF : 0", {"M Mode"}) +
+             knife("V", "Y.Value + M.Value", {"Y Yes", "M Mode"}) + real("F", "<Min>-3</Min><Max>7</Max>") +
+             knife("G", "F.Max - F.Min", {"F F"}),
+         "K -> -40009 | 1112; L -> -40009 | 2; V -> -40009 | 6; G -> -40009 | 10"},
+        {"suffixes in the variable's name",
+         width + mode + knife("K", "W.MIN + M.Entry.On", {"W.Min Width", "M.Entry.On Mode"}) +
+             knife("L", "W", {"W.Min Width"}) + knife("Dotted", "A.B + A.B.Max", {"A.B Width"}),
+         "K -> -40009 | 21; L -> -40009; Dotted -> -40009 | 1088"},
+        {"suffixes that mean nothing",
+         width + mode + yes + knife("A", "M.Entry.Auto", {"M Mode"}) + knife("B", "M.Min", {"M Mode"}) +
+             knife("C", "W.Entry.On", {"W Width"}) + knife("D", "W.Unit", {"W Width"}) +
+             knife("E", "X.Min", {"W Width"}) + knife("F", "M.Entry.Auto", {"M.Entry.Auto Mode"}),
+         "A -> -40009; B -> -40009; C -> -40009; D -> -40009; E -> -40009; F -> -40009"},
+        {"limits follow what they depend on",
+         integer("Top", "<Value>5</Value>") + integer("I", "<pMax>Top</pMax>") + knife("K", "I.Max", {"I I"}),
+         "K -> -40009 | 5; Top=9; K -> -40009 | 9"},
+        {"limits in a circle", integer("I", "<pMax>K</pMax>") + knife("K", "I.Max", {"I I"}),
+         "K -> -40009 | -40007; I=0 -> -40009 | -40007"},
+    });
+}
+
+TEST(StandardValues, ConstantsAndExpressions) {
+    const auto constant = [](const std::string& name, const std::string& text) {
+        return "<Constant Name='" + name + "'>" + text + "</Constant>";
+    };
+    const auto expression = [](const std::string& name, const std::string& text) {
+        return "<Expression Name='" + name + "'>" + text + "</Expression>";
+    };
+    const std::string two = integer("Two", "<Value>2</Value>");
+    std::string chain = expression("E0", "1");
+    for (int i = 1; i <= 40; ++i) {
+        const std::string previous = "E" + std::to_string(i - 1);
+        chain += expression("E" + std::to_string(i), previous + "+" + previous);
+    }
+    runScriptsBothWays({
+        {"numbers of all kinds",
+         computed(
+             "SwissKnife", "F", "A+B+C", {},
+             constant("A", "0x10") + constant("B", " -2.5\n") + constant("C", "1e1")) +
+             knife("I", "A*B", {}, constant("A", "-3") + constant("B", "2.9")) +
+             knife("Broken", "1?2:A", {}, constant("A", "many")) + knife("Used", "A", {}, constant("A", "")),
+         "F -> -40009 | 23.5; I -> -40009 | -6; Broken -> 2; Used -> -40009"},
+        {"expressions of variables, constants and each other",
+         two +
+             computed(
+                 "SwissKnife", "F", "Half + X", {"X Two"},
+                 expression("Half", "Sum/C") + constant("C", "2") + expression("Sum", "X+1.0")) +
+             knife("I", "Half + X", {"X Two"}, expression("Half", "(X+1)/2")),
+         "F -> -40009 | 3.5; I -> -40009 | 3; Two=4; F -> -40009 | 6.5"},
+        {"a variable hides an expression, which hides a constant that came before",
+         two + knife("K", "A+B", {"A Two"}, expression("A", "9") + constant("B", "1") + expression("B", "7")),
+         "K -> -40009 | 9"},
+        {"in converters",
+         two + converter(
+                   "IntConverter", "C", "FROM-Shift", "TO+Shift", "Two",
+                   constant("Base", "10") + expression("Shift", "Base*3")),
+         "C -> -40009 | 32; C=35 -> -40009 | 0; Two -> 2 | 5"},
+        {"faults fail alone",
+         knife("Circle", "A", {}, expression("A", "B+1") + expression("B", "A-1")) +
+             knife("Untaken", "0 ? A : 4", {}, expression("A", "A")) +
+             knife("Syntax", "A", {}, expression("A", "1+")) + knife("Well", "1", {}) +
+             knife("Doubling", "E10", {}, chain) + knife("Endless", "E40", {}, chain),
+         "Circle -> -40009 | -40007; Untaken -> 4; Syntax -> -40009; Well -> 1; Doubling -> -40009 | 1024; "
+         "Endless -> -40009 | -40007; Well -> 1"},
+    });
+}
+
+TEST(StandardValues, Registers) {
+    const std::string big = "<Endianess>BigEndian</Endianess>";
+    const std::string untimed = "<Cachable>NoCache</Cachable>";
+    runScriptsBothWays({
+        {"texts end at their first zero byte", reg("S", 0, 4, "", "StringReg"),
+         "@0=61 62 00 63; S -> ab\0c | ab; S=abcd; S -> abcd; S=; S -> \0\0\0\0 | ; @0+4 -> 00 00 00 00"s},
+        {"NoCache without a polling time",
+         reg("N", 0, 4, untimed) + reg("T", 4, 4, untimed + "<PollingTime>3600000</PollingTime>") +
+             reg("W", 8, 4, "<Cachable>WriteThrough</Cachable>"),
+         "#N -> 1r 0w; #N -> 0r 0w | 1r 0w; #N -> 0r 0w | 1r 0w; #T -> 1r 0w; #T -> 0r 0w; #W -> 1r 0w; "
+         "#W -> 0r 0w"},
+        {"words of old descriptions",
+         reg("W", 0, 4) + reg("B", 0, 4, big) + reg("H", 0, 2) + reg("L", 0, 8) +
+             reg("M", 0, 4, "<LSB>0</LSB><MSB>7</MSB>", "MaskedIntReg") + reg("R", 4, 4, "", "FloatReg") +
+             "<Integer Name='Four'><Value>4</Value></Integer>" + reg("P", 0, 0, "<pLength>Four</pLength>"),
+         "@0=01 02 03 04 3F 80 00 00; W -> 67305985 | 16909060; B -> 16909060; H -> 513; "
+         "L -> 141008138600961; M -> 1 | 4; P -> 67305985 | 16909060; R -> 4.6006e-41 | "
+         "1; "
+         "M=255; @0+4 -> FF 02 03 04 | 01 02 03 FF; !stale; W=1; @0+4 -> 01 00 00 00 | 00 00 00 01; R=2; "
+         "@4+4 -> 00 00 00 40 | 40 00 00 00"},
+    });
+}
+
+// Only the camera's own registers of descriptions below schema 1.1.
+TEST(StandardValues, WordsOfNewDescriptionsAreBytes) {
+    const std::string chunk = "<Port Name='Chunk'/><IntReg Name='C'><Address>0</Address><Length>4</Length>"
+                              "<pPort>Chunk</pPort><Endianess>LittleEndian</Endianess></IntReg>";
+    const std::string port =
+        "<Port Name='Device'/>" + chunk + reg("W", 0, 4) +
+        "<StructReg><Address>0</Address><Length>4</Length><pPort>Device</pPort>"
+        "<Endianess>LittleEndian</Endianess><StructEntry Name='S'><LSB>0</LSB><MSB>15</MSB>"
+        "</StructEntry></StructReg></RegisterDescription>";
+    const struct {
+        const char* major;
+        const char* minor;
+        const char* word;
+        const char* entry;
+    } rows[] = {{"1", "0", "16909060", "772"}, {"1", "1", "67305985", "513"}, {"2", "0", "67305985", "513"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.major) + "." + row.minor);
+        Device device(
+            std::string("<RegisterDescription SchemaMajorVersion='") + row.major + "' SchemaMinorVersion='" +
+                row.minor + "'>" + port,
+            true);
+        device.camera.setPort(&device.port, "Chunk");
+        device.expect(
+            std::string("@0=01 02 03 04; W -> ") + row.word + "; S -> " + row.entry + "; C -> 67305985");
+    }
 }
 
 } // namespace

@@ -31,7 +31,6 @@ Bytes pseudoHeader(const Bytes& addresses, std::uint16_t length) {
 }
 
 constexpr std::uint64_t kCameraMac = 0x021122334455;
-constexpr std::uint32_t kCameraIp = 0xA9FE0764;
 
 } // namespace
 
@@ -59,7 +58,7 @@ Bytes operator+(Bytes left, const Bytes& right) {
     return left;
 }
 
-Bench::Bench(const ethernet::Settings& extra) {
+Bench::Bench(const ethernet::Settings& extra, simcam::NoticeSink notices) {
     ethernet::Settings settings{{"mac", "02:11:22:33:44:55"}, {"ip", "169.254.7.100"}};
     for (const auto& [key, value] : extra) {
         settings[key] = value;
@@ -70,7 +69,7 @@ Bench::Bench(const ethernet::Settings& extra) {
     if (!description) {
         throw std::runtime_error(error);
     }
-    camera = std::make_unique<simcam::CameraCore>(*parsed, *description, now);
+    camera = std::make_unique<simcam::CameraCore>(*parsed, *description, now, std::move(notices));
 }
 
 Bytes Bench::message(std::uint16_t code, std::uint16_t id, const Bytes& payload, std::uint8_t flags) {
@@ -80,7 +79,7 @@ Bytes Bench::message(std::uint16_t code, std::uint16_t id, const Bytes& payload,
 
 Bytes Bench::frame(const Host& from, const Bytes& message, bool broadcast) const {
     const auto udpLength = static_cast<std::uint16_t>(message.size() + 8);
-    const Bytes addresses = be32(from.ip) + be32(broadcast ? 0xFFFFFFFF : kCameraIp);
+    const Bytes addresses = be32(from.ip) + be32(broadcast ? 0xFFFFFFFF : cameraIp);
     const auto ipHead = [&](std::uint16_t checksum) {
         return Bytes{0x45, 0} + be16(static_cast<std::uint16_t>(udpLength + 20)) + be16(0) + be16(0x4000) +
                Bytes{128, 17} + be16(checksum) + addresses;

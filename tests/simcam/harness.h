@@ -38,7 +38,7 @@ struct Ack {
 
 class Bench {
 public:
-    explicit Bench(const ethernet::Settings& extra = {});
+    explicit Bench(const ethernet::Settings& extra = {}, simcam::NoticeSink notices = {});
 
     // One host: its address and the id that its next command carries.
     struct Host {
@@ -49,6 +49,7 @@ public:
     };
     Host host;
     Host other{0x020000000002, 0xA9FE072B, 3015, 100};
+    std::uint32_t cameraIp = 0xA9FE0764;                   // where the hosts send to
     Host neighbour{0x020000000001, 0xA9FE072A, 3016, 200}; // another application on `host`
 
     // A GVCP message from the host in a frame to the camera.

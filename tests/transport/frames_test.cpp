@@ -62,8 +62,7 @@ TEST(Frames, AForcedAddressIsLearntWhenTheCameraSaysSo) {
         {"done", forced, [](const Frame& c) { return Frames{ackTo(c, {})}; }, 0, 3},
         {"done, after answers to others", forced,
          [](const Frame& c) {
-             return Frames{
-                 with16(ackTo(c, {}), kIdAt, 0x4711), with16(ackTo(c, {}), kAckCode, 0x81), ackTo(c, {})};
+             return Frames{with16(ackTo(c, {}), kIdAt, 0x4711), ackTo(c, {})};
          },
          0, 3},
         {"refused", forced, [](const Frame& c) { return Frames{ackTo(c, {}, 0x8006)}; }, 0x8006, 100},

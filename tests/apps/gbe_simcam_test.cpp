@@ -1,0 +1,309 @@
+// gbe-simcam: its commands on cameras without a wire, and the whole program on one end of a virtual wire with
+// a plain UDP socket as the client on the other.
+#include "process.h"
+
+#include "Configuration.h"
+#include "Console.h"
+#include "bounds.h"
+#include "simcam/text.h"
+#include "support/net_namespace.h"
+
+#include <gmock/gmock.h>
+
+#include <arpa/inet.h>
+#include <fstream>
+#include <net/if.h>
+#include <set>
+#include <sys/socket.h>
+
+namespace {
+
+using namespace gbe_simcam;
+using testing::HasSubstr;
+using Bytes = std::vector<std::uint8_t>;
+
+// --- commands ---
+
+class NoWire : public Wire {
+public:
+    void send(const std::uint8_t*, std::size_t) override {}
+    std::span<const std::uint8_t> receive(Clock::time_point) override {
+        std::unique_lock lock(m_mutex);
+        m_wake.wait(lock, [this] { return m_over; });
+        return {};
+    }
+    void interrupt() override {
+        const std::scoped_lock lock(m_mutex);
+        m_over = true;
+        m_wake.notify_all();
+    }
+    Counters counters() override { return {1, 2, 3}; }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    bool m_over = false;
+};
+
+TEST(GbeSimcamConsole, TakesCommands) {
+    std::string error;
+    std::vector<ethernet::Settings> settings(2);
+    settings[0] = {{"ip", "10.0.0.1"}};
+    settings[1] = {{"ip", "10.0.0.2"}, {"description-text", "<RegisterDescription/>"}};
+    ASSERT_TRUE(complete(settings, "seed", error));
+    std::vector<Segment::Member> members;
+    for (const auto& one : settings) {
+        members.push_back({simcam::parseMac(one.at("mac")).value(), simcam::Camera::make(one, error)});
+    }
+    Segment segment(std::make_unique<NoWire>(), std::move(members));
+    bool quit = false;
+    Console console(segment, [&quit] { quit = true; });
+    const struct {
+        std::string command;
+        bool ok;
+        const char* reply; // within it
+    } rows[] = {
+        {"", true, ""},
+        {"list", true,
+         ", 10.0.0.2 mask 255.255.0.0, controlled by nobody|wire: 2 frames in, 1 out, 3 dropped"},
+        {"help", true, "N|all reboot"},
+        {"0 list", false, "'0' is neither list, help, quit, all nor a camera from 1 to 2"},
+        {"3 fault", false, "'3' is neither"},
+        {"1 dance", false, "'dance' is no command"},
+        {"1 fault delay=500 x3 readreg", true, ""},
+        {" 1  fault ", true, "delay=500 x3 readreg"},
+        {"1 fault loud", false, "'loud' is not understood"},
+        {"all fault silent forever", true, ""},
+        {"2 fault", true, "silent=0 forever"},
+        {"all fault clear", true, ""},
+        {"1 fault", true, ""},
+        {"1 link drop=0.5 seed=3", true, ""},
+        {"1 link drop=2", false, "link fault 'drop=2' is not understood"},
+        {"1 link delay-min=9", false, "delay-min is above delay-max"},
+        {"1 link", false, "'link' wants"},
+        {"1 link clear", true, ""},
+        {"1 slow-write 2000 UserSetSave;50", true, ""},
+        {"1 slow-write soon", false, "'soon' is no time"},
+        {"1 slow-write clear", true, ""},
+        {"1 set Width 640", true, ""},
+        {"1 get Width", true, "640"},
+        {"1 get 0xA110", true, "0x00000280"},
+        {"1 get 0xA110 2", true, "0x00000280|0x000004B0"},
+        {"1 get 41232", true, "0x00000280"},
+        {"1 set Gain#1 -2.5", true, ""}, // a technician may
+        {"1 get Gain#1", true, "-2.5"},
+        {"1 set BlackLevel -5", true, ""},
+        {"1 get BlackLevel", true, "-5"},
+        {"1 set UserDefinedName left eye", true, ""},
+        {"all get UserDefinedName", true, "1 left eye|2 "},
+        {"1 set UserDefinedName a name that is too long", false, "is no value for UserDefinedName"},
+        {"1 set Width wide", false, "'wide' is no value for Width"},
+        {"1 set Width", false, "'' is no value for Width"},
+        {"1 get Wide", false, "'Wide' is no register"},
+        {"1 get Gain#4", false, "'Gain#4' is no register"},
+        {"1 get 0x9000", false, "nothing is at 0x00009000"},
+        {"1 set 0x48000000 1", false, "nothing can be written at 0x48000000"},
+        {"2 get Width", false, "'Width' is no register"}, // its registers are somebody else's
+        {"2 set 0xA110 7", true, ""},
+        {"2 get 0xA110", true, "0x00000007"},
+        {"1 silent", true, ""},
+        {"list", true, ", silent|2 "},
+        {"1 silent off", true, ""},
+        {"1 silent long", false, "'long' is neither 'off' nor"},
+        {"1 reboot=0", true, ""},
+        {"1 get Width", true, "1920"},
+        {"1 reboot soon", false, "'soon' is no number"},
+        {"1 statistics", true, "readreg 0|"},
+        {std::string(kMaxCommand + 1, 'x'), false, "a command of more than 4096 bytes"},
+        {"quit", true, ""},
+    };
+    for (const auto& row : rows) {
+        const Reply reply = console.run(row.command);
+        std::string all;
+        for (const std::string& line : reply.lines) {
+            all += (all.empty() ? "" : "|") + line;
+        }
+        EXPECT_EQ(all.empty(), *row.reply == '\0') << row.command;
+        EXPECT_EQ(reply.ok, row.ok) << row.command << ": " << all;
+        EXPECT_THAT(all, HasSubstr(row.reply)) << row.command;
+    }
+    EXPECT_TRUE(quit);
+}
+
+// --- the program ---
+
+// A client as anybody would write it: a UDP socket.
+class Client {
+public:
+    Client() : m_socket(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+        const int on = 1;
+        setsockopt(m_socket, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
+        setsockopt(m_socket, SOL_SOCKET, SO_BINDTODEVICE, "host0", sizeof "host0");
+        const timeval limit{0, 100000};
+        setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    }
+    ~Client() { close(m_socket); }
+
+    void send(const char* to, Bytes command) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(3956);
+        inet_pton(AF_INET, to, &address.sin_addr);
+        sendto(
+            m_socket, command.data(), command.size(), 0, reinterpret_cast<sockaddr*>(&address),
+            sizeof address);
+    }
+    // Acknowledgement by acknowledgement, with the sender before it; empty when none comes soon.
+    Bytes receive(std::string& from) {
+        sockaddr_in address{};
+        socklen_t size = sizeof address;
+        Bytes bytes(2000);
+        const ssize_t got =
+            recvfrom(m_socket, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&address), &size);
+        bytes.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+        char text[INET_ADDRSTRLEN] = "";
+        inet_ntop(AF_INET, &address.sin_addr, text, sizeof text);
+        from = text;
+        return bytes;
+    }
+    // The answer to a command that is repeated until there is one.
+    Bytes ask(const char* to, const Bytes& command) {
+        Bytes answer;
+        std::string from;
+        test::waitUntil([&] {
+            send(to, command);
+            answer = receive(from);
+            return !answer.empty();
+        });
+        return answer;
+    }
+    // Who answers to discovery, until there are as many.
+    std::set<std::string> discover(std::size_t count) {
+        std::set<std::string> found;
+        test::waitUntil([&] {
+            send("255.255.255.255", {0x42, 0x11, 0, 2, 0, 0, 0, 1});
+            std::string from;
+            while (receive(from).size() == 256) {
+                found.insert(from);
+            }
+            return found.size() >= count;
+        });
+        return found;
+    }
+
+private:
+    const int m_socket;
+};
+
+class GbeSimcam : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!wire.error().empty()) {
+            GTEST_SKIP() << wire.error();
+        }
+        ASSERT_TRUE(wire.host.shell("ip addr add 169.254.7.42/16 dev host0"));
+    }
+    static std::string control(const QStringList& words) {
+        const auto outcome = test::Program::run(GBE_SIMCAM, QStringList{"control", "sock"} + words);
+        return std::to_string(outcome.status) + " " + outcome.out + outcome.err;
+    }
+
+    const test_support::VirtualWire wire;
+};
+
+TEST_F(GbeSimcam, IsFoundReadAndControlled) {
+    const test_support::NetNamespace::Inside inside(wire.camera);
+    test::Program program(
+        GBE_SIMCAM, {"--interface", "camera0", "--control", "sock", "--camera",
+                     "mac=02:11:22:33:44:55,ip=169.254.7.100,name=left\\, eye", "--camera",
+                     "ip=169.254.7.100,latency=0"});
+    const Bytes read{0x42, 1, 0, 0x80, 0, 4, 0, 9, 0, 0, 0xA1, 0x10};
+    {
+        const test_support::NetNamespace::Inside host(wire.host);
+        Client client;
+        EXPECT_EQ(client.discover(1), std::set<std::string>{"169.254.7.100"}) << "two of one address";
+        EXPECT_EQ(client.ask("169.254.7.100", read), (Bytes{0, 0, 0, 0x81, 0, 4, 0, 9, 0, 0, 7, 0x80}));
+    }
+    EXPECT_EQ(control({"1", "get", "UserDefinedName"}), "0 left, eye\n");
+    EXPECT_EQ(control({"2 silent"}), "0 ");
+    ASSERT_TRUE(wire.host.shell("ip neigh flush dev host0")); // where the second one may have won
+    EXPECT_EQ(control({"1", "fault", "status=0x8007 forever readreg"}), "0 ");
+    EXPECT_EQ(control({"1 fault loud"}), "1 gbe-simcam: fault 'loud': 'loud' is not understood\n");
+    EXPECT_EQ(control({std::string(5000, 'x').c_str()}), "1 gbe-simcam: the line is too long\n");
+    {
+        const test_support::NetNamespace::Inside host(wire.host);
+        Client client;
+        const Bytes busy = client.ask("169.254.7.100", read);
+        EXPECT_EQ((Bytes{busy.begin(), busy.begin() + 4}), (Bytes{0x80, 7, 0, 0x81}));
+    }
+    EXPECT_EQ(
+        test::Program::run(GBE_SIMCAM, {"--interface", "camera0", "--control", "sock"}).err,
+        "gbe-simcam: control socket 'sock' is in use by another process\n");
+    EXPECT_EQ(control({"quit"}), "0 ");
+    const auto outcome = program.wait();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(
+        outcome.out, HasSubstr("camera 1: ready, MAC 02:11:22:33:44:55, address 169.254.7.100 mask "
+                               "255.255.0.0 (as set), on camera0\n"));
+    EXPECT_EQ(access("sock", F_OK), -1) << "removed";
+}
+
+TEST_F(GbeSimcam, ThirtyTwoFindAddressesOfTheirOwn) {
+    std::ofstream file("cameras.conf");
+    for (int i = 0; i < 32; ++i) {
+        file << "[camera]\nprobe-second = 20\n# comment\n";
+    }
+    file.close();
+    const test_support::NetNamespace::Inside inside(wire.camera);
+    test::Program program(GBE_SIMCAM, {"--interface", "camera0", "--config", "cameras.conf"});
+    {
+        const test_support::NetNamespace::Inside host(wire.host);
+        EXPECT_EQ(Client().discover(32).size(), 32u);
+    }
+    program.signal(SIGTERM);
+    const auto outcome = program.wait();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+}
+
+TEST_F(GbeSimcam, SaysWhyItDoesNotStart) {
+    std::ofstream("bad.conf") << "[camera]\nmac = 02:00:00:00:00:01\n[board 0]\n";
+    std::ofstream("early.conf") << "\nip = 10.0.0.1\n";
+    std::ofstream("state") << "PersistentIp = 0A\n";
+    const struct {
+        QStringList arguments;
+        const char* error;
+    } rows[] = {
+        {{}, "--interface or --tap is wanted (see --help)"},
+        {{"--interface", "none0"}, "none0"},
+        {{"--interface", "camera0", "--tap", "tap0"}, "--tap"},
+        {{"--tap", "a name that is too long"}, "'a name that is too long' is no name of an interface"},
+        {{"--interface", "camera0", "--camera", "ip=10.0.0.300"},
+         "camera 1: camera: ip '10.0.0.300' is no IPv4 address"},
+        {{"--interface", "camera0", "--camera", "mac=02:0"}, "is no MAC address"},
+        {{"--interface", "camera0", "--camera", "ip"}, "'ip' is not KEY=VALUE"},
+        {{"--interface", "camera0", "--camera", "ip=10.0.0.1,ip=10.0.0.1"}, "'ip' is given twice"},
+        {{"--interface", "camera0", "--camera", "mac=02:00:00:00:00:01", "--camera", "mac=02:00:00:00:00:01"},
+         "two cameras have the MAC address 02:00:00:00:00:01"},
+        {{"--interface", "camera0", "--count", "200"}, "more than 128 cameras"},
+        {{"--interface", "camera0", "--config", "bad.conf"}, "bad.conf:3: no section: [camera] is one"},
+        {{"--interface", "camera0", "--config", "early.conf"}, "early.conf:2: a setting before the first"},
+        {{"--interface", "camera0", "--config", "none.conf"}, "none.conf: cannot be read"},
+        {{"--interface", "camera0", "--camera", "state=state"},
+         "camera 1: camera: state 'state': line 1 is not what a camera keeps"},
+        {{"control", "none", "list"}, "no gbe-simcam listens on 'none'"},
+    };
+    const test_support::NetNamespace::Inside inside(wire.camera);
+    for (const auto& row : rows) {
+        const auto outcome = test::Program::run(GBE_SIMCAM, row.arguments);
+        EXPECT_GT(outcome.status, 0) << row.error;
+        EXPECT_THAT(outcome.err, testing::StartsWith("gbe-simcam: "));
+        EXPECT_THAT(outcome.err, HasSubstr(row.error));
+    }
+    const auto outcome = test::Program::run(
+        "setpriv", {"--bounding-set=-net_raw", "--inh-caps=-net_raw", GBE_SIMCAM, "--interface", "camera0"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("setcap cap_net_raw+ep"));
+}
+
+} // namespace
