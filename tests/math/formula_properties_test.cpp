@@ -98,10 +98,7 @@ struct Model {
     static Model integer(const char* text, std::int64_t n) { return {text, MathValue::fromInteger(n), ""}; }
     static Model real(const char* text, double x) { return {text, MathValue::fromFloat(x), ""}; }
     bool isInteger() const { return value.isInteger(); }
-    // Of an operation that takes this and no float.
-    std::string errorWith(const std::string& ofFloat) const {
-        return !error.empty() || isInteger() ? error : ofFloat;
-    }
+    bool isTrue() const { return value.toFloat() != 0; }
 };
 
 std::string integersOnly(const std::string& tokenName) {
@@ -126,14 +123,27 @@ const std::vector<Model> Leaves = {
 
 class ModelMaker {
 public:
-    ModelMaker(Random& random, bool isFloatEvaluation)
-        : m_random(random), m_isFloatEvaluation(isFloatEvaluation) {}
+    ModelMaker(Random& random, bool isFloatEvaluation, bool isStandard)
+        : m_random(random), m_isFloatEvaluation(isFloatEvaluation), m_isStandard(isStandard) {}
 
+    // As the standard has it every value is of the evaluation's kind.
     Model make(unsigned depth) {
+        Model model = makeOfAnyKind(depth);
+        if (m_isStandard) {
+            model.value = m_isFloatEvaluation ? real(model.value.toFloat())
+                                              : MathValue::fromInteger(model.value.toInteger());
+        }
+        return model;
+    }
+
+private:
+    Model makeOfAnyKind(unsigned depth) {
         switch (depth == 0 ? 0 : m_random.below(10)) {
         case 0:
-        case 1:
-            return m_random.oneOf(Leaves);
+        case 1: {
+            const Model& leaf = m_random.oneOf(Leaves);
+            return m_isStandard && leaf.text == "4.75" ? Model::real("4.75", 4.75) : leaf;
+        }
         case 2:
             return makeConditional(depth - 1);
         case 3:
@@ -145,18 +155,22 @@ public:
         }
     }
 
-private:
+    // Of an operation that takes `x`, by default integers only.
+    std::string errorWith(const Model& x, const std::string& ofFloat) const {
+        return !x.error.empty() || x.isInteger() || m_isStandard ? x.error : ofFloat;
+    }
+
     Model makeConditional(unsigned depth) {
         const Model condition = make(depth);
         const Model yes = make(depth);
         const Model no = make(depth);
         const std::string text = "(" + condition.text + "?" + yes.text + ":" + no.text + ")";
         // Conditionals in the parts are in brackets of their own, so the text splits as it was made.
-        const std::string error = condition.errorWith("condition is float, expected integer");
+        const std::string error = errorWith(condition, "condition is float, expected integer");
         if (!error.empty()) {
             return {text, {}, error};
         }
-        const Model& taken = condition.value.integer != 0 ? yes : no;
+        const Model& taken = condition.isTrue() ? yes : no;
         return {text, taken.value, taken.error};
     }
 
@@ -166,11 +180,11 @@ private:
         const Model right = make(depth);
         const std::string text = "(" + left.text + (isAnd ? "&&" : "||") + right.text + ")";
         const std::string ofFloat = integersOnly(isAnd ? "_logical_and" : "_logical_or");
-        const std::string error = left.errorWith(ofFloat);
-        if (!error.empty() || (left.value.integer != 0) != isAnd) {
+        const std::string error = errorWith(left, ofFloat);
+        if (!error.empty() || left.isTrue() != isAnd) {
             return {text, MathValue::fromInteger(!isAnd), error};
         }
-        return {text, MathValue::fromInteger(right.value.integer != 0), right.errorWith(ofFloat)};
+        return {text, MathValue::fromInteger(right.isTrue()), errorWith(right, ofFloat)};
     }
 
     Model makeUnary(unsigned depth) {
@@ -186,8 +200,8 @@ private:
         case 2:
             return model("SQRT", real(std::sqrt(x.value.toFloat())));
         default:
-            Model complement = model("~", MathValue::fromInteger(-1 - (x.isInteger() ? x.value.integer : 0)));
-            complement.error = x.errorWith(integersOnly("_binary_not"));
+            Model complement = model("~", MathValue::fromInteger(-1 - x.value.toInteger()));
+            complement.error = errorWith(x, integersOnly("_binary_not"));
             return complement;
         }
     }
@@ -203,7 +217,10 @@ private:
         if (!result.error.empty()) {
             return result;
         }
-        if (left.isInteger() && right.isInteger()) {
+        const bool isOfBits = name == "&" || name == "|" || name == "^" || name == "<<" || name == ">>";
+        if (m_isStandard && isOfBits) {
+            combineIntegers(name, left.value.toInteger(), right.value.toInteger(), result);
+        } else if (left.isInteger() && right.isInteger()) {
             combineIntegers(name, left.value.integer, right.value.integer, result);
         } else {
             combineFloats(name, left.value.toFloat(), right.value.toFloat(), result);
@@ -284,6 +301,7 @@ private:
 
     Random& m_random;
     bool m_isFloatEvaluation;
+    bool m_isStandard;
 };
 
 TEST(FormulaProperties, ValuesAreThoseOfTheModel) {
@@ -297,9 +315,11 @@ TEST(FormulaProperties, ValuesAreThoseOfTheModel) {
     int values = 0;
     for (int i = 0; i < 40000; ++i) {
         const bool isFloat = i % 2 == 1;
-        const Model model = ModelMaker(random, isFloat).make(4);
+        const bool isStandard = i % 4 < 2;
+        SCOPED_TRACE(isStandard);
+        const Model model = ModelMaker(random, isFloat, isStandard).make(4);
         MathParser parser;
-        parser.tokenize(model.text, &variables);
+        parser.tokenize(model.text, &variables, isStandard ? Quirks::none() : Quirks());
         try {
             const MathValue value = isFloat ? MathValue::fromFloat(parser.evaluateFloat())
                                             : MathValue::fromInteger(parser.evaluateInteger());
