@@ -23,7 +23,6 @@ namespace {
 constexpr std::chrono::milliseconds kJoinInterval{20}; // between looks for an interface that is not there
 constexpr std::chrono::milliseconds kCarrierKept{10};
 constexpr int kReceiveBuffer = 4 << 20;       // asked for; the kernel gives what it allows
-constexpr unsigned kMostVainSpins = 6;        // after which only one wait in 64 spins
 constexpr std::uint16_t kVlanNumber = 0x0FFF; // of a tag
 
 sockaddr_ll linkAddress(int index) {
@@ -250,28 +249,27 @@ void PacketSocket::interrupt() {
 }
 
 std::span<const std::uint8_t> PacketSocket::receive(Clock::time_point deadline) {
-    std::span<std::uint8_t> frame = take();
-    if (frame.empty() && Clock::now() < deadline && !spin(deadline, frame)) {
+    const auto start = Clock::now();
+    if (start >= deadline) {
+        return take();
+    }
+    const bool spins = m_spin.count() > 0 && m_spinChoice.next();
+    std::span<std::uint8_t> frame;
+    if (!spins || !spin(std::min(deadline, start + m_spin), frame)) {
         sleep(deadline);
         frame = take();
+    }
+    if (m_spin.count() > 0) {
+        m_spinChoice.took(spins, Clock::now() - start);
     }
     return frame;
 }
 
 // True when the wait is over.
-bool PacketSocket::spin(Clock::time_point deadline, std::span<std::uint8_t>& frame) {
-    if (m_spin.count() == 0) {
-        return false;
-    }
-    if (m_waitsWithoutSpin > 0) {
-        --m_waitsWithoutSpin;
-        return false;
-    }
-    const auto end = std::min(deadline, Clock::now() + m_spin);
+bool PacketSocket::spin(Clock::time_point end, std::span<std::uint8_t>& frame) {
     do {
         frame = take();
         if (!frame.empty()) {
-            m_vainSpins = 0;
             return true;
         }
         if (m_interrupted.load(std::memory_order_relaxed)) {
@@ -279,8 +277,6 @@ bool PacketSocket::spin(Clock::time_point deadline, std::span<std::uint8_t>& fra
             return true;
         }
     } while (Clock::now() < end);
-    m_vainSpins = std::min(m_vainSpins + 1, kMostVainSpins);
-    m_waitsWithoutSpin = (1U << m_vainSpins) - 1;
     return false;
 }
 

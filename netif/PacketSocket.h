@@ -1,6 +1,7 @@
 // Raw Ethernet frames on a named Linux interface.
 #pragma once
 
+#include "netif/SpinChoice.h"
 #include "netif/filter.h"
 #include "netif/interface.h"
 
@@ -47,8 +48,8 @@ public:
     struct Options {
         Filter filter;
         bool promiscuous = false; // takes frames to any station in; the filter then sorts them
-        // A receiver looks again and again for up to this time before it sleeps. Waits for which that proved
-        // vain are followed by ones without it, more and more of them until a look finds a frame again.
+        // A receiver may look again and again for up to this time before it sleeps: it does where that
+        // proves to be faster (SpinChoice). 0: never.
         std::chrono::microseconds spin{0};
     };
 
@@ -93,7 +94,7 @@ private:
     void join(); // with the mutex held
     void applyPromiscuous(const InterfaceState& state, bool anew);
     std::span<std::uint8_t> take();
-    bool spin(Clock::time_point deadline, std::span<std::uint8_t>& frame);
+    bool spin(Clock::time_point end, std::span<std::uint8_t>& frame);
     void sleep(Clock::time_point deadline);
     void forgetInterrupt();
 
@@ -119,8 +120,7 @@ private:
 
     // Of the thread that receives.
     std::vector<std::uint8_t> m_buffer;
-    unsigned m_vainSpins = 0;
-    unsigned m_waitsWithoutSpin = 0;
+    SpinChoice m_spinChoice;
 };
 
 } // namespace netif

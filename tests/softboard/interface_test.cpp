@@ -216,6 +216,35 @@ TEST_F(InterfacePort, BearsFaultsLikeAnyOther) {
     EXPECT_EQ(board.receive(0, got, kWaitMs), 0) << "a late frame wakes the reader in the socket";
 }
 
+TEST(SpinChoice, LooksWhereThatIsFasterAndNoticesWhenItIsNot) {
+    using std::chrono::microseconds;
+    struct Row {
+        const char* name;
+        int sleeping; // microseconds that a wait takes
+        int spinning;
+        int least; // waits of 1000 that spin, after some hundred to get used to it
+        int most;
+    } const rows[] = {
+        {"waking takes long", 70, 23, 950, 999},
+        {"the camera is slower than one looks", 320, 330, 1, 50},
+        {"not worth the processor", 70, 66, 1, 50},
+        {"the camera needs this processor", 10, 4000, 1, 50},
+        {"nobody answers at all", 2000000, 2000000, 1, 50},
+        {"as at first", 70, 23, 950, 999},
+    };
+    netif::SpinChoice choice;
+    for (const Row& row : rows) {
+        int spins = 0;
+        for (int i = -2000; i < 1000; ++i) {
+            const bool spin = choice.next();
+            spins += spin && i >= 0 ? 1 : 0;
+            choice.took(spin, microseconds(spin ? row.spinning : row.sleeping));
+        }
+        EXPECT_GE(spins, row.least) << row.name;
+        EXPECT_LE(spins, row.most) << row.name;
+    }
+}
+
 // Gives up a thread's right to raw sockets, for good.
 void giveUpRights() {
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
