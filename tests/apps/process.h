@@ -1,6 +1,7 @@
 // Programs of the project as processes, and a raw client of the service; both wait with a generous deadline.
 #pragma once
 
+#include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QStringList>
 
@@ -46,6 +47,15 @@ public:
 
     bool running() { return m_process.waitForStarted(kDeadlineMs) && !m_process.waitForFinished(0); }
     void signal(int number) { kill(static_cast<pid_t>(m_process.processId()), number); }
+    // Waits until it has printed a text on standard output; what it printed before is gone then.
+    bool prints(const std::string& text) {
+        std::string seen;
+        return waitUntil([&] {
+            m_process.waitForReadyRead(0);
+            seen += m_process.readAllStandardOutput().toStdString();
+            return seen.find(text) != seen.npos;
+        });
+    }
     Outcome wait() {
         Outcome outcome;
         if (m_process.state() == QProcess::NotRunning || m_process.waitForFinished(kDeadlineMs)) {
@@ -61,6 +71,26 @@ public:
 
 private:
     QProcess m_process;
+};
+
+// A file that an environment variable names, for programs started while it lives.
+class EnvironmentFile {
+public:
+    EnvironmentFile(const char* variable, const char* text) : m_variable(variable) {
+        QFile file(kName);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(text) > 0);
+        setenv(variable, kName, 1);
+    }
+    ~EnvironmentFile() {
+        unsetenv(m_variable);
+        QFile::remove(kName);
+    }
+    EnvironmentFile(const EnvironmentFile&) = delete;
+    EnvironmentFile& operator=(const EnvironmentFile&) = delete;
+
+private:
+    static constexpr const char* kName = "file-of-the-environment";
+    const char* m_variable;
 };
 
 #ifdef GBE_SERVICE // for tests of the service
