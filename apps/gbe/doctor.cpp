@@ -119,9 +119,11 @@ bool Doctor::checkService() {
     }
     if (reply.error == EACCES || reply.error == EPERM) {
         const std::string group = groupOf(serviceSocket());
+        const std::string first =
+            group == "root" ? "\"socket-group = video\" in the service's configuration, restart it; " : "";
         m_findings.bad(
             "service", std::string("no right to use its socket ") + serviceSocket(),
-            "sudo usermod -aG " + group + " $USER, then log in anew");
+            first + "sudo usermod -aG " + (first.empty() ? group : "video") + " $USER, then log in anew");
     } else if (reply.error == ENOENT || reply.error == ECONNREFUSED) {
         m_findings.bad(
             "service", std::string("does not run: ") + serviceSocket() + ": " + std::strerror(reply.error),
@@ -237,7 +239,8 @@ void Doctor::checkCameras(BoardHandle* board) {
         if (port.linkUp && std::none_of(found.begin(), found.end(), isHere)) {
             m_findings.bad(
                 portName(port.port), "nothing answers a scan",
-                "is a camera on and on this network? Routers, VLANs and firewalls stop scans");
+                "is a camera on this network, and on for some seconds? Routers, VLANs and firewalls stop "
+                "scans");
         }
         for (const FoundCamera& camera : found) {
             if (isHere(camera)) {

@@ -21,6 +21,8 @@ void runSession() {
     EXPECT_EQ(Gbe_stopAcquisition(camera), 0);
     EXPECT_TRUE(eventually([&] { return station->peekRegister(0x0938) == 8000U; })); // a heartbeat
     EXPECT_EQ(Gbe_disconnectCamera(camera), 0);
+    EXPECT_EQ(
+        Gbe_forceCameraIp(session.board(), 0, Gbe_getCameraInfo(camera)->mac, 0x0901FEA9, 0xFFFF, 0), 0);
     EXPECT_TRUE(softboard::stopCapture(0, 0));
     Gbe_freeCamera(camera);
 }
@@ -29,6 +31,10 @@ TEST(Capture, OfASessionIsSoundToAnIndependentDissector) {
     runSession();
     if (!HasFatalFailure()) {
         expectSoundSession("session.pcap");
+        EXPECT_EQ(
+            tshark("session.pcap", "-Y 'gvcp.cmd.command == 4 || gvcp.ack == 5' -T fields -e frame.len"),
+            "106\n60\n")
+            << "an address is forced and acknowledged";
     }
 }
 
