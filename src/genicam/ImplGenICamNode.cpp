@@ -86,10 +86,10 @@ bool ImplGenICamNode::isLocked() {
     return m_pIsLocked && m_pIsLocked.getFloat() != 0;
 }
 
-// A locked node can be read.
-void ImplGenICamNode::checkReadability() {
+// What reading and writing ask alike; false where nothing is checked.
+bool ImplGenICamNode::checkPresence() {
     if (m_camera == nullptr || !m_camera->isCheckingEnabled()) {
-        return;
+        return false;
     }
     if (!isImplemented()) {
         throw GicNotImplementedException();
@@ -97,25 +97,28 @@ void ImplGenICamNode::checkReadability() {
     if (!isAvailable()) {
         throw GicNotAvailableException();
     }
-    if (getAccessMode() == AccessMode::WO || m_imposedAccessMode == AccessMode::WO) {
+    return true;
+}
+
+bool ImplGenICamNode::isRestrictedTo(AccessMode mode) const {
+    return getAccessMode() == mode || m_imposedAccessMode == mode;
+}
+
+// A locked node can be read.
+void ImplGenICamNode::checkReadability() {
+    if (checkPresence() && isRestrictedTo(AccessMode::WO)) {
         throw GicNotReadableException();
     }
 }
 
 void ImplGenICamNode::checkWritability() {
-    if (m_camera == nullptr || !m_camera->isCheckingEnabled()) {
+    if (!checkPresence()) {
         return;
-    }
-    if (!isImplemented()) {
-        throw GicNotImplementedException();
-    }
-    if (!isAvailable()) {
-        throw GicNotAvailableException();
     }
     if (isLocked()) {
         throw GicLockedException();
     }
-    if (getAccessMode() == AccessMode::RO || m_imposedAccessMode == AccessMode::RO) {
+    if (isRestrictedTo(AccessMode::RO)) {
         throw GicNotWritableException();
     }
 }

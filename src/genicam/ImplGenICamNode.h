@@ -180,6 +180,8 @@ private:
     const Texts& texts() const;
     void setText(std::string Texts::*text, std::string value);
     static bool readState(const NumberReference& decider, std::atomic<bool>& cache);
+    bool checkPresence();
+    bool isRestrictedTo(AccessMode mode) const;
     Volatility volatility() const {
         const Volatility own = ownVolatility();
         return own != Volatility::Unknown ? own : m_volatility;
