@@ -72,5 +72,6 @@ inline constexpr std::uint32_t kLinkLocalBit = 4; // always on
 inline constexpr std::uint32_t kPrivilegeNone = 0;
 inline constexpr std::uint32_t kPrivilegeExclusive = 1;
 inline constexpr std::uint32_t kPrivilegeControl = 2;
+inline constexpr std::uint32_t kPrivilegeSwitchover = 4; // beside the others: who has the key may take over
 
 } // namespace bootstrap

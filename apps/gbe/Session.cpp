@@ -1,6 +1,7 @@
 #include "Session.h"
 
 #include "Failure.h"
+#include "addresses.h"
 
 #include <algorithm>
 
@@ -90,6 +91,23 @@ int pickOnPort(BoardHandle* board, unsigned port, const Selection& selection, Ca
     return Gbe_getFirstCamera(board, port, camera);
 }
 
+// What the camera tells of a connection that it did not give.
+std::string whyNot(CameraHandle* camera) {
+    GbeControlStatus control{};
+    if (Gbe_getControlStatus(camera, &control) != 0) {
+        return "";
+    }
+    switch (control.holder) {
+    case GBE_CONTROL_OTHER:
+        return " (controlled by another application" + (control.ip != 0 ? " at " + ipText(control.ip) : "") +
+               ")";
+    case GBE_CONTROL_UNKNOWN:
+        return " (it does not answer)";
+    default:
+        return "";
+    }
+}
+
 } // namespace
 
 Board openBoard(int board) {
@@ -125,7 +143,10 @@ PickedCamera pickCamera(BoardHandle* board, const Selection& selection) {
 }
 
 void connectCamera(CameraHandle* camera) {
-    check("connecting to " + macText(Gbe_getCameraInfo(camera)->mac), Gbe_connectCamera(camera));
+    const std::string what = "connecting to " + macText(Gbe_getCameraInfo(camera)->mac);
+    if (const int code = Gbe_connectCamera(camera); code < 0) {
+        throw Failure(what + whyNot(camera), code);
+    }
     check("switching checks on", Gbe_enableChecks(camera, 1));
 }
 

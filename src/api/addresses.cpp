@@ -1,13 +1,17 @@
 // Addresses of ports and cameras, and what a camera tells without being connected.
 #include "api/gige.h"
 #include "api/handles.h"
-#include "board/camera.h"
+#include "api/visit.h"
 #include "util/qt_locks.h"
 #include "util/status.h"
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
+
+using api::hasMac;
+using api::recordOf;
+using api::swapped;
+using api::Visit;
 
 namespace {
 
@@ -25,10 +29,6 @@ std::uint32_t numberOf(unsigned ip) {
     const IpBytes bytes = bytesOf(ip);
     return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 |
            bytes[3];
-}
-
-constexpr unsigned swapped(unsigned number) {
-    return number << 24 | (number & 0xFF00) << 8 | (number >> 8 & 0xFF00) | number >> 24;
 }
 
 bool isPort(unsigned port) {
@@ -57,52 +57,6 @@ bool isGoodTarget(unsigned ip, unsigned mask, unsigned gateway) {
     return isStation(numberOf(ip)) && isMask(numberOf(mask)) && host != 0 && host != ~numberOf(mask) &&
            (gateway == 0 || isStation(numberOf(gateway)));
 }
-
-bool hasMac(const DiscoveredCamera* record, const unsigned char* mac) {
-    return record != nullptr && std::memcmp(record->mac, mac, sizeof record->mac) == 0;
-}
-
-// What the port knows of a camera: its record in the table, or the current one when a scan has missed it.
-const DiscoveredCamera* recordOf(const GigeCamera& board, int port, const unsigned char* mac) {
-    for (int index = 0; index < board.discoveredCount(port); ++index) {
-        if (hasMac(board.discoveredCamera(port, index), mac)) {
-            return board.discoveredCamera(port, index);
-        }
-    }
-    const DiscoveredCamera* current = board.currentCamera(port);
-    return hasMac(current, mac) ? current : nullptr;
-}
-
-// Commands go to this camera for the length of a scope; a connected handle of the port gets its own back.
-class Visit {
-public:
-    Visit(GigeCamera& board, int boardIndex, int port, const DiscoveredCamera& host)
-        : m_board(board), m_port(port) {
-        const DiscoveredCamera* current = board.currentCamera(port);
-        if (current != nullptr && GenICamPortWrapper::portUser(boardIndex, port) != nullptr) {
-            m_before = *current;
-        }
-        select(host);
-    }
-    ~Visit() {
-        if (m_before) {
-            select(*m_before);
-        }
-    }
-    Visit(const Visit&) = delete;
-    Visit& operator=(const Visit&) = delete;
-
-private:
-    void select(const DiscoveredCamera& wanted) {
-        if (!camera(&m_board, m_port).selectCameraViaMac(wanted.mac)) {
-            m_board.selectCamera(m_port, DiscoveredCamera(wanted));
-        }
-    }
-
-    GigeCamera& m_board;
-    int m_port;
-    std::optional<DiscoveredCamera> m_before;
-};
 
 int codeOf(int result) {
     return result == 0 ? status::Success : result < 0 ? status::Connection : status::TransportLayer;

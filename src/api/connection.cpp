@@ -1,5 +1,7 @@
 // Connections: taking and keeping control of a camera, moving to another port, giving up.
 //
+// A connected handle whose control is lost (see board/ControlWatch.h) connects again as a disconnected one.
+//
 //            look-up              connect, switch
 //   (none) ----------> found ------------------------> connected
 //                        |       <- connect fails         |   disconnect,
@@ -15,6 +17,8 @@
 #include "api/handles.h"
 #include "board/camera.h"
 #include "genicam/ImplGenICamCamera.h"
+#include "protocol/bootstrap.h"
+#include "protocol/gvcp.h"
 #include "util/qt_locks.h"
 #include "util/status.h"
 
@@ -33,12 +37,44 @@ bool makeCurrent(const CameraHandle& handle, camera& place) {
     return record != nullptr && std::memcmp(record->mac, handle.mac.data(), handle.mac.size()) == 0;
 }
 
-// Makes the handle's camera the port's current one and prepares it.
-int takeControl(CameraHandle& handle, int board, int port) {
+// What the camera tells of its control before anything is changed. One that does not say who has control is
+// asked for it, unless that might take it away from somebody.
+int checkControl(GigeCamera& board, int port) {
+    const board::ControlReading found = board::readControl(board, port);
+    switch (found.holder) {
+    case board::Holder::Other:
+        return status::CameraBusy;
+    case board::Holder::Somebody: {
+        constexpr int kDenied = static_cast<int>(gvcp::Status::AccessDenied);
+        const bool isOthers =
+            found.canBeTakenOver || board.WriteRegister(
+                                        port, bootstrap::kControlChannelPrivilege,
+                                        static_cast<int>(bootstrap::kPrivilegeControl)) == kDenied;
+        return isOthers ? status::CameraBusy : status::Success;
+    }
+    case board::Holder::Unknown:
+        return found.answered ? status::Success : status::XmlRead;
+    case board::Holder::Nobody:
+    case board::Holder::Self:
+        break;
+    }
+    return status::Success;
+}
+
+// Makes the handle's camera the port's current one and prepares it. A switch takes a camera in whatever state
+// it is: the port that it comes from may still be in control of it.
+enum class Beforehand { Look, DoNotLook };
+int takeControl(CameraHandle& handle, int board, int port, Beforehand beforehand) {
     const util::ScopedMutex lock(GenICamPortWrapper::mutex(board, port));
     camera place(GenICamPortWrapper::getBoard(board), port);
     if (!makeCurrent(handle, place)) {
         return status::CameraDoesNotExist;
+    }
+    if (beforehand == Beforehand::Look) {
+        const int refused = checkControl(*GenICamPortWrapper::getBoard(board), port);
+        if (refused != status::Success) {
+            return refused;
+        }
     }
     place.init();
     return status::Success;
@@ -79,6 +115,18 @@ void clearSlot(CameraHandle& handle) {
     }
 }
 
+// From here on the handle's control of the camera is watched over. False when another application has taken
+// it meanwhile.
+bool startWatching(const CameraHandle& handle) {
+    const util::ScopedMutex lock(GenICamPortWrapper::mutex(handle.board(), handle.port));
+    return GenICamPortWrapper::watchControl(handle.board(), handle.port);
+}
+
+void stopWatching(const CameraHandle& handle) {
+    const util::ScopedMutex lock(GenICamPortWrapper::mutex(handle.board(), handle.port));
+    GenICamPortWrapper::unwatchControl(handle.board(), handle.port);
+}
+
 // The device of a port may be null after a switch: the heartbeat then idles.
 void startHeartbeat(CameraHandle& handle) {
     handle.heartbeat.reset(new GbeHeartbeatThread(handle.device()));
@@ -110,6 +158,7 @@ public:
             return;
         }
         if (m_hasControl) {
+            stopWatching(m_handle);
             giveControlBack(m_handle);
             GenICamPortWrapper::deleteCamera(m_handle.board(), m_handle.port);
         }
@@ -129,10 +178,13 @@ public:
         if (!takeMac(m_handle)) {
             return status::CameraBusy;
         }
-        int result = takeControl(m_handle, m_handle.board(), m_handle.port);
+        int result = takeControl(m_handle, m_handle.board(), m_handle.port, Beforehand::Look);
         m_hasControl = result == status::Success;
         if (m_hasControl && !m_handle.descriptionReady) {
             result = loadDescription(m_handle);
+        }
+        if (result == status::Success && !startWatching(m_handle)) {
+            result = status::CameraBusy;
         }
         m_succeeded = result == status::Success;
         return result;
@@ -146,15 +198,34 @@ private:
     bool m_succeeded = false;
 };
 
+bool isLost(const CameraHandle& handle) {
+    const tavo::ImplGenICamCamera* device = handle.device();
+    return device != nullptr && device->getControlLoss() != tavo::ControlLoss::None;
+}
+
+// Ends a connection without control. Nothing is given back to the camera, which may be silent or somebody
+// else's by now; port and MAC stay the handle's for the attempt that follows.
+void dropConnection(CameraHandle& handle) {
+    handle.heartbeat.reset();
+    handle.transmission.reset();
+    handle.loss = static_cast<int>(handle.device()->getControlLoss());
+    handle.connected = false;
+    stopWatching(handle);
+    handle.texts.clear();
+}
+
 int connectCamera(CameraHandle* handle, int connectedAlready) {
     if (handle == nullptr) {
         return status::IllegalParameter;
     }
-    if (handle->connected) {
+    if (handle->connected && !isLost(*handle)) {
         return connectedAlready;
     }
     if (handle->openBoard() == nullptr) {
         return status::BoardDoesNotExist;
+    }
+    if (handle->connected) {
+        dropConnection(*handle);
     }
     const int result = Attempt(*handle).run();
     if (result != status::Success) {
@@ -163,6 +234,7 @@ int connectCamera(CameraHandle* handle, int connectedAlready) {
     handle->connected = true;
     if (tavo::ImplGenICamCamera* device = handle->device()) {
         device->enableChecking(handle->checksEnabled);
+        device->announceControlLoss();
     }
     startHeartbeat(*handle);
     return status::Success;
@@ -172,6 +244,10 @@ int connectCamera(CameraHandle* handle, int connectedAlready) {
 void endConnection(CameraHandle& handle) {
     handle.heartbeat.reset();
     handle.transmission.reset();
+    if (handle.connected) {
+        stopWatching(handle);
+        handle.loss = GBE_LOSS_DISCONNECTED;
+    }
     giveControlBack(handle);
     GenICamPortWrapper::releasePort(handle.board(), handle.port, &handle);
     handle.connected = false;
@@ -222,8 +298,9 @@ int switchConnection(CameraHandle* handle, BoardHandle* newBoard, unsigned newPo
         return status::CameraBusy;
     }
     endConnection(*handle);
-    const int result = GenICamPortWrapper::claimPort(board, port, handle) ? takeControl(*handle, board, port)
-                                                                          : status::PortNotAvailable;
+    const int result = GenICamPortWrapper::claimPort(board, port, handle)
+                           ? takeControl(*handle, board, port, Beforehand::DoNotLook)
+                           : status::PortNotAvailable;
     if (result != status::Success) {
         GenICamPortWrapper::releasePort(board, port, handle);
         if (!hadMac) {
@@ -232,6 +309,10 @@ int switchConnection(CameraHandle* handle, BoardHandle* newBoard, unsigned newPo
         return result;
     }
     moveTo(*handle, *newBoard, port);
+    startWatching(*handle);
+    if (tavo::ImplGenICamCamera* device = handle->device()) {
+        device->announceControlLoss();
+    }
     startHeartbeat(*handle);
     return status::Success;
 }

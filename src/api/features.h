@@ -47,6 +47,9 @@ int withFeature(const CameraHandle* camera, const char* name, Work&& work) {
     if (const int refused = deviceOf(camera, device); refused != status::Success) {
         return refused;
     }
+    if (device->getControlLoss() != tavo::ControlLoss::None) {
+        return status::Connection; // also for what is cached: the camera may have forgotten it
+    }
     return withNode<Interface>(*device, name, std::forward<Work>(work));
 }
 

@@ -133,8 +133,12 @@ GBE_API int Gbe_getCameraIp(CameraHandle* camera, unsigned* ip);
 GBE_API int Gbe_readRegister(CameraHandle* camera, unsigned address, unsigned* value);
 
 /* Takes control of the camera, fetches and builds its description, and keeps control alive from then on.
+ * A handle that has lost control of its camera (see Gbe_getControlStatus) is cleaned up and connected anew;
+ * its features are then those of the description that the camera has now, and none of the old texts is valid.
  * -40016 (Gbe_connectCamera) or -40017 (Gbe_connectCameraWithoutService): connected already. -40013, -40014:
- * the description is to come from a file that cannot be found. -40020: no usable description. */
+ * the description is to come from a file that cannot be found. -40020: no usable description, or the camera
+ * does not answer. -40022: the camera is in use, in this process or by another application, which is told at
+ * once and leaves the other one undisturbed. After a failure the handle is not connected. */
 GBE_API int Gbe_connectCamera(CameraHandle* camera);
 GBE_API int Gbe_connectCameraWithoutService(CameraHandle* camera);
 
@@ -148,14 +152,50 @@ GBE_API int Gbe_switchCameraConnection(CameraHandle* camera, BoardHandle* newBoa
 GBE_API int
 Gbe_switchCameraConnectionWithoutService(CameraHandle* camera, BoardHandle* newBoard, unsigned newPort);
 
+/* Who controls a camera. */
+typedef enum GbeControlHolder {
+    GBE_CONTROL_UNKNOWN = 0, /* the camera does not answer */
+    GBE_CONTROL_NOBODY = 1,
+    GBE_CONTROL_SELF = 2, /* a port of the handle's board */
+    GBE_CONTROL_OTHER = 3 /* another application */
+} GbeControlHolder;
+
+/* Why a handle does not control its camera. */
+typedef enum GbeControlLoss {
+    GBE_LOSS_NONE = 0,       /* it does */
+    GBE_LOSS_SILENT = 1,     /* the camera did not answer for longer than its heartbeat time-out */
+    GBE_LOSS_HEARTBEAT = 2,  /* the camera has dropped control, because it did not hear this host */
+    GBE_LOSS_TAKEN_OVER = 3, /* another application has taken control */
+    GBE_LOSS_REBOOTED = 4,   /* the camera has restarted */
+    GBE_LOSS_NEVER_HELD = 5, /* not connected yet */
+    GBE_LOSS_DISCONNECTED = 6
+} GbeControlLoss;
+
+typedef struct GbeControlStatus {
+    int holder;  /* a GbeControlHolder, as the camera tells it now */
+    int loss;    /* a GbeControlLoss */
+    unsigned ip; /* of the application in control, first octet in the lowest byte; 0 where the camera does not
+                    tell (the registers are optional) */
+    unsigned port; /* its UDP port, or 0 */
+} GbeControlStatus;
+
+/* Asks the camera who controls it, and tells why the handle does not. Needs no connection. While connected,
+ * loss is noticed within about a second after the camera answers again, or after the heartbeat time-out
+ * (8 seconds) when it is silent; from then on every feature call through the handle returns -40012 without
+ * speaking to the camera, no heartbeat is sent, and the device emits signal_ControlChanged. Gbe_connectCamera
+ * takes control again. A loss that this call sees first counts from then on.
+ * Takes up to 4 seconds when the camera is silent. May be called from any thread beside feature calls.
+ * -40015: null pointer. -40019: the board is not open. */
+GBE_API int Gbe_getControlStatus(CameraHandle* camera, GbeControlStatus* out);
+
 /* Disconnects if need be and frees the handle with all that belongs to it. Null is ignored. */
 GBE_API void Gbe_freeCamera(CameraHandle* camera);
 
 /* ---- Features ---------------------------------------------------------------------------------------- */
 
 /* Features of a connected camera by name. Common results: -40015 null handle, name, text or output; -40016
- * not connected; -40007 no feature of that name, or not of that kind; -40001 to -40006, -40008 to -40011 as
- * the feature decides. */
+ * not connected; -40012 control of the camera is lost (see Gbe_getControlStatus); -40007 no feature of that
+ * name, or not of that kind; -40001 to -40006, -40008 to -40011 as the feature decides. */
 
 GBE_API int Gbe_setIntegerValue(CameraHandle* camera, const char* name, long long value);
 GBE_API int Gbe_getIntegerValue(CameraHandle* camera, const char* name, long long* value);

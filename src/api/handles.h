@@ -51,6 +51,12 @@ struct StopHeartbeat {
     void operator()(GbeHeartbeatThread* heartbeat) const;
 };
 
+// An address of the C interface, whose first octet is the lowest byte, from one with the first octet on top,
+// and the other way round.
+constexpr unsigned swapped(unsigned ip) {
+    return ip << 24 | (ip & 0xFF00) << 8 | (ip >> 8 & 0xFF00) | ip >> 24;
+}
+
 } // namespace api
 
 struct BoardHandle {
@@ -73,9 +79,20 @@ struct CameraHandle {
     std::unique_ptr<GbeHeartbeatThread, api::StopHeartbeat> heartbeat;
     bool macIsTaken = false; // this handle is why the registry has the MAC in use
     bool connected = false;
+    int loss = GBE_LOSS_NEVER_HELD; // a GbeControlLoss, while not connected
     bool descriptionReady = false;  // connecting leaves the description alone; nothing sets it yet
     bool checksEnabled = false;     // the wish, for the device that connecting makes
     bool standardBehaviour = false; // likewise
     std::unique_ptr<CameraInfo, api::FreeInfo> info;
     api::HandedTexts texts;
 };
+
+namespace api {
+
+// A GbeControlLoss. The caller holds the mutex of the handle's port.
+inline int lossOf(const CameraHandle& camera) {
+    return camera.connected ? static_cast<int>(GenICamPortWrapper::controlLoss(camera.board(), camera.port))
+                            : camera.loss;
+}
+
+} // namespace api

@@ -5,6 +5,7 @@
 #include "board/tables.h"
 #include "genicam/ImplGenICamCamera.h"
 #include "protocol/bootstrap.h"
+#include "protocol/gvcp.h"
 #include "util/exceptions.h"
 #include "util/logging.h"
 #include "util/qt_locks.h"
@@ -12,6 +13,8 @@
 #include <QtCore/QDateTime>
 
 #include <algorithm>
+#include <chrono>
+#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -23,11 +26,6 @@ constexpr long long kAddressSpace = 1LL << 32;
 bool isInAddressSpace(long long address, long long length) {
     return address >= 0 && address < kAddressSpace && length >= 0 && length <= kAddressSpace - address &&
            length <= std::numeric_limits<unsigned>::max();
-}
-
-void takeControl(GigeCamera& board, int port) {
-    board.WriteRegister(
-        port, bootstrap::kControlChannelPrivilege, static_cast<int>(bootstrap::kPrivilegeControl));
 }
 
 // Tells the diagnostic hook of a failed attempt. The counters are sampled for register accesses only.
@@ -63,20 +61,96 @@ private:
     QDateTime m_beforeTime;
 };
 
-// Runs `attempt` and, when its result is not 0, `recover` and `attempt` once more.
-template<typename Attempt, typename Recover>
-void tryTwice(AttemptLog& log, Attempt&& attempt, Recover&& recover) {
-    int result = attempt();
-    if (result == 0) {
-        return;
+void refuseIfLost(const tavo::ImplGenICamCamera& device) {
+    if (device.getControlLoss() != tavo::ControlLoss::None) {
+        throw tavo::GicConnectionException();
     }
-    log.failed(result, 1);
-    recover();
-    log.sample();
-    result = attempt();
-    if (result != 0) {
-        log.failed(result, 2);
-        throw tavo::GicTransportLayerException();
+}
+
+constexpr int kAccessDenied = static_cast<int>(gvcp::Status::AccessDenied);
+
+// ReadMemory tells only that it failed.
+bool isStatus(int result) {
+    return result >= static_cast<int>(gvcp::Status::NotImplemented);
+}
+
+} // namespace
+
+// Where an access goes, and what is learnt there about control of the camera. Under the port's mutex.
+class GenICamPortWrapper::Place {
+public:
+    Place(int boardIndex, int portIndex, GigeCamera& open)
+        : board(open), port(portIndex), m_boardIndex(boardIndex),
+          m_control(board::tables().port(boardIndex, portIndex).control) {}
+
+    void succeeded() { m_control.answered(Clock::now()); }
+
+    // Throws when the failure shows that control is lost: nothing must be written to a camera then that has
+    // restarted, or is somebody else's.
+    void failed(int result) {
+        if (!m_control.isOn()) {
+            return;
+        }
+        m_somebodyHasControl = false;
+        if (result < 0) {
+            m_control.unanswered(Clock::now());
+        } else if (result == kAccessDenied) {
+            m_somebodyHasControl = lookAtControl(m_boardIndex, port).holder == board::Holder::Somebody;
+        } else if (isStatus(result)) {
+            m_control.answered(Clock::now());
+        }
+        throwIfLost();
+    }
+
+    void takeControl() {
+        const int result = board.WriteRegister(
+            port, bootstrap::kControlChannelPrivilege, static_cast<int>(bootstrap::kPrivilegeControl));
+        if (result == kAccessDenied && m_somebodyHasControl) {
+            m_control.controlRefused();
+            throwIfLost();
+        }
+    }
+
+    void heartbeatTimeoutWritten(unsigned timeout) {
+        m_control.heartbeatTimeoutWritten(std::chrono::milliseconds(timeout));
+    }
+
+    GigeCamera& board;
+    const int port;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void throwIfLost() {
+        if (controlLoss(m_boardIndex, port) != tavo::ControlLoss::None) {
+            getDevice(m_boardIndex, port)->noteControlLoss(m_control.loss());
+            throw tavo::GicConnectionException();
+        }
+    }
+
+    int m_boardIndex;
+    board::ControlWatch& m_control;
+    bool m_somebodyHasControl = false;
+};
+
+namespace {
+
+// Runs `attempt` and, when its result is not 0, `recover` and `attempt` once more.
+template<typename Place, typename Attempt, typename Recover>
+void tryTwice(Place& place, AttemptLog& log, Attempt&& attempt, Recover&& recover) {
+    for (int number = 1;; ++number) {
+        const int result = attempt();
+        if (result == 0) {
+            place.succeeded();
+            return;
+        }
+        log.failed(result, number);
+        place.failed(result);
+        if (number == 2) {
+            throw tavo::GicTransportLayerException();
+        }
+        recover();
+        log.sample();
     }
 }
 
@@ -93,8 +167,9 @@ void GenICamPortWrapper::setConnection(int board, int port, unsigned int) {
     m_port = port;
 }
 
-// What every access does first; `work` gets the open board and the port, under the port's mutex. A door that
-// leads nowhere deliberately does nothing and reports nothing.
+// What every access does first; `work` runs under the port's mutex. A door that leads nowhere deliberately
+// does nothing and reports nothing. A camera whose control is lost is refused before the mutex, which
+// somebody may hold for seconds, and after it.
 template<typename Access>
 void GenICamPortWrapper::access(long long address, long long length, Access&& work) {
     const int board = m_board;
@@ -102,52 +177,54 @@ void GenICamPortWrapper::access(long long address, long long length, Access&& wo
     if (!board::isBoard(board) || !board::isPort(port)) {
         return;
     }
-    if (getDevice(board, port) == nullptr) {
+    const tavo::ImplGenICamCamera* device = getDevice(board, port);
+    if (device == nullptr) {
         throw tavo::GicTransportLayerException();
     }
+    refuseIfLost(*device);
     const util::ScopedMutex lock(mutex(board, port));
+    refuseIfLost(*device);
     GigeCamera* open = getBoard(board);
     if (open == nullptr || !isInAddressSpace(address, length)) {
         throw tavo::GicTransportLayerException();
     }
-    work(*open, port);
+    Place place(board, port, *open);
+    work(place);
 }
 
 void GenICamPortWrapper::read(unsigned char* buffer, long long address, long long length) {
-    access(address, length, [&](GigeCamera& board, int port) {
+    access(address, length, [&](Place& place) {
         const Range range{static_cast<unsigned>(address), static_cast<unsigned>(length)};
-        needsWholeWords(range) ? readUnaligned(board, port, buffer, range)
-                               : readRange(board, port, buffer, range);
+        needsWholeWords(range) ? readUnaligned(place, buffer, range) : readRange(place, buffer, range);
     });
 }
 
-void GenICamPortWrapper::readRange(GigeCamera& board, int port, unsigned char* buffer, Range range) {
+void GenICamPortWrapper::readRange(Place& place, unsigned char* buffer, Range range) {
     if (range.length == kRegisterSize) {
-        readRegister(board, port, buffer, range.address);
+        readRegister(place, buffer, range.address);
     } else {
-        readMemory(board, port, buffer, range.address, range.length);
+        readMemory(place, buffer, range.address, range.length);
     }
 }
 
 void GenICamPortWrapper::write(unsigned char* buffer, long long address, long long length) {
-    access(address, length, [&](GigeCamera& board, int port) {
+    access(address, length, [&](Place& place) {
         if (length > kMaxWrite) {
             throw tavo::GicTransportLayerException();
         }
         const Range range{static_cast<unsigned>(address), static_cast<unsigned>(length)};
-        needsWholeWords(range) ? writeUnaligned(board, port, buffer, range)
-                               : writeRange(board, port, buffer, range);
+        needsWholeWords(range) ? writeUnaligned(place, buffer, range) : writeRange(place, buffer, range);
     });
 }
 
-void GenICamPortWrapper::writeRange(GigeCamera& board, int port, const unsigned char* buffer, Range range) {
+void GenICamPortWrapper::writeRange(Place& place, const unsigned char* buffer, Range range) {
     if (range.length % kRegisterSize != 0) {
         throw tavo::GicTransportLayerException();
     }
     if (range.length == kRegisterSize) {
-        writeRegister(board, port, buffer, range.address);
+        writeRegister(place, buffer, range.address);
     } else {
-        writeMemory(board, port, buffer, range.address, range.length);
+        writeMemory(place, buffer, range.address, range.length);
     }
 }
 
@@ -168,19 +245,18 @@ GenICamPortWrapper::Range GenICamPortWrapper::wordsAround(const Range& range) {
     return {static_cast<unsigned>(begin), static_cast<unsigned>(end - begin)};
 }
 
-void GenICamPortWrapper::readUnaligned(GigeCamera& board, int port, unsigned char* buffer, Range range) {
+void GenICamPortWrapper::readUnaligned(Place& place, unsigned char* buffer, Range range) {
     if (range.length == 0) {
         return;
     }
     const Range words = wordsAround(range);
     std::vector<unsigned char> bytes(words.length);
-    readRange(board, port, bytes.data(), words);
+    readRange(place, bytes.data(), words);
     std::copy_n(bytes.begin() + (range.address - words.address), range.length, buffer);
 }
 
 // Only the first and the last word can be filled in part.
-void GenICamPortWrapper::writeUnaligned(
-    GigeCamera& board, int port, const unsigned char* buffer, Range range) {
+void GenICamPortWrapper::writeUnaligned(Place& place, const unsigned char* buffer, Range range) {
     if (range.length == 0) {
         return;
     }
@@ -190,56 +266,57 @@ void GenICamPortWrapper::writeUnaligned(
     const unsigned behind = words.length - before - range.length;
     const auto last = words.length - static_cast<unsigned>(kRegisterSize);
     if (before != 0) {
-        readRegister(board, port, bytes.data(), words.address);
+        readRegister(place, bytes.data(), words.address);
     }
     if (behind != 0 && (before == 0 || last != 0)) {
-        readRegister(board, port, bytes.data() + last, words.address + last);
+        readRegister(place, bytes.data() + last, words.address + last);
     }
     std::copy_n(buffer, range.length, bytes.begin() + before);
     for (unsigned done = 0; done < words.length; done += static_cast<unsigned>(kMaxWrite)) {
         const unsigned piece = std::min(words.length - done, static_cast<unsigned>(kMaxWrite));
-        writeRange(board, port, bytes.data() + done, {words.address + done, piece});
+        writeRange(place, bytes.data() + done, {words.address + done, piece});
     }
 }
 
 // A repeated read deliberately does not take control first; a repeated write does.
-void GenICamPortWrapper::readRegister(GigeCamera& board, int port, unsigned char* buffer, unsigned address) {
-    AttemptLog log(board, port, address, kRegisterSize, true);
+void GenICamPortWrapper::readRegister(Place& place, unsigned char* buffer, unsigned address) {
+    AttemptLog log(place.board, place.port, address, kRegisterSize, true);
     int value = 0;
     tryTwice(
-        log, [&] { return board.ReadRegister(port, address, &value); }, [] {});
+        place, log, [&] { return place.board.ReadRegister(place.port, address, &value); }, [] {});
     const auto bits = static_cast<unsigned>(value);
     for (int byte = 0; byte < kRegisterSize; ++byte) {
         buffer[byte] = static_cast<unsigned char>(bits >> (24 - 8 * byte));
     }
 }
 
-void GenICamPortWrapper::readMemory(
-    GigeCamera& board, int port, unsigned char* buffer, unsigned address, unsigned length) {
-    AttemptLog log(board, port, address, length, true);
+void GenICamPortWrapper::readMemory(Place& place, unsigned char* buffer, unsigned address, unsigned length) {
+    AttemptLog log(place.board, place.port, address, length, true);
     unsigned short done = 0;
     const auto attempt = [&] {
-        return board.ReadMemory(port, address, length, &done, reinterpret_cast<char*>(buffer));
+        return place.board.ReadMemory(place.port, address, length, &done, reinterpret_cast<char*>(buffer));
     };
-    tryTwice(log, attempt, [] {});
+    tryTwice(place, log, attempt, [] {});
 }
 
-void GenICamPortWrapper::writeRegister(
-    GigeCamera& board, int port, const unsigned char* buffer, unsigned address) {
+void GenICamPortWrapper::writeRegister(Place& place, const unsigned char* buffer, unsigned address) {
     unsigned bits = 0;
     for (int byte = 0; byte < kRegisterSize; ++byte) {
         bits = bits << 8 | buffer[byte];
     }
-    AttemptLog log(board, port, address, kRegisterSize, false);
+    AttemptLog log(place.board, place.port, address, kRegisterSize, false);
     tryTwice(
-        log, [&] { return board.WriteRegister(port, address, static_cast<int>(bits)); },
-        [&] { takeControl(board, port); });
+        place, log, [&] { return place.board.WriteRegister(place.port, address, static_cast<int>(bits)); },
+        [&] { place.takeControl(); });
+    if (address == bootstrap::kHeartbeatTimeout) {
+        place.heartbeatTimeoutWritten(bits);
+    }
 }
 
 void GenICamPortWrapper::writeMemory(
-    GigeCamera& board, int port, const unsigned char* buffer, unsigned address, unsigned length) {
-    AttemptLog log(board, port, address, length, false);
+    Place& place, const unsigned char* buffer, unsigned address, unsigned length) {
+    AttemptLog log(place.board, place.port, address, length, false);
     tryTwice(
-        log, [&] { return board.WriteMemory(port, address, buffer, length); },
-        [&] { takeControl(board, port); });
+        place, log, [&] { return place.board.WriteMemory(place.port, address, buffer, length); },
+        [&] { place.takeControl(); });
 }

@@ -7,6 +7,7 @@
 // deleteCamera with calls that work on the device.
 #pragma once
 
+#include "board/ControlWatch.h"
 #include "board/description_url.h"
 #include "genicam/GenICamPortInterface.h"
 #include "transport/GigeCamera.h"
@@ -46,7 +47,8 @@ public:
     // write reads those that it fills in part and writes them back, under the port's mutex.
     // Throws tavo::GicTransportLayerException: no device is registered for the port, the board is closed, the
     // range leaves the 32-bit address space, a write has a bad length, or both attempts failed; the buffer of
-    // a failed read is left as the transport left it.
+    // a failed read is left as the transport left it. Throws tavo::GicConnectionException once control of the
+    // camera, where it is watched, has turned out to be lost, without accessing the camera any more.
     void read(unsigned char* buffer, long long address, long long length) override;
     void write(unsigned char* buffer, long long address, long long length) override;
     // Leads the door to another port. The address is not needed: commands go to the port's current camera.
@@ -84,6 +86,17 @@ public:
     // Null when no connected handle uses the port.
     static const void* portUser(int board, int port);
 
+    // --- Control of a port's current camera. The caller holds the port's mutex.
+    // Takes control if nobody has it, and watches over it from now on: accesses through the door of the
+    // port's device find out when it is lost, and are refused from then on. False when another application
+    // has it.
+    static bool watchControl(int board, int port);
+    static void unwatchControl(int board, int port);
+    // Why control is lost, if it is watched and lost.
+    static tavo::ControlLoss controlLoss(int board, int port);
+    // Looks who has control, and learns from it when it is watched. The board must be open.
+    static board::ControlReading lookAtControl(int board, int port);
+
     // --- Devices
     // The device object of a port; null when none is, or board or port are out of range.
     static tavo::GenICamCamera* getGenICamInterface(int board, int port);
@@ -118,6 +131,7 @@ public:
     static int initializeGenICamInterface(int board, int port, bool standardBehaviour = false);
 
 private:
+    class Place;
     struct Range {
         unsigned address;
         unsigned length;
@@ -126,15 +140,14 @@ private:
     template<typename Access> void access(long long address, long long length, Access&& work);
     bool needsWholeWords(const Range& range) const;
     static Range wordsAround(const Range& range);
-    void readRange(GigeCamera& board, int port, unsigned char* buffer, Range range);
-    void writeRange(GigeCamera& board, int port, const unsigned char* buffer, Range range);
-    void readUnaligned(GigeCamera& board, int port, unsigned char* buffer, Range range);
-    void writeUnaligned(GigeCamera& board, int port, const unsigned char* buffer, Range range);
-    void readRegister(GigeCamera& board, int port, unsigned char* buffer, unsigned address);
-    void readMemory(GigeCamera& board, int port, unsigned char* buffer, unsigned address, unsigned length);
-    void writeRegister(GigeCamera& board, int port, const unsigned char* buffer, unsigned address);
-    void
-    writeMemory(GigeCamera& board, int port, const unsigned char* buffer, unsigned address, unsigned length);
+    static void readRange(Place& place, unsigned char* buffer, Range range);
+    static void writeRange(Place& place, const unsigned char* buffer, Range range);
+    static void readUnaligned(Place& place, unsigned char* buffer, Range range);
+    static void writeUnaligned(Place& place, const unsigned char* buffer, Range range);
+    static void readRegister(Place& place, unsigned char* buffer, unsigned address);
+    static void readMemory(Place& place, unsigned char* buffer, unsigned address, unsigned length);
+    static void writeRegister(Place& place, const unsigned char* buffer, unsigned address);
+    static void writeMemory(Place& place, const unsigned char* buffer, unsigned address, unsigned length);
 
     static tavo::ImplGenICamCamera* makeDevice(int board, int port);
 

@@ -9,8 +9,7 @@
 
 namespace {
 
-constexpr int kHeartbeatTimeout = 15000; // milliseconds
-constexpr int kFirstStreamPort = 1520;   // UDP; the FPGA of port p listens on this plus p
+constexpr int kFirstStreamPort = 1520; // UDP; the FPGA of port p listens on this plus p
 constexpr int kStreamPacketSize = 1500;
 constexpr int kStreamPacketDelay = 0;
 constexpr const char* kOneBytePixels = "Mono8";

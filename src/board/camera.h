@@ -9,6 +9,8 @@ class GigeCamera;
 
 class camera {
 public:
+    static constexpr int kHeartbeatTimeout = 15000; // milliseconds; what init() asks the camera to wait
+
     // `board` is not owned. Null, and a port other than 0 to 3, make a camera that finds nothing.
     camera(GigeCamera* board, int port) : m_board(board), m_port(port) {}
     camera(const camera&) = default;

@@ -1,6 +1,7 @@
 // The process-wide tables behind GenICamPortWrapper's static members. Not for anyone else.
 #pragma once
 
+#include "board/ControlWatch.h"
 #include "board/GenICamPortWrapper.h"
 #include "board/description_url.h"
 
@@ -29,6 +30,7 @@ struct PortEntry {
     QMutex traffic; // guards what goes over the port, its discovery table and its current camera
     std::atomic<tavo::ImplGenICamCamera*> device{nullptr};
     std::atomic<const void*> user{nullptr};
+    ControlWatch control; // under traffic
     std::mutex fileMutex;
     std::string localXmlFile; // under fileMutex
 };

@@ -29,6 +29,15 @@ struct DeviceHeader {
     std::int64_t schemaSubMinorVersion = 0;
 };
 
+// Why control of a camera is lost, if it is.
+enum class ControlLoss {
+    None = 0,
+    Silent = 1,          // the camera did not answer for as long as it keeps control for a silent host
+    HeartbeatMissed = 2, // the camera has dropped control because it did not hear this host
+    TakenOver = 3,       // another application has control
+    Rebooted = 4,        // the camera has restarted
+};
+
 // A camera as its description shows it.
 class LIOMOL_API GenICamCamera {
 public:

@@ -21,6 +21,7 @@ void registerSignalTypes() {
     [[maybe_unused]] static const bool registered = [] {
         qRegisterMetaType<ImplGenICamCamera*>("ImplGenICamCamera*");
         qRegisterMetaType<ImplGenICamCamera::CameraState>("ImplGenICamCamera::CameraState");
+        qRegisterMetaType<ControlLoss>("tavo::ControlLoss");
         return true;
     }();
 }
@@ -168,6 +169,15 @@ void ImplGenICamCamera::sendHeartbeat() {
         timeout.reset(sizeof(kHeartbeatTimeoutMs));
         timeout.setNumber(kHeartbeatTimeoutMs, true); // bootstrap registers are big-endian
         port->write(timeout.data(), kHeartbeatTimeoutAddress, static_cast<long long>(timeout.size()));
+    }
+}
+
+// ---- Control ---------------------------------------------------------------------------------------------
+
+void ImplGenICamCamera::announceControlLoss() {
+    const ControlLoss loss = getControlLoss();
+    if (m_announcedLoss.exchange(loss) != loss) {
+        Q_EMIT signal_ControlChanged(this, loss);
     }
 }
 

@@ -10,6 +10,7 @@
 #include "util/MacAddress.h"
 #include "util/Quirks.h"
 
+#include <QtCore/QMetaType>
 #include <QtCore/QObject>
 #include <QtCore/QReadWriteLock>
 
@@ -109,6 +110,15 @@ public:
     // nothing without that port; throws what the port throws.
     void sendHeartbeat();
 
+    // Control -------------------------------------------------------------------------------------------
+
+    // Why control of the camera is lost, as whoever accesses it for the port "Device" has noted.
+    ControlLoss getControlLoss() const { return m_controlLoss.load(std::memory_order_acquire); }
+    // Emits nothing, so that it may be called under any lock.
+    void noteControlLoss(ControlLoss loss) { m_controlLoss.store(loss, std::memory_order_release); }
+    // Emits signal_ControlChanged when what is noted is not what was announced last. No lock may be held.
+    void announceControlLoss();
+
     // Connections ---------------------------------------------------------------------------------------
 
     void addCameraConnection(int board, int port) override;
@@ -165,6 +175,9 @@ public:
 
 Q_SIGNALS:
     void signal_StateChanged(ImplGenICamCamera* camera, ImplGenICamCamera::CameraState state);
+    // Control of the camera was lost, or was found to be lost for another reason, or (None) taken again.
+    // Comes from the heartbeat's thread, or from the one that connects.
+    void signal_ControlChanged(ImplGenICamCamera* camera, tavo::ControlLoss loss);
 
 private:
     bool isTreeVisible() const;
@@ -177,6 +190,8 @@ private:
     std::atomic<bool> m_checking{false};
     Quirks m_quirks; // changes only while there is no tree
     std::atomic<CameraState> m_state{NotConnected};
+    std::atomic<ControlLoss> m_controlLoss{ControlLoss::None};
+    std::atomic<ControlLoss> m_announcedLoss{ControlLoss::None};
     NodeRegistry m_nodes;
     ChangeQueue m_changes;
     DeviceHeader m_header;
@@ -194,3 +209,5 @@ private:
 };
 
 } // namespace tavo
+
+Q_DECLARE_METATYPE(tavo::ControlLoss)

@@ -28,6 +28,9 @@ bool GbeHeartbeatThread::waitForPeriod() {
         }
         msleep(kTick);
         ++ticks;
+        if (m_device != nullptr) {
+            m_device->announceControlLoss();
+        }
     } while (ticks < m_period * kTicksPerSecond);
     return !m_stop;
 }

@@ -3,7 +3,9 @@
 //
 // The owner makes it with the camera's device, starts it, and ends it by asking it to stop, waiting for the
 // thread and deleting it, in this order; that takes no longer than a tick of 20 ms and a heartbeat under way.
-// Stop and period may be set from any thread at any time and are looked at on every tick.
+// Between heartbeats it announces what the device has noted of control of the camera (see
+// ImplGenICamCamera::announceControlLoss): an access that finds it lost holds locks under which nobody must
+// be called. Stop and period may be set from any thread at any time and are looked at on every tick.
 #pragma once
 
 #include <QtCore/QThread>

@@ -44,6 +44,7 @@ class GigeCamera : public QObject {
 
 public:
     static constexpr int kPorts = 4;
+    static constexpr std::uint16_t kControlPort = 3015; // UDP port that commands come from
     static constexpr int kMaxCameras = 64; // discovery records of a port; further cameras are dropped
     static constexpr int kAckTimeout = static_cast<int>(AckWait::kAckTimeout.count()); // milliseconds
 
@@ -233,7 +234,7 @@ private:
         MacBytes mac{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
         IpBytes ip{};
         IpBytes mask{255, 255, 0, 0};
-        std::uint16_t sourcePort = 3015;
+        std::uint16_t sourcePort = kControlPort;
         std::uint16_t destinationPort = gvcp::kPort;
         std::uint16_t requestId = 1;
         bool unsettled = false;            // a command failed, so that its acknowledgement may still come

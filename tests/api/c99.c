@@ -41,6 +41,7 @@ static void cameras(void) {
     CameraInfo* info = NULL;
     const unsigned char mac[6] = {0};
     unsigned ip = 0;
+    GbeControlStatus control = {GBE_CONTROL_UNKNOWN, GBE_LOSS_NEVER_HELD, 0, 0};
     EXPECT(182, sizeof(CameraInfo));
     EXPECT(ILLEGAL_PARAMETER, Gbe_getFirstCamera(NULL, 0, &camera));
     EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraByIp(NULL, 0, 0, &camera));
@@ -53,6 +54,7 @@ static void cameras(void) {
     EXPECT(ILLEGAL_PARAMETER, Gbe_connectCamera(NULL));
     EXPECT(ILLEGAL_PARAMETER, Gbe_connectCameraWithoutService(NULL));
     EXPECT(ILLEGAL_PARAMETER, Gbe_disconnectCamera(NULL));
+    EXPECT(ILLEGAL_PARAMETER, Gbe_getControlStatus(NULL, &control));
     EXPECT(ILLEGAL_PARAMETER, Gbe_switchCameraConnection(NULL, NULL, 0));
     EXPECT(ILLEGAL_PARAMETER, Gbe_switchCameraConnectionWithoutService(NULL, NULL, 0));
     Gbe_freeCamera(NULL);

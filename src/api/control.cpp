@@ -1,0 +1,67 @@
+// Who controls a handle's camera, and why the handle does not.
+#include "api/gige.h"
+#include "api/handles.h"
+#include "api/visit.h"
+#include "util/qt_locks.h"
+#include "util/status.h"
+
+#include <optional>
+
+namespace {
+
+// The C interface shows the same numbers, with its own reasons behind them.
+constexpr bool sameNumber(tavo::ControlLoss loss, GbeControlLoss shown) {
+    return static_cast<int>(loss) == static_cast<int>(shown);
+}
+static_assert(
+    sameNumber(tavo::ControlLoss::None, GBE_LOSS_NONE) &&
+    sameNumber(tavo::ControlLoss::Silent, GBE_LOSS_SILENT) &&
+    sameNumber(tavo::ControlLoss::HeartbeatMissed, GBE_LOSS_HEARTBEAT) &&
+    sameNumber(tavo::ControlLoss::TakenOver, GBE_LOSS_TAKEN_OVER) &&
+    sameNumber(tavo::ControlLoss::Rebooted, GBE_LOSS_REBOOTED));
+
+// A connected handle's own camera is looked at where what is seen is learnt from; any other one is visited.
+std::optional<board::ControlReading> look(const CameraHandle& camera, GigeCamera& open) {
+    if (camera.connected) {
+        return GenICamPortWrapper::lookAtControl(camera.board(), camera.port);
+    }
+    const DiscoveredCamera* record = api::recordOf(open, camera.port, camera.mac.data());
+    if (record == nullptr) {
+        return std::nullopt;
+    }
+    const api::Visit visit(open, camera.board(), camera.port, DiscoveredCamera(*record));
+    return board::readControl(open, camera.port);
+}
+
+GbeControlHolder shown(board::Holder holder, bool isHeld) {
+    switch (holder) {
+    case board::Holder::Unknown:
+        break;
+    case board::Holder::Nobody:
+        return GBE_CONTROL_NOBODY;
+    case board::Holder::Self:
+        return GBE_CONTROL_SELF;
+    case board::Holder::Other:
+        return GBE_CONTROL_OTHER;
+    case board::Holder::Somebody:
+        return isHeld ? GBE_CONTROL_SELF : GBE_CONTROL_OTHER;
+    }
+    return GBE_CONTROL_UNKNOWN;
+}
+
+} // namespace
+
+int Gbe_getControlStatus(CameraHandle* camera, GbeControlStatus* out) {
+    if (camera == nullptr || out == nullptr) {
+        return status::IllegalParameter;
+    }
+    const util::ScopedMutex lock(GenICamPortWrapper::mutex(camera->board(), camera->port));
+    GigeCamera* open = camera->openBoard();
+    if (open == nullptr) {
+        return status::BoardDoesNotExist;
+    }
+    const board::ControlReading reading = look(*camera, *open).value_or(board::ControlReading{});
+    const int loss = api::lossOf(*camera);
+    *out = {shown(reading.holder, loss == GBE_LOSS_NONE), loss, api::swapped(reading.ip), reading.udpPort};
+    return status::Success;
+}

@@ -1,0 +1,50 @@
+#include "board/ControlWatch.h"
+
+namespace board {
+
+using tavo::ControlLoss;
+
+void ControlWatch::start(milliseconds heartbeatTimeout, Time now) {
+    m_on = true;
+    m_loss = ControlLoss::None;
+    m_timeout = heartbeatTimeout;
+    m_firstTimeout = heartbeatTimeout;
+    m_heard = now;
+}
+
+void ControlWatch::unanswered(Time now) {
+    if (m_on && m_loss == ControlLoss::None && now - m_heard >= m_timeout) {
+        m_loss = ControlLoss::Silent;
+    }
+}
+
+// A camera that restarts has its own heartbeat time-out again; one that merely dropped control keeps what it
+// was told, exactly or as near as it can.
+bool ControlWatch::isKept(std::uint32_t heartbeatTimeout) const {
+    const milliseconds kept{heartbeatTimeout};
+    return kept == m_timeout || kept == m_firstTimeout;
+}
+
+void ControlWatch::looked(const ControlReading& reading, Time now) {
+    if (!m_on || !reading.answered) {
+        unanswered(now);
+        return;
+    }
+    const bool isOpen = m_loss == ControlLoss::None || m_loss == ControlLoss::Silent;
+    if (isOpen && reading.holder == Holder::Nobody) {
+        m_loss = reading.heartbeatTimeout && !isKept(*reading.heartbeatTimeout)
+                     ? ControlLoss::Rebooted
+                     : ControlLoss::HeartbeatMissed;
+    } else if (isOpen && reading.holder == Holder::Other) {
+        m_loss = ControlLoss::TakenOver;
+    }
+    m_heard = now;
+}
+
+void ControlWatch::controlRefused() {
+    if (m_on && m_loss == ControlLoss::None) {
+        m_loss = ControlLoss::TakenOver;
+    }
+}
+
+} // namespace board

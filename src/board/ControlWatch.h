@@ -1,0 +1,76 @@
+// Who controls a camera, and what becomes of control that this host has taken (GigE Vision 1.2, control
+// channel privilege).
+#pragma once
+
+#include "genicam/GenICamCamera.h"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+class GigeCamera;
+
+namespace board {
+
+enum class Holder {
+    Unknown,  // the camera does not answer, or refuses to tell
+    Nobody,   //
+    Self,     // a port of this board
+    Other,    // another application
+    Somebody, // the camera does not say who
+};
+
+// What a look at the camera's registers has shown.
+struct ControlReading {
+    Holder holder = Holder::Unknown;
+    bool answered = false;       // whether the camera said anything at all
+    bool canBeTakenOver = false; // the holder lets others take over
+    std::uint32_t ip = 0;        // of the holder, first octet on top; 0 where the camera does not say
+    std::uint16_t udpPort = 0;   // of the holder
+    std::optional<std::uint32_t> heartbeatTimeout; // milliseconds; looked at when nobody has control
+};
+
+// Looks at the current camera of a port, whose mutex the caller holds, and changes nothing. Takes 4 s when
+// the camera is silent.
+ControlReading readControl(GigeCamera& board, int port);
+
+// A value machine: it is told when and how accesses ended and what a look has shown, and says whether control
+// is lost. One thread at a time.
+//
+//              start                 silent for a heartbeat time-out
+//      (off) ─────────► held ─────────────────────────────────────────► lost: silent
+//        ▲                │  a look shows that nobody has control,             │ a look shows why
+//        │                │  or somebody else                                  ▼
+//        └──── stop ──────┴─────────────────────────────────► lost: heartbeat missed, rebooted, taken over
+//
+// What is lost stays lost until the next start: the camera may have forgotten what it was told.
+class ControlWatch {
+public:
+    using Time = std::chrono::steady_clock::time_point;
+    using milliseconds = std::chrono::milliseconds;
+
+    // Control was taken. The camera keeps `heartbeatTimeout` in its register.
+    void start(milliseconds heartbeatTimeout, Time now);
+    void stop() { m_on = false; }
+    bool isOn() const { return m_on; }
+    tavo::ControlLoss loss() const { return m_loss; }
+
+    void answered(Time now) { m_heard = now; }
+    void unanswered(Time now);
+    void looked(const ControlReading& reading, Time now);
+    // A camera that does not say who controls it has refused control to this host.
+    void controlRefused();
+    // This host has written another heartbeat time-out.
+    void heartbeatTimeoutWritten(milliseconds heartbeatTimeout) { m_timeout = heartbeatTimeout; }
+
+private:
+    bool isKept(std::uint32_t heartbeatTimeout) const;
+
+    bool m_on = false;
+    tavo::ControlLoss m_loss = tavo::ControlLoss::None;
+    milliseconds m_timeout{};      // what this host wrote last
+    milliseconds m_firstTimeout{}; // what the camera made of the first
+    Time m_heard{};
+};
+
+} // namespace board

@@ -1,0 +1,66 @@
+// What a camera's bootstrap registers tell about control of it.
+#include "board/ControlWatch.h"
+#include "protocol/bootstrap.h"
+#include "protocol/gvcp.h"
+#include "transport/GigeCamera.h"
+
+namespace board {
+namespace {
+
+constexpr std::uint32_t kPrivilegeBits = bootstrap::kPrivilegeExclusive | bootstrap::kPrivilegeControl;
+
+std::optional<std::uint32_t> readRegister(GigeCamera& board, int port, bootstrap::Address address) {
+    int value = 0;
+    return board.ReadRegister(port, address, &value) == 0 ? std::optional(static_cast<std::uint32_t>(value))
+                                                          : std::nullopt;
+}
+
+// A camera that was moved from one port of the board to another still has the first one's address.
+bool isOwn(const GigeCamera& board, std::uint32_t ip, std::uint16_t udpPort) {
+    bool own = false;
+    for (int port = 0; port < GigeCamera::kPorts; ++port) {
+        own = own || (ip == board.getPortIP(port) && udpPort == GigeCamera::kControlPort);
+    }
+    return own;
+}
+
+// Where the camera has the registers, which it need not.
+void readHolder(GigeCamera& board, int port, ControlReading& reading) {
+    reading.holder = Holder::Somebody;
+    reading.ip = readRegister(board, port, bootstrap::kPrimaryApplicationIp).value_or(0);
+    if (reading.ip == 0) {
+        return;
+    }
+    const auto udpPort = readRegister(board, port, bootstrap::kPrimaryApplicationPort);
+    reading.udpPort = static_cast<std::uint16_t>(udpPort.value_or(GigeCamera::kControlPort));
+    reading.holder = isOwn(board, reading.ip, reading.udpPort) ? Holder::Self : Holder::Other;
+}
+
+} // namespace
+
+ControlReading readControl(GigeCamera& board, int port) {
+    int privilege = 0;
+    int result = board.ReadRegister(port, bootstrap::kControlChannelPrivilege, &privilege);
+    if (result < 0) {
+        result = board.ReadRegister(port, bootstrap::kControlChannelPrivilege, &privilege);
+    }
+    ControlReading reading;
+    reading.answered = result >= 0;
+    if (result == static_cast<int>(gvcp::Status::AccessDenied)) {
+        reading.holder = Holder::Other; // who has exclusive access
+    }
+    if (result != 0) {
+        return reading;
+    }
+    const auto bits = static_cast<std::uint32_t>(privilege);
+    reading.canBeTakenOver = (bits & bootstrap::kPrivilegeSwitchover) != 0;
+    if ((bits & kPrivilegeBits) != 0) {
+        readHolder(board, port, reading);
+    } else {
+        reading.holder = Holder::Nobody;
+        reading.heartbeatTimeout = readRegister(board, port, bootstrap::kHeartbeatTimeout);
+    }
+    return reading;
+}
+
+} // namespace board

@@ -1,0 +1,195 @@
+// Control of a camera that somebody else has, that is taken away, and that ends with the camera: what the
+// handle's calls say of it, and that connecting again mends it.
+#include "api/handles.h"
+#include "genicam/ImplGenICamCamera.h"
+#include "protocol/bootstrap.h"
+#include "simcam/Station.h"
+#include "system/session.h"
+#include "util/exceptions.h"
+
+#include <atomic>
+
+namespace {
+
+using simcam::Fault;
+using tavo::ControlLoss;
+
+constexpr int kLost = -40012;
+constexpr int kNotConnected = -40016;
+constexpr int kNoAnswer = -40020;
+constexpr int kBusy = -40022;
+constexpr std::uint32_t kBoardIp = 0xA9FE072A; // of port 0 of the first board
+constexpr std::uint32_t kPeerIp = 0xA9FE0909;
+constexpr unsigned kPeerIpInC = 0x0909FEA9;
+
+// Another application on the camera's network.
+void writePrivilege(simcam::Camera& camera, std::uint32_t ip, std::uint16_t port, std::uint32_t value) {
+    const auto number = [&](std::uint32_t address) { return camera.peekRegister(address).value(); };
+    const simcam::Mac mac = simcam::Mac{number(bootstrap::kMacHigh)} << 32 | number(bootstrap::kMacLow);
+    const simcam::Station from(0x020000000077, {ip, 0xFFFF0000, 0});
+    static std::uint16_t id = 0x7000;
+    simcam::Writer message;
+    message.u8(gvcp::kKey).u8(gvcp::kFlagAckRequired);
+    message.u16(static_cast<std::uint16_t>(gvcp::Command::WriteRegCmd)).u16(8).u16(++id);
+    message.u32(bootstrap::kControlChannelPrivilege).u32(value);
+    const simcam::Bytes frame =
+        from.datagram({mac, number(bootstrap::kCurrentIp), gvcp::kPort}, port, message.view());
+    const auto before = camera.log().total();
+    camera.receive(frame.data(), frame.size());
+    EXPECT_TRUE(eventually([&] { return camera.log().total() > before; }));
+}
+
+class ControlTest : public testing::Test {
+protected:
+    void SetUp() override { station = session.rig.hang(0, 0, plainCamera({{"ip", "169.254.1.50"}})); }
+
+    void peerTakes(std::uint32_t privilege = bootstrap::kPrivilegeControl) {
+        writePrivilege(*station, kPeerIp, 50000, privilege);
+    }
+    void peerReleases() { peerTakes(bootstrap::kPrivilegeNone); }
+
+    void connect() {
+        camera = session.connectFirst();
+        QObject::connect(
+            camera->device(), &tavo::ImplGenICamCamera::signal_ControlChanged, camera->device(),
+            [this](auto*, ControlLoss loss) { announced = loss; }, Qt::DirectConnection);
+    }
+
+    GbeControlStatus status() const {
+        GbeControlStatus status{};
+        EXPECT_EQ(Gbe_getControlStatus(camera, &status), 0);
+        return status;
+    }
+
+    // Goes on without heartbeats, and with a camera that does not wait for them for long.
+    void losePatience() {
+        camera->heartbeat->setPeriod(1000000);
+        unsigned char timeout[4] = {0, 0, 2, 0};
+        camera->device()->getPort("Device")->write(timeout, bootstrap::kHeartbeatTimeout, sizeof timeout);
+    }
+
+    // Waits until the loss is announced. Feature calls then fail at once, cached or not, and without a frame.
+    void expectLost(ControlLoss loss) {
+        EXPECT_TRUE(eventually([&] { return announced == loss; }));
+        const auto sent = softboard::portState(0, 0).framesSent;
+        long long value = 0;
+        EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), kLost);
+        EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), kLost);
+        unsigned char bytes[4] = {};
+        EXPECT_THROW(
+            camera->device()->getPort("Device")->read(bytes, plain::kNumber, 4),
+            tavo::GicConnectionException);
+        EXPECT_EQ(softboard::portState(0, 0).framesSent, sent);
+    }
+
+    void expectRecovery() {
+        ASSERT_EQ(Gbe_connectCamera(camera), 0);
+        EXPECT_EQ(announced, ControlLoss::None);
+        EXPECT_EQ(status().holder, GBE_CONTROL_SELF);
+        EXPECT_EQ(status().loss, GBE_LOSS_NONE);
+        EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 4711), 0);
+        EXPECT_EQ(station->peekRegister(plain::kNumber), 4711U);
+        EXPECT_EQ(Gbe_connectCamera(camera), kNotConnected) << "connected already";
+    }
+
+    Session session;
+    std::shared_ptr<simcam::Camera> station;
+    CameraHandle* camera = nullptr;
+    std::atomic<ControlLoss> announced{ControlLoss::None};
+};
+
+TEST_F(ControlTest, OfAnotherApplicationIsToldAtOnceAndNotDisturbed) {
+    const struct {
+        const char* name;
+        std::uint32_t privilege;
+        bool tellsWho;
+        std::size_t writes; // that reach the camera from here
+    } rows[] = {
+        {"control", bootstrap::kPrivilegeControl, true, 0},
+        {"exclusive access", bootstrap::kPrivilegeExclusive, true, 0},
+        {"with others allowed to take over", bootstrap::kPrivilegeControl | 4, true, 0},
+        {"the camera does not say who", bootstrap::kPrivilegeControl, false, 1},
+        {"nor who, but that others may take over", bootstrap::kPrivilegeControl | 4, false, 0},
+    };
+    ASSERT_EQ(Gbe_scanNetwork(session.board(), 0, 0), 0);
+    ASSERT_EQ(Gbe_getFirstCamera(session.board(), 0, &camera), 0);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        peerTakes(row.privilege);
+        if (!row.tellsWho) {
+            station->pokeRegister(bootstrap::kPrimaryApplicationIp, 0);
+        }
+        station->log().clear();
+        EXPECT_EQ(Gbe_connectCamera(camera), kBusy);
+        EXPECT_EQ(station->log().count(gvcp::Command::WriteRegCmd), row.writes);
+        if (!row.tellsWho) { // the refused write has put it there again
+            station->pokeRegister(bootstrap::kPrimaryApplicationIp, 0);
+        }
+        const GbeControlStatus told = status();
+        EXPECT_EQ(told.holder, GBE_CONTROL_OTHER);
+        EXPECT_EQ(told.loss, GBE_LOSS_NEVER_HELD);
+        EXPECT_EQ(told.ip, row.tellsWho ? kPeerIpInC : 0U);
+        EXPECT_EQ(station->report().privilege, row.privilege);
+        peerReleases();
+    }
+    EXPECT_EQ(status().holder, GBE_CONTROL_NOBODY);
+    constexpr auto kDenied = static_cast<std::uint32_t>(gvcp::Status::AccessDenied);
+    station->faults().add({Fault::Kind::Status, kDenied, 1, gvcp::Command::ReadRegCmd});
+    EXPECT_EQ(Gbe_connectCamera(camera), kBusy) << "may not even read";
+    EXPECT_EQ(Gbe_connectCamera(camera), 0);
+}
+
+TEST_F(ControlTest, TakenAwayIsVisibleAndComesBackByConnecting) {
+    connect();
+    EXPECT_EQ(status().holder, GBE_CONTROL_SELF);
+    writePrivilege(*station, kBoardIp, 3015, bootstrap::kPrivilegeNone);
+    peerTakes();
+    expectLost(ControlLoss::TakenOver);
+    EXPECT_EQ(status().holder, GBE_CONTROL_OTHER);
+    EXPECT_EQ(status().ip, kPeerIpInC);
+    EXPECT_EQ(status().loss, GBE_LOSS_TAKEN_OVER);
+    EXPECT_EQ(Gbe_connectCamera(camera), kBusy);
+    EXPECT_EQ(status().loss, GBE_LOSS_TAKEN_OVER);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), kNotConnected);
+    EXPECT_EQ(station->report().privilege, bootstrap::kPrivilegeControl) << "the peer's";
+    peerReleases();
+    expectRecovery();
+    Gbe_disconnectCamera(camera);
+    EXPECT_EQ(status().loss, GBE_LOSS_DISCONNECTED);
+    Gbe_freeCamera(camera);
+}
+
+TEST_F(ControlTest, EndsWithARestartOfTheCamera) {
+    connect();
+    ASSERT_TRUE(eventually([&] { return station->peekRegister(bootstrap::kHeartbeatTimeout) == 8000U; }));
+    station->reboot(std::chrono::milliseconds(100));
+    expectLost(ControlLoss::Rebooted);
+    EXPECT_EQ(status().holder, GBE_CONTROL_NOBODY);
+    expectRecovery();
+}
+
+TEST_F(ControlTest, EndsWithSilenceAndIsExplainedAfterwards) {
+    connect();
+    losePatience();
+    station->faults().add({Fault::Kind::Silent, 0, Fault::kForever});
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), kLost) << "half a second has passed";
+    expectLost(ControlLoss::Silent);
+    EXPECT_EQ(status().holder, GBE_CONTROL_UNKNOWN);
+    station->faults().clear();
+    EXPECT_EQ(status().holder, GBE_CONTROL_NOBODY);
+    expectLost(ControlLoss::HeartbeatMissed);
+    expectRecovery();
+
+    // Another camera in its place, with the same address: the handle's camera is gone for good.
+    losePatience();
+    ASSERT_TRUE(softboard::detachAll(0, 0));
+    station = session.rig.hang(0, 0, plainCamera({{"ip", "169.254.1.50"}}));
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), kLost);
+    expectLost(ControlLoss::Silent);
+    EXPECT_EQ(Gbe_connectCamera(camera), kNoAnswer);
+    Gbe_freeCamera(camera);
+    connect();
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), 0);
+}
+
+} // namespace
