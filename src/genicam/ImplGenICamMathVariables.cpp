@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <utility>
 
 namespace tavo {
@@ -41,12 +42,14 @@ std::string_view suffixOf(std::string_view name) {
     return {};
 }
 
+char upperCase(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
 std::string upperCase(std::string_view text) {
     std::string result(text);
     for (char& c : result) {
-        if (c >= 'a' && c <= 'z') {
-            c = static_cast<char>(c - 'a' + 'A');
-        }
+        c = upperCase(c);
     }
     return result;
 }
@@ -55,7 +58,8 @@ std::string upperCase(std::string_view text) {
 const GenICamEnumEntry* findEntry(const GenICamEnumerationInterface& enumeration, std::string_view symbol) {
     const auto& entries = enumeration.getEntries();
     const auto found = std::find_if(entries.rbegin(), entries.rend(), [symbol](const auto* entry) {
-        return upperCase(entry->getSymbol()) == symbol;
+        return std::ranges::equal(
+            entry->getSymbol(), symbol, [](char a, char b) { return upperCase(a) == b; });
     });
     return found != entries.rend() ? *found : nullptr;
 }
@@ -71,21 +75,20 @@ EvaluationScope::EvaluationScope(const ImplGenICamNode& node) : m_hop(node, kFor
 
 struct ImplGenICamMathVariables::Extras {
     struct Extra {
-        std::string name; // upper case; empty for what a suffix asked for
         MathValue constant{};
         std::unique_ptr<MathParser> expression;
         ImplGenICamNode* node = nullptr; // of a limit, or the owner of an expression
         NodeLimit limit = NodeLimit::Min;
     };
 
-    // The number of those with a name, which come first.
+    std::vector<Extra> all; // those with a name come first, then what suffixes asked for
     std::size_t named = 0;
-    std::vector<Extra> all;
-    MathValue fixed{}; // of the variable of that kind
+    std::map<std::string, int, std::less<>> slots; // by name in upper case
+    MathValue fixed{};                             // of the variable of that kind
 
     Extra& addNamed(std::string_view name) {
         all.resize(named++);
-        all.emplace_back().name = upperCase(name);
+        slots[upperCase(name)] = slotOf(all.emplace_back());
         return all.back();
     }
     int add(Extra extra) {
@@ -95,12 +98,8 @@ struct ImplGenICamMathVariables::Extras {
     int slotOf(const Extra& extra) const { return kFirstExtraSlot + static_cast<int>(&extra - all.data()); }
 
     int resolve(std::string_view name) const {
-        for (std::size_t i = named; i-- > 0;) {
-            if (all[i].name == name) {
-                return slotOf(all[i]);
-            }
-        }
-        return NoVariable;
+        const auto found = slots.find(name);
+        return found != slots.end() ? found->second : NoVariable;
     }
 
     // Nothing here refers to `all` while a node or an expression is evaluated: it may grow meanwhile.
@@ -203,13 +202,13 @@ int ImplGenICamMathVariables::resolveSuffix(const Variable& variable, std::strin
     }
     for (const auto& [text, limit] : limitSuffixes) {
         if (suffix == text && hasLimit(*node, limit)) {
-            return extras().add({{}, {}, nullptr, node, limit});
+            return extras().add({{}, nullptr, node, limit});
         }
     }
     const auto* const enumeration = node->asEnumeration();
     if (enumeration != nullptr && suffix.starts_with(entrySuffix)) {
         if (const auto* const entry = findEntry(*enumeration, suffix.substr(entrySuffix.size()))) {
-            return extras().add({{}, MathValue::fromInteger(entry->getValue()), nullptr, nullptr, {}});
+            return extras().add({MathValue::fromInteger(entry->getValue()), nullptr, nullptr, {}});
         }
     }
     return NoVariable;

@@ -10,13 +10,13 @@ namespace tavo {
 using Guard = GenICamScopedReadWriteLock;
 using Clock = std::chrono::steady_clock;
 
-// ---- Integer ---------------------------------------------------------------------------------------------
-
-void ImplGenICamInteger::takeLimitFromBelow(NodeLimit limit) {
-    if (m_pValue && hasLimit(*m_pValue.node(), limit)) {
-        m_fromBelow.add(limit);
+void LimitsFromBelow::add(NodeLimit limit, const NumberReference& below) {
+    if (below && hasLimit(*below.node(), limit)) {
+        m_bits = static_cast<unsigned char>(m_bits | 1 << static_cast<int>(limit));
     }
 }
+
+// ---- Integer ---------------------------------------------------------------------------------------------
 
 // The limits of a float below are taken as far as integers reach them.
 std::int64_t
@@ -74,12 +74,6 @@ void ImplGenICamInteger::writeInteger(std::int64_t value) {
 }
 
 // ---- Float -----------------------------------------------------------------------------------------------
-
-void ImplGenICamFloat::takeLimitFromBelow(NodeLimit limit) {
-    if (m_pValue && hasLimit(*m_pValue.node(), limit)) {
-        m_fromBelow.add(limit);
-    }
-}
 
 double ImplGenICamFloat::limit(NodeLimit which, const NumberReference& reference, double own) const {
     if (reference) {

@@ -15,7 +15,8 @@ namespace tavo {
 // Which limits a node takes from the node below (pValue) because it has none of its own.
 class LimitsFromBelow {
 public:
-    void add(NodeLimit limit) { m_bits = static_cast<unsigned char>(m_bits | 1 << static_cast<int>(limit)); }
+    // Nothing where the kind of the node below has no such limit.
+    void add(NodeLimit limit, const NumberReference& below);
     bool has(NodeLimit limit) const { return (m_bits >> static_cast<int>(limit) & 1) != 0; }
 
 private:
@@ -42,7 +43,7 @@ public:
     void setPMax(GenICamNode* node) { m_pMax.set(node); }
     void setPInc(GenICamNode* node) { m_pInc.set(node); }
     // Once pValue is set: the limit is that of pValue, if its kind has it and no node was set for it.
-    void takeLimitFromBelow(NodeLimit limit);
+    void takeLimitFromBelow(NodeLimit limit) { m_fromBelow.add(limit, m_pValue); }
 
     std::int64_t readInteger() override;
     void writeInteger(std::int64_t value) override;
@@ -83,7 +84,7 @@ public:
     void setPMin(GenICamNode* node) { m_pMin.set(node); }
     void setPMax(GenICamNode* node) { m_pMax.set(node); }
     // As for an Integer.
-    void takeLimitFromBelow(NodeLimit limit);
+    void takeLimitFromBelow(NodeLimit limit) { m_fromBelow.add(limit, m_pValue); }
 
     double readFloat() override;
     void writeFloat(double value) override;

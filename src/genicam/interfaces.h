@@ -111,7 +111,7 @@ public:
 
 class LIOMOL_API GenICamStringInterface : public virtual GenICamNodeInterface {
 public:
-    // The whole register, zero bytes included.
+    // The whole register, zero bytes included; up to its first zero byte with the standard's meaning.
     virtual std::string getValue() = 0;
     // A text longer than the register is cut.
     virtual void setValue(const std::string& value) = 0;

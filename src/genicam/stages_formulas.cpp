@@ -90,6 +90,13 @@ template<class Kind> void readFormula(Builder& builder, Kind& node) {
     readNames(builder, node);
 }
 
+template<class Kind, std::size_t count>
+void readKnife(Builder& builder, Kind& node, const Literal<Kind> (&literals)[count]) {
+    readLiterals(builder, static_cast<Node&>(node));
+    readTable(builder, node, literals);
+    readFormula(builder, node);
+}
+
 template<class Kind> void readConverter(Builder& builder, Kind& node) {
     readLiterals(builder, static_cast<Node&>(node));
     readTable(builder, node, converterLiterals<Kind>);
@@ -105,6 +112,11 @@ void resolveVariables(Builder& builder, Node& node, ImplGenICamMathVariables& va
         variables.setVariable(std::string(variable.builder->findAttribute("Name")), target);
         Builder::addDependency(&node, target);
     }
+}
+
+template<class Kind> void resolveKnife(Builder& builder, Kind& node, Device& device) {
+    resolveReferences(builder, static_cast<Node&>(node), device);
+    resolveVariables(builder, node, node, device);
 }
 
 // The nodes that carry the value being set are in no description; the device owns them like all others, and
@@ -124,38 +136,29 @@ std::unique_ptr<Node> makeFromNode(const ImplGenICamIntConverter&) {
 }
 
 template<class Kind> void resolveConverter(Builder& builder, Kind& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
     if (const Builder::Element* const name = builder.findElement("pValue")) {
         Node* const target = findNode(*name, device);
         node.setPValue(target);
         Builder::addDependency(&node, target);
     }
-    resolveVariables(builder, node, node, device);
+    resolveKnife(builder, node, device);
     node.setFromNode(&device.adoptNode(makeFromNode(node)));
 }
 
 } // namespace
 
 void readLiterals(Builder& builder, ImplGenICamSwissKnife& node) {
-    readLiterals(builder, static_cast<Node&>(node));
-    readTable(builder, node, swissKnifeLiterals);
-    readFormula(builder, node);
+    readKnife(builder, node, swissKnifeLiterals);
+}
+void readLiterals(Builder& builder, ImplGenICamIntSwissKnife& node) {
+    readKnife(builder, node, intSwissKnifeLiterals);
 }
 
 void resolveReferences(Builder& builder, ImplGenICamSwissKnife& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
-    resolveVariables(builder, node, node, device);
+    resolveKnife(builder, node, device);
 }
-
-void readLiterals(Builder& builder, ImplGenICamIntSwissKnife& node) {
-    readLiterals(builder, static_cast<Node&>(node));
-    readTable(builder, node, intSwissKnifeLiterals);
-    readFormula(builder, node);
-}
-
 void resolveReferences(Builder& builder, ImplGenICamIntSwissKnife& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
-    resolveVariables(builder, node, node, device);
+    resolveKnife(builder, node, device);
 }
 
 void readLiterals(Builder& builder, ImplGenICamConverter& node) {
