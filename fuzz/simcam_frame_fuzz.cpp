@@ -1,7 +1,8 @@
-// Frames from anybody to the camera in software. The first byte says what follows: even, one raw frame; odd,
-// GVCP messages from one host in sound frames, each behind its length and the tenths of a second that pass
-// before it. Whatever comes in, what goes out are sound frames to somebody, each acknowledgement that of its
-// command, and what is fixed in the camera stays what it was.
+// Frames from anybody to the camera in software. The first byte says which camera it is (bit 1: memory
+// without a model; bit 2: with a link-local address, which takes no time to find) and what follows: even, one
+// raw frame; odd, GVCP messages from one host in sound frames, each behind its length and the tenths of a
+// second that pass before it. Whatever comes in, what goes out are sound frames to somebody, each
+// acknowledgement that of its command, and what is fixed in the camera stays what it was.
 #include "protocol/net.h"
 #include "simcam/CameraCore.h"
 
@@ -27,10 +28,13 @@ struct Made {
     Description description;
 };
 
-Made make(bool plain) {
+Made make(bool plain, const char* ip = "169.254.7.100") {
     std::string error;
     const ethernet::Settings settings{
-        {"mac", "02:11:22:33:44:55"}, {"ip", "169.254.7.100"}, {"registers", plain ? "plain" : "model"}};
+        {"mac", "02:11:22:33:44:55"},
+        {"ip", ip},
+        {"probe-second", "0"},
+        {"registers", plain ? "plain" : "model"}};
     Made made{parseSettings(settings, error).value(), {}};
     made.description = makeDescription(made.settings, error).value();
     return made;
@@ -50,6 +54,9 @@ void exchange(CameraCore& camera, Station& host, ByteView message, Time now) {
     const Peer to{kCameraMac, camera.station().ip().address, gvcp::kPort};
     camera.receive(host.datagram(to, 3015, message), now);
     for (const Bytes& frame : camera.due(now)) {
+        if (host.receive(frame).arp) { // the camera looks for an address
+            continue;
+        }
         const auto datagram = host.receive(frame).datagram;
         require(datagram && datagram->payload.size() >= gvcp::kHeader);
         Reader answer(datagram->payload);
@@ -70,9 +77,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const Made kPlain = make(true);
     Reader input(ByteView(data, size));
     const std::uint8_t what = input.u8();
-    const Made& made = (what & 2) != 0 ? kPlain : kModel;
+    static const Made kLinkLocal = make(false, "link-local");
+    const Made& made = (what & 2) != 0 ? kPlain : (what & 4) != 0 ? kLinkLocal : kModel;
     Time now{std::chrono::hours(1)};
     CameraCore camera(made.settings, made.description, now);
+    checkSent(camera, now);
     if ((what & 1) == 0) {
         camera.receive(input.bytes(input.left()), now);
         require(checkSent(camera, now) <= 1);

@@ -47,6 +47,8 @@ public:
     void dropControl(Time now, const char* why);
 
 private:
+    static constexpr std::size_t kWord = 4;         // bytes of a register
+    static constexpr std::size_t kRegisterPair = 8; // address and value
     using Status = gvcp::Status;
     struct Request {
         Peer from;
