@@ -151,9 +151,11 @@ void InterfaceLink::stopStream() {
 
 void InterfaceLink::readStream() {
     constexpr std::chrono::hours kForEver{1};
+    bool more = false; // where one frame of a stream is there, the next mostly is too
     while (!m_stopStream) {
-        const auto frame = m_stream->receive(Clock::now() + kForEver);
-        if (!frame.empty() && !m_stopStream) {
+        const auto frame = m_stream->receive(more ? Clock::time_point::min() : Clock::now() + kForEver);
+        more = !frame.empty();
+        if (more && !m_stopStream) {
             m_sink(frame.data(), frame.size());
         }
     }
