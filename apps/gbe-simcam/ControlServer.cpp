@@ -17,6 +17,7 @@ namespace gbe_simcam {
 namespace {
 
 constexpr int kStandardInput = 0;
+constexpr int kLookMs = 1000;
 constexpr const char* kOk = "ok";
 constexpr std::string_view kError = "error: ";
 
@@ -84,13 +85,14 @@ bool ControlServer::listen(std::string& error) {
     return true;
 }
 
-void ControlServer::run(Console& console, int stop) {
+void ControlServer::run(Console& console, int stop, const std::function<void()>& look) {
     while (!m_stop) {
+        look();
         std::vector<pollfd> files{{stop, POLLIN, 0}, {m_listener, POLLIN, 0}, {m_input.file, POLLIN, 0}};
         for (const Lines& client : m_clients) {
             files.push_back({client.file, POLLIN, 0});
         }
-        if (poll(files.data(), files.size(), -1) < 0) {
+        if (poll(files.data(), files.size(), kLookMs) < 0) {
             continue; // a signal
         }
         if (files[0].revents != 0) {

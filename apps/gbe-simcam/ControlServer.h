@@ -20,8 +20,9 @@ public:
     // From now on clients may connect. False with one line in `error`. A socket whose process is gone is
     // replaced.
     bool listen(std::string& error);
-    // Serves until the descriptor `stop` can be read or stop() was called by a command.
-    void run(Console& console, int stop);
+    // Serves until the descriptor `stop` can be read or stop() was called by a command. In between it calls
+    // `look` about every second.
+    void run(Console& console, int stop, const std::function<void()>& look);
     void stop() { m_stop = true; }
 
 private:

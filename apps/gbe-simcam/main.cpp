@@ -101,6 +101,24 @@ openWire(const Options& options, const std::vector<ethernet::Settings>& cameras,
     return openInterface(options.interface, macs, error);
 }
 
+// Tells when frames cannot run on the wire, and when they can again.
+class WireWatch {
+public:
+    explicit WireWatch(Wire& wire) : m_wire(wire) {}
+
+    void operator()() {
+        const std::string trouble = m_wire.trouble();
+        if (trouble != m_trouble) {
+            report("wire: " + (trouble.empty() ? "frames run again" : trouble));
+            m_trouble = trouble;
+        }
+    }
+
+private:
+    Wire& m_wire;
+    std::string m_trouble;
+};
+
 int serve(const Options& options) {
     const int stop = makeStopDescriptor();
     std::string error;
@@ -113,16 +131,13 @@ int serve(const Options& options) {
     if (!wire || !server.listen(error)) {
         return fail(error);
     }
-    if (const std::string trouble = wire->trouble(); !trouble.empty()) {
-        complain(trouble + " (going on)");
-    }
     auto members = makeCameras(settings, options.tap.empty() ? options.interface : options.tap, error);
     if (members.empty()) {
         return fail(error);
     }
     Segment segment(std::move(wire), std::move(members));
     Console console(segment, [&server] { server.stop(); });
-    server.run(console, stop);
+    server.run(console, stop, WireWatch(segment.wire()));
     return EXIT_SUCCESS;
 }
 
@@ -144,6 +159,7 @@ int main(int argc, char** argv) {
     std::vector<std::string> words;
     control->add_option("path", path, "Its control socket")->required();
     control->add_option("command", words, "The command; 'help' shows all")->required();
+    app.set_version_flag("--version", "gbe-simcam " LIOMOL_VERSION);
     app.footer("Settings of a camera:\n" + [] {
         std::string text;
         for (const simcam::SettingFact& fact : simcam::kSettingFacts) {
