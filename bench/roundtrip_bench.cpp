@@ -23,11 +23,13 @@
 #include <thread>
 
 #include <arpa/inet.h>
+#include <csignal>
 #include <linux/if_packet.h>
 #include <net/if.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
+#include <sys/wait.h>
 
 namespace {
 
@@ -176,6 +178,31 @@ private:
 constexpr netif::Mac kHostMac = {2, 0, 0, 0, 0, 1};
 constexpr netif::Mac kCameraMac = {2, 0x11, 0x22, 0x33, 0x44, 0x55};
 
+// The far end as users have it: gbe-simcam, a process of its own.
+class SoftwareCamera {
+public:
+    explicit SoftwareCamera(const NetNamespace& space) {
+        const NetNamespace::Inside inside(space);
+        m_process = fork();
+        if (m_process == 0) {
+            dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+            execl(
+                LIOMOL_BENCH_SIMCAM, LIOMOL_BENCH_SIMCAM, "--interface", "camera0", "--camera",
+                "mac=02:11:22:33:44:55,ip=169.254.7.100", nullptr);
+            _exit(127);
+        }
+    }
+    ~SoftwareCamera() {
+        kill(m_process, SIGTERM);
+        waitpid(m_process, nullptr, 0);
+    }
+    SoftwareCamera(const SoftwareCamera&) = delete;
+    SoftwareCamera& operator=(const SoftwareCamera&) = delete;
+
+private:
+    pid_t m_process = -1;
+};
+
 // The library's end on the wire: board 0, port 0 is the interface.
 class Library {
 public:
@@ -283,6 +310,38 @@ void readRegister(benchmark::State& state) {
 BENCHMARK(readRegister)
     ->ArgNames({"spin_us", "apart"})
     ->ArgsProduct({{0, 50}, {0, 1}})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
+// The same from the camera in software: with what that does for an answer.
+void readSoftwareCamera(benchmark::State& state) {
+    const test_support::VirtualWire wire;
+    if (!wire.error().empty()) {
+        return state.SkipWithError(wire.error().c_str());
+    }
+    wire.host.shell("ip link set host0 address 02:00:00:00:00:01");
+    const SoftwareCamera camera(wire.camera);
+    Library library(wire.host, std::chrono::microseconds(state.range(0)));
+    constexpr unsigned kVersionRegister = 0;
+    int value = 0;
+    for (int attempt = 0; library.camera().ReadRegister(0, kVersionRegister, &value) != 0; ++attempt) {
+        if (attempt == 5) {
+            return state.SkipWithError("the camera does not answer");
+        }
+    }
+    Samples times;
+    for (auto _ : state) {
+        if (!times.turn([&] { return library.camera().ReadRegister(0, kVersionRegister, &value) == 0; })) {
+            return state.SkipWithError("an exchange failed");
+        }
+    }
+    state.counters["library_us"] = times.at(0.5);
+    state.counters["library_p99_us"] = times.at(0.99);
+}
+BENCHMARK(readSoftwareCamera)
+    ->ArgName("spin_us")
+    ->Arg(0)
+    ->Arg(50)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 
