@@ -3,6 +3,8 @@
 #include "Failure.h"
 #include "addresses.h"
 
+#include <QtCore/QStringList>
+
 #include <algorithm>
 
 namespace gbe {
@@ -108,6 +110,25 @@ std::string whyNot(CameraHandle* camera) {
     }
 }
 
+// One line, with what there is most of; the description is used all the same.
+void tellDifferences(CameraHandle* camera) {
+    char text[4096];
+    unsigned size = sizeof text;
+    if (Gbe_getStandardDifferences(camera, text, &size) != 0 || text[0] == '\0') {
+        return;
+    }
+    QStringList kinds = QString::fromUtf8(text).split('\n', Qt::SkipEmptyParts);
+    const auto count = [](const QString& kind) { return kind.section(' ', 0, 0).toInt(); };
+    std::stable_sort(
+        kinds.begin(), kinds.end(), [&](const QString& a, const QString& b) { return count(a) > count(b); });
+    constexpr int kShown = 3;
+    const int more = static_cast<int>(kinds.size()) - kShown;
+    std::fprintf(
+        stderr, "gbe: the GenICam standard reads this description otherwise: %s%s (--standard does so)\n",
+        qPrintable(kinds.mid(0, kShown).join(", ")),
+        more > 0 ? qPrintable(QString(", and %1 more").arg(more)) : "");
+}
+
 } // namespace
 
 Board openBoard(int board) {
@@ -142,17 +163,21 @@ PickedCamera pickCamera(BoardHandle* board, const Selection& selection) {
     throw Failure("camera on " + placeText(selection), code);
 }
 
-void connectCamera(CameraHandle* camera) {
+void connectCamera(CameraHandle* camera, bool standard) {
+    check("choosing how to read the description", Gbe_enableStandardBehaviour(camera, standard ? 1 : 0));
     const std::string what = "connecting to " + macText(Gbe_getCameraInfo(camera)->mac);
     if (const int code = Gbe_connectCamera(camera); code < 0) {
         throw Failure(what + whyNot(camera), code);
     }
     check("switching checks on", Gbe_enableChecks(camera, 1));
+    if (!standard) {
+        tellDifferences(camera);
+    }
 }
 
 Session::Session(const Selection& selection)
     : board(openBoard(selection.board)), camera(pickCamera(board.get(), selection).handle) {
-    connectCamera(camera.get());
+    connectCamera(camera.get(), selection.standard);
 }
 
 } // namespace gbe

@@ -19,6 +19,7 @@ struct Selection {
     std::optional<Mac> mac;
     std::optional<unsigned> ip; // first octet in the lowest byte
     std::string name;
+    bool standard = false; // read the description as the GenICam standard has it
 };
 
 struct FoundCamera {
@@ -44,8 +45,9 @@ struct PickedCamera {
 };
 PickedCamera pickCamera(BoardHandle* board, const Selection& selection);
 
-// Connects, with the checks of access, locks and availability on: what a person does wrong is to be told.
-void connectCamera(CameraHandle* camera);
+// Connects, with the checks of access, locks and availability on: what a person does wrong is to be told. So
+// is, on standard error, that the description holds what only the standard's meaning reads right.
+void connectCamera(CameraHandle* camera, bool standard);
 
 // A board and a connected camera: the beginning of most commands.
 struct Session {

@@ -52,6 +52,7 @@ void addSelection(CLI::App& app, Selection& selection) {
         },
         "Camera with this IPv4 address");
     app.add_option("--name", selection.name, "Camera with this user-defined name");
+    app.add_flag("--standard", selection.standard, "Read the description as the GenICam standard has it");
 }
 
 void addIpCommands(CLI::App& app, Arguments& arguments) {

@@ -49,6 +49,17 @@ int setFlag(CameraHandle* camera, const char* name, int value) {
 
 constexpr const char* kTransportLayerLock = "TLParamsLocked";
 
+// Up to the first NUL. Without a buffer, or when it is too small, only the size is told.
+int copyText(const std::string& text, char* buffer, unsigned* size) {
+    const std::size_t needed = std::strlen(text.c_str()) + 1;
+    const bool fits = buffer == nullptr || needed <= *size;
+    if (buffer != nullptr && fits) {
+        std::memcpy(buffer, text.c_str(), needed);
+    }
+    *size = static_cast<unsigned>(needed);
+    return fits ? status::Success : status::BufferTooSmall;
+}
+
 } // namespace
 
 int Gbe_lockTLParams(CameraHandle* camera) {
@@ -69,13 +80,7 @@ int Gbe_getValueAsString(CameraHandle* camera, const char* name, char* buffer, u
     if (result != status::Success) {
         return result;
     }
-    const std::size_t needed = std::strlen(text.c_str()) + 1;
-    const bool fits = buffer == nullptr || needed <= *size;
-    if (buffer != nullptr && fits) {
-        std::memcpy(buffer, text.c_str(), needed);
-    }
-    *size = static_cast<unsigned>(needed);
-    return fits ? status::Success : status::BufferTooSmall;
+    return copyText(text, buffer, size);
 }
 
 int Gbe_getFeatureCount(CameraHandle* camera) {
@@ -145,6 +150,23 @@ int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable) {
         camera->texts.clear();
         const bool built = device == nullptr || device->enableStandardBehaviour(camera->standardBehaviour);
         return built ? status::Success : status::XmlRead;
+    });
+}
+
+int Gbe_getStandardDifferences(CameraHandle* camera, char* buffer, unsigned* size) {
+    tavo::ImplGenICamCamera* device = nullptr;
+    if (size == nullptr) {
+        return status::IllegalParameter;
+    }
+    if (const int refused = api::deviceOf(camera, device); refused != status::Success) {
+        return refused;
+    }
+    return api::guarded([&] {
+        std::string text;
+        for (const tavo::QuirkUse& use : device->quirksTouched()) {
+            text += std::to_string(use.count) + ' ' + std::string(use.what) + '\n';
+        }
+        return copyText(text, buffer, size);
     });
 }
 

@@ -258,8 +258,15 @@ GBE_API int Gbe_enableChecks(CameraHandle* camera, int enable);
  * instead of liomol's own way (0, the default). May be called before connecting, and holds for every
  * description that the handle's connections load. On a connected camera the tree of features is built anew:
  * names and texts handed out before are no longer valid, and no other call may use the handle meanwhile.
+ * docs/standard-behaviour.md lists what differs.
  * -40015: null handle. -40020: the tree could not be built again. */
 GBE_API int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable);
+
+/* What of the connected camera's description liomol's own way reads otherwise than the GenICam standard, as a
+ * text of one line each: a count, a blank, and what is counted ("3 String nodes"); empty when nothing differs.
+ * docs/standard-behaviour.md explains them. The description is read again for it, which takes about as long as
+ * loading it. Buffer and size are those of Gbe_getValueAsString. */
+GBE_API int Gbe_getStandardDifferences(CameraHandle* camera, char* buffer, unsigned* size);
 
 /* The description as text. With a null buffer *size becomes its size in bytes with the NUL; with a buffer of
  * *size bytes it is copied. -40025: the buffer is too small; *size is left as it was. */

@@ -78,6 +78,15 @@ bool ImplGenICamCamera::enableStandardBehaviour(bool on) {
     return waitForConnection() != 0;
 }
 
+std::vector<QuirkUse> ImplGenICamCamera::quirksTouched() const {
+    std::string text;
+    {
+        const std::lock_guard lock(m_registryLock);
+        text = m_description;
+    }
+    return genicam::findDifferences(text.data());
+}
+
 std::size_t ImplGenICamCamera::getXmlDataSize() const {
     const std::lock_guard lock(m_registryLock);
     return m_description.size() + 1;

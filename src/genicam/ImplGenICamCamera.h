@@ -7,6 +7,7 @@
 #include "genicam/HelperThread.h"
 #include "genicam/InvalidationWalk.h"
 #include "genicam/NodeRegistry.h"
+#include "genicam/standard_differences.h"
 #include "util/MacAddress.h"
 #include "util/Quirks.h"
 
@@ -100,6 +101,10 @@ public:
     // obtained before are gone. False when that fails; the device is then NotConnected.
     bool enableStandardBehaviour(bool on);
     const Quirks& quirks() const { return m_quirks; }
+    // What of the description this system's own way reads otherwise than the standard, by quirk; the same
+    // whichever way is switched on. Reads the description's text again, which takes about as long as loading
+    // it.
+    std::vector<QuirkUse> quirksTouched() const;
 
     // Ports ---------------------------------------------------------------------------------------------
 

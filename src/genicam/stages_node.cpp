@@ -110,6 +110,11 @@ void resolveReferences(Builder& builder, Node& node, Device& device) {
 void readLiterals(Builder& builder, ImplGenICamPort& node) {
     readLiterals(builder, static_cast<Node&>(node));
     readTable(builder, node, portLiterals);
+    const Builder::Element* const chunkId = builder.findElement("ChunkID");
+    if (chunkId != nullptr && !node.quirks().plainChunkIds) {
+        const bool hasPrefix = chunkId->text.starts_with("0x") || chunkId->text.starts_with("0X");
+        node.setChunkId(Builder::parseDecimalOrHex((hasPrefix ? "" : "0x") + std::string(chunkId->text), 0));
+    }
 }
 
 void resolveReferences(Builder& builder, ImplGenICamPort& node, Device& device) {

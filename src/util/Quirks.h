@@ -67,9 +67,12 @@ struct Quirks {
     // surrounding blanks and line ends do not count.
     bool exactTexts = true;
 
-    // A number of the description that begins with 0 is octal: 010 is 8. Standard: it is decimal, or hexadecimal
-    // after 0x.
+    // A number of the description that begins with 0 is octal: 010 is 8. Standard: it is decimal, or
+    // hexadecimal after 0x.
     bool octalNumbers = true;
+
+    // A ChunkID is a number like any other. Standard: hexadecimal digits without a prefix.
+    bool plainChunkIds = true;
 
     // A node's namespace is the attribute "Namespace", and the root's "StandardNamespace". Standard:
     // "NameSpace" and "StandardNameSpace".

@@ -71,6 +71,8 @@ TEST_F(Gbe, WhatItPrints) {
         {{"list", "--port", "0"}, "ImageFormatControl\n|  Width |integer|PixelFormat|enumeration|Mono8"},
         {{"list", "--port", "0", "--all"}, "NAME|WidthReg|AcquisitionStart|command"},
         {{"--port", "0", "exec", "TimestampLatch"}, ""},
+        {{"--standard", "--port", "0", "get", "Width", "DeviceLinkHeartbeatTimeout"}, "1920\n"},
+        {{"list", "--port", "0", "--standard"}, "ImageFormatControl\n|PixelFormat|enumeration|Mono8"},
         {{"--port", "0", "xml"}, "<?xml|<RegisterDescription|</RegisterDescription>"},
         {{"--version"}, "gbe 0."},
         {{"--help"}, "boards|scan|demo"},

@@ -135,5 +135,70 @@ TEST(Standard, AccessIsThatOfWhatTheIndexPicks) {
     device.expect("Over -> 2");
 }
 
+TEST(Standard, DifferencesAreCountedByQuirk) {
+    const auto knife = [](const std::string& formula, const std::string& kind = "IntSwissKnife") {
+        return "<" + kind +
+               "><pVariable Name='V'>I</pVariable><pVariable Name='F'>Real</pVariable><Formula>" + formula +
+               "</Formula></" + kind + ">";
+    };
+    const auto feature = [](const std::string& node) {
+        return "<Category Name='Root'><pFeature> A </pFeature></Category>" + node;
+    };
+    const std::string others = "<Integer Name='I'/><Boolean Name='B'/><Float Name='Real'/>";
+    const std::string writable = reg("W", 0, 4, "<Sign>Signed</Sign><Endianess>BigEndian</Endianess>");
+    const struct {
+        std::string nodes;
+        std::string touched;
+    } rows[] = {
+        {"", ""},
+        {knife("(V = 3) || V > 4 ? V*2 : (V ? 1 : 0)"), ""},
+        {knife("V + 4.0 + PI"), "1 ownKinds, "},
+        {knife("1.5", "SwissKnife") + knife("010"), "2 integerPrefixLiterals, 1 ownKinds, "},
+        {knife("V &amp; 1 = 1") + knife("V || V &amp;&amp; V") + knife("1 ? 2 : 3 ? 4 : 5"),
+         "2 ownPrecedence, 1 leftConditionals, "},
+        {knife("V == 1 || V.Min != 2"), "1 fewerSymbols, 1 plainNames, "},
+        {knife("F / 2 &amp; 1", "SwissKnife") + knife("F") + knife("V &amp; 1"),
+         "1 ownPrecedence, 2 ownKinds, "},
+        {"<SwissKnife><pVariable Name='X'>B</pVariable><pVariable Name='Y'>I</pVariable></SwissKnife>",
+         "1 numericVariablesOnly, "},
+        {"<Converter><Constant Name='C'>1</Constant><Expression Name='E'>2</Expression></Converter>",
+         "2 plainFormulas, "},
+        {"<Converter><FormulaTo>FROM</FormulaTo><pValue>W</pValue></"
+         "Converter><Converter><FormulaTo>ROUND(FROM)"
+         "</FormulaTo><pValue>W</pValue></Converter><Float><ImposedAccessMode>RO</ImposedAccessMode><pValue>W"
+         "</pValue></Float>",
+         "1 truncatingConverters, "},
+        {"<String/><Integer><pIndex>I</pIndex></Integer><Float><pValueCopy>I</pValueCopy></Float>",
+         "1 noStringNodes, 1 noIndexedValues, 1 noValueCopies, "},
+        {"<Integer><Value> 010 </Value><Visibility>Guru\n</Visibility></Integer>",
+         "1 exactTexts, 1 octalNumbers, "},
+        {reg("R", 0, 4,
+             "<pInvalidator>I</pInvalidator><pInvalidator>W</pInvalidator><pInvalidator>No"
+             "</pInvalidator><pIndex>I</pIndex><pIndex Offset='4'>I</pIndex>") +
+             "<Command><pInvalidator>W</pInvalidator></Command>",
+         "2 registersInvalidateOnly, 1 plainIndexIgnored, 1 littleEndianWords, "},
+        {"<Float Name='A'/>", ""}, // no feature
+        {feature("<Float Name='A'><pValue>W</pValue></Float>"),
+         "1 truncatingConverters, 1 positiveFloatMinimum, 1 ownLimitsOnly, "},
+        {feature("<Integer Name='A'><pValue>W</pValue><Min>1</Min><pMax>I</pMax><Inc>2</Inc></Integer>"),
+         "1 incrementsFromZero, "},
+        {feature(reg("A", 0, 4, "<Endianess>BigEndian</Endianess>")), "1 absentSignLimitsSigned, "},
+        {reg("A", 2, 4) + reg("C", 0, 3), "1 littleEndianWords, 2 unalignedWrites, "},
+        {"<StructReg><Cachable>NoCache</Cachable><StructEntry Name='E'/><StructEntry Name='G'><PollingTime>1"
+         "</PollingTime></StructEntry></StructReg>",
+         "1 noCacheForASecond, "},
+    };
+    for (const auto& row : rows) {
+        std::string xml = inRoot(others + writable + row.nodes);
+        std::string touched;
+        for (const auto& use : genicam::findDifferences(xml.data())) {
+            touched += std::to_string(use.count) + ' ' + std::string(use.quirk) + ", ";
+        }
+        EXPECT_EQ(touched, row.touched) << row.nodes;
+    }
+    char noTree[] = "<Integer/>";
+    EXPECT_TRUE(genicam::findDifferences(noTree).empty());
+}
+
 } // namespace
 } // namespace test_support
