@@ -17,6 +17,7 @@ struct CheckedPort {
     unsigned port = 0;
     PortAddress address;
     std::string interface;   // empty: the port is none
+    Mac interfaceMac{};      // that the port is to have; zeros when not known
     int mtu = 0;             // 0: not known
     unsigned computerIp = 0; // that the interface has in Linux; 0 without
     bool linkUp = false;

@@ -154,6 +154,7 @@ bool Doctor::checkInterfaces() {
         }
         place.interface = link->interface;
         place.mtu = link->mtu;
+        place.interfaceMac = link->mac;
         place.computerIp = link->ip;
         if (link->error != 0) {
             m_findings.bad(portName(port), whatIsWrong(*link), mendingInterface(*link));
@@ -216,6 +217,12 @@ void Doctor::checkPort(BoardHandle* board, CheckedPort& port) {
         m_findings.bad(portName(port.port), "no link; " + us, "plug the cable in and switch the camera on");
     } else if (port.interface.empty()) { // what an interface lacks was told above
         m_findings.note(portName(port.port), "no link; " + us);
+    }
+    if (!port.interface.empty() && port.interfaceMac != Mac{} && port.interfaceMac != port.address.mac) {
+        m_findings.note(
+            portName(port.port), "the service gives it another MAC address than the board's file or " +
+                                     port.interface + ", " + macText(port.interfaceMac.data()) +
+                                     ": on purpose, or does it read another file?");
     }
     if (port.linkUp && !port.interface.empty()) {
         port.ear = Eavesdropper::open(port.interface);
