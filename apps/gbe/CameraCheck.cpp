@@ -113,17 +113,13 @@ bool CameraCheck::isFree(
         text += ", free";
         return true;
     }
-    unsigned ip = 0;
-    unsigned udpPort = 0;
+    GbeControlStatus control{};
     unsigned heartbeat = 0;
-    Gbe_readRegister(handle, bootstrap::kPrimaryApplicationIp, &ip);
-    Gbe_readRegister(handle, bootstrap::kPrimaryApplicationPort, &udpPort);
+    Gbe_getControlStatus(handle, &control);
     Gbe_readRegister(handle, bootstrap::kHeartbeatTimeout, &heartbeat);
-    const unsigned holder = swapOctets(ip); // the register has the first octet on top
-    const bool ours = holder == m_port.address.ip;
-    const std::string who = ours      ? "a program on this computer"
-                            : ip != 0 ? ipText(holder) + ", port " + std::to_string(udpPort)
-                                      : "an application that it does not tell";
+    const std::string who = control.holder == GBE_CONTROL_SELF ? "a program on this computer"
+                            : control.ip != 0 ? ipText(control.ip) + ", port " + std::to_string(control.port)
+                                              : "an application that it does not tell";
     bad(camera, "is controlled by " + who,
         "end that application; if it has crashed, the camera is free after " +
             std::to_string((heartbeat + 999) / 1000) + " s");
