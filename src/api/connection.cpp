@@ -17,8 +17,6 @@
 #include "api/handles.h"
 #include "board/camera.h"
 #include "genicam/ImplGenICamCamera.h"
-#include "protocol/bootstrap.h"
-#include "protocol/gvcp.h"
 #include "util/qt_locks.h"
 #include "util/status.h"
 
@@ -44,14 +42,9 @@ int checkControl(GigeCamera& board, int port) {
     switch (found.holder) {
     case board::Holder::Other:
         return status::CameraBusy;
-    case board::Holder::Somebody: {
-        constexpr int kDenied = static_cast<int>(gvcp::Status::AccessDenied);
-        const bool isOthers =
-            found.canBeTakenOver || board.WriteRegister(
-                                        port, bootstrap::kControlChannelPrivilege,
-                                        static_cast<int>(bootstrap::kPrivilegeControl)) == kDenied;
-        return isOthers ? status::CameraBusy : status::Success;
-    }
+    case board::Holder::Somebody:
+        return found.canBeTakenOver || board::isControlRefused(board, port) ? status::CameraBusy
+                                                                            : status::Success;
     case board::Holder::Unknown:
         return found.answered ? status::Success : status::XmlRead;
     case board::Holder::Nobody:

@@ -34,6 +34,10 @@ struct ControlReading {
 // the camera is silent.
 ControlReading readControl(GigeCamera& board, int port);
 
+// Asks the current camera of the port for control, as readControl otherwise; true when it refuses because
+// somebody else has control.
+bool isControlRefused(GigeCamera& board, int port);
+
 // A value machine: it is told when and how accesses ended and what a look has shown, and says whether control
 // is lost. One thread at a time.
 //

@@ -63,4 +63,10 @@ ControlReading readControl(GigeCamera& board, int port) {
     return reading;
 }
 
+bool isControlRefused(GigeCamera& board, int port) {
+    constexpr int kRefused = static_cast<int>(gvcp::Status::AccessDenied);
+    constexpr int kControl = static_cast<int>(bootstrap::kPrivilegeControl);
+    return board.WriteRegister(port, bootstrap::kControlChannelPrivilege, kControl) == kRefused;
+}
+
 } // namespace board
