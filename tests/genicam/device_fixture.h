@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <QtCore/QByteArray>
-#include <QtCore/QStringList>
 
 #include <functional>
 #include <limits>
@@ -78,6 +77,7 @@ inline int codeOf(const std::function<void()>& action) {
 //   #step        does the step, and gives the port's reads and writes meanwhile, as "1r 0w"
 //   @8+2         the hexadecimal bytes of the camera's memory there; @8=0A FF puts them there
 //   !stale       makes all that is cached stale; !fail and !heal break and mend the port
+// A result may tell both what this system has and what the standard has, as in "Text -> default | standard".
 struct Device {
     Device() { camera.setPort(&port, "Device"); }
     // The description's stages run on the calling thread.
@@ -177,10 +177,15 @@ struct Device {
             end = script.find("; ", begin);
             const std::string step = script.substr(begin, end == std::string::npos ? end : end - begin);
             const std::size_t arrow = step.find(" -> ");
-            const std::string gives = arrow == std::string::npos ? "0" : step.substr(arrow + 4);
+            std::string gives = arrow == std::string::npos ? "0" : step.substr(arrow + 4);
+            if (const std::size_t bar = gives.find(" | "); bar != std::string::npos) {
+                gives = isStandard() ? gives.substr(bar + 3) : gives.substr(0, bar);
+            }
             EXPECT_EQ(run(step.substr(0, arrow)), gives) << "in step " << step;
         }
     }
+
+    bool isStandard() const { return !(camera.quirks() == tavo::Quirks()); }
 
     tavo::ImplGenICamCamera camera;
     MemoryPort port;
@@ -215,21 +220,10 @@ inline void runScripts(const std::vector<Script>& scripts, bool standard = false
     }
 }
 
-// Each script twice: as this system has it, and as the standard has it. A result may tell both, as in
-// "Text -> default | standard".
 inline void runScriptsBothWays(const std::vector<Script>& scripts) {
     for (const bool standard : {false, true}) {
-        for (const Script& script : scripts) {
-            SCOPED_TRACE(script.name + (standard ? ", standard" : ", default"));
-            const QStringList steps = QString::fromStdString(script.steps).split("; ");
-            QStringList chosen;
-            for (const QString& step : steps) {
-                const QStringList both = step.split(" | ");
-                const QString start = step.left(step.indexOf(" -> ") + 4);
-                chosen += standard && both.size() == 2 ? start + both[1] : both[0];
-            }
-            Device(inRoot(script.nodes), standard).expect(chosen.join("; ").toStdString());
-        }
+        SCOPED_TRACE(standard ? "standard" : "default");
+        runScripts(scripts, standard);
     }
 }
 

@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include <QtCore/QRegularExpression>
+
 #include <fstream>
 #include <iomanip>
 #include <sstream>
@@ -23,12 +25,16 @@ std::string names(const auto& nodes) {
     return result;
 }
 
-class AllKinds : public testing::Test {
+// How the description is read: as this system has it, as the standard has it, and as the standard has it with
+// line breaks around each text.
+enum Reading { Default, Standard, Wrapped };
+
+class AllKinds : public testing::TestWithParam<Reading> {
 public:
     AllKinds() {
         device.expect(
             "@272=0A FF 00; @512=00 00 02 80; @516=FE FF; @520=50 00 00 01; @524=F0 0A; @528=40 20 00 00; "
-            "@536=00 00 00 00 00 00 F8 3F; @544=41 42 00 43; @784=AB 01 00 00; @825=01 02 03");
+            "@536=00 00 00 00 00 00 F8 3F; @544=41 42 00 43; @784=AB 01 00 00; @825=01 02 03; @921=04 05 06");
     }
 
     static std::string readXml() {
@@ -36,28 +42,34 @@ public:
         std::ifstream file(LIOMOL_TEST_GENICAM_DIR "/all_kinds.xml", std::ios::binary);
         std::ostringstream text;
         text << file.rdbuf();
-        return text.str();
+        if (GetParam() != Wrapped) {
+            return text.str();
+        }
+        QString xml = QString::fromStdString(text.str());
+        return xml.replace(QRegularExpression(">([^<>]+)</"), ">\r\n\t\\1\n </").toStdString();
     }
 
-    Device device{readXml()};
+    Device device{readXml(), GetParam() != Default};
     const std::string output = testing::internal::GetCapturedStdout();
 };
 
 // Summed lies at 0x100 + 0x20 + 1 + 2 * 4 + 1 * 0x10 + 2 * 0x100 with 1 + 2 bytes, Low at 0x300 + 8 + 1 +
-// 2 * 2 + 3; Swapped is 0x0AF0 >> 4 & 0xFF = 0xAF; of Bit8 the struct's Unsigned wins; 640 is not the value
-// of the command Start; and the later node is Mode_On.
-TEST_F(AllKinds, ReadAndWriteAsWorkedOutByHand) {
+// 2 * 2 + 3; the standard adds 0x20 lengths of 3 to the former. Swapped is 0x0AF0 >> 4 & 0xFF = 0xAF; of Bit8
+// the struct's Unsigned wins; 640 is not the value of the command Start; and the later node is Mode_On.
+TEST_P(AllKinds, ReadAndWriteAsWorkedOutByHand) {
     device.expect(
         "Raw -> 0a ff 00; Defaults -> 00 00; NoPort -> -40010; PortOfAnotherKind -> -40010; "
-        "Summed -> 01 02 03; Summed_Inner -> 512; Width -> 640; Small -> -2; HighNibble -> 5; Bit31 -> 0; "
+        "Summed -> 01 02 03 | 04 05 06; Summed_Inner -> 512; Width -> 640; Small -> -2; HighNibble -> 5; "
+        "Bit31 -> 0; "
         "Swapped -> -81; Single -> 2.5; Double -> 1.5; _StructInner -> 3; Low -> 171; Bit8 -> 1; "
         "Limited -> 30; Unlimited -> 0; Referring -> 640; Gain -> -2.5; FloatDefaults -> 1; "
-        "FloatReferring -> 2.5; Stored -> true; Switch -> false; Inverse -> true; Start -> inactive; "
+        "FloatReferring -> 2.5; Stored -> true; Switch -> false; Inverse -> true; Start -> inactive; Held -> "
+        "active; Known -> 77; "
         "Mode -> Automatic; Mode_Auto -> Automatic; Constant -> Nine; Constant_Nine -> Nine; "
         "Alone -> Lonely; Mode_On -> 3; Half -> 320; DoubleWidth -> 1280; Broken -> -40009; Scaled -> 320; "
         "Shifted -> 998; Root -> Root; Full -> Full");
-    EXPECT_EQ(device.get("Text"), std::string("AB\0C", 4));
-    EXPECT_THAT(output, testing::StartsWith("Error parsing formula (node: Broken, formula: (1 + ): "));
+    EXPECT_EQ(device.get("Text"), GetParam() == Default ? std::string("AB\0C", 4) : "AB");
+    EXPECT_THAT(output, testing::StartsWith("Error parsing formula (node: Broken, formula: (1 +"));
     EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 1);
 
     device.expect(
@@ -97,27 +109,42 @@ std::string describe(ImplGenICamNode& node) {
     return out.str();
 }
 
-TEST_F(AllKinds, HaveTheirProperties) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"Full", "6|Standard|tip|a <long> story|Full Node|0900A|3|2|0|1|Width"},
+// What the standard has where the only difference is the minimum of doubles.
+std::string lowestMinimum(std::string properties) {
+    const std::string positive = "[2.225073858507201e-308 ";
+    const std::size_t place = properties.find(positive);
+    return place == std::string::npos
+               ? properties
+               : properties.replace(place, positive.size(), "[-1.797693134862316e+308 ");
+}
+
+TEST_P(AllKinds, HaveTheirProperties) {
+    const struct {
+        const char* node;
+        std::string properties;
+        std::string standard = lowestMinimum(properties);
+    } rows[] = {
+        {"Full", "6|Standard|tip|a <long> story|Full Node|0900A|3|2|0|1|Width",
+         "6|Own|tip|a <long> story|Full Node|0900A|3|2|0|1|Width"},
         {"Bare", "6|Custom|||||0|0|0|0|"},
         {"Raw", "7|Custom|||||4|0|3|0| @272+3 cache 3/250"},
         {"Defaults", "7|Custom|||||0|0|1|0| @0+2 cache 1/1000"},
-        {"Summed", "7|Custom|||||0|0|1|0| @825+3 cache 1/1000"},
+        {"Summed", "7|Custom|||||0|0|1|0| @825+3 cache 1/1000", "7|Custom|||||0|0|1|0| @921+3 cache 1/1000"},
         {"Width", "15|Custom|||||0|0|3|0| [0 4294967295 1] 5 @512+4 cache 2/1000 >"},
         {"Small", "15|Custom|||||0|0|3|0| [-32768 32767 1] 0 @516+2 cache 1/1000 >Gain"},
         {"HighNibble", "16|Custom|||||0|0|3|0| [0 15 1] 0 @520+4 cache 1/1000 >"},
         {"Bit31", "16|Custom|||||0|0|3|0| [0 1 1] 0 @520+4 cache 1/1000 >"},
         {"Swapped", "16|Custom|||||0|0|3|0| [-128 127 1] 0 @524+2 cache 1/1000 >"},
-        {"Single", "11|Custom|||||0|0|3|0| [1.1754944e-38 3.4028235e+38] 2ms @528+4 cache 1/1000"},
+        {"Single", "11|Custom|||||0|0|3|0| [1.1754944e-38 3.4028235e+38] 2ms @528+4 cache 1/1000",
+         "11|Custom|||||0|0|3|0| [-3.4028235e+38 3.4028235e+38] 2ms @528+4 cache 1/1000"},
         {"Double",
          "11|Custom|||||0|0|3|0| [2.225073858507201e-308 1.797693134862316e+308] 0 @536+8 cache 1/1000"},
         {"Text", "18|Custom|||||0|0|3|0| @544+4 cache 1/1000"},
-        {"Low", "16|Custom|low byte||||0|0|3|0| [0 255 1] 0 @784+4 cache 1/1000 >Gain"},
-        {"Bit8", "16|Custom|||||0|0|3|0| [0 1 1] 0 @784+4 cache 1/1000 >"},
+        {"Low", "16|Custom|low byte||||0|0|3|0| [0 255 1] 0 @784+4 cache 1/1000 >Gain Width"},
+        {"Bit8", "16|Custom|||||0|0|3|0| [0 1 1] 0 @784+4 cache 1/1000 >Width"},
         {"Limited", "14|Custom|||||0|0|3|0| [10 100 5] 1 >"},
         {"Unlimited", "14|Custom|||||0|0|3|0| [-9223372036854775808 9223372036854775807 1] 0 >Width"},
-        {"Referring", "14|Custom|||||0|0|3|0| [2 -2 1] 0 >"},
+        {"Referring", "14|Custom|||||0|0|3|0| [2 -2 2] 0 >"},
         {"Gain", "12|Custom|||||0|0|3|0| [-10 12.5] 4dB"},
         {"FloatDefaults", "12|Custom|||||0|0|3|0| [2.225073858507201e-308 1.797693134862316e+308] 0"},
         {"FloatReferring", "12|Custom|||||0|0|3|0| [-2.5 640] 0"},
@@ -126,14 +153,19 @@ TEST_F(AllKinds, HaveTheirProperties) {
         {"Mode_Off", "9|Custom|||Off||0|0|0|0|"},
         {"Half", "20|Custom|||||0|0|1|0| [2.225073858507201e-308 1.797693134862316e+308] 1s"},
         {"DoubleWidth", "21|Custom|||||0|0|1|0| [-9223372036854775808 9223372036854775807 1] 5"},
-        {"Scaled", "8|Custom|||||0|0|3|0| [2.225073858507201e-308 1.797693134862316e+308] 2um"},
-        {"Shifted", "13|Custom|||||0|0|3|0| [-9223372036854775808 9223372036854775807 1] 0"},
+        {"Scaled", "8|Custom|||||0|0|3|0| [2.225073858507201e-308 1.797693134862316e+308] 2um",
+         "8|Custom|||||0|0|3|0| [0 2147483647.5] 2um"},
+        {"Shifted", "13|Custom|||||0|0|3|0| [-9223372036854775808 9223372036854775807 1] 5",
+         "13|Custom|||||0|0|3|0| [33767 -31768 1] 5"},
         {"Root", "4|Custom|||||0|0|0|0|"},
         {"Summed_Inner", "21|Custom|||||0|0|1|0| [-9223372036854775808 9223372036854775807 1] 0"},
         {"Device", "17|Custom|||||0|0|0|0|"},
     };
-    for (const auto& [node, properties] : rows) {
-        EXPECT_EQ(describe(device.node(node)), properties) << node;
+    for (const auto& [node, properties, standard] : rows) {
+        EXPECT_EQ(describe(device.node(node)), GetParam() == Default ? properties : standard) << node;
+    }
+    for (int i = 1; i <= 7; ++i) {
+        EXPECT_EQ(device.camera.getNodeByName("Unknown" + std::to_string(i)), nullptr) << i;
     }
     EXPECT_TRUE(device.node("Full").isImplemented());
     EXPECT_FALSE(device.node("Full").isAvailable());
@@ -141,6 +173,7 @@ TEST_F(AllKinds, HaveTheirProperties) {
     EXPECT_EQ(device.as<ImplGenICamInteger>("Limited").getUnit(), "px");
     EXPECT_EQ(int(device.as<ImplGenICamConverter>("Scaled").getSlope()), 1);
     EXPECT_EQ(int(device.as<ImplGenICamIntConverter>("Shifted").getSlope()), 2);
+    EXPECT_EQ(device.as<ImplGenICamIntConverter>("Shifted").getUnit(), "kg");
 
     const DeviceHeader& header = device.camera.header();
     EXPECT_EQ(header.modelName, "Model & More");
@@ -150,8 +183,8 @@ TEST_F(AllKinds, HaveTheirProperties) {
         (std::vector{
             header.majorVersion, header.minorVersion, header.subMinorVersion, header.schemaMajorVersion,
             header.schemaMinorVersion, header.schemaSubMinorVersion}),
-        ElementsAre(16, 7, 8, 1, 1, 2));
-    EXPECT_EQ(device.as<ImplGenICamPort>("Device").getChunkId(), 5);
+        ElementsAre(16, 7, GetParam() == Default ? 8 : 10, 1, 1, 2));
+    EXPECT_EQ(device.as<ImplGenICamPort>("Device").getChunkId(), GetParam() == Default ? 12 : 0x12);
     EXPECT_EQ(int(device.as<ImplGenICamPort>("Device").getSwapEndianess()), 1);
     EXPECT_EQ(device.as<ImplGenICamPort>("ChunkPort").getChunkId(), 0x1234);
     EXPECT_EQ(names(device.as<ImplGenICamCategory>("Root").getFeatures()), "Mode Gain Mode");
@@ -164,6 +197,11 @@ TEST_F(AllKinds, HaveTheirProperties) {
     ASSERT_NE(mode.getEntryBySymbol("On"), nullptr); // although a Float bears the entry's name
     EXPECT_EQ(mode.getEntryBySymbol("On")->getDisplayName(), "Switched on");
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Read, AllKinds, testing::Values(Default, Standard, Wrapped), [](const auto& reading) {
+        return std::string(std::array{"Default", "Standard", "Wrapped"}[reading.param]);
+    });
 
 // "V" is volatile, and every node that depends on it is so, too.
 TEST(Dependencies, FollowFromReferences) {
