@@ -35,7 +35,7 @@ public:
     void setSlowWrites(std::vector<SlowWrite> slow);
     // Bytes of camera memory, regardless of access rights; none where nothing is.
     std::optional<Bytes> peek(Address address, std::size_t count);
-    // Changes them, with what follows from a write; false where nothing is.
+    // Changes them, with what follows from a write; false where nothing is, or nothing of that value.
     bool poke(Address address, ByteView bytes);
     std::optional<std::uint32_t> peekRegister(Address address);
     bool pokeRegister(Address address, std::uint32_t value);

@@ -29,6 +29,9 @@ CameraUnit::CameraUnit(const Surroundings& around, const Nonvolatile::Contents& 
     if (features) {
         features->userSets().loadDefault(now);
     }
+    for (const Content& content : around.settings.contents) {
+        memory.poke(content.address, content.bytes, now);
+    }
 }
 
 CameraUnit::~CameraUnit() = default;

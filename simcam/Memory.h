@@ -33,7 +33,8 @@ public:
     // Writes within one extent.
     Status writePiece(Address address, ByteView bytes, Time now);
 
-    // For diagnosis: no access rights, no limits. A poke has the consequences of a write.
+    // For diagnosis: no access rights, and no limits but those of a register's row, which its model relies
+    // on. A poke has the consequences of a write.
     std::optional<Bytes> peek(Address address, std::size_t count, Time now);
     bool poke(Address address, ByteView bytes, Time now);
 
@@ -50,7 +51,7 @@ private:
     Status readAll(Address address, std::size_t count, Rights rights, Bytes& out) const;
     Status writeRegister(const Place& place, ByteView bytes, Rights rights, Time now);
     Status writePlain(Address address, ByteView bytes);
-    Status check(const Candidate& candidate) const;
+    Status check(const Candidate& candidate, Rights rights) const;
 
     Registers& m_registers;
     std::vector<RegisterModel*> m_models;

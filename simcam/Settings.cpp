@@ -180,6 +180,10 @@ const Row kRows[] = {
          error = "is neither 'always' nor 'asked' nor 'never'";
          return value == "always" || value == "asked" || value == "never";
      }},
+    {{"set", "registers from the start, such as 'Width=640;0xA114=800'"},
+     [](Text value, CameraSettings& s, Error error) {
+         return take(parseContents(value, error), s.contents);
+     }},
     {{"state", "file that keeps what the camera keeps without power"},
      [](Text value, CameraSettings& s, Error error) {
          error = "is empty";

@@ -7,6 +7,7 @@
 #include "simcam/Station.h"
 #include "simcam/faults.h"
 #include "simcam/limits.h"
+#include "simcam/register_names.h"
 
 #include <optional>
 #include <string>
@@ -40,7 +41,8 @@ struct CameraSettings {
     LinkFaults linkFaults;
     std::vector<SlowWrite> slowWrites;
     PendingAcks pendingAcks = PendingAcks::Always;
-    std::string stateFile; // keeps what the camera keeps without power; empty: for the process's life
+    std::vector<Content> contents; // put into memory at each start, regardless of access rights
+    std::string stateFile;         // keeps what the camera keeps without power; empty: for the process's life
 };
 
 struct SettingFact {

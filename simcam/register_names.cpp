@@ -57,6 +57,27 @@ std::optional<Address> parseRegister(std::string_view text) {
     return number && *number % 4 == 0 ? std::optional(static_cast<Address>(*number)) : std::nullopt;
 }
 
+std::optional<std::vector<Content>> parseContents(std::string_view text, std::string& error) {
+    std::vector<Content> all;
+    for (const std::string_view piece : split(text, ';')) {
+        const std::size_t equals = std::min(piece.find('='), piece.size());
+        const auto name = words(piece.substr(0, equals));
+        const std::string_view value = piece.substr(std::min(equals + 1, piece.size()));
+        const auto place = name.size() == 1 ? parseElement(name[0]) : std::nullopt;
+        const auto address = name.size() == 1 ? parseRegister(name[0]) : std::nullopt;
+        const auto word = place ? std::nullopt : parseUnsigned(value, 0xFFFFFFFF);
+        auto bytes = place  ? bytesOf(fact(place->reg), value)
+                     : word ? std::optional(Writer().u32(static_cast<std::uint32_t>(*word)).take())
+                            : std::nullopt;
+        if (!address || !bytes) {
+            error = "'" + std::string(piece.substr(0, 64)) + "' is no REGISTER=VALUE";
+            return std::nullopt;
+        }
+        all.push_back({*address, std::move(*bytes)});
+    }
+    return all;
+}
+
 std::optional<Bytes> bytesOf(const RegisterFact& row, std::string_view value) {
     Bytes bytes(row.size);
     if (row.kind == Kind::Text) {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace simcam {
 
@@ -15,6 +16,15 @@ std::optional<Reg> findRegister(std::string_view name);
 std::optional<Place> parseElement(std::string_view text);
 // The address of an element under its name, or a number.
 std::optional<Address> parseRegister(std::string_view text);
+
+// Bytes of camera memory at an address.
+struct Content {
+    Address address = 0;
+    Bytes bytes;
+};
+// "Width=640;Gain#1=3.5;0xA114=800": elements by their names with values of their kinds, words of 4 bytes by
+// their addresses. None with a one-line `error` when the text is not of that form.
+std::optional<std::vector<Content>> parseContents(std::string_view text, std::string& error);
 
 // An element's bytes for what a person wrote, a number or a text after the register's kind; none when it is
 // no such thing.

@@ -280,8 +280,7 @@ Reply Console::set(Camera& camera, std::string_view rest) {
     if (!bytes) {
         return failure("'" + std::string(rest.substr(0, 64)) + "' is no value for " + std::string(name));
     }
-    return camera.poke(*address, *bytes) ? done()
-                                         : failure("nothing can be written at " + hexadecimal(*address));
+    return camera.poke(*address, *bytes) ? done() : failure(std::string(name) + " does not take this value");
 }
 
 Reply Console::statistics(Camera& camera, std::string_view) {

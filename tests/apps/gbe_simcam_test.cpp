@@ -90,8 +90,8 @@ TEST(GbeSimcamConsole, TakesCommands) {
         {"1 get 0xA110", true, "0x00000280"},
         {"1 get 0xA110 2", true, "0x00000280|0x000004B0"},
         {"1 get 41232", true, "0x00000280"},
-        {"1 set Gain#1 -2.5", true, ""}, // a technician may
-        {"1 get Gain#1", true, "-2.5"},
+        {"1 set Gain#1 2.5", true, ""},
+        {"1 get Gain#1", true, "2.5"},
         {"1 set BlackLevel -5", true, ""},
         {"1 get BlackLevel", true, "-5"},
         {"1 set UserDefinedName left eye", true, ""},
@@ -102,7 +102,9 @@ TEST(GbeSimcamConsole, TakesCommands) {
         {"1 get Wide", false, "'Wide' is no register"},
         {"1 get Gain#4", false, "'Gain#4' is no register"},
         {"1 get 0x9000", false, "nothing is at 0x00009000"},
-        {"1 set 0x48000000 1", false, "nothing can be written at 0x48000000"},
+        {"1 set 0x48000000 1", false, "0x48000000 does not take this value"},
+        {"1 set UserSetSelector 3", false, "UserSetSelector does not take this value"},
+        {"1 set WidthMax 5", true, ""},                   // read-only for others
         {"2 get Width", false, "'Width' is no register"}, // its registers are somebody else's
         {"2 set 0xA110 7", true, ""},
         {"2 get 0xA110", true, "0x00000007"},
@@ -215,7 +217,7 @@ TEST_F(GbeSimcam, IsFoundReadAndControlled) {
     const test_support::NetNamespace::Inside inside(wire.camera);
     test::Program program(
         GBE_SIMCAM, {"--interface", "camera0", "--control", "sock", "--camera",
-                     "mac=02:11:22:33:44:55,ip=169.254.7.100,name=left\\, eye", "--camera",
+                     "mac=02:11:22:33:44:55,ip=169.254.7.100,name=left\\, eye,state=kept", "--camera",
                      "ip=169.254.7.100,latency=0"});
     const Bytes read{0x42, 1, 0, 0x80, 0, 4, 0, 9, 0, 0, 0xA1, 0x10};
     {
@@ -239,6 +241,7 @@ TEST_F(GbeSimcam, IsFoundReadAndControlled) {
     EXPECT_EQ(
         test::Program::run(GBE_SIMCAM, {"--interface", "camera0", "--control", "sock"}).err,
         "gbe-simcam: control socket 'sock' is in use by another process\n");
+    EXPECT_EQ(control({"1 set UserDefinedName right"}), "0 ");
     EXPECT_EQ(control({"quit"}), "0 ");
     const auto outcome = program.wait();
     EXPECT_EQ(outcome.status, 0);
@@ -246,6 +249,8 @@ TEST_F(GbeSimcam, IsFoundReadAndControlled) {
         outcome.out, HasSubstr("camera 1: ready, MAC 02:11:22:33:44:55, address 169.254.7.100 mask "
                                "255.255.0.0 (as set), on camera0\n"));
     EXPECT_EQ(access("sock", F_OK), -1) << "removed";
+    test::Program next(GBE_SIMCAM, {"--interface", "camera0", "--control", "sock", "--camera", "state=kept"});
+    EXPECT_TRUE(test::waitUntil([] { return control({"1 get UserDefinedName"}) == "0 right\n"; }));
 }
 
 TEST_F(GbeSimcam, ThirtyTwoFindAddressesOfTheirOwn) {

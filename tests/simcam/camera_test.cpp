@@ -168,6 +168,12 @@ TEST(SimcamSettings, AreCheckedWithOneLine) {
         {{{"description", "."}}, kUnreadable},
         {{{"description", "own.zip"}, {"second-url", "{xml}"}},
          "camera: URL '{xml}': the description is an archive, there is no plain text of it"},
+        {{{"set", "Width=640;UserDefinedName=a name;0xB000=7"}}, ""},
+        {{{"set", "Width=640;Height"}}, "'Height' is no REGISTER=VALUE"},
+        {{{"set", "0xA111=7"}}, "'0xA111=7' is no REGISTER=VALUE"},
+        {{{"link-faults", "drop=1.5"}}, "link fault 'drop=1.5' is not understood"},
+        {{{"slow-write", "5 Nowhere"}}, "'5 Nowhere' is no time up to 60000 ms, with or without a register"},
+        {{{"pending-ack", "maybe"}}, "is neither 'always' nor 'asked' nor 'never'"},
         {{{"colour", "red"}}, "camera: unknown setting 'colour'"},
     };
     for (const auto& row : rows) {

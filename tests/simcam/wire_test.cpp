@@ -176,9 +176,10 @@ TEST(SimcamAddress, IsForced) {
 // --- reboots ---
 
 TEST(SimcamReboot, KeepsWhatIsKeptWithoutPower) {
-    Bench bench(ethernet::Settings{{"name", "factory"}});
+    Bench bench(ethernet::Settings{{"name", "factory"}, {"set", "OffsetX=16;0xA114=600"}});
     run(bench.registers(), "before",
-        "Privilege=2; Width=64; UserSetSelector=1; UserSetSave=1; Width=32; UserSetDefault=1;"
+        "Privilege=2; OffsetX?16; Height?600; Height=64; Width=64; UserSetSelector=1; UserSetSave=1; "
+        "Width=32; UserSetDefault=1;"
         "HeartbeatTimeout=9000; PersistentIp=0x0A000007; PersistentSubnetMask=0xFF000000;"
         "InterfaceConfiguration=5; StreamPort=1520; AcquisitionStart=1");
     ASSERT_EQ(bench.command(0x86, be32(0x00E8) + Bytes(16, 'n')).status, 0);
@@ -192,7 +193,7 @@ TEST(SimcamReboot, KeepsWhatIsKeptWithoutPower) {
     EXPECT_EQ(bench.camera->report(bench.now).ip.address, 0x0A000007u) << "its persistent address";
     bench.cameraIp = 0x0A000007;
     run(bench.registers(), "after",
-        "Privilege?0; Width?64; UserSetSelector?0; UserSetDefault?1; HeartbeatTimeout?3000;"
+        "Privilege?0; Width?64; Height?600; UserSetSelector?0; UserSetDefault?1; HeartbeatTimeout?3000;"
         "PersistentIp?0xA000007; InterfaceConfiguration?5; StreamPort?0; FramesSent?0; DeviceStatus?1;"
         "Privilege=2; UserSetSelector=1; UserSetLoad=1; Width?64; InterfaceConfiguration=4");
     EXPECT_EQ(bench.read(0x00E8, 16), Bytes(16, 'n'));
@@ -230,6 +231,26 @@ TEST(SimcamReboot, WhatIsKeptStandsInAFile) {
     }
     for (std::size_t size = 0; size < text.size(); size += 97) { // never worse than an error
         simcam::parseNonvolatile(text.substr(0, size), error);
+    }
+}
+
+// Whatever a technician or the settings put into registers, the camera goes on.
+TEST(SimcamReboot, NothingPokedBreaksIt) {
+    for (const std::uint8_t byte : {0x00, 0x7F, 0x80, 0xFF}) {
+        Bench bench;
+        for (const simcam::RegisterFact& row : simcam::kRegisters) {
+            for (std::uint32_t offset = 0; offset < std::min(row.bytes(), 64u); offset += row.size) {
+                bench.camera->memory().poke(row.address + offset, Bytes(row.size, byte), bench.now);
+            }
+            bench.pass(milliseconds(10));
+            bench.camera->report(bench.now);
+        }
+        bench.camera->memory().poke(0xA204, be32(1), bench.now);
+        bench.pass(milliseconds(5000));
+        bench.camera->report(bench.now);
+        bench.camera->reboot(bench.now, milliseconds(0));
+        bench.due();
+        EXPECT_EQ(bench.read(0xA110, 4), be32(1920));
     }
 }
 
