@@ -51,14 +51,14 @@ std::int64_t ImplGenICamInteger::readInteger() {
 }
 
 // The increment counts from zero, not from the minimum: with a minimum of 1 and an increment of 2 only even
-// values are accepted. Kept deliberately; the standard counts from the minimum.
+// values are accepted. Kept deliberately; the standard counts from the minimum, where there is one.
 bool ImplGenICamInteger::accepts(std::int64_t value) {
     const std::int64_t min = getMin();
     if (value < min || value > getMax()) {
         return false;
     }
-    return quirks().incrementsFromZero ? numbers::isMultiple(value, getInc())
-                                       : numbers::isMultipleFrom(min, value, getInc());
+    const bool fromZero = quirks().incrementsFromZero || min == std::numeric_limits<std::int64_t>::min();
+    return fromZero ? numbers::isMultiple(value, getInc()) : numbers::isMultipleFrom(min, value, getInc());
 }
 
 void ImplGenICamInteger::writeInteger(std::int64_t value) {

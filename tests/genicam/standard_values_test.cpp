@@ -61,14 +61,15 @@ std::string limitsOf(const std::string& node) {
 
 TEST(StandardValues, LimitsAndIncrements) {
     const std::string odd = integer("B", "<Value>1</Value><Min>1</Min><Max>9</Max><Inc>2</Inc>");
-    const std::string lowest = "-9223372036854775808";
+    const std::string low = "<Min>-9223372036854775807</Min><Inc>-5</Inc>";
     runScriptsBothWays({
         {"floats without a minimum", real("F", "") + reg("R", 0, 4, "", "FloatReg") + minOf("R"),
          "F=-1 -> -40006 | 0; F=0 -> -40006 | 0; F=1; Min -> -40009 | -3.40282e+38"},
         {"increments from the minimum",
-         odd + integer("N", "<Min>" + lowest + "</Min><Inc>-5</Inc>") + integer("Z", "<Inc>0</Inc>"),
+         odd + integer("N", low) + integer("Z", "<Inc>0</Inc>") + integer("Open", "<Inc>10</Inc>"),
          "B=3 -> -40006 | 0; B=4 -> 0 | -40006; B=0 -> -40006; B=11 -> -40006; N=5 -> 0 | -40006; "
-         "N=-9223372036854775803 -> -40006 | 0; N=9223372036854775807 -> -40006 | 0; Z=7"},
+         "N=-9223372036854775802 -> -40006 | 0; N=9223372036854775803 -> -40006 | 0; Z=7; Open=20; Open=25 "
+         "-> -40006"},
         {"an integer over another",
          odd + integer("I", below("B")) + integer("J", below("B") + "<Max>5</Max>") +
              integer("P", "<Value>7</Value>") + integer("K", below("B") + "<pMax>P</pMax>"),
