@@ -27,9 +27,7 @@ std::string_view Arena::storeName(std::string_view name) {
     if (name.empty()) {
         return {};
     }
-    const auto letter = [name](std::size_t i) { return static_cast<unsigned char>(name[i]); };
-    std::string_view& recent =
-        m_recentNames[(7 * name.size() + letter(0) + 2U * letter(name.size() / 2)) % recentNames];
+    std::string_view& recent = m_recentNames[hashOfName(name) % recentNames];
     if (recent != name) {
         recent = store(name);
     }

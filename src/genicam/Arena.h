@@ -9,6 +9,13 @@
 
 namespace genicam {
 
+// A quick hash of an element's or an attribute's name, which must not be empty: no two names of node kinds
+// have the same one modulo 128.
+constexpr std::size_t hashOfName(std::string_view name) {
+    const auto letter = [name](std::size_t i) -> std::size_t { return static_cast<unsigned char>(name[i]); };
+    return 7 * name.size() + letter(0) + 2 * letter(name.size() / 2);
+}
+
 // Memory that is given out piece by piece and freed all at once, with the arena. What is put into it is never
 // destroyed by itself, so it must own nothing outside. Not for concurrent use.
 class Arena {
@@ -29,7 +36,8 @@ public:
     std::string_view storeName(std::string_view name);
 
 private:
-    static constexpr std::size_t firstBlock = 16 * 1024; // later ones grow in proportion to what there is
+    static constexpr std::size_t firstBlock =
+        std::size_t{16} * 1024; // later ones grow in proportion to what there is
     static constexpr std::size_t recentNames = 256;
 
     std::pmr::monotonic_buffer_resource m_memory{firstBlock};

@@ -1,5 +1,6 @@
 #include "genicam/GenICamParser.h"
 
+#include "genicam/Arena.h"
 #include "genicam/GenICamTreeBuilder.h"
 #include "genicam/blanks.h"
 #include "genicam/xml_outline.h"
@@ -74,8 +75,7 @@ constexpr std::array elementKinds = std::to_array<ElementKind>({
 // Where a name that is not empty stands in the index below: every element of a description is looked up.
 constexpr std::size_t indexPlaces = 128;
 constexpr std::size_t placeOf(std::string_view name) {
-    const auto letter = [](char c) { return static_cast<unsigned char>(c); };
-    return (7 * name.size() + letter(name.front()) + 2U * letter(name[name.size() / 2])) % indexPlaces;
+    return genicam::hashOfName(name) % indexPlaces;
 }
 
 // No two kinds share a place, which the compiler checks.
@@ -83,7 +83,7 @@ constexpr auto kindIndex = [] {
     std::array<ElementKind, indexPlaces> index{};
     for (const ElementKind& kind : elementKinds) {
         ElementKind& place = index[placeOf(kind.name)];
-        place = place.name.empty() ? kind : throw "two kinds in one place: choose other factors";
+        place = place.name.empty() ? kind : throw "two kinds in one place: choose another hash";
     }
     return index;
 }();
@@ -278,7 +278,7 @@ GenICamTreeBuilder* GenICamParser::parseBuilder(XmlNode& node, NodeType type, Ge
         builder.setAttribute(nameOf(*a), valueOf(*a));
     }
     parseChildren(node, builder);
-    root.release(); // the caller's now, as the result
+    static_cast<void>(root.release()); // the caller's now, as the result
     return &builder;
 }
 

@@ -26,7 +26,7 @@ namespace tavo {
 inline constexpr char kDevicePort[] = "Device";
 
 // A longer description is refused.
-inline constexpr std::size_t kMaxDescriptionSize = 64U * 1024 * 1024;
+inline constexpr std::size_t kMaxDescriptionSize = std::size_t{64} * 1024 * 1024;
 
 // Threads: node accesses, look-ups, getState and sendHeartbeat may come from any thread; retrieving,
 // switching and destroying must not run beside other calls. Ports are registered, not owned, and must stay

@@ -61,12 +61,10 @@ void ConverterFormulas::writeBelow(ImplGenICamNode& self) {
         throw GicIllegalNodeException();
     }
     const bool isStandard = !self.quirks().truncatingConverters;
-    if (isStandard && self.asInteger() != nullptr) {
+    if (isStandard ? self.asInteger() != nullptr : m_integerBelow) {
         m_pValue.writeInteger(m_formulaTo.evaluateInteger());
-    } else if (isStandard && m_integerBelow) {
-        m_pValue.writeInteger(numbers::roundedInteger(m_formulaTo.evaluateFloat()));
     } else if (m_integerBelow) {
-        m_pValue.writeInteger(m_formulaTo.evaluateInteger());
+        m_pValue.writeInteger(numbers::roundedInteger(m_formulaTo.evaluateFloat()));
     } else {
         m_pValue.writeFloat(m_formulaTo.evaluateFloat());
     }
