@@ -92,7 +92,8 @@ public:
             return;
         }
         m_somebodyHasControl = false;
-        if (result < 0) {
+        m_silent = result < 0;
+        if (m_silent) {
             m_control.unanswered(Clock::now());
         } else if (result == kAccessDenied) {
             m_somebodyHasControl = lookAtControl(m_boardIndex, port).holder == board::Holder::Somebody;
@@ -102,7 +103,19 @@ public:
         throwIfLost();
     }
 
+    // A camera that was silent may have restarted. Taking control would hide that, so it is looked at first;
+    // one that is silent still is left alone.
     void takeControl() {
+        if (m_control.isOn() && m_silent) {
+            int privilege = 0;
+            if (board.ReadRegister(port, bootstrap::kControlChannelPrivilege, &privilege) != 0) {
+                return;
+            }
+            if (privilege == static_cast<int>(bootstrap::kPrivilegeNone)) {
+                lookAtControl(m_boardIndex, port);
+                throwIfLost();
+            }
+        }
         const int result = board.WriteRegister(
             port, bootstrap::kControlChannelPrivilege, static_cast<int>(bootstrap::kPrivilegeControl));
         if (result == kAccessDenied && m_somebodyHasControl) {
@@ -131,6 +144,7 @@ private:
     int m_boardIndex;
     board::ControlWatch& m_control;
     bool m_somebodyHasControl = false;
+    bool m_silent = false; // the last attempt had no answer
 };
 
 namespace {

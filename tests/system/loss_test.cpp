@@ -10,7 +10,8 @@ namespace {
 using test_support::NetNamespace;
 using test_support::VirtualWire;
 
-constexpr int kTransportLayer = -40011;
+constexpr int kControlLost = -40012;
+constexpr int kNoDescription = -40020;
 
 class LossTest : public testing::Test {
 protected:
@@ -35,9 +36,17 @@ protected:
     }
 
     int write(long long value) { return Gbe_setIntegerValue(m_camera, "Number", value); }
-    int read(long long& value) {
+    // The value, or the code of a failure.
+    long long read() {
+        long long value = 0;
         Gbe_invalidateCache(m_camera);
-        return Gbe_getIntegerValue(m_camera, "Number", &value);
+        const int result = Gbe_getIntegerValue(m_camera, "Number", &value);
+        return result != 0 ? result : value;
+    }
+    int loss() {
+        GbeControlStatus status{};
+        EXPECT_EQ(Gbe_getControlStatus(m_camera, &status), 0);
+        return status.loss;
     }
 
     static inline std::unique_ptr<VirtualWire> s_wire;
@@ -47,16 +56,48 @@ protected:
     CameraHandle* m_camera = nullptr;
 };
 
-// Within the camera's patience control is still there when the wire is: nothing needs to be done.
-TEST_F(LossTest, PulledForAMoment) {
-    long long value = 0;
+TEST_F(LossTest, PulledForAMomentNeedsNothing) {
     ASSERT_TRUE(s_wire->camera.shell("ip link set camera0 down"));
-    EXPECT_EQ(read(value), kTransportLayer);
+    EXPECT_TRUE(eventually([] { return !softboard::portState(0, 0).linkUp; }));
     ASSERT_TRUE(s_wire->camera.shell("ip link set camera0 up"));
-    EXPECT_TRUE(eventually([&] { return read(value) == 0; }));
-    EXPECT_EQ(value, 7);
+    EXPECT_TRUE(eventually([&] { return read() == 7; }));
     EXPECT_EQ(write(8), 0);
     EXPECT_EQ((*m_station)->peekRegister(plain::kNumber), 8U);
+    EXPECT_EQ(loss(), GBE_LOSS_NONE);
+}
+
+TEST_F(LossTest, PulledForLongIsConnectedAnewWhenItIsBack) {
+    ASSERT_TRUE(s_wire->camera.shell("ip link set camera0 down"));
+    EXPECT_TRUE(eventually([&] { return write(8) == kControlLost; }));
+    EXPECT_EQ(loss(), GBE_LOSS_SILENT);
+    ASSERT_TRUE(s_wire->camera.shell("ip link set camera0 up"));
+    EXPECT_TRUE(eventually([] { return softboard::portState(0, 0).linkUp; }));
+    EXPECT_TRUE(eventually([&] { return Gbe_connectCamera(m_camera) == 0; }));
+    EXPECT_EQ(loss(), GBE_LOSS_NONE);
+    EXPECT_EQ(read(), 7) << "nothing was written meanwhile";
+}
+
+TEST_F(LossTest, RebootedHasOtherValues) {
+    (*m_station)->reboot(simcam::milliseconds(100));
+    EXPECT_TRUE(eventually([&] { return write(8) == kControlLost; }));
+    EXPECT_EQ(loss(), GBE_LOSS_REBOOTED);
+    ASSERT_EQ(Gbe_connectCamera(m_camera), 0);
+    EXPECT_EQ(read(), 0) << "from before the reboot";
+    EXPECT_EQ(write(9), 0);
+    EXPECT_EQ((*m_station)->peekRegister(plain::kNumber), 9U);
+}
+
+// Another camera has the address: it must not be taken for the old one, whose handle stays without a camera.
+TEST_F(LossTest, ReplacedByAnotherWithItsAddressIsFoundByAScan) {
+    plugIn("02:00:00:00:00:42");
+    EXPECT_TRUE(eventually([&] { return write(8) == kControlLost; }));
+    EXPECT_EQ(Gbe_connectCamera(m_camera), kNoDescription);
+    EXPECT_EQ((*m_station)->log().count(gvcp::Command::WriteRegCmd), 0U) << "it was spoken to";
+    Gbe_freeCamera(m_camera);
+    m_camera = m_session->connectFirst();
+    EXPECT_EQ(Gbe_getCameraInfo(m_camera)->mac[5], 0x42);
+    EXPECT_EQ(read(), 0);
+    EXPECT_EQ(write(8), 0);
 }
 
 } // namespace
