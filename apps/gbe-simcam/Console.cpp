@@ -260,8 +260,8 @@ Reply Console::get(Camera& camera, std::string_view rest) {
             return failure("nothing is at " + hexadecimal(address));
         }
         const auto at = place ? Registers::find(address) : std::nullopt;
-        reply.lines.push_back(
-            at && at->reg == place->reg ? textOf(fact(at->reg), *bytes) : hexadecimal(Reader(*bytes).u32()));
+        const bool whole = at && at->offset == 0 && fact(at->reg).size == size;
+        reply.lines.push_back(whole ? textOf(fact(at->reg), *bytes) : hexadecimal(Reader(*bytes).u32()));
     }
     return reply;
 }

@@ -81,7 +81,7 @@ makeCameras(const std::vector<ethernet::Settings>& all, const std::string& where
         const std::string& mac = settings.at("mac");
         auto camera = simcam::Camera::make(settings, error, noticesOf(number, mac, where));
         if (!camera) {
-            error = "camera " + std::to_string(number) + ": " + error;
+            error.insert(0, "camera " + std::to_string(number) + ": ");
             return {};
         }
         members.push_back({simcam::parseMac(mac).value_or(0), std::move(camera)});
@@ -95,6 +95,7 @@ openWire(const Options& options, const std::vector<ethernet::Settings>& cameras,
         return openTap(options.tap, error);
     }
     std::vector<std::uint64_t> macs;
+    macs.reserve(cameras.size());
     for (const ethernet::Settings& settings : cameras) {
         macs.push_back(simcam::parseMac(settings.at("mac")).value_or(0));
     }

@@ -86,7 +86,7 @@ TEST(GbeSimcamConsole, TakesCommands) {
         {"1 slow-write soon", false, "'soon' is no time"},
         {"1 slow-write clear", true, ""},
         {"1 set Width 640", true, ""},
-        {"1 get Width", true, "640"},
+        {"1 get Width 2", true, "640|1200"},
         {"1 get 0xA110", true, "0x00000280"},
         {"1 get 0xA110 2", true, "0x00000280|0x000004B0"},
         {"1 get 41232", true, "0x00000280"},
