@@ -5,6 +5,7 @@
 #include "genicam/GenICamTreeBuilder.h"
 #include "genicam/ImplGenICamCamera.h"
 #include "genicam/ImplGenICamNode.h"
+#include "genicam/standard_differences.h"
 #include "genicam/xml_outline.h"
 #include "util/exceptions.h"
 
@@ -86,7 +87,7 @@ std::string dumpOf(std::string text) {
 
 bool build(std::string text, ImplGenICamCamera& device) {
     try {
-        const auto root = GenICamParser().parseMemory(text.data());
+        const auto root = GenICamParser(device.quirks()).parseMemory(text.data());
         if (root == nullptr) {
             return false;
         }
@@ -172,19 +173,14 @@ std::string readAll(ImplGenICamCamera& device) {
     return all;
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const SilentOutput silence;
-    const std::string text(reinterpret_cast<const char*>(data), size);
-    if (genicam::outlineXml(text.c_str()).isPlain) { // what is behind it makes the parser take it as a whole
-        require(dumpOf(text) == dumpOf(text.c_str() + std::string("<x/>")));
-    }
+void exercise(const std::string& text, bool standard) {
     PatternPort port;
     ImplGenICamCamera first;
     ImplGenICamCamera second;
-    first.setPort(&port, "Device");
-    second.setPort(&port, "Device");
+    for (ImplGenICamCamera* const device : {&first, &second}) {
+        device->setPort(&port, "Device");
+        device->enableStandardBehaviour(standard);
+    }
     const bool isTree = build(text, first);
     require(build(text, second) == isTree);
     if (isTree) {
@@ -194,6 +190,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
         first.invalidateAllNodes();
         readAll(first);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const SilentOutput silence;
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    if (genicam::outlineXml(text.c_str()).isPlain) { // what is behind it makes the parser take it as a whole
+        require(dumpOf(text) == dumpOf(text.c_str() + std::string("<x/>")));
+    }
+    exercise(text, false);
+    exercise(text, true);
+    std::string copy(text.c_str());
+    for (const QuirkUse& use : genicam::findDifferences(copy.data())) {
+        require(use.count > 0);
     }
     return 0;
 }

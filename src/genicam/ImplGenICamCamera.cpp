@@ -247,6 +247,7 @@ void ImplGenICamCamera::unlock() {
         node->resetTriggerFlag();
     }
     m_access.invalidation.marked().clear();
+    m_access.hops = 0;
     m_access.formulaEvaluations = 0;
     util::unlock(m_lock);
 }

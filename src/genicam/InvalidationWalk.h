@@ -15,6 +15,8 @@ inline constexpr unsigned kMaxReferenceDepth = 1024;
 inline constexpr unsigned kFormulaDepth = 16;
 // Formulas that one access may evaluate, so that formulas which double their work node by node end in time.
 inline constexpr unsigned kMaxFormulaEvaluations = 1000000;
+// Hops that one access may take in sum, so that registers whose addresses need others twice end in time, too.
+inline constexpr unsigned kMaxReferenceHops = 4000000;
 
 // Spreads an invalidation along the graph, without recursion: a node is marked, its dependants and then the
 // nodes that it invalidates are visited in order, and at last its notice is queued. Each node is visited once
@@ -62,7 +64,8 @@ private:
 struct AccessContext {
     InvalidationWalk invalidation;
     unsigned depth = 0;              // hops from node to node
-    unsigned formulaEvaluations = 0; // since the lock was taken
+    unsigned hops = 0;               // all of them since the lock was taken
+    unsigned formulaEvaluations = 0; // likewise
 };
 
 } // namespace tavo

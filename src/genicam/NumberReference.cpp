@@ -12,7 +12,7 @@ ReferenceHop::ReferenceHop(const ImplGenICamNode& node, unsigned cost)
     if (m_access == nullptr) {
         return;
     }
-    if (m_access->depth + cost > kMaxReferenceDepth) {
+    if (m_access->depth + cost > kMaxReferenceDepth || ++m_access->hops > kMaxReferenceHops) {
         throw GicIllegalNodeException();
     }
     m_access->depth += cost;

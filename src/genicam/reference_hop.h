@@ -6,8 +6,9 @@ namespace tavo {
 class ImplGenICamNode;
 struct AccessContext;
 
-// GicIllegalNodeException when the way is too long: the node depends on itself, or as good as. A node that no
-// device has adopted is not counted. The caller holds the device's lock.
+// GicIllegalNodeException when the way is too long (the node depends on itself, or as good as), and when one
+// access has gone too many ways. A node that no device has adopted is not counted. The caller holds the
+// device's lock.
 class ReferenceHop {
 public:
     explicit ReferenceHop(const ImplGenICamNode& node, unsigned cost = 1);

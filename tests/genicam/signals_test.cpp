@@ -324,6 +324,51 @@ TEST(Teardown, SwitchingInAListenerDoesNotWaitForItself) {
     }
 }
 
+// Heartbeats and another camera's accesses go on; listeners of the old nodes hear nothing more.
+TEST(Standard, IsSwitchedOnAConnectedDeviceAndBack) {
+    Connected device;
+    Connected another;
+    ImplGenICamCamera& camera = *device.camera;
+    camera.enableSignalling(true);
+    camera.enablePolling(true);
+    std::atomic<bool> stop = false;
+    std::atomic<int> beats = 0;
+    std::atomic<int> reads = 0;
+    std::thread heartbeat([&] {
+        for (; !stop; ++beats) {
+            camera.sendHeartbeat();
+        }
+    });
+    std::thread reader([&] {
+        for (; !stop; ++reads) {
+            another.width().setValue(reads % 100);
+            another.width().getValue();
+        }
+    });
+    camera.retrieveRegisterDescriptionFromMemory(ownedText(inRoot(
+        reg("Reg", 0, 4, "<Endianess>BigEndian</Endianess>") +
+        "<Integer Name='Width'><pValue>Reg</pValue></Integer><String Name='Only'/>")));
+    ASSERT_EQ(camera.waitForConnection(), 1);
+    for (int round = 0; round < 20; ++round) {
+        const int before[] = {beats, reads};
+        std::atomic<int> stale = 0;
+        device.onValue(device.width(), [&](std::int64_t) { ++stale; });
+        const bool standard = round % 2 == 0;
+        ASSERT_TRUE(camera.enableStandardBehaviour(standard));
+        const int staleThen = stale;
+        EXPECT_EQ(camera.getNodeByName("Only") != nullptr, standard);
+        std::atomic<std::int64_t> heard = -1;
+        device.onValue(device.width(), [&](std::int64_t value) { heard = value; });
+        device.width().setValue(round);
+        EXPECT_TRUE(eventually([&] { return heard == round && beats > before[0] && reads > before[1]; }));
+        EXPECT_EQ(stale, staleThen);
+        EXPECT_EQ(device.port.bytes(3, 1).at(0), round);
+    }
+    stop = true;
+    heartbeat.join();
+    reader.join();
+}
+
 } // namespace
 } // namespace test_support
 

@@ -298,14 +298,17 @@ TEST(Stages, RefuseDescriptionsThatMultiplyThemselves) {
 }
 
 // All values of a tree, whatever they are: nothing may crash or hang.
-void readEverything(const std::string& xml) {
-    Device device(xml);
+void readEverything(const std::string& xml, bool standard) {
+    Device device(xml, standard);
     for (const GenICamNode* const node : device.camera.getNodes()) {
         device.get(node->getName());
     }
 }
 
-TEST(Stages, BearDamagedDescriptions) {
+class Damaged : public testing::TestWithParam<bool> {};
+INSTANTIATE_TEST_SUITE_P(Read, Damaged, testing::Bool());
+
+TEST_P(Damaged, DescriptionsAreBorne) {
     const std::string xml = inRoot(
         "<StructReg><Address>0</Address><Length>2</Length><IntSwissKnife Name='K'><pVariable Name='X'>I"
         "</pVariable><Formula>X*2</Formula></IntSwissKnife><pIndex Offset='2'>I</pIndex><StructEntry "
@@ -313,15 +316,19 @@ TEST(Stages, BearDamagedDescriptions) {
         "<LSB>3</LSB><MSB>1</MSB></StructEntry></StructReg><Integer Name='I'><Value>1</Value><pMax>E</pMax>"
         "</Integer><Enumeration Name='E'><EnumEntry Name='On'><Value>1</Value></EnumEntry><pValue>I</pValue>"
         "</Enumeration><Converter Name='C'><FormulaTo>FROM/2</FormulaTo><FormulaFrom>TO*2</FormulaFrom>"
-        "<pValue>S</pValue></Converter>");
-    readEverything(xml);
+        "<pValue>S</pValue></Converter><String Name='T'><pValue>V</pValue></String><String "
+        "Name='V'/><Integer Name='X'>"
+        "<pIndex>I</pIndex><ValueIndexed Index='1'>7</ValueIndexed><pValueIndexed Index='0'>S</pValueIndexed>"
+        "<pInvalidator>E</pInvalidator></Integer><Float Name='F'><pValue>I</pValue><pValueCopy>X</pValueCopy>"
+        "</Float>");
+    readEverything(xml, GetParam());
     testing::internal::CaptureStdout();
     for (std::size_t i = 0; i < xml.size(); ++i) {
         for (const char* const replacement : {"", "<", "9"}) {
             std::string damaged = xml;
             damaged.replace(i, 1, replacement);
             try {
-                readEverything(damaged);
+                readEverything(damaged, GetParam());
             } catch (const std::runtime_error&) { // no tree
             }
         }

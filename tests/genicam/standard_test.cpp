@@ -62,6 +62,16 @@ TEST(Standard, KnowsMoreThanTheDefault) {
              integer("Default", "<pIndex>Pick</pIndex><pValueDefault>Pick</pValueDefault>"),
          "I -> -40006; I=1 -> -40006; Pick=0; I -> 7; NoIndex -> -40007; Self -> -40007; Self=1 -> -40007; "
          "Default -> 0; Default=3; Pick -> 3"},
+        {"circles",
+         integer("Zero", "") + reg("Byte", 0, 1) +
+             integer("Picked", "<pIndex>Zero</pIndex><pValueIndexed Index='0'>Picked</pValueIndexed>") +
+             integer("Copied", "<pValue>Byte</pValue><pValueCopy>Copied</pValueCopy>") +
+             reg("Long", 0, 1, "<pIndex>Zero</pIndex><pLength>Long</pLength>") +
+             reg("Placed", 0, 1, "<pIndex pOffset='Placed'>Zero</pIndex>") +
+             integer("A", "<pValue>Byte</pValue><pInvalidator>B</pInvalidator>") +
+             integer("B", "<pValue>Byte</pValue><pInvalidator>A</pInvalidator>"),
+         "Picked -> -40007; Picked=1 -> -40007; Copied=1 -> -40007; Copied -> 1; Long -> -40007; "
+         "Placed -> -40007; A=3; B -> 3; B=4; A -> 4; Zero -> 0"},
         {"copies",
          reg("A", 0, 2) + reg("B", 4, 2) + reg("R", 8, 4, "", "FloatReg") + integer("Low", "<Max>10</Max>") +
              integer("I", "<pValueCopy>B</pValueCopy><pValue>A</pValue><pValueCopy>R</pValueCopy>") +

@@ -182,5 +182,15 @@ TEST(Formulas, ThatDoubleTheirWorkEndInTime) {
     device.expect("K10 -> 1024; K40 -> -40007");
 }
 
+TEST(Registers, WhoseAddressesDoubleTheirWorkEndInTime) {
+    std::string nodes = reg("R0", 0, 1);
+    for (int i = 1; i <= 40; ++i) {
+        const std::string below = "<pAddress>R" + std::to_string(i - 1) + "</pAddress>";
+        nodes += reg("R" + std::to_string(i), i, 1, below + below + caching("NoCache"));
+    }
+    Device device(inRoot(nodes));
+    device.expect("R10 -> 0; R40 -> -40007");
+}
+
 } // namespace
 } // namespace test_support
