@@ -180,8 +180,9 @@ typedef struct GbeControlStatus {
 } GbeControlStatus;
 
 /* Asks the camera who controls it, and tells why the handle does not. Needs no connection. While connected,
- * loss is noticed within about a second after the camera answers again, or after the heartbeat time-out
- * (8 seconds) when it is silent; from then on every feature call through the handle returns -40012 without
+ * loss is noticed with the next access or heartbeat that a camera refuses, within about a second, or when it
+ * has been silent for its heartbeat time-out (15 seconds at first, 8 after the first heartbeat) and the
+ * accesses under way have failed; from then on every feature call through the handle returns -40012 without
  * speaking to the camera, no heartbeat is sent, and the device emits signal_ControlChanged. Gbe_connectCamera
  * takes control again. A loss that this call sees first counts from then on.
  * Takes up to 4 seconds when the camera is silent. May be called from any thread beside feature calls.

@@ -12,12 +12,6 @@ void ControlWatch::start(milliseconds heartbeatTimeout, Time now) {
     m_heard = now;
 }
 
-void ControlWatch::unanswered(Time now) {
-    if (m_on && m_loss == ControlLoss::None && now - m_heard >= m_timeout) {
-        m_loss = ControlLoss::Silent;
-    }
-}
-
 // A camera that restarts has its own heartbeat time-out again; one that merely dropped control keeps what it
 // was told, exactly or as near as it can.
 bool ControlWatch::isKept(std::uint32_t heartbeatTimeout) const {
@@ -27,7 +21,7 @@ bool ControlWatch::isKept(std::uint32_t heartbeatTimeout) const {
 
 void ControlWatch::looked(const ControlReading& reading, Time now) {
     if (!m_on || !reading.answered) {
-        unanswered(now);
+        m_loss = m_loss == ControlLoss::None && isOverdue(now) ? ControlLoss::Silent : m_loss;
         return;
     }
     const bool isOpen = m_loss == ControlLoss::None || m_loss == ControlLoss::Silent;

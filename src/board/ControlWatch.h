@@ -41,7 +41,7 @@ bool isControlRefused(GigeCamera& board, int port);
 // A value machine: it is told when and how accesses ended and what a look has shown, and says whether control
 // is lost. One thread at a time.
 //
-//              start                 silent for a heartbeat time-out
+//              start              overdue, and a look in vain
 //      (off) ─────────► held ─────────────────────────────────────────► lost: silent
 //        ▲                │  a look shows that nobody has control,             │ a look shows why
 //        │                │  or somebody else                                  ▼
@@ -60,7 +60,8 @@ public:
     tavo::ControlLoss loss() const { return m_loss; }
 
     void answered(Time now) { m_heard = now; }
-    void unanswered(Time now);
+    // Whether there was no answer for as long as the camera keeps control for a silent host: time for a look.
+    bool isOverdue(Time now) const { return m_on && now - m_heard >= m_timeout; }
     void looked(const ControlReading& reading, Time now);
     // A camera that does not say who controls it has refused control to this host.
     void controlRefused();

@@ -83,7 +83,7 @@ public:
         : board(open), port(portIndex), m_boardIndex(boardIndex),
           m_control(board::tables().port(boardIndex, portIndex).control) {}
 
-    void succeeded() { m_control.answered(Clock::now()); }
+    void answered() { m_control.answered(Clock::now()); }
 
     // Throws when the failure shows that control is lost: nothing must be written to a camera then that has
     // restarted, or is somebody else's.
@@ -93,12 +93,10 @@ public:
         }
         m_somebodyHasControl = false;
         m_silent = result < 0;
-        if (m_silent) {
-            m_control.unanswered(Clock::now());
-        } else if (result == kAccessDenied) {
+        if (result == kAccessDenied || (m_silent && m_control.isOverdue(Clock::now()))) {
             m_somebodyHasControl = lookAtControl(m_boardIndex, port).holder == board::Holder::Somebody;
         } else if (isStatus(result)) {
-            m_control.answered(Clock::now());
+            answered();
         }
         throwIfLost();
     }
@@ -118,6 +116,9 @@ public:
         }
         const int result = board.WriteRegister(
             port, bootstrap::kControlChannelPrivilege, static_cast<int>(bootstrap::kPrivilegeControl));
+        if (result >= 0) {
+            answered();
+        }
         if (result == kAccessDenied && m_somebodyHasControl) {
             m_control.controlRefused();
             throwIfLost();
@@ -155,7 +156,7 @@ void tryTwice(Place& place, AttemptLog& log, Attempt&& attempt, Recover&& recove
     for (int number = 1;; ++number) {
         const int result = attempt();
         if (result == 0) {
-            place.succeeded();
+            place.answered();
             return;
         }
         log.failed(result, number);

@@ -12,32 +12,51 @@ using std::chrono::milliseconds;
 
 namespace {
 
-// What the camera has made of the heartbeat time-out that it was given. One that does not say keeps control
-// for as long as it was told.
+// What the camera has made of the heartbeat time-out that it was given, or is given again here in case the
+// command was lost. One that does not say keeps control for as long as it was told.
 milliseconds heartbeatTimeoutOf(GigeCamera& board, int port) {
     int timeout = camera::kHeartbeatTimeout;
     board.ReadRegister(port, bootstrap::kHeartbeatTimeout, &timeout);
+    if (timeout != camera::kHeartbeatTimeout) {
+        board.WriteRegister(port, bootstrap::kHeartbeatTimeout, camera::kHeartbeatTimeout);
+        board.ReadRegister(port, bootstrap::kHeartbeatTimeout, &timeout);
+    }
     return milliseconds(timeout > 0 ? timeout : camera::kHeartbeatTimeout);
+}
+
+// Looks until somebody has control, and prepares the camera again while nobody has: the command that took
+// control may have been lost, so that all others were refused, or a late copy of the one that gave it back
+// may have come after it. Ends without a result when the camera does not answer any more.
+Holder makeSureOfControl(GigeCamera& board, int port) {
+    constexpr int kTries = 4;
+    constexpr int kMostSilences = 2;
+    Holder holder = Holder::Unknown;
+    for (int tries = 0, silences = 0; tries < kTries && silences < kMostSilences; ++tries) {
+        const board::ControlReading reading = board::readControl(board, port);
+        holder = reading.holder;
+        silences += reading.answered ? 0 : 1;
+        if (holder == Holder::Nobody) {
+            camera(&board, port).init();
+        } else if (holder != Holder::Unknown) {
+            break;
+        }
+    }
+    return holder;
 }
 
 } // namespace
 
-// Somebody's late or repeated command may have taken control away again in the meantime.
 bool GenICamPortWrapper::watchControl(int board, int port) {
     GigeCamera* open = getBoard(board);
     if (open == nullptr) {
         return false;
     }
-    const board::ControlReading reading = board::readControl(*open, port);
-    if (reading.holder == Holder::Nobody) {
-        open->WriteRegister(
-            port, bootstrap::kControlChannelPrivilege, static_cast<int>(bootstrap::kPrivilegeControl));
-    }
+    const Holder holder = makeSureOfControl(*open, port);
     tables().port(board, port).control.start(heartbeatTimeoutOf(*open, port), Clock::now());
     if (tavo::ImplGenICamCamera* device = getDevice(board, port)) {
         device->noteControlLoss(tavo::ControlLoss::None);
     }
-    return reading.holder != Holder::Other;
+    return holder != Holder::Other;
 }
 
 void GenICamPortWrapper::unwatchControl(int board, int port) {

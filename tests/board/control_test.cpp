@@ -13,7 +13,7 @@ using board::Holder;
 using std::chrono::milliseconds;
 using tavo::ControlLoss;
 
-enum class What { Answer, Silence, Nobody, Self, Other, Somebody, LookInVain, Refused, Timeout };
+enum class What { Answer, Nobody, Self, Other, Somebody, LookInVain, Refused, Timeout };
 
 struct Event {
     int at; // milliseconds
@@ -33,8 +33,6 @@ void happen(ControlWatch& watch, const Event& event) {
     switch (event.what) {
     case What::Answer:
         return watch.answered(now);
-    case What::Silence:
-        return watch.unanswered(now);
     case What::Nobody:
         return look(Holder::Nobody);
     case What::Self:
@@ -58,12 +56,11 @@ TEST(ControlWatch, KnowsWhyControlIsLost) {
         std::vector<Event> events;
         ControlLoss loss;
     } rows[] = {
-        {"silence within the time-out", {{14999, What::Silence}}, ControlLoss::None},
-        {"silence for all of it", {{15000, What::Silence}}, ControlLoss::Silent},
-        {"a look in vain is silence", {{15000, What::LookInVain}}, ControlLoss::Silent},
-        {"silence since an answer", {{5000, What::Answer}, {19999, What::Silence}}, ControlLoss::None},
-        {"silence since a look", {{5000, What::Somebody}, {19999, What::Silence}}, ControlLoss::None},
-        {"a shorter time-out", {{0, What::Timeout, 8000}, {8000, What::Silence}}, ControlLoss::Silent},
+        {"silence within the time-out", {{14999, What::LookInVain}}, ControlLoss::None},
+        {"silence for all of it", {{15000, What::LookInVain}}, ControlLoss::Silent},
+        {"silence since an answer", {{5000, What::Answer}, {19999, What::LookInVain}}, ControlLoss::None},
+        {"silence since a look", {{5000, What::Somebody}, {19999, What::LookInVain}}, ControlLoss::None},
+        {"a shorter time-out", {{0, What::Timeout, 8000}, {8000, What::LookInVain}}, ControlLoss::Silent},
         {"refused for another reason", {{1, What::Self}}, ControlLoss::None},
         {"dropped", {{1, What::Nobody}}, ControlLoss::HeartbeatMissed},
         {"dropped, with the newer time-out",
@@ -75,10 +72,10 @@ TEST(ControlWatch, KnowsWhyControlIsLost) {
          {{1, What::Somebody}, {2, What::Refused}},
          ControlLoss::TakenOver},
         {"silence that is explained",
-         {{15000, What::Silence}, {16000, What::Nobody, 3000}},
+         {{15000, What::LookInVain}, {16000, What::Nobody, 3000}},
          ControlLoss::Rebooted},
         {"what is explained stays so",
-         {{1, What::Nobody, 3000}, {2, What::Other}, {3, What::Self}, {90000, What::Silence}},
+         {{1, What::Nobody, 3000}, {2, What::Other}, {3, What::Self}, {90000, What::LookInVain}},
          ControlLoss::Rebooted},
     };
     for (const auto& row : rows) {
