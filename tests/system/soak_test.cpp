@@ -21,6 +21,8 @@ constexpr int kPorts = 4;
 constexpr seconds kLongestCall{60};  // a connect has a dozen commands of up to two attempts of two seconds
 constexpr double kFewestGood = 0.95; // of all reads and writes: those with both attempts lost are about 1 %
 constexpr int kTransportLayer = -40011;
+constexpr int kControlLost = -40012;  // a late copy of the command that gave control back took it away
+constexpr unsigned kMostFailures = 5; // in a row, before the camera is connected anew
 
 softboard::FaultPlan badWire(unsigned seed) {
     softboard::FaultPlan plan;
@@ -60,7 +62,7 @@ public:
         for (const auto end = Clock::now() + time; Clock::now() < end || rounds == 0; ++rounds) {
             const unsigned choice = m_random() % 100;
             choice < 35 ? writeNumber() : choice < 70 ? readNumber() : choice < 85 ? writeText() : readText();
-            if (m_failuresInARow >= 5 || choice == 0) {
+            if (m_failuresInARow >= kMostFailures || choice == 0) {
                 call("disconnect", [&] { return Gbe_disconnectCamera(m_camera); });
                 connect();
             }
@@ -114,10 +116,10 @@ private:
         m_numberBefore = station->peekRegister(plain::kNumber).value();
         m_textBefore = text();
         const int result = call(name, run);
-        if (result != 0 && result != kTransportLayer) {
+        if (result != 0 && result != kTransportLayer && result != kControlLost) {
             complain(std::string(name) + " gave " + std::to_string(result));
         }
-        m_failuresInARow = result == 0 ? 0 : m_failuresInARow + 1;
+        m_failuresInARow = result == 0 ? 0 : result == kControlLost ? kMostFailures : m_failuresInARow + 1;
         (result == 0 ? m_totals.good : m_totals.bad)++;
         return result == 0;
     }
