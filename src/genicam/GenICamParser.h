@@ -24,7 +24,7 @@ class GenICamTreeBuilder;
 // this system knows by itself is obtained as Singleton<GenICamParser>::getInstance().
 class GenICamParser {
 public:
-    GenICamParser() = default;
+    GenICamParser() : GenICamParser(Quirks()) {}
     // One that leaves out what the quirks leave out; without them, it also takes the blanks from around the
     // texts of elements.
     explicit GenICamParser(const Quirks& quirks) : m_quirks(quirks) {}
