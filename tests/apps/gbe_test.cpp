@@ -178,6 +178,23 @@ TEST_F(Gbe, AddressesAreShownAndSet) {
     });
 }
 
+TEST_F(Gbe, SaysWhyACameraIsNotToBeHad) {
+    const test::EnvironmentFile board(
+        "LIOMOL_SOFTBOARD", "[board 0 port 0 camera]\nfaults = status=0x8006 forever readreg\n"
+                            "[board 0 port 1 camera]\nfaults = silent forever readreg\n");
+    const struct {
+        QStringList arguments;
+        const char* text;
+    } rows[] = {
+        {{"--port", "0", "get", "Width"}, " (controlled by another application): camera busy (-40022)\n"},
+        {{"--port", "1", "get", "Width"}, " (it does not answer): xml read exception (-40020)\n"},
+    };
+    runAll(rows, [](const auto& row, const Outcome& outcome) {
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, HasSubstr(row.text));
+    });
+}
+
 // The camera lives in the process that has opened the board: what is set is seen in the same run only.
 TEST_F(Gbe, TheDemoTellsTheMainJob) {
     const Outcome outcome = gbe({"demo"});
