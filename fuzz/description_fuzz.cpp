@@ -77,17 +77,24 @@ void dump(GenICamTreeBuilder& builder, std::string& out) {
     }
 }
 
-std::string dumpOf(std::string text) {
+// In a buffer of just the text's size, for the tree to keep.
+std::unique_ptr<char[]> bufferOf(const std::string& text) {
+    auto buffer = std::make_unique<char[]>(text.size() + 1);
+    text.copy(buffer.get(), text.size());
+    return buffer;
+}
+
+std::string dumpOf(const std::string& text) {
     std::string out;
-    if (const auto root = GenICamParser().parseMemory(text.data())) {
+    if (const auto root = GenICamParser().parseMemory(bufferOf(text))) {
         dump(*root, out);
     }
     return out;
 }
 
-bool build(std::string text, ImplGenICamCamera& device) {
+bool build(const std::string& text, ImplGenICamCamera& device) {
     try {
-        const auto root = GenICamParser(device.quirks()).parseMemory(text.data());
+        const auto root = GenICamParser(device.quirks()).parseMemory(bufferOf(text));
         if (root == nullptr) {
             return false;
         }
