@@ -9,7 +9,7 @@ namespace bootstrap {
 
 using Address = std::uint32_t;
 
-inline constexpr Address kVersion = 0x0000; // specification version: major (16 bits), minor (16 bits)
+inline constexpr Address kVersion = 0x0000; // of GigE Vision: major (16 bits), minor (16 bits)
 inline constexpr Address kDeviceMode = 0x0004;
 inline constexpr Address kMacHigh = 0x0008; // low 16 bits
 inline constexpr Address kMacLow = 0x000C;

@@ -154,16 +154,12 @@ int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable) {
 }
 
 int Gbe_getStandardDifferences(CameraHandle* camera, char* buffer, unsigned* size) {
-    tavo::ImplGenICamCamera* device = nullptr;
     if (size == nullptr) {
         return status::IllegalParameter;
     }
-    if (const int refused = api::deviceOf(camera, device); refused != status::Success) {
-        return refused;
-    }
-    return api::guarded([&] {
+    return api::withDevice(camera, [&](tavo::ImplGenICamCamera& device) {
         std::string text;
-        for (const tavo::QuirkUse& use : device->quirksTouched()) {
+        for (const tavo::QuirkUse& use : device.quirksTouched()) {
             text += std::to_string(use.count) + ' ' + std::string(use.what) + '\n';
         }
         return copyText(text, buffer, size);
@@ -171,20 +167,16 @@ int Gbe_getStandardDifferences(CameraHandle* camera, char* buffer, unsigned* siz
 }
 
 int Gbe_getGenICamXML(CameraHandle* camera, char* buffer, unsigned* size) {
-    tavo::ImplGenICamCamera* device = nullptr;
     if (size == nullptr) {
         return status::IllegalParameter;
     }
-    if (const int refused = api::deviceOf(camera, device); refused != status::Success) {
-        return refused;
-    }
-    return api::guarded([&] {
-        const std::size_t needed = device->getXmlDataSize();
+    return api::withDevice(camera, [&](tavo::ImplGenICamCamera& device) {
+        const std::size_t needed = device.getXmlDataSize();
         if (buffer != nullptr && needed > *size) {
             return status::BufferTooSmall;
         }
         if (buffer != nullptr) {
-            device->copyXmlData(buffer);
+            device.copyXmlData(buffer);
         }
         *size = static_cast<unsigned>(needed);
         return status::Success;

@@ -23,6 +23,13 @@ inline int deviceOf(const CameraHandle* camera, tavo::ImplGenICamCamera*& device
     return device != nullptr ? status::Success : status::CameraNotConnected;
 }
 
+// Calls `work` with the handle's device; its exceptions become statuses.
+template<typename Work> int withDevice(const CameraHandle* camera, Work&& work) {
+    tavo::ImplGenICamCamera* device = nullptr;
+    const int refused = deviceOf(camera, device);
+    return refused != status::Success ? refused : guarded([&] { return work(*device); });
+}
+
 // Calls `work` with the named node's Interface; its exceptions become statuses. A node that is missing or of
 // another kind is an illegal node.
 template<typename Interface, typename Work>

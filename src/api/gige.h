@@ -264,9 +264,9 @@ GBE_API int Gbe_enableChecks(CameraHandle* camera, int enable);
 GBE_API int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable);
 
 /* What of the connected camera's description liomol's own way reads otherwise than the GenICam standard, as a
- * text of one line each: a count, a blank, and what is counted ("3 String nodes"); empty when nothing differs.
- * docs/standard-behaviour.md explains them. The description is read again for it, which takes about as long as
- * loading it. Buffer and size are those of Gbe_getValueAsString. */
+ * text of one line each: a count, a blank, and what is counted ("3 String nodes"); empty when nothing
+ * differs. docs/standard-behaviour.md explains them. The description is read again for it, which takes about
+ * as long as loading it. Buffer and size are those of Gbe_getValueAsString. */
 GBE_API int Gbe_getStandardDifferences(CameraHandle* camera, char* buffer, unsigned* size);
 
 /* The description as text. With a null buffer *size becomes its size in bytes with the NUL; with a buffer of
