@@ -107,12 +107,16 @@ int GigeCamera::ReceiveWriteRegAckPacket(int port, unsigned short requestId) {
     return ReceiveReadRegAckPacket(port, nullptr, requestId);
 }
 
-// Looks through what has arrived already for the acknowledgement, and throws the rest away.
+// Looks through what has arrived, and what is just arriving, for the acknowledgement, and throws the rest
+// away. Copies of another command's follow each other closely, but a camera may pause between any two.
 bool GigeCamera::takeArrived(int port, AckWait& wait, UDPPacket& ack, std::size_t& size) {
     bool found = false;
     UDPPacket next;
     unsigned int length = 0;
-    for (int i = 0; i < kMostLateFrames && ReceiveUdpPacket(port, &next, &length, 0) == 0; ++i) {
+    for (int i = 0; i < kMostLateFrames; ++i) {
+        if (ReceiveUdpPacket(port, &next, &length, found ? 0 : kOwedTimeout) != 0) {
+            break;
+        }
         const std::size_t content = frame::contentLength(next, length);
         if (content >= frame::kPayload &&
             wait.take(frame::ackFacts(next, content), Clock::now()) == AckWait::Verdict::Answer) {
