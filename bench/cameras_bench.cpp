@@ -1,7 +1,7 @@
 // 32 cameras on eight boards at once: every port is an interface of Linux with a camera process behind it, in
 // another network namespace. A watcher at the cameras' end of the wires sees when heartbeats come.
 //   cameras_bench [seconds]   (a phase; arguments that begin with -- are for other programs)
-#include "api/gige.h"
+#include "liomol/gige.h"
 #include "support/net_namespace.h"
 
 #include <arpa/inet.h>

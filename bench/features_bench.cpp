@@ -1,6 +1,6 @@
 // Features through the exported calls, as an application sees them: on the frame grabber in software, with
 // the camera in software behind port 0 and the service in a process of its own.
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 #include <benchmark/benchmark.h>
 #include <sys/wait.h>

@@ -1,6 +1,6 @@
 // Descriptions: the time from a text in memory to a connected device, and what the device then holds of
 // memory.
-#include "genicam/ImplGenICamCamera.h"
+#include "genicam/device/ImplGenICamCamera.h"
 
 #include "support/generated_description.h"
 

@@ -3,19 +3,7 @@
 # loader's path and these are not used.
 include(CMakePackageConfigHelpers)
 
-set(LIOMOL_INSTALLED_HEADERS
-    api/gige.h
-    genicam/GenICamCamera.h
-    genicam/GenICamPortInterface.h
-    genicam/GenICamTypes.h
-    genicam/interfaces.h
-    genicam/node_kinds.h
-    util/exceptions.h
-    util/export.h)
-foreach(header IN LISTS LIOMOL_INSTALLED_HEADERS)
-    cmake_path(GET header PARENT_PATH folder)
-    install(FILES "src/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/liomol/${folder}")
-endforeach()
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/liomol" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 
 set_target_properties(liomol tavo_hw kemrt PROPERTIES INSTALL_RPATH "\$ORIGIN")
 install(TARGETS liomol tavo_hw kemrt LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")

@@ -2,7 +2,7 @@
  *   acquire [board [port]] */
 #define _POSIX_C_SOURCE 199309L
 
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 #include <stdio.h>
 #include <stdlib.h>

@@ -1,6 +1,6 @@
 /* Lists the cameras behind the ports of a board.
  *   list_cameras [board] */
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 #include <stdio.h>
 #include <stdlib.h>

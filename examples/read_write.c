@@ -1,6 +1,6 @@
 /* Reads a camera's width, halves it, and restores it.
  *   read_write [board [port]] */
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 #include <stdio.h>
 #include <stdlib.h>

@@ -1,13 +1,13 @@
 // A camera's description: whatever it holds, it becomes a tree or none, the same one each time, and every
 // node of it can be asked for all that it has, read and written; each access ends in a value or in a
 // documented error.
-#include "genicam/GenICamParser.h"
-#include "genicam/GenICamTreeBuilder.h"
-#include "genicam/ImplGenICamCamera.h"
-#include "genicam/ImplGenICamNode.h"
-#include "genicam/standard_differences.h"
-#include "genicam/xml_outline.h"
-#include "util/exceptions.h"
+#include "genicam/description/GenICamParser.h"
+#include "genicam/description/GenICamTreeBuilder.h"
+#include "genicam/description/standard_differences.h"
+#include "genicam/description/xml_outline.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "genicam/nodes/ImplGenICamNode.h"
+#include "liomol/exceptions.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,8 +1,8 @@
 // A formula of a camera's description: whatever it says, it ends in a value or in one of the documented
 // errors, the same each time; and a short one has the tokens that splitting it by its definition gives. As
 // the standard has formulas, one that was read never lacks an operand or a kind.
+#include "liomol/exceptions.h"
 #include "math/MathParser.h"
-#include "util/exceptions.h"
 
 #include "../tests/math/TableOfVariables.h"
 #include "../tests/math/splitting_by_rescan.h"

@@ -1,7 +1,7 @@
 #include "BoardWorker.h"
 
-#include "api/gige.h"
 #include "link_report/link_report.h"
+#include "liomol/gige.h"
 
 #include <cstdio>
 #include <utility>

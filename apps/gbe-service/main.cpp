@@ -5,7 +5,7 @@
 #include "Settings.h"
 #include "bounds.h"
 
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 #include <CLI/CLI.hpp>
 #include <QtCore/QCoreApplication>

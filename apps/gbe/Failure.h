@@ -1,7 +1,7 @@
 // What ends a command: one line for standard error, and the exit status.
 #pragma once
 
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 #include <stdexcept>
 #include <string>

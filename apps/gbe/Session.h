@@ -3,7 +3,7 @@
 
 #include "addresses.h"
 
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 #include <memory>
 #include <optional>

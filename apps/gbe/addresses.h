@@ -3,7 +3,7 @@
 // An address is a number as the C interface has it: the first octet in the lowest byte.
 #pragma once
 
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 #include <array>
 #include <optional>

@@ -1,7 +1,7 @@
 // Features of any kind as texts, and the description's categories.
 #pragma once
 
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 #include <QtCore/QJsonValue>
 

@@ -1,6 +1,6 @@
 // Starting and stopping the camera's stream.
 #include "api/features.h"
-#include "api/gige.h"
+#include "liomol/gige.h"
 #include "util/qt_locks.h"
 
 #include <string>

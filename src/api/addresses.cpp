@@ -1,7 +1,7 @@
 // Addresses of ports and cameras, and what a camera tells without being connected.
-#include "api/gige.h"
 #include "api/handles.h"
 #include "api/visit.h"
+#include "liomol/gige.h"
 #include "util/qt_locks.h"
 #include "util/status.h"
 

@@ -1,6 +1,6 @@
 // Boards: opening, closing, scanning.
-#include "api/gige.h"
 #include "api/handles.h"
+#include "liomol/gige.h"
 #include "util/qt_locks.h"
 #include "util/status.h"
 

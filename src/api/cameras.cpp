@@ -1,7 +1,7 @@
 // Cameras: picking one of a port's last scan, and what it told of itself.
-#include "api/gige.h"
 #include "api/handles.h"
 #include "board/camera.h"
+#include "liomol/gige.h"
 #include "util/qt_locks.h"
 #include "util/status.h"
 

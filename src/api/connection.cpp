@@ -12,11 +12,11 @@
 //
 // A connected handle is the only user of its port: what another handle of the port does meanwhile never
 // reaches its camera.
-#include "api/gige.h"
 #include "api/guard.h"
 #include "api/handles.h"
 #include "board/camera.h"
-#include "genicam/ImplGenICamCamera.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/gige.h"
 #include "util/qt_locks.h"
 #include "util/status.h"
 

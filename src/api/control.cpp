@@ -1,7 +1,7 @@
 // Who controls a handle's camera, and why the handle does not.
-#include "api/gige.h"
 #include "api/handles.h"
 #include "api/visit.h"
+#include "liomol/gige.h"
 #include "util/qt_locks.h"
 #include "util/status.h"
 

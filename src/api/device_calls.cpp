@@ -1,6 +1,6 @@
 // Calls on a camera's description as a whole: listing, text of any feature, cache, checks, the document.
 #include "api/features.h"
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 #include <array>
 #include <cstring>

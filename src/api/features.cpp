@@ -1,7 +1,7 @@
 // Features by name, one call a kind and direction.
 #include "api/features.h"
 
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 using api::withFeature;
 using tavo::GenICamBooleanInterface;

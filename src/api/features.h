@@ -3,9 +3,9 @@
 
 #include "api/guard.h"
 #include "api/handles.h"
-#include "genicam/ImplGenICamCamera.h"
-#include "genicam/interfaces.h"
-#include "genicam/node_kinds.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/interfaces.h"
+#include "liomol/node_kinds.h"
 #include "util/status.h"
 
 #include <utility>

@@ -1,7 +1,7 @@
 // How an exception of the library becomes the status of an exported call.
 #pragma once
 
-#include "util/exceptions.h"
+#include "liomol/exceptions.h"
 #include "util/status.h"
 
 #include <utility>

@@ -1,8 +1,8 @@
 // What stands behind the two opaque handles of the C interface.
 #pragma once
 
-#include "api/gige.h"
 #include "board/GenICamPortWrapper.h"
+#include "liomol/gige.h"
 #include "service/GbeTransmission.h"
 #include "transport/GbeHeartbeatThread.h"
 

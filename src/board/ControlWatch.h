@@ -2,7 +2,7 @@
 // channel privilege).
 #pragma once
 
-#include "genicam/GenICamCamera.h"
+#include "liomol/GenICamCamera.h"
 
 #include <chrono>
 #include <cstdint>

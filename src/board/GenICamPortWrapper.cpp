@@ -3,10 +3,10 @@
 #include "board/GenICamPortWrapper.h"
 
 #include "board/tables.h"
-#include "genicam/ImplGenICamCamera.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/exceptions.h"
 #include "protocol/bootstrap.h"
 #include "protocol/gvcp.h"
-#include "util/exceptions.h"
 #include "util/logging.h"
 #include "util/qt_locks.h"
 

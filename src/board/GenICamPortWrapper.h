@@ -9,7 +9,7 @@
 
 #include "board/ControlWatch.h"
 #include "board/description_url.h"
-#include "genicam/GenICamPortInterface.h"
+#include "liomol/GenICamPortInterface.h"
 #include "transport/GigeCamera.h"
 
 #include <QtCore/QMutex>

@@ -3,10 +3,10 @@
 #include "board/camera.h"
 #include "board/init_gbe.h"
 #include "board/tables.h"
-#include "genicam/ImplGenICamCamera.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/exceptions.h"
 #include "service/GbeTransmission.h"
 #include "service/commands.h"
-#include "util/exceptions.h"
 #include "util/qt_locks.h"
 
 #include <QtCore/QCoreApplication>

@@ -2,7 +2,7 @@
 #include "board/GenICamPortWrapper.h"
 #include "board/camera.h"
 #include "board/tables.h"
-#include "genicam/ImplGenICamCamera.h"
+#include "genicam/device/ImplGenICamCamera.h"
 #include "protocol/bootstrap.h"
 
 using board::Holder;

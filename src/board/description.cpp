@@ -3,10 +3,10 @@
 #include "board/description_file.h"
 #include "board/description_url.h"
 #include "board/tables.h"
-#include "genicam/ImplGenICamCamera.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/exceptions.h"
 #include "protocol/bootstrap.h"
 #include "util/ZipReader.h"
-#include "util/exceptions.h"
 #include "util/qt_locks.h"
 
 #include <QtCore/QBuffer>

@@ -1,7 +1,7 @@
 #include "board/description_file.h"
 
-#include "genicam/ImplGenICamCamera.h"
-#include "util/exceptions.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/exceptions.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>

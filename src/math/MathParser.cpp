@@ -1,8 +1,8 @@
 #include "math/MathParser.h"
 
+#include "liomol/exceptions.h"
 #include "math/arithmetic.h"
 #include "math/messages.h"
-#include "util/exceptions.h"
 
 namespace tavo {
 

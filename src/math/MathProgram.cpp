@@ -1,9 +1,9 @@
 #include "math/MathProgram.h"
 
+#include "liomol/exceptions.h"
 #include "math/MathLiteral.h"
 #include "math/limits.h"
 #include "math/messages.h"
-#include "util/exceptions.h"
 
 #include <algorithm>
 #include <utility>

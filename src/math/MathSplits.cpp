@@ -1,7 +1,7 @@
 #include "math/MathSplits.h"
 
+#include "liomol/exceptions.h"
 #include "math/messages.h"
-#include "util/exceptions.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
 #include "math/MathTokenizer.h"
 
+#include "liomol/exceptions.h"
 #include "math/MathSplits.h"
 #include "math/limits.h"
 #include "math/messages.h"
-#include "util/exceptions.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,6 +1,6 @@
 #include "transport/GbeHeartbeatThread.h"
 
-#include "genicam/ImplGenICamCamera.h"
+#include "genicam/device/ImplGenICamCamera.h"
 
 #include <exception>
 

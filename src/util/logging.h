@@ -1,7 +1,7 @@
 // The library's diagnostic output. All of it may be called from any thread.
 #pragma once
 
-#include "util/export.h"
+#include "liomol/export.h"
 
 class QDateTime;
 

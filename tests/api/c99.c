@@ -1,5 +1,5 @@
 /* The public header is C99, and null handles and numbers out of range give their documented codes. */
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 #include <stdio.h>
 #include <string.h>

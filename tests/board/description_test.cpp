@@ -1,10 +1,10 @@
 // Where descriptions are found, and what hostile ones come to.
 #include "board/GenICamPortWrapper.h"
-#include "genicam/ImplGenICamCamera.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/exceptions.h"
 #include "support/fake_service.h"
 #include "support/introduce.h"
 #include "support/rig.h"
-#include "util/exceptions.h"
 
 #include <gtest/gtest.h>
 

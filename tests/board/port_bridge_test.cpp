@@ -1,12 +1,12 @@
 // Accesses of a node tree as they arrive at a camera.
 #include "board/GenICamPortWrapper.h"
-#include "genicam/ImplGenICamCamera.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/exceptions.h"
 #include "protocol/bootstrap.h"
 #include "protocol/gvcp.h"
 #include "support/fake_service.h"
 #include "support/introduce.h"
 #include "support/rig.h"
-#include "util/exceptions.h"
 
 #include <gtest/gtest.h>
 

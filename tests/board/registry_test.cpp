@@ -1,9 +1,9 @@
 // Opening and closing boards, and which cameras are taken.
 #include "board/GenICamPortWrapper.h"
+#include "liomol/exceptions.h"
 #include "softboard/softboard.h"
 #include "support/fake_service.h"
 #include "support/rig.h"
-#include "util/exceptions.h"
 
 #include <gtest/gtest.h>
 

@@ -2,11 +2,11 @@
 // steps read, write and count what reaches the port.
 #pragma once
 
-#include "genicam/GenICamParser.h"
-#include "genicam/GenICamTreeBuilder.h"
-#include "genicam/ImplGenICamCamera.h"
-#include "genicam/ImplGenICamRegister.h"
-#include "genicam/ImplGenICamValues.h"
+#include "genicam/description/GenICamParser.h"
+#include "genicam/description/GenICamTreeBuilder.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "genicam/nodes/ImplGenICamRegister.h"
+#include "genicam/nodes/ImplGenICamValues.h"
 #include "support/memory_port.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // What all nodes share: states, access checks, the device's lock, and how changes spread.
-#include "genicam/GenICamScopedReadWriteLock.h"
 #include "genicam/device_fixture.h"
+#include "genicam/nodes/GenICamScopedReadWriteLock.h"
 
 #include <thread>
 

@@ -1,7 +1,7 @@
 // XML text into a tree of builders.
-#include "genicam/GenICamParser.h"
-#include "genicam/GenICamTreeBuilder.h"
-#include "genicam/xml_outline.h"
+#include "genicam/description/GenICamParser.h"
+#include "genicam/description/GenICamTreeBuilder.h"
+#include "genicam/description/xml_outline.h"
 #include "support/generated_description.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // From builders to nodes: everything that a description can say, and what absurd ones come to.
-#include "genicam/ImplGenICamPort.h"
 #include "genicam/device_fixture.h"
-#include "genicam/formula_nodes.h"
+#include "genicam/nodes/ImplGenICamPort.h"
+#include "genicam/nodes/formula_nodes.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 // Integers, floats, Booleans, commands, enumerations and formulas on top of registers and constants.
 #include "genicam/device_fixture.h"
-#include "genicam/formula_nodes.h"
+#include "genicam/nodes/formula_nodes.h"
 
 namespace test_support {
 namespace {

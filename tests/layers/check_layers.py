@@ -9,20 +9,21 @@ INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
 
 # Folder -> folders that it may include besides itself. Folders below src/ go by their own name.
 ALLOWED = {
-    "api": {"board", "transport", "service", "genicam", "util"},
-    "board": {"transport", "service", "genicam", "protocol", "platform", "util"},
-    "transport": {"protocol", "platform", "util"},
-    "service": {"util"},
-    "genicam": {"math", "util"},
-    "math": {"util"},
-    "util": set(),
+    "liomol": set(),
+    "api": {"liomol", "board", "transport", "service", "genicam", "util"},
+    "board": {"liomol", "transport", "service", "genicam", "protocol", "platform", "util"},
+    "transport": {"liomol", "protocol", "platform", "util"},
+    "service": {"liomol", "util"},
+    "genicam": {"liomol", "math", "util"},
+    "math": {"liomol", "util"},
+    "util": {"liomol"},
     "platform": set(),
     "protocol": set(),
     "netif": {"protocol"},
     "softboard": {"platform", "protocol", "netif"},
     "simcam": {"protocol"},
-    "apps": {"api", "genicam", "netif", "simcam", "protocol"},
-    "examples": {"api", "genicam"},
+    "apps": {"liomol", "netif", "simcam", "protocol"},
+    "examples": {"liomol"},
 }
 # Single files that may do more, each with its reason.
 EXCEPTIONS = {
@@ -34,7 +35,7 @@ EXCEPTIONS = {
 
 def folder_of(path: pathlib.PurePath) -> str | None:
     parts = path.parts
-    if parts[0] == "src":
+    if parts[0] in {"src", "include"}:
         return parts[1] if len(parts) > 2 else None
     return parts[0]
 
@@ -49,7 +50,7 @@ def main(root: pathlib.Path) -> int:
     wrong = []
     for path in sorted(root.rglob("*")):
         relative = path.relative_to(root)
-        if path.suffix not in SOURCE or relative.parts[0] not in {"src", *ALLOWED}:
+        if path.suffix not in SOURCE or relative.parts[0] not in {"src", "include", *ALLOWED}:
             continue
         folder = folder_of(relative)
         if folder is None or folder not in ALLOWED:

@@ -1,10 +1,10 @@
 // Random formulas against slower models written from the same rules.
+#include "liomol/exceptions.h"
 #include "math/MathLiteral.h"
 #include "math/MathParser.h"
 #include "math/TableOfVariables.h"
 #include "math/splitting_by_rescan.h"
 #include "math/traces.h"
-#include "util/exceptions.h"
 
 #include <gtest/gtest.h>
 

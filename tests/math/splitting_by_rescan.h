@@ -3,8 +3,8 @@
 // engine has to give the same tokens and the same errors.
 #pragma once
 
+#include "liomol/exceptions.h"
 #include "math/MathToken.h"
-#include "util/exceptions.h"
 
 #include <algorithm>
 #include <sstream>

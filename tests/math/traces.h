@@ -1,8 +1,8 @@
 // What tokenizing gives, as text: so that a difference can be read.
 #pragma once
 
+#include "liomol/exceptions.h"
 #include "math/MathParser.h"
-#include "util/exceptions.h"
 
 #include <string>
 #include <vector>

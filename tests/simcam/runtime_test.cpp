@@ -2,8 +2,8 @@
 // commands, as the library's transport would send them, and does in the camera what its name says.
 #include "harness.h"
 
-#include "genicam/ImplGenICamCamera.h"
-#include "util/exceptions.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/exceptions.h"
 
 #include <set>
 

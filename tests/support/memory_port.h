@@ -1,8 +1,8 @@
 // Camera memory behind a port: 64 KiB from address 0, with counts of what was done to it.
 #pragma once
 
-#include "genicam/GenICamPortInterface.h"
-#include "util/exceptions.h"
+#include "liomol/GenICamPortInterface.h"
+#include "liomol/exceptions.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,11 +1,11 @@
 // Control of a camera that somebody else has, that is taken away, and that ends with the camera: what the
 // handle's calls say of it, and that connecting again mends it.
 #include "api/handles.h"
-#include "genicam/ImplGenICamCamera.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/exceptions.h"
 #include "protocol/bootstrap.h"
 #include "simcam/Station.h"
 #include "system/session.h"
-#include "util/exceptions.h"
 
 #include <atomic>
 

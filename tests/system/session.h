@@ -1,7 +1,7 @@
 // A frame grabber in software and the handles of an application that uses it through the exported calls.
 #pragma once
 
-#include "api/gige.h"
+#include "liomol/gige.h"
 #include "simcam/Camera.h"
 #include "support/fake_service.h"
 #include "support/rig.h"

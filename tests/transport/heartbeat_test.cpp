@@ -1,7 +1,7 @@
-#include "genicam/GenICamPortInterface.h"
-#include "genicam/ImplGenICamCamera.h"
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/GenICamPortInterface.h"
+#include "liomol/exceptions.h"
 #include "transport/GbeHeartbeatThread.h"
-#include "util/exceptions.h"
 
 #include <gtest/gtest.h>
 

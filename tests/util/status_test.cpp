@@ -1,4 +1,4 @@
-#include "util/exceptions.h"
+#include "liomol/exceptions.h"
 #include "util/logging.h"
 #include "util/status.h"
 

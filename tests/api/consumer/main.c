@@ -1,4 +1,4 @@
-#include "api/gige.h"
+#include "liomol/gige.h"
 
 #include <stdio.h>
 

@@ -1,7 +1,0 @@
-#include "genicam/GenICamPortInterface.h"
-
-namespace tavo {
-
-GenICamPortInterface::~GenICamPortInterface() = default;
-
-} // namespace tavo

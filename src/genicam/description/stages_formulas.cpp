@@ -1,0 +1,196 @@
+// Stages of the kinds that compute.
+#include "genicam/description/stages.h"
+
+#include "genicam/nodes/ImplGenICamValues.h"
+#include "genicam/nodes/formula_nodes.h"
+#include "genicam/nodes/numbers.h"
+#include "math/MathLiteral.h"
+
+#include <exception>
+#include <iostream>
+#include <limits>
+#include <memory>
+#include <optional>
+
+namespace genicam::stages {
+
+using tavo::ConverterFormulas;
+using tavo::ImplGenICamConverter;
+using tavo::ImplGenICamFloat;
+using tavo::ImplGenICamIntConverter;
+using tavo::ImplGenICamInteger;
+using tavo::ImplGenICamIntSwissKnife;
+using tavo::ImplGenICamMathVariables;
+using tavo::ImplGenICamSwissKnife;
+
+namespace {
+
+template<class Kind>
+constexpr Literal<Kind> representationLiteral = {
+    "Representation", keyword<&Kind::setRepresentation, &Builder::parseRepresentation>};
+
+constexpr Literal<ImplGenICamSwissKnife> swissKnifeLiterals[] = {
+    representationLiteral<ImplGenICamSwissKnife>,
+    {"Unit", text<&ImplGenICamSwissKnife::setUnit>},
+};
+static_assert(isAscending(swissKnifeLiterals));
+
+constexpr Literal<ImplGenICamIntSwissKnife> intSwissKnifeLiterals[] = {
+    representationLiteral<ImplGenICamIntSwissKnife>,
+};
+static_assert(isAscending(intSwissKnifeLiterals));
+
+template<class Kind>
+constexpr Literal<Kind> converterLiterals[] = {
+    {"FormulaFrom", text<&Kind::setFormulaFromText>},
+    {"FormulaTo", text<&Kind::setFormulaToText>},
+    representationLiteral<Kind>,
+    {"Slope", keyword<&Kind::setSlope, &Builder::parseSlope>},
+    {"Unit", text<&Kind::setUnit>},
+};
+
+// A number with or without a sign. One that cannot be read names nothing.
+std::optional<tavo::MathValue> readConstant(std::string_view text) {
+    const std::string number = tavo::MathParser::normalize(std::string(text));
+    const bool hasSign = number.starts_with('-') || number.starts_with('+');
+    const auto literal = tavo::math::readStandardLiteral(std::string_view(number).substr(hasSign ? 1 : 0));
+    const bool isNegative = number.starts_with('-');
+    if (literal.integer) {
+        return tavo::MathValue::fromInteger(
+            isNegative ? tavo::numbers::multiply(*literal.integer, -1) : *literal.integer);
+    }
+    if (literal.real) {
+        return tavo::MathValue::fromFloat(isNegative ? -*literal.real : *literal.real);
+    }
+    return std::nullopt;
+}
+
+// Constants and expressions, which have names like variables.
+template<class Kind> void readNames(Builder& builder, Kind& node) {
+    if (node.quirks().plainFormulas) {
+        return;
+    }
+    for (const Builder::Object& constant : builder.getAllObjectsByName("Constant")) {
+        if (const auto value = readConstant(constant.builder->getContent())) {
+            node.addConstant(constant.builder->findAttribute("Name"), *value);
+        }
+    }
+    for (const Builder::Object& expression : builder.getAllObjectsByName("Expression")) {
+        tavo::MathParser& parser = node.addExpression(expression.builder->findAttribute("Name"), node);
+        const std::string text(expression.builder->getContent());
+        Builder::parseFormula(node.getName(), text, parser, &node, node.quirks());
+    }
+}
+
+// The text goes to the engine before any variable is known; variables are looked up when it evaluates.
+template<class Kind> void readFormula(Builder& builder, Kind& node) {
+    const Builder::Element* const formula = builder.findElement("Formula");
+    const std::string_view content = formula != nullptr ? formula->text : std::string_view{};
+    Builder::parseFormula(node.getName(), std::string(content), node.formula(), &node, node.quirks());
+    readNames(builder, node);
+}
+
+template<class Kind, std::size_t count>
+void readKnife(Builder& builder, Kind& node, const Literal<Kind> (&literals)[count]) {
+    readLiterals(builder, static_cast<Node&>(node));
+    readTable(builder, node, literals);
+    readFormula(builder, node);
+}
+
+template<class Kind> void readConverter(Builder& builder, Kind& node) {
+    readLiterals(builder, static_cast<Node&>(node));
+    readTable(builder, node, converterLiterals<Kind>);
+    Builder::parseFormula(node.getName(), node.getFormulaToText(), node.formulaTo(), &node, node.quirks());
+    Builder::parseFormula(
+        node.getName(), node.getFormulaFromText(), node.formulaFrom(), &node, node.quirks());
+    readNames(builder, node);
+}
+
+void resolveVariables(Builder& builder, Node& node, ImplGenICamMathVariables& variables, Device& device) {
+    for (const Builder::Object& variable : builder.getAllObjectsByName("pVariable")) {
+        Node* const target = findNode(variable.builder->getContent(), device);
+        variables.setVariable(std::string(variable.builder->findAttribute("Name")), target);
+        Builder::addDependency(&node, target);
+    }
+}
+
+template<class Kind> void resolveKnife(Builder& builder, Kind& node, Device& device) {
+    resolveReferences(builder, static_cast<Node&>(node), device);
+    resolveVariables(builder, node, node, device);
+}
+
+// The nodes that carry the value being set are in no description; the device owns them like all others, and
+// they take any value.
+std::unique_ptr<Node> makeFromNode(const ImplGenICamConverter&) {
+    auto node = std::make_unique<ImplGenICamFloat>();
+    node->setNodeType(Types::Float);
+    node->setMin(std::numeric_limits<double>::lowest());
+    node->setMax(std::numeric_limits<double>::max());
+    return node;
+}
+
+std::unique_ptr<Node> makeFromNode(const ImplGenICamIntConverter&) {
+    auto node = std::make_unique<ImplGenICamInteger>(); // with the limits of 64 bits and an increment of 1
+    node->setNodeType(Types::Integer);
+    return node;
+}
+
+template<class Kind> void resolveConverter(Builder& builder, Kind& node, Device& device) {
+    if (const Builder::Element* const name = builder.findElement("pValue")) {
+        Node* const target = findNode(*name, device);
+        node.setPValue(target);
+        Builder::addDependency(&node, target);
+    }
+    resolveKnife(builder, node, device);
+    node.setFromNode(&device.adoptNode(makeFromNode(node)));
+}
+
+} // namespace
+
+void readLiterals(Builder& builder, ImplGenICamSwissKnife& node) {
+    readKnife(builder, node, swissKnifeLiterals);
+}
+void readLiterals(Builder& builder, ImplGenICamIntSwissKnife& node) {
+    readKnife(builder, node, intSwissKnifeLiterals);
+}
+
+void resolveReferences(Builder& builder, ImplGenICamSwissKnife& node, Device& device) {
+    resolveKnife(builder, node, device);
+}
+void resolveReferences(Builder& builder, ImplGenICamIntSwissKnife& node, Device& device) {
+    resolveKnife(builder, node, device);
+}
+
+void readLiterals(Builder& builder, ImplGenICamConverter& node) {
+    readConverter(builder, node);
+}
+void readLiterals(Builder& builder, ImplGenICamIntConverter& node) {
+    readConverter(builder, node);
+}
+
+void resolveReferences(Builder& builder, ImplGenICamConverter& node, Device& device) {
+    resolveConverter(builder, node, device);
+}
+
+void resolveReferences(Builder& builder, ImplGenICamIntConverter& node, Device& device) {
+    resolveConverter(builder, node, device);
+}
+
+} // namespace genicam::stages
+
+namespace tavo {
+
+void GenICamTreeBuilder::parseFormula(
+    const std::string& nodeName, const std::string& formula, MathParser& parser,
+    MathVariablesInterface* variables, const Quirks& quirks) {
+    try {
+        parser.tokenize(formula, variables, quirks);
+    } catch (const std::exception& error) {
+        parser.reset();
+        const std::string line =
+            "Error parsing formula (node: " + nodeName + ", formula: " + formula + "): " + error.what();
+        std::cout << line << std::endl;
+    }
+}
+
+} // namespace tavo

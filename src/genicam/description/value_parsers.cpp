@@ -1,0 +1,177 @@
+// The parsers of GenICamTreeBuilder: a description's texts into values.
+#include "genicam/description/GenICamTreeBuilder.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <limits>
+
+namespace tavo {
+namespace {
+
+template<class Enum> struct Keyword {
+    std::string_view text;
+    Enum value;
+};
+
+template<class Enum, std::size_t count>
+Enum lookUp(const Keyword<Enum> (&keywords)[count], std::string_view text) {
+    for (const Keyword<Enum>& keyword : keywords) {
+        if (keyword.text == text) {
+            return keyword.value;
+        }
+    }
+    return Enum::NotGiven;
+}
+
+using YesNo = GenICamTypes::GenICamYesNoType;
+using Sign = GenICamTypes::GenICamSignType;
+using Endianess = GenICamTypes::GenICamEndianessType;
+using CacheMode = GenICamTypes::GenICamCacheModeType;
+using AccessMode = GenICamTypes::GenICamAccessModeType;
+using Visibility = GenICamTypes::GenICamVisibilityType;
+using Representation = GenICamTypes::GenICamRepresentationType;
+using Slope = GenICamTypes::GenICamSlopeType;
+
+constexpr Keyword<YesNo> yesNoKeywords[] = {{"Yes", YesNo::Yes}, {"No", YesNo::No}};
+constexpr Keyword<Sign> signKeywords[] = {{"Signed", Sign::Signed}, {"Unsigned", Sign::Unsigned}};
+constexpr Keyword<Endianess> endianessKeywords[] = {
+    {"LittleEndian", Endianess::LittleEndian}, {"BigEndian", Endianess::BigEndian}};
+constexpr Keyword<CacheMode> cacheModeKeywords[] = {
+    {"WriteThrough", CacheMode::WriteThrough},
+    {"WriteAround", CacheMode::WriteAround},
+    {"NoCache", CacheMode::NoCache},
+    {"No", CacheMode::NoCache}, // an old spelling that some descriptions use
+};
+constexpr Keyword<AccessMode> accessModeKeywords[] = {
+    {"RO", AccessMode::RO}, {"WO", AccessMode::WO}, {"RW", AccessMode::RW}};
+constexpr Keyword<Visibility> visibilityKeywords[] = {
+    {"Beginner", Visibility::Beginner},
+    {"Expert", Visibility::Expert},
+    {"Guru", Visibility::Guru},
+    {"Invisible", Visibility::Invisible},
+};
+constexpr Keyword<Representation> representationKeywords[] = {
+    {"Linear", Representation::Linear},       {"Logarithmic", Representation::Logarithmic},
+    {"Boolean", Representation::Boolean},     {"PureNumber", Representation::PureNumber},
+    {"HexNumber", Representation::HexNumber},
+};
+constexpr Keyword<Slope> slopeKeywords[] = {
+    {"Increasing", Slope::Increasing},
+    {"Decreasing", Slope::Decreasing},
+    {"Varying", Slope::Varying},
+    {"Automatic", Slope::Automatic},
+};
+
+// The blanks that a stream skips in front of a number.
+constexpr std::string_view blanks = " \t\n\v\f\r";
+
+struct SignedText {
+    std::string_view text; // behind the sign
+    bool negative = false;
+};
+
+SignedText splitSign(std::string_view text) {
+    const std::size_t start = text.find_first_not_of(blanks);
+    if (start == std::string_view::npos) {
+        return {};
+    }
+    text.remove_prefix(start);
+    const bool negative = text.front() == '-';
+    if (negative || text.front() == '+') {
+        text.remove_prefix(1);
+    }
+    return {text, negative};
+}
+
+int baseOf(std::string_view text, int afterZero) {
+    if (text.starts_with("0x") || text.starts_with("0X")) {
+        return 16;
+    }
+    return text.starts_with('0') ? afterZero : 10;
+}
+
+// `afterZero` is the base of a number that begins with 0.
+std::int64_t parseInteger(std::string_view text, std::int64_t defaultValue, int afterZero) {
+    using Limits = std::numeric_limits<std::int64_t>;
+    const auto [number, negative] = splitSign(text);
+    const int base = baseOf(number, afterZero);
+    const std::string_view digits = base == 16 ? number.substr(2) : number;
+
+    std::uint64_t magnitude = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude, base);
+    if (error == std::errc::invalid_argument) {
+        return defaultValue;
+    }
+    const std::uint64_t largest = static_cast<std::uint64_t>(Limits::max()) + (negative ? 1 : 0);
+    if (error == std::errc::result_out_of_range || (base != 16 && magnitude > largest)) {
+        return negative ? Limits::min() : Limits::max();
+    }
+    return static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
+}
+
+bool startsDecimal(std::string_view text) { // keeps out "inf" and "nan", which no stream reads
+    if (text.starts_with('.')) {
+        text.remove_prefix(1);
+    }
+    return !text.empty() && text.front() >= '0' && text.front() <= '9';
+}
+
+} // namespace
+
+YesNo GenICamTreeBuilder::parseYesNo(std::string_view text) {
+    return lookUp(yesNoKeywords, text);
+}
+Sign GenICamTreeBuilder::parseSign(std::string_view text) {
+    return lookUp(signKeywords, text);
+}
+Endianess GenICamTreeBuilder::parseEndianess(std::string_view text) {
+    return lookUp(endianessKeywords, text);
+}
+CacheMode GenICamTreeBuilder::parseCacheMode(std::string_view text) {
+    return lookUp(cacheModeKeywords, text);
+}
+AccessMode GenICamTreeBuilder::parseAccessMode(std::string_view text) {
+    return lookUp(accessModeKeywords, text);
+}
+Visibility GenICamTreeBuilder::parseVisibility(std::string_view text) {
+    return lookUp(visibilityKeywords, text);
+}
+Representation GenICamTreeBuilder::parseRepresentation(std::string_view text) {
+    return lookUp(representationKeywords, text);
+}
+Slope GenICamTreeBuilder::parseSlope(std::string_view text) {
+    return lookUp(slopeKeywords, text);
+}
+
+bool GenICamTreeBuilder::parseBoolean(std::string_view text, bool defaultValue) {
+    return text.empty() ? defaultValue : text == "true";
+}
+
+std::int64_t GenICamTreeBuilder::parseNumber(std::string_view text, std::int64_t defaultValue) {
+    return parseInteger(text, defaultValue, 8);
+}
+
+std::int64_t GenICamTreeBuilder::parseDecimalOrHex(std::string_view text, std::int64_t defaultValue) {
+    return parseInteger(text, defaultValue, 10);
+}
+
+double GenICamTreeBuilder::parseFloat(std::string_view text, double defaultValue) {
+    const auto [number, negative] = splitSign(text);
+    if (!startsDecimal(number)) {
+        return defaultValue;
+    }
+    double magnitude = 0;
+    const char* const textEnd = number.data() + number.size();
+    const auto [end, error] = std::from_chars(number.data(), textEnd, magnitude);
+    if (end != textEnd && (*end == 'e' || *end == 'E')) { // an exponent without digits
+        return defaultValue;
+    }
+    if (error == std::errc::result_out_of_range) { // strtod tells overflow from underflow
+        magnitude =
+            std::min(std::strtod(std::string(number).c_str(), nullptr), std::numeric_limits<double>::max());
+    }
+    return negative ? -magnitude : magnitude;
+}
+
+} // namespace tavo

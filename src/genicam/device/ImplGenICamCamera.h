@@ -1,0 +1,218 @@
+// One GenICam device: it owns the nodes of a camera's description, knows the ports through which they reach
+// the camera, and runs the threads that build the tree, poll commands and report changes.
+#pragma once
+
+#include "genicam/description/standard_differences.h"
+#include "genicam/device/HelperThread.h"
+#include "genicam/device/NodeRegistry.h"
+#include "genicam/nodes/ChangeQueue.h"
+#include "genicam/nodes/InvalidationWalk.h"
+#include "liomol/GenICamCamera.h"
+#include "util/MacAddress.h"
+#include "util/Quirks.h"
+
+#include <QtCore/QMetaType>
+#include <QtCore/QObject>
+#include <QtCore/QReadWriteLock>
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+
+namespace tavo {
+
+// The name of the port that leads to the camera itself.
+inline constexpr char kDevicePort[] = "Device";
+
+// A longer description is refused.
+inline constexpr std::size_t kMaxDescriptionSize = std::size_t{64} * 1024 * 1024;
+
+// Threads: node accesses, look-ups, getState and sendHeartbeat may come from any thread; retrieving,
+// switching and destroying must not run beside other calls. Ports are registered, not owned, and must stay
+// until the device is destroyed or stopAsyncMethods has returned and no access is under way.
+class LIOMOL_API ImplGenICamCamera : public QObject, public GenICamCamera, public VoCamera {
+    Q_OBJECT
+
+public:
+    // NotConnected -> Retrieving (either retrieve call) -> Connected, or NotConnected on failure. A connected
+    // device may retrieve again.
+    enum CameraState { NotConnected = 0, Retrieving = 1, Connected = 2 };
+    Q_ENUM(CameraState)
+
+    ImplGenICamCamera();
+    ~ImplGenICamCamera() override;
+
+    // Description and state -----------------------------------------------------------------------------
+
+    // Replace the tree, in the background, by that of a file, or of a zero-terminated text made with new[],
+    // which the device takes. Nodes of an earlier tree are gone when the call returns.
+    void retrieveRegisterDescription(const std::string& fileName);
+    void retrieveRegisterDescriptionFromMemory(char* text);
+    // Waits while the device is retrieving, without limit: 1 when it is connected, 0 when it is not.
+    int waitForConnection() const;
+    CameraState getState() const { return m_state.load(std::memory_order_acquire); }
+    // Always emits signal_StateChanged.
+    void setState(CameraState state);
+
+    // The description as it came, with its terminating zero; copyXmlData needs getXmlDataSize() bytes.
+    std::size_t getXmlDataSize() const;
+    void copyXmlData(char* buffer) const;
+
+    const DeviceHeader& header() const { return m_header; }
+    void setHeader(DeviceHeader header) { m_header = std::move(header); }
+    const std::string& getModelName() const override { return m_header.modelName; }
+    const std::string& getVendorName() const override { return m_header.vendorName; }
+    const std::string& getToolTip() const override { return m_header.toolTip; }
+    const std::string& getStandardNamespace() const override { return m_header.standardNamespace; }
+    const std::string& getProductGuid() const override { return m_header.productGuid; }
+    const std::string& getVersionGuid() const override { return m_header.versionGuid; }
+    std::int64_t getMajorVersion() const override { return m_header.majorVersion; }
+    std::int64_t getMinorVersion() const override { return m_header.minorVersion; }
+    std::int64_t getSubMinorVersion() const override { return m_header.subMinorVersion; }
+    std::int64_t getSchemaMajorVersion() const override { return m_header.schemaMajorVersion; }
+    std::int64_t getSchemaMinorVersion() const override { return m_header.schemaMinorVersion; }
+    std::int64_t getSchemaSubMinorVersion() const override { return m_header.schemaSubMinorVersion; }
+
+    // Nodes ---------------------------------------------------------------------------------------------
+
+    // The device owns the node from now on, named or not, until its tree is replaced.
+    ImplGenICamNode& adoptNode(std::unique_ptr<ImplGenICamNode> node);
+    // Enters an adopted node under its name, in place of an earlier node of that name.
+    void registerNode(ImplGenICamNode& node) { m_nodes.enter(node); }
+    // For the building of the tree; getNodeByName finds nothing for other threads while it is built.
+    ImplGenICamNode* findNode(std::string_view name) const { return m_nodes.find(name); }
+
+    GenICamNode* getNodeByName(std::string_view name) const override;
+    std::vector<GenICamNode*> getNodes() const override;
+    // In ascending order of their names.
+    std::vector<ImplGenICamNode*> getCommandNodes() const;
+    // Makes everything cached stale, in all nodes.
+    void invalidateAllNodes();
+    // Whether accesses are checked; off at first.
+    void enableChecking(bool on) { m_checking.store(on, std::memory_order_relaxed); }
+    bool isCheckingEnabled() const { return m_checking.load(std::memory_order_relaxed); }
+    // One line a node on standard output, in ascending order of the names: the name, " = " and the value as
+    // text, or "exception: " and its message.
+    void dumpNodeValues();
+
+    // Whether descriptions are read, and values computed, as the GenICam standard has it instead of this
+    // system's own way (see Quirks); off at first. On a device with a description the tree is replaced: nodes
+    // obtained before are gone. False when that fails; the device is then NotConnected.
+    bool enableStandardBehaviour(bool on);
+    const Quirks& quirks() const { return m_quirks; }
+    // What of the description this system's own way reads otherwise than the standard, by quirk; the same
+    // whichever way is switched on. Reads the description's text again, which takes about as long as loading
+    // it.
+    std::vector<QuirkUse> quirksTouched() const;
+
+    // Ports ---------------------------------------------------------------------------------------------
+
+    // Null takes a port away.
+    void setPort(GenICamPortInterface* port, const std::string& name);
+    GenICamPortInterface* getPort(const std::string& name) const;
+    // Leaves 8000 milliseconds in the camera's heartbeat time-out register, through the port "Device". Does
+    // nothing without that port; throws what the port throws.
+    void sendHeartbeat();
+
+    // Control -------------------------------------------------------------------------------------------
+
+    // Why control of the camera is lost, as whoever accesses it for the port "Device" has noted.
+    ControlLoss getControlLoss() const { return m_controlLoss.load(std::memory_order_acquire); }
+    // Emits nothing, so that it may be called under any lock.
+    void noteControlLoss(ControlLoss loss) { m_controlLoss.store(loss, std::memory_order_release); }
+    // Emits signal_ControlChanged when what is noted is not what was announced last. No lock may be held.
+    void announceControlLoss();
+
+    // Connections ---------------------------------------------------------------------------------------
+
+    void addCameraConnection(int board, int port) override;
+    std::vector<CameraConnection> getConnectionList() const override;
+    CameraConnection getCurrentCameraConnection() const override;
+    // Whether the current connection has a board; says nothing of the description (see getState).
+    bool isConnected() const override;
+    bool getConnectionChangeStatus() const override;
+    // Makes another connection of the list the current one, through the port "Device", and drops all that is
+    // cached. GicConnectionException for a connection that is not in the list or without that port.
+    void setConnection(CameraConnection connection, unsigned ip) override;
+
+    const MacAddress& getMacAddress() const { return m_macAddress; }
+    // Before the device is used by several threads.
+    void setMacAddress(const MacAddress& address) { m_macAddress = address; }
+
+    // Lock and changes ----------------------------------------------------------------------------------
+
+    QReadWriteLock& getMutex() { return m_lock; }
+    // Exclusive, and not for a thread that holds it already: DeviceLockScope is the way to take it.
+    bool lock(unsigned timeoutMs);
+    // Clears the marks of the nodes that were invalidated under the lock, and releases it.
+    void unlock();
+    // The state of the reading or writing that holds the lock.
+    AccessContext& access() { return m_access; }
+
+    // Queues a node's signals; `trigger` reports its values whether they differ or not. A write-only node has
+    // nothing to report and is ignored.
+    void notifyNodeHasBeenInvalidated(ImplGenICamNode* node, bool trigger);
+
+    // Threads -------------------------------------------------------------------------------------------
+
+    // Whether command nodes are looked at from time to time, so that a command that has become done is
+    // reported. Off at first. The thread runs once a description has been retrieved.
+    void enablePolling(bool on) { m_polling.enable(on); }
+    bool isPollingEnabled() const { return m_polling.isEnabled(); }
+    // Milliseconds between two looks, 1000 at first; takes effect within the running twentieth of it.
+    void setPollingSleepTime(long long milliseconds) { m_pollingSleepTime.store(milliseconds); }
+    long long getPollingSleepTime() const { return m_pollingSleepTime.load(); }
+    // Whether changes are reported through the signals of the nodes. Off at first; what changes meanwhile is
+    // reported when it is switched on. The thread runs once a description has been retrieved.
+    void enableSignalling(bool on) { m_signalling.enable(on); }
+    bool isSignallingEnabled() const { return m_signalling.isEnabled(); }
+    // Asks all threads to end, and waits for them (but for the one that calls). Polling and signalling run
+    // again after the next retrieval.
+    void stopAsyncMethods();
+    // The bodies of the threads. `text` is null when the file is to be read.
+    void asyncRetrievingMethod(const std::string& fileName, std::unique_ptr<char[]> text);
+    void asyncPollingMethod(HelperThread& thread);
+    void asyncSignallingMethod(HelperThread& thread);
+    // Stops the threads, unbinds the port "Device" (setConnection(-1, -1, 0)) and has the event loop delete
+    // the device.
+    void deleteLater();
+
+Q_SIGNALS:
+    void signal_StateChanged(ImplGenICamCamera* camera, ImplGenICamCamera::CameraState state);
+    // Control of the camera was lost, or was found to be lost for another reason, or (None) taken again.
+    // Comes from the heartbeat's thread, or from the one that connects.
+    void signal_ControlChanged(ImplGenICamCamera* camera, tavo::ControlLoss loss);
+
+private:
+    bool isTreeVisible() const;
+    void startRetrieving(const std::string& fileName, std::unique_ptr<char[]> text);
+    bool buildTree(const std::string& fileName, std::unique_ptr<char[]> text);
+    void forgetTree();
+
+    mutable QReadWriteLock m_lock;
+    AccessContext m_access; // guarded by m_lock
+    std::atomic<bool> m_checking{false};
+    Quirks m_quirks; // changes only while there is no tree
+    std::atomic<CameraState> m_state{NotConnected};
+    std::atomic<ControlLoss> m_controlLoss{ControlLoss::None};
+    std::atomic<ControlLoss> m_announcedLoss{ControlLoss::None};
+    NodeRegistry m_nodes;
+    ChangeQueue m_changes;
+    DeviceHeader m_header;
+    std::string m_description;
+    std::unique_ptr<HelperThread> m_retrieving;
+    mutable std::mutex m_registryLock; // guards the description, the ports and the connections
+    std::map<std::string, GenICamPortInterface*, std::less<>> m_ports;
+    std::vector<CameraConnection> m_connections{CameraConnection{}};
+    CameraConnection m_connection;
+    MacAddress m_macAddress{QString()}; // all zero until it is set
+    bool m_connectionChanged = false;
+    std::atomic<long long> m_pollingSleepTime{1000};
+    SwitchableThread m_polling;
+    SwitchableThread m_signalling;
+};
+
+} // namespace tavo
+
+Q_DECLARE_METATYPE(tavo::ControlLoss)

@@ -1,0 +1,51 @@
+// The threads of a device that poll commands and report changes, and the end of all its threads.
+#include "genicam/device/ImplGenICamCamera.h"
+
+#include <algorithm>
+
+namespace tavo {
+namespace {
+
+// The sleep between two looks at the commands is cut, so that a changed time takes effect soon.
+constexpr long long kPollingSlices = 20;
+
+} // namespace
+
+void ImplGenICamCamera::asyncPollingMethod(HelperThread& thread) {
+    const std::vector<ImplGenICamNode*> commands = getCommandNodes();
+    for (;;) {
+        for (ImplGenICamNode* const command : commands) {
+            notifyNodeHasBeenInvalidated(command, false);
+        }
+        for (long long slice = 0; slice < kPollingSlices; ++slice) {
+            const long long time = std::max(getPollingSleepTime() / kPollingSlices, 1LL);
+            if (!thread.sleepUnlessCancelled(std::chrono::milliseconds(time))) {
+                return;
+            }
+        }
+    }
+}
+
+// The queue's lock is free while a node updates, so that a listener may cause new notices.
+void ImplGenICamCamera::asyncSignallingMethod(HelperThread& thread) {
+    while (!thread.isCancelRequested()) {
+        const ChangeQueue::Notice notice = m_changes.take();
+        if (notice.node != nullptr) {
+            notice.node->performSignalUpdate(notice.trigger);
+        }
+    }
+}
+
+// The retrieving thread first: at its end it lets the other two run.
+void ImplGenICamCamera::stopAsyncMethods() {
+    if (m_retrieving) {
+        m_retrieving->requestCancel();
+        m_retrieving->join();
+    }
+    m_polling.forbid();
+    m_signalling.forbid();
+    m_polling.waitUntilIdle();
+    m_signalling.waitUntilIdle();
+}
+
+} // namespace tavo

@@ -1,0 +1,7 @@
+#include "liomol/GenICamPortInterface.h"
+
+namespace tavo {
+
+GenICamPortInterface::~GenICamPortInterface() = default;
+
+} // namespace tavo

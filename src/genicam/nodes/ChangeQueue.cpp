@@ -1,0 +1,62 @@
+#include "genicam/nodes/ChangeQueue.h"
+
+#include "genicam/nodes/ImplGenICamNode.h"
+
+namespace tavo {
+
+void ChangeQueue::add(ImplGenICamNode& node, bool trigger) {
+    {
+        const std::lock_guard lock(m_lock);
+        if (node.m_notice != ImplGenICamNode::PendingNotice::None) {
+            if (trigger) {
+                node.m_notice = ImplGenICamNode::PendingNotice::Forced;
+            }
+            return;
+        }
+        m_waiting.push_back(&node);
+        node.m_notice =
+            trigger ? ImplGenICamNode::PendingNotice::Forced : ImplGenICamNode::PendingNotice::Plain;
+    }
+    m_changed.notify_one();
+}
+
+ChangeQueue::Notice ChangeQueue::take() {
+    std::unique_lock lock(m_lock);
+    m_changed.wait(lock, [this] { return m_stopped || !m_waiting.empty(); });
+    if (m_stopped) {
+        return {};
+    }
+    ImplGenICamNode* const node = m_waiting.front();
+    m_waiting.pop_front();
+    const bool trigger = node->m_notice == ImplGenICamNode::PendingNotice::Forced;
+    node->m_notice = ImplGenICamNode::PendingNotice::None;
+    return {node, trigger};
+}
+
+void ChangeQueue::stop() {
+    {
+        const std::lock_guard lock(m_lock);
+        m_stopped = true;
+    }
+    m_changed.notify_all();
+}
+
+void ChangeQueue::start() {
+    const std::lock_guard lock(m_lock);
+    m_stopped = false;
+}
+
+std::vector<ImplGenICamNode*> ChangeQueue::waiting() const {
+    const std::lock_guard lock(m_lock);
+    return {m_waiting.begin(), m_waiting.end()};
+}
+
+void ChangeQueue::clear() {
+    const std::lock_guard lock(m_lock);
+    for (ImplGenICamNode* const node : m_waiting) {
+        node->m_notice = ImplGenICamNode::PendingNotice::None;
+    }
+    m_waiting.clear();
+}
+
+} // namespace tavo

@@ -1,0 +1,58 @@
+#include "genicam/nodes/GenICamScopedReadWriteLock.h"
+
+#include "genicam/device/ImplGenICamCamera.h"
+
+namespace tavo {
+namespace {
+
+// The scopes through which this thread holds locks, the latest first. It is rarely longer than one: a
+// listener of one device that calls into another makes it two.
+thread_local DeviceLockScope* heldLocks = nullptr;
+
+} // namespace
+
+DeviceLockScope::DeviceLockScope(ImplGenICamCamera* camera, unsigned timeoutMs) : m_camera(camera) {
+    if (camera == nullptr) {
+        return;
+    }
+    for (const DeviceLockScope* held = heldLocks; held != nullptr; held = held->m_outer) {
+        if (held->m_camera == camera) {
+            m_nested = true;
+            return;
+        }
+    }
+    if (camera->lock(timeoutMs)) {
+        m_owns = true;
+        m_outer = heldLocks;
+        heldLocks = this;
+    }
+}
+
+void DeviceLockScope::release() {
+    if (!m_owns) {
+        return;
+    }
+    m_owns = false;
+    DeviceLockScope** link = &heldLocks;
+    while (*link != this) {
+        link = &(*link)->m_outer;
+    }
+    *link = m_outer;
+    m_camera->unlock();
+}
+
+GenICamScopedReadWriteLock::GenICamScopedReadWriteLock(
+    ImplGenICamNode* node, ReadWriteLockType type, unsigned timeoutMs)
+    : m_lock(node != nullptr ? node->getCamera() : nullptr, timeoutMs) {
+    if (!m_lock.owns()) {
+        return;
+    }
+    // A check that throws leaves with its own type, and m_lock releases the lock on the way.
+    if (type == ReadLock) {
+        node->checkReadability();
+    } else {
+        node->checkWritability();
+    }
+}
+
+} // namespace tavo

@@ -1,0 +1,255 @@
+#include "genicam/nodes/ImplGenICamNode.h"
+
+#include "genicam/device/ImplGenICamCamera.h"
+#include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "genicam/nodes/numbers.h"
+#include "genicam/nodes/sorted_nodes.h"
+#include "liomol/exceptions.h"
+
+namespace tavo {
+
+// ---- Properties ------------------------------------------------------------------------------------------
+
+const ImplGenICamNode::Texts& ImplGenICamNode::texts() const {
+    static const Texts defaults;
+    return m_texts ? *m_texts : defaults;
+}
+
+void ImplGenICamNode::setText(std::string Texts::*text, std::string value) {
+    if (value == texts().*text) {
+        return;
+    }
+    if (!m_texts) {
+        m_texts = std::make_unique<Texts>();
+    }
+    (*m_texts).*text = std::move(value);
+}
+
+const Quirks& ImplGenICamNode::quirks() const {
+    static constexpr Quirks own;
+    return m_camera != nullptr ? m_camera->quirks() : own;
+}
+
+// ---- Access ----------------------------------------------------------------------------------------------
+
+ImplGenICamNode::AccessRule ImplGenICamNode::valueAccessRule(const NumberReference& pValue) const {
+    if (m_imposedAccessMode != AccessMode::NotGiven) {
+        return {m_imposedAccessMode, nullptr};
+    }
+    if (pValue) {
+        return {AccessMode::NotGiven, pValue.node()};
+    }
+    return {AccessMode::RW, nullptr};
+}
+
+// Follows pValue in a loop, so that neither a long chain nor a cycle costs the stack.
+std::optional<ImplGenICamNode::AccessMode>
+ImplGenICamNode::findAccessMode(AccessRule (ImplGenICamNode::*ruleOf)() const) const {
+    const ImplGenICamNode* node = this;
+    for (unsigned hops = 0; hops < kMaxReferenceDepth; ++hops) {
+        const AccessRule rule = (node->*ruleOf)();
+        if (rule.below == nullptr) {
+            return rule.mode;
+        }
+        node = rule.below;
+    }
+    return std::nullopt;
+}
+
+ImplGenICamNode::AccessMode ImplGenICamNode::getAccessMode() const {
+    const std::optional<AccessMode> mode = findAccessMode(&ImplGenICamNode::currentAccessRule);
+    if (!mode) {
+        throw GicIllegalNodeException();
+    }
+    return *mode;
+}
+
+bool ImplGenICamNode::isWriteOnly() const {
+    return findAccessMode(&ImplGenICamNode::accessRule) == AccessMode::WO;
+}
+
+bool ImplGenICamNode::readState(const NumberReference& decider, std::atomic<bool>& cache) {
+    const bool state = !decider || decider.getFloat() != 0;
+    cache.store(state, std::memory_order_relaxed);
+    return state;
+}
+
+bool ImplGenICamNode::isImplemented() {
+    return readState(m_pIsImplemented, m_implementedCache);
+}
+
+bool ImplGenICamNode::isAvailable() {
+    return readState(m_pIsAvailable, m_availableCache);
+}
+
+bool ImplGenICamNode::isLocked() {
+    return m_pIsLocked && m_pIsLocked.getFloat() != 0;
+}
+
+// What reading and writing ask alike; false where nothing is checked.
+bool ImplGenICamNode::checkPresence() {
+    if (m_camera == nullptr || !m_camera->isCheckingEnabled()) {
+        return false;
+    }
+    if (!isImplemented()) {
+        throw GicNotImplementedException();
+    }
+    if (!isAvailable()) {
+        throw GicNotAvailableException();
+    }
+    return true;
+}
+
+bool ImplGenICamNode::isRestrictedTo(AccessMode mode) const {
+    return getAccessMode() == mode || m_imposedAccessMode == mode;
+}
+
+// A locked node can be read.
+void ImplGenICamNode::checkReadability() {
+    if (checkPresence() && isRestrictedTo(AccessMode::WO)) {
+        throw GicNotReadableException();
+    }
+}
+
+void ImplGenICamNode::checkWritability() {
+    if (!checkPresence()) {
+        return;
+    }
+    if (isLocked()) {
+        throw GicLockedException();
+    }
+    if (isRestrictedTo(AccessMode::RO)) {
+        throw GicNotWritableException();
+    }
+}
+
+bool ImplGenICamNode::acquireReadLock(ImplGenICamNode* node, unsigned timeoutMs) {
+    return acquireWriteLock(node, timeoutMs);
+}
+
+bool ImplGenICamNode::acquireWriteLock(ImplGenICamNode* node, unsigned timeoutMs) {
+    return node->m_camera == nullptr || node->m_camera->lock(timeoutMs);
+}
+
+void ImplGenICamNode::releaseReadLock(ImplGenICamNode* node) {
+    releaseWriteLock(node);
+}
+
+void ImplGenICamNode::releaseWriteLock(ImplGenICamNode* node) {
+    if (node->m_camera != nullptr) {
+        node->m_camera->unlock();
+    }
+}
+
+// ---- Numbers ---------------------------------------------------------------------------------------------
+
+std::int64_t ImplGenICamNode::readInteger() {
+    throw GicIllegalNodeException();
+}
+
+double ImplGenICamNode::readFloat() {
+    throw GicIllegalNodeException();
+}
+
+void ImplGenICamNode::writeInteger(std::int64_t) {
+    throw GicIllegalNodeException();
+}
+
+void ImplGenICamNode::writeFloat(double) {
+    throw GicIllegalNodeException();
+}
+
+std::int64_t ImplGenICamNode::integerToWrite(double value) const {
+    return quirks().truncatingConverters ? numbers::checkedInteger(value) : numbers::roundedInteger(value);
+}
+
+// ---- Changes ---------------------------------------------------------------------------------------------
+
+void ImplGenICamNode::addDependency(ImplGenICamNode& dependency) {
+    if (&dependency != this) {
+        insertSorted(m_dependencies, &dependency);
+        insertSorted(dependency.m_reverseDependencies, this);
+    }
+}
+
+bool ImplGenICamNode::isVolatile() {
+    const DeviceLockScope scope(m_camera);
+    return isVolatileNow();
+}
+
+bool ImplGenICamNode::isVolatileNow() {
+    const Volatility known = volatility();
+    return known == Volatility::Unknown ? walkVolatility() : known == Volatility::Volatile;
+}
+
+// Depth first through the dependencies, without recursion. A node that is met again on the way counts as
+// steady, which ends cycles; one volatile node makes all on the way to it volatile.
+bool ImplGenICamNode::walkVolatility() {
+    struct Step {
+        ImplGenICamNode* node;
+        std::size_t next;
+    };
+    std::vector<Step> path{{this, 0}};
+    m_volatility = Volatility::Steady;
+    while (!path.empty()) {
+        Step& step = path.back();
+        if (step.next == step.node->m_dependencies.size()) {
+            path.pop_back();
+            continue;
+        }
+        ImplGenICamNode* const dependency = step.node->m_dependencies[step.next++];
+        const Volatility known = dependency->volatility();
+        if (known == Volatility::Volatile) {
+            for (const Step& above : path) {
+                above.node->m_volatility = Volatility::Volatile;
+            }
+            return true;
+        }
+        if (known == Volatility::Unknown) {
+            dependency->m_volatility = Volatility::Steady;
+            path.push_back({dependency, 0});
+        }
+    }
+    return false;
+}
+
+void ImplGenICamNode::addInvalidated(ImplGenICamNode* node) {
+    if (node == nullptr) {
+        return;
+    }
+    if (!m_invalidated) {
+        m_invalidated = std::make_unique<std::vector<ImplGenICamNode*>>();
+    }
+    insertSorted(*m_invalidated, node);
+}
+
+const std::vector<ImplGenICamNode*>& ImplGenICamNode::invalidatedNodes() const {
+    static const std::vector<ImplGenICamNode*> none;
+    return m_invalidated ? *m_invalidated : none;
+}
+
+void ImplGenICamNode::invalidateOthers() {
+    for (ImplGenICamNode* const node : *m_invalidated) {
+        node->invalidateRegistersAndTriggerSignals();
+    }
+}
+
+void ImplGenICamNode::invalidateReverseDependencies() {
+    const DeviceLockScope scope(m_camera);
+    InvalidationWalk local;
+    (m_camera != nullptr ? m_camera->access().invalidation : local).spread(*this);
+}
+
+void ImplGenICamNode::invalidateRegistersAndTriggerSignals() {
+    const DeviceLockScope scope(m_camera);
+    InvalidationWalk local;
+    (m_camera != nullptr ? m_camera->access().invalidation : local).visit(*this);
+}
+
+void ImplGenICamNode::triggerUpdate() {
+    if (m_camera != nullptr) {
+        m_camera->notifyNodeHasBeenInvalidated(this, true);
+    }
+}
+
+} // namespace tavo

@@ -1,0 +1,217 @@
+// What all nodes share: properties, references that decide their states, access checks, and their place in
+// the graph along which changes spread.
+#pragma once
+
+#include "genicam/nodes/Lazy.h"
+#include "genicam/nodes/NumberReference.h"
+#include "liomol/node_kinds.h"
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace tavo {
+
+class ImplGenICamCamera;
+class ImplGenICamNodeInterfaceSignals;
+struct Quirks;
+struct NodeWatch;
+
+class LIOMOL_API ImplGenICamNodeInterface : public virtual GenICamNodeInterface {
+public:
+    // Reads what the node's interfaces show, as far as anybody has asked for their signals, and emits a
+    // signal for each item that differs from what was reported last, or for each one that can be read with
+    // `force`. The node's states come first, then a register's items, then the value's. Called by the
+    // signalling thread, without the device's lock; by one thread at a time.
+    virtual void performSignalUpdate(bool force) = 0;
+};
+
+// Built by the description's stages: constructed empty, handed to the device (ImplGenICamCamera::adoptNode),
+// given its literal properties, and, when all nodes exist, its references. After that nothing of it changes
+// but values, caches and marks, all of them under the device's lock.
+class LIOMOL_API ImplGenICamNode : public ImplGenICamNodeInterface, public virtual GenICamNode {
+public:
+    using AccessMode = GenICamTypes::GenICamAccessModeType;
+
+    ImplGenICamNode();
+    ~ImplGenICamNode() override;
+    ImplGenICamNode(const ImplGenICamNode&) = delete;
+    ImplGenICamNode& operator=(const ImplGenICamNode&) = delete;
+
+    // Properties
+    GenICamTypes::GenICamNodeType getNodeType() const override { return m_nodeType; }
+    const std::string& getName() const override { return m_name; }
+    const std::string& getNamespace() const override { return texts().nameSpace; }
+    const std::string& getToolTip() const override { return texts().toolTip; }
+    const std::string& getDescription() const override { return texts().description; }
+    const std::string& getDisplayName() const override { return texts().displayName; }
+    const std::string& getEventID() const override { return texts().eventId; }
+    std::string getValueAsString() override { return m_name; }
+    GenICamTypes::GenICamVisibilityType getVisibility() const override { return m_visibility; }
+    // GicIllegalNodeException when pValue leads in a circle. A node whose value is picked by an index reads
+    // the index.
+    AccessMode getAccessMode() const final;
+    // False also for a node whose access mode cannot be told.
+    bool isWriteOnly() const;
+    AccessMode getImposedAccessMode() const { return m_imposedAccessMode; }
+    bool isStreamable() const override { return m_streamable == GenICamTypes::GenICamYesNoType::Yes; }
+    bool hasAliasNode() const override { return m_alias != nullptr; }
+    GenICamNode* getAliasNode() const override { return m_alias; }
+    // The owning device; null until the node has been adopted.
+    ImplGenICamCamera* getCamera() const { return m_camera; }
+    // The device's; all on without one.
+    const Quirks& quirks() const;
+
+    void setNodeType(GenICamTypes::GenICamNodeType type) { m_nodeType = type; }
+    // Before the node is registered by name.
+    void setName(std::string name) { m_name = std::move(name); }
+    void setNamespace(std::string name) { setText(&Texts::nameSpace, std::move(name)); }
+    void setToolTip(std::string text) { setText(&Texts::toolTip, std::move(text)); }
+    void setDescription(std::string text) { setText(&Texts::description, std::move(text)); }
+    void setDisplayName(std::string text) { setText(&Texts::displayName, std::move(text)); }
+    void setEventID(std::string text) { setText(&Texts::eventId, std::move(text)); }
+    void setVisibility(GenICamTypes::GenICamVisibilityType visibility) { m_visibility = visibility; }
+    void setImposedAccessMode(AccessMode mode) { m_imposedAccessMode = mode; }
+    void setStreamable(GenICamTypes::GenICamYesNoType streamable) { m_streamable = streamable; }
+    // Called by the device that adopts the node.
+    void setCamera(ImplGenICamCamera* camera) { m_camera = camera; }
+
+    // References. Setters take null. Those of numbers leave the reference empty for a node without a number.
+    void setAlias(GenICamNode* node) { m_alias = node; }
+    void setPIsImplemented(GenICamNode* node) { m_pIsImplemented.set(node); }
+    void setPIsAvailable(GenICamNode* node) { m_pIsAvailable.set(node); }
+    void setPIsLocked(GenICamNode* node) { m_pIsLocked.set(node); }
+    // A change of `dependency` makes this node's value stale. A node never depends on itself; a repeated call
+    // adds nothing.
+    void addDependency(ImplGenICamNode& dependency);
+    // `node` is invalidated whenever this one is, although it does not read from it. Null is ignored, a
+    // repeated call adds nothing.
+    void addInvalidated(ImplGenICamNode* node);
+
+    // States
+    bool isImplemented() override;
+    bool isAvailable() override;
+    bool isLocked() override;
+    // The last results, true before the first query; nothing is read.
+    bool isImplementedCache() const { return m_implementedCache.load(std::memory_order_relaxed); }
+    bool isAvailableCache() const { return m_availableCache.load(std::memory_order_relaxed); }
+
+    // Throw when the device's checking is on and the node must not be read or written now.
+    void checkReadability();
+    void checkWritability();
+
+    // The device's lock, which reading takes exclusively too: a read changes caches. 0 milliseconds wait
+    // without limit; the result tells whether the lock was taken. A node without a device needs none.
+    static bool acquireReadLock(ImplGenICamNode* node, unsigned timeoutMs);
+    static bool acquireWriteLock(ImplGenICamNode* node, unsigned timeoutMs);
+    static void releaseReadLock(ImplGenICamNode* node);
+    static void releaseWriteLock(ImplGenICamNode* node);
+
+    // Changes
+    // Whether the value may change by itself. Computed once; takes the device's lock.
+    bool isVolatile();
+    // Drops what this node has cached, and spreads to the nodes that read from it.
+    void invalidateReverseDependencies();
+    // To be called under the device's lock when the node was given a value, by its user or through a
+    // reference: what it invalidates is invalidated even if no node below has told of the change.
+    void settleWrite() {
+        if (m_invalidated) {
+            invalidateOthers();
+        }
+    }
+    // The same, once until the mark is cleared, and queues the node (and all nodes reached) for its signals.
+    void invalidateRegistersAndTriggerSignals();
+    // Queues the node for its signals, whether they differ or not, without touching caches.
+    void triggerUpdate();
+    void performSignalUpdate(bool force) override;
+    // Made when first asked for; they live as long as the node.
+    ImplGenICamNodeInterfaceSignals* getNodeSignals();
+    // The mark of a node that was invalidated under the lock; the device clears it when the lock is released.
+    bool isTriggered() const { return m_triggered; }
+    void resetTriggerFlag() { m_triggered = false; }
+
+    ImplGenICamNode* asImplementation() override { return this; }
+
+    // The node's value as a number, for callers that hold the device's lock. GicIllegalNodeException for a
+    // kind without one.
+    virtual bool hasNumber() const { return false; }
+    virtual std::int64_t readInteger();
+    virtual double readFloat();
+    virtual void writeInteger(std::int64_t value);
+    virtual void writeFloat(double value);
+    // What a node of integers takes for a float. GicIllegalValueException when no integer can hold it.
+    std::int64_t integerToWrite(double value) const;
+
+protected:
+    // How a kind decides its access mode: by itself, or as the node below says.
+    struct AccessRule {
+        AccessMode mode = AccessMode::NotGiven;
+        const ImplGenICamNode* below = nullptr;
+    };
+    // Nothing is read for this one, which says nothing where that would be needed.
+    virtual AccessRule accessRule() const { return {}; }
+    // The same at the time of an access. May read, and throw what reading throws.
+    virtual AccessRule currentAccessRule() const { return accessRule(); }
+    // The rule of value nodes: the imposed mode, else that of pValue, else RW.
+    AccessRule valueAccessRule(const NumberReference& pValue) const;
+
+    enum class Volatility : unsigned char { Unknown, Volatile, Steady };
+    // For kinds that know it by themselves; the others are volatile exactly when one of their dependencies
+    // is.
+    virtual Volatility ownVolatility() const { return Volatility::Unknown; }
+
+    // Forgets what the node holds of the device's content.
+    virtual void dropContent() {}
+
+private:
+    friend class ChangeQueue;
+    friend class InvalidationWalk;
+    enum class PendingNotice : unsigned char { None, Plain, Forced };
+
+    // What the description says for people; most nodes say nothing of it.
+    struct Texts {
+        std::string nameSpace = "Custom";
+        std::string toolTip;
+        std::string description;
+        std::string displayName;
+        std::string eventId;
+    };
+    const Texts& texts() const;
+    void setText(std::string Texts::*text, std::string value);
+    static bool readState(const NumberReference& decider, std::atomic<bool>& cache);
+    bool checkPresence();
+    bool isRestrictedTo(AccessMode mode) const;
+    Volatility volatility() const {
+        const Volatility own = ownVolatility();
+        return own != Volatility::Unknown ? own : m_volatility;
+    }
+    std::optional<AccessMode> findAccessMode(AccessRule (ImplGenICamNode::*ruleOf)() const) const;
+    const std::vector<ImplGenICamNode*>& invalidatedNodes() const;
+    bool isVolatileNow();
+    bool walkVolatility();
+    void invalidateOthers();
+
+    ImplGenICamCamera* m_camera = nullptr;
+    NumberReference m_pIsImplemented;
+    NumberReference m_pIsAvailable;
+    NumberReference m_pIsLocked;
+    GenICamNode* m_alias = nullptr;
+    std::vector<ImplGenICamNode*> m_dependencies;                 // ascending addresses
+    std::vector<ImplGenICamNode*> m_reverseDependencies;          // ascending addresses
+    std::unique_ptr<std::vector<ImplGenICamNode*>> m_invalidated; // ascending addresses; null for most nodes
+    std::string m_name;
+    std::unique_ptr<Texts> m_texts; // null while all are the default
+    GenICamTypes::GenICamNodeType m_nodeType = GenICamTypes::Undefined;
+    GenICamTypes::GenICamVisibilityType m_visibility = GenICamTypes::GenICamVisibilityType::NotGiven;
+    AccessMode m_imposedAccessMode = AccessMode::NotGiven;
+    GenICamTypes::GenICamYesNoType m_streamable = GenICamTypes::GenICamYesNoType::NotGiven;
+    Volatility m_volatility = Volatility::Unknown;
+    bool m_triggered = false;                     // invalidated, and its notice not settled yet
+    PendingNotice m_notice = PendingNotice::None; // guarded by the device's change queue
+    Lazy<NodeWatch> m_nodeWatch;
+    std::atomic<bool> m_implementedCache{true};
+    std::atomic<bool> m_availableCache{true};
+};
+
+} // namespace tavo

@@ -1,0 +1,34 @@
+#include "genicam/nodes/ImplGenICamPort.h"
+
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/exceptions.h"
+
+namespace tavo {
+
+GenICamPortInterface& ImplGenICamPort::transport() const {
+    GenICamPortInterface* const port = getCamera() != nullptr ? getCamera()->getPort(getName()) : nullptr;
+    if (port == nullptr) {
+        throw GicPortNotAvailableException();
+    }
+    return *port;
+}
+
+void ImplGenICamPort::read(unsigned char* buffer, long long address, long long length) {
+    const std::lock_guard lock(m_access);
+    transport().read(buffer, address, length);
+}
+
+void ImplGenICamPort::write(unsigned char* buffer, long long address, long long length) {
+    const std::lock_guard lock(m_access);
+    transport().write(buffer, address, length);
+}
+
+void ImplGenICamPort::setConnection(int board, int port, unsigned int ip) {
+    transport().setConnection(board, port, ip);
+}
+
+std::int64_t ImplGenICamPort::getChunkId() const {
+    return m_pChunkId ? m_pChunkId.getInteger() : m_chunkId;
+}
+
+} // namespace tavo

@@ -1,0 +1,30 @@
+#include "genicam/nodes/node_limits.h"
+
+#include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "genicam/nodes/ImplGenICamNode.h"
+#include "genicam/nodes/reference_hop.h"
+#include "liomol/exceptions.h"
+
+namespace tavo {
+
+bool hasLimit(ImplGenICamNode& node, NodeLimit limit) {
+    return node.asInteger() != nullptr || (node.asFloat() != nullptr && limit != NodeLimit::Inc);
+}
+
+MathValue readLimit(ImplGenICamNode& node, NodeLimit limit) {
+    const DeviceLockScope lock(node.getCamera());
+    const ReferenceHop hop(node);
+    if (auto* const integer = node.asInteger()) {
+        return MathValue::fromInteger(
+            limit == NodeLimit::Min   ? integer->getMin()
+            : limit == NodeLimit::Max ? integer->getMax()
+                                      : integer->getInc());
+    }
+    auto* const real = node.asFloat();
+    if (real == nullptr || limit == NodeLimit::Inc) {
+        throw GicIllegalNodeException();
+    }
+    return MathValue::fromFloat(limit == NodeLimit::Min ? real->getMin() : real->getMax());
+}
+
+} // namespace tavo
