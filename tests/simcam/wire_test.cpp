@@ -2,6 +2,7 @@
 #include "harness.h"
 #include "support/golden.h"
 
+#include <algorithm>
 #include <set>
 #include <sstream>
 
