@@ -72,9 +72,10 @@ private:
     std::condition_variable m_wake;
     std::deque<Bytes> m_inbox;   // guarded by m_inboxMutex
     std::uint64_t m_dropped = 0; // guarded by m_inboxMutex
-    bool m_acted = false;        // guarded by m_inboxMutex: something besides a frame came from outside
-    bool m_stop = false;         // guarded by m_inboxMutex
-    std::optional<Time> m_next;  // of the camera's thread alone
+    // Guarded by m_inboxMutex: there is work besides frames; at first an address may have to be found.
+    bool m_acted = true;
+    bool m_stop = false;        // guarded by m_inboxMutex
+    std::optional<Time> m_next; // of the camera's thread alone
 
     const bool m_plain;
     const std::string m_stateFile;

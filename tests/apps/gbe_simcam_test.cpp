@@ -271,6 +271,12 @@ TEST_F(GbeSimcam, ThirtyTwoFindAddressesOfTheirOwn) {
     EXPECT_EQ(outcome.err, "");
 }
 
+TEST_F(GbeSimcam, FindsAnAddressOnAQuietWire) {
+    const test_support::NetNamespace::Inside inside(wire.camera);
+    test::Program program(GBE_SIMCAM, {"--interface", "camera0", "--camera", "probe-second=20"});
+    EXPECT_TRUE(program.prints("mask 255.255.0.0 (link-local), on camera0\n"));
+}
+
 TEST_F(GbeSimcam, SaysWhyItDoesNotStart) {
     std::ofstream("bad.conf") << "[camera]\nmac = 02:00:00:00:00:01\n[board 0]\n";
     std::ofstream("early.conf") << "\nip = 10.0.0.1\n";
