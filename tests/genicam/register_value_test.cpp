@@ -144,6 +144,8 @@ TEST(RegisterNumbers, FieldsThatCannotBeEndInAnError) {
         {"half given", 4, 0, -1, "LittleEndian", -40007},
         {"beyond 64 bits", 8, 60, 64, "LittleEndian", -40007},
         {"below the register", 2, 16, 16, "BigEndian", -40007},
+        {"beyond the register", 2, 8, 16, "LittleEndian", -40007},
+        {"in a register without bytes", 0, 0, 0, "LittleEndian", -40007},
         {"absurd", 8, kLowest, kHighest, "BigEndian", -40007},
         {"absurd the other way", 8, kHighest, 0, "BigEndian", -40007},
         {"in a register too long", 20, 0, 0, "BigEndian", -40007},
@@ -161,7 +163,9 @@ TEST(RegisterNumbers, FieldsThatCannotBeEndInAnError) {
         device.expect("F=1 -> " + code + "; F -> " + (row.code == 0 ? "1" : code));
         auto& field = device.as<ImplGenICamMaskedIntReg>("F");
         EXPECT_EQ(codeOf([&] { field.getValueMask(); }), row.code);
-        codeOf([&] { field.getMin(); });
+        const bool isTooWide = field.getBitLength() > 64;
+        EXPECT_EQ(codeOf([&] { field.getMin(); }), isTooWide ? -40008 : row.code);
+        EXPECT_EQ(codeOf([&] { field.getMax(); }), isTooWide ? -40008 : row.code);
         if (field.getLSB() == 31) { // bit 0 of the last row, counted from the other end
             EXPECT_EQ(field.getMSB(), 31);
             EXPECT_EQ(field.getValueMask(), 0x80000000U);
@@ -186,6 +190,9 @@ TEST(Registers, DoAsTheirScripts) {
          "Single=1e300; Single -> inf; Single=-1e300; Single -> -inf; Single=1.5; Single -> 1.5; "
          "Double=-2.25e200; Double -> -2.25e+200; #Two -> 0r 0w; Two -> -40008; Two=1 -> -40008; "
          "None -> -40008; None=1 -> -40008"},
+        {"the largest float", reg("Single", 0, 4, "", "FloatReg"),
+         "Single=3.4028235e38; @0+4 -> FF FF 7F 7F; Single=-3.4028235e38; @0+4 -> FF FF 7F FF; "
+         "Single=3.4028236e38; Single -> inf"},
         {"floats of both orders", reg("B", 0, 4, big, "FloatReg") + reg("L", 8, 4, "", "FloatReg"),
          "B=1; @0+4 -> 3F 80 00 00; L=1; @8+4 -> 00 00 80 3F; B -> 1; L -> 1"},
         {"texts fill the whole register", reg("S", 0, 4, "", "StringReg"),
@@ -202,6 +209,18 @@ TEST(Registers, DoAsTheirScripts) {
              std::to_string(tavo::kMaxRegisterLength) + "; S -> -40008; S=x -> -40008; L=" +
              std::to_string(kHighest) + "; S -> -40008; L=" + std::to_string(kLowest) + "; S -> -40008"},
     });
+}
+
+TEST(Registers, HoldTheLimitsOfTheirFloats) {
+    for (const int length : {4, 8}) {
+        Device device(inRoot(reg("F", 0, length, "", "FloatReg")), true);
+        auto& node = device.as<tavo::ImplGenICamFloatReg>("F");
+        for (const double limit : {node.getMin(), node.getMax()}) {
+            node.setValue(limit);
+            device.camera.invalidateAllNodes();
+            EXPECT_EQ(node.getValue(), limit);
+        }
+    }
 }
 
 TEST(Registers, ShowBytesInAddressOrderWhicheverAccessCameFirst) {

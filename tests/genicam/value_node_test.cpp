@@ -149,9 +149,12 @@ TEST(Formulas, DoAsTheirScripts) {
              converter("OverReal", "FROM+SHIFT", "TO-SHIFT", "R") +
              converter("Whole", "FROM-7", "TO+7", "W", "IntConverter") +
              converter("OverBoolean", "FROM", "1", "B", "IntConverter") +
-             converter("Alone", "FROM", "TO", "Missing"),
+             converter("OverMode", "FROM*2", "TO/2", "Mode") + converter("Alone", "FROM", "TO", "Missing") +
+             "<Enumeration Name='Mode'><EnumEntry Name='A'><Value>8</Value></EnumEntry><EnumEntry "
+             "Name='B'><Value>10</Value></EnumEntry></Enumeration>",
          "OverWhole=5; W -> 10; OverWhole -> 5; OverWhole=-1.75; W -> -3; OverReal=1; R -> 1.25; "
-         "OverReal -> 1; Whole=-3; W -> -10; Whole -> -3; OverBoolean=4; B -> true; Alone=1 -> -40007; "
+         "OverReal -> 1; Whole=-3; W -> -10; Whole -> -3; OverBoolean=4; B -> true; "
+         "OverBoolean -> 1; OverMode=5; Mode -> B; OverMode -> 5; Alone=1 -> -40007; "
          "Alone -> -40009"},
         {"the limits of the node below apply",
          "<Integer Name='I'><Max>10</Max></Integer>" + converter("C", "FROM", "TO", "I", "IntConverter") +

@@ -129,15 +129,20 @@ ImplGenICamMathVariables::Extras& ImplGenICamMathVariables::extras() {
     return *m_extras;
 }
 
-// Only appends: a description may bind any number of names, and order() is enough before the first look.
 void ImplGenICamMathVariables::setVariable(const std::string& name, GenICamNode* node) {
+    NumberReference reference;
+    const bool hasNumber = reference.set(node);
+    bind(name, node, hasNumber && !reference.node()->quirks().numericVariablesOnly);
+}
+
+// Only appends: a description may bind any number of names, and order() is enough before the first look.
+void ImplGenICamMathVariables::bind(const std::string& name, GenICamNode* node, bool isNumber) {
     Variable variable{upperCase(name), {}, Kind::Unbound};
     if (node != nullptr) {
-        const bool hasNumber = variable.node.set(node);
-        const bool isVariable = hasNumber && !variable.node.node()->quirks().numericVariablesOnly;
+        variable.node.set(node);
         variable.kind = node->asInteger() != nullptr ? Kind::Integer
                         : node->asFloat() != nullptr ? Kind::Float
-                        : isVariable                 ? Kind::Integer
+                        : isNumber                   ? Kind::Integer
                                                      : Kind::Other;
     }
     m_variables.push_back(std::move(variable));

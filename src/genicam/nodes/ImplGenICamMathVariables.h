@@ -39,6 +39,9 @@ public:
     MathValue getVariable(int slot) override;
 
 protected:
+    // As setVariable; `isNumber` tells whether a node that is neither an Integer nor a Float counts as an
+    // integer.
+    void bind(const std::string& name, GenICamNode* node, bool isNumber);
     // The value of a formula in which the variable of a name, if there is one, has a value of its own.
     MathValue evaluateWith(std::string_view name, MathValue value, MathParser& formula, bool asInteger);
 

@@ -148,7 +148,8 @@ private:
 };
 
 // A bit field of an integer register. LSB and MSB are -1 while they are not given; a field that lies outside
-// of the 64 bits of a value ends in GicIllegalNodeException.
+// of the register or of the 64 bits of a value ends in GicIllegalNodeException, also when its limits are
+// asked for. One without a sign that fills all 64 bits shows them as they are.
 class LIOMOL_API ImplGenICamMaskedIntReg : public ImplGenICamIntReg, public GenICamMaskedIntReg {
 public:
     void setLSB(std::int64_t bit) { m_lsb = bit; }

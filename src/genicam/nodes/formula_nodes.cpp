@@ -46,7 +46,7 @@ ConverterFormulas::~ConverterFormulas() = default;
 void ConverterFormulas::setPValue(GenICamNode* node) {
     m_pValue.set(node);
     m_integerBelow = m_pValue && node->asFloat() == nullptr;
-    setVariable("TO", node);
+    bind("TO", node, bool(m_pValue)); // no variable of the description: any node that takes a number
 }
 
 void ConverterFormulas::setFromNode(GenICamNode* node) {

@@ -89,7 +89,7 @@ ImplGenICamMaskedIntReg::Field ImplGenICamMaskedIntReg::field(std::int64_t lengt
         throw GicIllegalNodeException(); // the description names no field
     }
     const auto [low, high] = std::minmax({bitPlace(m_lsb, length), bitPlace(m_msb, length)});
-    if (low < 0 || high >= kMaxValueBits) {
+    if (low < 0 || high >= kMaxValueBits || high / 8 >= length) {
         throw GicIllegalNodeException();
     }
     return {static_cast<unsigned>(low), static_cast<unsigned>(high - low + 1)};
@@ -116,11 +116,10 @@ std::uint64_t ImplGenICamMaskedIntReg::getValueMask() {
 }
 
 std::int64_t ImplGenICamMaskedIntReg::valueBits() {
-    const std::int64_t bits = getBitLength();
-    if (bits > kMaxValueBits) {
+    if (getBitLength() > kMaxValueBits) {
         throw GicIllegalRegisterLengthException();
     }
-    return bits;
+    return field(getLength()).bits;
 }
 
 // The field is brought down without its sign first: one that ends at the highest bit reads as it was written.
@@ -154,14 +153,19 @@ bool isSinglePrecision(std::int64_t length) {
     return length == sizeof(float);
 }
 
-// The nearest float; infinity beyond its range, which a plain conversion leaves undefined.
+using Single = std::numeric_limits<float>;
+using Double = std::numeric_limits<double>;
+
+// The nearest float: the largest one also for what decimal digits round it up to, infinity beyond. A plain
+// conversion leaves both undefined.
 float toSingle(double value) {
-    constexpr double most = std::numeric_limits<float>::max();
-    if (std::abs(value) > most) {
-        return std::copysign(
-            std::numeric_limits<float>::infinity(), static_cast<float>(std::copysign(1.0, value)));
+    constexpr double most = Single::max();
+    constexpr double halfAStep = 0x1p103; // between the largest float and what would follow it
+    if (std::abs(value) <= most) {
+        return static_cast<float>(value);
     }
-    return static_cast<float>(value);
+    const float nearest = std::abs(value) < most + halfAStep ? Single::max() : Single::infinity();
+    return value < 0 ? -nearest : nearest;
 }
 
 } // namespace
@@ -170,11 +174,11 @@ double ImplGenICamFloatReg::getMin() {
     if (!quirks().positiveFloatMinimum) {
         return -getMax();
     }
-    return isSinglePrecision(getLength()) ? 1.1754944e-38 : 2.2250738585072014e-308;
+    return isSinglePrecision(getLength()) ? double{Single::min()} : Double::min();
 }
 
 double ImplGenICamFloatReg::getMax() {
-    return isSinglePrecision(getLength()) ? 3.4028235e38 : 1.7976931348623157e308;
+    return isSinglePrecision(getLength()) ? double{Single::max()} : Double::max();
 }
 
 double ImplGenICamFloatReg::readFloat() {
