@@ -38,15 +38,16 @@ void BoardWorker::requestStop() {
     m_wake.notify_all();
 }
 
-bool BoardWorker::waitForEnd(std::chrono::steady_clock::time_point deadline) {
+BoardWorker::End BoardWorker::waitForEnd(std::chrono::steady_clock::time_point deadline) {
     std::unique_lock lock(m_mutex);
-    return m_ended.wait_until(lock, deadline, [this] { return m_end; });
+    m_ended.wait_until(lock, deadline, [this] { return m_end || m_opening; });
+    return m_end ? End::Ended : m_opening ? End::Opening : End::Stuck;
 }
 
 void BoardWorker::run() {
     Ports ports{};
     for (std::uint64_t number = 0; waitForWork(ports, number);) {
-        if (view().phase != Phase::Open) {
+        if (view().phase != Phase::Open && beginOpening()) {
             open();
             ports.fill(true);
         }
@@ -80,10 +81,17 @@ bool BoardWorker::waitForWork(Ports& ports, std::uint64_t& number) {
     return !m_stop;
 }
 
+bool BoardWorker::beginOpening() {
+    const std::lock_guard lock(m_mutex);
+    m_opening = !m_stop;
+    return m_opening;
+}
+
 void BoardWorker::open() {
     BoardHandle* none = nullptr;
     const int result = Gbe_initBoard(static_cast<int>(m_board), GBE_SERVICE_MODE, &none);
     const std::lock_guard lock(m_mutex);
+    m_opening = false;
     const bool news = m_view.phase != Phase::Absent; // later failures say nothing new
     m_view.phase = result == 0 ? Phase::Open : Phase::Absent;
     if (result != 0 && m_expected && news) {

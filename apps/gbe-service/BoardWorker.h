@@ -33,7 +33,7 @@ public:
     // `changed` is called by the thread after each change of the view. `expected`: a failure to open is told
     // on standard error.
     BoardWorker(unsigned board, bool expected, std::function<void()> changed);
-    // The thread must have ended, see waitForEnd.
+    // The thread must have ended: waitForEnd said so.
     ~BoardWorker();
     BoardWorker(const BoardWorker&) = delete;
     BoardWorker& operator=(const BoardWorker&) = delete;
@@ -46,13 +46,16 @@ public:
     std::uint64_t requestLook(std::optional<unsigned> port);
 
     void requestStop();
-    // After requestStop: waits for the thread, which closes the board; false when the time is over before.
-    bool waitForEnd(std::chrono::steady_clock::time_point deadline);
+    enum class End { Ended, Opening, Stuck };
+    // After requestStop: waits for the thread, which closes the board, until the deadline. A board that is
+    // being opened is not waited for: it takes seconds, and whoever opens it next resets it.
+    End waitForEnd(std::chrono::steady_clock::time_point deadline);
 
 private:
     using Ports = std::array<bool, kPorts>;
 
     void run();
+    bool beginOpening();
     void open();
     void close();
     void look(const Ports& ports);
@@ -69,6 +72,7 @@ private:
     View m_view;
     Ports m_wanted{};
     std::uint64_t m_requested = 0;
+    bool m_opening = false;
     bool m_stop = false;
     bool m_end = false;
 

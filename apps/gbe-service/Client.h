@@ -1,21 +1,27 @@
 // One connection: lines in, replies out, in order, within bounds.
+//
+// A plain socket with notifiers. What has arrived is worked on before more is read, so that a buffer full of
+// requests, or one that ends with half a line, never keeps the rest from being read; a client that has closed
+// its sending end still gets its replies.
 #pragma once
 
 #include "Desk.h"
 
 #include <QtCore/QObject>
+#include <QtCore/QSocketNotifier>
 #include <QtCore/QTimer>
-#include <QtNetwork/QLocalSocket>
 
 #include <optional>
+#include <string>
 
 namespace gbe_service {
 
 class Client : public QObject {
     Q_OBJECT
 public:
-    // Takes over the connected descriptor.
+    // Takes over the connected descriptor, which does not block.
     Client(int fd, Desk& desk, std::chrono::seconds idleLimit);
+    ~Client() override;
 
     // Tries a request that waits again.
     void retry();
@@ -30,19 +36,30 @@ private:
         Ticket ticket;
     };
 
+    void receive();
     void work();
-    void workOnLine(QByteArray line);
+    std::optional<std::string> takeLine();
+    void begin(const std::string& line);
+    void tryToAnswer();
     void reply(const QByteArray& lines);
-    void refuseAndClose(const QByteArray& line);
+    void flush();
+    void settle();
+    void end();
     void onTimer();
 
     Desk& m_desk;
     const std::chrono::seconds m_idleLimit;
-    QLocalSocket m_socket;
+    const int m_fd;
+    QSocketNotifier m_readable;
+    QSocketNotifier m_writable;
     QTimer m_timer; // runs always: the idle limit, or while a request waits that of the reply
+    std::string m_in;
+    std::size_t m_taken = 0; // bytes of m_in that were worked on
+    std::string m_out;       // replies that are not sent
     std::optional<Waiting> m_waiting;
-    bool m_working = false;
-    bool m_closing = false;
+    bool m_inputOver = false; // the client sends nothing more
+    bool m_closing = false;   // once all is sent
+    bool m_over = false;
 };
 
 } // namespace gbe_service

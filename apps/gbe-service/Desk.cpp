@@ -56,8 +56,16 @@ bool Desk::stop() {
     for (const auto& board : m_boards) {
         board->requestStop();
     }
-    return std::all_of(
-        m_boards.begin(), m_boards.end(), [&](const auto& board) { return board->waitForEnd(deadline); });
+    bool all = true;
+    for (const auto& board : m_boards) {
+        const BoardWorker::End end = board->waitForEnd(deadline);
+        all = all && end == BoardWorker::End::Ended;
+        if (end == BoardWorker::End::Stuck) {
+            std::fprintf(
+                stderr, "gbe-service: board %u does not come to an end; left as it is\n", board->board());
+        }
+    }
+    return all;
 }
 
 BoardWorker* Desk::find(std::optional<unsigned> board) const {

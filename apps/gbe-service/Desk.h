@@ -28,7 +28,8 @@ public:
     // The lines of the reply, each with its end; nothing while the request must wait for a board.
     std::optional<QByteArray> answer(const Request& request, Ticket& ticket);
 
-    // Closes the boards; false when one of them does not end in time, and the process must be ended hard.
+    // Closes the boards; false when one of them is being opened or does not end in time (told on standard
+    // error): the process must be ended hard.
     bool stop();
 
 private:

@@ -5,6 +5,7 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QSocketNotifier>
+#include <QtCore/QTimer>
 
 #include <memory>
 #include <string>

@@ -2,20 +2,22 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 
 namespace gbe_service {
 
 inline constexpr unsigned kBoards = 8;
 inline constexpr unsigned kPorts = 4; // of a board
 
-inline constexpr int kMaxRequestLength = 64 * 1024; // a longer line ends the connection
-inline constexpr int kMaxWaitingOutput = 64 * 1024; // a client that reads nothing of so much is cut off
-inline constexpr int kMaxClients = 256;             // far below the usual limit of descriptors
+inline constexpr std::size_t kMaxRequestLength = 64 * 1024; // a longer line ends the connection
+inline constexpr std::size_t kMaxWaitingOutput =
+    64 * 1024;                          // a client that reads nothing of so much is cut off
+inline constexpr int kMaxClients = 256; // far below the usual limit of descriptors
 inline constexpr int kMaxConfigurationSize = 1 << 20;
 
 inline constexpr std::chrono::seconds kDefaultIdleLimit{60}; // without a request
 inline constexpr std::chrono::seconds kReplyLimit{30};       // for a board to open or a link to be read
 inline constexpr std::chrono::seconds kLinkRefresh{5};       // between looks at the links of a board
-inline constexpr std::chrono::seconds kStopLimit{10};        // for a board that is being opened
+inline constexpr std::chrono::seconds kStopLimit{10}; // for a look at links to end, and a board to be closed
 
 } // namespace gbe_service

@@ -90,7 +90,6 @@ int serve(const Options& options) {
     result = QCoreApplication::exec();
     if (!desk.stop()) {
         unlink(LIOMOL_SERVICE_SOCKET);
-        std::fprintf(stderr, "gbe-service: a board does not come to an end; left as it is\n");
         std::_Exit(result);
     }
     return result;

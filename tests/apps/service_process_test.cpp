@@ -173,9 +173,30 @@ TEST_F(RunningService, SurvivesClientsThatVanish) {
         }
     }
     RawClient half;
-    ASSERT_TRUE(half.send("COUNT BOARDS\n"));
+    ASSERT_TRUE(half.send("RESCAN BOARD 0 PORT 0\nCOUNT BOARDS\nCOUNT"));
     shutdown(half.fd(), SHUT_WR);
-    EXPECT_EQ(half.reply(), "200-1\n200 OK\n") << "only its sending end has gone";
+    EXPECT_EQ(half.reply(), "200 OK\n") << "only its sending end has gone";
+    EXPECT_EQ(half.reply(), "200-1\n200 OK\n");
+    EXPECT_EQ(half.line(), "") << "closed";
+}
+
+TEST_F(RunningService, ReadsOnBehindABufferFullOfRequests) {
+    constexpr int kRequests = 30000;
+    RawClient client;
+    std::thread sender([&client] {
+        std::string all;
+        for (int i = 0; i < kRequests; ++i) {
+            all += "OPEN MAC x\n";
+        }
+        EXPECT_TRUE(client.send(all));
+    });
+    int replies = 0;
+    while (replies < kRequests && client.line() == "510 not a MAC address\n") {
+        ++replies;
+    }
+    EXPECT_EQ(replies, kRequests);
+    shutdown(client.fd(), SHUT_RDWR); // whoever still waits, waits no longer
+    sender.join();
 }
 
 TEST_F(RunningService, ClosesClientsThatNeverReadOrNeverAsk) {
@@ -236,7 +257,9 @@ TEST(ServiceLife, StopsWhileABoardIsBeingOpened) {
     ASSERT_TRUE(service.answers());
     RawClient waits;
     ASSERT_TRUE(waits.send("STATUS BOARD 0 PORT 0\n"));
+    const auto before = std::chrono::steady_clock::now();
     EXPECT_EQ(service.stop().status, 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(3)) << "opening takes 4";
     EXPECT_FALSE(QFile::exists(LIOMOL_SERVICE_SOCKET));
 }
 
