@@ -2,7 +2,7 @@
 // memory.
 #include "genicam/device/ImplGenICamCamera.h"
 
-#include "support/generated_description.h"
+#include "generated_description.h"
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>

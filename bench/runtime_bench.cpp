@@ -3,7 +3,7 @@
 #include "genicam/device/ImplGenICamCamera.h"
 #include "genicam/faces/interface_signals.h"
 
-#include "support/generated_description.h"
+#include "generated_description.h"
 
 #include <benchmark/benchmark.h>
 

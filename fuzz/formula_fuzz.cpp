@@ -5,7 +5,7 @@
 #include "math/MathParser.h"
 
 #include "../tests/math/TableOfVariables.h"
-#include "../tests/math/splitting_by_rescan.h"
+#include "splitting_by_rescan.h"
 
 #include <cstddef>
 #include <cstdint>

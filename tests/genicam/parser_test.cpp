@@ -1,8 +1,8 @@
 // XML text into a tree of builders.
+#include "../../bench/generated_description.h"
 #include "genicam/description/GenICamParser.h"
 #include "genicam/description/GenICamTreeBuilder.h"
 #include "genicam/description/xml_outline.h"
-#include "support/generated_description.h"
 
 #include <gtest/gtest.h>
 

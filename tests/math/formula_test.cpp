@@ -8,7 +8,6 @@
 #include <limits>
 #include <sstream>
 #include <string>
-#include <thread>
 
 namespace {
 
@@ -276,23 +275,6 @@ TEST(Formula, TokensAccumulateUntilReset) {
     EXPECT_EQ(messageOf([&] { parser.evaluateInteger(); }), "empty token queue");
     parser.tokenize("MISSING", nullptr);
     EXPECT_EQ(messageOf([&] { parser.evaluateInteger(); }), "illegal identifier");
-}
-
-TEST(Formula, ParsersOnDifferentThreadsDoNotMeet) {
-    std::vector<std::thread> threads;
-    for (std::int64_t n = 0; n < 4; ++n) {
-        threads.emplace_back([n] {
-            TableOfVariables variables{{"N", MathValue::fromInteger(n)}};
-            for (int i = 0; i < 200; ++i) {
-                MathParser parser;
-                parser.tokenize("N>1?SQRT(N*N)+ROUND(N/2,1):N**2", &variables);
-                EXPECT_EQ(parser.evaluateInteger(), n > 1 ? n + n / 2 : n * n);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
 }
 
 TEST(Formula, PublicHelpers) {
