@@ -246,8 +246,8 @@ void readEveryFeature(Place& place) {
         unsigned size = text.size();
         Gbe_getFeatureName(place.camera, static_cast<unsigned>(index), &name);
         const int result = Gbe_getValueAsString(place.camera, name, text.data(), &size);
-        place.unreadable += result != 0 ? 1 : 0;    // commands, categories and what is not available
-        place.failures += result == -40011 ? 1 : 0; // no answer
+        place.unreadable += result != 0 ? 1 : 0; // commands, categories and what is not available
+        place.failures += result == GBE_ERROR_TRANSPORT_LAYER ? 1 : 0; // no answer
     }
 }
 

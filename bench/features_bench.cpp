@@ -72,7 +72,7 @@ private:
 };
 
 BoardHandle* openBoard() {
-    constexpr int kNoBoard = -40018; // as long as the service does not answer
+    constexpr int kNoBoard = GBE_ERROR_BOARD_INITIALIZATION; // as long as the service does not answer
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     for (;;) {
         BoardHandle* board = nullptr;

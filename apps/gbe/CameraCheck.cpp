@@ -11,7 +11,6 @@ namespace {
 
 constexpr unsigned kCommandPort = 3015; // UDP port that the library's commands come from
 constexpr unsigned kUsualPacket = 1500; // what the library sets when it connects
-constexpr int kNoAnswer = -40012;
 
 std::string label(const FoundCamera& camera) {
     const std::string name = fieldText(camera.info.userDefinedName);
@@ -70,7 +69,7 @@ bool CameraCheck::answers(CameraHandle* handle, const FoundCamera& camera, unsig
         m_port.ear->take();
     }
     const int code = Gbe_readRegister(handle, bootstrap::kControlChannelPrivilege, &privilege);
-    if (code == kNoAnswer) {
+    if (code == GBE_ERROR_CONNECTION) {
         explainSilence(camera);
     } else if (code < 0) {
         bad(camera, "refuses to be read: another application has exclusive control of it",
@@ -173,8 +172,7 @@ unsigned CameraCheck::freeAddress(unsigned present) const {
 }
 
 bool CameraCheck::isTaken(unsigned ip) const {
-    constexpr unsigned kPorts = 4;
-    for (unsigned port = 0; port < kPorts; ++port) {
+    for (unsigned port = 0; port < GBE_PORTS; ++port) {
         if (portAddress(m_board, port).ip == ip) {
             return true;
         }

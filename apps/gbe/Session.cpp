@@ -10,12 +10,6 @@
 namespace gbe {
 namespace {
 
-constexpr unsigned kPorts = 4;
-
-constexpr int kBoardInitialization = -40018;
-constexpr int kNoCamerasFound = -40023;
-constexpr int kCameraDoesNotExist = -40024;
-
 std::string placeText(const Selection& selection) {
     std::string text = "board " + std::to_string(selection.board);
     if (selection.port) {
@@ -28,8 +22,8 @@ std::vector<unsigned> portsOf(const Selection& selection) {
     if (selection.port) {
         return {*selection.port};
     }
-    std::vector<unsigned> ports(kPorts);
-    for (unsigned port = 0; port < kPorts; ++port) {
+    std::vector<unsigned> ports(GBE_PORTS);
+    for (unsigned port = 0; port < GBE_PORTS; ++port) {
         ports[port] = port;
     }
     return ports;
@@ -72,7 +66,8 @@ Mac macOfName(BoardHandle* board, const Selection& selection) {
     const auto count = std::count_if(found.begin(), found.end(), named);
     if (count == 0) {
         throw Failure(
-            "camera \"" + selection.name + "\"", found.empty() ? kNoCamerasFound : kCameraDoesNotExist);
+            "camera \"" + selection.name + "\"",
+            found.empty() ? GBE_ERROR_NO_CAMERAS_FOUND : GBE_ERROR_CAMERA_DOES_NOT_EXIST);
     }
     if (count > 1) {
         throw Failure(
@@ -135,7 +130,8 @@ Board openBoard(int board) {
     BoardHandle* handle = nullptr;
     const int code = Gbe_initBoard(board, 0, &handle);
     check(
-        "board " + std::to_string(board) + (code == kBoardInitialization ? " (is gbe-service running?)" : ""),
+        "board " + std::to_string(board) +
+            (code == GBE_ERROR_BOARD_INITIALIZATION ? " (is gbe-service running?)" : ""),
         code);
     return Board(handle, &Gbe_freeBoard);
 }
@@ -151,14 +147,16 @@ PickedCamera pickCamera(BoardHandle* board, const Selection& selection) {
     if (!selection.name.empty() && !selection.mac) {
         wanted.mac = macOfName(board, selection);
     }
-    int code = kNoCamerasFound;
+    int code = GBE_ERROR_NO_CAMERAS_FOUND;
     for (const unsigned port : portsOf(selection)) {
         CameraHandle* camera = nullptr;
         const int result = pickOnPort(board, port, wanted, &camera);
         if (result >= 0) {
             return {Camera(camera, &Gbe_freeCamera), port};
         }
-        code = code == kNoCamerasFound ? result : code; // the most telling: a port without cameras says least
+        code = code == GBE_ERROR_NO_CAMERAS_FOUND
+                   ? result
+                   : code; // the most telling: a port without cameras says least
     }
     throw Failure("camera on " + placeText(selection), code);
 }

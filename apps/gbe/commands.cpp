@@ -17,10 +17,6 @@
 namespace gbe {
 namespace {
 
-constexpr int kBoards = 8;
-constexpr unsigned kPorts = 4;
-constexpr int kBoardInitialization = -40018;
-
 void print(const QJsonDocument& document) {
     std::printf("%s", document.toJson(QJsonDocument::Indented).constData());
 }
@@ -97,7 +93,7 @@ void showBoards(bool withLinks, Format format) {
     Table table(
         withLinks ? std::vector<std::string>{"BOARD", "PORT 0", "PORT 1", "PORT 2", "PORT 3"}
                   : std::vector<std::string>{"BOARD"});
-    for (int number = 0; number < kBoards; ++number) {
+    for (int number = 0; number < GBE_BOARDS; ++number) {
         BoardHandle* handle = nullptr;
         if (Gbe_initBoard(number, 0, &handle) != 0) {
             continue;
@@ -105,7 +101,7 @@ void showBoards(bool withLinks, Format format) {
         const Board board(handle, &Gbe_freeBoard);
         std::vector<std::string> row{std::to_string(number)};
         QJsonArray links;
-        for (unsigned port = 0; withLinks && port < kPorts; ++port) {
+        for (unsigned port = 0; withLinks && port < GBE_PORTS; ++port) {
             row.push_back(linkText(number, port));
             links.append(QString::fromStdString(row.back()));
         }
@@ -114,7 +110,7 @@ void showBoards(bool withLinks, Format format) {
             withLinks ? QJsonObject{{"board", number}, {"links", links}} : QJsonObject{{"board", number}});
     }
     if (array.isEmpty()) {
-        throw Failure("boards (is gbe-service running?)", kBoardInitialization);
+        throw Failure("boards (is gbe-service running?)", GBE_ERROR_BOARD_INITIALIZATION);
     }
     format == Format::Json ? print(QJsonDocument(array)) : table.print();
 }

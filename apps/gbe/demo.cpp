@@ -111,24 +111,25 @@ void makeMistakes(CameraHandle* camera) {
     step("Makes mistakes: each has its code and its text");
     double number = 0;
     const Mistake kMistakes[] = {
-        {"read \"Widht\": no such feature", -40007,
+        {"read \"Widht\": no such feature", GBE_ERROR_ILLEGAL_NODE,
          [&](auto* c) { return Gbe_getFloatValue(c, "Widht", &number); }},
-        {"read \"PixelFormat\" as a float", -40007,
+        {"read \"PixelFormat\" as a float", GBE_ERROR_ILLEGAL_NODE,
          [&](auto* c) { return Gbe_getFloatValue(c, "PixelFormat", &number); }},
-        {"write \"DeviceModelName\", read-only", -40005,
+        {"write \"DeviceModelName\", read-only", GBE_ERROR_NOT_WRITABLE,
          [](auto* c) { return Gbe_setStringValue(c, "DeviceModelName", "mine"); }},
-        {"write Width = 1000000, out of range", -40006,
+        {"write Width = 1000000, out of range", GBE_ERROR_ILLEGAL_VALUE,
          [](auto* c) { return Gbe_setIntegerValue(c, "Width", 1000000); }},
-        {"write PixelFormat = \"Mono7\", no entry", -40006,
+        {"write PixelFormat = \"Mono7\", no entry", GBE_ERROR_ILLEGAL_VALUE,
          [](auto* c) { return Gbe_setEnumerationValue(c, "PixelFormat", "Mono7"); }},
-        {"write Width while it is locked", -40003,
+        {"write Width while it is locked", GBE_ERROR_LOCKED,
          [](auto* c) {
              check("locking", Gbe_lockTLParams(c));
              const int code = Gbe_setIntegerValue(c, "Width", 320);
              check("unlocking", Gbe_unlockTLParams(c));
              return code;
          }},
-        {"connect a second time", -40016, [](auto* c) { return Gbe_connectCamera(c); }},
+        {"connect a second time", GBE_ERROR_CAMERA_NOT_CONNECTED,
+         [](auto* c) { return Gbe_connectCamera(c); }},
     };
     for (const Mistake& mistake : kMistakes) {
         const int code = mistake.make(camera);

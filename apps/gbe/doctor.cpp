@@ -32,7 +32,6 @@ void Findings::line(const char* grade, const std::string& check, const std::stri
 
 namespace {
 
-constexpr unsigned kPorts = 4;
 constexpr int kUsualPacket = 1500;                // what the library asks cameras for
 constexpr std::chrono::seconds kServiceLimit{35}; // a board that is being opened holds a reply back
 
@@ -142,7 +141,7 @@ bool Doctor::checkService() {
 // board therefore cannot be opened.
 bool Doctor::checkInterfaces() {
     bool mayOpen = true;
-    for (unsigned port = 0; port < kPorts; ++port) {
+    for (unsigned port = 0; port < GBE_PORTS; ++port) {
         if (m_selection.port && *m_selection.port != port) {
             continue;
         }

@@ -15,8 +15,6 @@ namespace {
 constexpr std::chrono::seconds kCommandLimit{10};
 constexpr std::chrono::milliseconds kCommandPoll{10};
 
-constexpr int kBufferTooSmall = -40025;
-
 long long parseInteger(const std::string& name, const std::string& text) {
     char* end = nullptr;
     errno = 0;
@@ -70,7 +68,7 @@ std::string readText(CameraHandle* camera, const std::string& name) {
         check(name, code);
         text.assign(size, '\0');
         code = Gbe_getValueAsString(camera, name.c_str(), text.data(), &size);
-    } while (code == kBufferTooSmall);
+    } while (code == GBE_ERROR_BUFFER_TOO_SMALL);
     check(name, code);
     return text.c_str();
 }

@@ -11,10 +11,6 @@
 namespace gbe {
 namespace {
 
-constexpr int kNoAnswer = -40012;
-constexpr int kNoCamerasFound = -40023;
-constexpr int kCameraDoesNotExist = -40024;
-
 constexpr const char* kAutomatic = "auto";
 
 struct Target {
@@ -52,7 +48,9 @@ Target targetOf(const std::string& text, const Selection& selection, const std::
         return {*selection.port, *mac, 0};
     }
     if (count == 0) {
-        throw Failure("camera \"" + text + "\"", found.empty() ? kNoCamerasFound : kCameraDoesNotExist);
+        throw Failure(
+            "camera \"" + text + "\"",
+            found.empty() ? GBE_ERROR_NO_CAMERAS_FOUND : GBE_ERROR_CAMERA_DOES_NOT_EXIST);
     }
     const FoundCamera& camera = *std::find_if(found.begin(), found.end(), named);
     Target target{camera.port, {}, camera.ip};
@@ -96,7 +94,7 @@ void tellOutcome(BoardHandle* board, const Target& target, unsigned ip, int code
         std::printf("It keeps the address until it is switched off or reset.\n");
         return;
     }
-    throw Failure(mac + ": does not answer", code < 0 ? code : kCameraDoesNotExist);
+    throw Failure(mac + ": does not answer", code < 0 ? code : GBE_ERROR_CAMERA_DOES_NOT_EXIST);
 }
 
 } // namespace
@@ -105,8 +103,7 @@ void showAddresses(const Selection& selection) {
     const Board board = openBoard(selection.board);
     const std::vector<FoundCamera> found = findCameras(board.get(), selection);
     Table table({"PORT", "PORT MAC", "PORT IP", "CAMERA MAC", "CAMERA IP", "NAME"});
-    constexpr unsigned kPorts = 4;
-    for (unsigned port = 0; port < kPorts; ++port) {
+    for (unsigned port = 0; port < GBE_PORTS; ++port) {
         if (selection.port && *selection.port != port) {
             continue;
         }
@@ -141,7 +138,7 @@ void setAddress(const Selection& selection, const NewAddress& wanted) {
     checkFree(ip, target, port, found);
     const std::string mac = macText(target.mac.data());
     const int code = Gbe_forceCameraIp(board.get(), target.port, target.mac.data(), ip, mask, gateway);
-    if (code != kNoAnswer) { // then the next scan tells
+    if (code != GBE_ERROR_CONNECTION) { // then the next scan tells
         check(mac + ": " + ipText(ip) + " with mask " + ipText(mask), code);
     }
     if (automatic) {

@@ -1,8 +1,8 @@
 /* The C interface of liomol: GigE Vision cameras on the Ethernet ports of a frame grabber board.
  *
- * Every call returns 0 for success and a negative status for failure unless said otherwise;
- * Gbe_getErrorDescription gives the text of a status. Arguments are checked first, and nothing is changed
- * before the checks have passed.
+ * Every call returns 0 for success and a negative status for failure unless said otherwise; liomol/status.h
+ * names the statuses (GbeStatus) and Gbe_getErrorDescription gives their texts. Arguments are checked first,
+ * and nothing is changed before the checks have passed.
  *
  * Threads: calls on different cameras may run at the same time, and so may feature calls on one camera. The
  * calls that make, connect, disconnect, switch or free a handle must not run while another call uses that
@@ -10,6 +10,8 @@
  */
 #ifndef LIOMOL_GIGE_H
 #define LIOMOL_GIGE_H
+
+#include "liomol/status.h"
 
 #if defined(__GNUC__)
 #define GBE_API __attribute__((visibility("default")))
@@ -20,6 +22,9 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/* Boards are numbered from 0 to GBE_BOARDS - 1, and so are the Ethernet ports of each. */
+enum { GBE_BOARDS = 8, GBE_PORTS = 4 };
 
 /* A board that an application has opened. Made by Gbe_initBoard, freed by Gbe_freeBoard. */
 typedef struct BoardHandle BoardHandle;

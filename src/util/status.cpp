@@ -11,8 +11,8 @@ struct Row {
     const char* text;
 };
 
-#define LIOMOL_STATUS_ROW(name, code, text) Row{code, text},
-constexpr std::array kTable{LIOMOL_STATUS_TABLE(LIOMOL_STATUS_ROW)};
+#define LIOMOL_STATUS_ROW(enumerator, name, code, text) Row{enumerator, text},
+constexpr std::array kTable{GBE_STATUS_TABLE(LIOMOL_STATUS_ROW)};
 #undef LIOMOL_STATUS_ROW
 
 constexpr bool higherCode(const Row& a, const Row& b) {

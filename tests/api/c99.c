@@ -15,24 +15,22 @@ static int failures = 0;
         }                                                                                                    \
     } while (0)
 
-enum { ILLEGAL_PARAMETER = -40015, BOARD_INITIALIZATION = -40018, BOARD_DOES_NOT_EXIST = -40019 };
-
 static void boards(void) {
     BoardHandle* board = (BoardHandle*)&failures;
     const unsigned char mac[6] = {0};
     int up = 0;
-    EXPECT(ILLEGAL_PARAMETER, Gbe_initBoard(0, 0, NULL));
-    EXPECT(BOARD_INITIALIZATION, Gbe_initBoard(-1, 0, &board));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_initBoard(0, 0, NULL));
+    EXPECT(GBE_ERROR_BOARD_INITIALIZATION, Gbe_initBoard(-1, 0, &board));
     EXPECT(1, board == NULL);
-    EXPECT(BOARD_INITIALIZATION, Gbe_initBoard(8, GBE_SERVICE_MODE, &board));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_scanNetwork(NULL, 0, 0));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraCount(NULL, 0));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getLinkState(0, 0, NULL));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getLinkState(8, 0, &up));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getLinkState(0, 4, &up));
-    EXPECT(BOARD_DOES_NOT_EXIST, Gbe_getLinkState(7, 0, &up));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getPortAddress(NULL, 0, NULL, NULL, NULL));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_forceCameraIp(NULL, 0, mac, 0, 0, 0));
+    EXPECT(GBE_ERROR_BOARD_INITIALIZATION, Gbe_initBoard(8, GBE_SERVICE_MODE, &board));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_scanNetwork(NULL, 0, 0));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getCameraCount(NULL, 0));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getLinkState(0, 0, NULL));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getLinkState(8, 0, &up));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getLinkState(0, 4, &up));
+    EXPECT(GBE_ERROR_BOARD_DOES_NOT_EXIST, Gbe_getLinkState(7, 0, &up));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getPortAddress(NULL, 0, NULL, NULL, NULL));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_forceCameraIp(NULL, 0, mac, 0, 0, 0));
     Gbe_freeBoard(NULL);
 }
 
@@ -43,20 +41,20 @@ static void cameras(void) {
     unsigned ip = 0;
     GbeControlStatus control = {GBE_CONTROL_UNKNOWN, GBE_LOSS_NEVER_HELD, 0, 0};
     EXPECT(182, sizeof(CameraInfo));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getFirstCamera(NULL, 0, &camera));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraByIp(NULL, 0, 0, &camera));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraByMac(NULL, 0, mac, &camera));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraByUserName(NULL, 0, "", &camera));
-    EXPECT(ILLEGAL_PARAMETER, copyCameraInfo(NULL, &info));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getFirstCamera(NULL, 0, &camera));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getCameraByIp(NULL, 0, 0, &camera));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getCameraByMac(NULL, 0, mac, &camera));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getCameraByUserName(NULL, 0, "", &camera));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, copyCameraInfo(NULL, &info));
     EXPECT(1, Gbe_getCameraInfo(NULL) == NULL);
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getCameraIp(NULL, &ip));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_readRegister(NULL, 0, &ip));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_connectCamera(NULL));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_connectCameraWithoutService(NULL));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_disconnectCamera(NULL));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getControlStatus(NULL, &control));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_switchCameraConnection(NULL, NULL, 0));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_switchCameraConnectionWithoutService(NULL, NULL, 0));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getCameraIp(NULL, &ip));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_readRegister(NULL, 0, &ip));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_connectCamera(NULL));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_connectCameraWithoutService(NULL));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_disconnectCamera(NULL));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getControlStatus(NULL, &control));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_switchCameraConnection(NULL, NULL, 0));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_switchCameraConnectionWithoutService(NULL, NULL, 0));
     Gbe_freeCamera(NULL);
 }
 
@@ -64,21 +62,21 @@ static void features(void) {
     long long integer = 0;
     unsigned size = 0;
     const char* text = NULL;
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getIntegerValue(NULL, "Width", &integer));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_executeCommand(NULL, "AcquisitionStart"));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_isCommandDone(NULL, "AcquisitionStart"));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getValueAsString(NULL, "Width", NULL, &size));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getFeatureName(NULL, 0, &text));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_lockTLParams(NULL));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_invalidateCache(NULL));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_enableChecks(NULL, 1));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_getGenICamXML(NULL, NULL, &size));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_startAcquisition(NULL));
-    EXPECT(ILLEGAL_PARAMETER, Gbe_stopAcquisition(NULL));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getIntegerValue(NULL, "Width", &integer));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_executeCommand(NULL, "AcquisitionStart"));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_isCommandDone(NULL, "AcquisitionStart"));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getValueAsString(NULL, "Width", NULL, &size));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getFeatureName(NULL, 0, &text));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_lockTLParams(NULL));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_invalidateCache(NULL));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_enableChecks(NULL, 1));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getGenICamXML(NULL, NULL, &size));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_startAcquisition(NULL));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_stopAcquisition(NULL));
 }
 
 int main(void) {
-    EXPECT(0, strcmp(Gbe_getErrorDescription(-40007), "illegal node"));
+    EXPECT(0, strcmp(Gbe_getErrorDescription(GBE_ERROR_ILLEGAL_NODE), "illegal node"));
     EXPECT(1, strlen(Gbe_getVersion()) >= strlen("0.0.0"));
     boards();
     cameras();

@@ -1,6 +1,8 @@
 // Programs of the project as processes, and a raw client of the service; both wait with a generous deadline.
 #pragma once
 
+#include "liomol/gige.h"
+
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QStringList>
@@ -32,6 +34,11 @@ inline bool waitUntil(const std::function<bool()>& condition) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;
+}
+
+// What a program says of a status at the end of a line.
+inline std::string fault(int code) {
+    return std::string(Gbe_getErrorDescription(code)) + " (" + std::to_string(code) + ")\n";
 }
 
 struct Outcome {

@@ -44,7 +44,7 @@ protected:
         ASSERT_TRUE(s_service->program().running());
         const test::Outcome outcome = s_service->stop();
         EXPECT_EQ(outcome.status, 0);
-        EXPECT_EQ(outcome.err, "gbe-service: board 5: board initialization error (-40018)\n");
+        EXPECT_EQ(outcome.err, "gbe-service: board 5: " + test::fault(GBE_ERROR_BOARD_INITIALIZATION));
         EXPECT_FALSE(QFile::exists(LIOMOL_SERVICE_SOCKET));
         s_service.reset();
     }

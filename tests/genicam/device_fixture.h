@@ -8,6 +8,7 @@
 #include "genicam/nodes/ImplGenICamRegister.h"
 #include "genicam/nodes/ImplGenICamValues.h"
 #include "support/memory_port.h"
+#include "util/status.h"
 
 #include <gtest/gtest.h>
 
@@ -71,9 +72,14 @@ inline int codeOf(const std::function<void()>& action) {
     return 0;
 }
 
+// What a code gives in a script: the text of a failure.
+inline std::string shown(int code) {
+    return code == 0 ? "0" : status::description(code);
+}
+
 // Steps of a script are separated by "; ". Each may say after " -> " what it gives, which is 0 otherwise:
-//   Name         reads the node: its value as text, or the code of the failure
-//   Name=value   writes the node, or executes it when it is a command: the code
+//   Name         reads the node: its value as text, or the text of the failure
+//   Name=value   writes the node, or executes it when it is a command
 //   #step        does the step, and gives the port's reads and writes meanwhile, as "1r 0w"
 //   @8+2         the hexadecimal bytes of the camera's memory there; @8=0A FF puts them there
 //   !stale       makes all that is cached stale; !fail and !heal break and mend the port
@@ -128,7 +134,7 @@ struct Device {
     std::string get(const std::string& name) {
         std::string value;
         const int code = codeOf([&] { value = node(name).getValueAsString(); });
-        return code == 0 ? value : std::to_string(code);
+        return code == 0 ? value : shown(code);
     }
 
     int set(const std::string& name, const std::string& value) {
@@ -169,7 +175,7 @@ struct Device {
             return "0";
         }
         return sign == std::string::npos ? get(step)
-                                         : std::to_string(set(step.substr(0, sign), step.substr(sign + 1)));
+                                         : shown(set(step.substr(0, sign), step.substr(sign + 1)));
     }
 
     void expect(const std::string& script) {
@@ -180,6 +186,9 @@ struct Device {
             std::string gives = arrow == std::string::npos ? "0" : step.substr(arrow + 4);
             if (const std::size_t bar = gives.find(" | "); bar != std::string::npos) {
                 gives = isStandard() ? gives.substr(bar + 3) : gives.substr(0, bar);
+            }
+            if (gives.rfind("-40", 0) == 0) { // a code stands for its text
+                gives = shown(std::stoi(gives));
             }
             EXPECT_EQ(run(step.substr(0, arrow)), gives) << "in step " << step;
         }

@@ -105,7 +105,7 @@ TEST(DeviceObject, HeartbeatLeavesItsTimeoutInTheCamera) {
     device.camera.sendHeartbeat();
     EXPECT_THAT(device.port.bytes(0x938, 4), ElementsAre(0x00, 0x00, 0x1F, 0x40)); // 8000 ms
     device.port.failing = true;
-    EXPECT_EQ(codeOf([&] { device.camera.sendHeartbeat(); }), -40011);
+    EXPECT_EQ(codeOf([&] { device.camera.sendHeartbeat(); }), status::TransportLayer);
     device.camera.setPort(nullptr, "Device");
     EXPECT_NO_THROW(device.camera.sendHeartbeat());
 }
@@ -114,14 +114,19 @@ TEST(DeviceObject, MovesToAConnectionOfItsList) {
     Device device(inRoot(reg("N", 0, 4)));
     device.expect("#N -> 1r 0w; #N -> 0r 0w");
     device.camera.addCameraConnection(1, 2);
-    EXPECT_EQ(codeOf([&] { device.camera.setConnection({1, 3}, 7); }), -40012) << "not in the list";
+    EXPECT_EQ(
+        codeOf([&] {
+            device.camera.setConnection({1, 3}, 7);
+        }),
+        status::Connection)
+        << "not in the list";
     device.camera.setConnection({1, 2}, 7);
     EXPECT_THAT(
         (std::vector<int>{device.port.board, device.port.port, int(device.port.ip)}), ElementsAre(1, 2, 7));
     EXPECT_TRUE(device.camera.isConnected() && device.camera.getConnectionChangeStatus());
     device.expect("#N -> 1r 0w"); // the cache was the other camera's
     device.camera.setPort(nullptr, "Device");
-    EXPECT_EQ(codeOf([&] { device.camera.setConnection({1, 2}, 7); }), -40012) << "no port";
+    EXPECT_EQ(codeOf([&] { device.camera.setConnection({1, 2}, 7); }), status::Connection) << "no port";
 }
 
 TEST(DeviceObject, DumpsItsNodesInTheOrderOfTheirNames) {

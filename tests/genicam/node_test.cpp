@@ -41,13 +41,13 @@ TEST(AccessChecks, EachFaultHasItsCodeInTheOrderOfTheChecks) {
         int readCode, writeCode;
     } rows[] = {
         {"free", true, true, false, "RW", "", 0, 0},
-        {"not implemented", false, false, true, "RO", "", -40001, -40001},
-        {"not available", true, false, true, "RO", "", -40002, -40002},
-        {"locked", true, true, true, "RO", "", 0, -40003},
-        {"read-only below", true, true, false, "RO", "", 0, -40005},
-        {"write-only below", true, true, false, "WO", "", -40004, 0},
-        {"imposed read-only", true, true, false, "RW", "RO", 0, -40005},
-        {"imposed write-only", true, true, false, "RW", "WO", -40004, 0},
+        {"not implemented", false, false, true, "RO", "", status::NotImplemented, status::NotImplemented},
+        {"not available", true, false, true, "RO", "", status::NotAvailable, status::NotAvailable},
+        {"locked", true, true, true, "RO", "", 0, status::Locked},
+        {"read-only below", true, true, false, "RO", "", 0, status::NotWritable},
+        {"write-only below", true, true, false, "WO", "", status::NotReadable, 0},
+        {"imposed read-only", true, true, false, "RW", "RO", 0, status::NotWritable},
+        {"imposed write-only", true, true, false, "RW", "WO", status::NotReadable, 0},
         {"imposed over read-only", true, true, false, "RO", "RW", 0, 0},
     };
     for (const auto& row : rows) {
@@ -74,7 +74,7 @@ TEST(AccessChecks, AreMadeOfTheOutermostNodeOnly) {
         "<Integer Name='N'><pValue>R</pValue></Integer>" +
         reg("Imposed", 4, 4, "<ImposedAccessMode>RO</ImposedAccessMode>")));
     device.camera.enableChecking(true);
-    device.expect("R -> -40002; N -> 0; Imposed=1 -> -40005");
+    device.expect("R -> feature not available; N -> 0; Imposed=1 -> feature not writable");
     EXPECT_EQ(device.node("Imposed").getAccessMode(), Access::RW) << "a register's own mode";
 }
 
@@ -237,11 +237,11 @@ TEST(References, CyclesEndInAnError) {
         reg("Sane", 0, 4)));
     for (const bool checking : {false, true}) {
         device.camera.enableChecking(checking);
-        device.expect(
-            "A -> -40007; B -> -40007; A=1 -> -40007; B=1 -> -40007; Address -> -40007; Length -> -40007; "
-            "Limit=0; Limit -> 0; Self -> Self; !stale; Sane -> 0"); // an error must not count for the next
-                                                                     // access
-        EXPECT_EQ(codeOf([&] { device.node("A").getAccessMode(); }), -40007);
+        device.expect("A -> illegal node; B -> illegal node; A=1 -> illegal node; B=1 -> illegal node; "
+                      "Address -> illegal node; Length -> illegal node; "
+                      "Limit=0; Limit -> 0; Self -> Self; !stale; Sane -> 0"); // an error must not count for
+                                                                               // the next access
+        EXPECT_EQ(codeOf([&] { device.node("A").getAccessMode(); }), status::IllegalNode);
     }
 }
 
@@ -249,7 +249,7 @@ TEST(References, LongChainsWorkUpToTheirLimit) {
     const struct {
         unsigned hops;
         int code;
-    } rows[] = {{100, 0}, {tavo::kMaxReferenceDepth - 1, 0}, {100000, -40007}};
+    } rows[] = {{100, 0}, {tavo::kMaxReferenceDepth - 1, 0}, {100000, status::IllegalNode}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.hops);
         Device device;

@@ -13,7 +13,8 @@ TEST(RegisterCache, MakesExactlyTheseAccesses) {
         "#N -> 1r 0w; #N -> 1r 0w; #N=7 -> 0r 1w; #N -> 1r 0w; N -> 7; !stale; #N -> 1r 0w";
     const std::string low = "<LSB>4</LSB><MSB>7</MSB><Sign>Unsigned</Sign>";
     const std::string behindTheCache = "F -> 0; @0=0F 55; #F=10 -> 1r 1w; @0+2 -> AF 55; ";
-    const std::string readBefore = "@0=11; N -> 17; !fail; N=119 -> -40011; !heal; N -> 17";
+    const std::string readBefore =
+        "@0=11; N -> 17; !fail; N=119 -> transport layer exception; !heal; N -> 17";
     runScripts({
         {"write through", reg("N", 16, 4, caching("WriteThrough")), keeps},
         {"mode not given", reg("N", 16, 4), keeps},
@@ -40,17 +41,19 @@ TEST(RegisterCache, MakesExactlyTheseAccesses) {
          "I -> 0; C -> 0; P -> 0; U -> 0; I -> 0; #C -> 0r 0w; #P -> 0r 0w; #U -> 0r 0w; I=1; #C -> 1r 0w; "
          "#P -> 1r 0w; #U -> 0r 0w; I=2; #C -> 1r 0w; #C -> 0r 0w"},
 
-        {"failed read", reg("N", 0, 4), "@0=11; !fail; N -> -40011; !heal; N -> 17"},
+        {"failed read", reg("N", 0, 4), "@0=11; !fail; N -> transport layer exception; !heal; N -> 17"},
         {"failed read of stale content", reg("N", 0, 4),
-         "@0=11; N -> 17; !stale; !fail; N -> -40011; N -> -40011; !heal; N -> 17"},
+         "@0=11; N -> 17; !stale; !fail; N -> transport layer exception; N -> transport layer exception; "
+         "!heal; N -> 17"},
         {"failed write", reg("N", 0, 4), readBefore},
         {"failed write around", reg("N", 0, 4, caching("WriteAround")), readBefore},
         {"failed uncached write", reg("N", 0, 4, caching("NoCache")), readBefore},
         {"failed read before a field is written", reg("F", 0, 2, low + caching("NoCache"), "MaskedIntReg"),
-         "@0=F0 55; F -> 15; !fail; F=1 -> -40011; !heal; F -> 15"},
+         "@0=F0 55; F -> 15; !fail; F=1 -> transport layer exception; !heal; F -> 15"},
         {"failed text", reg("S", 0, 1, "", "StringReg"),
-         "@0=41; S -> A; !fail; S=B -> -40011; !heal; S -> A"},
-        {"no port", "<IntReg Name='N'><Length>4</Length></IntReg>", "N -> -40010; N=1 -> -40010"},
+         "@0=41; S -> A; !fail; S=B -> transport layer exception; !heal; S -> A"},
+        {"no port", "<IntReg Name='N'><Length>4</Length></IntReg>",
+         "N -> port not available; N=1 -> port not available"},
     });
 }
 
@@ -62,7 +65,7 @@ TEST(RegisterCache, AFailedMaskedWriteIsNotTakenForTheContent) {
         }
     } port;
     device.as<tavo::ImplGenICamMaskedIntReg>("F").setPort(&port);
-    device.expect("F=5 -> -40011; F -> 0");
+    device.expect("F=5 -> transport layer exception; F -> 0");
 }
 
 TEST(RegisterCache, PortFailuresKeepTheirTypeOnReadsAndOnlyTheirCodeOnWrites) {
@@ -76,7 +79,7 @@ TEST(RegisterCache, PortFailuresKeepTheirTypeOnReadsAndOnlyTheirCodeOnWrites) {
     } catch (const tavo::GicTransportLayerException&) {
         FAIL() << "the base class is expected";
     } catch (const tavo::GenICamException& failure) {
-        EXPECT_EQ(failure.getErrno(), -40011);
+        EXPECT_EQ(failure.getErrno(), status::TransportLayer);
     }
 }
 

@@ -116,11 +116,16 @@ TEST(RegisterNumbers, LimitsFollowLengthAndSign) {
         std::int64_t min, max;
         int code;
     } rows[] = {
-        {1, Sign::Unsigned, 0, 255, 0},        {2, Sign::Signed, -32768, 32767, 0},
-        {2, Sign::NotGiven, -32768, 32767, 0}, {4, Sign::Unsigned, 0, 0xFFFFFFFF, 0},
-        {8, Sign::Unsigned, 0, kHighest, 0},   {8, Sign::Signed, kLowest, kHighest, 0},
-        {0, Sign::Signed, 0, 0, -40008},       {9, Sign::Unsigned, 0, 0, -40008},
-        {-1, Sign::Unsigned, 0, 0, -40008},    {kHighest, Sign::Unsigned, 0, 0, -40008},
+        {1, Sign::Unsigned, 0, 255, 0},
+        {2, Sign::Signed, -32768, 32767, 0},
+        {2, Sign::NotGiven, -32768, 32767, 0},
+        {4, Sign::Unsigned, 0, 0xFFFFFFFF, 0},
+        {8, Sign::Unsigned, 0, kHighest, 0},
+        {8, Sign::Signed, kLowest, kHighest, 0},
+        {0, Sign::Signed, 0, 0, status::IllegalRegisterLength},
+        {9, Sign::Unsigned, 0, 0, status::IllegalRegisterLength},
+        {-1, Sign::Unsigned, 0, 0, status::IllegalRegisterLength},
+        {kHighest, Sign::Unsigned, 0, 0, status::IllegalRegisterLength},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.length);
@@ -139,16 +144,16 @@ TEST(RegisterNumbers, FieldsThatCannotBeEndInAnError) {
         const char* endianess;
         int code;
     } rows[] = {
-        {"not given", 4, -1, -1, "LittleEndian", -40007},
-        {"not given, big-endian", 4, -1, -1, "BigEndian", -40007},
-        {"half given", 4, 0, -1, "LittleEndian", -40007},
-        {"beyond 64 bits", 8, 60, 64, "LittleEndian", -40007},
-        {"below the register", 2, 16, 16, "BigEndian", -40007},
-        {"beyond the register", 2, 8, 16, "LittleEndian", -40007},
-        {"in a register without bytes", 0, 0, 0, "LittleEndian", -40007},
-        {"absurd", 8, kLowest, kHighest, "BigEndian", -40007},
-        {"absurd the other way", 8, kHighest, 0, "BigEndian", -40007},
-        {"in a register too long", 20, 0, 0, "BigEndian", -40007},
+        {"not given", 4, -1, -1, "LittleEndian", status::IllegalNode},
+        {"not given, big-endian", 4, -1, -1, "BigEndian", status::IllegalNode},
+        {"half given", 4, 0, -1, "LittleEndian", status::IllegalNode},
+        {"beyond 64 bits", 8, 60, 64, "LittleEndian", status::IllegalNode},
+        {"below the register", 2, 16, 16, "BigEndian", status::IllegalNode},
+        {"beyond the register", 2, 8, 16, "LittleEndian", status::IllegalNode},
+        {"in a register without bytes", 0, 0, 0, "LittleEndian", status::IllegalNode},
+        {"absurd", 8, kLowest, kHighest, "BigEndian", status::IllegalNode},
+        {"absurd the other way", 8, kHighest, 0, "BigEndian", status::IllegalNode},
+        {"in a register too long", 20, 0, 0, "BigEndian", status::IllegalNode},
         {"highest bit", 8, 63, 63, "LittleEndian", 0},
         {"single bit, big-endian", 4, 0, 0, "BigEndian", 0},
     };
@@ -164,8 +169,8 @@ TEST(RegisterNumbers, FieldsThatCannotBeEndInAnError) {
         auto& field = device.as<ImplGenICamMaskedIntReg>("F");
         EXPECT_EQ(codeOf([&] { field.getValueMask(); }), row.code);
         const bool isTooWide = field.getBitLength() > 64;
-        EXPECT_EQ(codeOf([&] { field.getMin(); }), isTooWide ? -40008 : row.code);
-        EXPECT_EQ(codeOf([&] { field.getMax(); }), isTooWide ? -40008 : row.code);
+        EXPECT_EQ(codeOf([&] { field.getMin(); }), isTooWide ? status::IllegalRegisterLength : row.code);
+        EXPECT_EQ(codeOf([&] { field.getMax(); }), isTooWide ? status::IllegalRegisterLength : row.code);
         if (field.getLSB() == 31) { // bit 0 of the last row, counted from the other end
             EXPECT_EQ(field.getMSB(), 31);
             EXPECT_EQ(field.getValueMask(), 0x80000000U);
@@ -188,8 +193,9 @@ TEST(Registers, DoAsTheirScripts) {
          reg("Single", 0, 4, "", "FloatReg") + reg("Double", 8, 8, "", "FloatReg") +
              reg("Two", 0, 2, "", "FloatReg") + reg("None", 0, 0, "", "FloatReg"),
          "Single=1e300; Single -> inf; Single=-1e300; Single -> -inf; Single=1.5; Single -> 1.5; "
-         "Double=-2.25e200; Double -> -2.25e+200; #Two -> 0r 0w; Two -> -40008; Two=1 -> -40008; "
-         "None -> -40008; None=1 -> -40008"},
+         "Double=-2.25e200; Double -> -2.25e+200; #Two -> 0r 0w; Two -> illegal register length; Two=1 -> "
+         "illegal register length; "
+         "None -> illegal register length; None=1 -> illegal register length"},
         {"the largest float", reg("Single", 0, 4, "", "FloatReg"),
          "Single=3.4028235e38; @0+4 -> FF FF 7F 7F; Single=-3.4028235e38; @0+4 -> FF FF 7F FF; "
          "Single=3.4028236e38; Single -> inf"},
@@ -202,12 +208,16 @@ TEST(Registers, DoAsTheirScripts) {
              reg("Long", 0, 513, "", "Register") + reg("Negative", 0, -1, "", "Register") +
              reg("Lowest", 0, kLowest, "", "Register"),
          "@0=0A FF; Two -> 0a ff; #Two -> 0r 0w; #None -> 0r 0w; None -> ; #Long -> 0r 0w; "
-         "Long -> <buffer too large (more than 512 bytes)>; Negative -> -40008; Lowest -> -40008"},
+         "Long -> <buffer too large (more than 512 bytes)>; Negative -> illegal register length; Lowest -> "
+         "illegal register length"},
         {"lengths from other nodes are added and bounded",
          "<Integer Name='L'/>" + reg("S", 0, 2, "<pLength>L</pLength>", "StringReg"),
-         "@0=61 62 63 64 65; L=3; S -> abcde; L=-2; S -> ; S=x; L=-3; S -> -40008; S=x -> -40008; L=" +
-             std::to_string(tavo::kMaxRegisterLength) + "; S -> -40008; S=x -> -40008; L=" +
-             std::to_string(kHighest) + "; S -> -40008; L=" + std::to_string(kLowest) + "; S -> -40008"},
+         "@0=61 62 63 64 65; L=3; S -> abcde; L=-2; S -> ; S=x; L=-3; S -> illegal register length; S=x -> "
+         "illegal register length; L=" +
+             std::to_string(tavo::kMaxRegisterLength) +
+             "; S -> illegal register length; S=x -> illegal register length; L=" + std::to_string(kHighest) +
+             "; S -> illegal register length; L=" + std::to_string(kLowest) +
+             "; S -> illegal register length"},
     });
 }
 
@@ -234,7 +244,7 @@ TEST(Registers, ShowBytesInAddressOrderWhicheverAccessCameFirst) {
         EXPECT_EQ(node.getValue(), 0x0AFF);
         device.port.failing = true;
         unsigned char one[1] = {0x12};
-        EXPECT_EQ(codeOf([&] { node.set(one, 1); }), -40011);
+        EXPECT_EQ(codeOf([&] { node.set(one, 1); }), status::TransportLayer);
         device.expect("!heal; N -> 2815");
         node.set(one, 1);
         EXPECT_EQ(node.getValue(), 0x12FF);

@@ -58,7 +58,8 @@ public:
 // the struct's Unsigned wins; 640 is not the value of the command Start; and the later node is Mode_On.
 TEST_P(AllKinds, ReadAndWriteAsWorkedOutByHand) {
     device.expect(
-        "Raw -> 0a ff 00; Defaults -> 00 00; NoPort -> -40010; PortOfAnotherKind -> -40010; "
+        "Raw -> 0a ff 00; Defaults -> 00 00; NoPort -> port not available; PortOfAnotherKind -> port not "
+        "available; "
         "Summed -> 01 02 03 | 04 05 06; Summed_Inner -> 512; Width -> 640; Small -> -2; HighNibble -> 5; "
         "Bit31 -> 0; "
         "Swapped -> -81; Single -> 2.5; Double -> 1.5; _StructInner -> 3; Low -> 171; Bit8 -> 1; "
@@ -66,7 +67,8 @@ TEST_P(AllKinds, ReadAndWriteAsWorkedOutByHand) {
         "FloatReferring -> 2.5; Stored -> true; Switch -> false; Inverse -> true; Start -> inactive; Held -> "
         "active; Known -> 77; "
         "Mode -> Automatic; Mode_Auto -> Automatic; Constant -> Nine; Constant_Nine -> Nine; "
-        "Alone -> Lonely; Mode_On -> 3; Half -> 320; DoubleWidth -> 1280; Broken -> -40009; Scaled -> 320; "
+        "Alone -> Lonely; Mode_On -> 3; Half -> 320; DoubleWidth -> 1280; Broken -> math error; Scaled -> "
+        "320; "
         "Shifted -> 998; Root -> Root; Full -> Full");
     EXPECT_EQ(device.get("Text"), GetParam() == Default ? std::string("AB\0C", 4) : "AB");
     EXPECT_THAT(output, testing::StartsWith("Error parsing formula (node: Broken, formula: (1 +"));

@@ -44,9 +44,10 @@ TEST(Standard, KnowsMoreThanTheDefault) {
              "<String Name='NoText'><pValue>One</pValue><Value>v</Value></String>" +
              integer("One", ""),
          "Own -> abc; Own=; Own -> ; Twice=xy; @0+2 -> 78 79; Over -> xy; @0=41 42; Over -> xy; !stale; "
-         "Twice -> AB; Loop -> -40007; Loop=1 -> -40007; NoText -> v; Fixed -> f"},
+         "Twice -> AB; Loop -> illegal node; Loop=1 -> illegal node; NoText -> v; Fixed -> f"},
         {"indexed integer", kBelow + integer("Pick", "") + integer("I", kIndexed),
-         "I -> 7; I=8; I -> 8; Pick=1; I=200; Byte -> 200; I -> 200; I=256 -> -40006; I=-1 -> -40006; "
+         "I -> 7; I=8; I -> 8; Pick=1; I=200; Byte -> 200; I -> 200; I=256 -> illegal value; I=-1 -> illegal "
+         "value; "
          "Pick=2; I=-3; Real -> -3; Real=2.75; "
          "I -> 2; Pick=5; I -> 99; I=98; Pick=-9; I -> 98; Pick=0; I -> 8",
          "I -> 0; I=3; Pick=1; I -> 3; Byte -> 0"},
@@ -60,7 +61,8 @@ TEST(Standard, KnowsMoreThanTheDefault) {
              integer("NoIndex", "<pIndex>Missing</pIndex><ValueDefault>7</ValueDefault>") +
              integer("Self", "<pIndex>Self</pIndex><pValueDefault>Pick</pValueDefault>") +
              integer("Default", "<pIndex>Pick</pIndex><pValueDefault>Pick</pValueDefault>"),
-         "I -> -40006; I=1 -> -40006; Pick=0; I -> 7; NoIndex -> -40007; Self -> -40007; Self=1 -> -40007; "
+         "I -> illegal value; I=1 -> illegal value; Pick=0; I -> 7; NoIndex -> illegal node; Self -> illegal "
+         "node; Self=1 -> illegal node; "
          "Default -> 0; Default=3; Pick -> 3"},
         {"circles",
          integer("Zero", "") + reg("Byte", 0, 1) +
@@ -70,8 +72,9 @@ TEST(Standard, KnowsMoreThanTheDefault) {
              reg("Placed", 0, 1, "<pIndex pOffset='Placed'>Zero</pIndex>") +
              integer("A", "<pValue>Byte</pValue><pInvalidator>B</pInvalidator>") +
              integer("B", "<pValue>Byte</pValue><pInvalidator>A</pInvalidator>"),
-         "Picked -> -40007; Picked=1 -> -40007; Copied=1 -> -40007; Copied -> 1; Long -> -40007; "
-         "Placed -> -40007; A=3; B -> 3; B=4; A -> 4; Zero -> 0"},
+         "Picked -> illegal node; Picked=1 -> illegal node; Copied=1 -> illegal node; Copied -> 1; Long -> "
+         "illegal node; "
+         "Placed -> illegal node; A=3; B -> 3; B=4; A -> 4; Zero -> 0"},
         {"copies",
          reg("A", 0, 2) + reg("B", 4, 2) + reg("R", 8, 4, "", "FloatReg") + integer("Low", "<Max>10</Max>") +
              integer("I", "<pValueCopy>B</pValueCopy><pValue>A</pValue><pValueCopy>R</pValueCopy>") +
@@ -81,7 +84,7 @@ TEST(Standard, KnowsMoreThanTheDefault) {
              "<Enumeration Name='E'><EnumEntry Name='X'><Value>9</Value></EnumEntry><pValue>A</pValue>"
              "<pValueCopy>B</pValueCopy></Enumeration>",
          "I=5; A -> 5; B -> 5; R -> 5; B=6; I -> 5; F=2.5; R -> 2.5; Bool=true; A -> 4; B -> 4; "
-         "Bool=false; E=X; A -> 9; B -> 9; Picky=11 -> -40006; A -> 9; Picky=10; A -> 10; Low -> 10",
+         "Bool=false; E=X; A -> 9; B -> 9; Picky=11 -> illegal value; A -> 9; Picky=10; A -> 10; Low -> 10",
          "I=5; A -> 5; B -> 0; R -> 0; E=X; A -> 9; B -> 0"},
         {"blanks around texts",
          integer("I", "<Value>\n 5\n</Value><Min>\n\t3 </Min>") +
@@ -90,8 +93,8 @@ TEST(Standard, KnowsMoreThanTheDefault) {
              "<EnumEntry Name='X'><Value> 1\n</Value><Symbolic>\nOne </Symbolic></EnumEntry></Enumeration>"
              "<SwissKnife Name='K'><pVariable Name='V'>\nI </pVariable><Formula>\n V\n*2 </Formula>"
              "</SwissKnife>",
-         "I -> 5; I=2 -> -40006; R=1; @0+2 -> 00 01; B -> true; E -> One; E=One; K -> 10",
-         "I -> 5; I=2 -> -40006; R=1; @0+2 -> 01 00; B -> false; E=One -> -40006; K -> 10"},
+         "I -> 5; I=2 -> illegal value; R=1; @0+2 -> 00 01; B -> true; E -> One; E=One; K -> 10",
+         "I -> 5; I=2 -> illegal value; R=1; @0+2 -> 01 00; B -> false; E=One -> illegal value; K -> 10"},
         {"octal numbers", integer("I", "<Value>010</Value><Max>-0X1</Max>") + reg("R", 010, 2),
          "I -> 10; R=1; @8+2 -> 01 00", "I -> 8"},
         // Nothing below tells of the change: what is not kept spreads no news.
@@ -137,8 +140,9 @@ TEST(Standard, AccessIsThatOfWhatTheIndexPicks) {
             "<String Name='T'><pValue>S</pValue></String>"),
         true);
     device.camera.enableChecking(true);
-    device.expect("Over=1; Pick=-1; Over=1 -> -40005; I=1 -> -40005; Over -> 0; Pick=1; Over=2; Byte -> 2; "
-                  "T=x -> -40005");
+    device.expect("Over=1; Pick=-1; Over=1 -> feature not writable; I=1 -> feature not writable; Over -> 0; "
+                  "Pick=1; Over=2; Byte -> 2; "
+                  "T=x -> feature not writable");
     device.port.failing = true; // asking for the mode reads the index, but spreading a change never does
     device.camera.invalidateAllNodes();
     device.port.failing = false;

@@ -5,7 +5,7 @@
 namespace test_support {
 namespace {
 
-constexpr int kIllegalValue = -40006;
+constexpr int kIllegalValue = status::IllegalValue;
 
 TEST(Integer, AcceptsWhatItsLimitsAndIncrementAllow) {
     const struct {
@@ -49,10 +49,11 @@ TEST(Values, DoAsTheirScripts) {
     const std::string real = reg("R", 8, 8, "", "FloatReg");
     runScripts({
         {"float limits", "<Float Name='Default'/><Float Name='F'><Min>-1</Min><Max>2.5</Max></Float>",
-         "Default=0 -> -40006; Default=1; F=nan -> -40006; F=2.5; F=2.6 -> -40006; F=-1.1 -> -40006; "
+         "Default=0 -> illegal value; Default=1; F=nan -> illegal value; F=2.5; F=2.6 -> illegal value; "
+         "F=-1.1 -> illegal value; "
          "F -> 2.5"},
         {"float over integer", whole + "<Float Name='F'><Min>-1e300</Min><pValue>W</pValue></Float>",
-         "F=-2.75; W -> -2; F -> -2; F=1e30 -> -40006"},
+         "F=-2.75; W -> -2; F -> -2; F=1e30 -> illegal value"},
         {"integer over float", real + "<Integer Name='I'><pValue>R</pValue></Integer>",
          "I=41; R -> 41; R=-7.9; I -> -7; R=1e30; I -> 9223372036854775807; R=-1e30; "
          "I -> -9223372036854775808; R=nan; I -> 0"},
@@ -63,7 +64,8 @@ TEST(Values, DoAsTheirScripts) {
          reg("N", 0, 1) +
              "<Boolean Name='B'><OnValue>5</OnValue><OffValue>3</OffValue><pValue>N</pValue></Boolean>"
              "<Boolean Name='Alone'/>",
-         "B=true; @0+1 -> 05; B -> true; B=false; @0+1 -> 03; B -> false; N=4; B -> -40006; Alone=true; "
+         "B=true; @0+1 -> 05; B -> true; B=false; @0+1 -> 03; B -> false; N=4; B -> illegal value; "
+         "Alone=true; "
          "Alone -> true"},
         {"a command is done once the camera has cleared it",
          reg("N", 0, 1, caching("NoCache", 0)) +
@@ -80,7 +82,8 @@ TEST(Values, DoAsTheirScripts) {
              "<Enumeration Name='E'><EnumEntry Name='Off'><Value>0</Value></EnumEntry>"
              "<EnumEntry Name='On'><Value>2</Value></EnumEntry>"
              "<EnumEntry Name='AlsoOn'><Value>2</Value></EnumEntry><pValue>N</pValue></Enumeration>",
-         "E=On; @0+1 -> 02; E -> AlsoOn; E=Off; E -> Off; E=off -> -40006; @0+1 -> 00; N=9; E -> -40006"},
+         "E=On; @0+1 -> 02; E -> AlsoOn; E=Off; E -> Off; E=off -> illegal value; @0+1 -> 00; N=9; E -> "
+         "illegal value"},
         {"as text",
          "<Integer Name='Hex'><Value>-255</Value><Representation>HexNumber</Representation></Integer>"
          "<Float Name='F'><Min>-1</Min></Float>",
@@ -131,18 +134,20 @@ TEST(Formulas, DoAsTheirScripts) {
          whole + real + knife("K", "MAX * B + 1", {"Max W", "b R"}) +
              "<SwissKnife Name='F'><Formula>1</Formula></SwissKnife><Integer "
              "Name='I'><pValue>K</pValue></Integer>",
-         "W=4; R=0.5; K -> 3; W=6; K -> 4; K=1 -> -40005; F=1 -> -40005; I=1 -> -40005"},
+         "W=4; R=0.5; K -> 3; W=6; K -> 4; K=1 -> feature not writable; F=1 -> feature not writable; I=1 -> "
+         "feature not writable"},
         {"faults",
          "<Boolean Name='Yes'/><Integer Name='Zero'/>" + reg("Far", 1 << 20, 4) + knife("Unknown", "U", {}) +
              knife("Boolean", "B", {"B Yes"}) + knife("Division", "1/Z", {"Z Zero"}) +
              knife("Failing", "F", {"F Far"}) + knife("Self", "S+1", {"S Self"}) + knife("Empty", "", {}) +
              knife("Lazy", "Z ? F : 3", {"Z Zero", "F Far"}) + knife("NoNode", "X", {"X Missing"}),
-         "Unknown -> -40009; Boolean -> -40009; Division -> -40009; Failing -> -40011; Self -> -40007; "
-         "Empty -> -40009; Lazy -> 3; NoNode -> -40009"},
+         "Unknown -> math error; Boolean -> math error; Division -> math error; Failing -> transport layer "
+         "exception; Self -> illegal node; "
+         "Empty -> math error; Lazy -> 3; NoNode -> math error"},
         {"the latest variable of a name counts",
          one + two + knife("S", "10 * A + B", {"b One", "A One", "B Two", "C Two", "c Missing"}) +
              knife("T", "C", {"C Two", "c Missing"}),
-         "S -> 12; T -> -40009"},
+         "S -> 12; T -> math error"},
         {"converters", // an integer below takes the result without its fraction
          whole + real + "<Float Name='Shift'><Value>0.25</Value></Float><Boolean Name='B'/>" +
              converter("OverWhole", "FROM*2", "TO/2", "W") +
@@ -154,12 +159,12 @@ TEST(Formulas, DoAsTheirScripts) {
              "Name='B'><Value>10</Value></EnumEntry></Enumeration>",
          "OverWhole=5; W -> 10; OverWhole -> 5; OverWhole=-1.75; W -> -3; OverReal=1; R -> 1.25; "
          "OverReal -> 1; Whole=-3; W -> -10; Whole -> -3; OverBoolean=4; B -> true; "
-         "OverBoolean -> 1; OverMode=5; Mode -> B; OverMode -> 5; Alone=1 -> -40007; "
-         "Alone -> -40009"},
+         "OverBoolean -> 1; OverMode=5; Mode -> B; OverMode -> 5; Alone=1 -> illegal node; "
+         "Alone -> math error"},
         {"the limits of the node below apply",
          "<Integer Name='I'><Max>10</Max></Integer>" + converter("C", "FROM", "TO", "I", "IntConverter") +
              converter("Self", "FROM", "TO", "Self", "IntConverter"),
-         "C=11 -> -40006; C=10; I -> 10; Self=1 -> -40007; Self -> -40007"},
+         "C=11 -> illegal value; C=10; I -> 10; Self=1 -> illegal node; Self -> illegal node"},
     });
 }
 
@@ -182,7 +187,7 @@ TEST(Formulas, ThatDoubleTheirWorkEndInTime) {
         nodes += knife("K" + std::to_string(i), "X+X", {"X K" + std::to_string(i - 1)});
     }
     Device device(inRoot(nodes));
-    device.expect("K10 -> 1024; K40 -> -40007");
+    device.expect("K10 -> 1024; K40 -> illegal node");
 }
 
 TEST(Registers, WhoseAddressesDoubleTheirWorkEndInTime) {
@@ -192,7 +197,7 @@ TEST(Registers, WhoseAddressesDoubleTheirWorkEndInTime) {
         nodes += reg("R" + std::to_string(i), i, 1, below + below + caching("NoCache"));
     }
     Device device(inRoot(nodes));
-    device.expect("R10 -> 0; R40 -> -40007");
+    device.expect("R10 -> 0; R40 -> illegal node");
 }
 
 } // namespace

@@ -17,7 +17,7 @@ namespace simcam_test {
 using simcam::Bytes;
 using std::chrono::milliseconds;
 
-// What a script acts on: registers or the features over them. What is refused gives "!" and the code.
+// What a script acts on: registers or the features over them. What is refused gives "!" and the code or text.
 struct Subject {
     std::function<std::string(const std::string& name, const std::string& value)> write;
     // `like` shows the notation in which the value is wanted.

@@ -29,13 +29,13 @@ TEST(Addresses, ACameraOfAnotherSubnetIsFoundAndBroughtIn) {
         const unsigned char* mac;
         int result;
     } rows[] = {
-        {"loopback", ip(127, 0, 0, 1), kMask, 0, kMac, -40015},
-        {"the subnet itself", ip(169, 254, 0, 0), kMask, 0, kMac, -40015},
-        {"everybody in it", ip(169, 254, 255, 255), kMask, 0, kMac, -40015},
-        {"a mask with a hole", kAddress, ip(255, 0, 255, 0), 0, kMac, -40015},
-        {"no mask", kAddress, 0, 0, kMac, -40015},
-        {"a group as the gateway", kAddress, kMask, ip(224, 0, 0, 1), kMac, -40015},
-        {"no such camera", kAddress, kMask, 0, kNobody, -40012},
+        {"loopback", ip(127, 0, 0, 1), kMask, 0, kMac, GBE_ERROR_ILLEGAL_PARAMETER},
+        {"the subnet itself", ip(169, 254, 0, 0), kMask, 0, kMac, GBE_ERROR_ILLEGAL_PARAMETER},
+        {"everybody in it", ip(169, 254, 255, 255), kMask, 0, kMac, GBE_ERROR_ILLEGAL_PARAMETER},
+        {"a mask with a hole", kAddress, ip(255, 0, 255, 0), 0, kMac, GBE_ERROR_ILLEGAL_PARAMETER},
+        {"no mask", kAddress, 0, 0, kMac, GBE_ERROR_ILLEGAL_PARAMETER},
+        {"a group as the gateway", kAddress, kMask, ip(224, 0, 0, 1), kMac, GBE_ERROR_ILLEGAL_PARAMETER},
+        {"no such camera", kAddress, kMask, 0, kNobody, GBE_ERROR_CONNECTION},
         {"good", kAddress, kMask, ip(169, 254, 1, 1), kMac, 0},
     };
     for (const auto& row : rows) {
@@ -47,14 +47,15 @@ TEST(Addresses, ACameraOfAnotherSubnetIsFoundAndBroughtIn) {
     EXPECT_EQ(Gbe_connectCamera(camera), 0) << "without a scan";
     long long width = 0;
     EXPECT_EQ(Gbe_getIntegerValue(camera, "Width", &width), 0);
-    EXPECT_EQ(Gbe_forceCameraIp(session.board(), 0, kMac, kAddress, kMask, 0), -40022) << "connected";
+    EXPECT_EQ(Gbe_forceCameraIp(session.board(), 0, kMac, kAddress, kMask, 0), GBE_ERROR_CAMERA_BUSY)
+        << "connected";
 
     CameraHandle* other = nullptr;
     unsigned value = 0;
     ASSERT_EQ(Gbe_getFirstCamera(session.board(), 0, &other), 0);
     EXPECT_EQ(Gbe_readRegister(other, 0x000C, &value), 0) << "beside the connected one";
     EXPECT_EQ(value, 0x99U);
-    EXPECT_EQ(Gbe_readRegister(other, 0x9000, &value), -40011) << "no such register";
+    EXPECT_EQ(Gbe_readRegister(other, 0x9000, &value), GBE_ERROR_TRANSPORT_LAYER) << "no such register";
     EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", width / 2), 0) << "which is still the current one";
 
     ASSERT_EQ(Gbe_scanNetwork(session.board(), 0, 0), 0);

@@ -14,10 +14,6 @@ namespace {
 using simcam::Fault;
 using tavo::ControlLoss;
 
-constexpr int kLost = -40012;
-constexpr int kNotConnected = -40016;
-constexpr int kNoAnswer = -40020;
-constexpr int kBusy = -40022;
 constexpr std::uint32_t kBoardIp = 0xA9FE072A; // of port 0 of the first board
 constexpr std::uint32_t kPeerIp = 0xA9FE0909;
 constexpr unsigned kPeerIpInC = 0x0909FEA9;
@@ -73,8 +69,8 @@ protected:
         EXPECT_TRUE(eventually([&] { return announced == loss; }));
         const auto sent = softboard::portState(0, 0).framesSent;
         long long value = 0;
-        EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), kLost);
-        EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), kLost);
+        EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), GBE_ERROR_CONNECTION);
+        EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), GBE_ERROR_CONNECTION);
         unsigned char bytes[4] = {};
         EXPECT_THROW(
             camera->device()->getPort("Device")->read(bytes, plain::kNumber, 4),
@@ -89,7 +85,7 @@ protected:
         EXPECT_EQ(status().loss, GBE_LOSS_NONE);
         EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 4711), 0);
         EXPECT_EQ(station->peekRegister(plain::kNumber), 4711U);
-        EXPECT_EQ(Gbe_connectCamera(camera), kNotConnected) << "connected already";
+        EXPECT_EQ(Gbe_connectCamera(camera), GBE_ERROR_CAMERA_NOT_CONNECTED) << "connected already";
     }
 
     Session session;
@@ -120,7 +116,7 @@ TEST_F(ControlTest, OfAnotherApplicationIsToldAtOnceAndNotDisturbed) {
             station->pokeRegister(bootstrap::kPrimaryApplicationIp, 0);
         }
         station->log().clear();
-        EXPECT_EQ(Gbe_connectCamera(camera), kBusy);
+        EXPECT_EQ(Gbe_connectCamera(camera), GBE_ERROR_CAMERA_BUSY);
         EXPECT_EQ(station->log().count(gvcp::Command::WriteRegCmd), row.writes);
         if (!row.tellsWho) { // the refused write has put it there again
             station->pokeRegister(bootstrap::kPrimaryApplicationIp, 0);
@@ -135,7 +131,7 @@ TEST_F(ControlTest, OfAnotherApplicationIsToldAtOnceAndNotDisturbed) {
     EXPECT_EQ(status().holder, GBE_CONTROL_NOBODY);
     constexpr auto kDenied = static_cast<std::uint32_t>(gvcp::Status::AccessDenied);
     station->faults().add({Fault::Kind::Status, kDenied, 1, gvcp::Command::ReadRegCmd});
-    EXPECT_EQ(Gbe_connectCamera(camera), kBusy) << "may not even read";
+    EXPECT_EQ(Gbe_connectCamera(camera), GBE_ERROR_CAMERA_BUSY) << "may not even read";
     EXPECT_EQ(Gbe_connectCamera(camera), 0);
 }
 
@@ -148,9 +144,9 @@ TEST_F(ControlTest, TakenAwayIsVisibleAndComesBackByConnecting) {
     EXPECT_EQ(status().holder, GBE_CONTROL_OTHER);
     EXPECT_EQ(status().ip, kPeerIpInC);
     EXPECT_EQ(status().loss, GBE_LOSS_TAKEN_OVER);
-    EXPECT_EQ(Gbe_connectCamera(camera), kBusy);
+    EXPECT_EQ(Gbe_connectCamera(camera), GBE_ERROR_CAMERA_BUSY);
     EXPECT_EQ(status().loss, GBE_LOSS_TAKEN_OVER);
-    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), kNotConnected);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), GBE_ERROR_CAMERA_NOT_CONNECTED);
     EXPECT_EQ(station->report().privilege, bootstrap::kPrivilegeControl) << "the peer's";
     peerReleases();
     expectRecovery();
@@ -172,7 +168,7 @@ TEST_F(ControlTest, EndsWithSilenceAndIsExplainedAfterwards) {
     connect();
     losePatience();
     station->faults().add({Fault::Kind::Silent, 0, Fault::kForever});
-    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), kLost) << "half a second has passed";
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), GBE_ERROR_CONNECTION) << "half a second has passed";
     expectLost(ControlLoss::Silent);
     EXPECT_EQ(status().holder, GBE_CONTROL_UNKNOWN);
     station->faults().clear();
@@ -184,9 +180,9 @@ TEST_F(ControlTest, EndsWithSilenceAndIsExplainedAfterwards) {
     losePatience();
     ASSERT_TRUE(softboard::detachAll(0, 0));
     station = session.rig.hang(0, 0, plainCamera({{"ip", "169.254.1.50"}}));
-    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), kLost);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), GBE_ERROR_CONNECTION);
     expectLost(ControlLoss::Silent);
-    EXPECT_EQ(Gbe_connectCamera(camera), kNoAnswer);
+    EXPECT_EQ(Gbe_connectCamera(camera), GBE_ERROR_XML_READ);
     Gbe_freeCamera(camera);
     connect();
     EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), 0);

@@ -33,10 +33,11 @@ TEST(Boards, CheckTheirArguments) {
         int result;
         int expected;
     } rows[] = {
-        {"scan below all ports", Gbe_scanNetwork(board, -2, 0), -40015},
-        {"scan above the ports", Gbe_scanNetwork(board, 4, 0), -40015},
-        {"count below the ports", Gbe_getCameraCount(board, static_cast<unsigned>(-1)), -40015},
-        {"count above the ports", Gbe_getCameraCount(board, 4), -40015},
+        {"scan below all ports", Gbe_scanNetwork(board, -2, 0), GBE_ERROR_ILLEGAL_PARAMETER},
+        {"scan above the ports", Gbe_scanNetwork(board, 4, 0), GBE_ERROR_ILLEGAL_PARAMETER},
+        {"count below the ports", Gbe_getCameraCount(board, static_cast<unsigned>(-1)),
+         GBE_ERROR_ILLEGAL_PARAMETER},
+        {"count above the ports", Gbe_getCameraCount(board, 4), GBE_ERROR_ILLEGAL_PARAMETER},
         {"count before a scan", Gbe_getCameraCount(board, 0), 0},
     };
     for (const auto& row : rows) {
@@ -46,10 +47,10 @@ TEST(Boards, CheckTheirArguments) {
     EXPECT_EQ(Gbe_initBoard(0, 0, &again), 0);
     EXPECT_NE(again, board);
     Gbe_freeBoard(again); // closes the board under the other handle
-    EXPECT_EQ(Gbe_scanNetwork(board, 0, 0), -40019);
-    EXPECT_EQ(Gbe_getCameraCount(board, 0), -40019);
+    EXPECT_EQ(Gbe_scanNetwork(board, 0, 0), GBE_ERROR_BOARD_DOES_NOT_EXIST);
+    EXPECT_EQ(Gbe_getCameraCount(board, 0), GBE_ERROR_BOARD_DOES_NOT_EXIST);
     CameraHandle* camera = nullptr;
-    EXPECT_EQ(Gbe_getFirstCamera(board, 0, &camera), -40023);
+    EXPECT_EQ(Gbe_getFirstCamera(board, 0, &camera), GBE_ERROR_NO_CAMERAS_FOUND);
 }
 
 TEST(Boards, TellALinkStateWithoutAHandle) {
@@ -84,24 +85,24 @@ TEST(LookUp, GivesTheDocumentedCodes) {
 
     const unsigned char unknown[6] = {2, 9};
     CameraHandle* camera = reinterpret_cast<CameraHandle*>(board);
-    EXPECT_EQ(Gbe_getFirstCamera(board, 4, &camera), -40015);
+    EXPECT_EQ(Gbe_getFirstCamera(board, 4, &camera), GBE_ERROR_ILLEGAL_PARAMETER);
     EXPECT_NE(camera, nullptr) << "nothing changes before the checks have passed";
-    EXPECT_EQ(Gbe_getFirstCamera(board, 0, &camera), -40023);
+    EXPECT_EQ(Gbe_getFirstCamera(board, 0, &camera), GBE_ERROR_NO_CAMERAS_FOUND);
     EXPECT_EQ(camera, nullptr);
-    EXPECT_EQ(Gbe_getCameraByMac(board, 1, unknown, &camera), -40024);
-    EXPECT_EQ(Gbe_getCameraByMac(board, 1, nullptr, &camera), -40015);
-    EXPECT_EQ(Gbe_getCameraByIp(board, 1, 0x01020304, &camera), -40024);
-    EXPECT_EQ(Gbe_getCameraByUserName(board, 1, "nobody", &camera), -40024);
-    EXPECT_EQ(Gbe_getCameraByUserName(board, 1, nullptr, &camera), -40015);
+    EXPECT_EQ(Gbe_getCameraByMac(board, 1, unknown, &camera), GBE_ERROR_CAMERA_DOES_NOT_EXIST);
+    EXPECT_EQ(Gbe_getCameraByMac(board, 1, nullptr, &camera), GBE_ERROR_ILLEGAL_PARAMETER);
+    EXPECT_EQ(Gbe_getCameraByIp(board, 1, 0x01020304, &camera), GBE_ERROR_CAMERA_DOES_NOT_EXIST);
+    EXPECT_EQ(Gbe_getCameraByUserName(board, 1, "nobody", &camera), GBE_ERROR_CAMERA_DOES_NOT_EXIST);
+    EXPECT_EQ(Gbe_getCameraByUserName(board, 1, nullptr, &camera), GBE_ERROR_ILLEGAL_PARAMETER);
 
     CameraHandle* alone = nullptr;
     ASSERT_EQ(Gbe_getCameraByUserName(board, 2, "sixteen letters!", &alone), 0);
     EXPECT_EQ(userNameOf(alone), "sixteen letters!") << "a full field has no NUL";
-    EXPECT_EQ(Gbe_getFirstCamera(board, 2, &camera), -40024);
-    EXPECT_EQ(Gbe_getCameraByMac(board, 2, macOf(alone).data(), &camera), -40022);
+    EXPECT_EQ(Gbe_getFirstCamera(board, 2, &camera), GBE_ERROR_CAMERA_DOES_NOT_EXIST);
+    EXPECT_EQ(Gbe_getCameraByMac(board, 2, macOf(alone).data(), &camera), GBE_ERROR_CAMERA_BUSY);
 
     CameraHandle* twin = nullptr;
-    ASSERT_EQ(Gbe_getCameraByUserName(board, 1, "twin", &twin), -41000);
+    ASSERT_EQ(Gbe_getCameraByUserName(board, 1, "twin", &twin), GBE_WARNING_CAMERA_NOT_UNIQUE);
     EXPECT_EQ(Gbe_connectCamera(twin), 0);
     CameraHandle* other = nullptr;
     EXPECT_EQ(Gbe_getFirstCamera(board, 1, &other), 0);
@@ -121,25 +122,26 @@ TEST(Connection, RunsThroughItsStates) {
     const auto station = session.rig.hang(0, 0, plainCamera());
     CameraHandle* camera = session.connectFirst();
     EXPECT_EQ(station->report().privilege, kControl);
-    EXPECT_EQ(Gbe_connectCamera(camera), -40016);
-    EXPECT_EQ(Gbe_connectCameraWithoutService(camera), -40017);
+    EXPECT_EQ(Gbe_connectCamera(camera), GBE_ERROR_CAMERA_NOT_CONNECTED);
+    EXPECT_EQ(Gbe_connectCameraWithoutService(camera), GBE_ERROR_CAMERA_ALREADY_CONNECTED);
     long long value = 0;
     EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), 0);
 
     EXPECT_EQ(Gbe_disconnectCamera(camera), 0);
     EXPECT_EQ(station->report().privilege, kNoControl);
-    EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), -40016);
-    EXPECT_EQ(Gbe_startAcquisition(camera), -40016);
+    EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), GBE_ERROR_CAMERA_NOT_CONNECTED);
+    EXPECT_EQ(Gbe_startAcquisition(camera), GBE_ERROR_CAMERA_NOT_CONNECTED);
     EXPECT_EQ(Gbe_disconnectCamera(camera), 0) << "again does no harm";
 
     EXPECT_EQ(Gbe_connectCameraWithoutService(camera), 0);
     EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 5), 0);
     EXPECT_EQ(station->peekRegister(plain::kNumber), 5U);
     CameraHandle* second = nullptr;
-    EXPECT_EQ(Gbe_getFirstCamera(session.board(), 0, &second), -40024) << "in use again";
+    EXPECT_EQ(Gbe_getFirstCamera(session.board(), 0, &second), GBE_ERROR_CAMERA_DOES_NOT_EXIST)
+        << "in use again";
     Gbe_disconnectCamera(camera);
     ASSERT_EQ(Gbe_getFirstCamera(session.board(), 0, &second), 0);
-    EXPECT_EQ(Gbe_connectCamera(camera), -40022) << "somebody else has taken it";
+    EXPECT_EQ(Gbe_connectCamera(camera), GBE_ERROR_CAMERA_BUSY) << "somebody else has taken it";
     EXPECT_EQ(Gbe_connectCamera(second), 0);
     Gbe_freeCamera(camera);
     EXPECT_EQ(Gbe_getIntegerValue(second, "Number", &value), 0) << "untouched by the other's end";
@@ -177,10 +179,10 @@ TEST(Connection, ThatFailsLeavesNothingBehind) {
         const char* installation;
         int expected;
     } rows[] = {
-        {"no installation directory", "File:missing.xml", nullptr, -40013},
-        {"no such file", "File:missing.xml", ".", -40014},
+        {"no installation directory", "File:missing.xml", nullptr, GBE_ERROR_ENVIRONMENT_NOT_SET},
+        {"no such file", "File:missing.xml", ".", GBE_ERROR_FILE_DOES_NOT_EXIST},
         {"second URL, after failures", "Http:x", ".", 0},
-        {"file, after success", "File:missing.xml", ".", -40014},
+        {"file, after success", "File:missing.xml", ".", GBE_ERROR_FILE_DOES_NOT_EXIST},
         {"second URL again", "Local:x.xml;30000;20", ".", 0},
     };
     for (const auto& row : rows) {
@@ -192,7 +194,8 @@ TEST(Connection, ThatFailsLeavesNothingBehind) {
         EXPECT_EQ(Gbe_connectCamera(camera), row.expected);
         const bool connected = row.expected == 0;
         long long value = 0;
-        EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), connected ? 0 : -40016);
+        EXPECT_EQ(
+            Gbe_getIntegerValue(camera, "Number", &value), connected ? 0 : GBE_ERROR_CAMERA_NOT_CONNECTED);
         EXPECT_EQ(Gbe_invalidateCache(camera), 0);
         EXPECT_EQ(station->report().privilege, connected ? kControl : kNoControl);
         if (connected) {
@@ -217,7 +220,7 @@ TEST(Connection, HasItsPortForItself) {
     EXPECT_EQ(first->report().privilege, kControl) << "although the other one was looked up last";
     EXPECT_EQ(other->report().privilege, kNoControl);
 
-    EXPECT_EQ(Gbe_connectCamera(b), -40010);
+    EXPECT_EQ(Gbe_connectCamera(b), GBE_ERROR_PORT_NOT_AVAILABLE);
     EXPECT_EQ(Gbe_disconnectCamera(b), 0);
     Gbe_freeCamera(b);
     ASSERT_EQ(Gbe_getCameraByMac(board, 0, Mac{2, 0, 0, 0, 0, 0x32}.data(), &b), 0);
@@ -239,10 +242,11 @@ TEST(Switching, TakesTheCameraAlongWithItsFeatures) {
     BoardHandle* other = session.boards[1];
     const auto station = session.rig.hang(0, 0, plainCamera());
     CameraHandle* camera = session.connectFirst();
-    EXPECT_EQ(Gbe_switchCameraConnection(camera, nullptr, 0), -40015);
-    EXPECT_EQ(Gbe_switchCameraConnection(camera, other, 4), -40015);
-    EXPECT_EQ(Gbe_switchCameraConnection(camera, session.board(), 0), -40019) << "occupied by itself";
-    EXPECT_EQ(Gbe_switchCameraConnection(camera, other, 3), -40023);
+    EXPECT_EQ(Gbe_switchCameraConnection(camera, nullptr, 0), GBE_ERROR_ILLEGAL_PARAMETER);
+    EXPECT_EQ(Gbe_switchCameraConnection(camera, other, 4), GBE_ERROR_ILLEGAL_PARAMETER);
+    EXPECT_EQ(Gbe_switchCameraConnection(camera, session.board(), 0), GBE_ERROR_BOARD_DOES_NOT_EXIST)
+        << "occupied by itself";
+    EXPECT_EQ(Gbe_switchCameraConnection(camera, other, 3), GBE_ERROR_NO_CAMERAS_FOUND);
 
     // Pulled, and plugged in elsewhere once it has given up hope for its heartbeats.
     softboard::detach(0, 0, std::shared_ptr<ethernet::Endpoint>(station));
@@ -253,12 +257,13 @@ TEST(Switching, TakesTheCameraAlongWithItsFeatures) {
     ASSERT_EQ(Gbe_switchCameraConnection(camera, other, 3), 0);
     EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 9), 0);
     EXPECT_EQ(station->peekRegister(plain::kNumber), 9U);
-    EXPECT_EQ(Gbe_connectCameraWithoutService(camera), -40017);
+    EXPECT_EQ(Gbe_connectCameraWithoutService(camera), GBE_ERROR_CAMERA_ALREADY_CONNECTED);
 
     const auto stranger = session.rig.hang(1, 0, plainCamera());
     ASSERT_EQ(Gbe_scanNetwork(other, 0, 0), 0);
-    EXPECT_EQ(Gbe_switchCameraConnectionWithoutService(camera, other, 0), -40024);
-    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 10), -40016) << "disconnected at its old place";
+    EXPECT_EQ(Gbe_switchCameraConnectionWithoutService(camera, other, 0), GBE_ERROR_CAMERA_DOES_NOT_EXIST);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 10), GBE_ERROR_CAMERA_NOT_CONNECTED)
+        << "disconnected at its old place";
     EXPECT_EQ(Gbe_connectCamera(camera), 0);
     EXPECT_EQ(stranger->report().privilege, kNoControl);
 }
@@ -272,7 +277,7 @@ TEST(Switching, WithoutADescriptionLeavesTheFeaturesAway) {
     ASSERT_EQ(Gbe_scanNetwork(session.board(), 1, 0), 0);
     EXPECT_EQ(Gbe_switchCameraConnection(camera, session.board(), 1), 0);
     long long value = 0;
-    EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), -40016);
+    EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), GBE_ERROR_CAMERA_NOT_CONNECTED);
     EXPECT_EQ(Gbe_invalidateCache(camera), 0);
     EXPECT_EQ(Gbe_enableChecks(camera, 1), 0);
 }
@@ -296,7 +301,7 @@ TEST(Freeing, WorksInEveryOrder) {
             if (boardFirst) {
                 Gbe_freeBoard(board); // frees the camera too unless it was disconnected
                 if (disconnectFirst) {
-                    EXPECT_EQ(Gbe_connectCamera(camera), -40019);
+                    EXPECT_EQ(Gbe_connectCamera(camera), GBE_ERROR_BOARD_DOES_NOT_EXIST);
                     Gbe_freeCamera(camera);
                 }
             } else {

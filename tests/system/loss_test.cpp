@@ -10,9 +10,6 @@ namespace {
 using test_support::NetNamespace;
 using test_support::VirtualWire;
 
-constexpr int kControlLost = -40012;
-constexpr int kNoDescription = -40020;
-
 class LossTest : public testing::Test {
 protected:
     // Made while the process has one thread.
@@ -68,7 +65,7 @@ TEST_F(LossTest, PulledForAMomentNeedsNothing) {
 
 TEST_F(LossTest, PulledForLongIsConnectedAnewWhenItIsBack) {
     ASSERT_TRUE(s_wire->camera.shell("ip link set camera0 down"));
-    EXPECT_TRUE(eventually([&] { return write(8) == kControlLost; }));
+    EXPECT_TRUE(eventually([&] { return write(8) == GBE_ERROR_CONNECTION; }));
     EXPECT_EQ(loss(), GBE_LOSS_SILENT);
     ASSERT_TRUE(s_wire->camera.shell("ip link set camera0 up"));
     EXPECT_TRUE(eventually([] { return softboard::portState(0, 0).linkUp; }));
@@ -79,7 +76,7 @@ TEST_F(LossTest, PulledForLongIsConnectedAnewWhenItIsBack) {
 
 TEST_F(LossTest, RebootedHasOtherValues) {
     (*m_station)->reboot(simcam::milliseconds(100));
-    EXPECT_TRUE(eventually([&] { return write(8) == kControlLost; }));
+    EXPECT_TRUE(eventually([&] { return write(8) == GBE_ERROR_CONNECTION; }));
     EXPECT_EQ(loss(), GBE_LOSS_REBOOTED);
     ASSERT_EQ(Gbe_connectCamera(m_camera), 0);
     EXPECT_EQ(read(), 0) << "from before the reboot";
@@ -90,8 +87,8 @@ TEST_F(LossTest, RebootedHasOtherValues) {
 // Another camera has the address: it must not be taken for the old one, whose handle stays without a camera.
 TEST_F(LossTest, ReplacedByAnotherWithItsAddressIsFoundByAScan) {
     plugIn("02:00:00:00:00:42");
-    EXPECT_TRUE(eventually([&] { return write(8) == kControlLost; }));
-    EXPECT_EQ(Gbe_connectCamera(m_camera), kNoDescription);
+    EXPECT_TRUE(eventually([&] { return write(8) == GBE_ERROR_CONNECTION; }));
+    EXPECT_EQ(Gbe_connectCamera(m_camera), GBE_ERROR_XML_READ);
     EXPECT_EQ((*m_station)->log().count(gvcp::Command::WriteRegCmd), 0U) << "it was spoken to";
     Gbe_freeCamera(m_camera);
     m_camera = m_session->connectFirst();

@@ -83,23 +83,26 @@ TEST_F(MainJobTest, AnswersMistakesWithTheirCodes) {
         int result;
         int expected;
     } rows[] = {
-        {"no such feature", Gbe_getIntegerValue(camera, "Widht", &integer), -40007},
-        {"no name", Gbe_getIntegerValue(camera, nullptr, &integer), -40015},
-        {"nowhere to put it", Gbe_getIntegerValue(camera, "Width", nullptr), -40015},
-        {"float as an integer", Gbe_setIntegerValue(camera, "Gain", 1), -40007},
-        {"integer as a float", Gbe_getFloatValue(camera, "Width", &number), -40007},
-        {"enumeration as a string", Gbe_getStringValue(camera, "PixelFormat", &text), -40007},
-        {"integer as a boolean", Gbe_getBooleanValue(camera, "Width", &flag), -40007},
-        {"string as an enumeration", Gbe_setEnumerationValue(camera, "DeviceUserID", "x"), -40007},
-        {"integer as a command", Gbe_executeCommand(camera, "Width"), -40007},
-        {"no text to write", Gbe_setStringValue(camera, "DeviceUserID", nullptr), -40015},
-        {"unknown entry", Gbe_setEnumerationValue(camera, "PixelFormat", "mono8"), -40006},
-        {"below the minimum", Gbe_setIntegerValue(camera, "Width", 12), -40006},
-        {"above the maximum", Gbe_setIntegerValue(camera, "Width", 1924), -40006},
-        {"off the increment", Gbe_setIntegerValue(camera, "Width", 642), -40006},
-        {"float above the maximum", Gbe_setFloatValue(camera, "Gain", 1000), -40006},
-        {"read-only", Gbe_setStringValue(camera, "DeviceModelName", "x"), -40005},
-        {"buffer too small", Gbe_getValueAsString(camera, "PixelFormat", buffer, &size), -40025},
+        {"no such feature", Gbe_getIntegerValue(camera, "Widht", &integer), GBE_ERROR_ILLEGAL_NODE},
+        {"no name", Gbe_getIntegerValue(camera, nullptr, &integer), GBE_ERROR_ILLEGAL_PARAMETER},
+        {"nowhere to put it", Gbe_getIntegerValue(camera, "Width", nullptr), GBE_ERROR_ILLEGAL_PARAMETER},
+        {"float as an integer", Gbe_setIntegerValue(camera, "Gain", 1), GBE_ERROR_ILLEGAL_NODE},
+        {"integer as a float", Gbe_getFloatValue(camera, "Width", &number), GBE_ERROR_ILLEGAL_NODE},
+        {"enumeration as a string", Gbe_getStringValue(camera, "PixelFormat", &text), GBE_ERROR_ILLEGAL_NODE},
+        {"integer as a boolean", Gbe_getBooleanValue(camera, "Width", &flag), GBE_ERROR_ILLEGAL_NODE},
+        {"string as an enumeration", Gbe_setEnumerationValue(camera, "DeviceUserID", "x"),
+         GBE_ERROR_ILLEGAL_NODE},
+        {"integer as a command", Gbe_executeCommand(camera, "Width"), GBE_ERROR_ILLEGAL_NODE},
+        {"no text to write", Gbe_setStringValue(camera, "DeviceUserID", nullptr),
+         GBE_ERROR_ILLEGAL_PARAMETER},
+        {"unknown entry", Gbe_setEnumerationValue(camera, "PixelFormat", "mono8"), GBE_ERROR_ILLEGAL_VALUE},
+        {"below the minimum", Gbe_setIntegerValue(camera, "Width", 12), GBE_ERROR_ILLEGAL_VALUE},
+        {"above the maximum", Gbe_setIntegerValue(camera, "Width", 1924), GBE_ERROR_ILLEGAL_VALUE},
+        {"off the increment", Gbe_setIntegerValue(camera, "Width", 642), GBE_ERROR_ILLEGAL_VALUE},
+        {"float above the maximum", Gbe_setFloatValue(camera, "Gain", 1000), GBE_ERROR_ILLEGAL_VALUE},
+        {"read-only", Gbe_setStringValue(camera, "DeviceModelName", "x"), GBE_ERROR_NOT_WRITABLE},
+        {"buffer too small", Gbe_getValueAsString(camera, "PixelFormat", buffer, &size),
+         GBE_ERROR_BUFFER_TOO_SMALL},
         {"size that it takes", static_cast<int>(size), static_cast<int>(sizeof("Mono8"))},
     };
     for (const auto& row : rows) {
@@ -127,7 +130,7 @@ TEST_F(MainJobTest, LocksWhatAnAcquisitionMustNotFindChanged) {
     EXPECT_EQ(Gbe_lockTLParams(camera), 0);
     EXPECT_EQ(Gbe_getIntegerValue(camera, "TLParamsLocked", &locked), 0);
     EXPECT_EQ(locked, 1);
-    EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", 640), -40003);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", 640), GBE_ERROR_LOCKED);
     EXPECT_EQ(Gbe_enableChecks(camera, 0), 0);
     EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", 640), 0);
     EXPECT_EQ(Gbe_enableChecks(camera, 1), 0);
@@ -141,7 +144,7 @@ TEST_F(MainJobTest, GivesTheDescriptionAsItIs) {
     ASSERT_GT(size, 1000U);
     std::string text(size, '?');
     unsigned tooSmall = size - 1;
-    EXPECT_EQ(Gbe_getGenICamXML(camera, text.data(), &tooSmall), -40025);
+    EXPECT_EQ(Gbe_getGenICamXML(camera, text.data(), &tooSmall), GBE_ERROR_BUFFER_TOO_SMALL);
     EXPECT_EQ(tooSmall, size - 1);
     EXPECT_EQ(Gbe_getGenICamXML(camera, text.data(), &size), 0);
     EXPECT_EQ(text.find("<?xml"), 0U);
@@ -168,10 +171,10 @@ TEST_F(MainJobTest, ListsFeaturesInOrderWithTheirKinds) {
     }
     const char* none = nullptr;
     int kind = -1;
-    EXPECT_EQ(Gbe_getFeatureName(camera, static_cast<unsigned>(count), &none), -40015);
+    EXPECT_EQ(Gbe_getFeatureName(camera, static_cast<unsigned>(count), &none), GBE_ERROR_ILLEGAL_PARAMETER);
     EXPECT_EQ(Gbe_getFeatureKind(camera, "Gain", &kind), 0);
     EXPECT_EQ(kind, GBE_KIND_FLOAT);
-    EXPECT_EQ(Gbe_getFeatureKind(camera, "Nothing", &kind), -40007);
+    EXPECT_EQ(Gbe_getFeatureKind(camera, "Nothing", &kind), GBE_ERROR_ILLEGAL_NODE);
 }
 
 // The features that the plain camera has and the other one has not.
@@ -183,7 +186,7 @@ TEST(PlainCamera, RefusesToStartWhileLockedAfterTheLineLengthWasSet) {
     station->pokeRegister(plain::kLocked, 1);
     ASSERT_EQ(Gbe_enableChecks(camera, 1), 0);
     ASSERT_EQ(Gbe_setEnumerationValue(camera, "PixelFormat", "Mono12Packed"), 0);
-    EXPECT_EQ(Gbe_startAcquisition(camera), -40003);
+    EXPECT_EQ(Gbe_startAcquisition(camera), GBE_ERROR_LOCKED);
     EXPECT_EQ(softboard::portState(0, 2).lineLength, 1500U);
     EXPECT_EQ(station->peekRegister(plain::kCommand), 0U);
     station->pokeRegister(plain::kLocked, 0);
@@ -199,7 +202,7 @@ TEST(PlainCamera, KeepsTheWishForChecksOverConnections) {
     CameraHandle* camera = session.findFirst();
     EXPECT_EQ(Gbe_enableChecks(camera, 1), 0) << "needs no connection";
     EXPECT_EQ(Gbe_connectCamera(camera), 0);
-    EXPECT_EQ(Gbe_setIntegerValue(camera, "ReadOnly", 1), -40005);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "ReadOnly", 1), GBE_ERROR_NOT_WRITABLE);
 }
 
 TEST(PlainCamera, ForgetsItsValuesWhenAskedTo) {

@@ -20,8 +20,8 @@ constexpr int kBoards = 8;
 constexpr int kPorts = 4;
 constexpr seconds kLongestCall{60};  // a connect has a dozen commands of up to two attempts of two seconds
 constexpr double kFewestGood = 0.95; // of all reads and writes: those with both attempts lost are about 1 %
-constexpr int kTransportLayer = -40011;
-constexpr int kControlLost = -40012;  // a late copy of the command that gave control back took it away
+constexpr int kControlLost =
+    GBE_ERROR_CONNECTION;             // a late copy of the command that gave control back took it away
 constexpr unsigned kMostFailures = 5; // in a row, before the camera is connected anew
 
 softboard::FaultPlan badWire(unsigned seed) {
@@ -116,7 +116,7 @@ private:
         m_numberBefore = station->peekRegister(plain::kNumber).value();
         m_textBefore = text();
         const int result = call(name, run);
-        if (result != 0 && result != kTransportLayer && result != kControlLost) {
+        if (result != 0 && result != GBE_ERROR_TRANSPORT_LAYER && result != kControlLost) {
             complain(std::string(name) + " gave " + std::to_string(result));
         }
         m_failuresInARow = result == 0 ? 0 : result == kControlLost ? kMostFailures : m_failuresInARow + 1;

@@ -96,7 +96,7 @@ TEST(Stress, ThreadsShareACamera) {
         }),
         run([&](unsigned) {
             CameraHandle* other = nullptr;
-            return Gbe_getFirstCamera(session.board(), 0, &other) == -40024;
+            return Gbe_getFirstCamera(session.board(), 0, &other) == GBE_ERROR_CAMERA_DOES_NOT_EXIST;
         }),
         run([&](unsigned) { // the port itself is watched, and others come and go on it
             std::string error;

@@ -14,15 +14,15 @@ TEST(Status, KnownCodesHaveTheirTextAndOthersNone) {
         int code;
         const char* text;
     } rows[] = {
-        {0, "success"},
-        {-40007, "illegal node"},
-        {-40012, "camera/service connection exception"},
-        {-40025, "buffer too small"},
-        {-41000, "selected camera is not unique (warning)"},
+        {GBE_SUCCESS, "success"},
+        {GBE_ERROR_ILLEGAL_NODE, "illegal node"},
+        {GBE_ERROR_CONNECTION, "camera/service connection exception"},
+        {GBE_ERROR_BUFFER_TOO_SMALL, "buffer too small"},
+        {GBE_WARNING_CAMERA_NOT_UNIQUE, "selected camera is not unique (warning)"},
         {1, "unknown error code"},
-        {-40000, "unknown error code"},
-        {-40026, "unknown error code"},
-        {-41001, "unknown error code"},
+        {GBE_ERROR_NOT_IMPLEMENTED + 1, "unknown error code"},
+        {GBE_ERROR_BUFFER_TOO_SMALL - 1, "unknown error code"},
+        {GBE_WARNING_CAMERA_NOT_UNIQUE - 1, "unknown error code"},
     };
     for (const auto& row : rows) {
         EXPECT_STREQ(status::description(row.code), row.text) << row.code;
@@ -32,8 +32,8 @@ TEST(Status, KnownCodesHaveTheirTextAndOthersNone) {
 TEST(Exceptions, CarryTheirMessageAndCode) {
     const tavo::GicFileDoesNotExistException missing(QStringLiteral("/a/b.xml"));
     EXPECT_STREQ(missing.what(), "File does not exist: /a/b.xml");
-    EXPECT_EQ(missing.getErrno(), -40014);
-    EXPECT_EQ(tavo::ScMathException("term expected").getErrno(), -40009);
+    EXPECT_EQ(missing.getErrno(), GBE_ERROR_FILE_DOES_NOT_EXIST);
+    EXPECT_EQ(tavo::ScMathException("term expected").getErrno(), GBE_ERROR_MATH);
 }
 
 TEST(Exceptions, TheTwoRootsAreStrangers) {

@@ -6,5 +6,5 @@ int main(void) {
     BoardHandle* board = NULL;
     const int result = Gbe_initBoard(-1, 0, &board);
     printf("liomol %s: %s\n", Gbe_getVersion(), Gbe_getErrorDescription(result));
-    return result == -40018 ? 0 : 1;
+    return result == GBE_ERROR_BOARD_INITIALIZATION ? 0 : 1;
 }
