@@ -1,5 +1,7 @@
 #include "print.h"
 
+#include "common/terminal_text.h"
+
 #include <climits>
 #include <cstdio>
 #include <poll.h>
@@ -12,7 +14,9 @@ namespace {
 constexpr std::size_t kLongestReport = PIPE_BUF - 1;
 
 void put(std::FILE* file, const std::string& line) {
-    std::fputs((line + "\n").c_str(), file); // one call, which the C library makes in one piece
+    std::fputs(
+        (common::terminalText(line) + "\n").c_str(),
+        file); // one call, which the C library makes in one piece
     std::fflush(file);
 }
 

@@ -5,6 +5,7 @@
 #include "protocol/bootstrap.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace gbe {
 namespace {
@@ -24,6 +25,14 @@ bool isFrom(const Heard& heard, const FoundCamera& camera) {
 } // namespace
 
 void CameraCheck::run(const FoundCamera& camera) {
+    if (std::all_of(std::begin(camera.info.mac), std::end(camera.info.mac), std::logical_not<>())) {
+        m_findings.bad(
+            "camera",
+            ipText(camera.ip) + ": its discovery data hold no MAC address, by which cameras are told apart",
+            "its maker may have newer firmware; alone on its port it can be used: gbe --ip " +
+                ipText(camera.ip));
+        return;
+    }
     if (!addressIsGood(camera)) {
         return;
     }

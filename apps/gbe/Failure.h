@@ -1,8 +1,10 @@
 // What ends a command: one line for standard error, and the exit status.
 #pragma once
 
+#include "common/terminal_text.h"
 #include "liomol/gige.h"
 
+#include <cstdio>
 #include <stdexcept>
 #include <string>
 
@@ -23,6 +25,12 @@ public:
 private:
     std::string m_reason;
 };
+
+// One line on standard error, behind all that was printed before.
+inline void complain(const std::string& text) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "gbe: %s\n", common::terminalText(text).c_str());
+}
 
 inline void check(const std::string& what, int code) {
     if (code < 0) {

@@ -14,7 +14,8 @@ public:
         }
     }
 
-    void add(std::vector<std::string> row) { m_rows.push_back(std::move(row)); }
+    // Texts as they came from the camera: they are made fit for a terminal.
+    void add(std::vector<std::string> row);
     bool empty() const { return m_rows.empty(); }
     // To standard output; `indent` blanks before each row.
     void print(unsigned indent = 0) const;

@@ -2,11 +2,14 @@
 
 #include "Failure.h"
 #include "Table.h"
+#include "common/terminal_text.h"
 #include "features.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
+
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -179,27 +182,38 @@ void listFeatures(const Selection& selection, bool all) {
             }
         }
         if (!table.empty()) {
-            std::printf("%s\n", category.name.c_str());
+            std::printf("%s\n", common::terminalText(category.name).c_str());
             table.print(2);
         }
     }
 }
 
-void getFeatures(
+int getFeatures(
     const Selection& selection, const std::vector<std::string>& names, bool valuesOnly, Format format) {
     const Session session(selection);
     QJsonObject object;
     Table table;
+    std::vector<std::string> failures;
     for (const std::string& name : names) {
-        if (format == Format::Json) {
-            object.insert(QString::fromStdString(name), readJson(session.camera.get(), name));
-        } else if (valuesOnly) {
-            table.add({readText(session.camera.get(), name)});
-        } else {
-            table.add({name, readText(session.camera.get(), name)});
+        try {
+            if (format == Format::Json) {
+                object.insert(QString::fromStdString(name), readJson(session.camera.get(), name));
+                continue;
+            }
+            const std::string value = readText(session.camera.get(), name);
+            table.add(valuesOnly ? std::vector{value} : std::vector{name, value});
+        } catch (const Failure& failure) {
+            failures.emplace_back(failure.what());
+            if (valuesOnly) {
+                table.add({""});
+            }
         }
     }
     format == Format::Json ? print(QJsonDocument(object)) : table.print();
+    for (const std::string& failure : failures) {
+        complain(failure);
+    }
+    return static_cast<int>(failures.size());
 }
 
 void setFeatures(const Selection& selection, const std::vector<std::string>& texts) {
@@ -224,7 +238,10 @@ void executeCommand(const Selection& selection, const std::string& name) {
 
 void saveDescription(const Selection& selection, const std::string& file) {
     const Session session(selection);
-    const std::string text = readDescription(session.camera.get());
+    std::string text = readDescription(session.camera.get());
+    if (file == "-" && isatty(STDOUT_FILENO) != 0) {
+        text = common::terminalLines(text);
+    }
     std::FILE* out = file == "-" ? stdout : std::fopen(file.c_str(), "wb");
     if (out == nullptr) {
         throw Failure(file + ": " + std::strerror(errno));

@@ -24,7 +24,9 @@ struct NewAddress {
 // Gives a camera an IP address by its MAC address, and scans again to see that it has it.
 void setAddress(const Selection& selection, const NewAddress& address);
 void listFeatures(const Selection& selection, bool all);
-void getFeatures(
+// Prints those that can be read, and names the others on standard error; their number is the result. Among
+// bare values their lines are empty.
+int getFeatures(
     const Selection& selection, const std::vector<std::string>& names, bool valuesOnly, Format format);
 // Texts are NAME=VALUE; written in their order, up to the first that fails.
 void setFeatures(const Selection& selection, const std::vector<std::string>& texts);

@@ -2,6 +2,7 @@
 #include "commands.h"
 
 #include "Failure.h"
+#include "common/terminal_text.h"
 #include "features.h"
 
 #include <chrono>
@@ -22,9 +23,11 @@ void step(const char* text) {
 }
 
 template<typename... Values> void say(const char* format, Values... values) {
-    std::printf("   ");
-    std::printf(format, values...);
-    std::printf("\n");
+    const int size = std::snprintf(nullptr, 0, format, values...);
+    std::string text(static_cast<std::size_t>(size) + 1, '\0');
+    std::snprintf(text.data(), text.size(), format, values...);
+    text.pop_back(); // the NUL
+    std::printf("   %s\n", common::terminalText(text).c_str());
 }
 
 void require(bool right, const std::string& what) {

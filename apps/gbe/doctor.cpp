@@ -3,6 +3,7 @@
 #include "Eavesdropper.h"
 #include "Failure.h"
 #include "commands.h"
+#include "common/terminal_text.h"
 #include "link_report/link_report.h"
 #include "service_line.h"
 
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -26,13 +28,14 @@ void Findings::bad(const std::string& check, const std::string& finding, const s
 }
 
 void Findings::line(const char* grade, const std::string& check, const std::string& finding) {
-    std::printf("%-5s %-9s %s\n", grade, check.c_str(), finding.c_str());
+    std::printf("%-5s %-9s %s\n", grade, check.c_str(), common::terminalText(finding).c_str());
     std::fflush(stdout); // some checks take seconds
 }
 
 namespace {
 
 constexpr int kUsualPacket = 1500;                // what the library asks cameras for
+constexpr std::chrono::seconds kCameraLimit{20};  // for all cameras; one that is silent takes some seconds
 constexpr std::chrono::seconds kServiceLimit{35}; // a board that is being opened holds a reply back
 
 std::string programFile() {
@@ -100,6 +103,7 @@ private:
     void checkBoard();
     void checkPort(BoardHandle* board, CheckedPort& port);
     void checkCameras(BoardHandle* board);
+    bool isMeant(const FoundCamera& camera) const;
     void checkHeard(const CheckedPort& port, const std::vector<FoundCamera>& found);
 
     std::string portName(unsigned port) const { return "port " + std::to_string(port); }
@@ -238,6 +242,9 @@ void Doctor::checkCameras(BoardHandle* board) {
         return;
     }
     const std::vector<FoundCamera> found = findCameras(board, m_selection);
+    m_findings.note("cameras", "found by a scan: " + std::to_string(found.size()));
+    const auto deadline = std::chrono::steady_clock::now() + kCameraLimit;
+    std::size_t left = 0;
     for (const CheckedPort& port : m_ports) {
         CameraCheck check(board, m_selection, port, found, m_findings);
         const auto isHere = [&](const FoundCamera& camera) { return camera.port == port.port; };
@@ -249,31 +256,61 @@ void Doctor::checkCameras(BoardHandle* board) {
                 "scans");
         }
         for (const FoundCamera& camera : found) {
-            if (isHere(camera)) {
-                check.run(camera);
+            if (isHere(camera) && isMeant(camera)) {
+                if (std::chrono::steady_clock::now() < deadline) {
+                    check.run(camera);
+                } else {
+                    ++left;
+                }
             }
         }
     }
+    if (left != 0) {
+        m_findings.note(
+            "cameras", "not looked at: " + std::to_string(left) +
+                           ", because the others took so long to be silent; --mac looks at one");
+    }
 }
 
-// Answers to our scan that went elsewhere. Other computers' scans are answered as well, but by cameras that
-// answer ours, too.
+// Whether the selection is for this camera; without one each of them is meant.
+bool Doctor::isMeant(const FoundCamera& camera) const {
+    const auto& mac = m_selection.mac;
+    const auto& ip = m_selection.ip;
+    const std::string& name = m_selection.name;
+    return (!mac || std::equal(mac->begin(), mac->end(), camera.info.mac)) && (!ip || *ip == camera.ip) &&
+           (name.empty() || name == fieldText(camera.info.userDefinedName));
+}
+
+// Answers to scans that are of no use to us. Other computers' scans are answered as well, but by cameras that
+// answer ours, too: those are known by their MAC address or, when their answers came to us, by their IP
+// address.
 void Doctor::checkHeard(const CheckedPort& port, const std::vector<FoundCamera>& found) {
     constexpr unsigned kDiscoveryAck = 0x0003;
     std::vector<Mac> told;
     for (const Heard& heard : port.ear ? port.ear->take() : std::vector<Heard>{}) {
+        const bool toUs = heard.to == port.address.mac && heard.toIp == port.address.ip;
         const bool known = std::any_of(found.begin(), found.end(), [&](const FoundCamera& camera) {
-            return std::equal(heard.from.begin(), heard.from.end(), camera.info.mac);
+            return std::equal(heard.from.begin(), heard.from.end(), camera.info.mac) ||
+                   (toUs && camera.port == port.port && camera.ip == heard.fromIp);
         });
         if (known || heard.code != kDiscoveryAck ||
             std::find(told.begin(), told.end(), heard.from) != told.end()) {
             continue;
         }
         told.push_back(heard.from);
+        const std::string who = macText(heard.from.data());
+        if (toUs) {
+            m_findings.bad(
+                "camera",
+                who + ", " + ipText(heard.fromIp) +
+                    ": answers our scan, but its discovery data are not usable",
+                "are they complete, and is the MAC address in them its own and no other camera's?");
+            continue;
+        }
         m_findings.bad(
             "camera",
-            macText(heard.from.data()) + ": answers scans to " + ipText(heard.toIp) + " (" +
-                macText(heard.to.data()) + "), port " + std::to_string(heard.toPort) + ", and not to us",
+            who + ": answers scans to " + ipText(heard.toIp) + " (" + macText(heard.to.data()) + "), port " +
+                std::to_string(heard.toPort) + ", and not to us",
             "switch it off and on; is another station using the address " + ipText(port.address.ip) + "?");
     }
 }

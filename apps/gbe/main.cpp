@@ -87,7 +87,9 @@ void addCommands(CLI::App& app, Arguments& arguments) {
         "list", "Lists the features with their values", [&] { listFeatures(selection, arguments.all); });
     list->add_flag("--all", arguments.all, "Helpers behind the features too, in the order of names");
     auto* get = command("get", "Reads features", [&] {
-        getFeatures(selection, arguments.names, arguments.valuesOnly, arguments.format());
+        if (getFeatures(selection, arguments.names, arguments.valuesOnly, arguments.format()) != 0) {
+            throw CLI::RuntimeError(EXIT_FAILURE); // nothing more is printed
+        }
     });
     get->add_option("NAME", arguments.names, "Names of features")->required();
     get->add_flag("-q,--values", arguments.valuesOnly, "Only the values");
@@ -137,8 +139,7 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error);
     } catch (const Failure& failure) {
-        std::fflush(stdout);
-        std::fprintf(stderr, "gbe: %s\n", failure.what());
+        complain(failure.what());
         return EXIT_FAILURE;
     }
     return EXIT_SUCCESS;

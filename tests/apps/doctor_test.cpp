@@ -45,8 +45,9 @@ private:
 // The camera of the golden frames, which answers scans well and everything else with another frame.
 class AstrayCamera {
 public:
-    explicit AstrayCamera(golden::Frame other)
-        : m_other(std::move(other)), m_socket(netif::PacketSocket::create("camera0", {}, m_error)) {
+    explicit AstrayCamera(golden::Frame other, golden::Frame discovery = golden::load("discovery_ack"))
+        : m_other(std::move(other)), m_discovery(std::move(discovery)),
+          m_socket(netif::PacketSocket::create("camera0", {}, m_error)) {
         EXPECT_NE(m_socket, nullptr) << m_error;
         m_thread = std::thread([this] { run(); });
     }
@@ -65,7 +66,7 @@ private:
             const bool command =
                 frame.size() >= 50 && frame[12] == 8 && frame[36] == 0x0F && frame[42] == 0x42;
             if (command) {
-                answer(frame, frame[45] == 2 ? golden::load("discovery_ack") : m_other);
+                answer(frame, frame[45] == 2 ? m_discovery : m_other);
             }
         }
     }
@@ -79,6 +80,7 @@ private:
     }
 
     const golden::Frame m_other;
+    const golden::Frame m_discovery;
     std::string m_error;
     const std::unique_ptr<netif::PacketSocket> m_socket;
     std::atomic<bool> m_stop{false};
@@ -161,13 +163,21 @@ TEST(DoctorOnAWire, NamesWhatIsWrongAndWhatMendsIt) {
     elsewhere[37] = 0x77; // of the UDP port
     golden::Frame lost = golden::load("arp_request");
     lost[41] = 1; // of the address that it looks for
-    for (const auto& [frame, parts] :
-         {std::pair{elsewhere, " left: its answers go to |, 169.254.7.42, port 2935; we are |, port 3015\n"},
-          {lost, " left: answers scans, then looks for 169.254.7.1 (ARP) and not for 169.254.7.42/16\n"}}) {
+    const golden::Frame named = golden::load("discovery_ack");
+    golden::Frame nameless = named;
+    std::fill_n(nameless.begin() + 60, 6, std::uint8_t{0}); // the MAC address in it
+    golden::Frame hostile = named;
+    std::copy_n("\x1b[2J\n\xff", 7, hostile.begin() + 42 + 8 + 0xE8); // the user-defined name
+    for (const auto& [frame, discovery, parts] :
+         {std::tuple{
+              elsewhere, named, " left: its answers go to |, 169.254.7.42, port 2935; we are |, port 3015\n"},
+          {lost, hostile, " \\x1b[2J\\n\\xff: answers scans, then looks for 169.254.7.1 (ARP) and not for "},
+          {lost, nameless,
+           "camera    169.254.7.100: its discovery data hold no MAC address, |\n1 problem.\n"}}) {
         std::unique_ptr<AstrayCamera> astray;
         {
             const test_support::NetNamespace::Inside there(wire.camera);
-            astray = std::make_unique<AstrayCamera>(frame);
+            astray = std::make_unique<AstrayCamera>(frame, discovery);
         }
         look(parts);
     }

@@ -117,6 +117,10 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
         EXPECT_EQ(outcome.err, row.err);
         EXPECT_EQ(outcome.out, "");
     });
+    const Outcome some = gbe({"--port", "0", "get", "Widht", "Width", "Hieght"});
+    EXPECT_EQ(some.status, 1);
+    EXPECT_EQ(some.out, "Width  1920\n");
+    EXPECT_EQ(some.err, "gbe: Widht: illegal node (-40007)\ngbe: Hieght: illegal node (-40007)\n");
     EXPECT_EQ(gbe({"jump"}).err, "gbe: no such command: jump (see --help)\n");
     for (const QStringList& wrong :
          {QStringList{}, QStringList{"ip"}, QStringList{"ip", "jump"}, QStringList{"--port", "4", "scan"},

@@ -19,10 +19,11 @@ ALLOWED = {
     "util": {"liomol"},
     "platform": set(),
     "protocol": set(),
+    "common": set(),
     "netif": {"protocol"},
     "softboard": {"platform", "protocol", "netif"},
     "simcam": {"protocol"},
-    "apps": {"liomol", "netif", "simcam", "protocol"},
+    "apps": {"liomol", "common", "netif", "simcam", "protocol"},
     "examples": {"liomol"},
 }
 # Single files that may do more, each with its reason.
