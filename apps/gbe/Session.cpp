@@ -2,6 +2,7 @@
 
 #include "Failure.h"
 #include "addresses.h"
+#include "protocol/bootstrap.h"
 
 #include <QtCore/QStringList>
 
@@ -88,8 +89,36 @@ int pickOnPort(BoardHandle* board, unsigned port, const Selection& selection, Ca
     return Gbe_getFirstCamera(board, port, camera);
 }
 
+// Where the camera says that its description is: one of the two URLs of its bootstrap registers.
+std::string descriptionUrl(CameraHandle* camera, bootstrap::Address address) {
+    std::string url;
+    while (url.size() < bootstrap::kUrlSize && url.find('\0') == url.npos) {
+        unsigned word = 0;
+        if (Gbe_readRegister(camera, static_cast<unsigned>(address + url.size()), &word) != 0) {
+            break;
+        }
+        for (const unsigned shift : {24, 16, 8, 0}) {
+            url += static_cast<char>(word >> shift & 0xFF);
+        }
+    }
+    return url.substr(0, url.find('\0'));
+}
+
+// A camera that answers, and whose description was of no use.
+std::string whyNoDescription(CameraHandle* camera) {
+    std::string urls;
+    for (const bootstrap::Address address : {bootstrap::kFirstUrl, bootstrap::kSecondUrl}) {
+        const std::string url = descriptionUrl(camera, address);
+        urls += url.empty() ? "" : (urls.empty() ? "\"" : " and \"") + url + "\"";
+    }
+    if (urls.empty()) {
+        return " (it says nowhere where its description is)";
+    }
+    return " (its description is no GenICam description, or cannot be had: " + urls + ")";
+}
+
 // What the camera tells of a connection that it did not give.
-std::string whyNot(CameraHandle* camera) {
+std::string whyNot(CameraHandle* camera, int code) {
     GbeControlStatus control{};
     if (Gbe_getControlStatus(camera, &control) != 0) {
         return "";
@@ -101,7 +130,7 @@ std::string whyNot(CameraHandle* camera) {
     case GBE_CONTROL_UNKNOWN:
         return " (it does not answer)";
     default:
-        return "";
+        return code == GBE_ERROR_XML_READ ? whyNoDescription(camera) : "";
     }
 }
 
@@ -165,7 +194,7 @@ void connectCamera(CameraHandle* camera, bool standard) {
     check("choosing how to read the description", Gbe_enableStandardBehaviour(camera, standard ? 1 : 0));
     const std::string what = "connecting to " + macText(Gbe_getCameraInfo(camera)->mac);
     if (const int code = Gbe_connectCamera(camera); code < 0) {
-        throw Failure(what + whyNot(camera), code);
+        throw Failure(what + whyNot(camera, code), code);
     }
     check("switching checks on", Gbe_enableChecks(camera, 1));
     if (!standard) {

@@ -35,7 +35,7 @@ void Findings::line(const char* grade, const std::string& check, const std::stri
 namespace {
 
 constexpr int kUsualPacket = 1500;                // what the library asks cameras for
-constexpr std::chrono::seconds kCameraLimit{20};  // for all cameras; one that is silent takes some seconds
+constexpr std::chrono::seconds kCameraLimit{10};  // for all cameras; one that is silent takes some seconds
 constexpr std::chrono::seconds kServiceLimit{35}; // a board that is being opened holds a reply back
 
 std::string programFile() {

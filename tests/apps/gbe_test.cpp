@@ -120,7 +120,9 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
     const Outcome some = gbe({"--port", "0", "get", "Widht", "Width", "Hieght"});
     EXPECT_EQ(some.status, 1);
     EXPECT_EQ(some.out, "Width  1920\n");
-    EXPECT_EQ(some.err, "gbe: Widht: illegal node (-40007)\ngbe: Hieght: illegal node (-40007)\n");
+    EXPECT_EQ(
+        some.err,
+        "gbe: Widht: " + fault(GBE_ERROR_ILLEGAL_NODE) + "gbe: Hieght: " + fault(GBE_ERROR_ILLEGAL_NODE));
     EXPECT_EQ(gbe({"jump"}).err, "gbe: no such command: jump (see --help)\n");
     for (const QStringList& wrong :
          {QStringList{}, QStringList{"ip"}, QStringList{"ip", "jump"}, QStringList{"--port", "4", "scan"},
@@ -187,7 +189,9 @@ TEST_F(Gbe, AddressesAreShownAndSet) {
 TEST_F(Gbe, SaysWhyACameraIsNotToBeHad) {
     const test::EnvironmentFile board(
         "LIOMOL_SOFTBOARD", "[board 0 port 0 camera]\nfaults = status=0x8006 forever readreg\n"
-                            "[board 0 port 1 camera]\nfaults = silent forever readreg\n");
+                            "[board 0 port 1 camera]\nfaults = silent forever readreg\n"
+                            "[board 0 port 2 camera]\nfirst-url = Local:x.xml;10000000;8\nsecond-url = "
+                            "http://camera/x.xml\n");
     const struct {
         QStringList arguments;
         std::string text;
@@ -195,6 +199,9 @@ TEST_F(Gbe, SaysWhyACameraIsNotToBeHad) {
         {{"--port", "0", "get", "Width"},
          " (controlled by another application): " + fault(GBE_ERROR_CAMERA_BUSY)},
         {{"--port", "1", "get", "Width"}, " (it does not answer): " + fault(GBE_ERROR_XML_READ)},
+        {{"--port", "2", "get", "Width"},
+         "cannot be had: \"Local:x.xml;10000000;8\" and \"http://camera/x.xml\"): " +
+             fault(GBE_ERROR_XML_READ)},
     };
     runAll(rows, [](const auto& row, const Outcome& outcome) {
         EXPECT_EQ(outcome.status, 1);
@@ -273,6 +280,20 @@ TEST_F(Gbe, TheDoctorNamesWhatIsWrongAndWhatMendsIt) {
             EXPECT_THAT(outcome.out, HasSubstr(part.toStdString()));
         }
     });
+}
+
+TEST_F(Gbe, TheDoctorGivesSilentCamerasTheirTimeAndNoMore) {
+    std::string cameras;
+    for (int i = 0; i < 64; ++i) {
+        cameras += "[board 0 port 0 camera]\nfaults = silent forever readreg\n";
+    }
+    const test::EnvironmentFile board("LIOMOL_SOFTBOARD", cameras.c_str());
+    const Outcome outcome = gbe({"--port", "0", "doctor"}); // within the deadline of a program
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(
+        outcome.out, AllOf(
+                         HasSubstr("--    cameras   found by a scan: 64\n"), HasSubstr("02:53:43:00:00:01: "),
+                         HasSubstr("--    cameras   not looked at: ")));
 }
 
 TEST(GbeWithoutService, SaysSo) {
