@@ -1,12 +1,14 @@
 # What `cmake --install` puts where: the library, its documented headers, and the files by which others find it.
-# The two hardware libraries go with it: where the frame grabber's own ones are installed, those come first in the
-# loader's path and these are not used.
+# The frame grabber in software goes into a folder of its own, and under no name of the hardware's libraries. Those
+# come first wherever the loader finds them (softboard/CMakeLists.txt), also beside liomol.
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/liomol" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 
-set_target_properties(liomol tavo_hw kemrt PROPERTIES INSTALL_RPATH "\$ORIGIN")
-install(TARGETS liomol tavo_hw kemrt LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+set_target_properties(liomol PROPERTIES INSTALL_RPATH "\$ORIGIN/liomol")
+install(TARGETS liomol LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+set_target_properties(softboard PROPERTIES INSTALL_RPATH "\$ORIGIN/..")
+install(TARGETS softboard LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/liomol")
 
 # The package file is written by hand: an exported target would drag the hardware libraries' build along.
 set(liomol_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/liomol")

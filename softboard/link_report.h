@@ -1,5 +1,5 @@
 /* What hangs on a port of the frame grabber in software when that is a network interface of Linux, for
-   programs that look after the ports. Plain C. The call is in libtavo_hw.so of the software board alone: who
+   programs that look after the ports. Plain C. The call is in the software board alone: who
    must also run with the hardware's own library looks it up with dlsym. */
 #ifndef SOFTBOARD_LINK_REPORT_H
 #define SOFTBOARD_LINK_REPORT_H

@@ -8,9 +8,25 @@
 
 namespace link_report {
 
+namespace {
+
+using Ask = decltype(&softboard_linkReport);
+
+// The call of the board in software; null when another library is the hardware's.
+Ask findAsk() {
+    void* const ask = dlsym(RTLD_DEFAULT, "softboard_linkReport");
+    void* const open = dlsym(RTLD_DEFAULT, "TavoInitAllHWEx");
+    Dl_info asked{};
+    Dl_info opened{};
+    const bool together = ask != nullptr && open != nullptr && dladdr(ask, &asked) != 0 &&
+                          dladdr(open, &opened) != 0 && asked.dli_fbase == opened.dli_fbase;
+    return together ? reinterpret_cast<Ask>(ask) : nullptr;
+}
+
+} // namespace
+
 std::optional<LinkReport> ofPort(int board, unsigned port) {
-    static const auto ask =
-        reinterpret_cast<decltype(&softboard_linkReport)>(dlsym(RTLD_DEFAULT, "softboard_linkReport"));
+    static const Ask ask = findAsk();
     SoftboardLinkReport told{};
     if (ask == nullptr || ask(board, static_cast<int>(port), &told) != 0) {
         return std::nullopt;
