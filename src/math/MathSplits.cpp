@@ -87,10 +87,14 @@ std::uint32_t SplitTree::scan(std::uint32_t begin, std::uint32_t end) {
     return m_root;
 }
 
+bool SplitTree::groupsRight(Operation operation) const {
+    return (operation == Operation::Conditional && !m_quirks.leftConditionals) ||
+           (operation == Operation::Power && !m_quirks.leftPowers);
+}
+
 void SplitTree::addSplit(Split split) {
     const auto index = static_cast<std::uint32_t>(m_splits.size());
-    const bool groupsRight = split.operation == Operation::Conditional && !m_quirks.leftConditionals;
-    const unsigned loosest = split.level + (groupsRight ? 1u : 0u);
+    const unsigned loosest = split.level + (groupsRight(split.operation) ? 1u : 0u);
     while (!m_spine.empty() && m_splits[m_spine.back()].level >= loosest) {
         split.left = m_spine.back();
         m_spine.pop_back();

@@ -15,8 +15,8 @@ namespace tavo::math {
 // One pass over a text finds the operators outside brackets as a tree whose root is the rightmost of the
 // loosest: where the text splits. So no part is looked at again, however long a chain of operators is.
 //
-// Where conditionals group to the right, the root of several is the leftmost, and the colon of each is a
-// split too, at the right of its ?.
+// Where conditionals or powers group to the right, the root of several is the leftmost, and the colon of each
+// conditional is a split too, at the right of its ?.
 struct Split {
     static constexpr std::uint32_t None = std::numeric_limits<std::uint32_t>::max();
 
@@ -46,6 +46,7 @@ public:
 
 private:
     void findClosingBrackets();
+    bool groupsRight(Operation operation) const;
     void addSplit(Split split);
     void addColon(std::uint32_t position);
     std::optional<Split> operatorAt(std::uint32_t position) const;

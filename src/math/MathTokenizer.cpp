@@ -235,8 +235,49 @@ static_assert(
 
 } // namespace
 
+namespace {
+
+constexpr bool isBlank(char c) {
+    return c == ' ' || c == '\r' || c == '\n' || c == '\t';
+}
+
+constexpr bool isWord(char c) {
+    return isDigit(c) || isLetter(c) || (c >= 'a' && c <= 'z') || c == '_' || c == '.';
+}
+
+// Whether the two would be one token if nothing stood between them.
+bool wouldJoin(char before, char after) {
+    const char both[] = {before, after};
+    const std::string_view pair(both, sizeof both);
+    return (isWord(before) && isWord(after)) ||
+           std::ranges::find(BinaryOperators, pair, &BinaryOperator::text) != BinaryOperators.end() ||
+           std::ranges::find(StandardSpellings, pair, &Spelling::text) != StandardSpellings.end();
+}
+
+bool hasBlankInToken(std::string_view text) {
+    char before = ' ';
+    bool isApart = false;
+    for (const char c : text) {
+        if (isBlank(c)) {
+            isApart = true;
+            continue;
+        }
+        if (isApart && wouldJoin(before, c)) {
+            return true;
+        }
+        before = c;
+        isApart = false;
+    }
+    return false;
+}
+
+} // namespace
+
 void TokenQueue::tokenize(std::string_view expression, const Quirks& quirks) {
     const std::string text = normalize(expression);
+    if (!quirks.blanksJoin && hasBlankInToken(expression)) {
+        throw ScMathException(message::IllegalIdentifier);
+    }
     if (text.empty() || text.size() > LengthLimit) {
         throw ScMathException(message::TermExpected);
     }
@@ -267,7 +308,7 @@ std::string normalize(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     for (const char c : text) {
-        if (c == ' ' || c == '\r' || c == '\n' || c == '\t') {
+        if (isBlank(c)) {
             continue;
         }
         result += c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;

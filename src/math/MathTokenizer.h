@@ -24,10 +24,10 @@ struct Token {
 // Tokens of one or more expressions, one after the other, and the text that they were found in.
 class TokenQueue {
 public:
-    // Splits the expression at its loosest operator (of equal ones the rightmost, but for conditionals that
-    // group to the right), appends the operator's
-    // token and goes on with the texts on its left and right. Time and memory are linear in the length of the
-    // text, and nothing recurses. Throws ScMathException; the tokens found before the error stay.
+    // Splits the expression at its loosest operator (of equal ones the rightmost, but for those that group to
+    // the right), appends the operator's token and goes on with the texts on its left and right. Time and
+    // memory are linear in the length of the text, and nothing recurses. Throws ScMathException; the tokens
+    // found before the error stay.
     void tokenize(std::string_view expression, const Quirks& quirks);
 
     void clear();

@@ -50,6 +50,13 @@ struct Quirks {
     // What a converter writes to an integer node is truncated. Standard: rounded to the nearest.
     bool truncatingConverters = true;
 
+    // Powers group to the left, so that 2**3**2 is 64. Standard: to the right, which is 512.
+    bool leftPowers = true;
+
+    // Blanks in a formula say nothing: "1 0" is 10 and "> =" is >=. Standard: they end a number, a name and
+    // an operator.
+    bool blanksJoin = true;
+
     // ---- what the description's reader knows ----
 
     // A "String" node is no kind of its own: its place stays empty. Standard: it holds a text, or that of
@@ -85,7 +92,24 @@ struct Quirks {
     // length.
     bool plainIndexIgnored = true;
 
+    // What a StructReg says takes the place of what its entries say. Standard: an entry's own word counts.
+    bool structRegWins = true;
+
+    // The "Value" of a Boolean is true when it is "true". Standard: also when it is "1".
+    bool wordBooleansOnly = true;
+
     // ---- values ----
+
+    // Whether a node is implemented, available and locked is its own matter. Standard: it is also that of the
+    // nodes that it stands on.
+    bool ownStatesOnly = true;
+
+    // An imposed access mode takes the place of that of the node below. Standard: it narrows it and never
+    // widens it.
+    bool imposedModeWins = true;
+
+    // A reference to an Enumeration whose number is that of no entry fails. Standard: it gives the number.
+    bool entriesOnly = true;
 
     // A Float, FloatReg, SwissKnife or Converter without a minimum begins at the smallest positive normal
     // number. Standard: at the lowest number.

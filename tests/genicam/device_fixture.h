@@ -82,7 +82,8 @@ inline std::string shown(int code) {
 //   Name=value   writes the node, or executes it when it is a command
 //   #step        does the step, and gives the port's reads and writes meanwhile, as "1r 0w"
 //   @8+2         the hexadecimal bytes of the camera's memory there; @8=0A FF puts them there
-//   !stale       makes all that is cached stale; !fail and !heal break and mend the port
+//   !stale       makes all that is cached stale; !fail and !heal break and mend the port; !check has accesses
+//                checked
 // A result may tell both what this system has and what the standard has, as in "Text -> default | standard".
 struct Device {
     Device() { camera.setPort(&port, "Device"); }
@@ -171,6 +172,9 @@ struct Device {
             port.failing = step == "!fail";
             if (step == "!stale") {
                 camera.invalidateAllNodes();
+            }
+            if (step == "!check") {
+                camera.enableChecking(true);
             }
             return "0";
         }

@@ -62,7 +62,7 @@ TEST_P(AllKinds, ReadAndWriteAsWorkedOutByHand) {
         "available; "
         "Summed -> 01 02 03 | 04 05 06; Summed_Inner -> 512; Width -> 640; Small -> -2; HighNibble -> 5; "
         "Bit31 -> 0; "
-        "Swapped -> -81; Single -> 2.5; Double -> 1.5; _StructInner -> 3; Low -> 171; Bit8 -> 1; "
+        "Swapped -> -81; Single -> 2.5; Double -> 1.5; _StructInner -> 3; Low -> 171; Bit8 -> 1 | -1; "
         "Limited -> 30; Unlimited -> 0; Referring -> 640; Gain -> -2.5; FloatDefaults -> 1; "
         "FloatReferring -> 2.5; Stored -> true; Switch -> false; Inverse -> true; Start -> inactive; Held -> "
         "active; Known -> 77; "
@@ -143,8 +143,10 @@ TEST_P(AllKinds, HaveTheirProperties) {
         {"Double",
          "11|Custom|||||0|0|3|0| [2.225073858507201e-308 1.797693134862316e+308] 0 @536+8 cache 1/1000"},
         {"Text", "18|Custom|||||0|0|3|0| @544+4 cache 1/1000"},
-        {"Low", "16|Custom|low byte||||0|0|3|0| [0 255 1] 0 @784+4 cache 1/1000 >Gain Width"},
-        {"Bit8", "16|Custom|||||0|0|3|0| [0 1 1] 0 @784+4 cache 1/1000 >Width"},
+        {"Low", "16|Custom|low byte||||0|0|3|0| [0 255 1] 0 @784+4 cache 1/1000 >Gain Width",
+         "16|Custom|low byte||||0|0|1|0| [0 255 1] 0 @784+4 cache 1/1000 >Gain Width"},
+        {"Bit8", "16|Custom|||||0|0|3|0| [0 1 1] 0 @784+4 cache 1/1000 >Width",
+         "16|Custom|||||0|0|3|0| [-1 0 1] 0 @784+4 cache 1/1000 >Width"},
         {"Limited", "14|Custom|||||0|0|3|0| [10 100 5] 1 >"},
         {"Unlimited", "14|Custom|||||0|0|3|0| [-9223372036854775808 9223372036854775807 1] 0 >Width"},
         {"Referring", "14|Custom|||||0|0|3|0| [2 -2 2] 0 >"},

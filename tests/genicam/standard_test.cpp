@@ -95,6 +95,9 @@ TEST(Standard, KnowsMoreThanTheDefault) {
              "</SwissKnife>",
          "I -> 5; I=2 -> illegal value; R=1; @0+2 -> 00 01; B -> true; E -> One; E=One; K -> 10",
          "I -> 5; I=2 -> illegal value; R=1; @0+2 -> 01 00; B -> false; E=One -> illegal value; K -> 10"},
+        {"a Boolean that is 1",
+         "<Boolean Name='B'><Value>1</Value></Boolean><Boolean Name='C'><Value>2</Value></Boolean>",
+         "B -> true; C -> false", "B -> false; C -> false"},
         {"octal numbers", integer("I", "<Value>010</Value><Max>-0X1</Max>") + reg("R", 010, 2),
          "I -> 10; R=1; @8+2 -> 01 00", "I -> 8"},
         // Nothing below tells of the change: what is not kept spreads no news.
@@ -170,6 +173,7 @@ TEST(Standard, DifferencesAreCountedByQuirk) {
         {knife("1.5", "SwissKnife") + knife("010"), "2 integerPrefixLiterals, 1 ownKinds, "},
         {knife("V &amp; 1 = 1") + knife("V || V &amp;&amp; V") + knife("1 ? 2 : 3 ? 4 : 5"),
          "2 ownPrecedence, 1 leftConditionals, "},
+        {knife("V ** 2 ** 1") + knife("1 0") + knife("V - 1"), "1 leftPowers, 1 blanksJoin, "},
         {knife("V == 1 || V.Min != 2"), "1 fewerSymbols, 1 plainNames, "},
         {knife("F / 2 &amp; 1", "SwissKnife") + knife("F") + knife("V &amp; 1"),
          "1 ownPrecedence, 2 ownKinds, "},
@@ -201,6 +205,20 @@ TEST(Standard, DifferencesAreCountedByQuirk) {
         {"<StructReg><Cachable>NoCache</Cachable><StructEntry Name='E'/><StructEntry Name='G'><PollingTime>1"
          "</PollingTime></StructEntry></StructReg>",
          "1 noCacheForASecond, "},
+        {"<StructReg><AccessMode>RO</AccessMode><Sign>Signed</Sign><pSelected>I</pSelected><StructEntry>"
+         "<AccessMode>RW</AccessMode><Sign>Signed</Sign><pSelected>I</pSelected></StructEntry></StructReg>",
+         "1 structRegWins, "},
+        {"<Boolean><Value>1</Value></Boolean><Boolean><Value>true</Value><OnValue>1</OnValue></Boolean>",
+         "1 wordBooleansOnly, "},
+        {"<Integer Name='X'><pIsLocked>I</pIsLocked></Integer><Integer Name='Y'><pValue>X</pValue></Integer>"
+         "<Boolean><pValue>Y</pValue></Boolean>",
+         "2 ownStatesOnly, "},
+        {"<IntReg Name='O'><Sign>Signed</Sign></IntReg>"
+         "<Integer><pValue>W</pValue><ImposedAccessMode>RO</ImposedAccessMode></Integer><Boolean><pValue>"
+         "I</pValue><ImposedAccessMode>RW</ImposedAccessMode></Boolean><Boolean><pValue>O</pValue>"
+         "<ImposedAccessMode>RW</ImposedAccessMode></Boolean>",
+         "1 imposedModeWins, "},
+        {"<Enumeration Name='M'/><Boolean><pValue>M</pValue><pAlias>M</pAlias></Boolean>", "1 entriesOnly, "},
     };
     for (const auto& row : rows) {
         std::string xml = inRoot(others + writable + row.nodes);

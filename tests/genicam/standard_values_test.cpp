@@ -190,6 +190,59 @@ TEST(StandardValues, Variables) {
     });
 }
 
+TEST(StandardValues, StatesAndAccess) {
+    const std::string states = integer("No", "") + integer("Yes", "<Value>1</Value>");
+    const auto with = [](const char* decider, const char* node) {
+        return std::string("<") + decider + ">" + node + "</" + decider + ">";
+    };
+    const auto imposed = [](const char* mode, const char* node) {
+        return "<ImposedAccessMode>" + std::string(mode) + "</ImposedAccessMode>" + below(node);
+    };
+    const auto limited = [](const char* name, const char* mode) {
+        return "<IntReg Name='" + std::string(name) +
+               "'><Length>4</Length><pPort>Device</pPort><AccessMode>" + mode + "</AccessMode></IntReg>";
+    };
+    runScriptsBothWays({
+        {"what the nodes below are",
+         states + reg("R", 0, 4, with("pIsAvailable", "No")) + integer("I", below("R")) +
+             real("F", "<Min>-9</Min>" + below("I")) + reg("M", 4, 4, with("pIsImplemented", "No")) +
+             "<Boolean Name='B'>" + below("M") + "</Boolean>" + reg("L", 8, 4, with("pIsLocked", "Yes")) +
+             converter("IntConverter", "C", "FROM", "TO", "L"),
+         "!check; R -> feature not available; I -> 0 | feature not available; F=1 -> 0 | feature not available; B -> false | feature not implemented; C=1 -> 0 | feature locked; "
+         "C -> 1 | 0; Yes=0; C=2; No=1; F=3; I -> 3; B -> false"},
+        {"imposed modes",
+         limited("RO", "RO") + limited("WO", "WO") + limited("RW", "RW") + integer("A", imposed("RW", "RO")) +
+             integer("B", imposed("RW", "WO")) + integer("C", imposed("RO", "WO")) +
+             integer("D", imposed("RO", "RW")) + integer("E", imposed("RW", "D")) +
+             reg("F", 0, 4, imposed("RW", "")) + integer("Self", imposed("RW", "Self")),
+         "!check; A=1 -> 0 | feature not writable; A -> 1 | 0; B -> 1 | feature not readable; B=1; C -> 1 | feature not readable; C=1 -> feature not writable; "
+         "D=1 -> feature not writable; E=1 -> 0 | feature not writable; F=5; F -> 5; Self -> illegal node"},
+        {"what decides and is not there itself",
+         states + integer("Gone", "<Value>1</Value>" + with("pIsImplemented", "No")) +
+             integer("Blind", "<Value>1</Value><ImposedAccessMode>WO</ImposedAccessMode>") +
+             integer("A", with("pIsAvailable", "Gone")) + integer("I", with("pIsImplemented", "Blind")) +
+             integer("L", with("pIsLocked", "Gone")) + integer("Round", with("pIsAvailable", "Round")),
+         "A -> 0; !check; A -> feature not available; I -> feature not implemented; L=4; L -> 4; No=1; A -> 0; Round -> illegal node"},
+        {"an Enumeration at a number without an entry",
+         reg("N", 0, 4) + "<Enumeration Name='E'><EnumEntry Name='A'><Value>1</Value></EnumEntry>" +
+             below("N") + "</Enumeration>" + knife("K", "X+1", {"X E"}) + "<Boolean Name='B'><OnValue>7" +
+             "</OnValue>" + below("E") + "</Boolean>",
+         "N=1; K -> math error | 2; N=7; E -> illegal value; K -> math error | 8; B -> illegal value | true; B=true -> illegal value"},
+        {"an entry of a StructReg",
+         "<StructReg><Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode><pPort>Device</pPort>"
+         "<Sign>Signed</Sign><LSB>0</LSB><MSB>7</MSB><StructEntry Name='E'><AccessMode>RW</AccessMode><MSB>3"
+         "</MSB></StructEntry></StructReg>",
+         "!check; E=5 -> feature not writable | 0; @0+1 -> 00 | 50"},
+    });
+    Device device(inRoot(
+        states + integer("Gone", with("pIsImplemented", "No")) +
+        integer(
+            "A", with("pIsImplemented", "Gone") + with("pIsAvailable", "Gone") + with("pIsLocked", "Gone"))));
+    device.expect("!check");
+    auto& node = device.node("A");
+    EXPECT_FALSE(node.isImplemented() || node.isAvailable() || node.isLocked());
+}
+
 TEST(StandardValues, ConstantsAndExpressions) {
     const auto constant = [](const std::string& name, const std::string& text) {
         return "<Constant Name='" + name + "'>" + text + "</Constant>";

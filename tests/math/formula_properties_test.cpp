@@ -57,14 +57,22 @@ const std::vector<std::vector<std::string>> StandardLevels = {
 
 // A pair of brackets for every operator of a formula in parts: operand, operator, operand and so on.
 std::string bracketed(std::vector<std::string> parts) {
+    const auto join = [&parts](std::size_t i) {
+        parts[i - 1] = "(" + parts[i - 1] + parts[i] + parts[i + 1] + ")";
+        parts.erase(parts.begin() + static_cast<long>(i), parts.begin() + static_cast<long>(i + 2));
+    };
+    for (std::size_t i = parts.size(); i-- > 1;) { // powers group to the right
+        if (parts[i] == "**") {
+            join(i);
+        }
+    }
     for (const std::vector<std::string>& level : StandardLevels) {
         for (std::size_t i = 1; i < parts.size();) {
             if (std::ranges::count(level, parts[i]) == 0) {
                 i += 2;
                 continue;
             }
-            parts[i - 1] = "(" + parts[i - 1] + parts[i] + parts[i + 1] + ")";
-            parts.erase(parts.begin() + static_cast<long>(i), parts.begin() + static_cast<long>(i + 2));
+            join(i);
         }
     }
     return parts[0];

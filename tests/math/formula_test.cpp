@@ -163,7 +163,8 @@ TEST(Formula, ValuesWithoutQuirks) {
         "4A -> illegal number; 0X -> illegal number; 0X1G -> illegal number; 1E -> illegal number;"
         "1.2.3 -> illegal number; (1)2 -> illegal number;"
         // precedence
-        "2*3**2 -> 18; -2**2 -> 4; 1+2*3 -> 7; 1<<2+1 -> 8; 1<4>>1 -> 1; 5=5<1 -> 0; 6&2=2 -> 0;"
+        "2*3**2 -> 18; 2**3**2 -> 512; 2*2**1**3*2 -> 8; 2**2**(1 -> bracket error; -2**2 -> 4; 1+2*3 -> 7; "
+        "1<<2+1 -> 8; 1<4>>1 -> 1; 5=5<1 -> 0; 6&2=2 -> 0;"
         "1^3&2 -> 3; 3|1^1 -> 3; 0|2&&1 -> 1; 1||1&&0 -> 1; 64>>2>>1 -> 8;"
         // conditionals
         "0?2:0?4:5 -> 5; 0?1?1:2:1?3+1:4 -> 4; 1?1?1?1:2:3:4 -> 1; ZERO?1/ZERO:1?A:1/ZERO -> 10;"
@@ -181,6 +182,10 @@ TEST(Formula, ValuesWithoutQuirks) {
         "A==10 -> 1; A!=-10 -> 1; A!=10 -> 0; A<>10==0 -> 1; A===B -> term expected;"
         "!A -> illegal identifier; PI -> 3 | 3.14159265359; E -> 2 | 2.71828182846;"
         "E()+5 -> 7 | 7.71828182846; E(1) -> illegal math function;"
+        // blanks
+        "1 0 -> illegal identifier; A B -> illegal identifier; 1 . 5 -> illegal identifier;"
+        "3 > = 2 -> illegal identifier; 2 *\t* 3 -> illegal identifier; A ! = B -> illegal identifier;"
+        "3 * - 2 + ABS ( - 1 ) -> -5; 3 = - 3 -> 0;"
         // names
         "Width.Max-Width -> 384; Mode.Entry.On_2 = 5 ? 1 : 2 -> 1; MODE.1E+1 -> 8;"
         "WIDTH.MIN -> illegal identifier; WIDTH.MAX(1) -> illegal math function;",
@@ -196,6 +201,8 @@ TEST(Formula, EachQuirkStandsAlone) {
         {&Quirks::integerPrefixLiterals, "2.5+0 -> 2", "2.5+0 -> 2 | 2.5"},
         {&Quirks::ownPrecedence, "1|2*3 -> 9", "1|2*3 -> 7"},
         {&Quirks::leftConditionals, "1?2:0?4:5 -> 4", "1?2:0?4:5 -> 2"},
+        {&Quirks::leftPowers, "2**3**2 -> 64", "2**3**2 -> 512"},
+        {&Quirks::blanksJoin, "1 0 -> 10", "1 0 -> illegal identifier"},
         {&Quirks::ownKinds, "X&7 -> _binary_and function only implemented for integers", "X&7 -> 2"},
         {&Quirks::fewerSymbols, "A!=B -> illegal identifier", "A!=B -> 1"},
         {&Quirks::fewerSymbols, "TRUNC(E) -> illegal identifier", "TRUNC(E) -> 2"},

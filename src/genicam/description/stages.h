@@ -42,7 +42,7 @@ using Types = tavo::GenICamTypes;
 
 // First pass: literal properties.
 void readHeader(Builder& builder, Device& device);
-void readStructReg(Builder& builder);
+void readStructReg(Builder& builder, const tavo::Quirks& quirks);
 void readLiterals(Builder& builder, Node& node);
 void readLiterals(Builder& builder, tavo::ImplGenICamBoolean& node);
 void readLiterals(Builder& builder, tavo::ImplGenICamCommand& node);

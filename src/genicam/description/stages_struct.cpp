@@ -1,15 +1,21 @@
 // Stage of StructReg: it makes no node but hands what it says to its entries, which become registers.
 #include "genicam/description/stages.h"
 
+#include "util/Quirks.h"
+
 #include <algorithm>
 #include <array>
+#include <vector>
 
 namespace genicam::stages {
 namespace {
 
 // What a StructReg adds to an entry's own elements of the name; everything else takes the place of the
-// entry's, deliberately also where the entry says otherwise.
+// entry's, deliberately also where the entry says otherwise, which has the last word in the standard.
 constexpr std::array<std::string_view, 3> addedElements = {"pAddress", "pInvalidator", "pSelected"};
+
+// Where the memory lies is the StructReg's word alone.
+constexpr std::array<std::string_view, 4> placeElements = {"Address", "Length", "pLength", "pPort"};
 
 bool isAdded(std::string_view name) {
     return std::ranges::find(addedElements, name) != addedElements.end();
@@ -20,15 +26,30 @@ bool isRepeatable(std::string_view name) {
     return name == "Address" || isAdded(name);
 }
 
-void copyElements(Builder& structReg, Builder& entry) {
+// The names of an entry's elements that what the StructReg says does not take the place of; ascending.
+std::vector<std::string_view> lastWords(Builder& entry, const tavo::Quirks& quirks) {
+    std::vector<std::string_view> names;
+    for (const Builder::Element& element : entry.getAllElements()) {
+        const bool isPlace = std::ranges::find(placeElements, element.name) != placeElements.end();
+        if (!quirks.structRegWins && !isPlace && !isAdded(element.name)) {
+            names.push_back(element.name);
+        }
+    }
+    return names;
+}
+
+void copyElements(Builder& structReg, Builder& entry, const tavo::Quirks& quirks) {
     const auto elements = structReg.getAllElements();
     structReg.countCopies(elements.size());
-    entry.removeElementsIf([&structReg](const Builder::Element& element) {
-        return !isAdded(element.name) && structReg.findElement(element.name) != nullptr;
+    const std::vector<std::string_view> kept = lastWords(entry, quirks);
+    const auto isKept = [&kept](std::string_view name) { return std::ranges::binary_search(kept, name); };
+    entry.removeElementsIf([&](const Builder::Element& element) {
+        return !isAdded(element.name) && !isKept(element.name) &&
+               structReg.findElement(element.name) != nullptr;
     });
     for (auto element = elements.begin(); element != elements.end(); ++element) {
         const bool isLast = element + 1 == elements.end() || (element + 1)->name != element->name;
-        if (isLast || isRepeatable(element->name)) {
+        if (!isKept(element->name) && (isLast || isRepeatable(element->name))) {
             entry.addElement(*element);
         }
     }
@@ -47,11 +68,11 @@ void copyIndices(Builder& structReg, Builder& entry) {
 
 } // namespace
 
-void readStructReg(Builder& builder) {
+void readStructReg(Builder& builder, const tavo::Quirks& quirks) {
     embedAddressFormulas(builder);
     for (const Builder::Object& entry : builder.getAllObjectsByName("StructEntry")) {
         entry.builder->setType(Types::MaskedIntReg);
-        copyElements(builder, *entry.builder);
+        copyElements(builder, *entry.builder, quirks);
         copyIndices(builder, *entry.builder);
     }
 }

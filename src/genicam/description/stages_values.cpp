@@ -67,8 +67,11 @@ static_assert(isAscending(floatReferences));
 constexpr Literal<ImplGenICamBoolean> booleanLiterals[] = {
     {"OffValue", number<&ImplGenICamBoolean::setOffValue, 0>},
     {"OnValue", number<&ImplGenICamBoolean::setOnValue, 1>},
-    {"Value", [](ImplGenICamBoolean& node,
-                 std::string_view content) { node.setStoredValue(Builder::parseBoolean(content, false)); }},
+    {"Value",
+     [](ImplGenICamBoolean& node, std::string_view content) {
+         const bool isOne = !node.quirks().wordBooleansOnly && content == "1";
+         node.setStoredValue(isOne || Builder::parseBoolean(content, false));
+     }},
 };
 static_assert(isAscending(booleanLiterals));
 

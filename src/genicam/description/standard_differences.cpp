@@ -3,15 +3,13 @@
 #include "genicam/description/GenICamParser.h"
 #include "genicam/description/GenICamTreeBuilder.h"
 #include "genicam/description/blanks.h"
-#include "math/MathLiteral.h"
+#include "genicam/description/formula_differences.h"
 #include "math/MathParser.h"
 #include "util/Quirks.h"
 
 #include <algorithm>
 #include <array>
-#include <exception>
 #include <limits>
-#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -40,6 +38,8 @@ constexpr QuirkRow quirkRows[] = {
     LIOMOL_QUIRK(numericVariablesOnly, "variables that are no numbers"),
     LIOMOL_QUIRK(plainFormulas, "named constants and expressions"),
     LIOMOL_QUIRK(truncatingConverters, "floats over integers"),
+    LIOMOL_QUIRK(leftPowers, "formulas with powers in a row"),
+    LIOMOL_QUIRK(blanksJoin, "formulas with blanks in numbers, names or operators"),
     LIOMOL_QUIRK(noStringNodes, "String nodes"),
     LIOMOL_QUIRK(noIndexedValues, "indexed values"),
     LIOMOL_QUIRK(noValueCopies, "values with copies"),
@@ -47,6 +47,11 @@ constexpr QuirkRow quirkRows[] = {
     LIOMOL_QUIRK(octalNumbers, "numbers that begin with 0"),
     LIOMOL_QUIRK(registersInvalidateOnly, "invalidators other than of registers by registers"),
     LIOMOL_QUIRK(plainIndexIgnored, "indexes without an offset"),
+    LIOMOL_QUIRK(structRegWins, "settings of a StructReg's entries"),
+    LIOMOL_QUIRK(wordBooleansOnly, "Booleans that are 1"),
+    LIOMOL_QUIRK(ownStatesOnly, "nodes whose states depend on others"),
+    LIOMOL_QUIRK(imposedModeWins, "imposed access modes that widen"),
+    LIOMOL_QUIRK(entriesOnly, "references to Enumerations"),
     LIOMOL_QUIRK(positiveFloatMinimum, "floats without a minimum"),
     LIOMOL_QUIRK(incrementsFromZero, "increments that a minimum shifts"),
     LIOMOL_QUIRK(ownLimitsOnly, "values without limits of their own"),
@@ -66,6 +71,18 @@ constexpr std::string_view numberElements[] = {
     "Address", "Bit", "CommandValue", "Inc",     "LSB",         "Length", "MSB",
     "Max",     "Min", "OffValue",     "OnValue", "PollingTime", "Value",
 };
+
+// Elements of a StructReg that count in its entries in both, beside their own or in place of them.
+constexpr std::string_view sharedElements[] = {"Address", "Length", "pAddress", "pInvalidator",
+                                               "pLength", "pPort",  "pSelected"};
+constexpr std::string_view stateElements[] = {"pIsAvailable", "pIsImplemented", "pIsLocked"};
+constexpr std::string_view numberReferences[] = {
+    "pAddress", "pCommandValue", "pInc", "pIsAvailable", "pIsImplemented",
+    "pLength",  "pMax",          "pMin", "pIsLocked",    "pValue",
+};
+
+// Nodes on the way along pValue that are looked at.
+constexpr int mostHops = 32;
 
 template<class Range, class T> bool contains(const Range& range, const T& item) {
     return std::ranges::find(range, item) != std::ranges::end(range);
@@ -88,47 +105,6 @@ bool isRegister(Types::GenICamNodeType type) {
         type);
 }
 
-std::vector<tavo::MathToken> tokensOf(const std::string& formula, const Quirks& quirks) {
-    tavo::MathParser parser;
-    try {
-        parser.tokenize(formula, nullptr, quirks);
-    } catch (const std::exception&) {
-        return {};
-    }
-    return parser.tokens();
-}
-
-bool readsAlike(const std::string& literal) {
-    const auto own = tavo::math::readLiteral(literal);
-    const auto standard = tavo::math::readStandardLiteral(literal);
-    if (own.integer && standard.integer) {
-        return *own.integer == *standard.integer;
-    }
-    const auto valueOf = [](const auto& read) {
-        return read.integer ? std::optional(static_cast<double>(*read.integer)) : read.real;
-    };
-    return valueOf(own) == valueOf(standard);
-}
-
-bool givesDouble(const tavo::MathToken& token) {
-    constexpr std::string_view functions[] = {"ACOS", "ASIN", "ATAN", "COS",  "EXP",
-                                              "LG",   "LN",   "SIN",  "SQRT", "TAN"};
-    constexpr std::string_view constants[] = {"E", "PI"}; // where no variable bears the name
-    return token.kind == tavo::MathTokenKind::Function ? contains(functions, token.name)
-                                                       : contains(constants, token.name);
-}
-
-bool roundsItself(std::string_view formula) {
-    constexpr std::string_view functions[] = {"CEIL", "FLOOR", "ROUND", "TRUNC"};
-    const auto tokens = tokensOf(std::string(formula), Quirks::none());
-    return !tokens.empty() && tokens.front().arguments == 1 && contains(functions, tokens.front().name);
-}
-
-bool takesBits(const tavo::MathToken& token) {
-    return token.kind == tavo::MathTokenKind::Function &&
-           (token.name.starts_with("_binary") || token.name.starts_with("_shift"));
-}
-
 class DifferenceCounter {
 public:
     // First pass: which kind a name has, and what users can see.
@@ -146,7 +122,11 @@ private:
     std::string_view textOf(std::string_view name) const;
     std::int64_t numberOf(std::string_view name, std::int64_t missing) const;
     bool isReadOnly(Builder& builder) const;
+    Builder* below(Builder& builder) const;
+    std::string_view modeOf(Builder& builder) const;
 
+    void countEntry();
+    void countStates();
     void countTexts();
     void countReferences();
     void countVariables();
@@ -207,6 +187,8 @@ void DifferenceCounter::count(Builder& builder) {
     m_builder = &builder;
     addIf(&Quirks::noStringNodes, builder.getNodeType() == Types::String);
     countTexts();
+    countEntry();
+    countStates();
     countReferences();
     countVariables();
     countLimits();
@@ -247,35 +229,70 @@ std::int64_t DifferenceCounter::numberOf(std::string_view name, std::int64_t mis
     return Builder::parseDecimalOrHex(textOf(name), missing);
 }
 
-// Along pValue, as far as the description tells.
-bool DifferenceCounter::isReadOnly(Builder& builder) const {
-    constexpr int mostHops = 32;
+Builder* DifferenceCounter::below(Builder& builder) const {
+    const Builder::Element* const name = builder.findElement("pValue");
+    const auto found = name == nullptr ? m_nodes.end() : m_nodes.find(withoutBlanks(name->text));
+    return found != m_nodes.end() ? found->second : nullptr;
+}
+
+// Along pValue, as far as the description tells; empty where it does not.
+std::string_view DifferenceCounter::modeOf(Builder& builder) const {
     Builder* node = &builder;
-    for (int hop = 0; hop < mostHops; ++hop) {
-        const Builder::Element* const imposed = node->findElement("ImposedAccessMode");
-        if (imposed != nullptr) {
-            return withoutBlanks(imposed->text) == "RO";
+    for (int hop = 0; hop < mostHops && node != nullptr; ++hop) {
+        if (const Builder::Element* const imposed = node->findElement("ImposedAccessMode")) {
+            return withoutBlanks(imposed->text);
         }
         if (isRegister(node->getNodeType())) {
             const Builder::Element* const mode = find(*node, "AccessMode");
-            return mode == nullptr || withoutBlanks(mode->text) == "RO";
+            return mode == nullptr ? "RO" : withoutBlanks(mode->text);
         }
-        const Builder::Element* const below = node->findElement("pValue");
-        const auto next = below == nullptr ? m_nodes.end() : m_nodes.find(withoutBlanks(below->text));
-        if (next == m_nodes.end()) {
-            return contains(std::array{Types::SwissKnife, Types::IntSwissKnife}, node->getNodeType());
+        if (contains(std::array{Types::SwissKnife, Types::IntSwissKnife}, node->getNodeType())) {
+            return "RO";
         }
-        node = next->second;
+        node = below(*node);
     }
-    return false;
+    return {};
+}
+
+bool DifferenceCounter::isReadOnly(Builder& builder) const {
+    return modeOf(builder) == "RO";
+}
+
+void DifferenceCounter::countEntry() {
+    const auto structReg = m_structs.find(m_builder);
+    if (structReg == m_structs.end()) {
+        return;
+    }
+    for (const Builder::Element& element : m_builder->getAllElements()) {
+        const Builder::Element* const above = structReg->second->findElement(element.name);
+        const bool isShared = contains(sharedElements, element.name);
+        addIf(&Quirks::structRegWins, !isShared && above != nullptr && above->text != element.text);
+    }
+}
+
+// What the node takes from those that it stands on.
+void DifferenceCounter::countStates() {
+    Builder* node = below(*m_builder);
+    if (const Builder::Element* const imposed = m_builder->findElement("ImposedAccessMode")) {
+        const std::string_view under = node != nullptr ? modeOf(*node) : std::string_view{};
+        const bool isNarrow = under.empty() || under == "RW" || under == withoutBlanks(imposed->text);
+        addIf(&Quirks::imposedModeWins, !isNarrow);
+    }
+    bool depends = false;
+    for (int hop = 0; hop < mostHops && node != nullptr && !depends; ++hop, node = below(*node)) {
+        depends = std::ranges::any_of(
+            stateElements, [&](std::string_view name) { return find(*node, name) != nullptr; });
+    }
+    addIf(&Quirks::ownStatesOnly, depends);
 }
 
 void DifferenceCounter::countTexts() {
     for (const Builder::Element& element : m_builder->getAllElements()) {
         const std::string_view text = withoutBlanks(element.text);
-        const bool isKeyword = contains(keywordElements, element.name) ||
-                               (element.name == "Value" && m_builder->getNodeType() == Types::Boolean);
+        const bool isBoolean = element.name == "Value" && m_builder->getNodeType() == Types::Boolean;
+        const bool isKeyword = contains(keywordElements, element.name) || isBoolean;
         addIf(&Quirks::exactTexts, isKeyword && text != element.text);
+        addIf(&Quirks::wordBooleansOnly, isBoolean && text == "1");
         const bool isNumber = contains(numberElements, element.name) && !isFloat(m_builder->getNodeType());
         addIf(
             &Quirks::octalNumbers,
@@ -293,6 +310,9 @@ void DifferenceCounter::countReferences() {
     for (const Builder::Object& index : m_builder->getAllObjectsByName("pIndex")) {
         addIf(&Quirks::plainIndexIgnored, isPlace && index.builder->findAttribute("Offset").empty());
         addIf(&Quirks::noIndexedValues, type == Types::Integer || type == Types::Float);
+    }
+    for (const std::string_view name : numberReferences) {
+        addIf(&Quirks::entriesOnly, kindOf(textOf(name)) == Types::Enumeration);
     }
     addIf(&Quirks::noValueCopies, m_builder->findElement("pValueCopy") != nullptr);
     const bool isAbove = type == Types::Converter || type == Types::Float;
@@ -313,29 +333,11 @@ void DifferenceCounter::countVariables() {
     }
 }
 
-// A quirk is touched when it alone changes what the standard makes of the formula.
 void DifferenceCounter::countFormula(std::string_view formula) {
-    const std::string text(formula);
-    const auto tokens = tokensOf(text, Quirks::none());
-    for (bool Quirks::*const member :
-         {&Quirks::ownPrecedence, &Quirks::leftConditionals, &Quirks::fewerSymbols, &Quirks::plainNames}) {
-        Quirks quirks = Quirks::none();
-        quirks.*member = true;
-        addIf(member, tokensOf(text, quirks) != tokens);
-    }
-    const auto isOther = [](const tavo::MathToken& token) {
-        return token.kind == tavo::MathTokenKind::Number && !readsAlike(token.name);
-    };
-    const bool otherLiterals = std::ranges::any_of(tokens, isOther);
-    addIf(&Quirks::integerPrefixLiterals, otherLiterals);
-
-    const auto variables = floatVariables();
-    const bool doubles = otherLiterals || std::ranges::any_of(tokens, [&](const tavo::MathToken& token) {
-                             return givesDouble(token) || (token.kind == tavo::MathTokenKind::Variable &&
-                                                           variables.contains(token.name));
-                         });
     const bool isFloatFormula = isFloat(m_builder->getNodeType());
-    addIf(&Quirks::ownKinds, doubles && (!isFloatFormula || std::ranges::any_of(tokens, takesBits)));
+    for (bool Quirks::*const member : differencesIn(std::string(formula), isFloatFormula, floatVariables())) {
+        add(member);
+    }
 }
 
 // In upper case, as tokens have them.

@@ -3,8 +3,10 @@
 #include "genicam/device/ImplGenICamCamera.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/numbers.h"
+#include "genicam/nodes/reference_hop.h"
 #include "genicam/nodes/sorted_nodes.h"
 #include "liomol/exceptions.h"
+#include "util/Quirks.h"
 
 namespace tavo {
 
@@ -32,58 +34,110 @@ const Quirks& ImplGenICamNode::quirks() const {
 
 // ---- Access ----------------------------------------------------------------------------------------------
 
-ImplGenICamNode::AccessRule ImplGenICamNode::valueAccessRule(const NumberReference& pValue) const {
-    if (m_imposedAccessMode != AccessMode::NotGiven) {
-        return {m_imposedAccessMode, nullptr};
-    }
-    if (pValue) {
-        return {AccessMode::NotGiven, pValue.node()};
-    }
-    return {AccessMode::RW, nullptr};
+ImplGenICamNode::AccessRule ImplGenICamNode::valueAccessRule(ImplGenICamNode* below) const {
+    const bool isFree = m_imposedAccessMode == AccessMode::NotGiven && below == nullptr;
+    return {isFree ? AccessMode::RW : m_imposedAccessMode, below};
+}
+
+void ImplGenICamNode::Access::narrow(AccessMode by) {
+    isReadable = isReadable && by != AccessMode::WO;
+    isWritable = isWritable && by != AccessMode::RO;
 }
 
 // Follows pValue in a loop, so that neither a long chain nor a cycle costs the stack.
-std::optional<ImplGenICamNode::AccessMode>
-ImplGenICamNode::findAccessMode(AccessRule (ImplGenICamNode::*ruleOf)() const) const {
+std::optional<ImplGenICamNode::Access> ImplGenICamNode::findAccess(AccessRule (ImplGenICamNode::*ruleOf)()
+                                                                       const) const {
+    const bool firstModeWins = quirks().imposedModeWins;
+    Access access;
     const ImplGenICamNode* node = this;
     for (unsigned hops = 0; hops < kMaxReferenceDepth; ++hops) {
         const AccessRule rule = (node->*ruleOf)();
-        if (rule.below == nullptr) {
-            return rule.mode;
+        access.narrow(rule.mode);
+        if (!firstModeWins) {
+            access.narrow(node->m_imposedAccessMode);
+        }
+        access.isGiven = access.isGiven || rule.mode != AccessMode::NotGiven;
+        if (rule.below == nullptr || (firstModeWins && access.isGiven)) {
+            return access;
         }
         node = rule.below;
     }
     return std::nullopt;
 }
 
-ImplGenICamNode::AccessMode ImplGenICamNode::getAccessMode() const {
-    const std::optional<AccessMode> mode = findAccessMode(&ImplGenICamNode::currentAccessRule);
-    if (!mode) {
+ImplGenICamNode::Access ImplGenICamNode::currentAccess() const {
+    const std::optional<Access> access = findAccess(&ImplGenICamNode::currentAccessRule);
+    if (!access) {
         throw GicIllegalNodeException();
     }
-    return *mode;
+    return *access;
+}
+
+ImplGenICamNode::AccessMode ImplGenICamNode::getAccessMode() const {
+    const Access access = currentAccess();
+    if (!access.isGiven || (!access.isReadable && !access.isWritable)) {
+        return AccessMode::NotGiven;
+    }
+    return !access.isWritable ? AccessMode::RO : !access.isReadable ? AccessMode::WO : AccessMode::RW;
 }
 
 bool ImplGenICamNode::isWriteOnly() const {
-    return findAccessMode(&ImplGenICamNode::accessRule) == AccessMode::WO;
+    const std::optional<Access> access = findAccess(&ImplGenICamNode::accessRule);
+    return access && !access->isReadable;
 }
 
-bool ImplGenICamNode::readState(const NumberReference& decider, std::atomic<bool>& cache) {
-    const bool state = !decider || decider.getFloat() != 0;
-    cache.store(state, std::memory_order_relaxed);
-    return state;
+// ---- States ----------------------------------------------------------------------------------------------
+
+namespace {
+
+// What cannot be asked now says nothing.
+bool isNonZero(const NumberReference& decider) {
+    ImplGenICamNode& node = *decider.node();
+    const DeviceLockScope scope(node.getCamera());
+    const ReferenceHop hop(node);
+    try {
+        node.checkReadability();
+    } catch (const GicNotImplementedException&) {
+        return false;
+    } catch (const GicNotAvailableException&) {
+        return false;
+    } catch (const GicNotReadableException&) {
+        return false;
+    }
+    return decider.readFloat() != 0;
+}
+
+} // namespace
+
+bool ImplGenICamNode::anyDecides(NumberReference ImplGenICamNode::*decider, bool verdict) const {
+    const bool isAlone = quirks().ownStatesOnly;
+    const ImplGenICamNode* node = this;
+    for (unsigned hops = 0; hops < kMaxReferenceDepth; ++hops) {
+        if (node->*decider && isNonZero(node->*decider) == verdict) {
+            return true;
+        }
+        node = isAlone ? nullptr : node->currentAccessRule().below;
+        if (node == nullptr) {
+            return false;
+        }
+    }
+    throw GicIllegalNodeException();
 }
 
 bool ImplGenICamNode::isImplemented() {
-    return readState(m_pIsImplemented, m_implementedCache);
+    const bool state = !anyDecides(&ImplGenICamNode::m_pIsImplemented, false);
+    m_implementedCache.store(state, std::memory_order_relaxed);
+    return state;
 }
 
 bool ImplGenICamNode::isAvailable() {
-    return readState(m_pIsAvailable, m_availableCache);
+    const bool state = !anyDecides(&ImplGenICamNode::m_pIsAvailable, false);
+    m_availableCache.store(state, std::memory_order_relaxed);
+    return state;
 }
 
 bool ImplGenICamNode::isLocked() {
-    return m_pIsLocked && m_pIsLocked.getFloat() != 0;
+    return anyDecides(&ImplGenICamNode::m_pIsLocked, true);
 }
 
 // What reading and writing ask alike; false where nothing is checked.
@@ -100,13 +154,9 @@ bool ImplGenICamNode::checkPresence() {
     return true;
 }
 
-bool ImplGenICamNode::isRestrictedTo(AccessMode mode) const {
-    return getAccessMode() == mode || m_imposedAccessMode == mode;
-}
-
 // A locked node can be read.
 void ImplGenICamNode::checkReadability() {
-    if (checkPresence() && isRestrictedTo(AccessMode::WO)) {
+    if (checkPresence() && (!currentAccess().isReadable || m_imposedAccessMode == AccessMode::WO)) {
         throw GicNotReadableException();
     }
 }
@@ -118,7 +168,7 @@ void ImplGenICamNode::checkWritability() {
     if (isLocked()) {
         throw GicLockedException();
     }
-    if (isRestrictedTo(AccessMode::RO)) {
+    if (!currentAccess().isWritable || m_imposedAccessMode == AccessMode::RO) {
         throw GicNotWritableException();
     }
 }

@@ -50,7 +50,7 @@ public:
     std::string getValueAsString() override { return m_name; }
     GenICamTypes::GenICamVisibilityType getVisibility() const override { return m_visibility; }
     // GicIllegalNodeException when pValue leads in a circle. A node whose value is picked by an index reads
-    // the index.
+    // the index. NotGiven also where nothing may be done, which the standard's meaning can lead to.
     AccessMode getAccessMode() const final;
     // False also for a node whose access mode cannot be told.
     bool isWriteOnly() const;
@@ -89,7 +89,9 @@ public:
     // repeated call adds nothing.
     void addInvalidated(ImplGenICamNode* node);
 
-    // States
+    // States. What decides counts for nothing (false) while it is not implemented, not available or not
+    // readable itself and the device's checking is on. With the standard's meaning a node takes all three
+    // from the nodes that it stands on as well. GicIllegalNodeException where they lead in a circle.
     bool isImplemented() override;
     bool isAvailable() override;
     bool isLocked() override;
@@ -144,17 +146,19 @@ public:
     std::int64_t integerToWrite(double value) const;
 
 protected:
-    // How a kind decides its access mode: by itself, or as the node below says.
+    // How a kind decides its access mode: by itself, or, where that is not given, as the node below says. The
+    // standard asks both.
     struct AccessRule {
         AccessMode mode = AccessMode::NotGiven;
-        const ImplGenICamNode* below = nullptr;
+        ImplGenICamNode* below = nullptr; // what the node stands on
     };
     // Nothing is read for this one, which says nothing where that would be needed.
     virtual AccessRule accessRule() const { return {}; }
     // The same at the time of an access. May read, and throw what reading throws.
     virtual AccessRule currentAccessRule() const { return accessRule(); }
     // The rule of value nodes: the imposed mode, else that of pValue, else RW.
-    AccessRule valueAccessRule(const NumberReference& pValue) const;
+    AccessRule valueAccessRule(ImplGenICamNode* below) const;
+    AccessRule valueAccessRule(const NumberReference& pValue) const { return valueAccessRule(pValue.node()); }
 
     enum class Volatility : unsigned char { Unknown, Volatile, Steady };
     // For kinds that know it by themselves; the others are volatile exactly when one of their dependencies
@@ -179,14 +183,24 @@ private:
     };
     const Texts& texts() const;
     void setText(std::string Texts::*text, std::string value);
-    static bool readState(const NumberReference& decider, std::atomic<bool>& cache);
+    // What may be done with a node, whatever its states.
+    struct Access {
+        bool isGiven = false; // some node says so; else nobody asks
+        bool isReadable = true;
+        bool isWritable = true;
+
+        void narrow(AccessMode by);
+    };
+    // Nothing when pValue leads in a circle.
+    std::optional<Access> findAccess(AccessRule (ImplGenICamNode::*ruleOf)() const) const;
+    Access currentAccess() const;
+    // Whether what decides gives `verdict` for this node or one whose states count for it.
+    bool anyDecides(NumberReference ImplGenICamNode::*decider, bool verdict) const;
     bool checkPresence();
-    bool isRestrictedTo(AccessMode mode) const;
     Volatility volatility() const {
         const Volatility own = ownVolatility();
         return own != Volatility::Unknown ? own : m_volatility;
     }
-    std::optional<AccessMode> findAccessMode(AccessRule (ImplGenICamNode::*ruleOf)() const) const;
     const std::vector<ImplGenICamNode*>& invalidatedNodes() const;
     bool isVolatileNow();
     bool walkVolatility();

@@ -44,11 +44,4 @@ std::int64_t ImplGenICamString::getMaxLength() {
     return m_pValue->asString()->getMaxLength();
 }
 
-ImplGenICamNode::AccessRule ImplGenICamString::accessRule() const {
-    if (m_pValue != nullptr && getImposedAccessMode() == AccessMode::NotGiven) {
-        return {AccessMode::NotGiven, m_pValue};
-    }
-    return valueAccessRule({});
-}
-
 } // namespace tavo

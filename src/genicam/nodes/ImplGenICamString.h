@@ -18,7 +18,7 @@ public:
     void setPValue(GenICamNode* node);
 
 protected:
-    AccessRule accessRule() const override;
+    AccessRule accessRule() const override { return valueAccessRule(m_pValue); }
 
 private:
     std::string m_value;

@@ -214,8 +214,12 @@ void ImplGenICamEnumeration::writeEntry(const GenICamEnumEntry* entry) {
     }
 }
 
+// What others see of it. Its users see entries only.
 std::int64_t ImplGenICamEnumeration::readInteger() {
-    return currentEntry().getValue();
+    if (quirks().entriesOnly) {
+        return currentEntry().getValue();
+    }
+    return m_pValue ? m_pValue.readInteger() : m_value;
 }
 
 void ImplGenICamEnumeration::writeInteger(std::int64_t value) {
