@@ -2,7 +2,7 @@
 // All calls may come from any thread, except that the sink that it is plugged into must not call plug() back.
 #pragma once
 
-#include "protocol/ethernet_endpoint.h"
+#include "platform/ethernet_endpoint.h"
 #include "simcam/CameraCore.h"
 
 #include <condition_variable>

@@ -1,7 +1,7 @@
 // What a camera in software is made from: the texts of a configuration file, read and checked.
 #pragma once
 
-#include "protocol/ethernet_endpoint.h"
+#include "platform/ethernet_endpoint.h"
 #include "simcam/LinkFaults.h"
 #include "simcam/SlowWrites.h"
 #include "simcam/Station.h"

@@ -1,7 +1,7 @@
 // What a port of the software board is wired to: something that takes and gives whole Ethernet frames.
 #pragma once
 
-#include "protocol/ethernet_endpoint.h"
+#include "platform/ethernet_endpoint.h"
 
 #include <chrono>
 #include <cstddef>

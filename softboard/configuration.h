@@ -6,7 +6,7 @@
 #include "softboard/registers.h"
 #include "softboard/softboard.h"
 
-#include "protocol/ethernet_endpoint.h"
+#include "platform/ethernet_endpoint.h"
 
 #include <array>
 #include <chrono>

@@ -1,6 +1,8 @@
-// The applet's registers: names, widths, directions, and the ids that stand for them. Shared by the applet
-// runtime, which looks names up, and by the board, which carries out the accesses.
+// The ids that stand for the applet's registers. Shared by the applet runtime, which looks names up, and by
+// the board, which carries out the accesses.
 #pragma once
+
+#include "platform/fpga_registers.h"
 
 #include <array>
 #include <cstddef>
@@ -12,86 +14,14 @@ namespace softboard {
 inline constexpr int kBoards = 8;
 inline constexpr int kPorts = 4;
 
-enum class Access : std::uint8_t { None, Read, Write, ReadWrite };
+using fpga::Access;
+using fpga::BoardRegister;
+using fpga::kBoardRegisters;
+using fpga::kPortRegisters;
+using fpga::PortRegister;
 
-// One of each per port; the port's digit follows the name.
-enum class PortRegister : std::uint8_t {
-    TxStart,
-    HeartbeatEnable,
-    BufferReset,
-    WriteComplete,
-    WriteData,
-    ReadComplete,
-    LineLength,
-    ReadLength,
-    ReadData,
-    Status,
-    RequestIdLoad,
-    RequestIdEnable,
-    ImagePort,
-    ReceivedPackets,
-    ReceiveErrors,
-    ImagePackets,
-    Count
-};
-
-// One of each per board.
-enum class BoardRegister : std::uint8_t {
-    TxStart,
-    TxCamEnable,
-    RxEnable,
-    MdioRead,
-    MdioWrite,
-    MdioData,
-    MdioRegisterAddress,
-    MdioPhyAddress,
-    MdioResult,
-    Reset,
-    Count
-};
-
-struct RegisterInfo {
-    std::string_view name;
-    std::uint8_t bits;
-    Access access;
-};
-
-inline constexpr auto kPortRegisterCount = static_cast<std::size_t>(PortRegister::Count);
-inline constexpr auto kBoardRegisterCount = static_cast<std::size_t>(BoardRegister::Count);
-
-// In the order of the enumerators. Registers without access exist by name only: frames are received through
-// the data queue, so that nothing stands behind the old receive registers.
-inline constexpr std::array<RegisterInfo, kPortRegisterCount> kPortRegisters{{
-    {"GigeTxStart", 8, Access::Write},
-    {"GigeHeartbeatEnable", 8, Access::ReadWrite},
-    {"GigeBufferReset", 8, Access::Write},
-    {"GigeWriteComplete", 8, Access::Write},
-    {"GigeWriteData", 16, Access::Write},
-    {"GigeReadComplete", 8, Access::None},
-    {"CLSyncLen", 16, Access::Write},
-    {"GigeReadLength", 16, Access::None},
-    {"GigeReadData", 16, Access::None},
-    {"GigeStatus", 32, Access::Read},
-    {"GigeReqIdLoad", 32, Access::Write},
-    {"GigeReqIdEnable", 32, Access::Write},
-    {"ImagePort", 16, Access::Write},
-    {"GigeRecvPktCnt", 32, Access::Read},
-    {"GigeRecvErrCnt", 32, Access::Read},
-    {"ImagePackets", 32, Access::Read},
-}};
-
-inline constexpr std::array<RegisterInfo, kBoardRegisterCount> kBoardRegisters{{
-    {"GigE_TxStart", 8, Access::Write},
-    {"GigE_TxCamEnable", 8, Access::ReadWrite},
-    {"GigE_RxEnable", 8, Access::Write},
-    {"GigE_MdioRD", 8, Access::Write},
-    {"GigE_MdioWR", 8, Access::Write},
-    {"GigE_Mdio", 16, Access::Write},
-    {"GigE_MdioRegAddr", 8, Access::Write},
-    {"GigE_MdioPhyAddr", 8, Access::Write},
-    {"MdioReadReg", 16, Access::Read},
-    {"GigE_Reset", 8, Access::Write},
-}};
+inline constexpr std::size_t kPortRegisterCount = kPortRegisters.size();
+inline constexpr std::size_t kBoardRegisterCount = kBoardRegisters.size();
 
 // GigeStatus
 inline constexpr std::uint32_t kStatusLinkUp = 1;
@@ -123,7 +53,7 @@ namespace detail {
 constexpr std::array<RegisterSlot, kRegisterIds> makeRegisterSlots() {
     std::array<RegisterSlot, kRegisterIds> slots{};
     std::size_t next = 0;
-    const auto add = [&](const RegisterInfo& info, std::size_t port, std::size_t index) {
+    const auto add = [&](const fpga::Register& info, std::size_t port, std::size_t index) {
         slots[next++] = {
             (std::uint64_t{1} << info.bits) - 1, info.access, static_cast<std::uint8_t>(port),
             static_cast<std::uint8_t>(index)};
@@ -141,7 +71,6 @@ constexpr std::array<RegisterSlot, kRegisterIds> makeRegisterSlots() {
 } // namespace detail
 
 inline constexpr auto kRegisterSlots = detail::makeRegisterSlots();
-static_assert(kPortRegisters.back().name == "ImagePackets" && kBoardRegisters.back().name == "GigE_Reset");
 
 // The register of an id; null for an id that stands for none.
 constexpr const RegisterSlot* findRegister(int id) {

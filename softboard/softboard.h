@@ -10,7 +10,7 @@
 #include "softboard/Link.h"
 #include "softboard/link_report.h"
 
-#include "protocol/ethernet_endpoint.h"
+#include "platform/ethernet_endpoint.h"
 
 #include <chrono>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // Which cameras there are: what the command line and a configuration file say.
 #pragma once
 
-#include "protocol/ethernet_endpoint.h"
+#include "platform/ethernet_endpoint.h"
 
 #include <cstdint>
 #include <string>
