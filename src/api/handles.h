@@ -1,10 +1,10 @@
 // What stands behind the two opaque handles of the C interface.
 #pragma once
 
+#include "board/GbeHeartbeatThread.h"
 #include "board/GenICamPortWrapper.h"
 #include "liomol/gige.h"
 #include "service/GbeTransmission.h"
-#include "transport/GbeHeartbeatThread.h"
 
 #include <array>
 #include <cstdlib>

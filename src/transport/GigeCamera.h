@@ -1,5 +1,6 @@
-// One frame grabber board as the network interface of its four Ethernet ports: it builds every frame, writes
-// it into the FPGA two bytes at a time, and takes what arrives out of the board's data queue.
+// One frame grabber board as the network interface of its four Ethernet ports. The board keeps its registers,
+// MDIO and the PHYs; what concerns one port is done by its transport::Port and by what works on that, and the
+// methods with a port number are doors to it.
 //
 // Results: 0 is success, a positive number is the status that the camera answered, a negative one an error of
 // transport_error or the data queue's own code. ReadMemory tells only 0 and 1. Nothing throws.
@@ -9,43 +10,31 @@
 // here but the one around the hand-over of the asynchronous acknowledgements. MDIO and PHY functions share
 // registers of the whole board and want one thread. The selected camera may be set and read by any thread.
 //
-// A port that does not exist (not 0 to 3) is refused: no access, and kBadPort, null or 0 as the result.
+// A port that does not exist (not 0 to 3) is refused: no access, and -22 (1 from ReadMemory), null, false or
+// 0 as the result.
 #pragma once
 
 #include "platform/kemrt.h"
 #include "platform/tavo_hw.h"
+#include "transport/AckHandOver.h"
 #include "transport/AckWait.h"
-#include "transport/DiscoveredCamera.h"
-#include "transport/fpga_registers.h"
-#include "transport/gvcp_frame.h"
+#include "transport/Port.h"
 #include "util/logging.h"
 
 #include <QtCore/QByteArray>
-#include <QtCore/QMutex>
 #include <QtCore/QObject>
-#include <QtCore/QWaitCondition>
 
 #include <array>
-#include <atomic>
 #include <cstdint>
-#include <optional>
 #include <string>
-
-namespace transport_error {
-inline constexpr int kTruncated = -2;     // a frame that is short, or lacks its end
-inline constexpr int kOversized = -3;     // a frame or payload larger than a frame buffer
-inline constexpr int kBadPort = -22;      // no such port
-inline constexpr int kForeignReply = -42; // the acknowledgement of another command, twice
-inline constexpr int kNoAnswer = -62;     // frames came until the time was over, and none was the answer
-} // namespace transport_error
 
 class GigeCamera : public QObject {
     Q_OBJECT
 
 public:
     static constexpr int kPorts = 4;
-    static constexpr std::uint16_t kControlPort = 3015; // UDP port that commands come from
-    static constexpr int kMaxCameras = 64; // discovery records of a port; further cameras are dropped
+    static constexpr std::uint16_t kControlPort = transport::Port::kControlPort;
+    static constexpr int kMaxCameras = transport::DiscoveryTable::kMaxCameras;
     static constexpr int kAckTimeout = static_cast<int>(AckWait::kAckTimeout.count()); // milliseconds
 
     // `design` is the applet that is loaded into `board`; both are taken over and given back by deinit().
@@ -75,6 +64,9 @@ public:
     // two settings of an extended register. The result is that of the last read.
     int PhyReset(unsigned int phy, bool flag);
 
+    // Port 0 to 3; any other number throws std::out_of_range. The port lives as long as the board.
+    transport::Port& port(int number) { return m_ports.at(static_cast<std::size_t>(number)).port; }
+
     // --- The port's own addresses
     // Copies 6 bytes; a null pointer is ignored.
     void SetMAC(int port, const unsigned char* mac);
@@ -90,12 +82,7 @@ public:
     // record stays what it is until the next discovery on the port.
     bool selectCamera(int port, int index);
     // Takes a copy of a record that a discovery may have dropped from the table since.
-    void selectCamera(int port, const DiscoveredCamera& record) {
-        if (isPort(port)) {
-            m_ports[port].kept = record;
-            m_ports[port].selected = &m_ports[port].kept;
-        }
-    }
+    void selectCamera(int port, const DiscoveredCamera& record);
     // Null until a camera is selected; commands then go to zero addresses, where nobody answers.
     const DiscoveredCamera* currentCamera(int port) const;
 
@@ -219,67 +206,17 @@ public Q_SLOTS:
     void discovery_ack_port3(QByteArray frame);
 
 private:
-    // What the slots hand over. The mutex guards all of it.
-    struct AckHandOver {
-        mutable QMutex mutex;
-        QWaitCondition condition;
-        bool arrived = false;
-        std::uint32_t readRegResult = 0;
-        char* readMemBuffer = nullptr;
-        unsigned int readMemCapacity = 0;
-        int readMemResult = 0;
+    struct PortPlace {
+        PortPlace(int number, fpga_design design, QLdevice board) : port(number, design, board) {}
+
+        transport::Port port;
+        transport::AckHandOver acks;
     };
 
-    struct Port {
-        MacBytes mac{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
-        IpBytes ip{};
-        IpBytes mask{255, 255, 0, 0};
-        std::uint16_t sourcePort = kControlPort;
-        std::uint16_t destinationPort = gvcp::kPort;
-        std::uint16_t requestId = 1;
-        bool unsettled = false;            // a command failed, so that its acknowledgement may still come
-        std::optional<std::uint16_t> owed; // of a command that was sent twice and acknowledged once
-        int discoveredCount = 0;
-        std::array<DiscoveredCamera, kMaxCameras> discovered{};
-        DiscoveredCamera kept{}; // selected without a place in the table
-        std::atomic<const DiscoveredCamera*> selected{nullptr};
-        fpga::PortIds registers{};
-        AckHandOver ack;
-    };
-
-    static bool isPort(int port) { return port >= 0 && port < kPorts; }
-    void lookUpRegisters();
-    void enablePorts();
-    int id(BoardRegister reg) const { return m_registers[static_cast<std::size_t>(reg)]; }
-    int id(int port, PortRegister reg) const {
-        return m_ports[port].registers[static_cast<std::size_t>(reg)];
-    }
-
-    frame::Route route(int port, bool broadcast) const;
-    std::uint16_t takeRequestId(int port) { return m_ports[port].requestId++; }
-
-    int receiveFrame(int port, UDPPacket* packet, unsigned int* length, int timeout);
-    int receiveWords(int port, std::uint32_t length, UDPPacket* packet, int timeout);
-    void answerArp(int port, UDPPacket& packet);
-
-    void sendCommand(int port, const UDPPacket& command, unsigned length);
-    int runRegisterCommand(int port, const UDPPacket& command, unsigned length, int* value);
-    int receiveAck(int port, AckWait& wait, UDPPacket& ack, std::size_t& size);
-    int receiveRegisterAck(int port, AckWait& wait, int* value);
-    int receiveMemoryWritten(int port, std::optional<std::uint16_t> requestId);
-    bool takeArrived(int port, AckWait& wait, UDPPacket& ack, std::size_t& size);
-    int receiveMemory(int port, const UDPPacket* command, char* buffer, unsigned int capacity);
-    bool readBlock(int port, unsigned int address, unsigned int asked, unsigned int expected, char* buffer);
-    bool
-    readBlockInParts(int port, unsigned int address, unsigned int asked, unsigned int expected, char* buffer);
-
-    void learnAddress(int port, const frame::ForcedAddress& to);
-    std::uint16_t startDiscovery(int port);
-    void drainDiscovery(int port, std::uint16_t requestId);
-    int storeAck(int port, const UDPPacket& ack, std::size_t size);
+    int id(fpga::BoardRegister reg) const { return m_registers[static_cast<std::size_t>(reg)]; }
 
     fpga_design m_design;
     QLdevice m_board;
-    std::array<Port, kPorts> m_ports;
-    fpga::BoardIds m_registers{};
+    std::array<PortPlace, kPorts> m_ports;
+    std::array<int, fpga::kBoardRegisters.size()> m_registers{};
 };

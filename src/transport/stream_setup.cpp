@@ -1,8 +1,12 @@
-// What an acquisition needs of a GigeCamera: the line length of the image path, and the packet counters.
-#include "transport/GigeCamera.h"
+#include "transport/stream_setup.h"
 
 #include <algorithm>
-#include <string_view>
+#include <array>
+#include <cstdint>
+
+namespace transport {
+
+using fpga::PortRegister;
 
 namespace {
 
@@ -40,20 +44,17 @@ double syncFactor(std::string_view pixelFormat) {
 } // namespace
 
 // Lengths beyond the 16 bits of the register wrap.
-int GigeCamera::SetEolWidth(int port, int width, const std::string& pixelFormat) {
-    if (!isPort(port)) {
-        return transport_error::kBadPort;
-    }
+int setEolWidth(Port& port, int width, std::string_view pixelFormat) {
     const auto length = static_cast<std::int64_t>(width * syncFactor(pixelFormat));
-    return WriteFpgaRegister16(id(port, PortRegister::SyncLength), static_cast<unsigned short>(length));
+    return port.writeRegister(PortRegister::LineLength, static_cast<std::uint16_t>(length));
 }
 
-PacketCounters GigeCamera::readPacketCounters(int port) {
+PacketCounters readPacketCounters(const Port& port) {
     PacketCounters counters;
-    if (isPort(port)) {
-        ReadFpgaRegister32(id(port, PortRegister::ImagePackets), &counters.imagePackets);
-        ReadFpgaRegister32(id(port, PortRegister::ReceivedPackets), &counters.receivedPackets);
-        ReadFpgaRegister32(id(port, PortRegister::ReceiveErrors), &counters.receiveErrors);
-    }
+    port.readRegister(PortRegister::ImagePackets, &counters.imagePackets);
+    port.readRegister(PortRegister::ReceivedPackets, &counters.receivedPackets);
+    port.readRegister(PortRegister::ReceiveErrors, &counters.receiveErrors);
     return counters;
 }
+
+} // namespace transport

@@ -6,7 +6,7 @@
 
 namespace {
 
-using transport_error::kBadPort;
+constexpr int kNoSuchPort = -22;
 
 TEST(Board, ComesUpWithItsRegistersAndAddresses) {
     ScriptedBoard scripted;
@@ -38,13 +38,13 @@ TEST(Board, RefusesOtherPortsAndReportsFailingRegisters) {
     GigeCamera& camera = *scripted.camera;
     int value = 0;
     for (const int port : {-1, 4, 1000}) {
-        EXPECT_EQ(camera.ReadRegister(port, 0, &value), kBadPort);
+        EXPECT_EQ(camera.ReadRegister(port, 0, &value), kNoSuchPort);
         EXPECT_EQ(camera.ReadMemory(port, 0, 8, nullptr, nullptr), 1);
-        EXPECT_EQ(camera.WriteMemory(port, 0, nullptr, 0), kBadPort);
-        EXPECT_EQ(camera.SendPacket(port, nullptr, 0), kBadPort);
-        EXPECT_EQ(camera.ReceiveUdpPacket(static_cast<unsigned>(port), nullptr, nullptr, 0), kBadPort);
-        EXPECT_EQ(camera.Discover(port, 0), kBadPort);
-        EXPECT_EQ(camera.SetEolWidth(port, 1, "Mono8"), kBadPort);
+        EXPECT_EQ(camera.WriteMemory(port, 0, nullptr, 0), kNoSuchPort);
+        EXPECT_EQ(camera.SendPacket(port, nullptr, 0), kNoSuchPort);
+        EXPECT_EQ(camera.ReceiveUdpPacket(static_cast<unsigned>(port), nullptr, nullptr, 0), kNoSuchPort);
+        EXPECT_EQ(camera.Discover(port, 0), kNoSuchPort);
+        EXPECT_EQ(camera.SetEolWidth(port, 1, "Mono8"), kNoSuchPort);
         EXPECT_EQ(camera.GetMacAddress(port, 0), nullptr);
         EXPECT_FALSE(camera.selectCamera(port, 0));
     }

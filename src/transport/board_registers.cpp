@@ -1,11 +1,12 @@
-// Register access, MDIO and the PHYs of a GigeCamera.
-#include "transport/fpga_registers.h"
+// A GigeCamera as a board: its life, registers, MDIO and the PHYs.
 #include "transport/GigeCamera.h"
 
+#include <array>
 #include <chrono>
-#include <cstdio>
 #include <string>
 #include <thread>
+
+using fpga::BoardRegister;
 
 namespace {
 
@@ -41,8 +42,6 @@ constexpr std::array kPhySetup{
 constexpr unsigned short kLastSettingWithFlag = 0x8004;
 constexpr unsigned short kLastSettingWithoutFlag = 0x0004;
 
-constexpr std::uint16_t kFirstImagePort = 1520;
-
 void pause(milliseconds time) {
     std::this_thread::sleep_for(time);
 }
@@ -56,36 +55,31 @@ template<class Value> int readRegister(QLdevice board, int reg, Value* value) {
     return result;
 }
 
-int lookUp(fpga_design design, std::string_view baseName, int port) {
-    char name[64];
-    std::snprintf(name, sizeof(name), "%s%i", std::string(baseName).c_str(), port);
-    return KemGetRegisterByName(design, name);
-}
-
 } // namespace
 
 // A name that the applet does not know gives an id whose accesses fail; nobody looks at that here.
-void GigeCamera::lookUpRegisters() {
-    for (int port = 0; port < kPorts; ++port) {
-        for (std::size_t i = 0; i < fpga::kPortRegisters.size(); ++i) {
-            m_ports[port].registers[i] = lookUp(m_design, fpga::kPortRegisters[i].name, port);
-        }
-    }
+GigeCamera::GigeCamera(fpga_design design, QLdevice board)
+    : m_design(design),
+      m_board(board), m_ports{
+                          {{0, design, board}, {1, design, board}, {2, design, board}, {3, design, board}}} {
     for (std::size_t i = 0; i < fpga::kBoardRegisters.size(); ++i) {
         m_registers[i] = KemGetRegisterByName(m_design, std::string(fpga::kBoardRegisters[i].name).c_str());
     }
-}
-
-void GigeCamera::enablePorts() {
     WriteFpgaRegister8(id(BoardRegister::TxStart), 1);
     WriteFpgaRegister8(id(BoardRegister::RxEnable), 1);
-    for (int port = 0; port < kPorts; ++port) {
-        WriteFpgaRegister8(id(port, PortRegister::TxStart), 1);
-        WriteFpgaRegister32(id(port, PortRegister::RequestIdLoad), 1);
-        WriteFpgaRegister32(id(port, PortRegister::RequestIdEnable), 0);
-        WriteFpgaRegister16(
-            id(port, PortRegister::ImagePort), static_cast<unsigned short>(kFirstImagePort + port));
+    for (PortPlace& place : m_ports) {
+        place.port.enable();
     }
+}
+
+GigeCamera::~GigeCamera() = default;
+
+int GigeCamera::deinit() {
+    KemUnloadKemFile(m_design);
+    const int result = TavoFreeHW(m_board);
+    m_design = nullptr;
+    m_board = nullptr;
+    return result;
 }
 
 int GigeCamera::ReadFpgaRegister32(int reg, unsigned int* value) {
@@ -113,12 +107,12 @@ int GigeCamera::WriteFpgaRegister8(int reg, unsigned char value) {
 }
 
 void GigeCamera::SetMdioPhyAddress(unsigned char phy) {
-    WriteFpgaRegister8(id(BoardRegister::MdioPhy), phy);
+    WriteFpgaRegister8(id(BoardRegister::MdioPhyAddress), phy);
     pause(kMdioWritePause);
 }
 
 int GigeCamera::ReadMdioData(unsigned char reg, unsigned short* value) {
-    WriteFpgaRegister8(id(BoardRegister::MdioRegister), reg);
+    WriteFpgaRegister8(id(BoardRegister::MdioRegisterAddress), reg);
     WriteFpgaRegister8(id(BoardRegister::MdioRead), 0);
     pause(kMdioReadPause);
     const int result = ReadFpgaRegister16(id(BoardRegister::MdioResult), value);
@@ -127,16 +121,16 @@ int GigeCamera::ReadMdioData(unsigned char reg, unsigned short* value) {
 }
 
 void GigeCamera::WriteMdioData(unsigned char reg, unsigned short value) {
-    WriteFpgaRegister8(id(BoardRegister::MdioRegister), reg);
+    WriteFpgaRegister8(id(BoardRegister::MdioRegisterAddress), reg);
     WriteFpgaRegister16(id(BoardRegister::MdioData), value);
     WriteFpgaRegister8(id(BoardRegister::MdioWrite), 0);
     pause(kMdioWritePause);
 }
 
 void GigeCamera::PhyHardwareReset() {
-    WriteFpgaRegister8(id(BoardRegister::PhyReset), kAllPhysInReset);
+    WriteFpgaRegister8(id(BoardRegister::Reset), kAllPhysInReset);
     pause(kResetPause);
-    WriteFpgaRegister8(id(BoardRegister::PhyReset), kAllPhysReleased);
+    WriteFpgaRegister8(id(BoardRegister::Reset), kAllPhysReleased);
     pause(kResetPause);
 }
 

@@ -1,7 +1,7 @@
+#include "board/GbeHeartbeatThread.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/GenICamPortInterface.h"
 #include "liomol/exceptions.h"
-#include "transport/GbeHeartbeatThread.h"
 
 #include <gtest/gtest.h>
 

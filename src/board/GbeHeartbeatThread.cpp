@@ -1,4 +1,4 @@
-#include "transport/GbeHeartbeatThread.h"
+#include "board/GbeHeartbeatThread.h"
 
 #include "genicam/device/ImplGenICamCamera.h"
 

@@ -1,11 +1,15 @@
-// How a GigeCamera sends frames through the FPGA's transmit registers and receives them from the data queue.
+// How a port sends frames through the FPGA's transmit registers and receives them from the data queue.
 //
 // The data queue gives, for a frame of L bytes, the word L and then one word for every two bytes: these two
 // in bits 0 to 15, the first of them lowest, and an end mark at bit 16 of the last word.
-#include "transport/GigeCamera.h"
+#include "transport/Port.h"
 #include "transport/trace.h"
 
 #include <algorithm>
+
+namespace transport {
+
+using fpga::PortRegister;
 
 namespace {
 
@@ -26,55 +30,34 @@ void storeHalfwords(UDPPacket& packet, std::size_t offset, const std::uint32_t* 
 
 } // namespace
 
-int GigeCamera::SendPacket(int port, const void* data, unsigned int length) {
-    if (!isPort(port)) {
-        return transport_error::kBadPort;
-    }
-    trace::packet(trace::Sent, port, data, length);
-    PrepareSendPacket(port, data, length);
-    return SendPreparedPacket(port);
+int Port::send(const void* data, unsigned length) {
+    trace::packet(trace::Sent, m_index, data, length);
+    prepare(data, length);
+    return sendPrepared();
 }
 
-// A trailing odd byte is not sent.
-int GigeCamera::PrepareSendPacket(int port, const void* data, unsigned int length) {
-    if (!isPort(port)) {
-        return transport_error::kBadPort;
-    }
+int Port::prepare(const void* data, unsigned length) {
     const auto* bytes = static_cast<const std::uint8_t*>(data);
-    const int target = id(port, PortRegister::WriteData);
-    int result = WriteFpgaRegister8(id(port, PortRegister::BufferReset), 0);
-    for (unsigned int i = 0; i < length / 2; ++i) {
+    const int target = id(PortRegister::WriteData);
+    int result = writeRegister(PortRegister::BufferReset, 0);
+    for (unsigned i = 0; i < length / 2; ++i) {
         const unsigned halfword = bytes[2 * i] | (static_cast<unsigned>(bytes[2 * i + 1]) << 8);
         result = TavoRegisterWrite(m_board, target, halfword);
     }
     return result;
 }
 
-int GigeCamera::SendPreparedPacket(int port) {
-    if (!isPort(port)) {
-        return transport_error::kBadPort;
-    }
-    return WriteFpgaRegister8(id(port, PortRegister::WriteComplete), 0);
+int Port::sendPrepared() {
+    return writeRegister(PortRegister::WriteComplete, 0);
 }
 
-int GigeCamera::PrepareWriteRegister(int port, unsigned int address, unsigned int value) {
-    UDPPacket packet;
-    unsigned short length = 0;
-    const int result = BuildGvcpWriteRegisterPacket(port, &packet, &length, address, value);
-    if (result != 0) {
-        return result;
-    }
-    PrepareSendPacket(port, &packet, frame::padded(length));
-    WriteFpgaRegister32(id(port, PortRegister::RequestIdEnable), 1);
-    return 0;
+void Port::clearQueue() {
+    TavoDataQueueClear(m_board, static_cast<unsigned>(m_index));
 }
 
-int GigeCamera::ReceiveUdpPacket(unsigned int port, UDPPacket* packet, unsigned int* length, int timeout) {
-    if (port >= kPorts) {
-        return transport_error::kBadPort;
-    }
+int Port::receive(UDPPacket* packet, unsigned* length, int timeout) {
     for (;;) {
-        const int result = receiveFrame(static_cast<int>(port), packet, length, timeout);
+        const int result = receiveFrame(packet, length, timeout);
         if (result != 0 || packet == nullptr) {
             return result;
         }
@@ -82,7 +65,7 @@ int GigeCamera::ReceiveUdpPacket(unsigned int port, UDPPacket* packet, unsigned 
         case frame::Kind::Answer:
             return 0;
         case frame::Kind::Arp:
-            answerArp(static_cast<int>(port), *packet);
+            answerArp(*packet);
             break;
         case frame::Kind::Ignored:
             break;
@@ -91,9 +74,10 @@ int GigeCamera::ReceiveUdpPacket(unsigned int port, UDPPacket* packet, unsigned 
 }
 
 // One frame of any kind, with zeros behind it in `packet`.
-int GigeCamera::receiveFrame(int port, UDPPacket* packet, unsigned int* length, int timeout) {
+int Port::receiveFrame(UDPPacket* packet, unsigned* length, int timeout) {
     std::uint32_t size = 0;
-    const int got = TavoDataQueueReadBufferLong(m_board, port, &size, sizeof(size), timeout);
+    const int got =
+        TavoDataQueueReadBufferLong(m_board, static_cast<unsigned>(m_index), &size, sizeof(size), timeout);
     if (got < 0) {
         return got;
     }
@@ -101,11 +85,11 @@ int GigeCamera::receiveFrame(int port, UDPPacket* packet, unsigned int* length, 
         return transport_error::kTruncated;
     }
     if (size > kLongestFrame) {
-        TavoDataQueueClear(m_board, port);
+        clearQueue();
         return transport_error::kOversized;
     }
     const bool fits = size <= UDPPacket::kSize;
-    const int result = receiveWords(port, size, fits ? packet : nullptr, timeout);
+    const int result = receiveWords(size, fits ? packet : nullptr, timeout);
     if (result != 0 || !fits) {
         return result != 0 ? result : transport_error::kOversized;
     }
@@ -114,14 +98,14 @@ int GigeCamera::receiveFrame(int port, UDPPacket* packet, unsigned int* length, 
     }
     if (packet != nullptr) {
         std::fill(packet->bytes.begin() + size, packet->bytes.end(), 0);
-        trace::packet(trace::Received, port, packet, size);
+        trace::packet(trace::Received, m_index, packet, size);
     }
     return 0;
 }
 
 // The data words of a frame of `length` bytes, thrown away without `packet`. Whether the odd byte of a frame
 // comes with a word of its own is seen from the end mark, so that the queue stays in step either way.
-int GigeCamera::receiveWords(int port, std::uint32_t length, UDPPacket* packet, int timeout) {
+int Port::receiveWords(std::uint32_t length, UDPPacket* packet, int timeout) {
     std::array<std::uint32_t, kMaxWords> words;
     const std::size_t whole = length / 2;
     const std::size_t most = (length + 1) / 2;
@@ -129,7 +113,8 @@ int GigeCamera::receiveWords(int port, std::uint32_t length, UDPPacket* packet, 
     for (std::size_t taken = 0; taken < whole || (taken < most && !ended);) {
         const std::size_t count = std::min(taken < whole ? whole - taken : 1, words.size());
         const auto bytes = static_cast<unsigned>(count * sizeof(words[0]));
-        const int got = TavoDataQueueReadBufferLong(m_board, port, words.data(), bytes, timeout);
+        const int got = TavoDataQueueReadBufferLong(
+            m_board, static_cast<unsigned>(m_index), words.data(), bytes, timeout);
         if (got < 0) {
             return got;
         }
@@ -146,11 +131,12 @@ int GigeCamera::receiveWords(int port, std::uint32_t length, UDPPacket* packet, 
 }
 
 // Only for the port's own address; a reply is never answered.
-void GigeCamera::answerArp(int port, UDPPacket& packet) {
-    const Port& self = m_ports[port];
-    if (std::equal(self.ip.begin(), self.ip.end(), packet.at(net::kArpTargetIp)) &&
+void Port::answerArp(UDPPacket& packet) {
+    if (std::equal(m_ip.begin(), m_ip.end(), packet.at(net::kArpTargetIp)) &&
         frame::get16<net::kArpOperation>(packet) != net::kArpReply) {
-        frame::arpReply(packet, self.mac, self.ip);
-        SendPacket(port, &packet, net::kMinFrame);
+        frame::arpReply(packet, m_mac, m_ip);
+        send(&packet, net::kMinFrame);
     }
 }
+
+} // namespace transport

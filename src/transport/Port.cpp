@@ -1,0 +1,93 @@
+#include "transport/Port.h"
+
+#include <algorithm>
+#include <string>
+
+namespace transport {
+
+using fpga::PortRegister;
+
+namespace {
+
+constexpr int kFirstImagePort = 1520;
+
+IpBytes firstAddress(QLdevice board, int index) {
+    const int serial = TavoGetBoardInfoInt(board, "board/serial");
+    return {169, 254, static_cast<std::uint8_t>(serial), static_cast<std::uint8_t>(42 + index)};
+}
+
+} // namespace
+
+// A name that the applet does not know gives an id whose accesses fail; nobody looks at that here.
+Port::Port(int index, fpga_design design, QLdevice board)
+    : m_index(index), m_board(board), m_ip(firstAddress(board, index)) {
+    for (std::size_t i = 0; i < fpga::kPortRegisters.size(); ++i) {
+        const std::string name = std::string(fpga::kPortRegisters[i].name) + std::to_string(index);
+        m_registers[i] = KemGetRegisterByName(design, name.c_str());
+    }
+}
+
+void Port::enable() {
+    writeRegister(PortRegister::TxStart, 1);
+    writeRegister(PortRegister::RequestIdLoad, 1);
+    writeRegister(PortRegister::RequestIdEnable, 0);
+    writeRegister(PortRegister::ImagePort, static_cast<std::uint64_t>(kFirstImagePort + m_index));
+}
+
+void Port::setIp(const IpBytes& ip, const IpBytes& mask) {
+    m_ip = ip;
+    m_mask = mask;
+}
+
+bool Port::selectCamera(int index) {
+    const DiscoveredCamera* camera = m_cameras.at(index);
+    if (camera != nullptr) {
+        m_selected = camera;
+    }
+    return camera != nullptr;
+}
+
+void Port::selectCamera(const DiscoveredCamera& record) {
+    m_kept = record;
+    m_selected = &m_kept;
+}
+
+void Port::learnAddress(const MacBytes& mac, const IpBytes& ip) {
+    if (DiscoveredCamera* camera = m_cameras.find(mac.data())) {
+        std::copy(ip.begin(), ip.end(), camera->ip);
+    }
+    if (std::equal(mac.begin(), mac.end(), m_kept.mac)) {
+        std::copy(ip.begin(), ip.end(), m_kept.ip);
+    }
+}
+
+frame::Route Port::toCurrentCamera() const {
+    frame::Route route{m_mac, {}, m_ip, {}, kControlPort, gvcp::kPort};
+    if (const DiscoveredCamera* camera = m_selected) {
+        std::copy_n(camera->mac, net::kMacSize, route.destinationMac.begin());
+        std::copy_n(camera->ip, net::kIpSize, route.destinationIp.begin());
+    }
+    return route;
+}
+
+frame::Route Port::toEverybody() const {
+    frame::Route route{m_mac, {}, m_ip, {}, kControlPort, gvcp::kPort};
+    route.destinationMac.fill(0xFF);
+    route.destinationIp.fill(0xFF);
+    return route;
+}
+
+int Port::readRegister(PortRegister reg, unsigned* value) const {
+    std::uint64_t scratch = 0;
+    const int result = TavoRegisterRead(m_board, id(reg), &scratch);
+    if (result == 0) {
+        *value = static_cast<unsigned>(scratch);
+    }
+    return result;
+}
+
+int Port::writeRegister(PortRegister reg, std::uint64_t value) {
+    return TavoRegisterWrite(m_board, id(reg), value);
+}
+
+} // namespace transport

@@ -1,0 +1,36 @@
+// GVCP commands to a port's current camera, each waiting for its acknowledgement.
+//
+// Results: 0 is success, a positive number the status that the camera answered, a negative one an error of
+// transport_error or the data queue's own code. The caller serialises what is done on one port.
+#pragma once
+
+#include "transport/AckWait.h"
+#include "transport/Port.h"
+
+namespace transport {
+
+int readRegister(Port& port, unsigned address, int* value);
+int writeRegister(Port& port, unsigned address, int value);
+// Reads `count` bytes into `buffer`, in blocks of 536. 0, or 1 for any failure, with part of the buffer
+// filled. `done` (which may be null) gets the low 16 bits of `count` on success.
+int readMemory(Port& port, unsigned address, unsigned count, unsigned short* done, char* buffer);
+// Writes up to 536 bytes; more are refused with kOversized.
+int writeMemory(Port& port, unsigned address, const unsigned char* data, unsigned count);
+// Loads a write that is not sent yet, and lets the FPGA stamp request ids into it when it sends it. Always 0.
+int prepareWriteRegister(Port& port, unsigned address, unsigned value);
+
+// --- What other commands are made of
+// Sends a command, after throwing away what may still come for earlier ones.
+void sendCommand(Port& port, const UDPPacket& command, unsigned length);
+// Waits for the acknowledgement; `size` is without Ethernet's padding. A frame that does not even hold a GVCP
+// header is truncated.
+int receiveAck(Port& port, AckWait& wait, UDPPacket& ack, std::size_t& size);
+
+// --- The waiting halves of the commands above. `requestId` is the command's, as frame::rawRequestId gives it
+// `value` is null for a write, whose acknowledgement brings none.
+int receiveRegisterAck(Port& port, int* value, std::uint16_t requestId);
+// `capacity` when the acknowledgement filled the buffer, else -1.
+int receiveMemoryAck(Port& port, char* buffer, unsigned capacity);
+int receiveMemoryWrittenAck(Port& port);
+
+} // namespace transport
