@@ -1,14 +1,14 @@
 // What Linux says of a network interface.
 #pragma once
 
-#include <array>
-#include <cstdint>
+#include "protocol/addresses.h"
+
 #include <string>
 
 namespace netif {
 
-using Mac = std::array<std::uint8_t, 6>;
-using Ipv4 = std::array<std::uint8_t, 4>; // in the order of the wire
+using net::Ipv4;
+using net::Mac;
 
 // `error` is 0 when the interface is there, else an errno value (ENODEV for none of that name), and `message`
 // then says it in one sentence.
@@ -19,9 +19,9 @@ struct InterfaceState {
     bool up = false;      // switched on by the administrator
     bool carrier = false; // up, and the other side is there
     int mtu = 0;
-    Mac mac{};
-    Ipv4 address{}; // the first IPv4 address, zeros without one
-    Ipv4 netmask{};
+    Mac mac;
+    Ipv4 address; // the first IPv4 address, none without one
+    Ipv4 netmask;
 };
 
 // Needs no rights. Any thread. Asks in the calling thread's network namespace, or, with a socket of any kind,

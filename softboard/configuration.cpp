@@ -49,21 +49,11 @@ bool parseProbability(const std::string& text, double& value) {
     return !text.empty() && *end == '\0' && value >= 0 && value <= 1; // not a number compares false
 }
 
-// Six bytes in hexadecimal with colons between them: the address of one station.
-bool parseMac(const std::string& text, netif::Mac& mac) {
-    constexpr std::size_t kLength = 3 * net::kMacSize - 1;
-    constexpr std::string_view kDigits = "0123456789abcdefABCDEF";
-    if (text.size() != kLength) {
-        return false;
-    }
-    for (std::size_t i = 0; i < net::kMacSize; ++i) {
-        const std::string byte = text.substr(3 * i, 2);
-        if (byte.find_first_not_of(kDigits) != byte.npos || (i > 0 && text[3 * i - 1] != ':')) {
-            return false;
-        }
-        mac[i] = static_cast<std::uint8_t>(std::strtoul(byte.c_str(), nullptr, 16));
-    }
-    return (mac[0] & 1) == 0 && mac != netif::Mac{};
+// The address of one station.
+bool parseStationMac(const std::string& text, netif::Mac& mac) {
+    const auto read = netif::Mac::parse(text);
+    mac = read.value_or(netif::Mac{});
+    return mac.isStation();
 }
 
 bool parseMicroseconds(const std::string& text, std::chrono::microseconds& value) {
@@ -136,7 +126,7 @@ constexpr Key<PortConfiguration> kPortKeys[] = {
      }},
     {"mac", "the address of one station like 02:00:00:00:00:01",
      [](PortConfiguration& port, const std::string& text) {
-         return parseMac(text, port.interface.mac.emplace());
+         return parseStationMac(text, port.interface.mac.emplace());
      }},
     {"spin_us", "a number from 0 to 10000",
      [](PortConfiguration& port, const std::string& text) {

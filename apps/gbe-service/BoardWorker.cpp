@@ -119,7 +119,7 @@ void BoardWorker::look(const Ports& ports) {
         {
             const std::lock_guard lock(m_mutex);
             m_view.linkUp[port] = known && up != 0;
-            if (interface && interface->mac != Mac{}) {
+            if (interface && !interface->mac.isNone()) {
                 m_view.interfaceMacs[port] = interface->mac;
             }
         }

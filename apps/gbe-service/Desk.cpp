@@ -141,9 +141,11 @@ std::optional<QByteArray> Desk::status(const Request& request) const {
     }
     const std::string prefix = "200-PORT " + std::to_string(*request.port) + " ";
     const std::optional<PortIp> ip = ipOf({*request.board, *request.port});
-    return line(prefix + "MAC " + toText(macOf(*board, *request.port))) +
+    return line(prefix + "MAC " + macOf(*board, *request.port).text()) +
            line(prefix + (*up ? "up" : "down")) +
-           (ip ? line(prefix + "IP " + ip->ip) + line(prefix + "MASK " + ip->mask) : QByteArray()) + kDone;
+           (ip ? line(prefix + "IP " + ip->ip.text()) + line(prefix + "MASK " + ip->mask.text())
+               : QByteArray()) +
+           kDone;
 }
 
 Mac Desk::macOf(const BoardWorker& board, unsigned port) const {
@@ -171,12 +173,12 @@ std::optional<QByteArray> Desk::openPort(unsigned number, unsigned port) const {
     }
     return line(
                "200-BOARD " + std::to_string(number) + " PORT " + std::to_string(port) + " MAC " +
-               toText(macOf(*board, port))) +
+               macOf(*board, port).text()) +
            kDone;
 }
 
 std::optional<QByteArray> Desk::openMac(const std::string& text) const {
-    const std::optional<Mac> mac = parseMac(text);
+    const std::optional<Mac> mac = Mac::parse(text);
     if (!mac) {
         return "510 not a MAC address\n";
     }

@@ -7,8 +7,6 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QSaveFile>
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -35,16 +33,6 @@ bool parseSection(const std::string& line, PortKey& port) {
     return std::sscanf(line.c_str(), "[board %u port %u%c%c", &port.first, &port.second, &closing, &rest) ==
                3 &&
            closing == ']' && port.first < kBoards && port.second < kPorts;
-}
-
-// A dotted IPv4 address that one station can have: not this host, not loopback, no group, no broadcast.
-bool isStationIp(const std::string& text) {
-    in_addr address{};
-    if (inet_pton(AF_INET, text.c_str(), &address) != 1) {
-        return false;
-    }
-    const unsigned first = ntohl(address.s_addr) >> 24;
-    return first != 0 && first != 127 && first < 224;
 }
 
 // Takes the lines of a configuration, one at a time; an error text for a wrong one.
@@ -89,8 +77,8 @@ private:
     }
 
     std::string takeMac(const std::string& value) {
-        const auto mac = parseMac(value);
-        if (!mac || !isStationAddress(*mac)) {
+        const auto mac = Mac::parse(value);
+        if (!mac || !mac->isStation()) {
             return "no MAC address of a station: " + value;
         }
         for (const auto& [port, other] : m_settings.macs) {
@@ -176,26 +164,19 @@ bool parseBoards(const std::string& text, std::vector<unsigned>& boards, std::st
 }
 
 std::optional<PortIp> parsePortIp(const std::string& text) {
-    constexpr unsigned kBits = 32;
     constexpr unsigned kMostBits = 30; // two addresses besides the ends
     const std::size_t slash = text.find('/');
-    PortIp port{text.substr(0, slash), ""};
-    unsigned bits = port.ip.starts_with("169.254.") ? 16 : 24;
-    if (!isStationIp(port.ip) ||
-        (slash != text.npos && (!parseNumber(text.substr(slash + 1), kMostBits + 1, bits) || bits == 0))) {
+    const std::optional<net::Ipv4> ip = net::Ipv4::parse(std::string_view(text).substr(0, slash));
+    if (!ip || !ip->isStation()) {
         return std::nullopt;
     }
-    in_addr address{};
-    inet_pton(AF_INET, port.ip.c_str(), &address);
-    const std::uint32_t mask = ~std::uint32_t{0} << (kBits - bits);
-    const std::uint32_t host = ntohl(address.s_addr) & ~mask;
-    if (host == 0 || host == ~mask) {
+    const bool linkLocal = (*ip)[0] == 169 && (*ip)[1] == 254;
+    unsigned bits = linkLocal ? 16 : 24;
+    if (slash != text.npos && (!parseNumber(text.substr(slash + 1), kMostBits + 1, bits) || bits == 0)) {
         return std::nullopt;
     }
-    address.s_addr = htonl(mask);
-    char maskText[INET_ADDRSTRLEN];
-    port.mask = inet_ntop(AF_INET, &address, maskText, sizeof maskText);
-    return port;
+    const net::Ipv4 mask = net::Ipv4::maskOf(bits);
+    return net::isInsideSubnet(*ip, mask) ? std::optional(PortIp{*ip, mask}) : std::nullopt;
 }
 
 bool AddressBook::load(std::string& error) {

@@ -18,8 +18,8 @@ using PortKey = std::pair<unsigned, unsigned>; // board and port
 
 // A port's IPv4 address in a subnet.
 struct PortIp {
-    std::string ip;
-    std::string mask;
+    net::Ipv4 ip;
+    net::Ipv4 mask;
 };
 // "192.168.0.10/24": an address that one station can have, outside of the ends of its subnet of 1 to 30 bits.
 // Without the bits they are 16 for a link-local address and 24 for any other.

@@ -15,11 +15,11 @@ constexpr unsigned kUsualPacket = 1500; // what the library sets when it connect
 
 std::string label(const FoundCamera& camera) {
     const std::string name = fieldText(camera.info.userDefinedName);
-    return macText(camera.info.mac) + (name.empty() ? "" : " " + name);
+    return Mac::at(camera.info.mac).text() + (name.empty() ? "" : " " + name);
 }
 
 bool isFrom(const Heard& heard, const FoundCamera& camera) {
-    return std::equal(heard.from.begin(), heard.from.end(), camera.info.mac);
+    return heard.from == Mac::at(camera.info.mac);
 }
 
 } // namespace
@@ -28,9 +28,9 @@ void CameraCheck::run(const FoundCamera& camera) {
     if (std::all_of(std::begin(camera.info.mac), std::end(camera.info.mac), std::logical_not<>())) {
         m_findings.bad(
             "camera",
-            ipText(camera.ip) + ": its discovery data hold no MAC address, by which cameras are told apart",
+            camera.ip.text() + ": its discovery data hold no MAC address, by which cameras are told apart",
             "its maker may have newer firmware; alone on its port it can be used: gbe --ip " +
-                ipText(camera.ip));
+                camera.ip.text());
         return;
     }
     if (!addressIsGood(camera)) {
@@ -47,7 +47,7 @@ void CameraCheck::run(const FoundCamera& camera) {
     if (!answers(handle, camera, privilege)) {
         return;
     }
-    std::string text = ipText(camera.ip);
+    std::string text = camera.ip.text();
     const bool free = isFree(handle, camera, privilege, text);
     if (packetsPass(handle, camera, text) && free) {
         m_findings.good("camera", label(camera) + ": " + text);
@@ -57,17 +57,17 @@ void CameraCheck::run(const FoundCamera& camera) {
 bool CameraCheck::addressIsGood(const FoundCamera& camera) {
     if (!m_port.address.reaches(camera.ip)) {
         bad(camera,
-            ipText(camera.ip) + " is in another subnet than port " + std::to_string(m_port.port) + ", " +
+            camera.ip.text() + " is in another subnet than port " + std::to_string(m_port.port) + ", " +
                 m_port.address.text(),
             setCommand(camera));
         return false;
     }
     const bool shared = std::any_of(m_all.begin(), m_all.end(), [&](const FoundCamera& other) {
         return other.port == camera.port && other.ip == camera.ip &&
-               !std::equal(std::begin(other.info.mac), std::end(other.info.mac), camera.info.mac);
+               Mac::at(other.info.mac) != Mac::at(camera.info.mac);
     });
     if (shared || camera.ip == m_port.address.ip) {
-        bad(camera, ipText(camera.ip) + " is another station's address as well", setCommand(camera));
+        bad(camera, camera.ip.text() + " is another station's address as well", setCommand(camera));
         return false;
     }
     return true;
@@ -96,21 +96,21 @@ void CameraCheck::explainSilence(const FoundCamera& camera) {
         }
         if (heard.kind == Heard::Kind::ArpRequest && heard.toIp != us.ip) {
             bad(camera,
-                "answers scans, then looks for " + ipText(heard.toIp) + " (ARP) and not for " + us.text(),
+                "answers scans, then looks for " + heard.toIp.text() + " (ARP) and not for " + us.text(),
                 "its subnet mask or gateway is wrong: " + setCommand(camera));
             return;
         }
         if (heard.kind == Heard::Kind::Acknowledgement &&
             (heard.to != us.mac || heard.toIp != us.ip || heard.toPort != kCommandPort)) {
             bad(camera,
-                "its answers go to " + macText(heard.to.data()) + ", " + ipText(heard.toIp) + ", port " +
-                    std::to_string(heard.toPort) + "; we are " + macText(us.mac.data()) + ", " +
-                    ipText(us.ip) + ", port " + std::to_string(kCommandPort),
-                "switch the camera off and on; is another station using the address " + ipText(us.ip) + "?");
+                "its answers go to " + heard.to.text() + ", " + heard.toIp.text() + ", port " +
+                    std::to_string(heard.toPort) + "; we are " + us.mac.text() + ", " + us.ip.text() +
+                    ", port " + std::to_string(kCommandPort),
+                "switch the camera off and on; is another station using the address " + us.ip.text() + "?");
             return;
         }
     }
-    bad(camera, ipText(camera.ip) + ": answers scans, but nothing that is sent to it alone",
+    bad(camera, camera.ip.text() + ": answers scans, but nothing that is sent to it alone",
         "look for a firewall in a switch or another station with this address; " + setCommand(camera));
 }
 
@@ -125,9 +125,10 @@ bool CameraCheck::isFree(
     unsigned heartbeat = 0;
     Gbe_getControlStatus(handle, &control);
     Gbe_readRegister(handle, bootstrap::kHeartbeatTimeout, &heartbeat);
-    const std::string who = control.holder == GBE_CONTROL_SELF ? "a program on this computer"
-                            : control.ip != 0 ? ipText(control.ip) + ", port " + std::to_string(control.port)
-                                              : "an application that it does not tell";
+    const std::string who =
+        control.holder == GBE_CONTROL_SELF ? "a program on this computer"
+        : control.ip != 0 ? Ipv4::fromLowFirst(control.ip).text() + ", port " + std::to_string(control.port)
+                          : "an application that it does not tell";
     bad(camera, "is controlled by " + who,
         "end that application; if it has crashed, the camera is free after " +
             std::to_string((heartbeat + 999) / 1000) + " s");
@@ -162,17 +163,17 @@ std::string CameraCheck::command(const std::string& words) const {
 }
 
 std::string CameraCheck::setCommand(const FoundCamera& camera) const {
-    return command("ip set " + macText(camera.info.mac) + " " + ipText(freeAddress(camera.ip)));
+    return command("ip set " + Mac::at(camera.info.mac).text() + " " + freeAddress(camera.ip).text());
 }
 
 // An address in the port's subnet: the camera's own place in it when nobody has that, else the next free one.
-unsigned CameraCheck::freeAddress(unsigned present) const {
-    const unsigned mask = swapOctets(m_port.address.mask);
-    const unsigned net = swapOctets(m_port.address.ip) & mask;
-    const unsigned last = ~mask; // the broadcast address
-    unsigned host = swapOctets(present) & ~mask;
-    for (unsigned tries = 0; tries < last; ++tries, host = host < last ? host + 1 : 0) {
-        const unsigned ip = swapOctets(net | host);
+Ipv4 CameraCheck::freeAddress(const Ipv4& present) const {
+    const std::uint32_t mask = m_port.address.mask.number();
+    const std::uint32_t subnet = m_port.address.ip.number() & mask;
+    const std::uint32_t last = ~mask; // the broadcast address
+    std::uint32_t host = present.number() & ~mask;
+    for (std::uint32_t tries = 0; tries < last; ++tries, host = host < last ? host + 1 : 0) {
+        const Ipv4 ip = Ipv4::fromNumber(subnet | host);
         if (host != 0 && host != last && !isTaken(ip)) {
             return ip;
         }
@@ -180,7 +181,7 @@ unsigned CameraCheck::freeAddress(unsigned present) const {
     return present;
 }
 
-bool CameraCheck::isTaken(unsigned ip) const {
+bool CameraCheck::isTaken(const Ipv4& ip) const {
     for (unsigned port = 0; port < GBE_PORTS; ++port) {
         if (portAddress(m_board, port).ip == ip) {
             return true;

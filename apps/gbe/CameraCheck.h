@@ -16,10 +16,10 @@ class Eavesdropper;
 struct CheckedPort {
     unsigned port = 0;
     PortAddress address;
-    std::string interface;   // empty: the port is none
-    Mac interfaceMac{};      // that the port is to have; zeros when not known
-    int mtu = 0;             // 0: not known
-    unsigned computerIp = 0; // that the interface has in Linux; 0 without
+    std::string interface; // empty: the port is none
+    Mac interfaceMac;      // that the port is to have; zeros when not known
+    int mtu = 0;           // 0: not known
+    Ipv4 computerIp;       // that the interface has in Linux
     bool linkUp = false;
     std::shared_ptr<Eavesdropper> ear; // null where nothing can be overheard
 };
@@ -43,8 +43,8 @@ private:
     void bad(const FoundCamera& camera, const std::string& finding, const std::string& mend);
     std::string command(const std::string& words) const;
     std::string setCommand(const FoundCamera& camera) const;
-    unsigned freeAddress(unsigned present) const;
-    bool isTaken(unsigned ip) const;
+    Ipv4 freeAddress(const Ipv4& present) const;
+    bool isTaken(const Ipv4& ip) const;
 
     BoardHandle* m_board;
     const Selection& m_selection;

@@ -4,7 +4,6 @@
 #include "protocol/gvcp.h"
 #include "protocol/net.h"
 
-#include <algorithm>
 #include <optional>
 
 namespace gbe {
@@ -33,11 +32,6 @@ unsigned big16(Frame frame, std::size_t offset) {
     return static_cast<unsigned>(frame[offset] << 8 | frame[offset + 1]);
 }
 
-unsigned ipAt(Frame frame, std::size_t offset) {
-    return frame[offset] | frame[offset + 1] << 8 | frame[offset + 2] << 16 |
-           static_cast<unsigned>(frame[offset + 3]) << 24;
-}
-
 // Cameras send no IP options: a frame that has some is passed over.
 std::optional<Heard> hear(Frame frame) {
     constexpr std::uint8_t kNoOptions = 0x45;
@@ -45,17 +39,17 @@ std::optional<Heard> hear(Frame frame) {
     if (frame.size() < net::kUdpPayload + gvcp::kHeader) {
         return std::nullopt;
     }
-    std::copy_n(frame.begin() + net::kSourceMac, net::kMacSize, heard.from.begin());
-    std::copy_n(frame.begin() + net::kDestinationMac, net::kMacSize, heard.to.begin());
+    heard.from = Mac::at(frame.data() + net::kSourceMac);
+    heard.to = Mac::at(frame.data() + net::kDestinationMac);
     if (big16(frame, net::kEtherType) == net::kEtherTypeArp) {
         heard.kind = Heard::Kind::ArpRequest;
-        heard.fromIp = ipAt(frame, net::kArpSenderIp);
-        heard.toIp = ipAt(frame, net::kArpTargetIp);
+        heard.fromIp = Ipv4::at(frame.data() + net::kArpSenderIp);
+        heard.toIp = Ipv4::at(frame.data() + net::kArpTargetIp);
         const bool request = big16(frame, net::kArpOperation) == net::kArpRequest;
         return request && heard.fromIp != heard.toIp ? std::optional(heard) : std::nullopt;
     }
-    heard.fromIp = ipAt(frame, net::kSourceIp);
-    heard.toIp = ipAt(frame, net::kDestinationIp);
+    heard.fromIp = Ipv4::at(frame.data() + net::kSourceIp);
+    heard.toIp = Ipv4::at(frame.data() + net::kDestinationIp);
     heard.toPort = big16(frame, net::kUdpDestinationPort);
     heard.code = big16(frame, net::kUdpPayload + gvcp::kAckCode);
     return frame[net::kIpVersion] == kNoOptions ? std::optional(heard) : std::nullopt;

@@ -19,10 +19,10 @@ struct Heard {
     enum class Kind { Acknowledgement, ArpRequest };
 
     Kind kind = Kind::Acknowledgement;
-    Mac from{};
-    unsigned fromIp = 0;
-    Mac to{};
-    unsigned toIp = 0;   // of an ARP request: whose MAC address is looked for
+    Mac from;
+    Ipv4 fromIp;
+    Mac to;
+    Ipv4 toIp;           // of an ARP request: whose MAC address is looked for
     unsigned toPort = 0; // UDP
     unsigned code = 0;   // of the acknowledgement
 };

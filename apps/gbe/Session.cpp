@@ -44,7 +44,7 @@ void listPort(BoardHandle* board, unsigned port, std::vector<FoundCamera>& found
         if (const CameraInfo* info = Gbe_getCameraInfo(handle)) {
             unsigned ip = 0;
             Gbe_getCameraIp(handle, &ip);
-            found.push_back({port, *info, ip});
+            found.push_back({port, *info, Ipv4::fromLowFirst(ip)});
         }
     }
 }
@@ -74,9 +74,7 @@ Mac macOfName(BoardHandle* board, const Selection& selection) {
         throw Failure(
             std::to_string(count) + " cameras are named \"" + selection.name + "\": pick one by --mac");
     }
-    Mac mac{};
-    std::copy_n(std::find_if(found.begin(), found.end(), named)->info.mac, mac.size(), mac.begin());
-    return mac;
+    return Mac::at(std::find_if(found.begin(), found.end(), named)->info.mac);
 }
 
 int pickOnPort(BoardHandle* board, unsigned port, const Selection& selection, CameraHandle** camera) {
@@ -84,7 +82,7 @@ int pickOnPort(BoardHandle* board, unsigned port, const Selection& selection, Ca
         return Gbe_getCameraByMac(board, port, selection.mac->data(), camera);
     }
     if (selection.ip) {
-        return Gbe_getCameraByIp(board, port, *selection.ip, camera);
+        return Gbe_getCameraByIp(board, port, selection.ip->lowFirst(), camera);
     }
     return Gbe_getFirstCamera(board, port, camera);
 }
@@ -125,8 +123,8 @@ std::string whyNot(CameraHandle* camera, int code) {
     }
     switch (control.holder) {
     case GBE_CONTROL_OTHER:
-        return " (controlled by another application" + (control.ip != 0 ? " at " + ipText(control.ip) : "") +
-               ")";
+        return " (controlled by another application" +
+               (control.ip != 0 ? " at " + Ipv4::fromLowFirst(control.ip).text() : "") + ")";
     case GBE_CONTROL_UNKNOWN:
         return " (it does not answer)";
     default:
@@ -192,7 +190,7 @@ PickedCamera pickCamera(BoardHandle* board, const Selection& selection) {
 
 void connectCamera(CameraHandle* camera, bool standard) {
     check("choosing how to read the description", Gbe_enableStandardBehaviour(camera, standard ? 1 : 0));
-    const std::string what = "connecting to " + macText(Gbe_getCameraInfo(camera)->mac);
+    const std::string what = "connecting to " + Mac::at(Gbe_getCameraInfo(camera)->mac).text();
     if (const int code = Gbe_connectCamera(camera); code < 0) {
         throw Failure(what + whyNot(camera, code), code);
     }

@@ -17,7 +17,7 @@ struct Selection {
     int board = 0;
     std::optional<unsigned> port;
     std::optional<Mac> mac;
-    std::optional<unsigned> ip; // first octet in the lowest byte
+    std::optional<Ipv4> ip;
     std::string name;
     bool standard = false; // read the description as the GenICam standard has it
 };
@@ -25,7 +25,7 @@ struct Selection {
 struct FoundCamera {
     unsigned port = 0;
     CameraInfo info{};
-    unsigned ip = 0;
+    Ipv4 ip;
 };
 
 using Board = std::unique_ptr<BoardHandle, decltype(&Gbe_freeBoard)>;

@@ -28,7 +28,7 @@ void print(const QJsonDocument& document) {
 std::vector<std::pair<const char*, std::string>>
 fieldsOf(const CameraInfo& info, const std::string& address) {
     std::vector<std::pair<const char*, std::string>> fields{
-        {"MAC", macText(info.mac)},
+        {"MAC", Mac::at(info.mac).text()},
         {"IP", address},
         {"Manufacturer", fieldText(info.manufacturerName)},
         {"Model", fieldText(info.modelName)},
@@ -46,8 +46,8 @@ QJsonObject jsonOf(int board, const FoundCamera& camera, const PortAddress& at) 
     return {
         {"board", board},
         {"port", static_cast<int>(port)},
-        {"mac", QString::fromStdString(macText(info.mac))},
-        {"ip", QString::fromStdString(ipText(ip))},
+        {"mac", QString::fromStdString(Mac::at(info.mac).text())},
+        {"ip", QString::fromStdString(ip.text())},
         {"otherSubnet", !at.reaches(ip)},
         {"manufacturer", QString::fromStdString(fieldText(info.manufacturerName))},
         {"model", QString::fromStdString(fieldText(info.modelName))},
@@ -128,9 +128,9 @@ void scanNetwork(const Selection& selection, Format format) {
         const PortAddress at = portAddress(board.get(), port);
         array.append(jsonOf(selection.board, camera, at));
         table.add(
-            {std::to_string(selection.board), std::to_string(port), macText(info.mac), addressText(ip, at),
-             fieldText(info.manufacturerName), fieldText(info.modelName), fieldText(info.serialNumber),
-             fieldText(info.userDefinedName)});
+            {std::to_string(selection.board), std::to_string(port), Mac::at(info.mac).text(),
+             addressText(ip, at), fieldText(info.manufacturerName), fieldText(info.modelName),
+             fieldText(info.serialNumber), fieldText(info.userDefinedName)});
     }
     if (format == Format::Json) {
         print(QJsonDocument(array));
@@ -145,8 +145,9 @@ void showInfo(const Selection& selection, Format format) {
     const Board board = openBoard(selection.board);
     const PickedCamera camera = pickCamera(board.get(), selection);
     const CameraInfo& info = *Gbe_getCameraInfo(camera.handle.get());
-    unsigned ip = 0;
-    check("address", Gbe_getCameraIp(camera.handle.get(), &ip));
+    unsigned number = 0;
+    check("address", Gbe_getCameraIp(camera.handle.get(), &number));
+    const Ipv4 ip = Ipv4::fromLowFirst(number);
     const PortAddress at = portAddress(board.get(), camera.port);
     if (format == Format::Json) {
         print(QJsonDocument(jsonOf(selection.board, {camera.port, info, ip}, at)));

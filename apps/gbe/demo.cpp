@@ -61,8 +61,8 @@ long long integer(CameraHandle* camera, const char* name) {
 void showScan(BoardHandle* board, const Selection& selection, std::vector<FoundCamera>& found) {
     found = findCameras(board, selection);
     for (const auto& [port, info, ip] : found) {
-        say("port %u: %s  %s  %s %s, serial number %s", port, macText(info.mac).c_str(), ipText(ip).c_str(),
-            fieldText(info.manufacturerName).c_str(), fieldText(info.modelName).c_str(),
+        say("port %u: %s  %s  %s %s, serial number %s", port, Mac::at(info.mac).text().c_str(),
+            ip.text().c_str(), fieldText(info.manufacturerName).c_str(), fieldText(info.modelName).c_str(),
             fieldText(info.serialNumber).c_str());
     }
     require(!found.empty(), "no camera was found");

@@ -205,7 +205,7 @@ void Doctor::checkPort(BoardHandle* board, CheckedPort& port) {
     int up = 0;
     const int code = Gbe_getLinkState(m_selection.board, port.port, &up);
     port.linkUp = code == 0 && up != 0;
-    const std::string us = macText(port.address.mac.data()) + ", " + port.address.text();
+    const std::string us = port.address.mac.text() + ", " + port.address.text();
     if (!port.interface.empty() && port.address.ip == port.computerIp) {
         m_findings.bad(
             portName(port.port),
@@ -221,10 +221,10 @@ void Doctor::checkPort(BoardHandle* board, CheckedPort& port) {
     } else if (port.interface.empty()) { // what an interface lacks was told above
         m_findings.note(portName(port.port), "no link; " + us);
     }
-    if (!port.interface.empty() && port.interfaceMac != Mac{} && port.interfaceMac != port.address.mac) {
+    if (!port.interface.empty() && !port.interfaceMac.isNone() && port.interfaceMac != port.address.mac) {
         m_findings.note(
             portName(port.port), "the service gives it another MAC address than the board's file or " +
-                                     port.interface + ", " + macText(port.interfaceMac.data()) +
+                                     port.interface + ", " + port.interfaceMac.text() +
                                      ": on purpose, or does it read another file?");
     }
     if (port.linkUp && !port.interface.empty()) {
@@ -290,7 +290,7 @@ void Doctor::checkHeard(const CheckedPort& port, const std::vector<FoundCamera>&
     for (const Heard& heard : port.ear ? port.ear->take() : std::vector<Heard>{}) {
         const bool toUs = heard.to == port.address.mac && heard.toIp == port.address.ip;
         const bool known = std::any_of(found.begin(), found.end(), [&](const FoundCamera& camera) {
-            return std::equal(heard.from.begin(), heard.from.end(), camera.info.mac) ||
+            return heard.from == Mac::at(camera.info.mac) ||
                    (toUs && camera.port == port.port && camera.ip == heard.fromIp);
         });
         if (known || heard.code != kDiscoveryAck ||
@@ -298,20 +298,20 @@ void Doctor::checkHeard(const CheckedPort& port, const std::vector<FoundCamera>&
             continue;
         }
         told.push_back(heard.from);
-        const std::string who = macText(heard.from.data());
+        const std::string who = heard.from.text();
         if (toUs) {
             m_findings.bad(
                 "camera",
-                who + ", " + ipText(heard.fromIp) +
+                who + ", " + heard.fromIp.text() +
                     ": answers our scan, but its discovery data are not usable",
                 "are they complete, and is the MAC address in them its own and no other camera's?");
             continue;
         }
         m_findings.bad(
             "camera",
-            who + ": answers scans to " + ipText(heard.toIp) + " (" + macText(heard.to.data()) + "), port " +
+            who + ": answers scans to " + heard.toIp.text() + " (" + heard.to.text() + "), port " +
                 std::to_string(heard.toPort) + ", and not to us",
-            "switch it off and on; is another station using the address " + ipText(port.address.ip) + "?");
+            "switch it off and on; is another station using the address " + port.address.ip.text() + "?");
     }
 }
 

@@ -15,22 +15,22 @@ constexpr const char* kAutomatic = "auto";
 
 struct Target {
     unsigned port = 0;
-    Mac mac{};
-    unsigned ip = 0; // 0: not found by a scan
+    Mac mac;
+    Ipv4 ip; // none: not found by a scan
 };
 
-unsigned parse(const char* what, const std::string& text, std::optional<unsigned> address) {
+Ipv4 parse(const char* what, const std::string& text, const std::optional<Ipv4>& address) {
     if (!address) {
-        throw Failure(std::string(what) + " \"" + text + "\": is none");
+        throw Failure(std::string(what) + " \"" + text + "\": is not an IPv4 address or mask");
     }
     return *address;
 }
 
 bool isNamed(const FoundCamera& camera, const std::string& text) {
-    if (const auto mac = parseMac(text)) {
-        return std::equal(mac->begin(), mac->end(), camera.info.mac);
+    if (const auto mac = Mac::parse(text)) {
+        return *mac == Mac::at(camera.info.mac);
     }
-    if (const auto ip = parseIp(text)) {
+    if (const auto ip = Ipv4::parse(text)) {
         return camera.ip == *ip;
     }
     return fieldText(camera.info.userDefinedName) == text;
@@ -43,9 +43,9 @@ Target targetOf(const std::string& text, const Selection& selection, const std::
     if (count > 1) {
         throw Failure(std::to_string(count) + " cameras are \"" + text + "\": name one by its MAC address");
     }
-    const auto mac = parseMac(text);
+    const auto mac = Mac::parse(text);
     if (count == 0 && mac && selection.port) {
-        return {*selection.port, *mac, 0};
+        return {*selection.port, *mac, {}};
     }
     if (count == 0) {
         throw Failure(
@@ -53,41 +53,39 @@ Target targetOf(const std::string& text, const Selection& selection, const std::
             found.empty() ? GBE_ERROR_NO_CAMERAS_FOUND : GBE_ERROR_CAMERA_DOES_NOT_EXIST);
     }
     const FoundCamera& camera = *std::find_if(found.begin(), found.end(), named);
-    Target target{camera.port, {}, camera.ip};
-    std::copy_n(camera.info.mac, target.mac.size(), target.mac.begin());
-    return target;
+    return {camera.port, Mac::at(camera.info.mac), camera.ip};
 }
 
 bool isTarget(const FoundCamera& camera, const Target& target) {
-    return std::equal(target.mac.begin(), target.mac.end(), camera.info.mac);
+    return target.mac == Mac::at(camera.info.mac);
 }
 
 // Two stations with one address would both become hard to reach.
 void checkFree(
-    unsigned ip, const Target& target, const PortAddress& port, const std::vector<FoundCamera>& found) {
+    const Ipv4& ip, const Target& target, const PortAddress& port, const std::vector<FoundCamera>& found) {
     if (ip == port.ip) {
-        throw Failure(ipText(ip) + ": is the address of port " + std::to_string(target.port) + " itself");
+        throw Failure(ip.text() + ": is the address of port " + std::to_string(target.port) + " itself");
     }
     for (const FoundCamera& camera : found) {
         if (camera.port == target.port && camera.ip == ip && !isTarget(camera, target)) {
-            throw Failure(ipText(ip) + ": is the address of " + macText(camera.info.mac));
+            throw Failure(ip.text() + ": is the address of " + Mac::at(camera.info.mac).text());
         }
     }
 }
 
 // What a scan says after the address was given.
-void tellOutcome(BoardHandle* board, const Target& target, unsigned ip, int code) {
+void tellOutcome(BoardHandle* board, const Target& target, const Ipv4& ip, int code) {
     Selection place;
     place.port = target.port;
-    const std::string mac = macText(target.mac.data());
+    const std::string mac = target.mac.text();
     for (const FoundCamera& camera : findCameras(board, place)) {
         if (!isTarget(camera, target)) {
             continue;
         }
         if (camera.ip != ip) {
-            throw Failure(mac + ": still has " + ipText(camera.ip));
+            throw Failure(mac + ": still has " + camera.ip.text());
         }
-        const std::string before = target.ip != 0 ? ipText(target.ip) : "unknown";
+        const std::string before = !target.ip.isNone() ? target.ip.text() : "unknown";
         std::printf(
             "%s: %s -> %s\n", mac.c_str(), before.c_str(),
             addressText(ip, portAddress(board, target.port)).c_str());
@@ -108,11 +106,11 @@ void showAddresses(const Selection& selection) {
             continue;
         }
         const PortAddress at = portAddress(board.get(), port);
-        std::vector<std::string> row{std::to_string(port), macText(at.mac.data()), at.text()};
+        std::vector<std::string> row{std::to_string(port), at.mac.text(), at.text()};
         for (const FoundCamera& camera : found) {
             if (camera.port == port) {
                 row.insert(
-                    row.end(), {macText(camera.info.mac), addressText(camera.ip, at),
+                    row.end(), {Mac::at(camera.info.mac).text(), addressText(camera.ip, at),
                                 fieldText(camera.info.userDefinedName)});
                 table.add(std::exchange(row, {"", "", ""}));
             }
@@ -126,20 +124,20 @@ void showAddresses(const Selection& selection) {
 
 void setAddress(const Selection& selection, const NewAddress& wanted) {
     const bool automatic = wanted.ip == kAutomatic;
-    const unsigned ip = automatic ? 0 : parse("address", wanted.ip, parseIp(wanted.ip));
-    const unsigned gateway =
-        wanted.gateway.empty() ? 0 : parse("gateway", wanted.gateway, parseIp(wanted.gateway));
+    const Ipv4 ip = automatic ? Ipv4{} : parse("address", wanted.ip, Ipv4::parse(wanted.ip));
+    const Ipv4 gateway =
+        wanted.gateway.empty() ? Ipv4{} : parse("gateway", wanted.gateway, Ipv4::parse(wanted.gateway));
     const Board board = openBoard(selection.board);
     const std::vector<FoundCamera> found = findCameras(board.get(), selection);
     const Target target = targetOf(wanted.camera, selection, found);
     const PortAddress port = portAddress(board.get(), target.port);
-    const unsigned mask =
-        wanted.mask.empty() ? port.mask : parse("mask", wanted.mask, parseMask(wanted.mask));
+    const Ipv4 mask = wanted.mask.empty() ? port.mask : parse("mask", wanted.mask, parseMask(wanted.mask));
     checkFree(ip, target, port, found);
-    const std::string mac = macText(target.mac.data());
-    const int code = Gbe_forceCameraIp(board.get(), target.port, target.mac.data(), ip, mask, gateway);
+    const std::string mac = target.mac.text();
+    const int code = Gbe_forceCameraIp(
+        board.get(), target.port, target.mac.data(), ip.lowFirst(), mask.lowFirst(), gateway.lowFirst());
     if (code != GBE_ERROR_CONNECTION) { // then the next scan tells
-        check(mac + ": " + ipText(ip) + " with mask " + ipText(mask), code);
+        check(mac + ": " + ip.text() + " with mask " + mask.text(), code);
     }
     if (automatic) {
         std::printf("%s: configures itself anew; gbe scan shows its address in some seconds\n", mac.c_str());

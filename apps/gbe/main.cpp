@@ -36,7 +36,7 @@ void addSelection(CLI::App& app, Selection& selection) {
     app.add_option_function<std::string>(
         "--mac",
         [&selection](const std::string& text) {
-            selection.mac = parseMac(text);
+            selection.mac = Mac::parse(text);
             if (!selection.mac) {
                 throw CLI::ValidationError("--mac", "\"" + text + "\" is no MAC address");
             }
@@ -45,7 +45,7 @@ void addSelection(CLI::App& app, Selection& selection) {
     app.add_option_function<std::string>(
         "--ip",
         [&selection](const std::string& text) {
-            selection.ip = parseIp(text);
+            selection.ip = Ipv4::parse(text);
             if (!selection.ip) {
                 throw CLI::ValidationError("--ip", "\"" + text + "\" is no IPv4 address");
             }

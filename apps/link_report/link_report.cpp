@@ -4,8 +4,6 @@
 
 #include <dlfcn.h>
 
-#include <algorithm>
-
 namespace link_report {
 
 namespace {
@@ -38,9 +36,8 @@ std::optional<LinkReport> ofPort(int board, unsigned port) {
     report.up = told.up != 0;
     report.carrier = told.carrier != 0;
     report.mtu = told.mtu;
-    std::copy(std::begin(told.mac), std::end(told.mac), report.mac.begin());
-    const unsigned char* ip = told.ipv4;
-    report.ip = ip[0] | ip[1] << 8 | ip[2] << 16 | static_cast<unsigned>(ip[3]) << 24;
+    report.mac = net::Mac::at(told.mac);
+    report.ip = net::Ipv4::at(told.ipv4);
     return report;
 }
 

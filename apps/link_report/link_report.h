@@ -3,7 +3,8 @@
 // Only the board in software knows; with the hardware's own library no port is an interface.
 #pragma once
 
-#include <array>
+#include "protocol/addresses.h"
+
 #include <optional>
 #include <string>
 
@@ -16,8 +17,8 @@ struct LinkReport {
     bool up = false;
     bool carrier = false;
     int mtu = 0;
-    std::array<unsigned char, 6> mac{}; // zeros when nobody knows it
-    unsigned ip = 0;                    // of the computer on it, 0 without; first octet in the lowest byte
+    net::Mac mac; // none when nobody knows it
+    net::Ipv4 ip; // of the computer on it; none without
 };
 
 // Nothing when the port is no interface. Any thread; the board need not be open.

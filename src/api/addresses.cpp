@@ -10,52 +10,18 @@
 
 using api::hasMac;
 using api::recordOf;
-using api::swapped;
 using api::Visit;
+using net::Ipv4;
 
 namespace {
-
-// The C interface has the first octet of an address in the lowest byte.
-IpBytes bytesOf(unsigned ip) {
-    IpBytes bytes{};
-    for (std::size_t octet = 0; octet < bytes.size(); ++octet) {
-        bytes[octet] = static_cast<std::uint8_t>(ip >> (8 * octet));
-    }
-    return bytes;
-}
-
-// And this is the same number with the first octet on top, for arithmetic.
-std::uint32_t numberOf(unsigned ip) {
-    const IpBytes bytes = bytesOf(ip);
-    return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 |
-           bytes[3];
-}
 
 bool isPort(unsigned port) {
     return port < static_cast<unsigned>(GenICamPortWrapper::kPorts);
 }
 
-// An address that one station can have: no network of its own, no group, not the computer itself.
-bool isStation(std::uint32_t ip) {
-    constexpr unsigned kLoopback = 127;
-    constexpr unsigned kFirstGroup = 224;
-    const unsigned first = ip >> 24;
-    return first != 0 && first != kLoopback && first < kFirstGroup;
-}
-
-// Ones, then zeros; both, so that a subnet has room.
-bool isMask(std::uint32_t mask) {
-    const std::uint32_t rest = ~mask;
-    return mask != 0 && rest != 0 && (rest & (rest + 1)) == 0;
-}
-
-bool isGoodTarget(unsigned ip, unsigned mask, unsigned gateway) {
-    if (ip == 0) {
-        return true;
-    }
-    const std::uint32_t host = numberOf(ip) & ~numberOf(mask);
-    return isStation(numberOf(ip)) && isMask(numberOf(mask)) && host != 0 && host != ~numberOf(mask) &&
-           (gateway == 0 || isStation(numberOf(gateway)));
+bool isGoodTarget(const Ipv4& ip, const Ipv4& mask, const Ipv4& gateway) {
+    return ip.isNone() || (ip.isStation() && mask.isMask() && net::isInsideSubnet(ip, mask) &&
+                           (gateway.isNone() || gateway.isStation()));
 }
 
 int codeOf(int result) {
@@ -79,10 +45,10 @@ int Gbe_getPortAddress(BoardHandle* board, unsigned port, unsigned char* mac, un
         std::copy(bytes.begin(), bytes.end(), mac);
     }
     if (ip != nullptr) {
-        *ip = swapped(open->getPortIP(place));
+        *ip = Ipv4::fromNumber(open->getPortIP(place)).lowFirst();
     }
     if (mask != nullptr) {
-        *mask = swapped(open->getPortMask(place));
+        *mask = Ipv4::fromNumber(open->getPortMask(place)).lowFirst();
     }
     return status::Success;
 }
@@ -90,7 +56,9 @@ int Gbe_getPortAddress(BoardHandle* board, unsigned port, unsigned char* mac, un
 int Gbe_forceCameraIp(
     BoardHandle* board, unsigned port, const unsigned char* mac, unsigned ip, unsigned mask,
     unsigned gateway) {
-    if (board == nullptr || !isPort(port) || mac == nullptr || !isGoodTarget(ip, mask, gateway)) {
+    frame::ForcedAddress to{
+        {}, Ipv4::fromLowFirst(ip), Ipv4::fromLowFirst(mask), Ipv4::fromLowFirst(gateway)};
+    if (board == nullptr || !isPort(port) || mac == nullptr || !isGoodTarget(to.ip, to.mask, to.gateway)) {
         return status::IllegalParameter;
     }
     const int place = static_cast<int>(port);
@@ -103,8 +71,7 @@ int Gbe_forceCameraIp(
         hasMac(open->currentCamera(place), mac)) {
         return status::CameraBusy;
     }
-    frame::ForcedAddress to{{}, bytesOf(ip), bytesOf(mask), bytesOf(gateway)};
-    std::copy_n(mac, to.mac.size(), to.mac.begin());
+    to.mac = net::Mac::at(mac);
     const int result = open->ForceIp(place, to);
     return result == static_cast<int>(gvcp::Status::AccessDenied) ? status::CameraBusy : codeOf(result);
 }
@@ -120,8 +87,7 @@ int Gbe_getCameraIp(CameraHandle* camera, unsigned* ip) {
     if (record == nullptr) {
         return status::CameraDoesNotExist;
     }
-    *ip = record->ip[0] | unsigned{record->ip[1]} << 8 | unsigned{record->ip[2]} << 16 |
-          unsigned{record->ip[3]} << 24;
+    *ip = Ipv4::at(record->ip).lowFirst();
     return status::Success;
 }
 

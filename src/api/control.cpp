@@ -62,6 +62,8 @@ int Gbe_getControlStatus(CameraHandle* camera, GbeControlStatus* out) {
     }
     const board::ControlReading reading = look(*camera, *open).value_or(board::ControlReading{});
     const int loss = api::lossOf(*camera);
-    *out = {shown(reading.holder, loss == GBE_LOSS_NONE), loss, api::swapped(reading.ip), reading.udpPort};
+    *out = {
+        shown(reading.holder, loss == GBE_LOSS_NONE), loss, net::Ipv4::fromNumber(reading.ip).lowFirst(),
+        reading.udpPort};
     return status::Success;
 }

@@ -51,12 +51,6 @@ struct StopHeartbeat {
     void operator()(GbeHeartbeatThread* heartbeat) const;
 };
 
-// An address of the C interface, whose first octet is the lowest byte, from one with the first octet on top,
-// and the other way round.
-constexpr unsigned swapped(unsigned ip) {
-    return ip << 24 | (ip & 0xFF00) << 8 | (ip >> 8 & 0xFF00) | ip >> 24;
-}
-
 } // namespace api
 
 struct BoardHandle {

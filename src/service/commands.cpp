@@ -3,8 +3,6 @@
 #include "service/GbeTransmission.h"
 #include "util/MacAddress.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
@@ -36,41 +34,16 @@ std::optional<std::string> receiveLine(GbeTransmission& transmission, int* error
     return std::string(line, static_cast<std::size_t>(length));
 }
 
-int hexDigit(char digit) {
-    if (digit >= '0' && digit <= '9') {
-        return digit - '0';
-    }
-    const char lower = static_cast<char>(digit | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
+// Where the MAC stands in a status line, counted from its start: kept as it is, right for ports of one digit
+// only.
+constexpr std::size_t kMacPosition = 15;
 
-// Where the MAC's six groups stand in a status line, counted from its start: kept as it is, right for ports
-// of one digit only.
-constexpr std::size_t kMacPositions[] = {15, 18, 21, 24, 27, 30};
-
-bool parseStatusMac(const std::string& line, unsigned char* mac) {
-    if (line.size() != kMacPositions[5] + 2) {
-        return false;
+bool parseStatusMac(std::string_view line, unsigned char* out) {
+    const auto mac = net::Mac::parse(line.substr(std::min(kMacPosition, line.size())));
+    if (mac) {
+        std::copy(mac->begin(), mac->end(), out);
     }
-    unsigned char bytes[6];
-    for (int i = 0; i < 6; ++i) {
-        const std::size_t at = kMacPositions[i];
-        const int high = hexDigit(line[at]);
-        const int low = hexDigit(line[at + 1]);
-        if (high < 0 || low < 0 || (i < 5 && line[at + 2] != ':')) {
-            return false;
-        }
-        bytes[i] = static_cast<unsigned char>(high << 4 | low);
-    }
-    std::copy_n(bytes, 6, mac);
-    return true;
-}
-
-void parseIp(std::string_view text, std::array<unsigned char, 4>& ip) {
-    std::array<unsigned char, 4> octets{};
-    if (inet_pton(AF_INET, std::string(text).c_str(), octets.data()) == 1) {
-        ip = octets;
-    }
+    return mac.has_value();
 }
 
 // What a status reply has told so far.
@@ -90,9 +63,9 @@ struct StatusReply {
         if (rest.starts_with("MAC ")) {
             macSeen = mac == nullptr || parseStatusMac(line, mac);
         } else if (rest.starts_with("IP ")) {
-            parseIp(rest.substr(3), ip.ip);
+            ip.ip = net::Ipv4::parse(rest.substr(3)).value_or(ip.ip);
         } else if (rest.starts_with("MASK ")) {
-            parseIp(rest.substr(5), ip.mask);
+            ip.mask = net::Ipv4::parse(rest.substr(5)).value_or(ip.mask);
         } else if (rest == "up" || rest == "down") {
             linkSeen = true;
             if (linkUp != nullptr) {

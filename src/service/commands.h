@@ -2,7 +2,7 @@
 // transmission and waits for the reply; without one it fails. No time limit.
 #pragma once
 
-#include <array>
+#include "protocol/addresses.h"
 
 class GbeTransmission;
 
@@ -25,11 +25,11 @@ int cmdCountBoards(GbeTransmission& transmission);
 // however it ended. Reads MAC addresses only of ports 0 to 9.
 bool cmdStatus(GbeTransmission& transmission, int board, unsigned port, bool* linkUp, unsigned char* mac);
 
-// The IPv4 address and subnet mask that the service has for a port, in network order; zeros when the reply
-// told none, and the port then keeps the address that it has of itself.
+// The IPv4 address and subnet mask that the service has for a port, none when the
+// reply told none, and the port then keeps the address that it has of itself.
 struct PortIp {
-    std::array<unsigned char, 4> ip{};
-    std::array<unsigned char, 4> mask{};
+    net::Ipv4 ip;
+    net::Ipv4 mask;
 };
 // The same with that address as well.
 bool cmdStatus(

@@ -30,9 +30,7 @@ Result on(Ports& ports, int number, Result refused, Work&& work) {
 void GigeCamera::SetMAC(int port, const unsigned char* mac) {
     on(m_ports, port, 0, [mac](auto& place) {
         if (mac != nullptr) {
-            MacBytes bytes{};
-            std::copy_n(mac, bytes.size(), bytes.begin());
-            place.port.setMac(bytes);
+            place.port.setMac(MacBytes::at(mac));
         }
         return 0;
     });
@@ -43,11 +41,11 @@ MacBytes GigeCamera::portMac(int port) const {
 }
 
 unsigned int GigeCamera::getPortIP(int port) const {
-    return on(m_ports, port, 0U, [](auto& place) { return transport::numberOf(place.port.ip()); });
+    return on(m_ports, port, 0U, [](auto& place) { return place.port.ip().number(); });
 }
 
 unsigned int GigeCamera::getPortMask(int port) const {
-    return on(m_ports, port, 0U, [](auto& place) { return transport::numberOf(place.port.mask()); });
+    return on(m_ports, port, 0U, [](auto& place) { return place.port.mask().number(); });
 }
 
 void GigeCamera::setPortIP(int port, const IpBytes& ip, const IpBytes& mask) {

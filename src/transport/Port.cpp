@@ -72,8 +72,8 @@ frame::Route Port::toCurrentCamera() const {
 
 frame::Route Port::toEverybody() const {
     frame::Route route{m_mac, {}, m_ip, {}, kControlPort, gvcp::kPort};
-    route.destinationMac.fill(0xFF);
-    route.destinationIp.fill(0xFF);
+    route.destinationMac = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+    route.destinationIp = {255, 255, 255, 255};
     return route;
 }
 

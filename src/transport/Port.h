@@ -104,9 +104,4 @@ private:
     Arrears m_arrears;
 };
 
-// An address as a number, the first octet on top.
-constexpr std::uint32_t numberOf(const IpBytes& ip) {
-    return std::uint32_t{ip[0]} << 24 | std::uint32_t{ip[1]} << 16 | std::uint32_t{ip[2]} << 8 | ip[3];
-}
-
 } // namespace transport

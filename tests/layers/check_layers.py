@@ -13,7 +13,7 @@ ALLOWED = {
     "api": {"liomol", "board", "transport", "service", "genicam", "util"},
     "board": {"liomol", "transport", "service", "genicam", "protocol", "platform", "util"},
     "transport": {"liomol", "protocol", "platform", "util"},
-    "service": {"liomol", "util"},
+    "service": {"liomol", "protocol", "util"},
     "genicam": {"liomol", "math", "util"},
     "math": {"liomol", "util"},
     "util": {"liomol"},
