@@ -141,6 +141,10 @@ struct Quirks {
     // A NoCache register without a "PollingTime" keeps its content for a second. Standard: no read is spared.
     bool noCacheForASecond = true;
 
+    // What is written over a NoCache register is reported for the nodes that were given the value, and not
+    // for those that read from them. Standard: a write spreads like any other.
+    bool volatileStopsWrites = true;
+
     // The standard's meaning everywhere.
     static constexpr Quirks none();
 

@@ -102,19 +102,21 @@ TEST(Standard, KnowsMoreThanTheDefault) {
          "I -> 10; R=1; @8+2 -> 01 00", "I -> 8"},
         // Nothing below tells of the change: what is not kept spreads no news.
         {"any node invalidates",
-         reg("N", 0, 4, caching("NoCache")) + integer("I", "<pValue>N</pValue>") +
+         reg("OfI", 0, 4, caching("NoCache")) + reg("OfC", 4, 4, caching("NoCache")) +
+             reg("OfE", 8, 4, caching("NoCache")) + reg("OfB", 12, 4, caching("NoCache")) +
+             reg("OfF", 16, 4, caching("NoCache")) + integer("I", "<pValue>OfI</pValue>") +
              integer("Outer", "<pValue>I</pValue>") +
-             "<Command Name='C'><pValue>N</pValue><CommandValue>1</CommandValue></Command>" +
-             "<Enumeration Name='E'><EnumEntry Name='X'/><pValue>N</pValue></Enumeration>" +
-             "<Boolean Name='B'><pValue>N</pValue></Boolean><Float Name='F'><Min>-1</Min><pValue>N</pValue>"
-             "</Float>" +
-             reg("ByI", 8, 1, "<pInvalidator>I</pInvalidator>") +
-             reg("ByC", 8, 1, "<pInvalidator> C</pInvalidator>") +
-             reg("ByE", 8, 1, "<pInvalidator>E</pInvalidator>") +
-             reg("ByB", 8, 1, "<pInvalidator>B</pInvalidator>") +
-             reg("ByF", 8, 1, "<pInvalidator>F</pInvalidator>") +
+             "<Command Name='C'><pValue>OfC</pValue><CommandValue>1</CommandValue></Command>" +
+             "<Enumeration Name='E'><EnumEntry Name='X'/><pValue>OfE</pValue></Enumeration>" +
+             "<Boolean Name='B'><pValue>OfB</pValue></Boolean>" +
+             "<Float Name='F'><Min>-1</Min><pValue>OfF</pValue></Float>" +
+             reg("ByI", 32, 1, "<pInvalidator>I</pInvalidator>") +
+             reg("ByC", 33, 1, "<pInvalidator> C</pInvalidator>") +
+             reg("ByE", 34, 1, "<pInvalidator>E</pInvalidator>") +
+             reg("ByB", 35, 1, "<pInvalidator>B</pInvalidator>") +
+             reg("ByF", 36, 1, "<pInvalidator>F</pInvalidator>") +
              integer("Through", "<pInvalidator>C</pInvalidator>") +
-             reg("ByThrough", 8, 1, "<pInvalidator>Through</pInvalidator>"),
+             reg("ByThrough", 37, 1, "<pInvalidator>Through</pInvalidator>"),
          "ByI -> 0; ByC -> 0; ByE -> 0; ByB -> 0; ByF -> 0; ByThrough -> 0; #ByI -> 0r 0w; I=1; #ByI -> 1r "
          "0w; "
          "Outer=1; #ByI -> 1r 0w; #ByC -> 0r 0w; C=; #ByC -> 1r 0w; #ByThrough -> 1r 0w; #ByE -> 0r 0w; E=X; "

@@ -127,19 +127,12 @@ std::vector<ImplGenICamNode*> ImplGenICamCamera::getCommandNodes() const {
     return nodes;
 }
 
-// Also drops what nodes hold that are marked already, which the walk passes by, and what write-only nodes
-// hold, which have nothing to report.
 void ImplGenICamCamera::invalidateAllNodes() {
     if (!isTreeVisible()) {
         return;
     }
     const DeviceLockScope scope(this);
-    for (const auto& node : m_nodes.all()) {
-        node->invalidateReverseDependencies();
-        if (!node->isWriteOnly()) {
-            node->invalidateRegistersAndTriggerSignals();
-        }
-    }
+    m_access.invalidation.everything(m_nodes.all());
 }
 
 void ImplGenICamCamera::dumpNodeValues() {
@@ -238,22 +231,15 @@ bool ImplGenICamCamera::lock(unsigned timeoutMs) {
     return util::lockForWrite(m_lock, timeoutMs);
 }
 
-// A mark keeps a node from being visited again and its content from being used. It ends here, with the access
-// that set it, rather than when the node's signals have been delivered: a node whose mark outlived those of
-// the nodes that read from it would keep the next change from reaching them. The queue sees to it that a node
-// is reported once.
 void ImplGenICamCamera::unlock() {
-    for (ImplGenICamNode* const node : m_access.invalidation.marked()) {
-        node->resetTriggerFlag();
-    }
-    m_access.invalidation.marked().clear();
+    ++m_access.number;
     m_access.hops = 0;
     m_access.formulaEvaluations = 0;
     util::unlock(m_lock);
 }
 
 void ImplGenICamCamera::notifyNodeHasBeenInvalidated(ImplGenICamNode* node, bool trigger) {
-    if (!node->isWriteOnly()) {
+    if (!m_changes.holds(*node, trigger) && !node->isWriteOnly()) {
         m_changes.add(*node, trigger);
     }
 }

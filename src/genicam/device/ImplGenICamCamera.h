@@ -145,7 +145,7 @@ public:
     QReadWriteLock& getMutex() { return m_lock; }
     // Exclusive, and not for a thread that holds it already: DeviceLockScope is the way to take it.
     bool lock(unsigned timeoutMs);
-    // Clears the marks of the nodes that were invalidated under the lock, and releases it.
+    // Ends the access, and releases the lock.
     void unlock();
     // The state of the reading or writing that holds the lock.
     AccessContext& access() { return m_access; }

@@ -49,6 +49,7 @@ void ImplGenICamCamera::forgetTree() {
     {
         const DeviceLockScope scope(this); // an access of an earlier tree ends first
         m_changes.clear();
+        m_access.registers.clear();
         m_nodes.clear();
         m_header = {};
     }

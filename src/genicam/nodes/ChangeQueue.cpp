@@ -4,6 +4,14 @@
 
 namespace tavo {
 
+// A notice that is just being taken may pass for one that waits: whoever takes it reads the values
+// afterwards, under the device's lock.
+bool ChangeQueue::holds(const ImplGenICamNode& node, bool trigger) {
+    using Pending = ImplGenICamNode::PendingNotice;
+    const Pending pending = node.m_notice;
+    return pending == Pending::Forced || (pending == Pending::Plain && !trigger);
+}
+
 void ChangeQueue::add(ImplGenICamNode& node, bool trigger) {
     {
         const std::lock_guard lock(m_lock);

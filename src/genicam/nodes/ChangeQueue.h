@@ -18,6 +18,8 @@ public:
         bool trigger = false;            // report values whether they differ or not
     };
 
+    // Whether add() would change nothing. Costs next to nothing.
+    static bool holds(const ImplGenICamNode& node, bool trigger);
     // A node that waits already keeps its place; `trigger`, once set, stays.
     void add(ImplGenICamNode& node, bool trigger);
     // Waits for a notice; an empty one once stop() was called.

@@ -81,9 +81,16 @@ ImplGenICamNode::AccessMode ImplGenICamNode::getAccessMode() const {
     return !access.isWritable ? AccessMode::RO : !access.isReadable ? AccessMode::WO : AccessMode::RW;
 }
 
+// Nothing of it is read, so that the answer stays what it is once the tree stands.
 bool ImplGenICamNode::isWriteOnly() const {
+    const WriteOnly known = m_writeOnly.load(std::memory_order_relaxed);
+    if (known != WriteOnly::Unknown) {
+        return known == WriteOnly::Yes;
+    }
     const std::optional<Access> access = findAccess(&ImplGenICamNode::accessRule);
-    return access && !access->isReadable;
+    const bool is = access && !access->isReadable;
+    m_writeOnly.store(is ? WriteOnly::Yes : WriteOnly::No, std::memory_order_relaxed);
+    return is;
 }
 
 // ---- States ----------------------------------------------------------------------------------------------
@@ -278,27 +285,19 @@ const std::vector<ImplGenICamNode*>& ImplGenICamNode::invalidatedNodes() const {
     return m_invalidated ? *m_invalidated : none;
 }
 
-void ImplGenICamNode::invalidateOthers() {
-    for (ImplGenICamNode* const node : *m_invalidated) {
-        node->invalidateRegistersAndTriggerSignals();
-    }
-}
-
-void ImplGenICamNode::invalidateReverseDependencies() {
-    const DeviceLockScope scope(m_camera);
-    InvalidationWalk local;
-    (m_camera != nullptr ? m_camera->access().invalidation : local).spread(*this);
-}
-
+// A node without a device is in no graph yet.
 void ImplGenICamNode::invalidateRegistersAndTriggerSignals() {
+    if (m_camera == nullptr) {
+        dropContent();
+        return;
+    }
     const DeviceLockScope scope(m_camera);
-    InvalidationWalk local;
-    (m_camera != nullptr ? m_camera->access().invalidation : local).visit(*this);
+    m_camera->access().invalidation.written(*this);
 }
 
-void ImplGenICamNode::triggerUpdate() {
+void ImplGenICamNode::settleWrite() {
     if (m_camera != nullptr) {
-        m_camera->notifyNodeHasBeenInvalidated(this, true);
+        m_camera->access().invalidation.settle(*this);
     }
 }
 

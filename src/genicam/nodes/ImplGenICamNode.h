@@ -4,6 +4,7 @@
 
 #include "genicam/nodes/Lazy.h"
 #include "genicam/nodes/NumberReference.h"
+#include "genicam/nodes/RegisterPlace.h"
 #include "liomol/node_kinds.h"
 
 #include <atomic>
@@ -113,26 +114,15 @@ public:
     // Changes
     // Whether the value may change by itself. Computed once; takes the device's lock.
     bool isVolatile();
-    // Drops what this node has cached, and spreads to the nodes that read from it.
-    void invalidateReverseDependencies();
-    // To be called under the device's lock when the node was given a value, by its user or through a
-    // reference: what it invalidates is invalidated even if no node below has told of the change.
-    void settleWrite() {
-        if (m_invalidated) {
-            invalidateOthers();
-        }
-    }
-    // The same, once until the mark is cleared, and queues the node (and all nodes reached) for its signals.
+    // The node has another value now: drops what it has cached, and what nodes have that this reaches, and
+    // queues all of them for their signals.
     void invalidateRegistersAndTriggerSignals();
-    // Queues the node for its signals, whether they differ or not, without touching caches.
-    void triggerUpdate();
+    // To be called under the device's lock when the node was given a value, by its user or through a
+    // reference: the same, unless the write of a node below has reached this one already.
+    void settleWrite();
     void performSignalUpdate(bool force) override;
     // Made when first asked for; they live as long as the node.
     ImplGenICamNodeInterfaceSignals* getNodeSignals();
-    // The mark of a node that was invalidated under the lock; the device clears it when the lock is released.
-    bool isTriggered() const { return m_triggered; }
-    void resetTriggerFlag() { m_triggered = false; }
-
     ImplGenICamNode* asImplementation() override { return this; }
 
     // The node's value as a number, for callers that hold the device's lock. GicIllegalNodeException for a
@@ -167,11 +157,15 @@ protected:
 
     // Forgets what the node holds of the device's content.
     virtual void dropContent() {}
+    // Where the node's content lies; nowhere for nodes that are no registers.
+    virtual RegisterPlace place() const { return {}; }
 
 private:
     friend class ChangeQueue;
     friend class InvalidationWalk;
+    friend class RegisterMap;
     enum class PendingNotice : unsigned char { None, Plain, Forced };
+    enum class WriteOnly : unsigned char { Unknown, Yes, No };
 
     // What the description says for people; most nodes say nothing of it.
     struct Texts {
@@ -204,7 +198,6 @@ private:
     const std::vector<ImplGenICamNode*>& invalidatedNodes() const;
     bool isVolatileNow();
     bool walkVolatility();
-    void invalidateOthers();
 
     ImplGenICamCamera* m_camera = nullptr;
     NumberReference m_pIsImplemented;
@@ -221,8 +214,10 @@ private:
     AccessMode m_imposedAccessMode = AccessMode::NotGiven;
     GenICamTypes::GenICamYesNoType m_streamable = GenICamTypes::GenICamYesNoType::NotGiven;
     Volatility m_volatility = Volatility::Unknown;
-    bool m_triggered = false;                     // invalidated, and its notice not settled yet
-    PendingNotice m_notice = PendingNotice::None; // guarded by the device's change queue
+    bool m_expanded = false;   // by the walk of m_visit, to the registers that share its bytes
+    std::uint64_t m_visit = 0; // the latest walk that came here
+    mutable std::atomic<WriteOnly> m_writeOnly{WriteOnly::Unknown};
+    std::atomic<PendingNotice> m_notice{PendingNotice::None}; // changes under the lock of the device's queue
     Lazy<NodeWatch> m_nodeWatch;
     std::atomic<bool> m_implementedCache{true};
     std::atomic<bool> m_availableCache{true};

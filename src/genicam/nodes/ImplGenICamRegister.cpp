@@ -20,6 +20,11 @@ constexpr std::int64_t kMaxShownLength = 512;
 ImplGenICamRegister::ImplGenICamRegister() = default;
 ImplGenICamRegister::~ImplGenICamRegister() = default;
 
+// Null for a register without a device.
+AccessContext* ImplGenICamRegister::access() const {
+    return getCamera() != nullptr ? &getCamera()->access() : nullptr;
+}
+
 // ---- Place -----------------------------------------------------------------------------------------------
 
 void ImplGenICamRegister::addToAddress(std::int64_t address) {
@@ -64,89 +69,133 @@ GenICamPortInterface& ImplGenICamRegister::port() const {
     return *m_port;
 }
 
+// Once its port is known, a register takes part in what happens to the memory behind it.
+void ImplGenICamRegister::setPort(GenICamPortInterface* port) {
+    if (m_port == nullptr && port != nullptr && access() != nullptr) {
+        access()->registers.enrol(*this);
+    }
+    m_port = port;
+}
+
+// A register that moves is where it was last.
+RegisterPlace ImplGenICamRegister::place() const {
+    const bool isFixed = m_addressElements.empty() && !m_pLength;
+    if (isFixed && m_place.isNowhere() && m_length > 0 && m_length <= kMaxRegisterLength) {
+        return {m_port, m_address, numbers::clampedSum(m_address, m_length)};
+    }
+    return m_place;
+}
+
+void ImplGenICamRegister::moveTo(std::int64_t address, std::size_t length) {
+    const RegisterPlace to{m_port, address, numbers::clampedSum(address, static_cast<std::int64_t>(length))};
+    if (access() != nullptr) {
+        access()->registers.move(*this, place(), to);
+    }
+    m_place = to;
+}
+
 // ---- Cache -----------------------------------------------------------------------------------------------
 
 void ImplGenICamRegister::dropContent() {
     m_contentValid = false;
     m_nextReadTime = Clock::time_point::min();
+    m_heldFor = 0;
 }
 
-void ImplGenICamRegister::internalCheckBufferSize() {
+RegisterBytes ImplGenICamRegister::emptyContent() const {
     const std::int64_t length = currentLength();
     if (length < 0 || length > kMaxRegisterLength) {
         throw GicIllegalRegisterLengthException();
     }
-    if (static_cast<std::size_t>(length) != m_bytes.size()) {
-        dropContent();
-        m_bytes.reset(static_cast<std::size_t>(length));
-    }
+    RegisterBytes content;
+    content.reset(static_cast<std::size_t>(length));
+    return content;
 }
 
-bool ImplGenICamRegister::needsDevice(std::int64_t address, bool force) const {
-    if (!m_addressElements.empty() && address != m_lastReadAddress) {
-        return true; // a moved register is always read again
+// Content is good for one place only. What is not to be cached is kept for the access that read it, so that a
+// formula which names it twice sees one value.
+bool ImplGenICamRegister::isHeld(std::int64_t address) const {
+    if (!m_addressElements.empty() && address != m_place.begin) {
+        return false;
     }
-    if (force || isTriggered()) {
-        return true;
+    if (m_pLength && static_cast<std::uint64_t>(currentLength()) != m_content.size()) {
+        return false;
     }
-    if (m_cacheMode == CacheMode::NoCache) {
-        return Clock::now() >= m_nextReadTime;
+    if (m_cacheMode != CacheMode::NoCache) {
+        return m_contentValid;
     }
-    return !m_contentValid;
+    const bool isThisAccess = access() != nullptr && m_heldFor == access()->number;
+    return isThisAccess || Clock::now() < m_nextReadTime;
 }
 
 void ImplGenICamRegister::internalGet(bool force) {
     const std::int64_t address = currentAddress();
-    if (needsDevice(address, force)) {
+    if (force || !isHeld(address)) {
         readDevice(address);
     }
 }
 
+// Only news spreads: whoever read the same bytes before holds nothing that they make wrong. Those of another
+// place are no news of it.
 void ImplGenICamRegister::readDevice(std::int64_t address) {
-    const bool cached = m_cacheMode != CacheMode::NoCache;
-    if (cached) {
-        invalidateRegistersAndTriggerSignals(); // what is read may change what dependants see
-    }
     dropContent(); // a read that fails leaves nothing behind that could be taken for the content
-    internalCheckBufferSize();
-    if (m_bytes.size() != 0) {
-        port().read(m_bytes.data(), address, static_cast<long long>(m_bytes.size()));
+    RegisterBytes content = emptyContent();
+    if (content.size() != 0) {
+        port().read(content.data(), address, static_cast<long long>(content.size()));
     }
-    m_lastReadAddress = address;
-    m_contentValid = cached;
-    m_contentChanged = true;
-    if (!cached) {
+    const RegisterPlace before = m_place;
+    moveTo(address, content.size());
+    if (m_contentKnown && !(content == m_content) && access() != nullptr) {
+        access()->invalidation.changed(*this, before == m_place);
+    }
+    hold(std::move(content));
+    m_contentValid = m_cacheMode != CacheMode::NoCache;
+    if (!m_contentValid) {
         m_nextReadTime = numbers::fromNow(m_pollingTime);
     }
+    if (access() != nullptr) {
+        m_heldFor = access()->number;
+        access()->invalidation.gained();
+    }
 }
 
-// The own mark may be set already (a masked register reads before it writes), and then the invalidation does
-// nothing; so the content is dropped here, and comes back only with a write that succeeds.
-void ImplGenICamRegister::internalSet() {
-    dropContent();
-    invalidateRegistersAndTriggerSignals();
-    const std::int64_t address = currentAddress();
-    if (m_bytes.size() != 0) {
-        GenICamPortInterface& target = port();
-        try {
-            target.write(m_bytes.data(), address, static_cast<long long>(m_bytes.size()));
-        } catch (const GenICamException& failure) {
-            throw GenICamException(failure); // the code without the type: kept as it is
-        }
-    }
-    // At an address that was never read the bytes are not kept: a register that moves back would show them.
-    const bool inPlace = m_addressElements.empty() || address == m_lastReadAddress;
-    m_contentValid = inPlace && m_cacheMode != CacheMode::NoCache && m_cacheMode != CacheMode::WriteAround;
+void ImplGenICamRegister::hold(RegisterBytes content) {
+    m_content = std::move(content);
+    m_contentKnown = true;
     m_contentChanged = true;
 }
 
-void ImplGenICamRegister::prepareRegisterSet() {
-    m_backup.assign(m_bytes.data(), m_bytes.data() + m_bytes.size());
+// What depends on the register is dropped after the write, so that nothing read on the way to it is left, and
+// also when the write fails: it may have arrived.
+void ImplGenICamRegister::internalSet(RegisterBytes content) {
+    dropContent();
+    const std::int64_t address = currentAddress();
+    moveTo(address, content.size());
+    try {
+        writeDevice(content, address);
+    } catch (...) {
+        invalidateRegistersAndTriggerSignals();
+        throw;
+    }
+    const bool staysAsWritten = access() == nullptr || !access()->invalidation.written(*this);
+    const bool isKept = m_cacheMode != CacheMode::NoCache && m_cacheMode != CacheMode::WriteAround;
+    hold(std::move(content));
+    m_contentValid = staysAsWritten && isKept;
 }
 
-void ImplGenICamRegister::revertRegisterSet() {
-    const std::size_t count = std::min(m_backup.size(), m_bytes.size());
-    std::copy_n(m_backup.begin(), count, m_bytes.data());
+void ImplGenICamRegister::writeDevice(RegisterBytes& content, std::int64_t address) {
+    if (content.size() == 0) {
+        return;
+    }
+    GenICamPortInterface& target = port();
+    if (access() != nullptr) {
+        ++access()->number;
+    }
+    try {
+        target.write(content.data(), address, static_cast<long long>(content.size()));
+    } catch (const GenICamException& failure) {
+        throw GenICamException(failure); // the code without the type: kept as it is
+    }
 }
 
 // ---- Raw bytes -------------------------------------------------------------------------------------------
@@ -154,22 +203,24 @@ void ImplGenICamRegister::revertRegisterSet() {
 void ImplGenICamRegister::get(unsigned char* buffer, std::int64_t length) {
     const Guard guard(this, Guard::ReadLock);
     internalGet(false);
-    const auto count = std::min(length, static_cast<std::int64_t>(m_bytes.size()));
+    const auto count = std::min(length, static_cast<std::int64_t>(m_content.size()));
     if (count > 0) {
-        std::memcpy(buffer, m_bytes.data(), static_cast<std::size_t>(count));
+        std::memcpy(buffer, m_content.data(), static_cast<std::size_t>(count));
     }
 }
 
+// What the caller does not give is as it was known last.
 void ImplGenICamRegister::set(unsigned char* buffer, std::int64_t length) {
     const Guard guard(this, Guard::WriteLock);
-    internalCheckBufferSize();
-    prepareRegisterSet();
-    const auto count = std::min(length, static_cast<std::int64_t>(m_bytes.size()));
-    if (count > 0) {
-        dropContent();
-        std::memcpy(m_bytes.data(), buffer, static_cast<std::size_t>(count));
+    RegisterBytes bytes = emptyContent();
+    if (bytes.size() == m_content.size()) {
+        bytes = m_content;
     }
-    internalSet();
+    const auto count = std::min(length, static_cast<std::int64_t>(bytes.size()));
+    if (count > 0) {
+        std::memcpy(bytes.data(), buffer, static_cast<std::size_t>(count));
+    }
+    internalSet(std::move(bytes));
 }
 
 std::string ImplGenICamRegister::getValueAsString() {

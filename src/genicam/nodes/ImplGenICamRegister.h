@@ -13,6 +13,8 @@ namespace tavo {
 // a wrong value must not become an allocation of gigabytes.
 inline constexpr std::int64_t kMaxRegisterLength = 16LL * 1024 * 1024;
 
+struct AccessContext;
+
 // A variable part of a register's address: the node's value times the factor.
 struct AddressNodeElement {
     NumberReference node;
@@ -50,33 +52,29 @@ public:
 
     // References
     void setPLength(GenICamNode* node) { m_pLength.set(node); }
-    void setPort(GenICamPortInterface* port) { m_port = port; }
+    void setPort(GenICamPortInterface* port);
     // Whether 4 bytes stand for the number of a register command, whose most significant byte comes first,
     // also in a little-endian register.
     void setWordsAreNumbers(bool on) { m_wordsAreNumbers = on; }
     // A node without a number is ignored. Returns whether the term was added.
     bool addAddressElement(GenICamNode* node, std::int64_t factor);
 
-    // The cache, for callers that hold the device's lock
-    void validateRegister() { m_contentValid = true; }
+    // Whether a read is answered from the cache; for callers that hold the device's lock.
     bool isRegisterValid() const { return m_contentValid; }
-    // Keeps the value buffer, or takes the kept one back, around a write that may fail.
-    void prepareRegisterSet();
-    void revertRegisterSet();
 
 protected:
-    // Brings the device's content into the value buffer, unless the cache still holds it. A forced call
-    // always reads. The buffer is in the order of addresses for raw and numeric accesses alike.
+    // Brings the device's content here, unless the cache still holds it. A forced call always reads.
     void internalGet(bool force);
-    // Writes the value buffer to the device.
-    void internalSet();
-    // Makes the buffer as long as the register is now; new bytes are 0. GicIllegalRegisterLengthException for
-    // a length that is negative or above kMaxRegisterLength.
-    void internalCheckBufferSize();
-    RegisterBytes& bytes() { return m_bytes; }
-    // The order of the bytes that the buffer holds now.
-    bool isBigEndian(Endianess endianess) const {
-        return endianess == Endianess::BigEndian || (m_wordsAreNumbers && m_bytes.size() == kWordSize);
+    // Writes to the device, whose content this is then.
+    void internalSet(RegisterBytes content);
+    // Bytes of 0, as many as the register has now. GicIllegalRegisterLengthException for a length that is
+    // negative or above kMaxRegisterLength.
+    RegisterBytes emptyContent() const;
+    // What the device held when it was read or written last, in the order of addresses.
+    const RegisterBytes& content() const { return m_content; }
+    // The order of a number's bytes.
+    bool isBigEndian(Endianess endianess, const RegisterBytes& content) const {
+        return endianess == Endianess::BigEndian || (m_wordsAreNumbers && content.size() == kWordSize);
     }
 
     std::int64_t currentAddress() const;
@@ -88,28 +86,34 @@ protected:
     }
     bool takeContentChange(bool force) override;
     void dropContent() override;
+    RegisterPlace place() const override;
 
 private:
     using Clock = std::chrono::steady_clock;
     static constexpr std::size_t kWordSize = 4;
 
-    bool needsDevice(std::int64_t address, bool force) const;
+    bool isHeld(std::int64_t address) const;
     void readDevice(std::int64_t address);
+    void writeDevice(RegisterBytes& content, std::int64_t address);
+    void hold(RegisterBytes content);
+    void moveTo(std::int64_t address, std::size_t length);
+    AccessContext* access() const;
     GenICamPortInterface& port() const;
 
     GenICamPortInterface* m_port = nullptr;
-    RegisterBytes m_bytes;
+    RegisterBytes m_content;
+    RegisterPlace m_place; // where the content lies
     std::int64_t m_address = 0;
     std::int64_t m_length = 0;
-    std::int64_t m_lastReadAddress = 0;
     std::int64_t m_pollingTime = 0;
     Clock::time_point m_nextReadTime = Clock::time_point::min(); // of NoCache registers
+    std::uint64_t m_heldFor = 0;                                 // the access that read a NoCache register
     NumberReference m_pLength;
     std::vector<AddressNodeElement> m_addressElements;
-    std::vector<unsigned char> m_backup;
     AccessMode m_accessMode = AccessMode::NotGiven;
     CacheMode m_cacheMode = CacheMode::NotGiven;
-    bool m_contentValid = false;
+    bool m_contentKnown = false; // has been read or written at all
+    bool m_contentValid = false; // and may be used again
     bool m_contentChanged = false;
     bool m_wordsAreNumbers = false;
 };
@@ -138,7 +142,9 @@ public:
     void writeInteger(std::int64_t value) override;
 
 protected:
-    bool isBigEndian() const { return ImplGenICamRegister::isBigEndian(m_endianess); }
+    bool isBigEndian(const RegisterBytes& content) const {
+        return ImplGenICamRegister::isBigEndian(m_endianess, content);
+    }
     // The number of bits that hold the value; -40008 when they are not 1 to 64.
     virtual std::int64_t valueBits();
 

@@ -1,7 +1,11 @@
 // How changes spread from node to node, and what a device keeps for the one access that holds its lock.
 #pragma once
 
+#include "genicam/nodes/RegisterMap.h"
+
 #include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace tavo {
@@ -18,32 +22,57 @@ inline constexpr unsigned kMaxFormulaEvaluations = 1000000;
 // Hops that one access may take in sum, so that registers whose addresses need others twice end in time, too.
 inline constexpr unsigned kMaxReferenceHops = 4000000;
 
-// Spreads an invalidation along the graph, without recursion: a node is marked, its dependants and then the
-// nodes that it invalidates are visited in order, and at last its notice is queued. Each node is visited once
-// until its mark is cleared, so that cycles end and a walk takes time in proportion to what it reaches.
+// Registers that one walk may look at to find those that share bytes. Beyond it all registers count as such.
+inline constexpr std::size_t kMaxNeighboursLookedAt = 1000000;
+
+// Spreads a change along the graph, without recursion: a node's content is dropped, its dependants and then
+// the nodes that it invalidates are visited in order, and at last its notice is queued. Where content may
+// have changed in the camera, the registers that share bytes of it come last.
+//
+// Each walk has a number, which it leaves on the nodes that it visits: it visits none twice, so that cycles
+// end and it takes time in proportion to what it reaches, and no earlier walk keeps it from a node.
 class InvalidationWalk {
 public:
-    // Visits `node` unless it is marked already.
-    void visit(ImplGenICamNode& node);
-    // Drops the content of `node` and visits what it spreads to, whether it is marked or not.
-    void spread(ImplGenICamNode& node);
+    // The node was given a value, or bytes of the camera were written through it. Returns whether the way
+    // leads back to the node: then what was written may not be what it holds now.
+    bool written(ImplGenICamNode& node);
+    // A read of a register has brought other bytes than were known, `inPlace`: of the same place in memory.
+    void changed(ImplGenICamNode& node, bool inPlace);
+    // The node was given a value by way of the node written last: visits it if that write has not reached it.
+    void settle(ImplGenICamNode& node);
+    // A read has brought a register content, which even the end of the write under way must reach.
+    void gained() { m_settled = ++m_number; }
+    // Whatever is known of the nodes is old.
+    void everything(const std::vector<std::unique_ptr<ImplGenICamNode>>& nodes);
 
-    // The nodes that were marked since the lock was taken.
-    std::vector<ImplGenICamNode*>& marked() { return m_marked; }
+    // How many nodes the latest walk visited.
+    std::size_t visited() const { return m_visited; }
 
 private:
+    enum class Way : unsigned char { Dependency, Content };
     struct Frame {
         ImplGenICamNode* node;
         std::size_t next; // index into its dependants followed by its invalidated nodes
-        bool spreads;     // whether its dependants are visited: a volatile node's are not
+        bool spreads;     // whether its dependants are visited
         bool notifies;
     };
-    void enter(ImplGenICamNode& node);
-    static ImplGenICamNode* nextOf(Frame& frame);
+    void begin(ImplGenICamNode& origin, bool isWrite);
+    void arrive(ImplGenICamNode& node, Way way);
     void run();
+    void followPath();
+    void expand(ImplGenICamNode& node);
+    static void notify(ImplGenICamNode& node);
 
-    std::vector<Frame> m_path; // empty between walks; kept for its memory
-    std::vector<ImplGenICamNode*> m_marked;
+    std::uint64_t m_number = 1;
+    std::uint64_t m_settled = 1; // nodes visited since this walk have been reached by the latest write
+    ImplGenICamNode* m_origin = nullptr;
+    bool m_returned = false;
+    bool m_passesVolatile = false;
+    std::size_t m_visited = 0;
+    std::size_t m_looked = 0;               // at registers that might share bytes
+    std::vector<Frame> m_path;              // empty between walks, like the rest; kept for its memory
+    std::vector<ImplGenICamNode*> m_expand; // those whose neighbours in memory are still to be visited
+    std::vector<ImplGenICamNode*> m_sharing;
 };
 
 // While it lives, invalidations that this thread causes drop caches as ever but queue no notices: the reads
@@ -63,6 +92,8 @@ private:
 // Guarded by the device's lock.
 struct AccessContext {
     InvalidationWalk invalidation;
+    RegisterMap registers;
+    std::uint64_t number = 1;        // of this access; a write within it makes it another one
     unsigned depth = 0;              // hops from node to node
     unsigned hops = 0;               // all of them since the lock was taken
     unsigned formulaEvaluations = 0; // likewise

@@ -10,6 +10,18 @@ void RegisterBytes::reset(std::size_t size) {
     clear();
 }
 
+RegisterBytes& RegisterBytes::operator=(const RegisterBytes& other) {
+    if (this != &other) {
+        reset(other.m_size);
+        std::copy_n(other.data(), m_size, data());
+    }
+    return *this;
+}
+
+bool RegisterBytes::operator==(const RegisterBytes& other) const {
+    return std::equal(data(), data() + m_size, other.data(), other.data() + other.m_size);
+}
+
 void RegisterBytes::clear() {
     std::fill_n(data(), m_size, static_cast<unsigned char>(0));
 }

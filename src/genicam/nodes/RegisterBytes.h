@@ -11,6 +11,13 @@ namespace tavo {
 
 class RegisterBytes {
 public:
+    RegisterBytes() = default;
+    RegisterBytes(const RegisterBytes& other) { *this = other; }
+    RegisterBytes(RegisterBytes&&) = default;
+    RegisterBytes& operator=(const RegisterBytes& other);
+    RegisterBytes& operator=(RegisterBytes&&) = default;
+    bool operator==(const RegisterBytes& other) const;
+
     std::size_t size() const { return m_size; }
     unsigned char* data() { return m_large ? m_large.get() : m_small.data(); }
     const unsigned char* data() const { return m_large ? m_large.get() : m_small.data(); }

@@ -24,6 +24,12 @@ inline std::int64_t multiply(std::int64_t a, std::int64_t b) {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b));
 }
 
+// The sum, at most the highest number; `b` is not negative.
+inline std::int64_t clampedSum(std::int64_t a, std::int64_t b) {
+    constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
+    return a > highest - b ? highest : a + b;
+}
+
 // Without its fraction, clamped to the range; a value that is no number becomes 0.
 inline std::int64_t clampedInteger(double value) {
     if (std::isnan(value)) {

@@ -57,8 +57,8 @@ std::int64_t ImplGenICamIntReg::getMax() {
 // A register longer than a value gives its lowest 64 bits; one without bytes gives 0.
 std::int64_t ImplGenICamIntReg::readInteger() {
     internalGet(false);
-    const std::uint64_t value = bytes().number(isBigEndian());
-    const std::size_t size = bytes().size();
+    const std::uint64_t value = content().number(isBigEndian(content()));
+    const std::size_t size = content().size();
     if (m_sign == Sign::Signed && size >= 1 && size < sizeof(value)) {
         return signExtended(value, static_cast<unsigned>(size * 8));
     }
@@ -67,12 +67,9 @@ std::int64_t ImplGenICamIntReg::readInteger() {
 
 // The low bytes of the value, whatever minimum and maximum say; a longer register is filled with zeros.
 void ImplGenICamIntReg::writeInteger(std::int64_t value) {
-    internalCheckBufferSize();
-    prepareRegisterSet();
-    dropContent();
-    bytes().clear();
-    bytes().setNumber(static_cast<std::uint64_t>(value), isBigEndian());
-    internalSet();
+    RegisterBytes bytes = emptyContent();
+    bytes.setNumber(static_cast<std::uint64_t>(value), isBigEndian(bytes));
+    internalSet(std::move(bytes));
 }
 
 // ---- MaskedIntReg ----------------------------------------------------------------------------------------
@@ -126,20 +123,19 @@ std::int64_t ImplGenICamMaskedIntReg::valueBits() {
 std::int64_t ImplGenICamMaskedIntReg::readInteger() {
     const Field place = field(currentLength());
     internalGet(false);
-    const std::uint64_t value = bytes().number(isBigEndian()) >> place.lsb & lowMask(place.bits);
+    const std::uint64_t value = content().number(isBigEndian(content())) >> place.lsb & lowMask(place.bits);
     return getSign() == Sign::Signed ? signExtended(value, place.bits) : static_cast<std::int64_t>(value);
 }
 
 void ImplGenICamMaskedIntReg::writeInteger(std::int64_t value) {
     const Field place = field(currentLength());
-    internalCheckBufferSize();
-    prepareRegisterSet();
     internalGet(true);
+    RegisterBytes bytes = content();
+    const bool bigEndian = isBigEndian(bytes);
     const std::uint64_t mask = lowMask(place.bits) << place.lsb;
-    const std::uint64_t old = bytes().number(isBigEndian());
-    dropContent();
-    bytes().setNumber((static_cast<std::uint64_t>(value) << place.lsb & mask) | (old & ~mask), isBigEndian());
-    internalSet();
+    const std::uint64_t others = bytes.number(bigEndian) & ~mask;
+    bytes.setNumber((static_cast<std::uint64_t>(value) << place.lsb & mask) | others, bigEndian);
+    internalSet(std::move(bytes));
 }
 
 // ---- FloatReg --------------------------------------------------------------------------------------------
@@ -184,8 +180,8 @@ double ImplGenICamFloatReg::getMax() {
 double ImplGenICamFloatReg::readFloat() {
     isSinglePrecision(currentLength()); // nothing is read for a length that cannot be
     internalGet(false);
-    const std::uint64_t bits = bytes().number(isBigEndian(m_endianess));
-    if (isSinglePrecision(static_cast<std::int64_t>(bytes().size()))) {
+    const std::uint64_t bits = content().number(isBigEndian(m_endianess, content()));
+    if (isSinglePrecision(static_cast<std::int64_t>(content().size()))) {
         return static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
     }
     return std::bit_cast<double>(bits);
@@ -193,13 +189,11 @@ double ImplGenICamFloatReg::readFloat() {
 
 void ImplGenICamFloatReg::writeFloat(double value) {
     const bool single = isSinglePrecision(currentLength());
-    internalCheckBufferSize();
-    prepareRegisterSet();
-    dropContent();
-    bytes().setNumber(
+    RegisterBytes bytes = emptyContent();
+    bytes.setNumber(
         single ? std::bit_cast<std::uint32_t>(toSingle(value)) : std::bit_cast<std::uint64_t>(value),
-        isBigEndian(m_endianess));
-    internalSet();
+        isBigEndian(m_endianess, bytes));
+    internalSet(std::move(bytes));
 }
 
 // ---- StringReg -------------------------------------------------------------------------------------------
@@ -207,18 +201,15 @@ void ImplGenICamFloatReg::writeFloat(double value) {
 std::string ImplGenICamStringReg::getValue() {
     const Guard guard(this, Guard::ReadLock);
     internalGet(false);
-    const std::string_view whole(reinterpret_cast<const char*>(bytes().data()), bytes().size());
+    const std::string_view whole(reinterpret_cast<const char*>(content().data()), content().size());
     return std::string(quirks().textsKeepZeros ? whole : whole.substr(0, whole.find('\0')));
 }
 
 void ImplGenICamStringReg::setValue(const std::string& value) {
     const Guard guard(this, Guard::WriteLock);
-    internalCheckBufferSize();
-    prepareRegisterSet();
-    dropContent();
-    bytes().clear();
-    std::memcpy(bytes().data(), value.data(), std::min(value.size(), bytes().size()));
-    internalSet();
+    RegisterBytes bytes = emptyContent();
+    std::memcpy(bytes.data(), value.data(), std::min(value.size(), bytes.size()));
+    internalSet(std::move(bytes));
 }
 
 } // namespace tavo
