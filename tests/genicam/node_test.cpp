@@ -215,6 +215,25 @@ TEST(Invalidation, StopsAtVolatileNodes) {
     EXPECT_EQ(visitedFrom(device, device.node("Steady")), 3U);
 }
 
+TEST(Commands, OverRegistersThatCannotBeReadAreDoneOnceExecuted) {
+    const std::string secret =
+        "<IntReg Name='R'><Length>4</Length><AccessMode>WO</AccessMode><pPort>Device</pPort></IntReg>";
+    const std::string over = "<CommandValue>1</CommandValue></Command>";
+    for (const bool standard : {false, true}) {
+        SCOPED_TRACE(standard ? "standard" : "default");
+        Device device(
+            inRoot(
+                secret +
+                "<Integer Name='I'><pValue>R</pValue></Integer><Command Name='C'><pValue>I</pValue>" + over +
+                "<Command Name='Imposed'><ImposedAccessMode>RW</ImposedAccessMode><pValue>R</pValue>" + over),
+            standard);
+        device.camera.enableChecking(true);
+        device.port.memory[3] = 1; // what the camera would answer if it did
+        device.expect("#C= -> 0r 1w; #C -> 0r 0w; C -> inactive; #Imposed= -> 0r 1w; #Imposed -> 0r 0w");
+        EXPECT_TRUE(device.node("C").asCommand()->isDone() && device.node("Imposed").asCommand()->isDone());
+    }
+}
+
 // ---- References that lead nowhere ----
 
 TEST(References, CyclesEndInAnError) {

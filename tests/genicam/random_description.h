@@ -101,14 +101,9 @@ public:
 
     // The same without any cache.
     std::string uncached() const {
-        std::string all = text;
-        for (const std::string mode : {"WriteThrough", "WriteAround"}) {
-            for (std::size_t at = 0; (at = all.find(mode, at)) != std::string::npos;) {
-                all.replace(at, mode.size(), "NoCache");
-            }
-        }
-        return all;
+        return replaced(replaced(text, "WriteThrough", "NoCache"), "WriteAround", "NoCache");
     }
+    void cacheAll() { text = replaced(text, "NoCache", "WriteThrough"); }
 
     int pick(int count) { return static_cast<int>(m_random() % static_cast<unsigned>(count)); }
     bool chance(int percent) { return pick(100) < percent; }
@@ -124,6 +119,13 @@ public:
 
 private:
     using Elements = std::string;
+
+    static std::string replaced(std::string all, const std::string& mode, const std::string& other) {
+        for (std::size_t at = 0; (at = all.find(mode, at)) != std::string::npos;) {
+            all.replace(at, mode.size(), other);
+        }
+        return all;
+    }
 
     // Elements of a register; the place for its invalidators is filled in at the end.
     Elements common(const std::string& name) {

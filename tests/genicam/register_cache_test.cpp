@@ -4,6 +4,14 @@
 namespace test_support {
 namespace {
 
+// An IntSwissKnife whose variables bear the names of the nodes.
+template<class... Names>
+std::string knife(const std::string& name, const std::string& formula, const Names&... variables) {
+    return "<IntSwissKnife Name='" + name + "'>" +
+           (("<pVariable Name='" + std::string(variables) + "'>" + variables + "</pVariable>") + ...) +
+           "<Formula>" + formula + "</Formula></IntSwissKnife>";
+}
+
 TEST(RegisterCache, MakesExactlyTheseAccesses) {
     const std::string keeps =
         "#N -> 1r 0w; #N -> 0r 0w; #N=7 -> 0r 1w; #N -> 0r 0w; N -> 7; !stale; #N -> 1r 0w";
@@ -40,6 +48,27 @@ TEST(RegisterCache, MakesExactlyTheseAccesses) {
              reg("P", 8, 4, caching("NoCache") + "<pInvalidator>I</pInvalidator>") + reg("U", 12, 4),
          "I -> 0; C -> 0; P -> 0; U -> 0; I -> 0; #C -> 0r 0w; #P -> 0r 0w; #U -> 0r 0w; I=1; #C -> 1r 0w; "
          "#P -> 1r 0w; #U -> 0r 0w; I=2; #C -> 1r 0w; #C -> 0r 0w"},
+
+        {"one access reads nothing twice",
+         reg("V", 0, 1, caching("NoCache", 0)) + reg("C", 1, 1) + knife("A", "V+C+V", "V", "C") +
+             knife("B", "A+V*C", "A", "V", "C") + knife("N", "A+B+A", "A", "B") + reg("At", 16, 1) +
+             reg("M", 32, 1, "<pAddress>At</pAddress><pAddress>V</pAddress>") + knife("O", "M+M+N", "M", "N"),
+         "#N -> 2r 0w; #N -> 1r 0w; #O -> 3r 0w; #O -> 1r 0w"},
+        {"what is read again unchanged makes nothing due",
+         reg("N", 0, 1, "<pInvalidator>M</pInvalidator>") + reg("M", 4, 1, "<pInvalidator>N</pInvalidator>") +
+             reg("A", 8, 1, caching("WriteAround") + "<pInvalidator>N</pInvalidator>"),
+         "N -> 0; M -> 0; A -> 0; #N -> 0r 0w; #M -> 0r 0w; #A -> 0r 0w; !stale; #A -> 1r 0w; #M -> 1r 0w; "
+         "#N -> 1r 0w; #A -> 0r 0w; #M -> 0r 0w; !stale; @4=01; A -> 0; N -> 0; M -> 1; #A -> 1r 0w; #N -> 1r 0w; "
+         "#M -> 0r 0w"},
+        {"registers over the same bytes",
+         reg("N", 0, 4) + reg("Low", 0, 1) + reg("High", 2, 2) + reg("Next", 4, 4),
+         "N -> 0; Low -> 0; High -> 0; Next -> 0; High=1; #Low -> 0r 0w; #N -> 1r 0w; N -> 65536; "
+         "#High -> 0r 0w; #Low -> 0r 0w; N=258; #Low -> 1r 0w; #High -> 1r 0w; #N -> 0r 0w; #Next -> 0r 0w; "
+         "Low -> 2; High -> 0"},
+        {"a limit that the write changes",
+         reg("N", 0, 4) + reg("Max", 4, 4, "<pInvalidator>N</pInvalidator>") +
+             "<Integer Name='Width'><pValue>N</pValue><pMax>Max</pMax></Integer>",
+         "@4=64; Width=10; @4=32; Width=60 -> illegal value"},
 
         {"failed read", reg("N", 0, 4), "@0=11; !fail; N -> transport layer exception; !heal; N -> 17"},
         {"failed read of stale content", reg("N", 0, 4),

@@ -160,7 +160,8 @@ public:
     // reported. Off at first. The thread runs once a description has been retrieved.
     void enablePolling(bool on) { m_polling.enable(on); }
     bool isPollingEnabled() const { return m_polling.isEnabled(); }
-    // Milliseconds between two looks, 1000 at first; takes effect within the running twentieth of it.
+    // Milliseconds between two looks, 1000 at first; takes effect within the running twentieth of it, which
+    // is 1 millisecond at least and a year at most.
     void setPollingSleepTime(long long milliseconds) { m_pollingSleepTime.store(milliseconds); }
     long long getPollingSleepTime() const { return m_pollingSleepTime.load(); }
     // Whether changes are reported through the signals of the nodes. Off at first; what changes meanwhile is

@@ -8,6 +8,10 @@ namespace {
 
 // The sleep between two looks at the commands is cut, so that a changed time takes effect soon.
 constexpr long long kPollingSlices = 20;
+// Of a slice, in milliseconds: no sleep at all would leave no time for others, and a clock counts only so
+// far.
+constexpr long long kShortestSlice = 1;
+constexpr long long kLongestSlice = 365LL * 24 * 3600 * 1000;
 
 } // namespace
 
@@ -18,7 +22,8 @@ void ImplGenICamCamera::asyncPollingMethod(HelperThread& thread) {
             notifyNodeHasBeenInvalidated(command, false);
         }
         for (long long slice = 0; slice < kPollingSlices; ++slice) {
-            const long long time = std::max(getPollingSleepTime() / kPollingSlices, 1LL);
+            const long long time =
+                std::clamp(getPollingSleepTime() / kPollingSlices, kShortestSlice, kLongestSlice);
             if (!thread.sleepUnlessCancelled(std::chrono::milliseconds(time))) {
                 return;
             }

@@ -159,6 +159,8 @@ protected:
     virtual void dropContent() {}
     // Where the node's content lies; nowhere for nodes that are no registers.
     virtual RegisterPlace place() const { return {}; }
+    // Whether the bytes of a place are what the node knows of it already.
+    virtual bool knows(const RegisterPlace&, const unsigned char*) const { return false; }
 
 private:
     friend class ChangeQueue;

@@ -86,6 +86,14 @@ RegisterPlace ImplGenICamRegister::place() const {
     return m_place;
 }
 
+bool ImplGenICamRegister::knows(const RegisterPlace& place, const unsigned char* bytes) const {
+    const std::int64_t begin = std::max(place.begin, m_place.begin);
+    const std::int64_t end = std::min(place.end, m_place.end);
+    const auto known = m_content.data() + (begin - m_place.begin);
+    return m_contentKnown && begin < end &&
+           std::equal(known, known + (end - begin), bytes + (begin - place.begin));
+}
+
 void ImplGenICamRegister::moveTo(std::int64_t address, std::size_t length) {
     const RegisterPlace to{m_port, address, numbers::clampedSum(address, static_cast<std::int64_t>(length))};
     if (access() != nullptr) {
@@ -146,7 +154,7 @@ void ImplGenICamRegister::readDevice(std::int64_t address) {
     const RegisterPlace before = m_place;
     moveTo(address, content.size());
     if (m_contentKnown && !(content == m_content) && access() != nullptr) {
-        access()->invalidation.changed(*this, before == m_place);
+        access()->invalidation.changed(*this, before == m_place ? content.data() : nullptr);
     }
     hold(std::move(content));
     m_contentValid = m_cacheMode != CacheMode::NoCache;

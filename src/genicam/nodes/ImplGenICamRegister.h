@@ -87,6 +87,7 @@ protected:
     bool takeContentChange(bool force) override;
     void dropContent() override;
     RegisterPlace place() const override;
+    bool knows(const RegisterPlace& place, const unsigned char* bytes) const override;
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -150,7 +150,12 @@ void ImplGenICamCommand::execute() {
     m_nextCheckTime = Clock::time_point::min(); // an answer from before the execution says nothing of it
 }
 
+// Where the answer would have to come from a register that cannot be read, a command is done once it has been
+// executed.
 bool ImplGenICamCommand::isDone() {
+    if (isWriteOnly() || (m_pValue && m_pValue.node()->isWriteOnly())) {
+        return true;
+    }
     const Guard guard(this, Guard::ReadLock);
     if (Clock::now() >= m_nextCheckTime) {
         if (m_pValue) {

@@ -27,9 +27,10 @@ bool InvalidationWalk::written(ImplGenICamNode& node) {
 }
 
 // A register that changes all the time has nothing to report of itself, nor have those that read from it.
-void InvalidationWalk::changed(ImplGenICamNode& node, bool inPlace) {
+void InvalidationWalk::changed(ImplGenICamNode& node, const unsigned char* news) {
     begin(node, false);
-    arrive(node, inPlace ? Way::Content : Way::Dependency);
+    m_news = news;
+    arrive(node, news != nullptr ? Way::Content : Way::Dependency);
     m_path.back().notifies = m_path.back().spreads;
     run();
 }
@@ -52,6 +53,7 @@ void InvalidationWalk::everything(const std::vector<std::unique_ptr<ImplGenICamN
 void InvalidationWalk::begin(ImplGenICamNode& origin, bool isWrite) {
     ++m_number;
     m_origin = &origin;
+    m_news = nullptr;
     m_returned = false;
     m_passesVolatile = isWrite && !origin.quirks().volatileStopsWrites;
     m_visited = 0;
@@ -122,7 +124,8 @@ void InvalidationWalk::expand(ImplGenICamNode& node) {
     m_sharing.clear();
     m_looked += registers.collect(place, m_sharing);
     for (ImplGenICamNode* const sharing : m_looked > kMaxNeighboursLookedAt ? registers.all() : m_sharing) {
-        if (sharing != &node) {
+        const bool isNews = m_news == nullptr || &node != m_origin || !sharing->knows(place, m_news);
+        if (sharing != &node && isNews) {
             arrive(*sharing, Way::Dependency);
         }
     }

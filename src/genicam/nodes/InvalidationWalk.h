@@ -36,8 +36,9 @@ public:
     // The node was given a value, or bytes of the camera were written through it. Returns whether the way
     // leads back to the node: then what was written may not be what it holds now.
     bool written(ImplGenICamNode& node);
-    // A read of a register has brought other bytes than were known, `inPlace`: of the same place in memory.
-    void changed(ImplGenICamNode& node, bool inPlace);
+    // A read of a register has brought other bytes than were known. Null for those of another place, which
+    // say nothing of the camera's memory.
+    void changed(ImplGenICamNode& node, const unsigned char* news);
     // The node was given a value by way of the node written last: visits it if that write has not reached it.
     void settle(ImplGenICamNode& node);
     // A read has brought a register content, which even the end of the write under way must reach.
@@ -66,6 +67,7 @@ private:
     std::uint64_t m_number = 1;
     std::uint64_t m_settled = 1; // nodes visited since this walk have been reached by the latest write
     ImplGenICamNode* m_origin = nullptr;
+    const unsigned char* m_news = nullptr; // that a read of the origin brought
     bool m_returned = false;
     bool m_passesVolatile = false;
     std::size_t m_visited = 0;
