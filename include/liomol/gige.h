@@ -4,9 +4,12 @@
  * names the statuses (GbeStatus) and Gbe_getErrorDescription gives their texts. Arguments are checked first,
  * and nothing is changed before the checks have passed.
  *
- * Threads: calls on different cameras may run at the same time, and so may feature calls on one camera. The
- * calls that make, connect, disconnect, switch or free a handle must not run while another call uses that
- * handle; scanning a port must not run while commands are in flight on that port.
+ * Threads: calls on different cameras may run at the same time, and so may feature calls on one camera, also
+ * while it is disconnected, from then on with -40016. A call that connects, disconnects or moves a handle
+ * while another one does (of another thread, or around a listener that calls from inside) gets -40022 and
+ * changes nothing; freeing it then takes place at the end of that other call. Connecting again makes all
+ * nodes anew: no other thread may be inside a feature call of the handle then, nor while it is freed.
+ * Scanning a port must not run while commands are in flight on that port.
  */
 #ifndef LIOMOL_GIGE_H
 #define LIOMOL_GIGE_H

@@ -1,7 +1,7 @@
 // Starting and stopping the camera's stream.
 #include "api/features.h"
 #include "liomol/gige.h"
-#include "util/qt_locks.h"
+#include "transport/stream_setup.h"
 
 #include <string>
 
@@ -9,9 +9,9 @@ namespace {
 
 // The 32 low bits of the width count; the board keeps 16 of what it computes from them.
 int setLineLength(const CameraHandle& camera, long long width, const std::string& pixelFormat) {
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(camera.board(), camera.port));
-    if (GigeCamera* board = camera.openBoard()) {
-        board->SetEolWidth(camera.port, static_cast<int>(width), pixelFormat);
+    const board::HeldPort held(camera.place());
+    if (held.port() != nullptr) {
+        transport::setEolWidth(*held.port(), static_cast<int>(width), pixelFormat);
     }
     return status::Success;
 }

@@ -2,7 +2,8 @@
 #include "api/handles.h"
 #include "api/visit.h"
 #include "liomol/gige.h"
-#include "util/qt_locks.h"
+#include "transport/command_channel.h"
+#include "transport/force_ip.h"
 #include "util/status.h"
 
 #include <algorithm>
@@ -14,10 +15,6 @@ using api::Visit;
 using net::Ipv4;
 
 namespace {
-
-bool isPort(unsigned port) {
-    return port < static_cast<unsigned>(GenICamPortWrapper::kPorts);
-}
 
 bool isGoodTarget(const Ipv4& ip, const Ipv4& mask, const Ipv4& gateway) {
     return ip.isNone() || (ip.isStation() && mask.isMask() && net::isInsideSubnet(ip, mask) &&
@@ -31,24 +28,23 @@ int codeOf(int result) {
 } // namespace
 
 int Gbe_getPortAddress(BoardHandle* board, unsigned port, unsigned char* mac, unsigned* ip, unsigned* mask) {
-    if (board == nullptr || !isPort(port)) {
+    board::CameraPort* place = api::portOf(board, port);
+    if (place == nullptr) {
         return status::IllegalParameter;
     }
-    const int place = static_cast<int>(port);
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(board->index(), place));
-    const GigeCamera* open = GenICamPortWrapper::getBoard(board->index());
+    const board::HeldPort held(*place);
+    const transport::Port* open = held.port();
     if (open == nullptr) {
         return status::BoardDoesNotExist;
     }
     if (mac != nullptr) {
-        const MacBytes bytes = open->portMac(place);
-        std::copy(bytes.begin(), bytes.end(), mac);
+        std::copy(open->mac().begin(), open->mac().end(), mac);
     }
     if (ip != nullptr) {
-        *ip = Ipv4::fromNumber(open->getPortIP(place)).lowFirst();
+        *ip = open->ip().lowFirst();
     }
     if (mask != nullptr) {
-        *mask = Ipv4::fromNumber(open->getPortMask(place)).lowFirst();
+        *mask = open->mask().lowFirst();
     }
     return status::Success;
 }
@@ -56,23 +52,21 @@ int Gbe_getPortAddress(BoardHandle* board, unsigned port, unsigned char* mac, un
 int Gbe_forceCameraIp(
     BoardHandle* board, unsigned port, const unsigned char* mac, unsigned ip, unsigned mask,
     unsigned gateway) {
+    board::CameraPort* place = api::portOf(board, port);
     frame::ForcedAddress to{
         {}, Ipv4::fromLowFirst(ip), Ipv4::fromLowFirst(mask), Ipv4::fromLowFirst(gateway)};
-    if (board == nullptr || !isPort(port) || mac == nullptr || !isGoodTarget(to.ip, to.mask, to.gateway)) {
+    if (place == nullptr || mac == nullptr || !isGoodTarget(to.ip, to.mask, to.gateway)) {
         return status::IllegalParameter;
     }
-    const int place = static_cast<int>(port);
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(board->index(), place));
-    GigeCamera* open = GenICamPortWrapper::getBoard(board->index());
-    if (open == nullptr) {
+    const board::HeldPort held(*place);
+    if (held.port() == nullptr) {
         return status::BoardDoesNotExist;
     }
-    if (GenICamPortWrapper::portUser(board->index(), place) != nullptr &&
-        hasMac(open->currentCamera(place), mac)) {
+    if (place->user() != nullptr && hasMac(held.port()->currentCamera(), mac)) {
         return status::CameraBusy;
     }
     to.mac = net::Mac::at(mac);
-    const int result = open->ForceIp(place, to);
+    const int result = transport::forceIp(*held.port(), to);
     return result == static_cast<int>(gvcp::Status::AccessDenied) ? status::CameraBusy : codeOf(result);
 }
 
@@ -80,10 +74,8 @@ int Gbe_getCameraIp(CameraHandle* camera, unsigned* ip) {
     if (camera == nullptr || ip == nullptr) {
         return status::IllegalParameter;
     }
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(camera->board(), camera->port));
-    const GigeCamera* open = camera->openBoard();
-    const DiscoveredCamera* record =
-        open != nullptr ? recordOf(*open, camera->port, camera->mac.data()) : nullptr;
+    const board::HeldPort held(camera->place());
+    const DiscoveredCamera* record = recordOf(held, camera->mac.data());
     if (record == nullptr) {
         return status::CameraDoesNotExist;
     }
@@ -95,16 +87,14 @@ int Gbe_readRegister(CameraHandle* camera, unsigned address, unsigned* value) {
     if (camera == nullptr || value == nullptr) {
         return status::IllegalParameter;
     }
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(camera->board(), camera->port));
-    GigeCamera* open = camera->openBoard();
-    const DiscoveredCamera* record =
-        open != nullptr ? recordOf(*open, camera->port, camera->mac.data()) : nullptr;
+    const board::HeldPort held(camera->place());
+    const DiscoveredCamera* record = recordOf(held, camera->mac.data());
     if (record == nullptr) {
         return status::CameraDoesNotExist;
     }
-    const Visit visit(*open, camera->board(), camera->port, DiscoveredCamera(*record));
+    const Visit visit(held, *record);
     int content = 0;
-    const int result = open->ReadRegister(camera->port, address, &content);
+    const int result = transport::readRegister(*held.port(), address, &content);
     if (result == 0) {
         *value = static_cast<unsigned>(content);
     }

@@ -1,23 +1,17 @@
 // Boards: opening, closing, scanning.
 #include "api/handles.h"
 #include "liomol/gige.h"
-#include "util/qt_locks.h"
 #include "util/status.h"
 
-#include <array>
 #include <mutex>
 
 namespace {
 
 constexpr int kAllPorts = -1;
 
-bool isPort(unsigned port) {
-    return port < static_cast<unsigned>(GenICamPortWrapper::kPorts);
-}
-
 // PHY register 1, "status", of IEEE 802.3 clause 22. The link bit stays low once the link has been down,
 // until it is read: the second read tells how it is now.
-bool readLinkState(GigeCamera& board, unsigned port) {
+bool readLinkState(GigeCamera& board, int port) {
     constexpr unsigned char kPhyStatus = 1;
     constexpr unsigned short kLinkUp = 1U << 2;
     unsigned short value = 0;
@@ -35,16 +29,17 @@ int Gbe_initBoard(int board, int flags, BoardHandle** out) {
         return status::IllegalParameter;
     }
     *out = nullptr;
-    if (GenICamPortWrapper::initBoard(board, flags) != 0) {
+    board::Board* found = board::findBoard(board);
+    if (found == nullptr || !found->open(flags)) {
         return status::BoardInitialization;
     }
-    if (flags == GenICamPortWrapper::kServiceMode) {
+    if (flags == board::kServiceMode) {
         return status::Success;
     }
-    if (GenICamPortWrapper::getBoard(board) == nullptr) {
+    if (found->get() == nullptr) {
         return status::BoardDoesNotExist;
     }
-    *out = new BoardHandle(board);
+    *out = new BoardHandle(*found);
     return status::Success;
 }
 
@@ -52,47 +47,45 @@ void Gbe_freeBoard(BoardHandle* board) {
     if (board == nullptr) {
         return;
     }
-    for (CameraHandle* camera : std::array(board->slots->cameras)) {
+    for (CameraHandle* camera : board->slots->all()) {
         Gbe_freeCamera(camera);
     }
-    GenICamPortWrapper::freeBoard(board->index());
+    board->board().close();
     delete board;
 }
 
 int Gbe_scanNetwork(BoardHandle* board, int port, int timeout) {
-    if (board == nullptr || port < kAllPorts || (port != kAllPorts && !isPort(static_cast<unsigned>(port)))) {
+    board::CameraPort* place = api::portOf(board, static_cast<unsigned>(port));
+    if (board == nullptr || (port != kAllPorts && place == nullptr)) {
         return status::IllegalParameter;
     }
-    if (GenICamPortWrapper::getBoard(board->index()) == nullptr) {
+    if (board->board().get() == nullptr) {
         return status::BoardDoesNotExist;
     }
-    if (port == kAllPorts) {
-        GenICamPortWrapper::discover(board->index(), timeout);
-    } else {
-        GenICamPortWrapper::discover(board->index(), port, timeout);
-    }
+    place == nullptr ? board->board().discover(timeout) : board::Board::discover(*place, timeout);
     return status::Success;
 }
 
 int Gbe_getCameraCount(BoardHandle* board, unsigned port) {
-    if (board == nullptr || !isPort(port)) {
+    board::CameraPort* place = api::portOf(board, port);
+    if (place == nullptr) {
         return status::IllegalParameter;
     }
-    const int place = static_cast<int>(port);
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(board->index(), place));
-    const GigeCamera* open = GenICamPortWrapper::getBoard(board->index());
-    return open != nullptr ? open->discoveredCount(place) : status::BoardDoesNotExist;
+    const board::HeldPort held(*place);
+    return held.port() != nullptr ? held.port()->cameras().count() : status::BoardDoesNotExist;
 }
 
 int Gbe_getLinkState(int board, unsigned port, int* up) {
-    if (up == nullptr || board < 0 || board >= GenICamPortWrapper::kBoards || !isPort(port)) {
+    board::Board* found = board::findBoard(board);
+    board::CameraPort* place = found != nullptr ? api::portOf(*found, port) : nullptr;
+    if (up == nullptr || place == nullptr) {
         return status::IllegalParameter;
     }
-    const std::lock_guard lock(GenICamPortWrapper::mdioMutex(board));
-    GigeCamera* open = GenICamPortWrapper::getBoard(board);
+    const std::lock_guard lock(found->mdioMutex());
+    GigeCamera* open = found->get();
     if (open == nullptr) {
         return status::BoardDoesNotExist;
     }
-    *up = readLinkState(*open, port) ? 1 : 0;
+    *up = readLinkState(*open, place->number) ? 1 : 0;
     return status::Success;
 }

@@ -1,21 +1,20 @@
 // Cameras: picking one of a port's last scan, and what it told of itself.
 #include "api/handles.h"
+#include "board/CamerasInUse.h"
 #include "board/camera.h"
 #include "liomol/gige.h"
-#include "util/qt_locks.h"
 #include "util/status.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
-#include <optional>
 
 static_assert(sizeof(CameraInfo) == 182, "an exported record without padding");
 
 namespace {
 
-using Mac = std::array<unsigned char, 6>;
+using Mac = CameraHandle::Mac;
 
 struct Picked {
     Mac mac{};
@@ -53,34 +52,24 @@ std::unique_ptr<CameraInfo, api::FreeInfo> makeInfo(const camera& selection) {
 //
 // While a connected handle uses the port, its camera stays the port's current one: what that handle sends
 // must not go to a camera that somebody merely looked up.
-template<typename Pick> int lookUp(BoardHandle* handle, unsigned port, CameraHandle** out, Pick&& pick) {
-    const int board = handle->index();
-    const int place = static_cast<int>(port);
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(board, place));
-    GigeCamera* open = GenICamPortWrapper::getBoard(board);
-    if (open == nullptr || open->discoveredCount(place) == 0) {
+template<typename Pick>
+int lookUp(const BoardHandle& handle, board::CameraPort& place, CameraHandle** out, Pick&& pick) {
+    const board::HeldPort held(place);
+    if (held.port() == nullptr || held.port()->cameras().count() == 0) {
         return status::NoCamerasFound;
     }
-    std::optional<DiscoveredCamera> inUse;
-    if (GenICamPortWrapper::portUser(board, place) != nullptr && open->currentCamera(place) != nullptr) {
-        inUse = *open->currentCamera(place);
-    }
-    camera selection(open, place);
+    const board::KeepCurrent kept(held);
+    camera selection(held.port());
     Picked picked;
     const int result = pick(selection, picked);
-    if (result == status::Success) {
-        auto made = std::make_unique<CameraHandle>();
-        made->slots = handle->slots;
-        made->port = place;
-        made->mac = picked.mac;
-        made->macIsTaken = true;
-        made->info = makeInfo(selection);
-        *out = handle->slots->cameras.at(port) = made.release();
+    if (result != status::Success) {
+        return result;
     }
-    if (inUse && !selection.selectCameraViaMac(inUse->mac)) {
-        open->selectCamera(place, *inUse);
-    }
-    return result == status::Success ? picked.status : result;
+    auto made = std::make_unique<CameraHandle>(handle.slots, place, picked.mac);
+    made->info = makeInfo(selection);
+    handle.slots->put(place.number, made.get());
+    *out = made.release();
+    return picked.status;
 }
 
 // Takes a camera that a selection has found.
@@ -88,35 +77,31 @@ int take(bool found, const Mac& mac) {
     if (!found) {
         return status::CameraDoesNotExist;
     }
-    return GenICamPortWrapper::takeCamera(mac.data()) ? status::Success : status::CameraBusy;
+    return board::CamerasInUse::instance().take(mac.data()) ? status::Success : status::CameraBusy;
 }
 
-bool isPort(unsigned port) {
-    return port < static_cast<unsigned>(GenICamPortWrapper::kPorts);
-}
-
-// The checks of the look-up calls; `out` becomes null once they have passed.
-bool areGood(const BoardHandle* board, unsigned port, CameraHandle** out) {
-    if (board == nullptr || out == nullptr || !isPort(port)) {
-        return false;
+// The checks of the look-up calls: the port, or null; `out` becomes null once they have passed.
+board::CameraPort* checked(const BoardHandle* board, unsigned port, CameraHandle** out) {
+    board::CameraPort* place = out != nullptr ? api::portOf(board, port) : nullptr;
+    if (place != nullptr) {
+        *out = nullptr;
     }
-    *out = nullptr;
-    return true;
+    return place;
 }
 
 } // namespace
 
 int Gbe_getFirstCamera(BoardHandle* board, unsigned port, CameraHandle** out) {
-    if (out == nullptr || !isPort(port)) {
+    board::CameraPort* place = checked(board, port, out);
+    if (place == nullptr) {
+        if (board == nullptr && out != nullptr && port < unsigned{board::kPorts}) {
+            *out = nullptr; // this call alone, as documented
+        }
         return status::IllegalParameter;
     }
-    *out = nullptr;
-    if (board == nullptr) {
-        return status::IllegalParameter;
-    }
-    return lookUp(board, port, out, [](camera& selection, Picked& picked) {
+    return lookUp(*board, *place, out, [](camera& selection, Picked& picked) {
         for (int number = 0; selection.selectCameraViaNumber(number, picked.mac.data()); ++number) {
-            if (GenICamPortWrapper::takeCamera(picked.mac.data())) {
+            if (board::CamerasInUse::instance().take(picked.mac.data())) {
                 return status::Success;
             }
         }
@@ -125,29 +110,32 @@ int Gbe_getFirstCamera(BoardHandle* board, unsigned port, CameraHandle** out) {
 }
 
 int Gbe_getCameraByIp(BoardHandle* board, unsigned port, unsigned ip, CameraHandle** out) {
-    if (!areGood(board, port, out)) {
+    board::CameraPort* place = checked(board, port, out);
+    if (place == nullptr) {
         return status::IllegalParameter;
     }
-    return lookUp(board, port, out, [&](camera& selection, Picked& picked) {
+    return lookUp(*board, *place, out, [&](camera& selection, Picked& picked) {
         return take(selection.selectCameraViaIp(ip, picked.mac.data()), picked.mac);
     });
 }
 
 int Gbe_getCameraByMac(BoardHandle* board, unsigned port, const unsigned char* mac, CameraHandle** out) {
-    if (!areGood(board, port, out) || mac == nullptr) {
+    board::CameraPort* place = checked(board, port, out);
+    if (place == nullptr || mac == nullptr) {
         return status::IllegalParameter;
     }
-    return lookUp(board, port, out, [&](camera& selection, Picked& picked) {
+    return lookUp(*board, *place, out, [&](camera& selection, Picked& picked) {
         std::memcpy(picked.mac.data(), mac, picked.mac.size());
         return take(selection.selectCameraViaMac(mac), picked.mac);
     });
 }
 
 int Gbe_getCameraByUserName(BoardHandle* board, unsigned port, const char* name, CameraHandle** out) {
-    if (!areGood(board, port, out) || name == nullptr) {
+    board::CameraPort* place = checked(board, port, out);
+    if (place == nullptr || name == nullptr) {
         return status::IllegalParameter;
     }
-    return lookUp(board, port, out, [&](camera& selection, Picked& picked) {
+    return lookUp(*board, *place, out, [&](camera& selection, Picked& picked) {
         bool unique = true;
         const bool found = selection.selectCameraViaUserName(name, picked.mac.data(), &unique);
         picked.status = unique ? status::Success : status::CameraNotUnique;
@@ -159,8 +147,8 @@ int copyCameraInfo(CameraHandle* handle, CameraInfo** out) {
     if (handle == nullptr || out == nullptr) {
         return status::IllegalParameter;
     }
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(handle->board(), handle->port));
-    auto info = makeInfo(camera(handle->openBoard(), handle->port));
+    const board::HeldPort held(handle->place());
+    auto info = makeInfo(camera(held.port()));
     if (info == nullptr) {
         return status::IllegalParameter;
     }

@@ -1,50 +1,87 @@
-// Connections: taking and keeping control of a camera, moving to another port, giving up.
-//
-// A connected handle whose control is lost (see board/ControlWatch.h) connects again as a disconnected one.
-//
-//            look-up              connect, switch
-//   (none) ----------> found ------------------------> connected
-//                        |       <- connect fails         |   disconnect,
-//                        |                                v   switch fails
-//                        |     connect, switch       disconnected
-//                        |     connected <----------------+
-//                        +---- free ----> (none) <--- free, from every state
+// Connections: taking and keeping control of a camera, moving to another port, giving up. Their states, and
+// what may be done in which, are in api/ConnectionState.h.
 //
 // A connected handle is the only user of its port: what another handle of the port does meanwhile never
 // reaches its camera.
 #include "api/guard.h"
 #include "api/handles.h"
+#include "board/CamerasInUse.h"
 #include "board/camera.h"
-#include "genicam/device/ImplGenICamCamera.h"
+#include "board/control.h"
+#include "board/control_registers.h"
+#include "board/description.h"
+#include "board/devices.h"
 #include "liomol/gige.h"
-#include "util/qt_locks.h"
 #include "util/status.h"
+
+#include <QtCore/QCoreApplication>
 
 #include <cstring>
 #include <memory>
 
 namespace {
 
+using api::Call;
+using api::State;
+using board::CameraPort;
+using board::Device;
+using board::HeldPort;
+
+void freeHandle(CameraHandle* handle);
+
+// A change of a handle's connection, for a scope: it has the handle for itself, if the gate lets it.
+class Change {
+public:
+    Change(CameraHandle& handle, Call call) : m_handle(handle) {
+        do {
+            m_before = handle.connection.load();
+            m_refused = api::allowed(handle.shown(m_before), call);
+        } while (m_refused == status::Success &&
+                 !handle.connection.compare_exchange_weak(m_before, State::Changing));
+        m_after = m_before;
+    }
+    // Somebody may have wished to free the handle meanwhile.
+    ~Change() {
+        State changing = State::Changing;
+        if (m_refused == status::Success && !m_handle.connection.compare_exchange_strong(changing, m_after)) {
+            freeHandle(&m_handle);
+        }
+    }
+    Change(const Change&) = delete;
+    Change& operator=(const Change&) = delete;
+
+    int refused() const { return m_refused; }
+    State before() const { return m_before; }
+    // The state after the change; without it, the one before.
+    void to(State state) { m_after = state; }
+
+private:
+    CameraHandle& m_handle;
+    State m_before{};
+    State m_after{};
+    int m_refused = status::Success;
+};
+
 // Makes the handle's camera the current one of a port. A camera that the last scan missed stays current if it
 // was, and cannot become it otherwise.
-bool makeCurrent(const CameraHandle& handle, camera& place) {
-    if (place.selectCameraViaMac(handle.mac.data())) {
-        return true;
+bool makeCurrent(const CameraHandle& handle, const HeldPort& held) {
+    transport::Port* port = held.port();
+    if (port == nullptr || port->selectCamera(handle.mac.data())) {
+        return port != nullptr;
     }
-    const DiscoveredCamera* record = place.record();
+    const DiscoveredCamera* record = port->currentCamera();
     return record != nullptr && std::memcmp(record->mac, handle.mac.data(), handle.mac.size()) == 0;
 }
 
 // What the camera tells of its control before anything is changed. One that does not say who has control is
 // asked for it, unless that might take it away from somebody.
-int checkControl(GigeCamera& board, int port) {
-    const board::ControlReading found = board::readControl(board, port);
+int checkControl(const HeldPort& held) {
+    const board::ControlReading found = board::readControl(held);
     switch (found.holder) {
     case board::Holder::Other:
         return status::CameraBusy;
     case board::Holder::Somebody:
-        return found.canBeTakenOver || board::isControlRefused(board, port) ? status::CameraBusy
-                                                                            : status::Success;
+        return found.canBeTakenOver || board::isControlRefused(held) ? status::CameraBusy : status::Success;
     case board::Holder::Unknown:
         return found.answered ? status::Success : status::XmlRead;
     case board::Holder::Nobody:
@@ -57,88 +94,78 @@ int checkControl(GigeCamera& board, int port) {
 // Makes the handle's camera the port's current one and prepares it. A switch takes a camera in whatever state
 // it is: the port that it comes from may still be in control of it.
 enum class Beforehand { Look, DoNotLook };
-int takeControl(CameraHandle& handle, int board, int port, Beforehand beforehand) {
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(board, port));
-    camera place(GenICamPortWrapper::getBoard(board), port);
-    if (!makeCurrent(handle, place)) {
+int takeControl(CameraHandle& handle, CameraPort& place, Beforehand beforehand) {
+    const HeldPort held(place);
+    if (!makeCurrent(handle, held)) {
         return status::CameraDoesNotExist;
     }
-    if (beforehand == Beforehand::Look) {
-        const int refused = checkControl(*GenICamPortWrapper::getBoard(board), port);
-        if (refused != status::Success) {
-            return refused;
-        }
+    const int refused = beforehand == Beforehand::Look ? checkControl(held) : status::Success;
+    if (refused == status::Success) {
+        camera(held.port()).init();
     }
-    place.init();
-    return status::Success;
+    return refused;
 }
 
 // Leaves the camera alone when another handle uses the port.
 void giveControlBack(CameraHandle& handle) {
-    const void* user = GenICamPortWrapper::portUser(handle.board(), handle.port);
+    const void* user = handle.place().user();
     if (user != nullptr && user != &handle) {
         return;
     }
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(handle.board(), handle.port));
-    camera place(handle.openBoard(), handle.port);
-    if (makeCurrent(handle, place)) {
-        place.deinit();
+    const HeldPort held(handle.place());
+    if (makeCurrent(handle, held)) {
+        camera(held.port()).deinit();
     }
 }
 
 // A handle that was disconnected has let go of its camera, which somebody else may have taken since.
 bool takeMac(CameraHandle& handle) {
     if (!handle.macIsTaken) {
-        handle.macIsTaken = GenICamPortWrapper::takeCamera(handle.mac.data());
+        handle.macIsTaken = board::CamerasInUse::instance().take(handle.mac.data());
     }
     return handle.macIsTaken;
 }
 
 void releaseMac(CameraHandle& handle) {
     if (handle.macIsTaken) {
-        GenICamPortWrapper::setCameraInUse(handle.mac.data(), false);
+        board::CamerasInUse::instance().giveBack(handle.mac.data());
         handle.macIsTaken = false;
     }
 }
 
-void clearSlot(CameraHandle& handle) {
-    CameraHandle*& slot = handle.slots->cameras.at(static_cast<std::size_t>(handle.port));
-    if (slot == &handle) {
-        slot = nullptr;
-    }
-}
-
 // From here on the handle's control of the camera is watched over. False when another application has taken
-// it meanwhile.
+// it meanwhile, or the board is closed.
 bool startWatching(const CameraHandle& handle) {
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(handle.board(), handle.port));
-    return GenICamPortWrapper::watchControl(handle.board(), handle.port);
+    const HeldPort held(handle.place());
+    return held.port() != nullptr && board::watchControl(held);
 }
 
 void stopWatching(const CameraHandle& handle) {
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(handle.board(), handle.port));
-    GenICamPortWrapper::unwatchControl(handle.board(), handle.port);
+    board::unwatchControl(HeldPort(handle.place()));
 }
 
-// The device of a port may be null after a switch: the heartbeat then idles.
+// There may be no device after a move: the heartbeat then idles.
 void startHeartbeat(CameraHandle& handle) {
-    handle.heartbeat.reset(new GbeHeartbeatThread(handle.device()));
+    handle.heartbeat.reset(new GbeHeartbeatThread(handle.sharedDevice()));
     handle.heartbeat->start(QThread::InheritPriority);
 }
 
 // Loads the description. A file that it asks for and that does not exist is remembered for the port.
 int loadDescription(CameraHandle& handle) {
-    const auto remember = [&](const QString& file) {
-        GenICamPortWrapper::setLocalXmlFile(handle.board(), handle.port, file);
-    };
+    CameraPort& place = handle.place();
+    const auto remember = [&](const QString& file) { place.setLocalXmlFile(file.toStdString()); };
     remember(QString());
-    return api::guarded(
+    std::shared_ptr<Device> device = handle.sharedDevice();
+    const int result = api::guarded(
         [&] {
-            const int result = GenICamPortWrapper::initializeGenICamInterface(
-                handle.board(), handle.port, handle.standardBehaviour);
-            return result == 0 ? status::Success : status::XmlRead;
+            const bool good = board::retrieveDescription(place, device, handle.standardBehaviour);
+            return good ? status::Success : status::XmlRead;
         },
         remember);
+    if (device != handle.sharedDevice()) {
+        handle.setDevice(std::move(device));
+    }
+    return result;
 }
 
 // Everything that an attempt to connect takes, and gives back unless it succeeds: a failed attempt leaves the
@@ -153,25 +180,25 @@ public:
         if (m_hasControl) {
             stopWatching(m_handle);
             giveControlBack(m_handle);
-            GenICamPortWrapper::deleteCamera(m_handle.board(), m_handle.port);
+            board::disown(m_handle.place(), m_handle.device());
         }
         if (!m_hadMac) {
             releaseMac(m_handle);
         }
-        GenICamPortWrapper::releasePort(m_handle.board(), m_handle.port, &m_handle);
+        m_handle.place().release(&m_handle);
     }
     Attempt(const Attempt&) = delete;
     Attempt& operator=(const Attempt&) = delete;
 
     int run() {
-        m_hasPort = GenICamPortWrapper::claimPort(m_handle.board(), m_handle.port, &m_handle);
+        m_hasPort = m_handle.place().claim(&m_handle);
         if (!m_hasPort) {
             return status::PortNotAvailable;
         }
         if (!takeMac(m_handle)) {
             return status::CameraBusy;
         }
-        int result = takeControl(m_handle, m_handle.board(), m_handle.port, Beforehand::Look);
+        int result = takeControl(m_handle, m_handle.place(), Beforehand::Look);
         m_hasControl = result == status::Success;
         if (m_hasControl && !m_handle.descriptionReady) {
             result = loadDescription(m_handle);
@@ -191,144 +218,197 @@ private:
     bool m_succeeded = false;
 };
 
-bool isLost(const CameraHandle& handle) {
-    const tavo::ImplGenICamCamera* device = handle.device();
-    return device != nullptr && device->getControlLoss() != tavo::ControlLoss::None;
-}
-
 // Ends a connection without control. Nothing is given back to the camera, which may be silent or somebody
 // else's by now; port and MAC stay the handle's for the attempt that follows.
 void dropConnection(CameraHandle& handle) {
     handle.heartbeat.reset();
     handle.transmission.reset();
     handle.loss = static_cast<int>(handle.device()->getControlLoss());
-    handle.connected = false;
     stopWatching(handle);
     handle.texts.clear();
 }
 
-int connectCamera(CameraHandle* handle, int connectedAlready) {
-    if (handle == nullptr) {
-        return status::IllegalParameter;
-    }
-    if (handle->connected && !isLost(*handle)) {
-        return connectedAlready;
-    }
-    if (handle->openBoard() == nullptr) {
-        return status::BoardDoesNotExist;
-    }
-    if (handle->connected) {
-        dropConnection(*handle);
-    }
-    const int result = Attempt(*handle).run();
-    if (result != status::Success) {
-        return result;
-    }
-    handle->connected = true;
-    if (tavo::ImplGenICamCamera* device = handle->device()) {
-        device->enableChecking(handle->checksEnabled);
+// Tells listeners what a change has made of control. The handle is theirs to change again: nothing of it is
+// touched here.
+int announced(const std::shared_ptr<Device>& device) {
+    if (device != nullptr) {
         device->announceControlLoss();
     }
-    startHeartbeat(*handle);
     return status::Success;
 }
 
+int connectCamera(CameraHandle* handle, Call call) {
+    if (handle == nullptr) {
+        return status::IllegalParameter;
+    }
+    std::shared_ptr<Device> device;
+    {
+        Change change(*handle, call);
+        if (change.refused() != status::Success) {
+            return change.refused();
+        }
+        if (!handle->place().isOpen()) {
+            return status::BoardDoesNotExist;
+        }
+        if (change.before() == State::Connected) {
+            change.to(State::Disconnected);
+            dropConnection(*handle);
+        }
+        const int result = Attempt(*handle).run();
+        if (result != status::Success) {
+            return result;
+        }
+        device = handle->sharedDevice();
+        if (device != nullptr) {
+            device->enableChecking(handle->checksEnabled);
+        }
+        startHeartbeat(*handle);
+        change.to(State::Connected);
+    }
+    return announced(device);
+}
+
 // Ends a connection, if there is one, and gives the camera's control back in any case.
-void endConnection(CameraHandle& handle) {
+void endConnection(CameraHandle& handle, State before) {
     handle.heartbeat.reset();
     handle.transmission.reset();
-    if (handle.connected) {
+    if (before == State::Connected) {
         stopWatching(handle);
         handle.loss = GBE_LOSS_DISCONNECTED;
     }
     giveControlBack(handle);
-    GenICamPortWrapper::releasePort(handle.board(), handle.port, &handle);
-    handle.connected = false;
+    handle.place().release(&handle);
     handle.texts.clear();
 }
 
 // The checks before anything changes. The codes are as documented, surprising or not.
-int checkSwitch(const CameraHandle* handle, const BoardHandle* newBoard, unsigned newPort) {
-    if (handle == nullptr || newBoard == nullptr || newPort >= GenICamPortWrapper::kPorts) {
+int checkMove(const CameraHandle* handle, const BoardHandle* newBoard, const CameraPort* newPlace) {
+    if (handle == nullptr || newPlace == nullptr) {
         return status::IllegalParameter;
     }
-    if (newBoard->slots->cameras.at(newPort) != nullptr) {
+    if (!newBoard->slots->isFree(newPlace->number)) {
         return status::BoardDoesNotExist;
     }
-    const int port = static_cast<int>(newPort);
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(newBoard->index(), port));
-    const GigeCamera* open = GenICamPortWrapper::getBoard(newBoard->index());
-    if (open == nullptr) {
-        return status::BoardDoesNotExist;
-    }
-    return open->discoveredCount(port) == 0 ? status::NoCamerasFound : status::Success;
+    return status::Success;
 }
 
-// Takes the device object along, if it is this handle's: its description is the camera's on every port.
-void moveTo(CameraHandle& handle, BoardHandle& newBoard, int newPort) {
-    if (GenICamPortWrapper::portUser(handle.board(), handle.port) == nullptr) { // not so on the same port
-        GenICamPortWrapper::moveCamera(handle.board(), handle.port, newBoard.index(), newPort);
+int checkNewPort(const CameraHandle& handle, CameraPort& place) {
+    const HeldPort held(place);
+    if (held.port() == nullptr) {
+        return status::BoardDoesNotExist;
     }
-    clearSlot(handle);
+    if (held.port()->cameras().count() == 0) {
+        return status::NoCamerasFound;
+    }
+    return place.user() != nullptr && place.user() != &handle ? status::PortNotAvailable : status::Success;
+}
+
+// Takes the device along: its description is the camera's on every port.
+void moveTo(CameraHandle& handle, const BoardHandle& newBoard, CameraPort& newPlace) {
+    handle.slots->clear(handle.place().number, &handle);
+    if (handle.device() != nullptr && &newPlace != &handle.place()) {
+        board::disown(handle.place(), handle.device());
+        board::makeOwn(newPlace, handle.sharedDevice());
+        board::leadTo(*handle.device(), newPlace);
+    }
     handle.slots = newBoard.slots;
-    handle.port = newPort;
-    handle.slots->cameras.at(static_cast<std::size_t>(newPort)) = &handle;
-    handle.connected = true;
+    handle.setPlace(newPlace);
+    handle.slots->put(newPlace.number, &handle);
 }
 
-int switchConnection(CameraHandle* handle, BoardHandle* newBoard, unsigned newPort) {
-    if (const int refused = checkSwitch(handle, newBoard, newPort); refused != status::Success) {
-        return refused;
-    }
-    const int board = newBoard->index();
-    const int port = static_cast<int>(newPort);
-    const void* user = GenICamPortWrapper::portUser(board, port);
-    if (user != nullptr && user != handle) {
+int takeNewPort(CameraHandle& handle, CameraPort& place) {
+    if (!place.claim(&handle)) {
         return status::PortNotAvailable;
     }
-    const bool hadMac = handle->macIsTaken;
-    if (!takeMac(*handle)) {
-        return status::CameraBusy;
-    }
-    endConnection(*handle);
-    const int result = GenICamPortWrapper::claimPort(board, port, handle)
-                           ? takeControl(*handle, board, port, Beforehand::DoNotLook)
-                           : status::PortNotAvailable;
+    const int result = takeControl(handle, place, Beforehand::DoNotLook);
     if (result != status::Success) {
-        GenICamPortWrapper::releasePort(board, port, handle);
-        if (!hadMac) {
-            releaseMac(*handle);
+        place.release(&handle);
+    }
+    return result;
+}
+
+int moveConnection(CameraHandle& handle, const BoardHandle& newBoard, CameraPort& newPlace) {
+    std::shared_ptr<Device> device;
+    {
+        Change change(handle, Call::Move);
+        if (change.refused() != status::Success) {
+            return change.refused();
         }
-        return result;
+        if (const int refused = checkNewPort(handle, newPlace); refused != status::Success) {
+            return refused;
+        }
+        const bool hadMac = handle.macIsTaken;
+        if (!takeMac(handle)) {
+            return status::CameraBusy;
+        }
+        change.to(State::Disconnected);
+        endConnection(handle, change.before());
+        if (const int result = takeNewPort(handle, newPlace); result != status::Success) {
+            if (!hadMac) {
+                releaseMac(handle);
+            }
+            return result;
+        }
+        moveTo(handle, newBoard, newPlace);
+        startWatching(handle);
+        startHeartbeat(handle);
+        device = handle.sharedDevice();
+        change.to(State::Connected);
     }
-    moveTo(*handle, *newBoard, port);
-    startWatching(*handle);
-    if (tavo::ImplGenICamCamera* device = handle->device()) {
-        device->announceControlLoss();
+    return announced(device);
+}
+
+int switchConnection(CameraHandle* handle, const BoardHandle* newBoard, unsigned newPort) {
+    CameraPort* newPlace = api::portOf(newBoard, newPort);
+    const int refused = checkMove(handle, newBoard, newPlace);
+    return refused != status::Success ? refused : moveConnection(*handle, *newBoard, *newPlace);
+}
+
+// What disconnecting ends: the camera is anybody's, and the handle no more reached from its board handle.
+void disconnect(CameraHandle& handle, State before) {
+    endConnection(handle, before);
+    releaseMac(handle);
+    handle.slots->clear(handle.place().number, &handle);
+}
+
+// Ends a handle that nobody else changes. What its device has queued is delivered before the caller goes on.
+void freeHandle(CameraHandle* handle) {
+    const State before = handle->heartbeat != nullptr ? State::Connected : State::Disconnected;
+    if (before == State::Connected) {
+        disconnect(*handle, before);
     }
-    startHeartbeat(*handle);
-    return status::Success;
+    releaseMac(*handle);
+    const bool hadDevice = handle->device() != nullptr;
+    if (hadDevice) {
+        board::disown(handle->place(), handle->device());
+    }
+    handle->slots->clear(handle->place().number, handle);
+    delete handle;
+    if (hadDevice && QCoreApplication::instance() != nullptr) {
+        QCoreApplication::processEvents();
+    }
 }
 
 } // namespace
 
 int Gbe_connectCamera(CameraHandle* camera) {
-    constexpr int kConnectedAlready = status::CameraNotConnected; // deliberately this code
-    return connectCamera(camera, kConnectedAlready);
+    return connectCamera(camera, Call::Connect);
 }
 
 int Gbe_connectCameraWithoutService(CameraHandle* camera) {
-    return connectCamera(camera, status::CameraAlreadyConnected);
+    return connectCamera(camera, Call::ConnectWithoutService);
 }
 
 int Gbe_disconnectCamera(CameraHandle* camera) {
     if (camera == nullptr) {
         return status::IllegalParameter;
     }
-    endConnection(*camera);
-    releaseMac(*camera);
-    clearSlot(*camera);
-    return status::Success;
+    Change change(*camera, Call::Disconnect);
+    if (change.refused() == status::Success) {
+        change.to(State::Disconnected);
+        disconnect(*camera, change.before());
+    }
+    return change.refused();
 }
 
 int Gbe_switchCameraConnection(CameraHandle* camera, BoardHandle* newBoard, unsigned newPort) {
@@ -339,17 +419,22 @@ int Gbe_switchCameraConnectionWithoutService(CameraHandle* camera, BoardHandle* 
     return switchConnection(camera, newBoard, newPort);
 }
 
+// While a call changes the handle, as when a listener frees it from inside, that call frees it at its end.
 void Gbe_freeCamera(CameraHandle* camera) {
     if (camera == nullptr) {
         return;
     }
-    if (camera->connected) {
-        Gbe_disconnectCamera(camera);
+    State before = camera->connection.load();
+    for (;;) {
+        if (before == State::Leaving) {
+            return;
+        }
+        const State next = before == State::Changing ? State::Leaving : State::Changing;
+        if (camera->connection.compare_exchange_weak(before, next)) {
+            break;
+        }
     }
-    releaseMac(*camera);
-    if (GenICamPortWrapper::portUser(camera->board(), camera->port) == nullptr) {
-        GenICamPortWrapper::deleteCamera(camera->board(), camera->port);
+    if (before != State::Changing) {
+        freeHandle(camera);
     }
-    clearSlot(*camera);
-    delete camera;
 }

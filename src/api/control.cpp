@@ -1,8 +1,8 @@
 // Who controls a handle's camera, and why the handle does not.
 #include "api/handles.h"
 #include "api/visit.h"
+#include "board/control_registers.h"
 #include "liomol/gige.h"
-#include "util/qt_locks.h"
 #include "util/status.h"
 
 #include <optional>
@@ -21,16 +21,16 @@ static_assert(
     sameNumber(tavo::ControlLoss::Rebooted, GBE_LOSS_REBOOTED));
 
 // A connected handle's own camera is looked at where what is seen is learnt from; any other one is visited.
-std::optional<board::ControlReading> look(const CameraHandle& camera, GigeCamera& open) {
-    if (camera.connected) {
-        return GenICamPortWrapper::lookAtControl(camera.board(), camera.port);
+std::optional<board::ControlReading> look(const CameraHandle& camera, const board::HeldPort& held) {
+    if (camera.isConnected()) {
+        return board::lookAtControl(held);
     }
-    const DiscoveredCamera* record = api::recordOf(open, camera.port, camera.mac.data());
+    const DiscoveredCamera* record = api::recordOf(held, camera.mac.data());
     if (record == nullptr) {
         return std::nullopt;
     }
-    const api::Visit visit(open, camera.board(), camera.port, DiscoveredCamera(*record));
-    return board::readControl(open, camera.port);
+    const api::Visit visit(held, *record);
+    return board::readControl(held);
 }
 
 GbeControlHolder shown(board::Holder holder, bool isHeld) {
@@ -55,13 +55,12 @@ int Gbe_getControlStatus(CameraHandle* camera, GbeControlStatus* out) {
     if (camera == nullptr || out == nullptr) {
         return status::IllegalParameter;
     }
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(camera->board(), camera->port));
-    GigeCamera* open = camera->openBoard();
-    if (open == nullptr) {
+    const board::HeldPort held(camera->place());
+    if (held.port() == nullptr) {
         return status::BoardDoesNotExist;
     }
-    const board::ControlReading reading = look(*camera, *open).value_or(board::ControlReading{});
-    const int loss = api::lossOf(*camera);
+    const board::ControlReading reading = look(*camera, held).value_or(board::ControlReading{});
+    const int loss = api::lossOf(*camera, held);
     *out = {
         shown(reading.holder, loss == GBE_LOSS_NONE), loss, net::Ipv4::fromNumber(reading.ip).lowFirst(),
         reading.udpPort};

@@ -114,12 +114,14 @@ int Gbe_getFeatureKind(CameraHandle* camera, const char* name, int* kind) {
     return api::withFeature<GenICamNode>(camera, name, [&](auto& node) { *kind = kindOf(&node); });
 }
 
+// A device that is not connected has nothing cached that will ever be read.
 int Gbe_invalidateCache(CameraHandle* camera) {
     if (camera == nullptr) {
         return status::IllegalParameter;
     }
     return api::guarded([&] {
-        if (tavo::ImplGenICamCamera* device = camera->device()) {
+        tavo::ImplGenICamCamera* device = nullptr;
+        if (api::deviceOf(camera, device) == status::Success) {
             device->invalidateAllNodes();
         }
         return status::Success;
@@ -132,7 +134,7 @@ int Gbe_enableChecks(CameraHandle* camera, int enable) {
     }
     camera->checksEnabled = enable != 0;
     if (tavo::ImplGenICamCamera* device = camera->device()) {
-        device->enableChecking(camera->checksEnabled);
+        device->enableChecking(enable != 0);
     }
     return status::Success;
 }
@@ -142,14 +144,13 @@ int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable) {
         return status::IllegalParameter;
     }
     camera->standardBehaviour = enable != 0;
-    if (!camera->connected) {
-        return status::Success;
-    }
     return api::guarded([&] {
-        tavo::ImplGenICamCamera* const device = camera->device();
+        tavo::ImplGenICamCamera* device = nullptr;
+        if (api::deviceOf(camera, device) != status::Success) {
+            return status::Success;
+        }
         camera->texts.clear();
-        const bool built = device == nullptr || device->enableStandardBehaviour(camera->standardBehaviour);
-        return built ? status::Success : status::XmlRead;
+        return device->enableStandardBehaviour(enable != 0) ? status::Success : status::XmlRead;
     });
 }
 

@@ -15,12 +15,13 @@ namespace api {
 // The device of a handle that may be null or not connected: 0 with the device, or the status to return. A
 // handle that was switched to a port without ever loading a description has no device and counts as not
 // connected.
-inline int deviceOf(const CameraHandle* camera, tavo::ImplGenICamCamera*& device) {
+inline int deviceOf(const CameraHandle* camera, tavo::ImplGenICamCamera*& device, Call call = Call::Look) {
     if (camera == nullptr) {
         return status::IllegalParameter;
     }
-    device = camera->connected ? camera->device() : nullptr;
-    return device != nullptr ? status::Success : status::CameraNotConnected;
+    const int refused = camera->allowed(call);
+    device = refused == status::Success ? camera->device() : nullptr;
+    return refused == status::Success && device == nullptr ? status::CameraNotConnected : refused;
 }
 
 // Calls `work` with the handle's device; its exceptions become statuses.
@@ -51,11 +52,8 @@ int withFeature(const CameraHandle* camera, const char* name, Work&& work) {
         return status::IllegalParameter;
     }
     tavo::ImplGenICamCamera* device = nullptr;
-    if (const int refused = deviceOf(camera, device); refused != status::Success) {
+    if (const int refused = deviceOf(camera, device, Call::Use); refused != status::Success) {
         return refused;
-    }
-    if (device->getControlLoss() != tavo::ControlLoss::None) {
-        return status::Connection; // also for what is cached: the camera may have forgotten it
     }
     return withNode<Interface>(*device, name, std::forward<Work>(work));
 }

@@ -1,12 +1,16 @@
 // What stands behind the two opaque handles of the C interface.
 #pragma once
 
+#include "api/ConnectionState.h"
+#include "board/Board.h"
 #include "board/GbeHeartbeatThread.h"
-#include "board/GenICamPortWrapper.h"
+#include "board/control.h"
+#include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/gige.h"
 #include "service/GbeTransmission.h"
 
 #include <array>
+#include <atomic>
 #include <cstdlib>
 #include <functional>
 #include <map>
@@ -15,6 +19,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace api {
 
@@ -23,12 +28,23 @@ struct FreeInfo {
 };
 
 // The camera handles that a board handle reaches, one a port. Shared with those camera handles: a
-// disconnected camera may be freed after its board handle.
-struct BoardSlots {
-    explicit BoardSlots(int board) : boardIndex(board) {}
+// disconnected camera may be freed after its board handle. Any thread.
+class BoardSlots {
+public:
+    explicit BoardSlots(board::Board& ofThem) : board(ofThem) {}
 
-    const int boardIndex;
-    std::array<CameraHandle*, GenICamPortWrapper::kPorts> cameras{};
+    board::Board& board;
+
+    // What the slot held before is simply forgotten.
+    void put(int port, CameraHandle* camera);
+    // Nothing when the slot holds another one.
+    void clear(int port, const CameraHandle* camera);
+    bool isFree(int port) const;
+    std::array<CameraHandle*, board::kPorts> all() const;
+
+private:
+    mutable std::mutex m_mutex;
+    std::array<CameraHandle*, board::kPorts> m_cameras{}; // under m_mutex
 };
 
 // Texts that a handle has given out: C callers hold pointers, the nodes give copies.
@@ -46,7 +62,8 @@ private:
     std::set<std::string, std::less<>> m_interned;               // under m_mutex
 };
 
-// Ends a heartbeat: asks it to stop and waits for it.
+// Ends a heartbeat: asks it to stop and waits for it, unless a listener of its own thread does it: then it
+// ends when the listener is out, and goes with the next one that ends.
 struct StopHeartbeat {
     void operator()(GbeHeartbeatThread* heartbeat) const;
 };
@@ -54,39 +71,83 @@ struct StopHeartbeat {
 } // namespace api
 
 struct BoardHandle {
-    explicit BoardHandle(int board) : slots(std::make_shared<api::BoardSlots>(board)) {}
+    explicit BoardHandle(board::Board& open) : slots(std::make_shared<api::BoardSlots>(open)) {}
 
-    int index() const { return slots->boardIndex; }
+    board::Board& board() const { return slots->board; }
 
     std::shared_ptr<api::BoardSlots> slots;
 };
 
+// The handle owns its device, its connection and its heartbeat; what the board layer keeps by numbers is a
+// mirror of it. Threads: a Change (see connection.cpp) writes what is marked so; all else is safe for any
+// thread for as long as nobody frees the handle.
 struct CameraHandle {
-    int board() const { return slots->boardIndex; }
-    GigeCamera* openBoard() const { return GenICamPortWrapper::getBoard(board()); }
-    tavo::ImplGenICamCamera* device() const { return GenICamPortWrapper::getDevice(board(), port); }
+    using Mac = std::array<unsigned char, 6>;
 
-    std::shared_ptr<api::BoardSlots> slots; // of the board handle that the camera was found through
-    int port = 0;
-    std::array<unsigned char, 6> mac{}; // names the camera, whatever becomes the port's current one
+    CameraHandle(std::shared_ptr<api::BoardSlots> from, board::CameraPort& port, const Mac& address)
+        : mac(address), slots(std::move(from)), m_place(&port) {}
+
+    const Mac mac; // names the camera, whatever becomes the port's current one
+
+    // The port that the camera hangs on; moving the handle changes it.
+    board::CameraPort& place() const { return *m_place.load(std::memory_order_acquire); }
+    void setPlace(board::CameraPort& port) { m_place.store(&port, std::memory_order_release); }
+
+    // Made by the first connect that finds a description, and the handle's as long as it lives. Null before.
+    board::Device* device() const { return m_device.load(std::memory_order_acquire); }
+    const std::shared_ptr<board::Device>& sharedDevice() const { return m_deviceShare; } // for a Change
+    void setDevice(std::shared_ptr<board::Device> device) {
+        m_deviceShare = std::move(device);
+        m_device.store(m_deviceShare.get(), std::memory_order_release);
+    }
+
+    // What a stored state amounts to, and the gate with it.
+    api::State shown(api::State stored) const {
+        return stored == api::State::Connected && isControlLost() ? api::State::Lost : stored;
+    }
+    int allowed(api::Call call) const {
+        return api::allowed(shown(connection.load(std::memory_order_acquire)), call);
+    }
+    bool isConnected() const { return connection.load(std::memory_order_acquire) == api::State::Connected; }
+
+    std::atomic<api::State> connection{api::State::Found}; // as a Change sets it
+    std::atomic<int> loss{GBE_LOSS_NEVER_HELD};            // a GbeControlLoss, while not connected
+    std::atomic<bool> checksEnabled{false};                // the wish, for the device that connecting makes
+    std::atomic<bool> standardBehaviour{false};            // likewise
+    std::unique_ptr<CameraInfo, api::FreeInfo> info;       // as the look-up made it
+    api::HandedTexts texts;
+
+    // --- For a Change
+    std::shared_ptr<api::BoardSlots> slots;        // of the board handle that the camera was found through
     std::unique_ptr<GbeTransmission> transmission; // nothing makes one yet
     std::unique_ptr<GbeHeartbeatThread, api::StopHeartbeat> heartbeat;
-    bool macIsTaken = false; // this handle is why the registry has the MAC in use
-    bool connected = false;
-    int loss = GBE_LOSS_NEVER_HELD; // a GbeControlLoss, while not connected
-    bool descriptionReady = false;  // connecting leaves the description alone; nothing sets it yet
-    bool checksEnabled = false;     // the wish, for the device that connecting makes
-    bool standardBehaviour = false; // likewise
-    std::unique_ptr<CameraInfo, api::FreeInfo> info;
-    api::HandedTexts texts;
+    bool macIsTaken = true;        // this handle is why the camera counts as in use
+    bool descriptionReady = false; // connecting leaves the description alone; nothing sets it yet
+
+private:
+    bool isControlLost() const {
+        const board::Device* own = device();
+        return own != nullptr && own->getControlLoss() != tavo::ControlLoss::None;
+    }
+
+    std::atomic<board::CameraPort*> m_place;
+    std::shared_ptr<board::Device> m_deviceShare;
+    std::atomic<board::Device*> m_device{nullptr};
 };
 
 namespace api {
 
-// A GbeControlLoss. The caller holds the mutex of the handle's port.
-inline int lossOf(const CameraHandle& camera) {
-    return camera.connected ? static_cast<int>(GenICamPortWrapper::controlLoss(camera.board(), camera.port))
-                            : camera.loss;
+// Where a port number of the C interface becomes a port; null when it, or the handle, is bad.
+inline board::CameraPort* portOf(board::Board& board, unsigned port) {
+    return port < unsigned{board::kPorts} ? board.findPort(static_cast<int>(port)) : nullptr;
+}
+inline board::CameraPort* portOf(const BoardHandle* handle, unsigned port) {
+    return handle != nullptr ? portOf(handle->board(), port) : nullptr;
+}
+
+// A GbeControlLoss; `held` is the handle's port.
+inline int lossOf(const CameraHandle& camera, const board::HeldPort& held) {
+    return camera.isConnected() ? static_cast<int>(board::controlLoss(held)) : camera.loss.load();
 }
 
 } // namespace api

@@ -8,8 +8,6 @@
 #include <cstdint>
 #include <optional>
 
-class GigeCamera;
-
 namespace board {
 
 enum class Holder {
@@ -29,14 +27,6 @@ struct ControlReading {
     std::uint16_t udpPort = 0;   // of the holder
     std::optional<std::uint32_t> heartbeatTimeout; // milliseconds; looked at when nobody has control
 };
-
-// Looks at the current camera of a port, whose mutex the caller holds, and changes nothing. Takes 4 s when
-// the camera is silent.
-ControlReading readControl(GigeCamera& board, int port);
-
-// Asks the current camera of the port for control, as readControl otherwise; true when it refuses because
-// somebody else has control.
-bool isControlRefused(GigeCamera& board, int port);
 
 // A value machine: it is told when and how accesses ended and what a look has shown, and says whether control
 // is lost. One thread at a time.

@@ -3,6 +3,7 @@
 #include "genicam/device/ImplGenICamCamera.h"
 
 #include <exception>
+#include <utility>
 
 namespace {
 
@@ -11,12 +12,14 @@ constexpr std::int64_t kTicksPerSecond = 1000 / kTick;
 
 } // namespace
 
-GbeHeartbeatThread::GbeHeartbeatThread(tavo::ImplGenICamCamera* device) : m_device(device) {}
+GbeHeartbeatThread::GbeHeartbeatThread(std::shared_ptr<tavo::ImplGenICamCamera> device)
+    : m_device(std::move(device)) {}
 
 void GbeHeartbeatThread::run() {
     while (waitForPeriod()) {
         beat();
     }
+    m_device.reset();
 }
 
 // False when the thread shall end. Waits at least one tick, so that no period makes the thread spin.

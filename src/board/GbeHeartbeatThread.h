@@ -11,6 +11,7 @@
 #include <QtCore/QThread>
 
 #include <atomic>
+#include <memory>
 
 namespace tavo {
 class ImplGenICamCamera;
@@ -18,8 +19,8 @@ class ImplGenICamCamera;
 
 class GbeHeartbeatThread : public QThread {
 public:
-    // The device is not owned and must outlive the thread's run. With a null device the thread idles.
-    explicit GbeHeartbeatThread(tavo::ImplGenICamCamera* device);
+    // The thread shares the device until its run is over. With a null device it idles.
+    explicit GbeHeartbeatThread(std::shared_ptr<tavo::ImplGenICamCamera> device);
 
     // Ends the thread as soon as its heartbeat, if one is under way, is over. Does not wait.
     void requestStop() { m_stop = true; }
@@ -34,7 +35,7 @@ private:
     bool waitForPeriod();
     void beat();
 
-    tavo::ImplGenICamCamera* m_device;
+    std::shared_ptr<tavo::ImplGenICamCamera> m_device;
     std::atomic<int> m_period{1};
     std::atomic<bool> m_stop{false};
 };

@@ -2,6 +2,8 @@
 
 #include "protocol/bootstrap.h"
 #include "transport/GigeCamera.h"
+#include "transport/command_channel.h"
+#include "transport/stream_setup.h"
 
 #include <algorithm>
 #include <cstring>
@@ -26,6 +28,8 @@ unsigned addressOf(const DiscoveredCamera& record) {
 
 } // namespace
 
+camera::camera(GigeCamera* board, int port) : m_port(board != nullptr ? board->findPort(port) : nullptr) {}
+
 int camera::init() {
     for (const auto privilege :
          {bootstrap::kPrivilegeNone, bootstrap::kPrivilegeControl, bootstrap::kPrivilegeNone,
@@ -33,11 +37,12 @@ int camera::init() {
         writeRegister(bootstrap::kControlChannelPrivilege, static_cast<int>(privilege));
     }
     writeRegister(bootstrap::kHeartbeatTimeout, kHeartbeatTimeout);
-    const unsigned ownAddress = m_board != nullptr ? m_board->getPortIP(m_port) : 0;
+    const unsigned ownAddress = m_port != nullptr ? m_port->ip().number() : 0;
     writeRegister(bootstrap::kStreamChannelDestination, static_cast<int>(ownAddress));
     int readBack = 0; // only the access counts
     readRegister(bootstrap::kStreamChannelDestination, &readBack);
-    writeRegister(bootstrap::kStreamChannelPort, kFirstStreamPort + m_port);
+    writeRegister(
+        bootstrap::kStreamChannelPort, kFirstStreamPort + (m_port != nullptr ? m_port->index() : 0));
     writeRegister(bootstrap::kStreamChannelPacketSize, kStreamPacketSize);
     writeRegister(bootstrap::kStreamChannelPacketDelay, kStreamPacketDelay);
     return 0;
@@ -48,28 +53,28 @@ int camera::deinit() {
 }
 
 int camera::readRegister(unsigned address, int* value) {
-    if (m_board != nullptr) {
-        m_board->ReadRegister(m_port, address, value);
+    if (m_port != nullptr) {
+        transport::readRegister(*m_port, address, value);
     }
     return 0;
 }
 
 int camera::writeRegister(unsigned address, int value) {
-    if (m_board != nullptr) {
-        m_board->WriteRegister(m_port, address, value);
+    if (m_port != nullptr) {
+        transport::writeRegister(*m_port, address, value);
     }
     return 0;
 }
 
 int camera::setEolWidth(int width) {
-    if (m_board != nullptr) {
-        m_board->SetEolWidth(m_port, width, kOneBytePixels);
+    if (m_port != nullptr) {
+        transport::setEolWidth(*m_port, width, kOneBytePixels);
     }
     return 0;
 }
 
 const DiscoveredCamera* camera::record() const {
-    return m_board != nullptr ? m_board->currentCamera(m_port) : nullptr;
+    return m_port != nullptr ? m_port->currentCamera() : nullptr;
 }
 
 const char* camera::getManufactorName() const {
@@ -98,27 +103,25 @@ const char* camera::getUserName() const {
 
 // The index of the first record that matches, or -1.
 template<typename Predicate> int camera::firstRecord(Predicate&& matches) const {
-    const int count = m_board != nullptr ? m_board->discoveredCount(m_port) : 0;
+    const int count = m_port != nullptr ? m_port->cameras().count() : 0;
     for (int index = 0; index < count; ++index) {
-        if (matches(*m_board->discoveredCamera(m_port, index))) {
+        if (matches(*m_port->cameras().at(index))) {
             return index;
         }
     }
     return -1;
 }
 
-bool camera::select(int index, unsigned char* mac) {
-    if (m_board == nullptr || !m_board->selectCamera(m_port, index)) {
-        return false;
-    }
-    if (mac != nullptr) {
+// What a selection that went well tells.
+bool camera::told(bool selected, unsigned char* mac) const {
+    if (selected && mac != nullptr) {
         std::memcpy(mac, record()->mac, sizeof(record()->mac));
     }
-    return true;
+    return selected;
 }
 
 bool camera::selectCameraViaNumber(int number, unsigned char* mac) {
-    return select(number, mac);
+    return told(m_port != nullptr && m_port->selectCamera(number), mac);
 }
 
 bool camera::selectCameraViaMac(
@@ -129,15 +132,12 @@ bool camera::selectCameraViaMac(
 }
 
 bool camera::selectCameraViaMac(const unsigned char* mac) {
-    return select(
-        firstRecord([&](const DiscoveredCamera& found) {
-            return std::memcmp(found.mac, mac, sizeof(found.mac)) == 0;
-        }),
-        nullptr);
+    return m_port != nullptr && m_port->selectCamera(mac);
 }
 
 bool camera::selectCameraViaIp(unsigned ip, unsigned char* mac) {
-    return select(firstRecord([&](const DiscoveredCamera& found) { return addressOf(found) == ip; }), mac);
+    return selectCameraViaNumber(
+        firstRecord([&](const DiscoveredCamera& found) { return addressOf(found) == ip; }), mac);
 }
 
 bool camera::selectCameraViaUserName(const char* name, unsigned char* mac, bool* unique) {
@@ -147,5 +147,5 @@ bool camera::selectCameraViaUserName(const char* name, unsigned char* mac, bool*
         return false;
     });
     *unique = bearers <= 1;
-    return bearers > 0 && select(m_board->discoveredCount(m_port) - 1, mac);
+    return bearers > 0 && selectCameraViaNumber(m_port->cameras().count() - 1, mac);
 }

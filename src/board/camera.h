@@ -1,18 +1,23 @@
 // One port of a board as the place where a camera is picked and prepared. Made on the stack for each use.
 //
-// Threads: the caller holds the port's mutex (GenICamPortWrapper::mutex) during every call.
+// Threads: the caller holds the port (board/CameraPort.h) during every call.
 #pragma once
 
 #include "transport/DiscoveredCamera.h"
 
 class GigeCamera;
 
+namespace transport {
+class Port;
+}
+
 class camera {
 public:
     static constexpr int kHeartbeatTimeout = 15000; // milliseconds; what init() asks the camera to wait
 
     // `board` is not owned. Null, and a port other than 0 to 3, make a camera that finds nothing.
-    camera(GigeCamera* board, int port) : m_board(board), m_port(port) {}
+    camera(GigeCamera* board, int port);
+    explicit camera(transport::Port* port) : m_port(port) {}
     camera(const camera&) = default;
     camera& operator=(const camera&) = default;
     virtual ~camera() = default;
@@ -62,8 +67,7 @@ public:
 
 private:
     template<typename Predicate> int firstRecord(Predicate&& matches) const;
-    bool select(int index, unsigned char* mac);
+    bool told(bool selected, unsigned char* mac) const;
 
-    GigeCamera* m_board;
-    int m_port;
+    transport::Port* m_port; // not owned; may be null
 };

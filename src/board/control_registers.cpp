@@ -1,18 +1,19 @@
-// What a camera's bootstrap registers tell about control of it.
-#include "board/ControlWatch.h"
+#include "board/control_registers.h"
+
 #include "protocol/bootstrap.h"
 #include "protocol/gvcp.h"
-#include "transport/GigeCamera.h"
+#include "transport/command_channel.h"
 
 namespace board {
 namespace {
 
 constexpr std::uint32_t kPrivilegeBits = bootstrap::kPrivilegeExclusive | bootstrap::kPrivilegeControl;
 
-std::optional<std::uint32_t> readRegister(GigeCamera& board, int port, bootstrap::Address address) {
+std::optional<std::uint32_t> readRegister(transport::Port& port, bootstrap::Address address) {
     int value = 0;
-    return board.ReadRegister(port, address, &value) == 0 ? std::optional(static_cast<std::uint32_t>(value))
-                                                          : std::nullopt;
+    return transport::readRegister(port, address, &value) == 0
+               ? std::optional(static_cast<std::uint32_t>(value))
+               : std::nullopt;
 }
 
 // A camera that was moved from one port of the board to another still has the first one's address.
@@ -25,24 +26,26 @@ bool isOwn(const GigeCamera& board, std::uint32_t ip, std::uint16_t udpPort) {
 }
 
 // Where the camera has the registers, which it need not.
-void readHolder(GigeCamera& board, int port, ControlReading& reading) {
+void readHolder(const HeldPort& held, ControlReading& reading) {
+    transport::Port& port = *held.port();
     reading.holder = Holder::Somebody;
-    reading.ip = readRegister(board, port, bootstrap::kPrimaryApplicationIp).value_or(0);
+    reading.ip = readRegister(port, bootstrap::kPrimaryApplicationIp).value_or(0);
     if (reading.ip == 0) {
         return;
     }
-    const auto udpPort = readRegister(board, port, bootstrap::kPrimaryApplicationPort);
+    const auto udpPort = readRegister(port, bootstrap::kPrimaryApplicationPort);
     reading.udpPort = static_cast<std::uint16_t>(udpPort.value_or(GigeCamera::kControlPort));
-    reading.holder = isOwn(board, reading.ip, reading.udpPort) ? Holder::Self : Holder::Other;
+    reading.holder = isOwn(*held.board(), reading.ip, reading.udpPort) ? Holder::Self : Holder::Other;
 }
 
 } // namespace
 
-ControlReading readControl(GigeCamera& board, int port) {
+ControlReading readControl(const HeldPort& held) {
+    transport::Port& port = *held.port();
     int privilege = 0;
-    int result = board.ReadRegister(port, bootstrap::kControlChannelPrivilege, &privilege);
+    int result = transport::readRegister(port, bootstrap::kControlChannelPrivilege, &privilege);
     if (result < 0) {
-        result = board.ReadRegister(port, bootstrap::kControlChannelPrivilege, &privilege);
+        result = transport::readRegister(port, bootstrap::kControlChannelPrivilege, &privilege);
     }
     ControlReading reading;
     reading.answered = result >= 0;
@@ -55,18 +58,18 @@ ControlReading readControl(GigeCamera& board, int port) {
     const auto bits = static_cast<std::uint32_t>(privilege);
     reading.canBeTakenOver = (bits & bootstrap::kPrivilegeSwitchover) != 0;
     if ((bits & kPrivilegeBits) != 0) {
-        readHolder(board, port, reading);
+        readHolder(held, reading);
     } else {
         reading.holder = Holder::Nobody;
-        reading.heartbeatTimeout = readRegister(board, port, bootstrap::kHeartbeatTimeout);
+        reading.heartbeatTimeout = readRegister(port, bootstrap::kHeartbeatTimeout);
     }
     return reading;
 }
 
-bool isControlRefused(GigeCamera& board, int port) {
+bool isControlRefused(const HeldPort& held) {
     constexpr int kRefused = static_cast<int>(gvcp::Status::AccessDenied);
     constexpr int kControl = static_cast<int>(bootstrap::kPrivilegeControl);
-    return board.WriteRegister(port, bootstrap::kControlChannelPrivilege, kControl) == kRefused;
+    return transport::writeRegister(*held.port(), bootstrap::kControlChannelPrivilege, kControl) == kRefused;
 }
 
 } // namespace board

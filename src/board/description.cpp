@@ -1,13 +1,12 @@
-// Finding a camera's description and building its device object.
-#include "board/GenICamPortWrapper.h"
+#include "board/description.h"
+
 #include "board/description_file.h"
-#include "board/description_url.h"
-#include "board/tables.h"
+#include "board/devices.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/exceptions.h"
 #include "protocol/bootstrap.h"
+#include "transport/command_channel.h"
 #include "util/ZipReader.h"
-#include "util/qt_locks.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QByteArray>
@@ -16,6 +15,7 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <new>
 
 namespace board {
@@ -29,11 +29,22 @@ struct Document {
     explicit operator bool() const { return text != nullptr || !file.isEmpty(); }
 };
 
-bool readCameraMemory(int boardIndex, int port, unsigned address, unsigned length, char* buffer) {
-    const util::ScopedMutex lock(GenICamPortWrapper::mutex(boardIndex, port));
-    GigeCamera* open = GenICamPortWrapper::getBoard(boardIndex);
-    unsigned short done = 0;
-    return open != nullptr && open->ReadMemory(port, address, length, &done, buffer) == 0;
+// The URL that was parsed last.
+struct LastUrl {
+    std::mutex mutex;
+    DescriptionUrl url; // under mutex
+};
+
+// Never destroyed: threads of the application may still run while the process ends.
+LastUrl& last() {
+    static LastUrl& one = *new LastUrl;
+    return one;
+}
+
+bool readCameraMemory(CameraPort& place, unsigned address, unsigned length, char* buffer) {
+    const HeldPort held(place);
+    return held.port() != nullptr &&
+           transport::readMemory(*held.port(), address, length, nullptr, buffer) == 0;
 }
 
 std::unique_ptr<char[]> copyOf(const QByteArray& bytes) {
@@ -64,14 +75,13 @@ bool isPlausibleRange(const DescriptionUrl& url) {
     return url.length > 0 && length <= tavo::kMaxDescriptionSize && url.address + length <= kAddressSpace;
 }
 
-Document fetchFromCamera(int boardIndex, int port, const DescriptionUrl& url) {
+Document fetchFromCamera(CameraPort& place, const DescriptionUrl& url) {
     if (!isPlausibleRange(url)) {
         return {};
     }
     const auto length = static_cast<std::size_t>(url.length);
     std::unique_ptr<char[]> bytes(new (std::nothrow) char[length + 1]);
-    if (!bytes ||
-        !readCameraMemory(boardIndex, port, url.address, static_cast<unsigned>(length), bytes.get())) {
+    if (!bytes || !readCameraMemory(place, url.address, static_cast<unsigned>(length), bytes.get())) {
         return {};
     }
     bytes[length] = '\0';
@@ -96,10 +106,10 @@ Document fetchFromFile(const DescriptionUrl& url) {
     return {unpack(archive), {}};
 }
 
-Document fetch(int boardIndex, int port, const DescriptionUrl& url) {
+Document fetch(CameraPort& place, const DescriptionUrl& url) {
     switch (url.scheme) {
     case UrlScheme::Local:
-        return fetchFromCamera(boardIndex, port, url);
+        return fetchFromCamera(place, url);
     case UrlScheme::File:
         return fetchFromFile(url);
     case UrlScheme::Http: // deliberately never fetched
@@ -108,19 +118,6 @@ Document fetch(int boardIndex, int port, const DescriptionUrl& url) {
         break;
     }
     return {};
-}
-
-DescriptionUrl readUrl(int boardIndex, int port, int which) {
-    const unsigned address = which == 0 ? bootstrap::kFirstUrl : bootstrap::kSecondUrl;
-    std::array<char, bootstrap::kUrlSize> text{};
-    DescriptionUrl url;
-    if (readCameraMemory(boardIndex, port, address, text.size(), text.data())) {
-        url = parseDescriptionUrl(std::string_view(text.data(), text.size()));
-    }
-    LastUrl& last = tables().lastUrl;
-    const std::lock_guard lock(last.mutex);
-    last.url = url;
-    return url;
 }
 
 bool connectDevice(tavo::ImplGenICamCamera& device, Document document) {
@@ -133,29 +130,40 @@ bool connectDevice(tavo::ImplGenICamCamera& device, Document document) {
 }
 
 } // namespace
-} // namespace board
 
-int GenICamPortWrapper::ReadXMLUrl(int board, int port, int which) {
-    return static_cast<int>(board::readUrl(board, port, which).scheme);
+DescriptionUrl readUrl(CameraPort& place, int which) {
+    const unsigned address = which == 0 ? bootstrap::kFirstUrl : bootstrap::kSecondUrl;
+    std::array<char, bootstrap::kUrlSize> text{};
+    DescriptionUrl url;
+    if (readCameraMemory(place, address, text.size(), text.data())) {
+        url = parseDescriptionUrl(std::string_view(text.data(), text.size()));
+    }
+    const std::lock_guard lock(last().mutex);
+    last().url = url;
+    return url;
 }
 
-board::DescriptionUrl GenICamPortWrapper::lastUrl() {
-    board::LastUrl& last = board::tables().lastUrl;
-    const std::lock_guard lock(last.mutex);
-    return last.url;
+DescriptionUrl lastUrl() {
+    const std::lock_guard lock(last().mutex);
+    return last().url;
 }
 
-int GenICamPortWrapper::initializeGenICamInterface(int board, int port, bool standardBehaviour) {
+bool retrieveDescription(CameraPort& place, std::shared_ptr<Device>& device, bool standardBehaviour) {
     for (const int which : {0, 1}) {
-        board::Document document = board::fetch(board, port, board::readUrl(board, port, which));
+        Document document = fetch(place, readUrl(place, which));
         if (!document) {
             continue;
         }
-        tavo::ImplGenICamCamera& device = *makeDevice(board, port);
-        device.enableStandardBehaviour(standardBehaviour);
-        if (board::connectDevice(device, std::move(document))) {
-            return 0;
+        if (device == nullptr) {
+            device = makeDevice(place);
+        }
+        makeOwn(place, device);
+        device->enableStandardBehaviour(standardBehaviour);
+        if (connectDevice(*device, std::move(document))) {
+            return true;
         }
     }
-    return -1;
+    return false;
 }
+
+} // namespace board

@@ -27,6 +27,11 @@ Result on(Ports& ports, int number, Result refused, Work&& work) {
 
 } // namespace
 
+transport::Port* GigeCamera::findPort(int number) {
+    constexpr transport::Port* kNone = nullptr;
+    return on(m_ports, number, kNone, [](auto& place) { return &place.port; });
+}
+
 void GigeCamera::SetMAC(int port, const unsigned char* mac) {
     on(m_ports, port, 0, [mac](auto& place) {
         if (mac != nullptr) {
@@ -232,7 +237,7 @@ int GigeCamera::Discover(int port, int) {
 }
 
 int GigeCamera::DiscoverAll(int) {
-    transport::discover({&port(0), &port(1), &port(2), &port(3)});
+    transport::discover({&m_ports[0].port, &m_ports[1].port, &m_ports[2].port, &m_ports[3].port});
     return 0;
 }
 

@@ -64,8 +64,8 @@ public:
     // two settings of an extended register. The result is that of the last read.
     int PhyReset(unsigned int phy, bool flag);
 
-    // Port 0 to 3; any other number throws std::out_of_range. The port lives as long as the board.
-    transport::Port& port(int number) { return m_ports.at(static_cast<std::size_t>(number)).port; }
+    // Port 0 to 3, and null for any other number. It lives as long as the board.
+    transport::Port* findPort(int number);
 
     // --- The port's own addresses
     // Copies 6 bytes; a null pointer is ignored.

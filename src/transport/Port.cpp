@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace transport {
 
@@ -40,7 +41,14 @@ void Port::setIp(const IpBytes& ip, const IpBytes& mask) {
 }
 
 bool Port::selectCamera(int index) {
-    const DiscoveredCamera* camera = m_cameras.at(index);
+    return select(m_cameras.at(index));
+}
+
+bool Port::selectCamera(const unsigned char* mac) {
+    return select(std::as_const(m_cameras).find(mac));
+}
+
+bool Port::select(const DiscoveredCamera* camera) {
     if (camera != nullptr) {
         m_selected = camera;
     }

@@ -50,6 +50,8 @@ public:
     // Takes record `index` of the table; false and no change when there is no such record. The record stays
     // what it is until the next discovery.
     bool selectCamera(int index);
+    // Takes the first record with this MAC address (6 bytes), likewise.
+    bool selectCamera(const unsigned char* mac);
     // Takes a copy of a record that a discovery may have dropped from the table since.
     void selectCamera(const DiscoveredCamera& record);
     // Null until a camera is selected; commands then go to zero addresses, where nobody answers.
@@ -86,6 +88,7 @@ public:
     Arrears& arrears() { return m_arrears; }
 
 private:
+    bool select(const DiscoveredCamera* camera);
     int id(fpga::PortRegister reg) const { return m_registers[static_cast<std::size_t>(reg)]; }
     int receiveFrame(UDPPacket* packet, unsigned* length, int timeout);
     int receiveWords(std::uint32_t length, UDPPacket* packet, int timeout);

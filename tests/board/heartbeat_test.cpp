@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <memory>
 #include <semaphore>
 
 namespace {
@@ -28,9 +29,9 @@ public:
 
 TEST(Heartbeat, GoesOnAfterFailuresUntilStopped) {
     FailingPort port;
-    tavo::ImplGenICamCamera device;
-    device.setPort(&port, "Device");
-    GbeHeartbeatThread thread(&device);
+    const auto device = std::make_shared<tavo::ImplGenICamCamera>();
+    device->setPort(&port, "Device");
+    GbeHeartbeatThread thread(device);
     const auto start = Clock::now();
     thread.start();
     EXPECT_TRUE(port.beats.try_acquire_for(std::chrono::seconds(20)));

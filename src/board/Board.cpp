@@ -1,0 +1,113 @@
+#include "board/Board.h"
+
+#include "board/init_gbe.h"
+#include "service/GbeTransmission.h"
+#include "service/commands.h"
+
+#include <cstddef>
+#include <utility>
+
+namespace board {
+namespace {
+
+constexpr IpBytes kUsualMask{255, 255, 255, 0};
+
+// Each port's addresses are asked for in an exchange of its own. An IP address that comes without a mask is
+// taken for one of the smallest usual network.
+bool setPortAddresses(int boardIndex, GigeCamera& open) {
+    for (int port = 0; port < kPorts; ++port) {
+        GbeTransmission service;
+        unsigned char mac[6] = {};
+        PortIp address;
+        if (!service.isEstablished() ||
+            !cmdStatus(service, boardIndex, static_cast<unsigned>(port), nullptr, mac, &address)) {
+            return false;
+        }
+        open.SetMAC(port, mac);
+        if (address.ip != IpBytes{}) {
+            open.setPortIP(port, address.ip, address.mask != IpBytes{} ? address.mask : kUsualMask);
+        }
+    }
+    return true;
+}
+
+void closeBoard(GigeCamera* open) {
+    open->deinit();
+    delete open;
+}
+
+// Index to element: what holds locks or atomics cannot be moved into an array.
+template<typename Element, std::size_t... Index, typename Make>
+std::array<Element, sizeof...(Index)> arrayOf(std::index_sequence<Index...>, Make&& make) {
+    return {make(static_cast<int>(Index))...};
+}
+
+std::array<Board, kBoards>& boards() {
+    static auto& all = *new std::array<Board, kBoards>(
+        arrayOf<Board>(std::make_index_sequence<kBoards>(), [](int index) { return Board(index); }));
+    return all;
+}
+
+} // namespace
+
+Board::Board(int number)
+    : index(number), m_ports(arrayOf<CameraPort>(std::make_index_sequence<kPorts>(), [&](int port) {
+          return CameraPort(index, port, m_open);
+      })) {}
+
+bool Board::open(int flags) {
+    const std::lock_guard opening(m_opening);
+    if (m_open != nullptr) {
+        return true;
+    }
+    GigeCamera* open = init_gbe(index, flags);
+    if (open == nullptr) {
+        return false;
+    }
+    if (flags != kServiceMode && !setPortAddresses(index, *open)) {
+        closeBoard(open);
+        return false;
+    }
+    m_open = open;
+    return true;
+}
+
+void Board::close() {
+    const std::lock_guard opening(m_opening);
+    if (m_open != nullptr) {
+        const std::lock_guard mdio(m_mdio);
+        const HeldPort quiet[] = {
+            HeldPort(m_ports[0]), HeldPort(m_ports[1]), HeldPort(m_ports[2]), HeldPort(m_ports[3])};
+        closeBoard(m_open.exchange(nullptr));
+    }
+}
+
+CameraPort* Board::findPort(int number) {
+    return number >= 0 && number < kPorts ? &m_ports[static_cast<std::size_t>(number)] : nullptr;
+}
+
+int Board::discover(CameraPort& port, int value) {
+    const HeldPort held(port);
+    const KeepCurrent kept(held);
+    return held.board() != nullptr ? held.board()->Discover(port.number, value) : -1;
+}
+
+int Board::discover(int value) {
+    const HeldPort held[] = {
+        HeldPort(m_ports[0]), HeldPort(m_ports[1]), HeldPort(m_ports[2]), HeldPort(m_ports[3])};
+    const KeepCurrent kept[] = {
+        KeepCurrent(held[0]), KeepCurrent(held[1]), KeepCurrent(held[2]), KeepCurrent(held[3])};
+    GigeCamera* open = held[0].board();
+    return open != nullptr ? open->DiscoverAll(value) : -1;
+}
+
+Board* findBoard(int board) {
+    return board >= 0 && board < kBoards ? &boards()[static_cast<std::size_t>(board)] : nullptr;
+}
+
+CameraPort* findPort(int board, int port) {
+    Board* found = findBoard(board);
+    return found != nullptr ? found->findPort(port) : nullptr;
+}
+
+} // namespace board

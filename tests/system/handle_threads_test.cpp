@@ -1,0 +1,194 @@
+// Handles of one port, and one handle, used by several threads at once.
+#include "system/session.h"
+
+#include "genicam/device/ImplGenICamCamera.h"
+#include "protocol/bootstrap.h"
+
+#include "api/handles.h"
+
+#include <functional>
+#include <string>
+
+namespace {
+
+constexpr int kRounds = 12;
+using Mac = std::array<unsigned char, 6>;
+constexpr Mac kFirst{2, 0, 0, 0, 0, 0x31};
+constexpr Mac kOther{2, 0, 0, 0, 0, 0x32};
+
+// Two cameras on port 0, the first of them also a handle's.
+struct TwoCameras {
+    TwoCameras() {
+        session.rig.hang(0, 0, plainCamera({{"mac", "02:00:00:00:00:31"}}));
+        station = session.rig.hang(0, 0, plainCamera({{"mac", "02:00:00:00:00:32"}}));
+        EXPECT_EQ(Gbe_scanNetwork(session.board(), 0, 0), 0);
+        EXPECT_EQ(Gbe_getCameraByMac(session.board(), 0, kFirst.data(), &first), 0);
+        EXPECT_EQ(Gbe_getCameraByMac(session.board(), 0, kOther.data(), &other), 0);
+    }
+    ~TwoCameras() {
+        Gbe_freeCamera(first);
+        Gbe_freeCamera(other);
+    }
+
+    Session session;
+    std::shared_ptr<simcam::Camera> station; // the other one
+    CameraHandle* first = nullptr;
+    CameraHandle* other = nullptr;
+};
+
+void connectAndRead(CameraHandle* camera) {
+    long long value = 0;
+    EXPECT_EQ(Gbe_connectCamera(camera), 0);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 7), 0);
+    EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), 0);
+    EXPECT_EQ(value, 7);
+}
+
+void connectAndDisconnect(TwoCameras& two) {
+    connectAndRead(two.other);
+    EXPECT_EQ(Gbe_disconnectCamera(two.other), 0);
+}
+
+void lookAtTheFirst(TwoCameras& two) {
+    EXPECT_EQ(Gbe_invalidateCache(two.first), 0);
+    EXPECT_EQ(Gbe_enableChecks(two.first, 1), 0);
+    EXPECT_EQ(Gbe_enableStandardBehaviour(two.first, 0), 0);
+    long long value = 0;
+    EXPECT_EQ(Gbe_getIntegerValue(two.first, "Number", &value), -40016);
+}
+
+void freeTheFirstAndFindItAgain(TwoCameras& two) {
+    Gbe_freeCamera(two.first);
+    EXPECT_EQ(Gbe_getCameraByMac(two.session.board(), 0, kFirst.data(), &two.first), 0);
+}
+
+void tryToConnectTheFirst(TwoCameras& two) {
+    const int result = Gbe_connectCamera(two.first);
+    EXPECT_TRUE(result == 0 || result == -40010) << result;
+    EXPECT_EQ(Gbe_disconnectCamera(two.first), 0);
+}
+
+void tryToConnect(TwoCameras& two) {
+    const int result = Gbe_connectCamera(two.other);
+    EXPECT_TRUE(result == 0 || result == -40010) << result;
+    EXPECT_EQ(Gbe_disconnectCamera(two.other), 0);
+}
+
+void useTheOther(TwoCameras& two) {
+    long long value = 0;
+    const int result = Gbe_getIntegerValue(two.other, "Number", &value);
+    EXPECT_TRUE(result == 0 || result == -40016 || result == -40011) << result;
+    EXPECT_EQ(Gbe_invalidateCache(two.other), 0);
+}
+
+void connectTheOtherTwice(TwoCameras& two) {
+    const int result = Gbe_connectCamera(two.other);
+    EXPECT_TRUE(result == 0 || result == -40016 || result == -40022) << result;
+}
+
+TEST(HandleThreads, DoNotReachEachOther) {
+    using Work = void (*)(TwoCameras&);
+    const struct {
+        const char* name;
+        Work one;
+        Work another;
+    } rows[] = {
+        {"looked at while the other connects", connectAndDisconnect, lookAtTheFirst},
+        {"freed while the other connects", connectAndDisconnect, freeTheFirstAndFindItAgain},
+        {"both after the port", tryToConnect, tryToConnectTheFirst},
+        {"one handle, connected by two threads", connectTheOtherTwice, connectTheOtherTwice},
+        {"one handle, disconnected while it is used",
+         [](TwoCameras& two) { EXPECT_EQ(Gbe_disconnectCamera(two.other), 0); }, useTheOther},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        TwoCameras two;
+        if (std::string(row.name) == "one handle, disconnected while it is used") {
+            connectAndRead(two.other);
+        }
+        std::thread thread([&] {
+            for (int round = 0; round < kRounds; ++round) {
+                row.one(two);
+            }
+        });
+        for (int round = 0; round < kRounds; ++round) {
+            row.another(two);
+        }
+        thread.join();
+        Gbe_disconnectCamera(two.other);
+        connectAndRead(two.other);
+        EXPECT_EQ(two.station->peekRegister(plain::kNumber), 7U) << "its own camera";
+    }
+}
+
+TEST(Handles, ThatAreLookedUpTouchNoDeviceOfOthers) {
+    TwoCameras two;
+    connectAndRead(two.other);
+    two.station->log().clear();
+    EXPECT_EQ(Gbe_invalidateCache(two.first), 0);
+    long long value = 0;
+    EXPECT_EQ(Gbe_getIntegerValue(two.other, "Number", &value), 0);
+    EXPECT_EQ(two.station->log().count(gvcp::Command::ReadRegCmd), 0U) << "cached still";
+    EXPECT_EQ(Gbe_enableChecks(two.first, 1), 0);
+    EXPECT_FALSE(two.other->device()->isCheckingEnabled());
+}
+
+// A listener may end, or free, the handle whose signal it gets: on the heartbeat's thread, and on the one
+// that connects.
+TEST(Handles, MayBeEndedByTheirListeners) {
+    const struct {
+        const char* name;
+        void (*end)(CameraHandle*);
+    } rows[] = {
+        {"disconnected", [](CameraHandle* camera) { EXPECT_EQ(Gbe_disconnectCamera(camera), 0); }},
+        {"freed", [](CameraHandle* camera) { Gbe_freeCamera(camera); }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        TwoCameras two;
+        connectAndRead(two.other);
+        std::atomic<bool> ended{false};
+        QObject::connect(
+            two.other->device(), &tavo::ImplGenICamCamera::signal_ControlChanged, two.other->device(),
+            [&](tavo::ImplGenICamCamera*, tavo::ControlLoss) {
+                row.end(two.other);
+                ended = true;
+            },
+            Qt::DirectConnection);
+        two.other->device()->noteControlLoss(tavo::ControlLoss::TakenOver);
+        EXPECT_TRUE(eventually([&] { return ended.load(); }));
+        if (std::string(row.name) == "freed") {
+            two.other = nullptr;
+        }
+        CameraHandle* again = nullptr;
+        ASSERT_EQ(Gbe_getCameraByMac(two.session.board(), 0, kOther.data(), &again), 0);
+        connectAndRead(again);
+        Gbe_freeCamera(again);
+    }
+}
+
+TEST(Gate, RefusesChangesWithinChangesAndFeaturesWithoutControl) {
+    using api::Call;
+    using api::State;
+    const struct {
+        State state;
+        Call call;
+        int result;
+    } rows[] = {
+        {State::Found, Call::Use, -40016},
+        {State::Connected, Call::Connect, -40016},
+        {State::Lost, Call::Connect, 0},
+        {State::Lost, Call::Use, -40012},
+        {State::Lost, Call::Look, 0},
+        {State::Disconnected, Call::Move, 0},
+        {State::Changing, Call::Disconnect, -40022},
+        {State::Leaving, Call::Connect, -40022},
+        {State::Changing, Call::Look, -40016},
+        {State::Connected, Call::ConnectWithoutService, -40017},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(api::allowed(row.state, row.call), row.result);
+    }
+}
+
+} // namespace
