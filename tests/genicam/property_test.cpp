@@ -173,8 +173,12 @@ private:
         return got == right || got.starts_with("-400") ? "" : name + " -> " + got + ", uncached " + right;
     }
 
-    // How far it gets depends on what is cached; what it did to the camera is told to the other one.
+    // How far it gets depends on what is cached; what it did to the camera is told to the other one. What it
+    // did to values that are no camera's, and failed for a copy of them, cannot be told.
     std::string writeWithFailingReads(const std::string& name) {
+        if (m_plan.text.find("<pValueCopy>") != std::string::npos) {
+            return {};
+        }
         m_cameras[0].failure = Failure::Reads;
         const int code = write(node(0, name), 1);
         m_cameras[0].failure = Failure::None;

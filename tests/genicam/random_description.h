@@ -183,7 +183,7 @@ private:
             } else if (kind == 3) {
                 text += reg(name, address, length, common(name), "StringReg");
             } else {
-                const int start = std::min(address, 44);
+                const int start = std::min(address, address < 16 ? 12 : 44); // it may grow to 4 bytes
                 text += reg(name, start, 1, "<pLength>Index1</pLength>" + common(name), "Register");
                 enter(name, start, 4);
                 extents.back().name.clear(); // its length moves: it has no part in invalidations
