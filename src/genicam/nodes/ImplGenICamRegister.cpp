@@ -217,14 +217,15 @@ void ImplGenICamRegister::get(unsigned char* buffer, std::int64_t length) {
     }
 }
 
-// What the caller does not give is as it was known last.
+// What the caller does not give stays as the device holds it, as far as that can be read.
 void ImplGenICamRegister::set(unsigned char* buffer, std::int64_t length) {
     const Guard guard(this, Guard::WriteLock);
     RegisterBytes bytes = emptyContent();
-    if (bytes.size() == m_content.size()) {
+    const auto count = std::min(length, static_cast<std::int64_t>(bytes.size()));
+    if (count < static_cast<std::int64_t>(bytes.size()) && !isWriteOnly()) {
+        internalGet(false);
         bytes = m_content;
     }
-    const auto count = std::min(length, static_cast<std::int64_t>(bytes.size()));
     if (count > 0) {
         std::memcpy(bytes.data(), buffer, static_cast<std::size_t>(count));
     }
