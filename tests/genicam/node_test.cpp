@@ -1,6 +1,7 @@
 // What all nodes share: states, access checks, the device's lock, and how changes spread.
 #include "genicam/device_fixture.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "genicam/nodes/limits.h"
 
 #include <thread>
 

@@ -1,5 +1,6 @@
 // Bytes of registers seen as numbers, bit fields, floats and texts.
 #include "genicam/device_fixture.h"
+#include "genicam/nodes/limits.h"
 
 #include <gmock/gmock.h>
 

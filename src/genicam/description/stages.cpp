@@ -1,10 +1,15 @@
 // The passes over a tree of builders, and which node class stands for which kind.
 #include "genicam/description/stages.h"
 
+#include "genicam/nodes/ImplGenICamBoolean.h"
+#include "genicam/nodes/ImplGenICamCategory.h"
+#include "genicam/nodes/ImplGenICamCommand.h"
+#include "genicam/nodes/ImplGenICamEnumeration.h"
+#include "genicam/nodes/ImplGenICamFloat.h"
+#include "genicam/nodes/ImplGenICamInteger.h"
 #include "genicam/nodes/ImplGenICamPort.h"
 #include "genicam/nodes/ImplGenICamRegister.h"
 #include "genicam/nodes/ImplGenICamString.h"
-#include "genicam/nodes/ImplGenICamValues.h"
 #include "genicam/nodes/formula_nodes.h"
 
 #include <memory>

@@ -1,7 +1,8 @@
 // Stages of the kinds that compute.
 #include "genicam/description/stages.h"
 
-#include "genicam/nodes/ImplGenICamValues.h"
+#include "genicam/nodes/ImplGenICamFloat.h"
+#include "genicam/nodes/ImplGenICamInteger.h"
 #include "genicam/nodes/formula_nodes.h"
 #include "genicam/nodes/numbers.h"
 #include "math/MathLiteral.h"

@@ -2,8 +2,8 @@
 #include "genicam/description/stages.h"
 
 #include "genicam/description/blanks.h"
+#include "genicam/nodes/ImplGenICamCategory.h"
 #include "genicam/nodes/ImplGenICamPort.h"
-#include "genicam/nodes/ImplGenICamValues.h"
 
 namespace genicam::stages {
 

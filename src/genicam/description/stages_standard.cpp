@@ -1,8 +1,9 @@
 // Stages of what only the standard's meaning knows.
 #include "genicam/description/stages.h"
 
+#include "genicam/nodes/ImplGenICamFloat.h"
+#include "genicam/nodes/ImplGenICamInteger.h"
 #include "genicam/nodes/ImplGenICamString.h"
-#include "genicam/nodes/ImplGenICamValues.h"
 #include "genicam/nodes/hidden_nodes.h"
 
 #include <limits>

@@ -1,7 +1,11 @@
 // Stages of the kinds that hold a value or take that of another node.
 #include "genicam/description/stages.h"
 
-#include "genicam/nodes/ImplGenICamValues.h"
+#include "genicam/nodes/ImplGenICamBoolean.h"
+#include "genicam/nodes/ImplGenICamCommand.h"
+#include "genicam/nodes/ImplGenICamEnumeration.h"
+#include "genicam/nodes/ImplGenICamFloat.h"
+#include "genicam/nodes/ImplGenICamInteger.h"
 
 #include <limits>
 #include <span>

@@ -1,7 +1,8 @@
 #include "genicam/nodes/ImplGenICamMathVariables.h"
 
 #include "genicam/device/ImplGenICamCamera.h"
-#include "genicam/nodes/ImplGenICamValues.h"
+#include "genicam/nodes/ImplGenICamEnumeration.h"
+#include "genicam/nodes/limits.h"
 #include "genicam/nodes/node_limits.h"
 #include "liomol/exceptions.h"
 

@@ -2,6 +2,7 @@
 
 #include "genicam/device/ImplGenICamCamera.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "genicam/nodes/limits.h"
 #include "genicam/nodes/numbers.h"
 
 #include <algorithm>
@@ -11,9 +12,6 @@ namespace tavo {
 namespace {
 
 using Guard = GenICamScopedReadWriteLock;
-
-// Longer registers are not shown as text.
-constexpr std::int64_t kMaxShownLength = 512;
 
 } // namespace
 
@@ -234,7 +232,7 @@ void ImplGenICamRegister::set(unsigned char* buffer, std::int64_t length) {
 
 std::string ImplGenICamRegister::getValueAsString() {
     const std::int64_t length = getLength();
-    if (length > kMaxShownLength) {
+    if (length > kMaxShownRegisterLength) {
         return "<buffer too large (more than 512 bytes)>";
     }
     if (length < 0) {

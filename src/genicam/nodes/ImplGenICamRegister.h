@@ -9,10 +9,6 @@
 
 namespace tavo {
 
-// The longest register that is read or written. Real ones stay below a few kilobytes; a length computed from
-// a wrong value must not become an allocation of gigabytes.
-inline constexpr std::int64_t kMaxRegisterLength = 16LL * 1024 * 1024;
-
 struct AccessContext;
 
 // A variable part of a register's address: the node's value times the factor.

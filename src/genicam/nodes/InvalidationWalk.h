@@ -12,19 +12,6 @@ namespace tavo {
 
 class ImplGenICamNode;
 
-// The longest way from node to node that one access may take; the longest in descriptions of real cameras is
-// 21. Beyond it the node counts as one that depends on itself.
-inline constexpr unsigned kMaxReferenceDepth = 1024;
-// What the evaluation of a formula counts on that way: it needs a stack of its own for its nesting.
-inline constexpr unsigned kFormulaDepth = 16;
-// Formulas that one access may evaluate, so that formulas which double their work node by node end in time.
-inline constexpr unsigned kMaxFormulaEvaluations = 1000000;
-// Hops that one access may take in sum, so that registers whose addresses need others twice end in time, too.
-inline constexpr unsigned kMaxReferenceHops = 4000000;
-
-// Registers that one walk may look at to find those that share bytes. Beyond it all registers count as such.
-inline constexpr std::size_t kMaxNeighboursLookedAt = 1000000;
-
 // Spreads a change along the graph, without recursion: a node's content is dropped, its dependants and then
 // the nodes that it invalidates are visited in order, and at last its notice is queued. Where content may
 // have changed in the camera, the registers that share bytes of it come last.

@@ -2,6 +2,7 @@
 
 #include "genicam/device/ImplGenICamCamera.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "genicam/nodes/limits.h"
 #include "genicam/nodes/reference_hop.h"
 #include "liomol/exceptions.h"
 

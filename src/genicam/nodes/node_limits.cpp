@@ -27,4 +27,10 @@ MathValue readLimit(ImplGenICamNode& node, NodeLimit limit) {
     return MathValue::fromFloat(limit == NodeLimit::Min ? real->getMin() : real->getMax());
 }
 
+void LimitsFromBelow::add(NodeLimit limit, const NumberReference& below) {
+    if (below && hasLimit(*below.node(), limit)) {
+        m_bits = static_cast<unsigned char>(m_bits | 1 << static_cast<int>(limit));
+    }
+}
+
 } // namespace tavo

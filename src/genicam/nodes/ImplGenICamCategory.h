@@ -1,0 +1,18 @@
+// A list of features for people to browse.
+#pragma once
+
+#include "genicam/nodes/ImplGenICamInterfaces.h"
+
+namespace tavo {
+
+class LIOMOL_API ImplGenICamCategory : public ImplGenICamCategoryInterface, public virtual GenICamCategory {
+public:
+    const std::vector<GenICamNode*>& getFeatures() const override { return m_features; }
+    // Null is ignored.
+    void addFeature(GenICamNode* node);
+
+private:
+    std::vector<GenICamNode*> m_features;
+};
+
+} // namespace tavo
