@@ -102,7 +102,7 @@ bool build(const std::string& text, ImplGenICamCamera& device) {
         for (const auto stage :
              {GenICamTreeBuilder::CreateNodes, GenICamTreeBuilder::ResolveReferences,
               GenICamTreeBuilder::ReleaseTree}) {
-            root->propagateInitStage(stage, &device);
+            root->propagateInitStage(stage, &device.tree());
         }
         require(root->getAllObjects().empty());
         return true;
@@ -174,7 +174,7 @@ void writeAll(GenICamNode& node) {
 std::string readAll(ImplGenICamCamera& device) {
     std::string all;
     for (GenICamNode* const node : device.getNodes()) {
-        require(device.findNode(node->getName()) == node);
+        require(device.tree().findNode(node->getName()) == node);
         all += readAll(*node);
     }
     return all;

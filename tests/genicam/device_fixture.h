@@ -101,13 +101,13 @@ struct Device {
         }
         using Builder = tavo::GenICamTreeBuilder;
         for (const auto stage : {Builder::CreateNodes, Builder::ResolveReferences, Builder::ReleaseTree}) {
-            root->propagateInitStage(stage, &camera);
+            root->propagateInitStage(stage, &camera.tree());
         }
         EXPECT_TRUE(root->getAllObjects().empty());
     }
 
     tavo::ImplGenICamNode& node(const std::string& name) const {
-        if (auto* const found = camera.findNode(name)) {
+        if (auto* const found = camera.tree().findNode(name)) {
             return *found;
         }
         throw std::runtime_error("no node " + name);
@@ -117,10 +117,10 @@ struct Device {
     template<class Node> Node& add(const std::string& name = {}) {
         auto owned = std::make_unique<Node>();
         Node& node = *owned;
-        camera.adoptNode(std::move(owned));
+        camera.tree().adoptNode(std::move(owned));
         if (!name.empty()) {
             node.setName(name);
-            camera.registerNode(node);
+            camera.tree().registerNode(node);
         }
         return node;
     }

@@ -64,8 +64,8 @@ TEST(AccessChecks, EachFaultHasItsCodeInTheOrderOfTheChecks) {
         device.expect("N -> 0; N=0"); // checking is off at first
         device.camera.enableChecking(true);
         device.expect("N -> " + std::to_string(row.readCode) + "; N=0 -> " + std::to_string(row.writeCode));
-        EXPECT_TRUE(device.camera.lock(1)) << "a failed check must leave the lock free";
-        device.camera.unlock();
+        EXPECT_TRUE(device.camera.tree().lock(1)) << "a failed check must leave the lock free";
+        device.camera.tree().unlock();
     }
 }
 
@@ -84,9 +84,9 @@ TEST(AccessChecks, AreMadeOfTheOutermostNodeOnly) {
 bool isFree(Device& device) {
     bool free = false;
     std::thread([&] {
-        free = device.camera.lock(1);
+        free = device.camera.tree().lock(1);
         if (free) {
-            device.camera.unlock();
+            device.camera.tree().unlock();
         }
     }).join();
     return free;
@@ -154,7 +154,7 @@ TEST(DeviceLock, SerialisesAllNodeAccesses) {
 // How many nodes an invalidation visits.
 std::size_t visitedFrom(Device& device, ImplGenICamNode& node) {
     node.invalidateRegistersAndTriggerSignals();
-    return device.camera.access().invalidation.visited();
+    return device.camera.tree().access().invalidation.visited();
 }
 
 TEST(Invalidation, SpreadsThroughLongChainsAndWideFansOnce) {
@@ -184,7 +184,7 @@ TEST(Invalidation, OfCyclesEndsAndNoEarlierOneStandsInItsWay) {
     a.addDependency(b);
     b.addDependency(a);
     a.addDependency(a);
-    const tavo::DeviceLockScope scope(&device.camera);
+    const tavo::DeviceLockScope scope(&device.camera.tree());
     for (int i = 0; i < 2; ++i) {
         b.getValue();
         EXPECT_EQ(visitedFrom(device, a), 2U);

@@ -114,12 +114,12 @@ private:
         const auto root = tavo::GenICamParser(device.quirks()).parseMemory(text.data());
         ASSERT_NE(root, nullptr);
         for (const auto stage : {Builder::CreateNodes, Builder::ResolveReferences, Builder::ReleaseTree}) {
-            root->propagateInitStage(stage, &device);
+            root->propagateInitStage(stage, &device.tree());
         }
     }
 
     tavo::ImplGenICamNode& node(int device, const std::string& name) {
-        auto* const found = m_devices[device].findNode(name);
+        auto* const found = m_devices[device].tree().findNode(name);
         return found != nullptr ? *found : throw std::runtime_error("no node " + name);
     }
 
@@ -154,7 +154,7 @@ private:
     }
 
     std::string pokeVolatile() {
-        const tavo::DeviceLockScope scope(&m_devices[0]);
+        const tavo::DeviceLockScope scope(&m_devices[0].tree());
         const int byte = RandomDescription::kVolatileBegin + m_plan.pick(8);
         const auto content = static_cast<unsigned char>(m_plan.pick(256));
         for (ChangingCamera& camera : m_cameras) {

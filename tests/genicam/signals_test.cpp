@@ -256,7 +256,7 @@ TEST(Signalling, PollingTellsThatACommandIsDone) {
     start.execute();
     ASSERT_TRUE(eventually([&] { return active == 1; }));
     {
-        const tavo::DeviceLockScope camera(device.camera.get());
+        const tavo::DeviceLockScope camera(&device.camera->tree());
         device.port.memory[16] = 0;
     }
     ASSERT_TRUE(eventually([&] { return done == 2; }));

@@ -14,9 +14,9 @@
 namespace tavo {
 
 class GenICamCamera;
-class ImplGenICamCamera;
 struct Quirks;
 class ImplGenICamNode;
+class NodeTree;
 class MathParser;
 class MathVariablesInterface;
 
@@ -112,9 +112,9 @@ public:
 
     // Runs one stage over this builder and then over its children. Stages 0 and 1 may throw
     // std::bad_alloc and std::length_error (a description that multiplies itself beyond reason).
-    void propagateInitStage(InitStage stage, ImplGenICamCamera* camera);
+    void propagateInitStage(InitStage stage, NodeTree* tree);
     // Runs one stage for this builder alone.
-    void executeInitStage(InitStage stage, ImplGenICamCamera* camera);
+    void executeInitStage(InitStage stage, NodeTree* tree);
 
     // "dependent" reads from "dependency": a change of the latter makes the former stale. Nothing happens
     // when either is null or both are the same node.

@@ -106,33 +106,33 @@ void fetch(const GenICamTreeBuilder& builder) {
 
 } // namespace
 
-void GenICamTreeBuilder::executeInitStage(InitStage stage, ImplGenICamCamera* camera) {
+void GenICamTreeBuilder::executeInitStage(InitStage stage, NodeTree* tree) {
     const KindStages* const row = findKind(m_type);
     if (row == nullptr) {
         return;
     }
     if (stage == CreateNodes) {
-        row->create(*this, *camera);
+        row->create(*this, *tree);
     } else if (stage == ResolveReferences) {
-        row->resolve(*this, *camera);
+        row->resolve(*this, *tree);
     }
 }
 
-void GenICamTreeBuilder::propagateInitStage(InitStage stage, ImplGenICamCamera* camera) {
+void GenICamTreeBuilder::propagateInitStage(InitStage stage, NodeTree* tree) {
     if (stage == ReleaseTree) { // what is below goes with the root's store
         m_objects.clear();
         return;
     }
-    executeInitStage(stage, camera);
+    executeInitStage(stage, tree);
     if (stage == CreateNodes && m_node != nullptr && !m_node->getName().empty()) {
-        camera->registerNode(*m_node);
+        tree->registerNode(*m_node);
     }
     const std::span<Object> children = m_objects.all();
     for (std::size_t i = 0; i < children.size(); ++i) {
         if (i + stagesAhead < children.size()) {
             fetch(*children[i + stagesAhead].builder);
         }
-        children[i].builder->propagateInitStage(stage, camera);
+        children[i].builder->propagateInitStage(stage, tree);
     }
 }
 

@@ -5,8 +5,7 @@
 #pragma once
 
 #include "genicam/description/GenICamTreeBuilder.h"
-#include "genicam/device/ImplGenICamCamera.h"
-#include "genicam/nodes/ImplGenICamNode.h"
+#include "genicam/nodes/NodeTree.h"
 
 #include <algorithm>
 #include <string>
@@ -36,7 +35,7 @@ class ImplGenICamSwissKnife;
 namespace genicam::stages {
 
 using Builder = tavo::GenICamTreeBuilder;
-using Device = tavo::ImplGenICamCamera;
+using Device = tavo::NodeTree; // as far as it is built
 using Node = tavo::ImplGenICamNode;
 using Types = tavo::GenICamTypes;
 

@@ -51,8 +51,8 @@ constexpr Literal<ImplGenICamFloatReg> floatRegLiterals[] = {
 static_assert(isAscending(floatRegLiterals));
 
 bool isBelowSchema11(const Device& device) {
-    const std::int64_t major = device.getSchemaMajorVersion();
-    return major < 1 || (major == 1 && device.getSchemaMinorVersion() < 1);
+    const std::int64_t major = device.header().schemaMajorVersion;
+    return major < 1 || (major == 1 && device.header().schemaMinorVersion < 1);
 }
 
 void resolvePort(Builder& builder, ImplGenICamRegister& node, Device& device) {

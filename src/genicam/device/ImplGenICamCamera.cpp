@@ -32,8 +32,9 @@ ImplGenICamCamera::ImplGenICamCamera()
     : m_polling([this](HelperThread& thread) { asyncPollingMethod(thread); }, [](bool) {}),
       m_signalling(
           [this](HelperThread& thread) { asyncSignallingMethod(thread); },
-          [this](bool starting) { starting ? m_changes.start() : m_changes.stop(); }) {
+          [this](bool starting) { starting ? m_commons->changes.start() : m_commons->changes.stop(); }) {
     registerSignalTypes();
+    useTree(std::make_unique<NodeTree>(m_commons, m_quirks));
 }
 
 ImplGenICamCamera::~ImplGenICamCamera() {
@@ -61,17 +62,12 @@ bool ImplGenICamCamera::enableStandardBehaviour(bool on) {
     if (wanted == m_quirks) {
         return true;
     }
-    const bool rebuild = getState() == Connected;
-    std::string description;
-    if (rebuild) {
-        stopAsyncMethods();
-        description = m_description;
-        forgetTree();
-    }
     m_quirks = wanted;
-    if (!rebuild) {
+    if (getState() != Connected) {
+        forgetTree();
         return true;
     }
+    const std::string description = m_description;
     auto text = std::make_unique<char[]>(description.size() + 1);
     std::memcpy(text.get(), description.c_str(), description.size() + 1);
     retrieveRegisterDescriptionFromMemory(text.release());
@@ -99,40 +95,24 @@ void ImplGenICamCamera::copyXmlData(char* buffer) const {
 
 // ---- Nodes -----------------------------------------------------------------------------------------------
 
-ImplGenICamNode& ImplGenICamCamera::adoptNode(std::unique_ptr<ImplGenICamNode> node) {
-    node->setCamera(this);
-    return m_nodes.own(std::move(node));
-}
-
-// While the tree is built it belongs to the retrieving thread alone.
-bool ImplGenICamCamera::isTreeVisible() const {
-    return getState() != Retrieving || m_retrieving->isCurrent();
-}
-
 GenICamNode* ImplGenICamCamera::getNodeByName(std::string_view name) const {
-    return isTreeVisible() ? m_nodes.find(name) : nullptr;
+    return tree().findNode(name);
 }
 
 std::vector<GenICamNode*> ImplGenICamCamera::getNodes() const {
-    if (!isTreeVisible()) {
-        return {};
-    }
-    const std::vector<ImplGenICamNode*> nodes = m_nodes.byName();
+    const std::vector<ImplGenICamNode*> nodes = tree().nodes().byName();
     return {nodes.begin(), nodes.end()};
 }
 
 std::vector<ImplGenICamNode*> ImplGenICamCamera::getCommandNodes() const {
-    std::vector<ImplGenICamNode*> nodes = m_nodes.byName();
+    std::vector<ImplGenICamNode*> nodes = tree().nodes().byName();
     std::erase_if(nodes, [](const auto* node) { return node->getNodeType() != GenICamTypes::Command; });
     return nodes;
 }
 
 void ImplGenICamCamera::invalidateAllNodes() {
-    if (!isTreeVisible()) {
-        return;
-    }
-    const DeviceLockScope scope(this);
-    m_access.invalidation.everything(m_nodes.all());
+    const DeviceLockScope scope(&tree());
+    tree().access().invalidation.everything(tree().nodes().all());
 }
 
 void ImplGenICamCamera::dumpNodeValues() {
@@ -149,21 +129,6 @@ void ImplGenICamCamera::dumpNodeValues() {
 }
 
 // ---- Ports -----------------------------------------------------------------------------------------------
-
-void ImplGenICamCamera::setPort(GenICamPortInterface* port, const std::string& name) {
-    const std::lock_guard lock(m_registryLock);
-    if (port != nullptr) {
-        m_ports[name] = port;
-    } else {
-        m_ports.erase(name);
-    }
-}
-
-GenICamPortInterface* ImplGenICamCamera::getPort(const std::string& name) const {
-    const std::lock_guard lock(m_registryLock);
-    const auto port = m_ports.find(name);
-    return port != m_ports.end() ? port->second : nullptr;
-}
 
 void ImplGenICamCamera::sendHeartbeat() {
     if (GenICamPortInterface* const port = getPort(kDevicePort)) {
@@ -215,7 +180,7 @@ void ImplGenICamCamera::setConnection(CameraConnection connection, unsigned ip) 
     if (port == nullptr || std::find(known.begin(), known.end(), connection) == known.end()) {
         throw GicConnectionException();
     }
-    const DeviceLockScope scope(this); // no access is under way while the camera moves
+    const DeviceLockScope scope(&tree()); // no access is under way while the camera moves
     port->setConnection(connection.board, connection.port, ip);
     {
         const std::lock_guard lock(m_registryLock);
@@ -223,25 +188,6 @@ void ImplGenICamCamera::setConnection(CameraConnection connection, unsigned ip) 
         m_connection = connection;
     }
     invalidateAllNodes();
-}
-
-// ---- Lock ------------------------------------------------------------------------------------------------
-
-bool ImplGenICamCamera::lock(unsigned timeoutMs) {
-    return util::lockForWrite(m_lock, timeoutMs);
-}
-
-void ImplGenICamCamera::unlock() {
-    ++m_access.number;
-    m_access.hops = 0;
-    m_access.formulaEvaluations = 0;
-    util::unlock(m_lock);
-}
-
-void ImplGenICamCamera::notifyNodeHasBeenInvalidated(ImplGenICamNode* node, bool trigger) {
-    if (!m_changes.holds(*node, trigger) && !node->isWriteOnly()) {
-        m_changes.add(*node, trigger);
-    }
 }
 
 int ImplGenICamCamera::waitForConnection() const {

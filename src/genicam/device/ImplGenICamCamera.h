@@ -4,26 +4,19 @@
 
 #include "genicam/description/standard_differences.h"
 #include "genicam/device/HelperThread.h"
-#include "genicam/device/NodeRegistry.h"
-#include "genicam/nodes/ChangeQueue.h"
-#include "genicam/nodes/InvalidationWalk.h"
+#include "genicam/nodes/NodeTree.h"
 #include "liomol/GenICamCamera.h"
 #include "util/MacAddress.h"
 #include "util/Quirks.h"
 
 #include <QtCore/QMetaType>
 #include <QtCore/QObject>
-#include <QtCore/QReadWriteLock>
 
 #include <atomic>
-#include <map>
 #include <memory>
 #include <mutex>
 
 namespace tavo {
-
-// The name of the port that leads to the camera itself.
-inline constexpr char kDevicePort[] = "Device";
 
 // A longer description is refused.
 inline constexpr std::size_t kMaxDescriptionSize = std::size_t{64} * 1024 * 1024;
@@ -59,30 +52,25 @@ public:
     std::size_t getXmlDataSize() const;
     void copyXmlData(char* buffer) const;
 
-    const DeviceHeader& header() const { return m_header; }
-    void setHeader(DeviceHeader header) { m_header = std::move(header); }
-    const std::string& getModelName() const override { return m_header.modelName; }
-    const std::string& getVendorName() const override { return m_header.vendorName; }
-    const std::string& getToolTip() const override { return m_header.toolTip; }
-    const std::string& getStandardNamespace() const override { return m_header.standardNamespace; }
-    const std::string& getProductGuid() const override { return m_header.productGuid; }
-    const std::string& getVersionGuid() const override { return m_header.versionGuid; }
-    std::int64_t getMajorVersion() const override { return m_header.majorVersion; }
-    std::int64_t getMinorVersion() const override { return m_header.minorVersion; }
-    std::int64_t getSubMinorVersion() const override { return m_header.subMinorVersion; }
-    std::int64_t getSchemaMajorVersion() const override { return m_header.schemaMajorVersion; }
-    std::int64_t getSchemaMinorVersion() const override { return m_header.schemaMinorVersion; }
-    std::int64_t getSchemaSubMinorVersion() const override { return m_header.schemaSubMinorVersion; }
+    const DeviceHeader& header() const { return tree().header(); }
+    const std::string& getModelName() const override { return header().modelName; }
+    const std::string& getVendorName() const override { return header().vendorName; }
+    const std::string& getToolTip() const override { return header().toolTip; }
+    const std::string& getStandardNamespace() const override { return header().standardNamespace; }
+    const std::string& getProductGuid() const override { return header().productGuid; }
+    const std::string& getVersionGuid() const override { return header().versionGuid; }
+    std::int64_t getMajorVersion() const override { return header().majorVersion; }
+    std::int64_t getMinorVersion() const override { return header().minorVersion; }
+    std::int64_t getSubMinorVersion() const override { return header().subMinorVersion; }
+    std::int64_t getSchemaMajorVersion() const override { return header().schemaMajorVersion; }
+    std::int64_t getSchemaMinorVersion() const override { return header().schemaMinorVersion; }
+    std::int64_t getSchemaSubMinorVersion() const override { return header().schemaSubMinorVersion; }
 
     // Nodes ---------------------------------------------------------------------------------------------
 
-    // The device owns the node from now on, named or not, until its tree is replaced.
-    ImplGenICamNode& adoptNode(std::unique_ptr<ImplGenICamNode> node);
-    // Enters an adopted node under its name, in place of an earlier node of that name.
-    void registerNode(ImplGenICamNode& node) { m_nodes.enter(node); }
-    // For the building of the tree; getNodeByName finds nothing for other threads while it is built.
-    ImplGenICamNode* findNode(std::string_view name) const { return m_nodes.find(name); }
-
+    // What the description has become; while it is retrieved, an empty one. It goes with the device, and when
+    // the next one takes its place.
+    NodeTree& tree() const { return *m_current.load(std::memory_order_acquire); }
     GenICamNode* getNodeByName(std::string_view name) const override;
     std::vector<GenICamNode*> getNodes() const override;
     // In ascending order of their names.
@@ -90,8 +78,8 @@ public:
     // Makes everything cached stale, in all nodes.
     void invalidateAllNodes();
     // Whether accesses are checked; off at first.
-    void enableChecking(bool on) { m_checking.store(on, std::memory_order_relaxed); }
-    bool isCheckingEnabled() const { return m_checking.load(std::memory_order_relaxed); }
+    void enableChecking(bool on) { m_commons->checking.store(on, std::memory_order_relaxed); }
+    bool isCheckingEnabled() const { return m_commons->checking.load(std::memory_order_relaxed); }
     // One line a node on standard output, in ascending order of the names: the name, " = " and the value as
     // text, or "exception: " and its message.
     void dumpNodeValues();
@@ -109,8 +97,8 @@ public:
     // Ports ---------------------------------------------------------------------------------------------
 
     // Null takes a port away.
-    void setPort(GenICamPortInterface* port, const std::string& name);
-    GenICamPortInterface* getPort(const std::string& name) const;
+    void setPort(GenICamPortInterface* port, const std::string& name) { m_commons->ports.set(name, port); }
+    GenICamPortInterface* getPort(const std::string& name) const { return m_commons->ports.find(name); }
     // Leaves 8000 milliseconds in the camera's heartbeat time-out register, through the port "Device". Does
     // nothing without that port; throws what the port throws.
     void sendHeartbeat();
@@ -142,17 +130,11 @@ public:
 
     // Lock and changes ----------------------------------------------------------------------------------
 
-    QReadWriteLock& getMutex() { return m_lock; }
     // Exclusive, and not for a thread that holds it already: DeviceLockScope is the way to take it.
-    bool lock(unsigned timeoutMs);
-    // Ends the access, and releases the lock.
-    void unlock();
-    // The state of the reading or writing that holds the lock.
-    AccessContext& access() { return m_access; }
-
+    QReadWriteLock& getMutex() { return m_commons->lock; }
     // Queues a node's signals; `trigger` reports its values whether they differ or not. A write-only node has
     // nothing to report and is ignored.
-    void notifyNodeHasBeenInvalidated(ImplGenICamNode* node, bool trigger);
+    void notifyNodeHasBeenInvalidated(ImplGenICamNode* node, bool trigger) { tree().notify(*node, trigger); }
 
     // Threads -------------------------------------------------------------------------------------------
 
@@ -186,25 +168,21 @@ Q_SIGNALS:
     void signal_ControlChanged(ImplGenICamCamera* camera, tavo::ControlLoss loss);
 
 private:
-    bool isTreeVisible() const;
     void startRetrieving(const std::string& fileName, std::unique_ptr<char[]> text);
     bool buildTree(const std::string& fileName, std::unique_ptr<char[]> text);
+    void useTree(std::unique_ptr<NodeTree> tree);
     void forgetTree();
 
-    mutable QReadWriteLock m_lock;
-    AccessContext m_access; // guarded by m_lock
-    std::atomic<bool> m_checking{false};
-    Quirks m_quirks; // changes only while there is no tree
+    const std::shared_ptr<DeviceCommons> m_commons = std::make_shared<DeviceCommons>();
+    Quirks m_quirks; // of the next tree
+    std::unique_ptr<NodeTree> m_tree;
+    std::atomic<NodeTree*> m_current{nullptr}; // m_tree, for all threads
     std::atomic<CameraState> m_state{NotConnected};
     std::atomic<ControlLoss> m_controlLoss{ControlLoss::None};
     std::atomic<ControlLoss> m_announcedLoss{ControlLoss::None};
-    NodeRegistry m_nodes;
-    ChangeQueue m_changes;
-    DeviceHeader m_header;
     std::string m_description;
     std::unique_ptr<HelperThread> m_retrieving;
-    mutable std::mutex m_registryLock; // guards the description, the ports and the connections
-    std::map<std::string, GenICamPortInterface*, std::less<>> m_ports;
+    mutable std::mutex m_registryLock; // guards the description and the connections
     std::vector<CameraConnection> m_connections{CameraConnection{}};
     CameraConnection m_connection;
     MacAddress m_macAddress{QString()}; // all zero until it is set

@@ -45,14 +45,15 @@ void ImplGenICamCamera::startRetrieving(const std::string& fileName, std::unique
     m_retrieving->start();
 }
 
+void ImplGenICamCamera::useTree(std::unique_ptr<NodeTree> tree) {
+    const DeviceLockScope scope(m_tree.get()); // an access of the earlier tree ends first
+    m_commons->changes.clear();
+    m_current.store(tree.get(), std::memory_order_release);
+    m_tree.swap(tree);
+}
+
 void ImplGenICamCamera::forgetTree() {
-    {
-        const DeviceLockScope scope(this); // an access of an earlier tree ends first
-        m_changes.clear();
-        m_access.registers.clear();
-        m_nodes.clear();
-        m_header = {};
-    }
+    useTree(std::make_unique<NodeTree>(m_commons, m_quirks));
     const std::lock_guard lock(m_registryLock);
     m_description.clear();
 }
@@ -89,9 +90,11 @@ bool ImplGenICamCamera::buildTree(const std::string& fileName, std::unique_ptr<c
     if (!root) {
         return false;
     }
-    root->propagateInitStage(GenICamTreeBuilder::CreateNodes, this);
-    root->propagateInitStage(GenICamTreeBuilder::ResolveReferences, this);
-    root->propagateInitStage(GenICamTreeBuilder::ReleaseTree, this);
+    auto tree = std::make_unique<NodeTree>(m_commons, m_quirks);
+    root->propagateInitStage(GenICamTreeBuilder::CreateNodes, tree.get());
+    root->propagateInitStage(GenICamTreeBuilder::ResolveReferences, tree.get());
+    root->propagateInitStage(GenICamTreeBuilder::ReleaseTree, tree.get());
+    useTree(std::move(tree));
     return true;
 }
 

@@ -34,7 +34,7 @@ void ImplGenICamCamera::asyncPollingMethod(HelperThread& thread) {
 // The queue's lock is free while a node updates, so that a listener may cause new notices.
 void ImplGenICamCamera::asyncSignallingMethod(HelperThread& thread) {
     while (!thread.isCancelRequested()) {
-        const ChangeQueue::Notice notice = m_changes.take();
+        const ChangeQueue::Notice notice = m_commons->changes.take();
         if (notice.node != nullptr) {
             notice.node->performSignalUpdate(notice.trigger);
         }

@@ -5,12 +5,36 @@
 // method that only emits it.
 #pragma once
 
-#include "genicam/nodes/ImplGenICamInterfaces.h"
+#include "liomol/export.h"
 
+#include <QtCore/QMetaType>
 #include <QtCore/QObject>
 #include <QtCore/QString>
 
 #include <cstdint>
+#include <string>
+
+namespace tavo {
+
+class ImplGenICamBooleanInterface;
+class ImplGenICamCommandInterface;
+class ImplGenICamEnumerationInterface;
+class ImplGenICamFloatInterface;
+class ImplGenICamIntegerInterface;
+class ImplGenICamNodeInterface;
+class ImplGenICamRegisterInterface;
+class ImplGenICamStringInterface;
+
+} // namespace tavo
+
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamBooleanInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamCommandInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamEnumerationInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamFloatInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamIntegerInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamNodeInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamRegisterInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamStringInterface*)
 
 namespace tavo {
 

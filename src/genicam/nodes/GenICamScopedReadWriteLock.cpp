@@ -1,6 +1,7 @@
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 
-#include "genicam/device/ImplGenICamCamera.h"
+#include "genicam/nodes/ImplGenICamNode.h"
+#include "genicam/nodes/NodeHost.h"
 
 namespace tavo {
 namespace {
@@ -11,17 +12,17 @@ thread_local DeviceLockScope* heldLocks = nullptr;
 
 } // namespace
 
-DeviceLockScope::DeviceLockScope(ImplGenICamCamera* camera, unsigned timeoutMs) : m_camera(camera) {
-    if (camera == nullptr) {
+DeviceLockScope::DeviceLockScope(NodeHost* host, unsigned timeoutMs) : m_host(host) {
+    if (host == nullptr) {
         return;
     }
     for (const DeviceLockScope* held = heldLocks; held != nullptr; held = held->m_outer) {
-        if (held->m_camera == camera) {
+        if (held->m_host == host) {
             m_nested = true;
             return;
         }
     }
-    if (camera->lock(timeoutMs)) {
+    if (host->lock(timeoutMs)) {
         m_owns = true;
         m_outer = heldLocks;
         heldLocks = this;
@@ -38,12 +39,12 @@ void DeviceLockScope::release() {
         link = &(*link)->m_outer;
     }
     *link = m_outer;
-    m_camera->unlock();
+    m_host->unlock();
 }
 
 GenICamScopedReadWriteLock::GenICamScopedReadWriteLock(
     ImplGenICamNode* node, ReadWriteLockType type, unsigned timeoutMs)
-    : m_lock(node != nullptr ? node->getCamera() : nullptr, timeoutMs) {
+    : m_lock(node != nullptr ? node->getHost() : nullptr, timeoutMs) {
     if (!m_lock.owns()) {
         return;
     }

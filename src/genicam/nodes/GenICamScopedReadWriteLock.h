@@ -5,15 +5,15 @@
 
 namespace tavo {
 
-class ImplGenICamCamera;
 class ImplGenICamNode;
+class NodeHost;
 
 // Holds a device's lock, exclusively, for a scope. Within the scope the same thread may take it again, which
 // does nothing; the locks of several devices may be held at once.
 class LIOMOL_API DeviceLockScope {
 public:
     // Null holds nothing. 0 milliseconds wait without limit.
-    explicit DeviceLockScope(ImplGenICamCamera* camera, unsigned timeoutMs = 0);
+    explicit DeviceLockScope(NodeHost* host, unsigned timeoutMs = 0);
     ~DeviceLockScope() { release(); }
     DeviceLockScope(const DeviceLockScope&) = delete;
     DeviceLockScope& operator=(const DeviceLockScope&) = delete;
@@ -25,7 +25,7 @@ public:
     void release();
 
 private:
-    ImplGenICamCamera* m_camera;
+    NodeHost* m_host;
     DeviceLockScope* m_outer = nullptr; // the scope of another device that this thread holds
     bool m_owns = false;
     bool m_nested = false;

@@ -1,7 +1,7 @@
 #include "genicam/nodes/ImplGenICamMathVariables.h"
 
-#include "genicam/device/ImplGenICamCamera.h"
 #include "genicam/nodes/ImplGenICamEnumeration.h"
+#include "genicam/nodes/NodeHost.h"
 #include "genicam/nodes/limits.h"
 #include "genicam/nodes/node_limits.h"
 #include "liomol/exceptions.h"
@@ -68,8 +68,8 @@ const GenICamEnumEntry* findEntry(const GenICamEnumerationInterface& enumeration
 } // namespace
 
 EvaluationScope::EvaluationScope(const ImplGenICamNode& node) : m_hop(node, kFormulaDepth) {
-    ImplGenICamCamera* const camera = node.getCamera();
-    if (camera != nullptr && ++camera->access().formulaEvaluations > kMaxFormulaEvaluations) {
+    NodeHost* const host = node.getHost();
+    if (host != nullptr && ++host->access().formulaEvaluations > kMaxFormulaEvaluations) {
         throw GicIllegalNodeException();
     }
 }

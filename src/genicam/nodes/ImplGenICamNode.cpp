@@ -1,7 +1,7 @@
 #include "genicam/nodes/ImplGenICamNode.h"
 
-#include "genicam/device/ImplGenICamCamera.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "genicam/nodes/NodeHost.h"
 #include "genicam/nodes/limits.h"
 #include "genicam/nodes/numbers.h"
 #include "genicam/nodes/reference_hop.h"
@@ -30,7 +30,7 @@ void ImplGenICamNode::setText(std::string Texts::*text, std::string value) {
 
 const Quirks& ImplGenICamNode::quirks() const {
     static constexpr Quirks own;
-    return m_camera != nullptr ? m_camera->quirks() : own;
+    return m_host != nullptr ? m_host->quirks() : own;
 }
 
 // ---- Access ----------------------------------------------------------------------------------------------
@@ -101,7 +101,7 @@ namespace {
 // What cannot be asked now says nothing.
 bool isNonZero(const NumberReference& decider) {
     ImplGenICamNode& node = *decider.node();
-    const DeviceLockScope scope(node.getCamera());
+    const DeviceLockScope scope(node.getHost());
     const ReferenceHop hop(node);
     try {
         node.checkReadability();
@@ -150,7 +150,7 @@ bool ImplGenICamNode::isLocked() {
 
 // What reading and writing ask alike; false where nothing is checked.
 bool ImplGenICamNode::checkPresence() {
-    if (m_camera == nullptr || !m_camera->isCheckingEnabled()) {
+    if (m_host == nullptr || !m_host->isCheckingEnabled()) {
         return false;
     }
     if (!isImplemented()) {
@@ -186,7 +186,7 @@ bool ImplGenICamNode::acquireReadLock(ImplGenICamNode* node, unsigned timeoutMs)
 }
 
 bool ImplGenICamNode::acquireWriteLock(ImplGenICamNode* node, unsigned timeoutMs) {
-    return node->m_camera == nullptr || node->m_camera->lock(timeoutMs);
+    return node->m_host == nullptr || node->m_host->lock(timeoutMs);
 }
 
 void ImplGenICamNode::releaseReadLock(ImplGenICamNode* node) {
@@ -194,8 +194,8 @@ void ImplGenICamNode::releaseReadLock(ImplGenICamNode* node) {
 }
 
 void ImplGenICamNode::releaseWriteLock(ImplGenICamNode* node) {
-    if (node->m_camera != nullptr) {
-        node->m_camera->unlock();
+    if (node->m_host != nullptr) {
+        node->m_host->unlock();
     }
 }
 
@@ -231,7 +231,7 @@ void ImplGenICamNode::addDependency(ImplGenICamNode& dependency) {
 }
 
 bool ImplGenICamNode::isVolatile() {
-    const DeviceLockScope scope(m_camera);
+    const DeviceLockScope scope(m_host);
     return isVolatileNow();
 }
 
@@ -288,17 +288,17 @@ const std::vector<ImplGenICamNode*>& ImplGenICamNode::invalidatedNodes() const {
 
 // A node without a device is in no graph yet.
 void ImplGenICamNode::invalidateRegistersAndTriggerSignals() {
-    if (m_camera == nullptr) {
+    if (m_host == nullptr) {
         dropContent();
         return;
     }
-    const DeviceLockScope scope(m_camera);
-    m_camera->access().invalidation.written(*this);
+    const DeviceLockScope scope(m_host);
+    m_host->access().invalidation.written(*this);
 }
 
 void ImplGenICamNode::settleWrite() {
-    if (m_camera != nullptr) {
-        m_camera->access().invalidation.settle(*this);
+    if (m_host != nullptr) {
+        m_host->access().invalidation.settle(*this);
     }
 }
 

@@ -14,8 +14,8 @@
 
 namespace tavo {
 
-class ImplGenICamCamera;
 class ImplGenICamNodeInterfaceSignals;
+class NodeHost;
 struct Quirks;
 struct NodeWatch;
 
@@ -28,7 +28,7 @@ public:
     virtual void performSignalUpdate(bool force) = 0;
 };
 
-// Built by the description's stages: constructed empty, handed to the device (ImplGenICamCamera::adoptNode),
+// Built by the description's stages: constructed empty, handed to a tree (NodeTree::adoptNode),
 // given its literal properties, and, when all nodes exist, its references. After that nothing of it changes
 // but values, caches and marks, all of them under the device's lock.
 class LIOMOL_API ImplGenICamNode : public ImplGenICamNodeInterface, public virtual GenICamNode {
@@ -59,9 +59,9 @@ public:
     bool isStreamable() const override { return m_streamable == GenICamTypes::GenICamYesNoType::Yes; }
     bool hasAliasNode() const override { return m_alias != nullptr; }
     GenICamNode* getAliasNode() const override { return m_alias; }
-    // The owning device; null until the node has been adopted.
-    ImplGenICamCamera* getCamera() const { return m_camera; }
-    // The device's; all on without one.
+    // The tree's, which owns the node; null until it has been adopted.
+    NodeHost* getHost() const { return m_host; }
+    // The tree's; all on without one.
     const Quirks& quirks() const;
 
     void setNodeType(GenICamTypes::GenICamNodeType type) { m_nodeType = type; }
@@ -75,8 +75,8 @@ public:
     void setVisibility(GenICamTypes::GenICamVisibilityType visibility) { m_visibility = visibility; }
     void setImposedAccessMode(AccessMode mode) { m_imposedAccessMode = mode; }
     void setStreamable(GenICamTypes::GenICamYesNoType streamable) { m_streamable = streamable; }
-    // Called by the device that adopts the node.
-    void setCamera(ImplGenICamCamera* camera) { m_camera = camera; }
+    // Called by the tree that adopts the node.
+    void setHost(NodeHost* host) { m_host = host; }
 
     // References. Setters take null. Those of numbers leave the reference empty for a node without a number.
     void setAlias(GenICamNode* node) { m_alias = node; }
@@ -201,7 +201,7 @@ private:
     bool isVolatileNow();
     bool walkVolatility();
 
-    ImplGenICamCamera* m_camera = nullptr;
+    NodeHost* m_host = nullptr;
     NumberReference m_pIsImplemented;
     NumberReference m_pIsAvailable;
     NumberReference m_pIsLocked;

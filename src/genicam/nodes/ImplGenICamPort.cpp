@@ -1,12 +1,12 @@
 #include "genicam/nodes/ImplGenICamPort.h"
 
-#include "genicam/device/ImplGenICamCamera.h"
+#include "genicam/nodes/NodeHost.h"
 #include "liomol/exceptions.h"
 
 namespace tavo {
 
 GenICamPortInterface& ImplGenICamPort::transport() const {
-    GenICamPortInterface* const port = getCamera() != nullptr ? getCamera()->getPort(getName()) : nullptr;
+    GenICamPortInterface* const port = getHost() != nullptr ? getHost()->findPort(getName()) : nullptr;
     if (port == nullptr) {
         throw GicPortNotAvailableException();
     }

@@ -1,7 +1,7 @@
 #include "genicam/nodes/ImplGenICamRegister.h"
 
-#include "genicam/device/ImplGenICamCamera.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "genicam/nodes/NodeHost.h"
 #include "genicam/nodes/limits.h"
 #include "genicam/nodes/numbers.h"
 
@@ -20,7 +20,7 @@ ImplGenICamRegister::~ImplGenICamRegister() = default;
 
 // Null for a register without a device.
 AccessContext* ImplGenICamRegister::access() const {
-    return getCamera() != nullptr ? &getCamera()->access() : nullptr;
+    return getHost() != nullptr ? &getHost()->access() : nullptr;
 }
 
 // ---- Place -----------------------------------------------------------------------------------------------

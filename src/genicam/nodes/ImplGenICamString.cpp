@@ -36,7 +36,7 @@ void ImplGenICamString::setValue(const std::string& value) {
 }
 
 std::int64_t ImplGenICamString::getMaxLength() {
-    const DeviceLockScope scope(getCamera());
+    const DeviceLockScope scope(getHost());
     if (m_pValue == nullptr) {
         return std::numeric_limits<std::int64_t>::max();
     }

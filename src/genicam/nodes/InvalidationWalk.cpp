@@ -1,6 +1,8 @@
 #include "genicam/nodes/InvalidationWalk.h"
 
-#include "genicam/device/ImplGenICamCamera.h"
+#include "genicam/nodes/ImplGenICamNode.h"
+#include "genicam/nodes/NodeHost.h"
+#include "genicam/nodes/limits.h"
 
 namespace tavo {
 namespace {
@@ -120,7 +122,7 @@ void InvalidationWalk::expand(ImplGenICamNode& node) {
     if (place.isNowhere() || m_looked > kMaxNeighboursLookedAt) {
         return;
     }
-    RegisterMap& registers = node.getCamera()->access().registers;
+    RegisterMap& registers = node.getHost()->access().registers;
     m_sharing.clear();
     m_looked += registers.collect(place, m_sharing);
     for (ImplGenICamNode* const sharing : m_looked > kMaxNeighboursLookedAt ? registers.all() : m_sharing) {
@@ -134,7 +136,7 @@ void InvalidationWalk::expand(ImplGenICamNode& node) {
 
 void InvalidationWalk::notify(ImplGenICamNode& node) {
     if (!quietThread) {
-        node.getCamera()->notifyNodeHasBeenInvalidated(&node, false);
+        node.getHost()->notify(node, false);
     }
 }
 

@@ -1,7 +1,8 @@
 #include "genicam/nodes/NumberReference.h"
 
-#include "genicam/device/ImplGenICamCamera.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "genicam/nodes/ImplGenICamNode.h"
+#include "genicam/nodes/NodeHost.h"
 #include "genicam/nodes/limits.h"
 #include "genicam/nodes/reference_hop.h"
 #include "liomol/exceptions.h"
@@ -9,7 +10,7 @@
 namespace tavo {
 
 ReferenceHop::ReferenceHop(const ImplGenICamNode& node, unsigned cost)
-    : m_access(node.getCamera() != nullptr ? &node.getCamera()->access() : nullptr), m_cost(cost) {
+    : m_access(node.getHost() != nullptr ? &node.getHost()->access() : nullptr), m_cost(cost) {
     if (m_access == nullptr) {
         return;
     }

@@ -95,7 +95,7 @@ std::optional<MathValue> ConverterFormulas::limitFromBelow(ImplGenICamNode& self
     if (!isTold || !m_pValue || !hasLimit(*m_pValue.node(), limit)) {
         return std::nullopt;
     }
-    const DeviceLockScope lock(self.getCamera());
+    const DeviceLockScope lock(self.getHost());
     const EvaluationScope scope(self);
     const NodeLimit other = limit == NodeLimit::Min ? NodeLimit::Max : NodeLimit::Min;
     try {

@@ -46,42 +46,42 @@ const NumberReference& IndexedNodes::pick() const {
 }
 
 std::int64_t IndexedInteger::getMin() {
-    const DeviceLockScope scope(getCamera());
+    const DeviceLockScope scope(getHost());
     auto* const integer = pick().node()->asInteger();
     return integer != nullptr ? integer->getMin() : std::numeric_limits<std::int64_t>::min();
 }
 
 std::int64_t IndexedInteger::getMax() {
-    const DeviceLockScope scope(getCamera());
+    const DeviceLockScope scope(getHost());
     auto* const integer = pick().node()->asInteger();
     return integer != nullptr ? integer->getMax() : std::numeric_limits<std::int64_t>::max();
 }
 
 std::int64_t IndexedInteger::getInc() {
-    const DeviceLockScope scope(getCamera());
+    const DeviceLockScope scope(getHost());
     auto* const integer = pick().node()->asInteger();
     return integer != nullptr ? integer->getInc() : 1;
 }
 
 ImplGenICamNode::AccessRule IndexedInteger::currentAccessRule() const {
-    const DeviceLockScope scope(getCamera());
+    const DeviceLockScope scope(getHost());
     return {AccessMode::NotGiven, pick().node()};
 }
 
 double IndexedFloat::getMin() {
-    const DeviceLockScope scope(getCamera());
+    const DeviceLockScope scope(getHost());
     auto* const real = pick().node()->asFloat();
     return real != nullptr ? real->getMin() : std::numeric_limits<double>::lowest();
 }
 
 double IndexedFloat::getMax() {
-    const DeviceLockScope scope(getCamera());
+    const DeviceLockScope scope(getHost());
     auto* const real = pick().node()->asFloat();
     return real != nullptr ? real->getMax() : std::numeric_limits<double>::max();
 }
 
 ImplGenICamNode::AccessRule IndexedFloat::currentAccessRule() const {
-    const DeviceLockScope scope(getCamera());
+    const DeviceLockScope scope(getHost());
     return {AccessMode::NotGiven, pick().node()};
 }
 

@@ -12,7 +12,7 @@ bool hasLimit(ImplGenICamNode& node, NodeLimit limit) {
 }
 
 MathValue readLimit(ImplGenICamNode& node, NodeLimit limit) {
-    const DeviceLockScope lock(node.getCamera());
+    const DeviceLockScope lock(node.getHost());
     const ReferenceHop hop(node);
     if (auto* const integer = node.asInteger()) {
         return MathValue::fromInteger(

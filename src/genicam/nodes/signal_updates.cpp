@@ -237,7 +237,7 @@ void ImplGenICamRegisterInterface::updateRegister(bool force) {
 
 // The content of a volatile register changes all the time; it is not reported unless somebody forces it.
 bool ImplGenICamRegister::takeContentChange(bool force) {
-    const DeviceLockScope scope(getCamera());
+    const DeviceLockScope scope(getHost());
     const bool report = force || (m_contentChanged && !isVolatile());
     if (report) {
         m_contentChanged = false;

@@ -1,4 +1,4 @@
-// The nodes of one device: it owns all of them and finds them by name.
+// The nodes of one tree: it owns all of them and finds them by name.
 #pragma once
 
 #include "genicam/nodes/ImplGenICamNode.h"

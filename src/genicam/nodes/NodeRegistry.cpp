@@ -1,4 +1,4 @@
-#include "genicam/device/NodeRegistry.h"
+#include "genicam/nodes/NodeRegistry.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,0 +1,35 @@
+// The nodes that came out of one description.
+#pragma once
+
+#include "genicam/nodes/NodeHost.h"
+#include "genicam/nodes/NodeRegistry.h"
+#include "liomol/GenICamCamera.h"
+
+namespace tavo {
+
+// Filled by one thread while it is built; after that any thread may look up.
+class LIOMOL_API NodeTree : public NodeHost {
+public:
+    using NodeHost::NodeHost;
+
+    // What the root element says of the camera.
+    const DeviceHeader& header() const { return m_header; }
+    void setHeader(DeviceHeader header) { m_header = std::move(header); }
+
+    // The tree owns the node from now on, named or not.
+    ImplGenICamNode& adoptNode(std::unique_ptr<ImplGenICamNode> node) {
+        node->setHost(this);
+        return m_nodes.own(std::move(node));
+    }
+    // Enters an adopted node under its name, in place of an earlier node of that name.
+    void registerNode(ImplGenICamNode& node) { m_nodes.enter(node); }
+    // Null when no node has that name.
+    ImplGenICamNode* findNode(std::string_view name) const { return m_nodes.find(name); }
+    const NodeRegistry& nodes() const { return m_nodes; }
+
+private:
+    DeviceHeader m_header;
+    NodeRegistry m_nodes;
+};
+
+} // namespace tavo
