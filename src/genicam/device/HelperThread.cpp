@@ -4,24 +4,31 @@ namespace tavo {
 
 // ---- HelperThread ----------------------------------------------------------------------------------------
 
+HelperThread::~HelperThread() {
+    join();
+    if (m_thread.joinable()) {
+        m_thread.detach();
+    }
+}
+
 void HelperThread::requestCancel() {
     {
-        const std::lock_guard lock(m_lock);
-        m_cancel.store(true);
+        const std::lock_guard lock(m_state->lock);
+        m_state->cancel.store(true);
     }
-    m_cancelled.notify_all();
+    m_state->cancelled.notify_all();
 }
 
 bool HelperThread::sleepUnlessCancelled(std::chrono::milliseconds time) {
-    std::unique_lock lock(m_lock);
-    return !m_cancelled.wait_for(lock, time, [this] { return m_cancel.load(); });
+    std::unique_lock lock(m_state->lock);
+    return !m_state->cancelled.wait_for(lock, time, [this] { return m_state->cancel.load(); });
 }
 
 void HelperThread::start() {
-    m_thread = std::thread([this] {
-        m_id.store(std::this_thread::get_id());
-        m_body();
-        m_id.store(std::thread::id());
+    m_thread = std::thread([state = m_state, body = m_body] {
+        state->id.store(std::this_thread::get_id());
+        body();
+        state->id.store(std::thread::id());
     });
 }
 
@@ -33,63 +40,97 @@ void HelperThread::join() {
 
 // ---- SwitchableThread ------------------------------------------------------------------------------------
 
-SwitchableThread::SwitchableThread(
-    std::function<void(HelperThread&)> body, std::function<void(bool starting)> rouse)
-    : m_body(std::move(body)), m_rouse(std::move(rouse)), m_thread([this] { run(); }) {}
+struct SwitchableThread::Core : std::enable_shared_from_this<Core> {
+    Core(std::function<void(HelperThread&)> threadBody, std::function<void(bool)> threadRouse)
+        : body(std::move(threadBody)), rouse(std::move(threadRouse)) {}
 
-SwitchableThread::~SwitchableThread() {
-    forbid();
-    waitUntilIdle();
-    m_thread.join();
-}
+    void apply();
+    void run();
+    void waitUntilIdle();
 
-// Called with m_lock held, after a wish has changed.
-void SwitchableThread::apply() {
-    const bool wanted = m_enabled.load() && m_allowed;
-    if (wanted == m_wanted) {
+    const std::function<void(HelperThread&)> body;
+    const std::function<void(bool)> rouse;
+    std::unique_ptr<HelperThread> thread;
+    std::mutex lock; // guards what follows
+    std::condition_variable changed;
+    std::atomic<bool> enabled{false};
+    bool allowed = false;
+    bool wanted = false;
+    bool running = false;
+};
+
+// Called with the lock held, after a wish has changed.
+void SwitchableThread::Core::apply() {
+    const bool isWanted = enabled.load() && allowed;
+    if (isWanted == wanted) {
         return;
     }
-    m_wanted = wanted;
+    wanted = isWanted;
     if (!wanted) {
-        m_thread.requestCancel();
-        m_rouse(false);
+        thread->requestCancel();
+        rouse(false);
         return;
     }
-    m_thread.resetCancelRequested();
-    m_rouse(true);
-    if (!m_running) {
-        m_thread.join(); // an earlier run, which needs the lock no more
-        m_running = true;
-        m_thread.start();
+    thread->resetCancelRequested();
+    rouse(true);
+    if (!running) {
+        thread->join(); // an earlier run, which needs the lock no more
+        running = true;
+        thread->start();
     }
 }
 
-void SwitchableThread::run() {
+void SwitchableThread::Core::run() {
     for (;;) {
-        m_body(m_thread);
-        const std::lock_guard lock(m_lock);
-        if (!m_wanted) {
-            m_running = false;
-            m_changed.notify_all();
+        body(*thread);
+        const std::lock_guard guard(lock);
+        if (!wanted) {
+            running = false;
+            changed.notify_all();
             return;
         }
     }
 }
 
-void SwitchableThread::waitUntilIdle() {
-    if (!m_thread.isCurrent()) {
-        std::unique_lock lock(m_lock);
-        m_changed.wait(lock, [this] { return !m_running || m_wanted; });
+void SwitchableThread::Core::waitUntilIdle() {
+    if (!thread->isCurrent()) {
+        std::unique_lock guard(lock);
+        changed.wait(guard, [this] { return !running || wanted; });
     }
+}
+
+SwitchableThread::SwitchableThread(
+    std::function<void(HelperThread&)> body, std::function<void(bool starting)> rouse)
+    : m_core(std::make_shared<Core>(std::move(body), std::move(rouse))) {
+    // Weak here, or the core would keep itself; strong while the thread runs.
+    m_core->thread = std::make_unique<HelperThread>([core = std::weak_ptr(m_core)] {
+        if (const auto self = core.lock()) {
+            self->run();
+        }
+    });
+}
+
+SwitchableThread::~SwitchableThread() {
+    forbid();
+    waitUntilIdle();
+    m_core->thread->join();
+}
+
+bool SwitchableThread::isEnabled() const {
+    return m_core->enabled.load();
+}
+
+void SwitchableThread::waitUntilIdle() {
+    m_core->waitUntilIdle();
 }
 
 void SwitchableThread::enable(bool on) {
     {
-        const std::lock_guard lock(m_lock);
-        m_enabled.store(on);
-        apply();
-        if (m_wanted) {
-            m_changed.notify_all(); // nobody needs to wait for an end any more
+        const std::lock_guard guard(m_core->lock);
+        m_core->enabled.store(on);
+        m_core->apply();
+        if (m_core->wanted) {
+            m_core->changed.notify_all(); // nobody needs to wait for an end any more
         }
     }
     if (!on) {
@@ -98,15 +139,15 @@ void SwitchableThread::enable(bool on) {
 }
 
 void SwitchableThread::allow() {
-    const std::lock_guard lock(m_lock);
-    m_allowed = true;
-    apply();
+    const std::lock_guard guard(m_core->lock);
+    m_core->allowed = true;
+    m_core->apply();
 }
 
 void SwitchableThread::forbid() {
-    const std::lock_guard lock(m_lock);
-    m_allowed = false;
-    apply();
+    const std::lock_guard guard(m_core->lock);
+    m_core->allowed = false;
+    m_core->apply();
 }
 
 } // namespace tavo

@@ -31,14 +31,18 @@ void registerSignalTypes() {
 ImplGenICamCamera::ImplGenICamCamera()
     : m_polling([this](HelperThread& thread) { asyncPollingMethod(thread); }, [](bool) {}),
       m_signalling(
-          [this](HelperThread& thread) { asyncSignallingMethod(thread); },
-          [this](bool starting) { starting ? m_commons->changes.start() : m_commons->changes.stop(); }) {
+          [commons = m_commons](HelperThread& thread) { reportChanges(commons->changes, thread); },
+          [commons = m_commons](bool starting) {
+              starting ? commons->changes.start() : commons->changes.stop();
+          }) {
     registerSignalTypes();
-    useTree(std::make_unique<NodeTree>(m_commons, m_quirks));
+    useTree(std::make_shared<NodeTree>(m_commons, m_quirks));
 }
 
 ImplGenICamCamera::~ImplGenICamCamera() {
+    m_presence->isGone.store(true);
     stopAsyncMethods();
+    useTree(nullptr);
 }
 
 void ImplGenICamCamera::deleteLater() {
@@ -59,15 +63,19 @@ void ImplGenICamCamera::setState(CameraState state) {
 bool ImplGenICamCamera::enableStandardBehaviour(bool on) {
     const Quirks wanted = on ? Quirks::none() : Quirks();
     waitForConnection();
-    if (wanted == m_quirks) {
-        return true;
+    std::string description;
+    {
+        const std::lock_guard lock(m_registryLock);
+        if (wanted == m_quirks) {
+            return true;
+        }
+        m_quirks = wanted;
+        description = m_description;
     }
-    m_quirks = wanted;
     if (getState() != Connected) {
         forgetTree();
         return true;
     }
-    const std::string description = m_description;
     auto text = std::make_unique<char[]>(description.size() + 1);
     std::memcpy(text.get(), description.c_str(), description.size() + 1);
     retrieveRegisterDescriptionFromMemory(text.release());
@@ -100,23 +108,25 @@ GenICamNode* ImplGenICamCamera::getNodeByName(std::string_view name) const {
 }
 
 std::vector<GenICamNode*> ImplGenICamCamera::getNodes() const {
-    const std::vector<ImplGenICamNode*> nodes = tree().nodes().byName();
+    const std::vector<ImplGenICamNode*> nodes = holdTree()->nodes().byName();
     return {nodes.begin(), nodes.end()};
 }
 
 std::vector<ImplGenICamNode*> ImplGenICamCamera::getCommandNodes() const {
-    std::vector<ImplGenICamNode*> nodes = tree().nodes().byName();
+    std::vector<ImplGenICamNode*> nodes = holdTree()->nodes().byName();
     std::erase_if(nodes, [](const auto* node) { return node->getNodeType() != GenICamTypes::Command; });
     return nodes;
 }
 
 void ImplGenICamCamera::invalidateAllNodes() {
-    const DeviceLockScope scope(&tree());
-    tree().access().invalidation.everything(tree().nodes().all());
+    const auto tree = holdTree();
+    const DeviceLockScope scope(tree.get());
+    tree->access().invalidation.everything(tree->nodes().all());
 }
 
 void ImplGenICamCamera::dumpNodeValues() {
-    for (GenICamNode* const node : getNodes()) {
+    const auto tree = holdTree();
+    for (ImplGenICamNode* const node : tree->nodes().byName()) {
         std::string value;
         try {
             value = node->getValueAsString();
@@ -180,7 +190,8 @@ void ImplGenICamCamera::setConnection(CameraConnection connection, unsigned ip) 
     if (port == nullptr || std::find(known.begin(), known.end(), connection) == known.end()) {
         throw GicConnectionException();
     }
-    const DeviceLockScope scope(&tree()); // no access is under way while the camera moves
+    const auto tree = holdTree();
+    const DeviceLockScope scope(tree.get()); // no access is under way while the camera moves
     port->setConnection(connection.board, connection.port, ip);
     {
         const std::lock_guard lock(m_registryLock);
@@ -192,7 +203,7 @@ void ImplGenICamCamera::setConnection(CameraConnection connection, unsigned ip) 
 
 int ImplGenICamCamera::waitForConnection() const {
     constexpr std::chrono::milliseconds polling(20);
-    while (getState() == Retrieving) {
+    while (getState() == Retrieving && !m_presence->mustReturn()) {
         std::this_thread::sleep_for(polling);
     }
     return getState() == Connected ? 1 : 0;

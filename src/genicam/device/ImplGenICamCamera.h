@@ -15,6 +15,8 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <thread>
 
 namespace tavo {
 
@@ -22,8 +24,15 @@ namespace tavo {
 inline constexpr std::size_t kMaxDescriptionSize = std::size_t{64} * 1024 * 1024;
 
 // Threads: node accesses, look-ups, getState and sendHeartbeat may come from any thread; retrieving,
-// switching and destroying must not run beside other calls. Ports are registered, not owned, and must stay
-// until the device is destroyed or stopAsyncMethods has returned and no access is under way.
+// switching and destroying must not run beside other calls of the application.
+//
+// Listeners of the signals of the device and of its nodes may do anything, also replace the tree or destroy
+// the device, in whichever thread they are called. What the calling thread must get out of first is done when
+// the listener has returned. A node that a queued signal names can be used until the listener has returned to
+// its event loop, also when its tree, or its device, has gone meanwhile: it reaches no camera then (-40010).
+// For that, connect in a thread whose event loop runs, be it the listener's or the application's. Ports are
+// registered, not owned, and must stay until the device is destroyed or stopAsyncMethods has returned and no
+// access is under way.
 class LIOMOL_API ImplGenICamCamera : public QObject, public GenICamCamera, public VoCamera {
     Q_OBJECT
 
@@ -39,10 +48,12 @@ public:
     // Description and state -----------------------------------------------------------------------------
 
     // Replace the tree, in the background, by that of a file, or of a zero-terminated text made with new[],
-    // which the device takes. Nodes of an earlier tree are gone when the call returns.
+    // which the device takes. Nodes of an earlier tree are gone when the call returns. A listener of
+    // signal_StateChanged has to return first: the latest call that it makes is carried out then.
     void retrieveRegisterDescription(const std::string& fileName);
     void retrieveRegisterDescriptionFromMemory(char* text);
-    // Waits while the device is retrieving, without limit: 1 when it is connected, 0 when it is not.
+    // Waits while the device is retrieving, without limit: 1 when it is connected, 0 when it is not, or when
+    // the caller is a listener for whose return the retrieving waits.
     int waitForConnection() const;
     CameraState getState() const { return m_state.load(std::memory_order_acquire); }
     // Always emits signal_StateChanged.
@@ -70,6 +81,8 @@ public:
 
     // What the description has become; while it is retrieved, an empty one. It goes with the device, and when
     // the next one takes its place.
+    // The same, kept for as long as the result is held.
+    std::shared_ptr<NodeTree> holdTree() const;
     NodeTree& tree() const { return *m_current.load(std::memory_order_acquire); }
     GenICamNode* getNodeByName(std::string_view name) const override;
     std::vector<GenICamNode*> getNodes() const override;
@@ -86,9 +99,10 @@ public:
 
     // Whether descriptions are read, and values computed, as the GenICam standard has it instead of this
     // system's own way (see Quirks); off at first. On a device with a description the tree is replaced: nodes
-    // obtained before are gone. False when that fails; the device is then NotConnected.
+    // obtained before are gone. False when that fails; the device is then NotConnected. In a listener of
+    // signal_StateChanged it happens when the listener has returned, and the result is true.
     bool enableStandardBehaviour(bool on);
-    const Quirks& quirks() const { return m_quirks; }
+    const Quirks& quirks() const { return tree().quirks(); }
     // What of the description this system's own way reads otherwise than the standard, by quirk; the same
     // whichever way is switched on. Reads the description's text again, which takes about as long as loading
     // it.
@@ -168,21 +182,40 @@ Q_SIGNALS:
     void signal_ControlChanged(ImplGenICamCamera* camera, tavo::ControlLoss loss);
 
 private:
-    void startRetrieving(const std::string& fileName, std::unique_ptr<char[]> text);
+    struct Request { // to retrieve: a text, or the name of a file
+        std::string fileName;
+        std::unique_ptr<char[]> text;
+    };
+    // What a thread needs that a listener returns to, when the listener has destroyed the device.
+    struct Presence {
+        std::mutex control; // whoever replaces the tree
+        std::atomic<std::thread::id> controller{};
+        std::atomic<std::thread::id> retriever{};
+        std::atomic<bool> isGone{false};
+        bool mustReturn() const; // the calling thread, before a retrieval can begin
+    };
+    static void reportChanges(ChangeQueue& changes, HelperThread& thread);
+    void startRetrieving(Request request);
+    bool beginRetrieving(Request& request);
+    void retrieve(Request request);
+    void joinRetrieving();
     bool buildTree(const std::string& fileName, std::unique_ptr<char[]> text);
-    void useTree(std::unique_ptr<NodeTree> tree);
+    std::shared_ptr<NodeTree> newTree() const;
+    void useTree(std::shared_ptr<NodeTree> tree);
     void forgetTree();
 
     const std::shared_ptr<DeviceCommons> m_commons = std::make_shared<DeviceCommons>();
+    const std::shared_ptr<Presence> m_presence = std::make_shared<Presence>();
     Quirks m_quirks; // of the next tree
-    std::unique_ptr<NodeTree> m_tree;
-    std::atomic<NodeTree*> m_current{nullptr}; // m_tree, for all threads
+    std::shared_ptr<NodeTree> m_tree;
+    std::atomic<NodeTree*> m_current{nullptr}; // m_tree, for look-ups
+    std::optional<Request> m_next;             // of a listener; belongs to the thread that must return
     std::atomic<CameraState> m_state{NotConnected};
     std::atomic<ControlLoss> m_controlLoss{ControlLoss::None};
     std::atomic<ControlLoss> m_announcedLoss{ControlLoss::None};
     std::string m_description;
     std::unique_ptr<HelperThread> m_retrieving;
-    mutable std::mutex m_registryLock; // guards the description and the connections
+    mutable std::mutex m_registryLock; // guards the tree, the quirks, the description and the connections
     std::vector<CameraConnection> m_connections{CameraConnection{}};
     CameraConnection m_connection;
     MacAddress m_macAddress{QString()}; // all zero until it is set

@@ -3,9 +3,11 @@
 #include "genicam/description/GenICamTreeBuilder.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "util/late_release.h"
 
 #include <fstream>
 #include <stdexcept>
+#include <utility>
 
 namespace tavo {
 namespace {
@@ -27,33 +29,121 @@ std::string readFile(const std::string& fileName) {
 } // namespace
 
 void ImplGenICamCamera::retrieveRegisterDescription(const std::string& fileName) {
-    startRetrieving(fileName, nullptr);
+    startRetrieving({fileName, nullptr});
 }
 
 void ImplGenICamCamera::retrieveRegisterDescriptionFromMemory(char* text) {
-    startRetrieving({}, std::unique_ptr<char[]>(text));
+    startRetrieving({{}, std::unique_ptr<char[]>(text)});
 }
 
-// The text moves through a shared pointer because a std::function must be copyable.
-void ImplGenICamCamera::startRetrieving(const std::string& fileName, std::unique_ptr<char[]> text) {
-    stopAsyncMethods();
-    const auto shared = std::make_shared<std::unique_ptr<char[]>>(std::move(text));
-    m_retrieving = std::make_unique<HelperThread>(
-        [this, fileName, shared] { asyncRetrievingMethod(fileName, std::move(*shared)); });
+bool ImplGenICamCamera::Presence::mustReturn() const {
+    const std::thread::id self = std::this_thread::get_id();
+    return controller.load() == self || retriever.load() == self;
+}
+
+void ImplGenICamCamera::joinRetrieving() {
+    if (m_retrieving) {
+        m_retrieving->requestCancel();
+        m_retrieving->join();
+    }
+}
+
+// Replacing the tree, seen from the thread that does it:
+//
+//   application, or a listener of a node      retrieving thread
+//   ------------------------------------      -----------------
+//   wait for listeners and threads
+//   old tree closed, state Retrieving ------> build
+//     listeners: latest wish counts           new tree in place, state Connected or NotConnected
+//                                               listeners: a wish of theirs is carried out here, from
+//                                               closing the tree on
+//
+// In both places a listener may destroy the device; `presence` tells.
+void ImplGenICamCamera::startRetrieving(Request request) {
+    const auto presence = m_presence;
+    if (presence->mustReturn()) {
+        m_next = std::move(request);
+        return;
+    }
+    m_signalling.forbid(); // not under the lock below: a listener that is waited for may want that, too
+    m_signalling.waitUntilIdle();
+    const std::lock_guard control(presence->control);
+    if (presence->isGone) {
+        return;
+    }
+    joinRetrieving();
+    presence->controller = std::this_thread::get_id();
+    const bool isThere = beginRetrieving(request);
+    presence->controller = std::thread::id();
+    if (isThere) {
+        const auto shared = std::make_shared<Request>(std::move(request)); // a std::function is copied
+        m_retrieving = std::make_unique<HelperThread>([this, presence, shared] {
+            presence->retriever = std::this_thread::get_id();
+            retrieve(std::move(*shared));
+            presence->retriever = std::thread::id();
+        });
+        m_retrieving->start();
+    }
+}
+
+// False when a listener has destroyed the device.
+bool ImplGenICamCamera::beginRetrieving(Request& request) {
+    const auto presence = m_presence;
+    m_polling.forbid();
+    m_signalling.forbid();
+    m_polling.waitUntilIdle();
     forgetTree();
+    m_next.reset();
     setState(Retrieving);
-    m_retrieving->start();
+    if (presence->isGone) {
+        return false;
+    }
+    if (m_next) {
+        request = *std::exchange(m_next, std::nullopt);
+    }
+    return true;
 }
 
-void ImplGenICamCamera::useTree(std::unique_ptr<NodeTree> tree) {
-    const DeviceLockScope scope(m_tree.get()); // an access of the earlier tree ends first
-    m_commons->changes.clear();
-    m_current.store(tree.get(), std::memory_order_release);
-    m_tree.swap(tree);
+void ImplGenICamCamera::retrieve(Request request) {
+    const auto presence = m_presence;
+    do {
+        asyncRetrievingMethod(request.fileName, std::move(request.text));
+        if (presence->isGone || !m_next) {
+            return;
+        }
+        request = *std::exchange(m_next, std::nullopt);
+    } while (beginRetrieving(request));
+}
+
+std::shared_ptr<NodeTree> ImplGenICamCamera::holdTree() const {
+    const std::lock_guard lock(m_registryLock);
+    return m_tree;
+}
+
+// Null when the device goes.
+void ImplGenICamCamera::useTree(std::shared_ptr<NodeTree> tree) {
+    const auto old = holdTree();
+    {
+        const DeviceLockScope scope(old.get()); // an access of the earlier tree ends first
+        const std::lock_guard lock(m_registryLock);
+        m_current.store(tree.get(), std::memory_order_release);
+        m_tree = std::move(tree);
+        if (old) {
+            old->close();
+        }
+    }
+    if (old && old->hasListeners()) {
+        util::releaseAfterQueuedSignals(old);
+    }
+}
+
+std::shared_ptr<NodeTree> ImplGenICamCamera::newTree() const {
+    const std::lock_guard lock(m_registryLock);
+    return std::make_shared<NodeTree>(m_commons, m_quirks);
 }
 
 void ImplGenICamCamera::forgetTree() {
-    useTree(std::make_unique<NodeTree>(m_commons, m_quirks));
+    useTree(newTree());
     const std::lock_guard lock(m_registryLock);
     m_description.clear();
 }
@@ -85,12 +175,12 @@ bool ImplGenICamCamera::buildTree(const std::string& fileName, std::unique_ptr<c
         const std::lock_guard lock(m_registryLock);
         m_description = std::move(description);
     }
-    GenICamParser parser(m_quirks);
+    auto tree = newTree();
+    GenICamParser parser(tree->quirks());
     const auto root = text ? parser.parseMemory(std::move(text)) : parser.parseFile(fileName);
     if (!root) {
         return false;
     }
-    auto tree = std::make_unique<NodeTree>(m_commons, m_quirks);
     root->propagateInitStage(GenICamTreeBuilder::CreateNodes, tree.get());
     root->propagateInitStage(GenICamTreeBuilder::ResolveReferences, tree.get());
     root->propagateInitStage(GenICamTreeBuilder::ReleaseTree, tree.get());

@@ -31,10 +31,15 @@ void ImplGenICamCamera::asyncPollingMethod(HelperThread& thread) {
     }
 }
 
-// The queue's lock is free while a node updates, so that a listener may cause new notices.
 void ImplGenICamCamera::asyncSignallingMethod(HelperThread& thread) {
+    reportChanges(m_commons->changes, thread);
+}
+
+// Does without the device, which a listener may destroy; the notice keeps the tree of its node. The queue's
+// lock is free while a node updates, so that a listener may cause new notices.
+void ImplGenICamCamera::reportChanges(ChangeQueue& changes, HelperThread& thread) {
     while (!thread.isCancelRequested()) {
-        const ChangeQueue::Notice notice = m_commons->changes.take();
+        const ChangeQueue::Notice notice = changes.take();
         if (notice.node != nullptr) {
             notice.node->performSignalUpdate(notice.trigger);
         }
@@ -43,9 +48,9 @@ void ImplGenICamCamera::asyncSignallingMethod(HelperThread& thread) {
 
 // The retrieving thread first: at its end it lets the other two run.
 void ImplGenICamCamera::stopAsyncMethods() {
-    if (m_retrieving) {
-        m_retrieving->requestCancel();
-        m_retrieving->join();
+    if (!m_presence->mustReturn()) {
+        const std::lock_guard control(m_presence->control);
+        joinRetrieving();
     }
     m_polling.forbid();
     m_signalling.forbid();

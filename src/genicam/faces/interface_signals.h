@@ -1,8 +1,9 @@
 // The signals of the node interfaces: they tell listeners when something that an interface shows has changed.
 //
 // They are emitted on the device's signalling thread, outside the device's lock, whoever caused the change; a
-// listener in another thread gets them queued. A listener may call back into the device. Each signal has a
-// method that only emits it.
+// listener in another thread gets them queued. A listener may do anything, also replace the tree or destroy
+// the device: see ImplGenICamCamera for how long the node can be used then. Each signal has a method that
+// only emits it.
 #pragma once
 
 #include "liomol/export.h"

@@ -1,6 +1,7 @@
 #include "genicam/nodes/ChangeQueue.h"
 
 #include "genicam/nodes/ImplGenICamNode.h"
+#include "genicam/nodes/NodeHost.h"
 
 namespace tavo {
 
@@ -15,6 +16,9 @@ bool ChangeQueue::holds(const ImplGenICamNode& node, bool trigger) {
 void ChangeQueue::add(ImplGenICamNode& node, bool trigger) {
     {
         const std::lock_guard lock(m_lock);
+        if (node.getHost() == nullptr || node.getHost()->isClosed()) {
+            return;
+        }
         if (node.m_notice != ImplGenICamNode::PendingNotice::None) {
             if (trigger) {
                 node.m_notice = ImplGenICamNode::PendingNotice::Forced;
@@ -38,7 +42,7 @@ ChangeQueue::Notice ChangeQueue::take() {
     m_waiting.pop_front();
     const bool trigger = node->m_notice == ImplGenICamNode::PendingNotice::Forced;
     node->m_notice = ImplGenICamNode::PendingNotice::None;
-    return {node, trigger};
+    return {node, trigger, node->getHost()->shared_from_this()}; // its tree is open, and so there
 }
 
 void ChangeQueue::stop() {
@@ -59,8 +63,9 @@ std::vector<ImplGenICamNode*> ChangeQueue::waiting() const {
     return {m_waiting.begin(), m_waiting.end()};
 }
 
-void ChangeQueue::clear() {
+void ChangeQueue::clear(std::atomic<bool>& closed) {
     const std::lock_guard lock(m_lock);
+    closed.store(true, std::memory_order_relaxed);
     for (ImplGenICamNode* const node : m_waiting) {
         node->m_notice = ImplGenICamNode::PendingNotice::None;
     }

@@ -1,14 +1,17 @@
 // The nodes of a device whose signals are due, first come first served.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <vector>
 
 namespace tavo {
 
 class ImplGenICamNode;
+class NodeHost;
 
 // All operations may be called from any thread. The lock inside is held by no call into a node.
 class ChangeQueue {
@@ -16,11 +19,13 @@ public:
     struct Notice {
         ImplGenICamNode* node = nullptr; // null: there is none
         bool trigger = false;            // report values whether they differ or not
+        std::shared_ptr<NodeHost> tree;  // keeps the node
     };
 
     // Whether add() would change nothing. Costs next to nothing.
     static bool holds(const ImplGenICamNode& node, bool trigger);
-    // A node that waits already keeps its place; `trigger`, once set, stays.
+    // Nothing for a node of a closed tree. A node that waits already keeps its place; `trigger`, once set,
+    // stays.
     void add(ImplGenICamNode& node, bool trigger);
     // Waits for a notice; an empty one once stop() was called.
     Notice take();
@@ -29,8 +34,8 @@ public:
     void start();
     // The nodes that wait, in their order; they stay.
     std::vector<ImplGenICamNode*> waiting() const;
-    // Forgets all notices.
-    void clear();
+    // Forgets all notices, and sets `closed` before the next one can come.
+    void clear(std::atomic<bool>& closed);
 
 private:
     mutable std::mutex m_lock;

@@ -1,6 +1,7 @@
 #include "genicam/nodes/NodeHost.h"
 
 #include "genicam/nodes/ImplGenICamNode.h"
+#include "util/late_release.h"
 #include "util/qt_locks.h"
 
 namespace tavo {
@@ -14,6 +15,11 @@ void NodeHost::unlock() {
     m_access.hops = 0;
     m_access.formulaEvaluations = 0;
     util::unlock(m_device->lock);
+}
+
+void NodeHost::noteListener() {
+    util::expectQueuedSignals();
+    m_hasListeners.store(true, std::memory_order_relaxed);
 }
 
 void NodeHost::notify(ImplGenICamNode& node, bool trigger) {

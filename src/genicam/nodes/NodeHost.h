@@ -22,8 +22,10 @@ struct DeviceCommons {
     PortTable ports;
 };
 
-// One for each tree. All but what the lock guards may be called from any thread.
-class LIOMOL_API NodeHost {
+// One for each tree; its device closes it when it puts another tree in place, or goes itself: from then on
+// its nodes reach no camera and report nothing, but can be used, by those who still hold the tree. All but
+// what the lock guards may be called from any thread.
+class LIOMOL_API NodeHost : public std::enable_shared_from_this<NodeHost> {
 public:
     NodeHost(std::shared_ptr<DeviceCommons> device, const Quirks& quirks)
         : m_device(std::move(device)), m_quirks(quirks) {}
@@ -41,11 +43,20 @@ public:
     // The state of the reading or writing that holds the lock.
     AccessContext& access() { return m_access; }
 
+    void close() { m_device->changes.clear(m_closed); }
+    bool isClosed() const { return m_closed.load(std::memory_order_relaxed); }
+    // Somebody in this thread has asked for the signals of a node: a closed tree stays until signals that are
+    // queued have been delivered.
+    void noteListener();
+    bool hasListeners() const { return m_hasListeners.load(std::memory_order_relaxed); }
+
     // Queues a node's signals; `trigger` reports its values whether they differ or not. A write-only node has
     // nothing to report and is ignored.
     void notify(ImplGenICamNode& node, bool trigger);
     // Null when the device has no port of that name.
-    GenICamPortInterface* findPort(const std::string& name) const { return m_device->ports.find(name); }
+    GenICamPortInterface* findPort(const std::string& name) const {
+        return isClosed() ? nullptr : m_device->ports.find(name);
+    }
 
 protected:
     ~NodeHost() = default;
@@ -54,6 +65,8 @@ private:
     const std::shared_ptr<DeviceCommons> m_device;
     const Quirks m_quirks;
     AccessContext m_access; // guarded by the device's lock
+    std::atomic<bool> m_closed{false};
+    std::atomic<bool> m_hasListeners{false};
 };
 
 } // namespace tavo

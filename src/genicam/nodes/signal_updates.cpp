@@ -3,6 +3,7 @@
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/ImplGenICamRegister.h"
 #include "genicam/nodes/InvalidationWalk.h"
+#include "genicam/nodes/NodeHost.h"
 
 #include <cmath>
 #include <optional>
@@ -80,8 +81,25 @@ struct RegisterWatch {
     Watched<std::int64_t> address, length;
 };
 
+namespace {
+
+template<class Watch> auto* signalsOf(Lazy<Watch>& watch, NodeHost* host) {
+    if (host != nullptr) {
+        host->noteListener();
+    }
+    return &watch.get().signals;
+}
+
+// A listener may have replaced the tree, or freed the camera, since the update began.
+bool isOver(const ImplGenICamNode& node) {
+    return node.getHost() != nullptr && node.getHost()->isClosed();
+}
+
+} // namespace
+
 // Reports one item of the table below: `item` of the watch, read with `getter`, emitted as `Signal`.
 #define LIOMOL_UPDATE(item, getter, Signal)                                                                  \
+    if (!isOver(*this))                                                                                      \
     watch->item.update(                                                                                      \
         force, [this] { return getter(); },                                                                  \
         [&](const auto& news) { watch->signals.emitSignal_##Signal(this, news); })
@@ -89,7 +107,7 @@ struct RegisterWatch {
 // ---- Node ------------------------------------------------------------------------------------------------
 
 ImplGenICamNodeInterfaceSignals* ImplGenICamNode::getNodeSignals() {
-    return &m_nodeWatch.get().signals;
+    return signalsOf(m_nodeWatch, getHost());
 }
 
 void ImplGenICamNode::performSignalUpdate(bool force) {
@@ -106,7 +124,7 @@ ImplGenICamIntegerInterface::ImplGenICamIntegerInterface() = default;
 ImplGenICamIntegerInterface::~ImplGenICamIntegerInterface() = default;
 
 ImplGenICamIntegerInterfaceSignals* ImplGenICamIntegerInterface::getIntegerSignals() {
-    return &m_integerWatch.get().signals;
+    return signalsOf(m_integerWatch, getHost());
 }
 
 void ImplGenICamIntegerInterface::performSignalUpdate(bool force) {
@@ -129,7 +147,7 @@ ImplGenICamFloatInterface::ImplGenICamFloatInterface() = default;
 ImplGenICamFloatInterface::~ImplGenICamFloatInterface() = default;
 
 ImplGenICamFloatInterfaceSignals* ImplGenICamFloatInterface::getFloatSignals() {
-    return &m_floatWatch.get().signals;
+    return signalsOf(m_floatWatch, getHost());
 }
 
 void ImplGenICamFloatInterface::performSignalUpdate(bool force) {
@@ -151,7 +169,7 @@ ImplGenICamBooleanInterface::ImplGenICamBooleanInterface() = default;
 ImplGenICamBooleanInterface::~ImplGenICamBooleanInterface() = default;
 
 ImplGenICamBooleanInterfaceSignals* ImplGenICamBooleanInterface::getBooleanSignals() {
-    return &m_booleanWatch.get().signals;
+    return signalsOf(m_booleanWatch, getHost());
 }
 
 void ImplGenICamBooleanInterface::performSignalUpdate(bool force) {
@@ -165,7 +183,7 @@ ImplGenICamCommandInterface::ImplGenICamCommandInterface() = default;
 ImplGenICamCommandInterface::~ImplGenICamCommandInterface() = default;
 
 ImplGenICamCommandInterfaceSignals* ImplGenICamCommandInterface::getCommandSignals() {
-    return &m_commandWatch.get().signals;
+    return signalsOf(m_commandWatch, getHost());
 }
 
 void ImplGenICamCommandInterface::performSignalUpdate(bool force) {
@@ -179,7 +197,7 @@ ImplGenICamEnumerationInterface::ImplGenICamEnumerationInterface() = default;
 ImplGenICamEnumerationInterface::~ImplGenICamEnumerationInterface() = default;
 
 ImplGenICamEnumerationInterfaceSignals* ImplGenICamEnumerationInterface::getEnumerationSignals() {
-    return &m_enumerationWatch.get().signals;
+    return signalsOf(m_enumerationWatch, getHost());
 }
 
 void ImplGenICamEnumerationInterface::performSignalUpdate(bool force) {
@@ -196,7 +214,7 @@ ImplGenICamStringInterface::ImplGenICamStringInterface() = default;
 ImplGenICamStringInterface::~ImplGenICamStringInterface() = default;
 
 ImplGenICamStringInterfaceSignals* ImplGenICamStringInterface::getStringSignals() {
-    return &m_stringWatch.get().signals;
+    return signalsOf(m_stringWatch, getHost());
 }
 
 void ImplGenICamStringInterface::performSignalUpdate(bool force) {
@@ -215,7 +233,7 @@ ImplGenICamRegisterInterface::ImplGenICamRegisterInterface() = default;
 ImplGenICamRegisterInterface::~ImplGenICamRegisterInterface() = default;
 
 ImplGenICamRegisterInterfaceSignals* ImplGenICamRegisterInterface::getRegisterSignals() {
-    return &m_registerWatch.get().signals;
+    return signalsOf(m_registerWatch, getHost());
 }
 
 void ImplGenICamRegisterInterface::performSignalUpdate(bool force) {
@@ -227,7 +245,7 @@ void ImplGenICamRegisterInterface::updateRegister(bool force) {
     if (RegisterWatch* const watch = m_registerWatch.existing()) {
         LIOMOL_UPDATE(address, getAddress, RegisterAddressChanged);
         LIOMOL_UPDATE(length, getLength, RegisterLengthChanged);
-        if (takeContentChange(force)) {
+        if (!isOver(*this) && takeContentChange(force)) {
             watch->signals.emitSignal_RegisterContentChanged(this);
         }
     }
