@@ -72,7 +72,6 @@ private:
 };
 
 BoardHandle* openBoard() {
-    constexpr int kNoBoard = GBE_ERROR_BOARD_INITIALIZATION; // as long as the service does not answer
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     for (;;) {
         BoardHandle* board = nullptr;
@@ -80,7 +79,8 @@ BoardHandle* openBoard() {
         if (code == 0) {
             return board;
         }
-        if (code != kNoBoard || std::chrono::steady_clock::now() > deadline) {
+        if (code != GBE_ERROR_BOARD_INITIALIZATION /* until the service answers */ ||
+            std::chrono::steady_clock::now() > deadline) {
             giveUp("opening the board", code);
         }
         usleep(20000);
@@ -148,6 +148,20 @@ void readAllIntegers(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(names.size()));
 }
 
+// All names, in their order.
+void listFeatures(benchmark::State& state) {
+    const int count = Gbe_getFeatureCount(g_camera);
+    for (auto _ : state) {
+        const char* name = nullptr;
+        for (int i = 0; i < count; ++i) {
+            require(Gbe_getFeatureName(g_camera, static_cast<unsigned>(i), &name), "a name");
+            benchmark::DoNotOptimize(name);
+        }
+    }
+    state.counters["features"] = count;
+    state.SetItemsProcessed(state.iterations() * count);
+}
+
 CameraHandle* connectCamera(BoardHandle* board) {
     CameraHandle* camera = nullptr;
     require(Gbe_scanNetwork(board, 0, 0), "scanning");
@@ -160,6 +174,7 @@ CameraHandle* connectCamera(BoardHandle* board) {
 
 BENCHMARK(readCached)->ThreadRange(1, 4)->UseRealTime();
 BENCHMARK(readAllIntegers)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(listFeatures)->Unit(benchmark::kMicrosecond);
 BENCHMARK(readUncached)->Unit(benchmark::kMicrosecond)->UseManualTime();
 BENCHMARK(writeInteger)->Unit(benchmark::kMicrosecond)->UseRealTime();
 BENCHMARK(forgetCached)->Unit(benchmark::kMicrosecond)->UseRealTime();

@@ -23,4 +23,5 @@ install(FILES "${CMAKE_BINARY_DIR}/liomol-config.cmake" "${CMAKE_BINARY_DIR}/lio
 file(RELATIVE_PATH LIOMOL_PKGCONFIG_TO_PREFIX
      "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 configure_file(cmake/liomol.pc.in "${CMAKE_BINARY_DIR}/liomol.pc" @ONLY)
-install(FILES "${CMAKE_BINARY_DIR}/liomol.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+configure_file(cmake/liomol-qt.pc.in "${CMAKE_BINARY_DIR}/liomol-qt.pc" @ONLY)
+install(FILES "${CMAKE_BINARY_DIR}/liomol.pc" "${CMAKE_BINARY_DIR}/liomol-qt.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

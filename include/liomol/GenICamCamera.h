@@ -10,6 +10,7 @@
 
 namespace tavo {
 
+class GenICamCameraSignals;
 class GenICamNode;
 class GenICamPortInterface;
 
@@ -38,7 +39,7 @@ enum class ControlLoss {
     Rebooted = 4,        // the camera has restarted
 };
 
-// A camera as its description shows it.
+// A camera as its description shows it. All calls may come from any thread.
 class LIOMOL_API GenICamCamera {
 public:
     virtual const std::string& getModelName() const = 0;
@@ -58,6 +59,28 @@ public:
     virtual GenICamNode* getNodeByName(std::string_view name) const = 0;
     // All nodes that have a name, in ascending order of the names.
     virtual std::vector<GenICamNode*> getNodes() const = 0;
+    // Makes everything cached stale, in all nodes.
+    virtual void invalidateAllNodes() = 0;
+
+    // Whether accesses are checked (see liomol/interfaces.h); off at first.
+    virtual void enableChecking(bool on) = 0;
+    virtual bool isCheckingEnabled() const = 0;
+
+    // The device's own signals (liomol/signals.h), which live as long as the device. They come whether
+    // signalling is on or not.
+    virtual GenICamCameraSignals* getCameraSignals() = 0;
+    // Whether changes are reported through the signals of the nodes. Off at first; what changes meanwhile is
+    // reported when it is switched on. The thread runs once a description has been retrieved.
+    virtual void enableSignalling(bool on) = 0;
+    virtual bool isSignallingEnabled() const = 0;
+    // Whether command nodes are looked at from time to time, so that a command that has become done is
+    // reported. Off at first. The thread runs once a description has been retrieved.
+    virtual void enablePolling(bool on) = 0;
+    virtual bool isPollingEnabled() const = 0;
+    // Milliseconds between two looks, 1000 at first; takes effect within the running twentieth of it, which
+    // is 1 millisecond at least and a year at most.
+    virtual void setPollingSleepTime(long long milliseconds) = 0;
+    virtual long long getPollingSleepTime() const = 0;
 
     virtual ~GenICamCamera();
 };

@@ -143,10 +143,12 @@ GBE_API int Gbe_readRegister(CameraHandle* camera, unsigned address, unsigned* v
 /* Takes control of the camera, fetches and builds its description, and keeps control alive from then on.
  * A handle that has lost control of its camera (see Gbe_getControlStatus) is cleaned up and connected anew;
  * its features are then those of the description that the camera has now, and none of the old texts is valid.
- * -40016 (Gbe_connectCamera) or -40017 (Gbe_connectCameraWithoutService): connected already. -40013, -40014:
- * the description is to come from a file that cannot be found. -40020: no usable description, or the camera
- * does not answer. -40022: the camera is in use, in this process or by another application, which is told at
- * once and leaves the other one undisturbed. After a failure the handle is not connected. */
+ * -40015: null handle. -40016 (Gbe_connectCamera) or -40017 (Gbe_connectCameraWithoutService): connected
+ * already. -40010: another connected handle uses the port. -40019: the board is not open. -40024: neither the
+ * port's last scan nor an earlier connection knows the camera. -40013, -40014: the description is to come
+ * from a file, and TAVODIR5 is not set, or the file is not there. -40020: no usable description, or the
+ * camera does not answer. -40022: the camera is in use, in this process or by another application, which is
+ * told at once and leaves the other one undisturbed. After a failure the handle is not connected. */
 GBE_API int Gbe_connectCamera(CameraHandle* camera);
 GBE_API int Gbe_connectCameraWithoutService(CameraHandle* camera);
 
@@ -154,8 +156,10 @@ GBE_API int Gbe_connectCameraWithoutService(CameraHandle* camera);
 GBE_API int Gbe_disconnectCamera(CameraHandle* camera);
 
 /* Moves the handle to another port, on which a scan has found the same camera.
- * -40015: bad handle or port. -40019: that port has a camera handle already. -40023: the last scan found none
- * there. -40024: this camera is not there; the handle is then disconnected at its old place. */
+ * -40015: bad handle or port. -40019: that port has a camera handle already, or its board is not open.
+ * -40010: another connected handle uses that port. -40022: another handle has taken the camera. -40023: the
+ * last scan found none there. -40024: this camera is not there; the handle is then disconnected at its old
+ * place. */
 GBE_API int Gbe_switchCameraConnection(CameraHandle* camera, BoardHandle* newBoard, unsigned newPort);
 GBE_API int
 Gbe_switchCameraConnectionWithoutService(CameraHandle* camera, BoardHandle* newBoard, unsigned newPort);
@@ -202,9 +206,10 @@ GBE_API void Gbe_freeCamera(CameraHandle* camera);
 
 /* ---- Features ---------------------------------------------------------------------------------------- */
 
-/* Features of a connected camera by name. Common results: -40015 null handle, name, text or output; -40016
- * not connected; -40012 control of the camera is lost (see Gbe_getControlStatus); -40007 no feature of that
- * name, or not of that kind; -40001 to -40006, -40008 to -40011 as the feature decides. */
+/* Features of a connected camera by name; liomol/features.h tells more about each, and when it changes.
+ * Common results: -40015 null handle, name, text or output; -40016 not connected; -40012 control of the
+ * camera is lost (see Gbe_getControlStatus); -40007 no feature of that name, or not of that kind; -40001 to
+ * -40006, -40008 to -40011 as the feature decides. */
 
 GBE_API int Gbe_setIntegerValue(CameraHandle* camera, const char* name, long long value);
 GBE_API int Gbe_getIntegerValue(CameraHandle* camera, const char* name, long long* value);

@@ -22,6 +22,14 @@ namespace tavo {
 
 class GenICamEnumEntry;
 class GenICamNode;
+class ImplGenICamNodeInterfaceSignals;
+class ImplGenICamBooleanInterfaceSignals;
+class ImplGenICamCommandInterfaceSignals;
+class ImplGenICamEnumerationInterfaceSignals;
+class ImplGenICamFloatInterfaceSignals;
+class ImplGenICamIntegerInterfaceSignals;
+class ImplGenICamRegisterInterfaceSignals;
+class ImplGenICamStringInterfaceSignals;
 
 class LIOMOL_API GenICamNodeInterface {
 public:
@@ -49,6 +57,8 @@ public:
     virtual bool hasAliasNode() const = 0;
     // Null when the description gives none.
     virtual GenICamNode* getAliasNode() const = 0;
+    // What tells of changes of the states; see liomol/signals.h, also for the signals of each kind of value.
+    virtual ImplGenICamNodeInterfaceSignals* getNodeSignals() = 0;
 };
 
 class LIOMOL_API GenICamIntegerInterface : public virtual GenICamNodeInterface {
@@ -60,6 +70,7 @@ public:
     virtual std::int64_t getMax() = 0;
     virtual std::int64_t getInc() = 0;
     virtual GenICamTypes::GenICamRepresentationType getRepresentation() const = 0;
+    virtual ImplGenICamIntegerInterfaceSignals* getIntegerSignals() = 0;
     ~GenICamIntegerInterface() override;
 };
 
@@ -71,6 +82,7 @@ public:
     virtual double getMax() = 0;
     virtual GenICamTypes::GenICamRepresentationType getRepresentation() const = 0;
     virtual const std::string& getUnit() const = 0;
+    virtual ImplGenICamFloatInterfaceSignals* getFloatSignals() = 0;
     ~GenICamFloatInterface() override;
 };
 
@@ -81,6 +93,7 @@ public:
     // The integers that stand for true and false in the node below.
     virtual std::int64_t getOnValue() const = 0;
     virtual std::int64_t getOffValue() const = 0;
+    virtual ImplGenICamBooleanInterfaceSignals* getBooleanSignals() = 0;
     ~GenICamBooleanInterface() override;
 };
 
@@ -91,6 +104,7 @@ public:
     virtual bool isDone() = 0;
     // Milliseconds.
     virtual std::int64_t getPollingTime() const = 0;
+    virtual ImplGenICamCommandInterfaceSignals* getCommandSignals() = 0;
     ~GenICamCommandInterface() override;
 };
 
@@ -106,6 +120,7 @@ public:
     virtual const std::vector<GenICamEnumEntry*>& getEntries() const = 0;
     // Null when no entry has the value.
     virtual GenICamEnumEntry* getEntryByValue(std::int64_t value) const = 0;
+    virtual ImplGenICamEnumerationInterfaceSignals* getEnumerationSignals() = 0;
     ~GenICamEnumerationInterface() override;
 };
 
@@ -116,6 +131,7 @@ public:
     // A text longer than the register is cut.
     virtual void setValue(const std::string& value) = 0;
     virtual std::int64_t getMaxLength() = 0;
+    virtual ImplGenICamStringInterfaceSignals* getStringSignals() = 0;
     ~GenICamStringInterface() override;
 };
 
@@ -131,6 +147,7 @@ public:
     virtual std::int64_t getLength() = 0;
     // Null when the description names no port that exists.
     virtual GenICamPortInterface* getPort() const = 0;
+    virtual ImplGenICamRegisterInterfaceSignals* getRegisterSignals() = 0;
     ~GenICamRegisterInterface() override;
 };
 

@@ -5,6 +5,8 @@
 
 #include <string>
 
+using tavo::GenICamNode;
+
 namespace {
 
 // The 32 low bits of the width count; the board keeps 16 of what it computes from them.
@@ -27,17 +29,17 @@ int Gbe_startAcquisition(CameraHandle* camera) {
     }
     long long width = 0;
     std::string pixelFormat;
-    result = api::withNode<tavo::GenICamIntegerInterface>(
+    result = api::withNode<&GenICamNode::asInteger>(
         *device, "Width", [&](auto& node) { width = node.getValue(); });
     if (result == status::Success) {
-        result = api::withNode<tavo::GenICamEnumerationInterface>(
+        result = api::withNode<&GenICamNode::asEnumeration>(
             *device, "PixelFormat", [&](auto& node) { pixelFormat = node.getStringValue(); });
     }
     if (result == status::Success) {
         result = setLineLength(*camera, width, pixelFormat);
     }
     if (result == status::Success) {
-        result = api::withNode<tavo::GenICamCommandInterface>(
+        result = api::withNode<&GenICamNode::asCommand>(
             *device, "AcquisitionStart", [](auto& node) { node.execute(); });
     }
     return result;

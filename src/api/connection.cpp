@@ -225,6 +225,7 @@ void dropConnection(CameraHandle& handle) {
     handle.transmission.reset();
     handle.loss = static_cast<int>(handle.device()->getControlLoss());
     stopWatching(handle);
+    handle.watches.clear();
     handle.texts.clear();
 }
 
@@ -278,6 +279,7 @@ void endConnection(CameraHandle& handle, State before) {
     }
     giveControlBack(handle);
     handle.place().release(&handle);
+    handle.watches.clear();
     handle.texts.clear();
 }
 

@@ -1,45 +1,14 @@
 // Calls on a camera's description as a whole: listing, text of any feature, cache, checks, the document.
 #include "api/features.h"
+#include "api/results.h"
 #include "liomol/gige.h"
 
-#include <array>
 #include <cstring>
-#include <limits>
 #include <string>
 
 namespace {
 
 using tavo::GenICamNode;
-
-// The first row whose interface a node has names its kind.
-struct KindRow {
-    GbeFeatureKind kind;
-    bool (*matches)(GenICamNode*);
-};
-
-template<typename Interface> bool has(GenICamNode* node) {
-    return dynamic_cast<Interface*>(node) != nullptr;
-}
-
-constexpr std::array kKinds{
-    KindRow{GBE_KIND_INTEGER, has<tavo::GenICamIntegerInterface>},
-    KindRow{GBE_KIND_FLOAT, has<tavo::GenICamFloatInterface>},
-    KindRow{GBE_KIND_BOOLEAN, has<tavo::GenICamBooleanInterface>},
-    KindRow{GBE_KIND_STRING, has<tavo::GenICamStringInterface>},
-    KindRow{GBE_KIND_ENUMERATION, has<tavo::GenICamEnumerationInterface>},
-    KindRow{GBE_KIND_COMMAND, has<tavo::GenICamCommandInterface>},
-    KindRow{GBE_KIND_CATEGORY, has<tavo::GenICamCategoryInterface>},
-    KindRow{GBE_KIND_REGISTER, has<tavo::GenICamRegisterInterface>},
-};
-
-GbeFeatureKind kindOf(GenICamNode* node) {
-    for (const KindRow& row : kKinds) {
-        if (row.matches(node)) {
-            return row.kind;
-        }
-    }
-    return GBE_KIND_OTHER;
-}
 
 // Sets a Boolean; where the feature is none, an Integer.
 int setFlag(CameraHandle* camera, const char* name, int value) {
@@ -49,15 +18,9 @@ int setFlag(CameraHandle* camera, const char* name, int value) {
 
 constexpr const char* kTransportLayerLock = "TLParamsLocked";
 
-// Up to the first NUL. Without a buffer, or when it is too small, only the size is told.
+// Up to the first NUL.
 int copyText(const std::string& text, char* buffer, unsigned* size) {
-    const std::size_t needed = std::strlen(text.c_str()) + 1;
-    const bool fits = buffer == nullptr || needed <= *size;
-    if (buffer != nullptr && fits) {
-        std::memcpy(buffer, text.c_str(), needed);
-    }
-    *size = static_cast<unsigned>(needed);
-    return fits ? status::Success : status::BufferTooSmall;
+    return api::copyBytes({text.c_str(), std::strlen(text.c_str()) + 1}, buffer, size);
 }
 
 } // namespace
@@ -74,13 +37,8 @@ int Gbe_getValueAsString(CameraHandle* camera, const char* name, char* buffer, u
     if (size == nullptr) {
         return status::IllegalParameter;
     }
-    std::string text;
-    const int result = api::withFeature<tavo::GenICamNodeInterface>(
-        camera, name, [&](auto& node) { text = node.getValueAsString(); });
-    if (result != status::Success) {
-        return result;
-    }
-    return copyText(text, buffer, size);
+    return api::withAnyFeature(
+        camera, name, [&](GenICamNode& node) { return copyText(node.getValueAsString(), buffer, size); });
 }
 
 int Gbe_getFeatureCount(CameraHandle* camera) {
@@ -88,7 +46,7 @@ int Gbe_getFeatureCount(CameraHandle* camera) {
     if (const int refused = api::deviceOf(camera, device); refused != status::Success) {
         return refused;
     }
-    return static_cast<int>(device->getNodes().size());
+    return static_cast<int>(device->holdTree()->nodes().byName().size());
 }
 
 int Gbe_getFeatureName(CameraHandle* camera, unsigned index, const char** name) {
@@ -99,7 +57,8 @@ int Gbe_getFeatureName(CameraHandle* camera, unsigned index, const char** name) 
     if (const int refused = api::deviceOf(camera, device); refused != status::Success) {
         return refused;
     }
-    const auto nodes = device->getNodes();
+    const auto tree = device->holdTree();
+    const auto& nodes = tree->nodes().byName();
     if (index >= nodes.size()) {
         return status::IllegalParameter;
     }
@@ -111,7 +70,10 @@ int Gbe_getFeatureKind(CameraHandle* camera, const char* name, int* kind) {
     if (kind == nullptr) {
         return status::IllegalParameter;
     }
-    return api::withFeature<GenICamNode>(camera, name, [&](auto& node) { *kind = kindOf(&node); });
+    return api::withAnyFeature(camera, name, [&](GenICamNode& node) {
+        *kind = api::kindOf(node);
+        return status::Success;
+    });
 }
 
 // A device that is not connected has nothing cached that will ever be read.
@@ -149,6 +111,7 @@ int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable) {
         if (api::deviceOf(camera, device) != status::Success) {
             return status::Success;
         }
+        camera->watches.clear();
         camera->texts.clear();
         return device->enableStandardBehaviour(enable != 0) ? status::Success : status::XmlRead;
     });

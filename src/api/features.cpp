@@ -4,44 +4,39 @@
 #include "liomol/gige.h"
 
 using api::withFeature;
-using tavo::GenICamBooleanInterface;
-using tavo::GenICamCommandInterface;
-using tavo::GenICamEnumerationInterface;
-using tavo::GenICamFloatInterface;
-using tavo::GenICamIntegerInterface;
-using tavo::GenICamStringInterface;
+using tavo::GenICamNode;
 
 int Gbe_setIntegerValue(CameraHandle* camera, const char* name, long long value) {
-    return withFeature<GenICamIntegerInterface>(camera, name, [&](auto& node) { node.setValue(value); });
+    return withFeature<&GenICamNode::asInteger>(camera, name, [&](auto& node) { node.setValue(value); });
 }
 
 int Gbe_getIntegerValue(CameraHandle* camera, const char* name, long long* value) {
     if (value == nullptr) {
         return status::IllegalParameter;
     }
-    return withFeature<GenICamIntegerInterface>(camera, name, [&](auto& node) { *value = node.getValue(); });
+    return withFeature<&GenICamNode::asInteger>(camera, name, [&](auto& node) { *value = node.getValue(); });
 }
 
 int Gbe_setFloatValue(CameraHandle* camera, const char* name, double value) {
-    return withFeature<GenICamFloatInterface>(camera, name, [&](auto& node) { node.setValue(value); });
+    return withFeature<&GenICamNode::asFloat>(camera, name, [&](auto& node) { node.setValue(value); });
 }
 
 int Gbe_getFloatValue(CameraHandle* camera, const char* name, double* value) {
     if (value == nullptr) {
         return status::IllegalParameter;
     }
-    return withFeature<GenICamFloatInterface>(camera, name, [&](auto& node) { *value = node.getValue(); });
+    return withFeature<&GenICamNode::asFloat>(camera, name, [&](auto& node) { *value = node.getValue(); });
 }
 
 int Gbe_setBooleanValue(CameraHandle* camera, const char* name, int value) {
-    return withFeature<GenICamBooleanInterface>(camera, name, [&](auto& node) { node.setValue(value != 0); });
+    return withFeature<&GenICamNode::asBoolean>(camera, name, [&](auto& node) { node.setValue(value != 0); });
 }
 
 int Gbe_getBooleanValue(CameraHandle* camera, const char* name, int* value) {
     if (value == nullptr) {
         return status::IllegalParameter;
     }
-    return withFeature<GenICamBooleanInterface>(
+    return withFeature<&GenICamNode::asBoolean>(
         camera, name, [&](auto& node) { *value = node.getValue() ? 1 : 0; });
 }
 
@@ -49,14 +44,14 @@ int Gbe_setStringValue(CameraHandle* camera, const char* name, const char* value
     if (value == nullptr) {
         return status::IllegalParameter;
     }
-    return withFeature<GenICamStringInterface>(camera, name, [&](auto& node) { node.setValue(value); });
+    return withFeature<&GenICamNode::asString>(camera, name, [&](auto& node) { node.setValue(value); });
 }
 
 int Gbe_getStringValue(CameraHandle* camera, const char* name, const char** value) {
     if (value == nullptr) {
         return status::IllegalParameter;
     }
-    return withFeature<GenICamStringInterface>(
+    return withFeature<&GenICamNode::asString>(
         camera, name, [&](auto& node) { *value = camera->texts.keepFor(name, node.getValue()); });
 }
 
@@ -64,7 +59,7 @@ int Gbe_setEnumerationValue(CameraHandle* camera, const char* name, const char* 
     if (entry == nullptr) {
         return status::IllegalParameter;
     }
-    return withFeature<GenICamEnumerationInterface>(
+    return withFeature<&GenICamNode::asEnumeration>(
         camera, name, [&](auto& node) { node.setStringValue(entry); });
 }
 
@@ -72,18 +67,18 @@ int Gbe_getEnumerationValue(CameraHandle* camera, const char* name, const char**
     if (entry == nullptr) {
         return status::IllegalParameter;
     }
-    return withFeature<GenICamEnumerationInterface>(
+    return withFeature<&GenICamNode::asEnumeration>(
         camera, name, [&](auto& node) { *entry = camera->texts.intern(node.getStringValue()); });
 }
 
 int Gbe_executeCommand(CameraHandle* camera, const char* name) {
-    return withFeature<GenICamCommandInterface>(camera, name, [](auto& node) { node.execute(); });
+    return withFeature<&GenICamNode::asCommand>(camera, name, [](auto& node) { node.execute(); });
 }
 
 // The answer deliberately comes in place of the status.
 int Gbe_isCommandDone(CameraHandle* camera, const char* name) {
     bool done = false;
     const int result =
-        withFeature<GenICamCommandInterface>(camera, name, [&](auto& node) { done = node.isDone(); });
+        withFeature<&GenICamNode::asCommand>(camera, name, [&](auto& node) { done = node.isDone(); });
     return result == status::Success ? static_cast<int>(done) : result;
 }

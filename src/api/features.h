@@ -31,31 +31,45 @@ template<typename Work> int withDevice(const CameraHandle* camera, Work&& work) 
     return refused != status::Success ? refused : guarded([&] { return work(*device); });
 }
 
-// Calls `work` with the named node's Interface; its exceptions become statuses. A node that is missing or of
-// another kind is an illegal node.
-template<typename Interface, typename Work>
+// Calls `work` with the interface of the named node that `As` gives (as in &tavo::GenICamNode::asInteger);
+// its exceptions become statuses. A node that is missing or of another kind is an illegal node.
+template<auto As, typename Work>
 int withNode(const tavo::ImplGenICamCamera& device, const char* name, Work&& work) {
     return guarded([&] {
-        auto* node = dynamic_cast<Interface*>(device.getNodeByName(name));
-        if (node == nullptr) {
+        tavo::GenICamNode* const node = device.getNodeByName(name);
+        auto* const interface = node != nullptr ? (node->*As)() : nullptr;
+        if (interface == nullptr) {
             return status::IllegalNode;
         }
-        work(*node);
+        work(*interface);
         return status::Success;
     });
 }
 
-// The family of calls by name: the checks of the handle and the name, the look-up, and `work`.
-template<typename Interface, typename Work>
-int withFeature(const CameraHandle* camera, const char* name, Work&& work) {
+// The device of a handle whose camera is under control, for the calls by name: 0, or the status to return.
+inline int
+controlledDeviceOf(const CameraHandle* camera, const char* name, tavo::ImplGenICamCamera*& device) {
     if (name == nullptr) {
         return status::IllegalParameter;
     }
+    return deviceOf(camera, device, Call::Use);
+}
+
+// The family of calls by name: the checks of the handle and the name, the look-up, and `work`.
+template<auto As, typename Work> int withFeature(const CameraHandle* camera, const char* name, Work&& work) {
     tavo::ImplGenICamCamera* device = nullptr;
-    if (const int refused = deviceOf(camera, device, Call::Use); refused != status::Success) {
-        return refused;
-    }
-    return withNode<Interface>(*device, name, std::forward<Work>(work));
+    const int refused = controlledDeviceOf(camera, name, device);
+    return refused != status::Success ? refused : withNode<As>(*device, name, std::forward<Work>(work));
+}
+
+// The same for a node of any kind. `work` gives the status.
+template<typename Work> int withAnyFeature(const CameraHandle* camera, const char* name, Work&& work) {
+    tavo::ImplGenICamCamera* device = nullptr;
+    const int refused = controlledDeviceOf(camera, name, device);
+    return refused != status::Success ? refused : guarded([&] {
+        tavo::GenICamNode* const node = device->getNodeByName(name);
+        return node != nullptr ? work(*node) : status::IllegalNode;
+    });
 }
 
 } // namespace api

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "api/ConnectionState.h"
+#include "api/Watches.h"
 #include "board/Board.h"
 #include "board/GbeHeartbeatThread.h"
 #include "board/control.h"
@@ -116,6 +117,7 @@ struct CameraHandle {
     std::atomic<bool> standardBehaviour{false};            // likewise
     std::unique_ptr<CameraInfo, api::FreeInfo> info;       // as the look-up made it
     api::HandedTexts texts;
+    api::Watches watches;
 
     // --- For a Change
     std::shared_ptr<api::BoardSlots> slots;        // of the board handle that the camera was found through

@@ -13,8 +13,8 @@ extern "C" {
 LIOMOL_API int lprintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Hooks for diagnostic builds; empty here.
-LIOMOL_API void ipdprintf(...);
-LIOMOL_API void log_packet(int direction, int port, void* data, unsigned length);
+void ipdprintf(...);
+void log_packet(int direction, int port, void* data, unsigned length);
 
 } // extern "C"
 

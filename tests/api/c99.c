@@ -1,5 +1,5 @@
-/* The public header is C99, and null handles and numbers out of range give their documented codes. */
-#include "liomol/gige.h"
+/* The public headers are C99, and null handles and numbers out of range give their documented codes. */
+#include "liomol/features.h"
 
 #include <stdio.h>
 #include <string.h>
@@ -67,6 +67,9 @@ static void features(void) {
     EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_isCommandDone(NULL, "AcquisitionStart"));
     EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getValueAsString(NULL, "Width", NULL, &size));
     EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getFeatureName(NULL, 0, &text));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getFeatureList(NULL, "Width", GBE_LIST_SELECTED, NULL, &size));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_readMemory(NULL, 0, &integer, sizeof integer));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_watchFeature(NULL, "Width", NULL, NULL));
     EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_lockTLParams(NULL));
     EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_invalidateCache(NULL));
     EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_enableChecks(NULL, 1));

@@ -230,6 +230,7 @@ TEST_F(Gbe, TheExamplesRun) {
         {"list_cameras", "port 0: "},
         {"read_write", "Width is 1920\nWidth was set to 960\n"},
         {"acquire", "the camera has sent "},
+        {"qt_signals", "Width is now 1920\n"},
     };
     for (const auto& row : rows) {
         const std::string file = std::string(EXAMPLES) + row.name;

@@ -1,6 +1,6 @@
 // Whatever a listener does, in whichever thread it is called: nothing crashes, nothing waits for itself.
 #include "genicam/device_fixture.h"
-#include "genicam/faces/interface_signals.h"
+#include "liomol/signals.h"
 
 #include <QtCore/QCoreApplication>
 

@@ -1,9 +1,9 @@
 // A device with caches cannot be told from one without by its values: random descriptions, random accesses.
 //
 //   genicam_property_test --steps=1000000 --seed=1
-#include "genicam/faces/interface_signals.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/random_description.h"
+#include "liomol/signals.h"
 
 #include <QtCore/QCoreApplication>
 

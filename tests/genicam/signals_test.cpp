@@ -1,7 +1,7 @@
 // What listeners hear of changes, and the threads that tell them.
 #include "genicam/device_fixture.h"
-#include "genicam/faces/interface_signals.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "liomol/signals.h"
 
 #include <gmock/gmock.h>
 

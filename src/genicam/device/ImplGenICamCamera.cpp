@@ -16,16 +16,6 @@ namespace {
 constexpr long long kHeartbeatTimeoutAddress = 0x938;
 constexpr std::uint32_t kHeartbeatTimeoutMs = 8000;
 
-// Once for the process: devices are made on many threads.
-void registerSignalTypes() {
-    [[maybe_unused]] static const bool registered = [] {
-        qRegisterMetaType<ImplGenICamCamera*>("ImplGenICamCamera*");
-        qRegisterMetaType<ImplGenICamCamera::CameraState>("ImplGenICamCamera::CameraState");
-        qRegisterMetaType<ControlLoss>("tavo::ControlLoss");
-        return true;
-    }();
-}
-
 } // namespace
 
 ImplGenICamCamera::ImplGenICamCamera()
@@ -35,7 +25,6 @@ ImplGenICamCamera::ImplGenICamCamera()
           [commons = m_commons](bool starting) {
               starting ? commons->changes.start() : commons->changes.stop();
           }) {
-    registerSignalTypes();
     useTree(std::make_shared<NodeTree>(m_commons, m_quirks));
 }
 

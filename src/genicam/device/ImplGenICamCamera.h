@@ -6,11 +6,9 @@
 #include "genicam/device/HelperThread.h"
 #include "genicam/nodes/NodeTree.h"
 #include "liomol/GenICamCamera.h"
+#include "liomol/signals.h"
 #include "util/MacAddress.h"
 #include "util/Quirks.h"
-
-#include <QtCore/QMetaType>
-#include <QtCore/QObject>
 
 #include <atomic>
 #include <memory>
@@ -33,15 +31,10 @@ inline constexpr std::size_t kMaxDescriptionSize = std::size_t{64} * 1024 * 1024
 // For that, connect in a thread whose event loop runs, be it the listener's or the application's. Ports are
 // registered, not owned, and must stay until the device is destroyed or stopAsyncMethods has returned and no
 // access is under way.
-class LIOMOL_API ImplGenICamCamera : public QObject, public GenICamCamera, public VoCamera {
+class ImplGenICamCamera : public GenICamCameraSignals, public GenICamCamera, public VoCamera {
     Q_OBJECT
 
 public:
-    // NotConnected -> Retrieving (either retrieve call) -> Connected, or NotConnected on failure. A connected
-    // device may retrieve again.
-    enum CameraState { NotConnected = 0, Retrieving = 1, Connected = 2 };
-    Q_ENUM(CameraState)
-
     ImplGenICamCamera();
     ~ImplGenICamCamera() override;
 
@@ -88,11 +81,9 @@ public:
     std::vector<GenICamNode*> getNodes() const override;
     // In ascending order of their names.
     std::vector<ImplGenICamNode*> getCommandNodes() const;
-    // Makes everything cached stale, in all nodes.
-    void invalidateAllNodes();
-    // Whether accesses are checked; off at first.
-    void enableChecking(bool on) { m_commons->checking.store(on, std::memory_order_relaxed); }
-    bool isCheckingEnabled() const { return m_commons->checking.load(std::memory_order_relaxed); }
+    void invalidateAllNodes() override;
+    void enableChecking(bool on) override { m_commons->checking.store(on, std::memory_order_relaxed); }
+    bool isCheckingEnabled() const override { return m_commons->checking.load(std::memory_order_relaxed); }
     // One line a node on standard output, in ascending order of the names: the name, " = " and the value as
     // text, or "exception: " and its message.
     void dumpNodeValues();
@@ -152,18 +143,15 @@ public:
 
     // Threads -------------------------------------------------------------------------------------------
 
-    // Whether command nodes are looked at from time to time, so that a command that has become done is
-    // reported. Off at first. The thread runs once a description has been retrieved.
-    void enablePolling(bool on) { m_polling.enable(on); }
-    bool isPollingEnabled() const { return m_polling.isEnabled(); }
-    // Milliseconds between two looks, 1000 at first; takes effect within the running twentieth of it, which
-    // is 1 millisecond at least and a year at most.
-    void setPollingSleepTime(long long milliseconds) { m_pollingSleepTime.store(milliseconds); }
-    long long getPollingSleepTime() const { return m_pollingSleepTime.load(); }
-    // Whether changes are reported through the signals of the nodes. Off at first; what changes meanwhile is
-    // reported when it is switched on. The thread runs once a description has been retrieved.
-    void enableSignalling(bool on) { m_signalling.enable(on); }
-    bool isSignallingEnabled() const { return m_signalling.isEnabled(); }
+    GenICamCameraSignals* getCameraSignals() override { return this; }
+    void enablePolling(bool on) override { m_polling.enable(on); }
+    bool isPollingEnabled() const override { return m_polling.isEnabled(); }
+    void setPollingSleepTime(long long milliseconds) override { m_pollingSleepTime.store(milliseconds); }
+    long long getPollingSleepTime() const override { return m_pollingSleepTime.load(); }
+    void enableSignalling(bool on) override { m_signalling.enable(on); }
+    bool isSignallingEnabled() const override { return m_signalling.isEnabled(); }
+    // Has the signalling thread do something, before the signals that wait; once it runs, if it does not.
+    void callOnSignallingThread(std::function<void()> task) { m_commons->changes.addTask(std::move(task)); }
     // Asks all threads to end, and waits for them (but for the one that calls). Polling and signalling run
     // again after the next retrieval.
     void stopAsyncMethods();
@@ -174,12 +162,6 @@ public:
     // Stops the threads, unbinds the port "Device" (setConnection(-1, -1, 0)) and has the event loop delete
     // the device.
     void deleteLater();
-
-Q_SIGNALS:
-    void signal_StateChanged(ImplGenICamCamera* camera, ImplGenICamCamera::CameraState state);
-    // Control of the camera was lost, or was found to be lost for another reason, or (None) taken again.
-    // Comes from the heartbeat's thread, or from the one that connects.
-    void signal_ControlChanged(ImplGenICamCamera* camera, tavo::ControlLoss loss);
 
 private:
     struct Request { // to retrieve: a text, or the name of a file
@@ -226,5 +208,3 @@ private:
 };
 
 } // namespace tavo
-
-Q_DECLARE_METATYPE(tavo::ControlLoss)

@@ -43,6 +43,9 @@ void ImplGenICamCamera::reportChanges(ChangeQueue& changes, HelperThread& thread
         if (notice.node != nullptr) {
             notice.node->performSignalUpdate(notice.trigger);
         }
+        if (notice.task) {
+            notice.task();
+        }
     }
 }
 

@@ -32,17 +32,30 @@ void ChangeQueue::add(ImplGenICamNode& node, bool trigger) {
     m_changed.notify_one();
 }
 
+void ChangeQueue::addTask(std::function<void()> task) {
+    {
+        const std::lock_guard lock(m_lock);
+        m_tasks.push_back(std::move(task));
+    }
+    m_changed.notify_one();
+}
+
 ChangeQueue::Notice ChangeQueue::take() {
     std::unique_lock lock(m_lock);
-    m_changed.wait(lock, [this] { return m_stopped || !m_waiting.empty(); });
+    m_changed.wait(lock, [this] { return m_stopped || !m_tasks.empty() || !m_waiting.empty(); });
     if (m_stopped) {
         return {};
+    }
+    if (!m_tasks.empty()) {
+        Notice notice{nullptr, false, nullptr, std::move(m_tasks.front())};
+        m_tasks.pop_front();
+        return notice;
     }
     ImplGenICamNode* const node = m_waiting.front();
     m_waiting.pop_front();
     const bool trigger = node->m_notice == ImplGenICamNode::PendingNotice::Forced;
     node->m_notice = ImplGenICamNode::PendingNotice::None;
-    return {node, trigger, node->getHost()->shared_from_this()}; // its tree is open, and so there
+    return {node, trigger, node->getHost()->shared_from_this(), {}}; // its tree is open, and so there
 }
 
 void ChangeQueue::stop() {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -20,6 +21,7 @@ public:
         ImplGenICamNode* node = nullptr; // null: there is none
         bool trigger = false;            // report values whether they differ or not
         std::shared_ptr<NodeHost> tree;  // keeps the node
+        std::function<void()> task;      // to be done in place of a node's signals; empty: none
     };
 
     // Whether add() would change nothing. Costs next to nothing.
@@ -27,6 +29,8 @@ public:
     // Nothing for a node of a closed tree. A node that waits already keeps its place; `trigger`, once set,
     // stays.
     void add(ImplGenICamNode& node, bool trigger);
+    // What is to be done on the thread that takes, before the nodes that wait.
+    void addTask(std::function<void()> task);
     // Waits for a notice; an empty one once stop() was called.
     Notice take();
     // Ends all waiting, now and until start() is called.
@@ -34,13 +38,14 @@ public:
     void start();
     // The nodes that wait, in their order; they stay.
     std::vector<ImplGenICamNode*> waiting() const;
-    // Forgets all notices, and sets `closed` before the next one can come.
+    // Forgets all notices of nodes, and sets `closed` before the next one can come.
     void clear(std::atomic<bool>& closed);
 
 private:
     mutable std::mutex m_lock;
     std::condition_variable m_changed;
     std::deque<ImplGenICamNode*> m_waiting;
+    std::deque<std::function<void()>> m_tasks;
     bool m_stopped = false;
 };
 

@@ -1,8 +1,6 @@
 // The lock for one node access.
 #pragma once
 
-#include "liomol/export.h"
-
 namespace tavo {
 
 class ImplGenICamNode;
@@ -10,7 +8,7 @@ class NodeHost;
 
 // Holds a device's lock, exclusively, for a scope. Within the scope the same thread may take it again, which
 // does nothing; the locks of several devices may be held at once.
-class LIOMOL_API DeviceLockScope {
+class DeviceLockScope {
 public:
     // Null holds nothing. 0 milliseconds wait without limit.
     explicit DeviceLockScope(NodeHost* host, unsigned timeoutMs = 0);
@@ -33,7 +31,7 @@ private:
 
 // The lock with the access check of a node: the outermost access of a thread is checked after the lock was
 // taken; when the check fails, the lock is released and the check's exception thrown as it is.
-class LIOMOL_API GenICamScopedReadWriteLock {
+class GenICamScopedReadWriteLock {
 public:
     // Reading takes the lock exclusively too: a read changes caches.
     enum ReadWriteLockType { ReadLock = 0, WriteLock = 1 };

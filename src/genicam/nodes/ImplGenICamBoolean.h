@@ -5,7 +5,7 @@
 
 namespace tavo {
 
-class LIOMOL_API ImplGenICamBoolean : public ImplGenICamBooleanInterface, public virtual GenICamBoolean {
+class ImplGenICamBoolean : public ImplGenICamBooleanInterface, public virtual GenICamBoolean {
 public:
     std::int64_t getOnValue() const override { return m_onValue; }
     std::int64_t getOffValue() const override { return m_offValue; }

@@ -5,7 +5,7 @@
 
 namespace tavo {
 
-class LIOMOL_API ImplGenICamCategory : public ImplGenICamCategoryInterface, public virtual GenICamCategory {
+class ImplGenICamCategory : public ImplGenICamCategoryInterface, public virtual GenICamCategory {
 public:
     const std::vector<GenICamNode*>& getFeatures() const override { return m_features; }
     // Null is ignored.

@@ -8,7 +8,7 @@
 
 namespace tavo {
 
-class LIOMOL_API ImplGenICamCommand : public ImplGenICamCommandInterface, public virtual GenICamCommand {
+class ImplGenICamCommand : public ImplGenICamCommandInterface, public virtual GenICamCommand {
 public:
     void execute() override;
     bool isDone() override;

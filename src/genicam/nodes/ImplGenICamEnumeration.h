@@ -7,7 +7,7 @@
 
 namespace tavo {
 
-class LIOMOL_API ImplGenICamEnumEntry : public ImplGenICamNode, public virtual GenICamEnumEntry {
+class ImplGenICamEnumEntry : public ImplGenICamNode, public virtual GenICamEnumEntry {
 public:
     std::int64_t getValue() const override { return m_value; }
     const std::string& getSymbol() const override { return m_symbol; }
@@ -22,9 +22,9 @@ private:
     std::string m_symbol;
 };
 
-class LIOMOL_API ImplGenICamEnumeration : public ImplGenICamEnumerationInterface,
-                                          public ImplGenICamSelectorInterface,
-                                          public virtual GenICamEnumeration {
+class ImplGenICamEnumeration : public ImplGenICamEnumerationInterface,
+                               public ImplGenICamSelectorInterface,
+                               public virtual GenICamEnumeration {
 public:
     std::int64_t getIntValue() override;
     void setIntValue(std::int64_t value) override;

@@ -14,7 +14,7 @@ namespace tavo {
 inline constexpr double kDefaultFloatMin = std::numeric_limits<double>::min();
 inline constexpr double kDefaultFloatMax = std::numeric_limits<double>::max();
 
-class LIOMOL_API ImplGenICamFloat : public ImplGenICamFloatInterface, public virtual GenICamFloat {
+class ImplGenICamFloat : public ImplGenICamFloatInterface, public virtual GenICamFloat {
 public:
     double getMin() override;
     double getMax() override;

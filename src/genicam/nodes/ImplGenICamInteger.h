@@ -9,9 +9,9 @@
 
 namespace tavo {
 
-class LIOMOL_API ImplGenICamInteger : public ImplGenICamIntegerInterface,
-                                      public ImplGenICamSelectorInterface,
-                                      public virtual GenICamInteger {
+class ImplGenICamInteger : public ImplGenICamIntegerInterface,
+                           public ImplGenICamSelectorInterface,
+                           public virtual GenICamInteger {
 public:
     std::int64_t getMin() override;
     std::int64_t getMax() override;

@@ -2,7 +2,7 @@
 // node fills in the reading and writing (readInteger and its like of ImplGenICamNode), which run under the
 // device's lock; the public getters and setters here take the lock and check the access.
 //
-// Each carries the signals of its kind (interface_signals.h), made when somebody first asks for them; they
+// Each carries the signals of its kind (liomol/signals.h), made when somebody first asks for them; they
 // live as long as the node.
 #pragma once
 
@@ -11,13 +11,6 @@
 
 namespace tavo {
 
-class ImplGenICamBooleanInterfaceSignals;
-class ImplGenICamCommandInterfaceSignals;
-class ImplGenICamEnumerationInterfaceSignals;
-class ImplGenICamFloatInterfaceSignals;
-class ImplGenICamIntegerInterfaceSignals;
-class ImplGenICamRegisterInterfaceSignals;
-class ImplGenICamStringInterfaceSignals;
 struct BooleanWatch;
 struct CommandWatch;
 struct EnumerationWatch;
@@ -26,13 +19,12 @@ struct IntegerWatch;
 struct RegisterWatch;
 struct StringWatch;
 
-class LIOMOL_API ImplGenICamIntegerInterface : public virtual ImplGenICamNode,
-                                               public virtual GenICamIntegerInterface {
+class ImplGenICamIntegerInterface : public virtual ImplGenICamNode, public virtual GenICamIntegerInterface {
 public:
     ImplGenICamIntegerInterface();
     ~ImplGenICamIntegerInterface() override;
 
-    ImplGenICamIntegerInterfaceSignals* getIntegerSignals();
+    ImplGenICamIntegerInterfaceSignals* getIntegerSignals() override;
     void performSignalUpdate(bool force) override;
 
     std::int64_t getValue() override;
@@ -56,13 +48,12 @@ private:
     Lazy<IntegerWatch> m_integerWatch;
 };
 
-class LIOMOL_API ImplGenICamFloatInterface : public virtual ImplGenICamNode,
-                                             public virtual GenICamFloatInterface {
+class ImplGenICamFloatInterface : public virtual ImplGenICamNode, public virtual GenICamFloatInterface {
 public:
     ImplGenICamFloatInterface();
     ~ImplGenICamFloatInterface() override;
 
-    ImplGenICamFloatInterfaceSignals* getFloatSignals();
+    ImplGenICamFloatInterfaceSignals* getFloatSignals() override;
     void performSignalUpdate(bool force) override;
 
     double getValue() override;
@@ -91,13 +82,12 @@ private:
     Lazy<FloatWatch> m_floatWatch;
 };
 
-class LIOMOL_API ImplGenICamBooleanInterface : public virtual ImplGenICamNode,
-                                               public virtual GenICamBooleanInterface {
+class ImplGenICamBooleanInterface : public virtual ImplGenICamNode, public virtual GenICamBooleanInterface {
 public:
     ImplGenICamBooleanInterface();
     ~ImplGenICamBooleanInterface() override;
 
-    ImplGenICamBooleanInterfaceSignals* getBooleanSignals();
+    ImplGenICamBooleanInterfaceSignals* getBooleanSignals() override;
     void performSignalUpdate(bool force) override;
 
     bool getValue() override;
@@ -113,13 +103,12 @@ private:
     Lazy<BooleanWatch> m_booleanWatch;
 };
 
-class LIOMOL_API ImplGenICamCommandInterface : public virtual ImplGenICamNode,
-                                               public virtual GenICamCommandInterface {
+class ImplGenICamCommandInterface : public virtual ImplGenICamNode, public virtual GenICamCommandInterface {
 public:
     ImplGenICamCommandInterface();
     ~ImplGenICamCommandInterface() override;
 
-    ImplGenICamCommandInterfaceSignals* getCommandSignals();
+    ImplGenICamCommandInterfaceSignals* getCommandSignals() override;
     void performSignalUpdate(bool force) override;
 
     GenICamCommandInterface* asCommand() override { return this; }
@@ -128,13 +117,13 @@ private:
     Lazy<CommandWatch> m_commandWatch;
 };
 
-class LIOMOL_API ImplGenICamEnumerationInterface : public virtual ImplGenICamNode,
-                                                   public virtual GenICamEnumerationInterface {
+class ImplGenICamEnumerationInterface : public virtual ImplGenICamNode,
+                                        public virtual GenICamEnumerationInterface {
 public:
     ImplGenICamEnumerationInterface();
     ~ImplGenICamEnumerationInterface() override;
 
-    ImplGenICamEnumerationInterfaceSignals* getEnumerationSignals();
+    ImplGenICamEnumerationInterfaceSignals* getEnumerationSignals() override;
     void performSignalUpdate(bool force) override;
 
     GenICamEnumerationInterface* asEnumeration() override { return this; }
@@ -146,13 +135,12 @@ private:
     Lazy<EnumerationWatch> m_enumerationWatch;
 };
 
-class LIOMOL_API ImplGenICamStringInterface : public virtual ImplGenICamNode,
-                                              public virtual GenICamStringInterface {
+class ImplGenICamStringInterface : public virtual ImplGenICamNode, public virtual GenICamStringInterface {
 public:
     ImplGenICamStringInterface();
     ~ImplGenICamStringInterface() override;
 
-    ImplGenICamStringInterfaceSignals* getStringSignals();
+    ImplGenICamStringInterfaceSignals* getStringSignals() override;
     void performSignalUpdate(bool force) override;
 
     GenICamStringInterface* asString() override { return this; }
@@ -165,13 +153,12 @@ private:
     Lazy<StringWatch> m_stringWatch;
 };
 
-class LIOMOL_API ImplGenICamRegisterInterface : public virtual ImplGenICamNode,
-                                                public virtual GenICamRegisterInterface {
+class ImplGenICamRegisterInterface : public virtual ImplGenICamNode, public virtual GenICamRegisterInterface {
 public:
     ImplGenICamRegisterInterface();
     ~ImplGenICamRegisterInterface() override;
 
-    ImplGenICamRegisterInterfaceSignals* getRegisterSignals();
+    ImplGenICamRegisterInterfaceSignals* getRegisterSignals() override;
     void performSignalUpdate(bool force) override;
 
     GenICamRegisterInterface* asRegister() override { return this; }
@@ -186,20 +173,17 @@ private:
     Lazy<RegisterWatch> m_registerWatch;
 };
 
-class LIOMOL_API ImplGenICamCategoryInterface : public virtual ImplGenICamNode,
-                                                public virtual GenICamCategoryInterface {
+class ImplGenICamCategoryInterface : public virtual ImplGenICamNode, public virtual GenICamCategoryInterface {
 public:
     GenICamCategoryInterface* asCategory() override { return this; }
 };
 
-class LIOMOL_API ImplGenICamPortInterface : public virtual ImplGenICamNode,
-                                            public virtual GenICamPortInterface {
+class ImplGenICamPortInterface : public virtual ImplGenICamNode, public virtual GenICamPortInterface {
 public:
     GenICamPortInterface* asPort() override { return this; }
 };
 
-class LIOMOL_API ImplGenICamSelectorInterface : public virtual ImplGenICamNode,
-                                                public virtual GenICamSelectorInterface {
+class ImplGenICamSelectorInterface : public virtual ImplGenICamNode, public virtual GenICamSelectorInterface {
 public:
     bool isSelector() const override { return !m_selectedFeatures.empty(); }
     std::vector<GenICamNode*> getSelectedFeatures() const override { return m_selectedFeatures; }

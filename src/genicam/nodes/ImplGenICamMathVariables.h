@@ -20,7 +20,7 @@ namespace tavo {
 // Command count as integers. ".Value", ".Min", ".Max", ".Inc" and ".Entry.<symbol>" ask for that of a node:
 // after the variable's name in the formula, or in the name itself that the node is bound to. Constants and
 // expressions have names of their own.
-class LIOMOL_API ImplGenICamMathVariables : public MathVariablesInterface {
+class ImplGenICamMathVariables : public MathVariablesInterface {
 public:
     ImplGenICamMathVariables();
     ~ImplGenICamMathVariables() override;

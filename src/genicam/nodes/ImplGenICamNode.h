@@ -14,12 +14,11 @@
 
 namespace tavo {
 
-class ImplGenICamNodeInterfaceSignals;
 class NodeHost;
 struct Quirks;
 struct NodeWatch;
 
-class LIOMOL_API ImplGenICamNodeInterface : public virtual GenICamNodeInterface {
+class ImplGenICamNodeInterface : public virtual GenICamNodeInterface {
 public:
     // Reads what the node's interfaces show, as far as anybody has asked for their signals, and emits a
     // signal for each item that differs from what was reported last, or for each one that can be read with
@@ -31,7 +30,7 @@ public:
 // Built by the description's stages: constructed empty, handed to a tree (NodeTree::adoptNode),
 // given its literal properties, and, when all nodes exist, its references. After that nothing of it changes
 // but values, caches and marks, all of them under the device's lock.
-class LIOMOL_API ImplGenICamNode : public ImplGenICamNodeInterface, public virtual GenICamNode {
+class ImplGenICamNode : public ImplGenICamNodeInterface, public virtual GenICamNode {
 public:
     using AccessMode = GenICamTypes::GenICamAccessModeType;
 
@@ -122,7 +121,8 @@ public:
     void settleWrite();
     void performSignalUpdate(bool force) override;
     // Made when first asked for; they live as long as the node.
-    ImplGenICamNodeInterfaceSignals* getNodeSignals();
+    ImplGenICamNodeInterfaceSignals* getNodeSignals() override;
+
     ImplGenICamNode* asImplementation() override { return this; }
 
     // The node's value as a number, for callers that hold the device's lock. GicIllegalNodeException for a

@@ -10,7 +10,7 @@ namespace tavo {
 // Looks up the transport port of its own name at the device on every access, so that a port may be registered
 // after the tree was built; GicPortNotAvailableException until then. Bytes pass unchanged, whatever
 // "SwapEndianess" says: byte order is a matter of registers. Calls through one node run one after another.
-class LIOMOL_API ImplGenICamPort : public ImplGenICamPortInterface, public virtual GenICamPort {
+class ImplGenICamPort : public ImplGenICamPortInterface, public virtual GenICamPort {
 public:
     void read(unsigned char* buffer, long long address, long long length) override;
     void write(unsigned char* buffer, long long address, long long length) override;

@@ -17,7 +17,7 @@ struct AddressNodeElement {
     std::int64_t factor = 1;
 };
 
-class LIOMOL_API ImplGenICamRegister : public ImplGenICamRegisterInterface, public virtual GenICamRegister {
+class ImplGenICamRegister : public ImplGenICamRegisterInterface, public virtual GenICamRegister {
 public:
     using CacheMode = GenICamTypes::GenICamCacheModeType;
     using Endianess = GenICamTypes::GenICamEndianessType;
@@ -117,10 +117,10 @@ private:
 
 // Minimum and maximum follow the length, and treat a sign that is not given as signed; values are extended
 // only for an explicit Signed. Kept deliberately (the stages set Unsigned for the standard's meaning).
-class LIOMOL_API ImplGenICamIntReg : public ImplGenICamRegister,
-                                     public ImplGenICamIntegerInterface,
-                                     public ImplGenICamSelectorInterface,
-                                     public virtual GenICamIntReg {
+class ImplGenICamIntReg : public ImplGenICamRegister,
+                          public ImplGenICamIntegerInterface,
+                          public ImplGenICamSelectorInterface,
+                          public virtual GenICamIntReg {
 public:
     using Sign = GenICamTypes::GenICamSignType;
 
@@ -153,7 +153,7 @@ private:
 // A bit field of an integer register. LSB and MSB are -1 while they are not given; a field that lies outside
 // of the register or of the 64 bits of a value ends in GicIllegalNodeException, also when its limits are
 // asked for. One without a sign that fills all 64 bits shows them as they are.
-class LIOMOL_API ImplGenICamMaskedIntReg : public ImplGenICamIntReg, public GenICamMaskedIntReg {
+class ImplGenICamMaskedIntReg : public ImplGenICamIntReg, public GenICamMaskedIntReg {
 public:
     void setLSB(std::int64_t bit) { m_lsb = bit; }
     void setMSB(std::int64_t bit) { m_msb = bit; }
@@ -186,9 +186,9 @@ private:
 
 // Single precision with a length of 4, double with 8; -40008 for any other length. The minimum is the
 // smallest positive normal number, kept deliberately; the standard's is the lowest number.
-class LIOMOL_API ImplGenICamFloatReg : public ImplGenICamRegister,
-                                       public ImplGenICamFloatInterface,
-                                       public virtual GenICamFloatReg {
+class ImplGenICamFloatReg : public ImplGenICamRegister,
+                            public ImplGenICamFloatInterface,
+                            public virtual GenICamFloatReg {
 public:
     double getMin() override;
     double getMax() override;
@@ -207,9 +207,9 @@ private:
 
 // The whole register as a text: neither ended by a zero byte when it fills the register, nor, which the
 // standard has otherwise, cut at one.
-class LIOMOL_API ImplGenICamStringReg : public ImplGenICamRegister,
-                                        public ImplGenICamStringInterface,
-                                        public virtual GenICamStringReg {
+class ImplGenICamStringReg : public ImplGenICamRegister,
+                             public ImplGenICamStringInterface,
+                             public virtual GenICamStringReg {
 public:
     std::string getValue() override;
     void setValue(const std::string& value) override;

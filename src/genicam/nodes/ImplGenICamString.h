@@ -5,7 +5,7 @@
 
 namespace tavo {
 
-class LIOMOL_API ImplGenICamString : public ImplGenICamStringInterface, public virtual GenICamString {
+class ImplGenICamString : public ImplGenICamStringInterface, public virtual GenICamString {
 public:
     std::string getValue() override;
     void setValue(const std::string& value) override;

@@ -4,7 +4,6 @@
 #include "genicam/nodes/ChangeQueue.h"
 #include "genicam/nodes/InvalidationWalk.h"
 #include "genicam/nodes/PortTable.h"
-#include "liomol/export.h"
 #include "util/Quirks.h"
 
 #include <QtCore/QReadWriteLock>
@@ -25,7 +24,7 @@ struct DeviceCommons {
 // One for each tree; its device closes it when it puts another tree in place, or goes itself: from then on
 // its nodes reach no camera and report nothing, but can be used, by those who still hold the tree. All but
 // what the lock guards may be called from any thread.
-class LIOMOL_API NodeHost : public std::enable_shared_from_this<NodeHost> {
+class NodeHost : public std::enable_shared_from_this<NodeHost> {
 public:
     NodeHost(std::shared_ptr<DeviceCommons> device, const Quirks& quirks)
         : m_device(std::move(device)), m_quirks(quirks) {}

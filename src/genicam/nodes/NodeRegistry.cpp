@@ -39,6 +39,7 @@ void NodeRegistry::enter(ImplGenICamNode& node) {
     Place& place = placeOf(m_index, name, hash);
     m_names += place.node == nullptr ? 1 : 0;
     place = {&node, hash};
+    m_byName.clear();
 }
 
 void NodeRegistry::grow() {
@@ -55,20 +56,23 @@ ImplGenICamNode* NodeRegistry::find(std::string_view name) const {
     return m_index.empty() ? nullptr : placeOf(m_index, name, hashOf(name)).node;
 }
 
-std::vector<ImplGenICamNode*> NodeRegistry::byName() const {
-    std::vector<ImplGenICamNode*> nodes;
-    nodes.reserve(m_names);
-    for (const Place& place : m_index) {
-        if (place.node != nullptr) {
-            nodes.push_back(place.node);
+const std::vector<ImplGenICamNode*>& NodeRegistry::byName() const {
+    const std::lock_guard lock(m_sorting);
+    if (m_byName.empty()) {
+        m_byName.reserve(m_names);
+        for (const Place& place : m_index) {
+            if (place.node != nullptr) {
+                m_byName.push_back(place.node);
+            }
         }
+        std::ranges::sort(m_byName, {}, &ImplGenICamNode::getName);
     }
-    std::ranges::sort(nodes, {}, &ImplGenICamNode::getName);
-    return nodes;
+    return m_byName;
 }
 
 void NodeRegistry::clear() {
     m_index.clear();
+    m_byName.clear();
     m_names = 0;
     m_nodes.clear();
 }

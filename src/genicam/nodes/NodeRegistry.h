@@ -4,6 +4,7 @@
 #include "genicam/nodes/ImplGenICamNode.h"
 
 #include <memory>
+#include <mutex>
 #include <string_view>
 #include <vector>
 
@@ -17,8 +18,8 @@ public:
     void enter(ImplGenICamNode& node);
     // Null when no node has that name.
     ImplGenICamNode* find(std::string_view name) const;
-    // In ascending order of their names.
-    std::vector<ImplGenICamNode*> byName() const;
+    // Those with a name, in ascending order of the names; sorted once. Valid until a node is entered.
+    const std::vector<ImplGenICamNode*>& byName() const;
     // Named or not, in the order of creation.
     const std::vector<std::unique_ptr<ImplGenICamNode>>& all() const { return m_nodes; }
     void clear();
@@ -38,6 +39,8 @@ private:
     // at the place that its hash says, or at one of those behind it up to the next empty one.
     std::vector<Place> m_index;
     std::size_t m_names = 0;
+    mutable std::mutex m_sorting;
+    mutable std::vector<ImplGenICamNode*> m_byName; // under m_sorting; empty until somebody asks
 };
 
 } // namespace tavo

@@ -8,7 +8,7 @@
 namespace tavo {
 
 // Filled by one thread while it is built; after that any thread may look up.
-class LIOMOL_API NodeTree : public NodeHost {
+class NodeTree : public NodeHost {
 public:
     using NodeHost::NodeHost;
 

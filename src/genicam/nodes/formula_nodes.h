@@ -12,9 +12,9 @@
 
 namespace tavo {
 
-class LIOMOL_API ImplGenICamSwissKnife : public ImplGenICamFloatInterface,
-                                         public ImplGenICamMathVariables,
-                                         public virtual GenICamSwissKnife {
+class ImplGenICamSwissKnife : public ImplGenICamFloatInterface,
+                              public ImplGenICamMathVariables,
+                              public virtual GenICamSwissKnife {
 public:
     // Always GicNotWritableException, also with checking off.
     void setValue(double value) override;
@@ -36,9 +36,9 @@ private:
     MathParser m_formula;
 };
 
-class LIOMOL_API ImplGenICamIntSwissKnife : public ImplGenICamIntegerInterface,
-                                            public ImplGenICamMathVariables,
-                                            public virtual GenICamIntSwissKnife {
+class ImplGenICamIntSwissKnife : public ImplGenICamIntegerInterface,
+                                 public ImplGenICamMathVariables,
+                                 public virtual GenICamIntSwissKnife {
 public:
     void setValue(std::int64_t value) override;
     std::int64_t getMin() override { return std::numeric_limits<std::int64_t>::min(); }
@@ -59,7 +59,7 @@ private:
 
 // What both converters hold: "TO" is the node below, "FROM" the value being set. Reading evaluates
 // FormulaFrom; writing stores the value in FROM, evaluates FormulaTo and writes the result to the node below.
-class LIOMOL_API ConverterFormulas : public ImplGenICamMathVariables {
+class ConverterFormulas : public ImplGenICamMathVariables {
 public:
     ~ConverterFormulas() override;
 
@@ -101,9 +101,9 @@ private:
 // No range or increment is checked when a converter is set; the limits of the node below apply there. The
 // minimum is the smallest positive normal number, deliberately, and no limit is that of the node below; the
 // standard has both otherwise.
-class LIOMOL_API ImplGenICamConverter : public ImplGenICamFloatInterface,
-                                        public ConverterFormulas,
-                                        public virtual GenICamConverter {
+class ImplGenICamConverter : public ImplGenICamFloatInterface,
+                             public ConverterFormulas,
+                             public virtual GenICamConverter {
 public:
     double getMin() override;
     double getMax() override;
@@ -116,9 +116,9 @@ protected:
     AccessRule accessRule() const override { return valueAccessRule(m_pValue); }
 };
 
-class LIOMOL_API ImplGenICamIntConverter : public ImplGenICamIntegerInterface,
-                                           public ConverterFormulas,
-                                           public virtual GenICamIntConverter {
+class ImplGenICamIntConverter : public ImplGenICamIntegerInterface,
+                                public ConverterFormulas,
+                                public virtual GenICamIntConverter {
 public:
     std::int64_t getMin() override;
     std::int64_t getMax() override;

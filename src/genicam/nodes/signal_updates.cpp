@@ -1,9 +1,9 @@
 // What the interface implementations report to their listeners, and when.
-#include "genicam/faces/interface_signals.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/ImplGenICamRegister.h"
 #include "genicam/nodes/InvalidationWalk.h"
 #include "genicam/nodes/NodeHost.h"
+#include "liomol/signals.h"
 
 #include <cmath>
 #include <optional>

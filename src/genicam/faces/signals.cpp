@@ -1,4 +1,4 @@
-#include "genicam/faces/interface_signals.h"
+#include "liomol/signals.h"
 
 namespace tavo {
 namespace {
@@ -7,6 +7,9 @@ namespace {
 void registerArgumentTypes() {
     static const bool done = [] {
         qRegisterMetaType<std::int64_t>("int64_t");
+        qRegisterMetaType<ImplGenICamCamera*>("ImplGenICamCamera*");
+        qRegisterMetaType<GenICamCameraSignals::CameraState>("GenICamCameraSignals::CameraState");
+        qRegisterMetaType<ControlLoss>("tavo::ControlLoss");
         qRegisterMetaType<ImplGenICamNodeInterface*>("ImplGenICamNodeInterface*");
         qRegisterMetaType<ImplGenICamIntegerInterface*>("ImplGenICamIntegerInterface*");
         qRegisterMetaType<ImplGenICamFloatInterface*>("ImplGenICamFloatInterface*");
@@ -24,6 +27,7 @@ void registerArgumentTypes() {
 
 // clang-format off
 #define LIOMOL_SIGNALS_CONSTRUCTOR(Class) Class::Class() { registerArgumentTypes(); }
+LIOMOL_SIGNALS_CONSTRUCTOR(GenICamCameraSignals)
 LIOMOL_SIGNALS_CONSTRUCTOR(ImplGenICamNodeInterfaceSignals)
 LIOMOL_SIGNALS_CONSTRUCTOR(ImplGenICamIntegerInterfaceSignals)
 LIOMOL_SIGNALS_CONSTRUCTOR(ImplGenICamFloatInterfaceSignals)

@@ -1,11 +1,19 @@
-// The signals of the node interfaces: they tell listeners when something that an interface shows has changed.
+// The signals of devices and nodes: they tell listeners when something that they show has changed.
 //
-// They are emitted on the device's signalling thread, outside the device's lock, whoever caused the change; a
-// listener in another thread gets them queued. A listener may do anything, also replace the tree or destroy
-// the device: see ImplGenICamCamera for how long the node can be used then. Each signal has a method that
-// only emits it.
+// Each device and each interface of a node has one such object (GenICamCamera::getCameraSignals,
+// GenICamNodeInterface::getNodeSignals, GenICamIntegerInterface::getIntegerSignals and so on), made when
+// first asked for, which lives as long as the device or the node. A change is read and told only for an
+// interface whose signals somebody has asked for, and only while the device's signalling is on
+// (GenICamCamera::enableSignalling).
+//
+// Nodes' signals are emitted on the device's signalling thread, outside the device's lock, whoever caused the
+// change; a listener in another thread gets them queued. A listener may do anything, also have the tree
+// replaced or the device freed; what a signal names stays until the listener has returned to its event loop.
+// The first argument tells whose signal it is, for a listener of several; nothing else can be done with it
+// outside the library. Each signal has a method that only emits it.
 #pragma once
 
+#include "liomol/GenICamCamera.h"
 #include "liomol/export.h"
 
 #include <QtCore/QMetaType>
@@ -17,29 +25,36 @@
 
 namespace tavo {
 
+using std::int64_t; // signatures are compared as texts when connecting by name
+
+class ImplGenICamCamera;
+class ImplGenICamNodeInterface;
+class ImplGenICamIntegerInterface;
+class ImplGenICamFloatInterface;
 class ImplGenICamBooleanInterface;
 class ImplGenICamCommandInterface;
 class ImplGenICamEnumerationInterface;
-class ImplGenICamFloatInterface;
-class ImplGenICamIntegerInterface;
-class ImplGenICamNodeInterface;
-class ImplGenICamRegisterInterface;
 class ImplGenICamStringInterface;
+class ImplGenICamRegisterInterface;
 
-} // namespace tavo
+// The signals of a device.
+class LIOMOL_API GenICamCameraSignals : public QObject {
+    Q_OBJECT
+public:
+    // NotConnected -> Retrieving (a description is read) -> Connected, or NotConnected when that fails. A
+    // connected device may retrieve again.
+    enum CameraState { NotConnected = 0, Retrieving = 1, Connected = 2 };
+    Q_ENUM(CameraState)
 
-Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamBooleanInterface*)
-Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamCommandInterface*)
-Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamEnumerationInterface*)
-Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamFloatInterface*)
-Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamIntegerInterface*)
-Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamNodeInterface*)
-Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamRegisterInterface*)
-Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamStringInterface*)
+    GenICamCameraSignals();
 
-namespace tavo {
-
-using std::int64_t; // signatures are compared as texts when connecting by name
+Q_SIGNALS:
+    // Comes from the thread that reads the description, or the one that has it read.
+    void signal_StateChanged(ImplGenICamCamera* camera, GenICamCameraSignals::CameraState state);
+    // Control of the camera was lost, or was found to be lost for another reason, or (None) taken again.
+    // Comes from the heartbeat's thread, or from the one that connects.
+    void signal_ControlChanged(ImplGenICamCamera* camera, tavo::ControlLoss loss);
+};
 
 class LIOMOL_API ImplGenICamNodeInterfaceSignals : public QObject {
     Q_OBJECT
@@ -144,3 +159,15 @@ Q_SIGNALS:
 };
 
 } // namespace tavo
+
+// What a queued connection needs to know of the first arguments.
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamCamera*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamNodeInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamIntegerInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamFloatInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamBooleanInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamCommandInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamEnumerationInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamStringInterface*)
+Q_DECLARE_OPAQUE_POINTER(tavo::ImplGenICamRegisterInterface*)
+Q_DECLARE_METATYPE(tavo::ControlLoss)
