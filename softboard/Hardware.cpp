@@ -1,5 +1,7 @@
 #include "softboard/Hardware.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <utility>
@@ -9,7 +11,13 @@ namespace softboard {
 Hardware& Hardware::instance() {
     static Hardware& hardware = *new Hardware; // reachable for ever
     static const struct AtExit {
-        ~AtExit() { hardware.shutDown(); }
+        // A forked process has none of the threads that would have to end.
+        ~AtExit() {
+            if (::getpid() == process) {
+                hardware.shutDown();
+            }
+        }
+        const ::pid_t process = ::getpid();
     } atExit;
     return hardware;
 }

@@ -39,8 +39,9 @@ private:
     std::vector<std::unique_ptr<KemDesign>> m_designs;
 };
 
+// Never destroyed: applications close boards in the destructors of static objects, too.
 Designs& designs() {
-    static Designs instance;
+    static Designs& instance = *new Designs;
     return instance;
 }
 

@@ -10,6 +10,10 @@
  * changes nothing; freeing it then takes place at the end of that other call. Connecting again makes all
  * nodes anew: no other thread may be inside a feature call of the handle then, nor while it is freed.
  * Scanning a port must not run while commands are in flight on that port.
+ *
+ * Processes: handles do not survive a fork. In a process that was forked after a board had been opened, calls
+ * that need a board, a camera or a device give -40012, and the freeing calls do nothing; a program that it
+ * executes starts anew. Boards may be freed while the process ends, in destructors of static objects, too.
  */
 #ifndef LIOMOL_GIGE_H
 #define LIOMOL_GIGE_H

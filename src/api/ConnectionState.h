@@ -26,6 +26,7 @@ enum class State {
     Disconnected, // by a call, or by a move that failed
     Changing,     // a call connects, disconnects, moves or frees
     Leaving,      // the same, and the handle is to be freed at its end
+    Forked,       // of another process: told by util::isForkedChild, never stored
     Count
 };
 
@@ -52,6 +53,8 @@ inline constexpr std::array<GateRow, static_cast<std::size_t>(State::Count)> kGa
     {kYes, kYes, kYes, kYes, kNot, kNot},
     {kBusy, kBusy, kBusy, kBusy, kNot, kNot},
     {kBusy, kBusy, kBusy, kBusy, kNot, kNot},
+    {status::Connection, status::Connection, status::Connection, status::Connection, status::Connection,
+     status::Connection},
 }};
 
 // 0, or the status that the call ends with.

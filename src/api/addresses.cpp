@@ -4,6 +4,7 @@
 #include "liomol/gige.h"
 #include "transport/command_channel.h"
 #include "transport/force_ip.h"
+#include "util/process.h"
 #include "util/status.h"
 
 #include <algorithm>
@@ -32,6 +33,9 @@ int Gbe_getPortAddress(BoardHandle* board, unsigned port, unsigned char* mac, un
     if (place == nullptr) {
         return status::IllegalParameter;
     }
+    if (util::isForkedChild()) {
+        return status::Connection;
+    }
     const board::HeldPort held(*place);
     const transport::Port* open = held.port();
     if (open == nullptr) {
@@ -58,6 +62,9 @@ int Gbe_forceCameraIp(
     if (place == nullptr || mac == nullptr || !isGoodTarget(to.ip, to.mask, to.gateway)) {
         return status::IllegalParameter;
     }
+    if (util::isForkedChild()) {
+        return status::Connection;
+    }
     const board::HeldPort held(*place);
     if (held.port() == nullptr) {
         return status::BoardDoesNotExist;
@@ -74,6 +81,9 @@ int Gbe_getCameraIp(CameraHandle* camera, unsigned* ip) {
     if (camera == nullptr || ip == nullptr) {
         return status::IllegalParameter;
     }
+    if (util::isForkedChild()) {
+        return status::Connection;
+    }
     const board::HeldPort held(camera->place());
     const DiscoveredCamera* record = recordOf(held, camera->mac.data());
     if (record == nullptr) {
@@ -86,6 +96,9 @@ int Gbe_getCameraIp(CameraHandle* camera, unsigned* ip) {
 int Gbe_readRegister(CameraHandle* camera, unsigned address, unsigned* value) {
     if (camera == nullptr || value == nullptr) {
         return status::IllegalParameter;
+    }
+    if (util::isForkedChild()) {
+        return status::Connection;
     }
     const board::HeldPort held(camera->place());
     const DiscoveredCamera* record = recordOf(held, camera->mac.data());

@@ -1,6 +1,7 @@
 // Boards: opening, closing, scanning.
 #include "api/handles.h"
 #include "liomol/gige.h"
+#include "util/process.h"
 #include "util/status.h"
 
 #include <mutex>
@@ -29,6 +30,10 @@ int Gbe_initBoard(int board, int flags, BoardHandle** out) {
         return status::IllegalParameter;
     }
     *out = nullptr;
+    if (util::isForkedChild()) {
+        return status::Connection;
+    }
+    util::claimProcess();
     board::Board* found = board::findBoard(board);
     if (found == nullptr || !found->open(flags)) {
         return status::BoardInitialization;
@@ -44,7 +49,7 @@ int Gbe_initBoard(int board, int flags, BoardHandle** out) {
 }
 
 void Gbe_freeBoard(BoardHandle* board) {
-    if (board == nullptr) {
+    if (board == nullptr || util::isForkedChild()) {
         return;
     }
     for (CameraHandle* camera : board->slots->all()) {
@@ -59,6 +64,9 @@ int Gbe_scanNetwork(BoardHandle* board, int port, int timeout) {
     if (board == nullptr || (port != kAllPorts && place == nullptr)) {
         return status::IllegalParameter;
     }
+    if (util::isForkedChild()) {
+        return status::Connection;
+    }
     if (board->board().get() == nullptr) {
         return status::BoardDoesNotExist;
     }
@@ -71,6 +79,9 @@ int Gbe_getCameraCount(BoardHandle* board, unsigned port) {
     if (place == nullptr) {
         return status::IllegalParameter;
     }
+    if (util::isForkedChild()) {
+        return status::Connection;
+    }
     const board::HeldPort held(*place);
     return held.port() != nullptr ? held.port()->cameras().count() : status::BoardDoesNotExist;
 }
@@ -80,6 +91,9 @@ int Gbe_getLinkState(int board, unsigned port, int* up) {
     board::CameraPort* place = found != nullptr ? api::portOf(*found, port) : nullptr;
     if (up == nullptr || place == nullptr) {
         return status::IllegalParameter;
+    }
+    if (util::isForkedChild()) {
+        return status::Connection;
     }
     const std::lock_guard lock(found->mdioMutex());
     GigeCamera* open = found->get();

@@ -3,6 +3,7 @@
 #include "board/CamerasInUse.h"
 #include "board/camera.h"
 #include "liomol/gige.h"
+#include "util/process.h"
 #include "util/status.h"
 
 #include <cstdlib>
@@ -54,6 +55,9 @@ std::unique_ptr<CameraInfo, api::FreeInfo> makeInfo(const camera& selection) {
 // must not go to a camera that somebody merely looked up.
 template<typename Pick>
 int lookUp(const BoardHandle& handle, board::CameraPort& place, CameraHandle** out, Pick&& pick) {
+    if (util::isForkedChild()) {
+        return status::Connection;
+    }
     const board::HeldPort held(place);
     if (held.port() == nullptr || held.port()->cameras().count() == 0) {
         return status::NoCamerasFound;

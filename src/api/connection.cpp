@@ -12,6 +12,7 @@
 #include "board/description.h"
 #include "board/devices.h"
 #include "liomol/gige.h"
+#include "util/process.h"
 #include "util/status.h"
 
 #include <QtCore/QCoreApplication>
@@ -423,7 +424,7 @@ int Gbe_switchCameraConnectionWithoutService(CameraHandle* camera, BoardHandle* 
 
 // While a call changes the handle, as when a listener frees it from inside, that call frees it at its end.
 void Gbe_freeCamera(CameraHandle* camera) {
-    if (camera == nullptr) {
+    if (camera == nullptr || util::isForkedChild()) {
         return;
     }
     State before = camera->connection.load();

@@ -3,6 +3,7 @@
 #include "api/visit.h"
 #include "board/control_registers.h"
 #include "liomol/gige.h"
+#include "util/process.h"
 #include "util/status.h"
 
 #include <optional>
@@ -54,6 +55,9 @@ GbeControlHolder shown(board::Holder holder, bool isHeld) {
 int Gbe_getControlStatus(CameraHandle* camera, GbeControlStatus* out) {
     if (camera == nullptr || out == nullptr) {
         return status::IllegalParameter;
+    }
+    if (util::isForkedChild()) {
+        return status::Connection;
     }
     const board::HeldPort held(camera->place());
     if (held.port() == nullptr) {

@@ -9,6 +9,7 @@
 #include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/gige.h"
 #include "service/GbeTransmission.h"
+#include "util/process.h"
 
 #include <array>
 #include <atomic>
@@ -104,6 +105,9 @@ struct CameraHandle {
 
     // What a stored state amounts to, and the gate with it.
     api::State shown(api::State stored) const {
+        if (util::isForkedChild()) {
+            return api::State::Forked;
+        }
         return stored == api::State::Connected && isControlLost() ? api::State::Lost : stored;
     }
     int allowed(api::Call call) const {

@@ -17,8 +17,9 @@ struct Log {
     std::unique_ptr<std::FILE, CloseFile> file;
 };
 
+// Never destroyed: objects that end after main() may still log. Each line is flushed.
 Log& theLog() {
-    static Log log;
+    static Log& log = *new Log;
     return log;
 }
 
