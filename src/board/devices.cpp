@@ -2,17 +2,26 @@
 
 #include "board/PortBridge.h"
 #include "genicam/device/ImplGenICamCamera.h"
+#include "util/late_release.h"
 
 #include <utility>
 
 namespace board {
 namespace {
 
-// Threads of the device may be using the door: they stop before it goes.
+// Threads of the device may be using the door: they stop before it goes. Where listeners have queued signals,
+// or are calling from inside the device now, the device stays until they are through, without a door.
 void destroy(Device* device) {
     device->stopAsyncMethods();
-    const std::unique_ptr<tavo::GenICamPortInterface> door(device->getPort(tavo::kDevicePort));
-    delete device;
+    const std::shared_ptr<tavo::GenICamPortInterface> door(device->getPort(tavo::kDevicePort));
+    const bool isHeard = device->hasListeners();
+    if (isHeard) {
+        device->setPort(nullptr, tavo::kDevicePort);
+    }
+    std::shared_ptr<Device> last(device, [door](Device* ending) { delete ending; });
+    if (isHeard) {
+        util::releaseAfterQueuedSignals(std::move(last));
+    }
 }
 
 } // namespace

@@ -7,8 +7,8 @@
 
 namespace board {
 
-// Made with a door of its own to `place`. It ends with its last owner, its threads and its door first: the
-// last owner must not let go of it on one of its own threads, nor while holding a port.
+// Made with a door of its own to `place`. It ends with its last owner, its threads and its door first; with
+// listeners, when what is queued for them has been delivered. The last owner must not hold a port.
 std::shared_ptr<Device> makeDevice(CameraPort& place);
 
 // Makes the device the port's own, in place of an earlier one. The port must not be held.

@@ -5,6 +5,8 @@
 #include "liomol/exceptions.h"
 #include "util/qt_locks.h"
 
+#include <QtCore/QMetaMethod>
+
 #include <algorithm>
 #include <cstring>
 #include <iostream>
@@ -139,6 +141,12 @@ void ImplGenICamCamera::sendHeartbeat() {
 }
 
 // ---- Control ---------------------------------------------------------------------------------------------
+
+bool ImplGenICamCamera::hasListeners() const {
+    return isSignalConnected(QMetaMethod::fromSignal(&ImplGenICamCamera::signal_StateChanged)) ||
+           isSignalConnected(QMetaMethod::fromSignal(&ImplGenICamCamera::signal_ControlChanged)) ||
+           holdTree()->hasListeners();
+}
 
 void ImplGenICamCamera::announceControlLoss() {
     const ControlLoss loss = getControlLoss();

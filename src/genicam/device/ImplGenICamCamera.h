@@ -114,6 +114,8 @@ public:
     ControlLoss getControlLoss() const { return m_controlLoss.load(std::memory_order_acquire); }
     // Emits nothing, so that it may be called under any lock.
     void noteControlLoss(ControlLoss loss) { m_controlLoss.store(loss, std::memory_order_release); }
+    // Whether anybody has asked for a signal of the device or of one of its nodes.
+    bool hasListeners() const;
     // Emits signal_ControlChanged when what is noted is not what was announced last. No lock may be held.
     void announceControlLoss();
 
