@@ -2,11 +2,14 @@
 #include "system/session.h"
 
 #include "genicam/device/ImplGenICamCamera.h"
-#include "protocol/bootstrap.h"
+#include "genicam/nodes/ImplGenICamInteger.h"
+#include "liomol/signals.h"
 
 #include "api/handles.h"
 
+#include <atomic>
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace {
@@ -133,37 +136,82 @@ TEST(Handles, ThatAreLookedUpTouchNoDeviceOfOthers) {
     EXPECT_FALSE(two.other->device()->isCheckingEnabled());
 }
 
-// A listener may end, or free, the handle whose signal it gets: on the heartbeat's thread, and on the one
-// that connects.
+// Makes a device call its listener: on the heartbeat's thread, the signalling thread, the one that connects.
+void loseControl(TwoCameras& two, const std::function<void()>& listener) {
+    auto* device = two.other->device();
+    QObject::connect(
+        device, &tavo::ImplGenICamCamera::signal_ControlChanged, device,
+        [listener](tavo::ImplGenICamCamera*, tavo::ControlLoss) { listener(); }, Qt::DirectConnection);
+    device->noteControlLoss(tavo::ControlLoss::TakenOver);
+}
+
+void changeAValue(TwoCameras& two, const std::function<void()>& listener) {
+    auto* device = two.other->device();
+    auto* node = dynamic_cast<tavo::ImplGenICamInteger*>(device->getNodeByName("Number"));
+    ASSERT_NE(node, nullptr);
+    const auto isSet = std::make_shared<std::atomic<bool>>(false);
+    QObject::connect(
+        node->getIntegerSignals(), &tavo::ImplGenICamIntegerInterfaceSignals::signal_ValueChanged, device,
+        [listener, isSet](tavo::ImplGenICamIntegerInterface*, std::int64_t) {
+            EXPECT_TRUE(eventually([&] { return isSet->load(); })) << "nobody frees what is in use";
+            listener();
+        },
+        Qt::DirectConnection);
+    device->enableSignalling(true);
+    EXPECT_EQ(Gbe_setIntegerValue(two.other, "Number", 9), 0);
+    *isSet = true;
+}
+
+void connectAgain(TwoCameras& two, const std::function<void()>& listener) {
+    auto* device = two.other->device();
+    EXPECT_EQ(Gbe_disconnectCamera(two.other), 0);
+    QObject::connect(
+        device, &tavo::ImplGenICamCamera::signal_StateChanged, device,
+        [listener](tavo::ImplGenICamCamera*, tavo::ImplGenICamCamera::CameraState) { listener(); },
+        Qt::DirectConnection);
+    EXPECT_EQ(Gbe_connectCamera(two.other), 0);
+}
+
+// A listener may end, or free, the handle whose signal it gets; within a change the one is refused, the other
+// done at its end.
 TEST(Handles, MayBeEndedByTheirListeners) {
     const struct {
         const char* name;
-        void (*end)(CameraHandle*);
+        void (*tell)(TwoCameras& two, const std::function<void()>& listener);
+        bool isFreed;
+        int disconnected;
     } rows[] = {
-        {"disconnected", [](CameraHandle* camera) { EXPECT_EQ(Gbe_disconnectCamera(camera), 0); }},
-        {"freed", [](CameraHandle* camera) { Gbe_freeCamera(camera); }},
+        {"disconnected as control is lost", loseControl, false, 0},
+        {"freed as control is lost", loseControl, true, 0},
+        {"disconnected as a value changes", changeAValue, false, 0},
+        {"freed as a value changes", changeAValue, true, 0},
+        {"disconnected while it connects", connectAgain, false, -40022},
+        {"freed while it connects", connectAgain, true, 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         TwoCameras two;
         connectAndRead(two.other);
+        std::atomic<bool> begun{false};
         std::atomic<bool> ended{false};
-        QObject::connect(
-            two.other->device(), &tavo::ImplGenICamCamera::signal_ControlChanged, two.other->device(),
-            [&](tavo::ImplGenICamCamera*, tavo::ControlLoss) {
-                row.end(two.other);
-                ended = true;
-            },
-            Qt::DirectConnection);
-        two.other->device()->noteControlLoss(tavo::ControlLoss::TakenOver);
+        row.tell(two, [&] {
+            if (begun.exchange(true)) {
+                return;
+            }
+            if (row.isFreed) {
+                Gbe_freeCamera(two.other);
+            } else {
+                EXPECT_EQ(Gbe_disconnectCamera(two.other), row.disconnected);
+            }
+            ended = true;
+        });
         EXPECT_TRUE(eventually([&] { return ended.load(); }));
-        if (std::string(row.name) == "freed") {
-            two.other = nullptr;
+        if (!row.isFreed) {
+            Gbe_freeCamera(two.other);
         }
-        CameraHandle* again = nullptr;
-        ASSERT_EQ(Gbe_getCameraByMac(two.session.board(), 0, kOther.data(), &again), 0);
-        connectAndRead(again);
-        Gbe_freeCamera(again);
+        two.other = nullptr;
+        ASSERT_EQ(Gbe_getCameraByMac(two.session.board(), 0, kOther.data(), &two.other), 0);
+        connectAndRead(two.other);
     }
 }
 
