@@ -129,7 +129,7 @@ private:
         try {
             node.getValue();
         } catch (const tavo::GenICamException& gone) {
-            EXPECT_EQ(gone.getErrno(), -40010);
+            EXPECT_EQ(gone.getErrno(), status::PortNotAvailable);
         }
         ++m_heardLate;
     }

@@ -57,7 +57,7 @@ void lookAtTheFirst(TwoCameras& two) {
     EXPECT_EQ(Gbe_enableChecks(two.first, 1), 0);
     EXPECT_EQ(Gbe_enableStandardBehaviour(two.first, 0), 0);
     long long value = 0;
-    EXPECT_EQ(Gbe_getIntegerValue(two.first, "Number", &value), -40016);
+    EXPECT_EQ(Gbe_getIntegerValue(two.first, "Number", &value), GBE_ERROR_CAMERA_NOT_CONNECTED);
 }
 
 void freeTheFirstAndFindItAgain(TwoCameras& two) {
@@ -67,26 +67,29 @@ void freeTheFirstAndFindItAgain(TwoCameras& two) {
 
 void tryToConnectTheFirst(TwoCameras& two) {
     const int result = Gbe_connectCamera(two.first);
-    EXPECT_TRUE(result == 0 || result == -40010) << result;
+    EXPECT_TRUE(result == 0 || result == GBE_ERROR_PORT_NOT_AVAILABLE) << result;
     EXPECT_EQ(Gbe_disconnectCamera(two.first), 0);
 }
 
 void tryToConnect(TwoCameras& two) {
     const int result = Gbe_connectCamera(two.other);
-    EXPECT_TRUE(result == 0 || result == -40010) << result;
+    EXPECT_TRUE(result == 0 || result == GBE_ERROR_PORT_NOT_AVAILABLE) << result;
     EXPECT_EQ(Gbe_disconnectCamera(two.other), 0);
 }
 
 void useTheOther(TwoCameras& two) {
     long long value = 0;
     const int result = Gbe_getIntegerValue(two.other, "Number", &value);
-    EXPECT_TRUE(result == 0 || result == -40016 || result == -40011) << result;
+    EXPECT_TRUE(
+        result == 0 || result == GBE_ERROR_CAMERA_NOT_CONNECTED || result == GBE_ERROR_TRANSPORT_LAYER)
+        << result;
     EXPECT_EQ(Gbe_invalidateCache(two.other), 0);
 }
 
 void connectTheOtherTwice(TwoCameras& two) {
     const int result = Gbe_connectCamera(two.other);
-    EXPECT_TRUE(result == 0 || result == -40016 || result == -40022) << result;
+    EXPECT_TRUE(result == 0 || result == GBE_ERROR_CAMERA_NOT_CONNECTED || result == GBE_ERROR_CAMERA_BUSY)
+        << result;
 }
 
 TEST(HandleThreads, DoNotReachEachOther) {
@@ -223,16 +226,16 @@ TEST(Gate, RefusesChangesWithinChangesAndFeaturesWithoutControl) {
         Call call;
         int result;
     } rows[] = {
-        {State::Found, Call::Use, -40016},
-        {State::Connected, Call::Connect, -40016},
+        {State::Found, Call::Use, GBE_ERROR_CAMERA_NOT_CONNECTED},
+        {State::Connected, Call::Connect, GBE_ERROR_CAMERA_NOT_CONNECTED},
         {State::Lost, Call::Connect, 0},
-        {State::Lost, Call::Use, -40012},
+        {State::Lost, Call::Use, GBE_ERROR_CONNECTION},
         {State::Lost, Call::Look, 0},
         {State::Disconnected, Call::Move, 0},
-        {State::Changing, Call::Disconnect, -40022},
-        {State::Leaving, Call::Connect, -40022},
-        {State::Changing, Call::Look, -40016},
-        {State::Connected, Call::ConnectWithoutService, -40017},
+        {State::Changing, Call::Disconnect, GBE_ERROR_CAMERA_BUSY},
+        {State::Leaving, Call::Connect, GBE_ERROR_CAMERA_BUSY},
+        {State::Changing, Call::Look, GBE_ERROR_CAMERA_NOT_CONNECTED},
+        {State::Connected, Call::ConnectWithoutService, GBE_ERROR_CAMERA_ALREADY_CONNECTED},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(api::allowed(row.state, row.call), row.result);
