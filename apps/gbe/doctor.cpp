@@ -5,7 +5,7 @@
 #include "commands.h"
 #include "common/terminal_text.h"
 #include "link_report/link_report.h"
-#include "service_line.h"
+#include "service.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -34,9 +34,8 @@ void Findings::line(const char* grade, const std::string& check, const std::stri
 
 namespace {
 
-constexpr int kUsualPacket = 1500;                // what the library asks cameras for
-constexpr std::chrono::seconds kCameraLimit{10};  // for all cameras; one that is silent takes some seconds
-constexpr std::chrono::seconds kServiceLimit{35}; // a board that is being opened holds a reply back
+constexpr int kUsualPacket = 1500;               // what the library asks cameras for
+constexpr std::chrono::seconds kCameraLimit{10}; // for all cameras; one that is silent takes some seconds
 
 std::string programFile() {
     char file[PATH_MAX] = "";
@@ -114,7 +113,7 @@ private:
 };
 
 bool Doctor::checkService() {
-    const ServiceReply reply = askService("COUNT BOARDS", kServiceLimit);
+    const ServiceReply reply = askService("COUNT BOARDS");
     if (reply.good()) {
         m_findings.good(
             "service", "answers on " + std::string(serviceSocket()) + ", boards: " + reply.field("200-"));
@@ -176,7 +175,7 @@ bool Doctor::checkInterfaces() {
 void Doctor::checkBoard() {
     const std::string number = std::to_string(m_selection.board);
     const std::string name = "board " + number;
-    const ServiceReply reply = askService("OPEN BOARD " + number + " PORT 0", kServiceLimit);
+    const ServiceReply reply = askService("OPEN BOARD " + number + " PORT 0");
     if (!reply.good()) {
         m_findings.bad(
             name, "the service cannot open it: " + (reply.lines.empty() ? "no reply" : reply.lines.back()),

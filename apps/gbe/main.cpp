@@ -1,6 +1,7 @@
 // gbe: GigE Vision cameras on frame grabber boards, from the command line.
 #include "Failure.h"
 #include "commands.h"
+#include "service.h"
 
 #include <CLI/CLI.hpp>
 #include <QtCore/QCoreApplication>
@@ -23,6 +24,7 @@ struct Arguments {
     std::string name;
     std::string file = "-";
     NewAddress address;
+    std::string port;
 
     Format format() const { return json ? Format::Json : Format::Text; }
 };
@@ -55,6 +57,14 @@ void addSelection(CLI::App& app, Selection& selection) {
     app.add_flag("--standard", selection.standard, "Read the description as the GenICam standard has it");
 }
 
+void addPortAddressCommand(CLI::App& ip, Arguments& arguments) {
+    CLI::App* port = ip.add_subcommand("port", "Has the service give a port an address and keep it");
+    port->fallthrough()->callback([&] { setPortAddress(arguments.port, arguments.address.ip); });
+    port->add_option("PORT", arguments.port, "BOARD:PORT, as in 0:1")->required();
+    port->add_option("IP", arguments.address.ip, "Its address and the length of its mask, 192.168.0.250/24")
+        ->required();
+}
+
 void addIpCommands(CLI::App& app, Arguments& arguments) {
     CLI::App* ip = app.add_subcommand("ip", "Addresses of ports and cameras")->fallthrough();
     ip->require_subcommand(1);
@@ -63,6 +73,7 @@ void addIpCommands(CLI::App& app, Arguments& arguments) {
     });
     CLI::App* set = ip->add_subcommand("set", "Gives a camera an address, in whatever subnet it is now");
     set->fallthrough()->callback([&] { setAddress(arguments.selection, arguments.address); });
+    addPortAddressCommand(*ip, arguments);
     NewAddress& address = arguments.address;
     set->add_option("CAMERA", address.camera, "Its MAC address, IP address or name")->required();
     set->add_option("IP", address.ip, "Its new address; \"auto\" lets it configure itself anew")->required();
@@ -82,6 +93,10 @@ void addCommands(CLI::App& app, Arguments& arguments) {
     });
     boards->add_flag("--no-links", arguments.noLinks, "Do not look at the links, which takes 0.3 s each");
     auto* scan = command("scan", "Lists the cameras", [&] { scanNetwork(selection, arguments.format()); });
+    command("rescan", "Has the service look anew at links, boards and interfaces", [&app, &selection] {
+        const bool everything = app.count("--board") == 0 && !selection.port;
+        rescan(everything ? std::nullopt : std::optional(selection.board), selection.port);
+    });
     auto* info = command("info", "Tells who a camera is", [&] { showInfo(selection, arguments.format()); });
     auto* list = command(
         "list", "Lists the features with their values", [&] { listFeatures(selection, arguments.all); });

@@ -92,6 +92,29 @@ GBE_API int Gbe_getLinkState(int board, unsigned port, int* up);
 GBE_API int
 Gbe_getPortAddress(BoardHandle* board, unsigned port, unsigned char* mac, unsigned* ip, unsigned* mask);
 
+/* What the local service does for the ports of all boards; none of the three needs an open board, and each
+ * waits for the service's reply, 35 seconds at most. -40012: no service, or no reply. */
+
+/* Has the service look anew at the link of a port (0 to 3), at a board and all its ports (port -1), or at
+ * everything (board -1, port -1); boards and network interfaces that have appeared since are found. Takes
+ * about 0.3 seconds a port. -40015: numbers out of range. -40019: the service serves no such board, or cannot
+ * open it. */
+GBE_API int Gbe_rescan(int board, int port);
+
+/* Has the service give a port an IPv4 address in a subnet (first octet the lowest byte) and keep it, also
+ * across restarts; boards that are opened from then on use it. -40015: numbers out of range, a mask that is
+ * none, or the service refuses: no such port, an address that no station can have there, or the service's
+ * configuration file gives the port's address. */
+GBE_API int Gbe_setPortAddress(int board, unsigned port, unsigned ip, unsigned mask);
+
+/* Asks the service anything: `request` is a line of its protocol (docs/service-protocol.md) without its end,
+ * and the lines of the reply go to `reply`, '\n' between them and a NUL behind the last. *size is the room
+ * there, and becomes what the reply takes: 1024 bytes are enough for all requests of now. -40011: the service
+ * refuses, and the last line says why. -40012: errno tells why: EACCES no right to its socket, ENOENT or
+ * ECONNREFUSED it does not run. -40015: null pointer, or a line break in the request. -40025: no room; the
+ * request was carried out. */
+GBE_API int Gbe_askService(const char* request, char* reply, unsigned* size);
+
 /* Gives the camera with this MAC address (six bytes) an IPv4 address, a subnet mask and a default gateway (0:
  * none), wherever its present address is: the camera need not be reachable, nor found by a scan. It keeps the
  * address until it is switched off or reset. The first octet is the lowest byte. Waits up to 2 seconds.

@@ -2,6 +2,9 @@
 
 #include "service/socket.h"
 
+#include <sys/socket.h>
+#include <sys/time.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -10,6 +13,7 @@
 namespace {
 
 constexpr unsigned kBlockSize = 100;
+constexpr timeval kSilence{35, 0}; // the service answers within 30 seconds, or it is stuck
 
 } // namespace
 
@@ -24,6 +28,10 @@ GbeConnection::~GbeConnection() {
 int GbeConnection::open(const char* path) {
     close();
     m_fd = conn_service(path);
+    if (isOpen()) {
+        setsockopt(m_fd, SOL_SOCKET, SO_RCVTIMEO, &kSilence, sizeof kSilence);
+        setsockopt(m_fd, SOL_SOCKET, SO_SNDTIMEO, &kSilence, sizeof kSilence);
+    }
     return isOpen() ? 0 : m_fd;
 }
 

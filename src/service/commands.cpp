@@ -183,6 +183,26 @@ bool cmdStatus(
     return false;
 }
 
+int cmdAsk(GbeTransmission& transmission, const char* request, std::string& reply) {
+    const int sent = transmission.send(request);
+    if (sent < 0) {
+        return sent;
+    }
+    reply.clear();
+    for (int lines = 0; lines < kMaxReplyLines; ++lines) {
+        int error = 0;
+        const std::optional<std::string> line = receiveLine(transmission, &error);
+        if (!line) {
+            return error;
+        }
+        reply += (reply.empty() ? "" : "\n") + *line;
+        if (line->size() > 3 && (*line)[3] == ' ') { // the last one; the others have a '-' there
+            return line->starts_with(kDone) ? 1 : 0;
+        }
+    }
+    return -EPROTO;
+}
+
 int cmdOpen(GbeTransmission& transmission, const int& board, const unsigned& port, unsigned char* mac) {
     char request[kRequestSize];
     std::snprintf(request, sizeof request, "OPEN BOARD %u PORT %u", static_cast<unsigned>(board), port);

@@ -1,8 +1,11 @@
 // The requests of the local service; docs/service-protocol.md has the grammar. Each takes an established
-// transmission and waits for the reply; without one it fails. No time limit.
+// transmission and waits for the reply; without one it fails. A service that is silent for 35 seconds counts
+// as gone: it answers within 30.
 #pragma once
 
 #include "protocol/addresses.h"
+
+#include <string>
 
 class GbeTransmission;
 
@@ -34,6 +37,11 @@ struct PortIp {
 // The same with that address as well.
 bool cmdStatus(
     GbeTransmission& transmission, int board, unsigned port, bool* linkUp, unsigned char* mac, PortIp* ip);
+
+// Any request: 1 when its reply ends well, 0 when the service refuses (410, 510), with the reply's lines in
+// `reply`,
+// '\n' between them; a negated errno when there is no whole reply.
+int cmdAsk(GbeTransmission& transmission, const char* request, std::string& reply);
 
 // The MAC address of a port, or the port that bears a MAC address: 0; -ENODEV when the service knows no such
 // port (410); -EIO when it cannot serve it (510); -EPROTO when the reply lacks what was asked; otherwise the

@@ -72,6 +72,8 @@ TEST_F(Gbe, WhatItPrints) {
         {{"list", "--port", "0"}, "ImageFormatControl\n|  Width |integer|PixelFormat|enumeration|Mono8"},
         {{"list", "--port", "0", "--all"}, "NAME|WidthReg|AcquisitionStart|command"},
         {{"--port", "0", "exec", "TimestampLatch"}, ""},
+        {{"rescan"}, ""},
+        {{"rescan", "--port", "1"}, ""},
         {{"--standard", "--port", "0", "get", "Width", "DeviceLinkHeartbeatTimeout"}, "1920\n"},
         {{"list", "--port", "0", "--standard"}, "ImageFormatControl\n|PixelFormat|enumeration|Mono8"},
         {{"--port", "0", "xml"}, "<?xml|<RegisterDescription|</RegisterDescription>"},
@@ -102,6 +104,11 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
         {{"--port", "0", "set", "TimestampLatch=1"},
          "gbe: TimestampLatch: is a command: gbe exec TimestampLatch\n"},
         {{"--port", "0", "exec", "Width"}, "gbe: Width: " + fault(GBE_ERROR_ILLEGAL_NODE)},
+        {{"--board", "3", "rescan"}, "gbe: rescan: board 3 cannot be opened\n"},
+        {{"ip", "port", "0:4", "10.0.0.1"}, "gbe: port 0:4: no such port\n"},
+        {{"ip", "port", "0:1", "10.0.0.255/24"}, "gbe: port 0:1: not an IPv4 address of a station\n"},
+        {{"ip", "port", "0", "10.0.0.1"}, "gbe: \"0\" is not BOARD:PORT\n"},
+        {{"ip", "port", "0:1", "ten"}, "gbe: \"ten\" is not an IPv4 address with the length of its mask\n"},
         {{"set", "Width"}, "gbe: \"Width\": is not NAME=VALUE\n"},
         {{"--port", "1", "info"}, "gbe: camera on board 0 port 1: " + fault(GBE_ERROR_NO_CAMERAS_FOUND)},
         {{"info", "--mac", "02:00:00:00:00:99"},
@@ -240,6 +247,28 @@ TEST_F(Gbe, TheExamplesRun) {
         EXPECT_THAT(outcome.out, Not(HasSubstr("sent 0 frames")));
         EXPECT_EQ(test::Program::run(file.c_str(), {"3"}).status, 1) << "no such board";
     }
+}
+
+TEST_F(Gbe, APortKeepsTheAddressThatItWasGiven) {
+    const Outcome given = gbe({"ip", "port", "0:2", "192.168.0.250/24"});
+    EXPECT_EQ(given.status, 0) << given.err;
+    EXPECT_EQ(given.out, "port 0:2: 192.168.0.250/24, for boards that are opened from now on\n");
+    EXPECT_THAT(gbe({"ip", "show"}).out, HasSubstr("  192.168.0.250/24"));
+    // The same from C, which the service's own address book tells of.
+    EXPECT_EQ(Gbe_setPortAddress(0, 2, 0x0103A8C0, 0x00FFFFFF), 0);
+    EXPECT_THAT(test::RawClient().ask("STATUS BOARD 0 PORT 2"), HasSubstr("PORT 2 IP 192.168.3.1\n"));
+    EXPECT_EQ(Gbe_setPortAddress(0, 2, 0x0103A8C0, 0x00FFFF00), GBE_ERROR_ILLEGAL_PARAMETER) << "no mask";
+    EXPECT_EQ(Gbe_setPortAddress(0, 2, 0xFF03A8C0, 0x00FFFFFF), GBE_ERROR_ILLEGAL_PARAMETER) << "a broadcast";
+    EXPECT_EQ(Gbe_rescan(-1, 0), GBE_ERROR_ILLEGAL_PARAMETER);
+    EXPECT_EQ(Gbe_rescan(0, 2), 0);
+    EXPECT_EQ(Gbe_rescan(3, -1), GBE_ERROR_BOARD_DOES_NOT_EXIST);
+    char text[64];
+    unsigned size = sizeof text;
+    EXPECT_EQ(Gbe_askService("OPEN MAC x", text, &size), GBE_ERROR_TRANSPORT_LAYER);
+    EXPECT_STREQ(text, "510 not a MAC address");
+    size = 3;
+    EXPECT_EQ(Gbe_askService("COUNT BOARDS", text, &size), GBE_ERROR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(Gbe_askService("COUNT\nBOARDS", text, &size), GBE_ERROR_ILLEGAL_PARAMETER);
 }
 
 TEST_F(Gbe, LeavesNoClutter) {
