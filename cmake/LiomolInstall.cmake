@@ -1,14 +1,12 @@
 # What `cmake --install` puts where: the library, its documented headers, and the files by which others find it.
-# The frame grabber in software goes into a folder of its own, and under no name of the hardware's libraries. Those
-# come first wherever the loader finds them (softboard/CMakeLists.txt), also beside liomol.
+# The frame grabber in software goes with it, under none of the names of the hardware's libraries: those come first
+# wherever the loader finds them (softboard/CMakeLists.txt), also beside liomol.
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/liomol" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 
-set_target_properties(liomol PROPERTIES INSTALL_RPATH "\$ORIGIN/liomol")
-install(TARGETS liomol LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
-set_target_properties(softboard PROPERTIES INSTALL_RPATH "\$ORIGIN/..")
-install(TARGETS softboard LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/liomol")
+set_target_properties(liomol softboard PROPERTIES INSTALL_RPATH "\$ORIGIN")
+install(TARGETS liomol softboard LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 
 # The package file is written by hand: an exported target would drag the hardware libraries' build along.
 set(liomol_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/liomol")

@@ -82,7 +82,7 @@ InterfaceState queryInterface(const std::string& name, int socket) {
     if (question.ask(SIOCGIFHWADDR)) {
         if (question.answer().ifr_hwaddr.sa_family != ARPHRD_ETHER) {
             state.error = EPROTONOSUPPORT;
-            state.message = "network interface " + name + " is no Ethernet interface";
+            state.message = "network interface " + name + " is not an Ethernet interface";
             return state;
         }
         std::memcpy(state.mac.data(), question.answer().ifr_hwaddr.sa_data, state.mac.size());

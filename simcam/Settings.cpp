@@ -26,7 +26,7 @@ bool text(std::string_view value, std::size_t size, std::string& field, std::str
 
 bool address(std::string_view value, std::uint32_t& field, std::string& error) {
     const auto ip = parseIp(value);
-    error = ip ? "" : "is no IPv4 address";
+    error = ip ? "" : "is not an IPv4 address";
     field = ip.value_or(0);
     return ip.has_value();
 }
@@ -35,7 +35,7 @@ bool hostAddress(std::string_view value, std::uint32_t& field, std::string& erro
     if (!address(value, field, error)) {
         return false;
     }
-    error = "is no address for a camera";
+    error = "is not an address for a camera";
     return isHostAddress(field);
 }
 
@@ -43,7 +43,7 @@ bool mask(std::string_view value, std::uint32_t& field, std::string& error) {
     if (!address(value, field, error)) {
         return false;
     }
-    error = "is no subnet mask";
+    error = "is not a subnet mask";
     return isSubnetMask(field);
 }
 
@@ -69,7 +69,7 @@ bool faultList(std::string_view value, std::vector<Fault>& field, std::string& e
 
 bool time(std::string_view value, milliseconds& field, std::string& error) {
     const auto ms = parseUnsigned(value, static_cast<std::uint64_t>(kMaxLatency.count()));
-    error = "is no number of milliseconds up to " + std::to_string(kMaxLatency.count());
+    error = "is not a number of milliseconds up to " + std::to_string(kMaxLatency.count());
     field = milliseconds(ms.value_or(0));
     return ms.has_value();
 }
@@ -93,7 +93,7 @@ const Row kRows[] = {
     {{"mac", "MAC address"},
      [](Text value, CameraSettings& s, Error error) {
          const auto mac = parseMac(value);
-         error = "is no MAC address of a station";
+         error = "is not the MAC address of a station";
          s.mac = mac.value_or(0);
          return mac.has_value();
      }},

@@ -33,8 +33,8 @@ std::optional<std::vector<SlowWrite>> parseSlowWrites(std::string_view text, std
     for (const std::string_view piece : split(text, ';')) {
         const auto slow = parseOne(piece);
         if (!slow) {
-            error = "'" + std::string(piece) + "' is no time up to " + std::to_string(kMaxLatency.count()) +
-                    " ms, with or without a register";
+            error = "'" + std::string(piece) + "' is not a time up to " +
+                    std::to_string(kMaxLatency.count()) + " ms, with or without a register";
             return std::nullopt;
         }
         all.push_back(*slow);

@@ -70,7 +70,7 @@ std::optional<std::vector<Content>> parseContents(std::string_view text, std::st
                      : word ? std::optional(Writer().u32(static_cast<std::uint32_t>(*word)).take())
                             : std::nullopt;
         if (!address || !bytes) {
-            error = "'" + std::string(piece.substr(0, 64)) + "' is no REGISTER=VALUE";
+            error = "'" + std::string(piece.substr(0, 64)) + "' is not REGISTER=VALUE";
             return std::nullopt;
         }
         all.push_back({*address, std::move(*bytes)});

@@ -64,7 +64,7 @@ int softboard_linkReport(int board, int port, SoftboardLinkReport* out) {
     const InterfaceSettings settings =
         exists ? configuration.ports[static_cast<std::size_t>(port)].interface : InterfaceSettings {};
     if (settings.interface.empty()) {
-        copyText(out->message, exists || error.empty() ? "this port is no network interface" : error);
+        copyText(out->message, exists || error.empty() ? "this port is not a network interface" : error);
         return ENODEV;
     }
     const netif::InterfaceState state = netif::queryInterface(settings.interface);

@@ -37,7 +37,7 @@ bool clearPlace(const sockaddr_un& address, socklen_t size, std::string& error) 
         return true;
     }
     if (!S_ISSOCK(status.st_mode)) {
-        error = std::string(address.sun_path) + ": exists and is no socket";
+        error = std::string(address.sun_path) + ": exists and is not a socket";
         return false;
     }
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);

@@ -46,7 +46,7 @@ public:
         }
         if (line.front() == '[') {
             m_inPort = parseSection(line, m_port);
-            return m_inPort ? "" : "no section: [board 0 port 0] is one";
+            return m_inPort ? "" : "not a section: [board 0 port 0] is one";
         }
         const std::size_t equals = line.find('=');
         if (equals == line.npos) {
@@ -71,7 +71,7 @@ private:
         } else if (key == "idle-limit" && parseNumber(value, 24 * 3600, seconds) && seconds > 0) {
             m_settings.idleLimit = std::chrono::seconds(seconds);
         } else {
-            error = key == "idle-limit" ? "no number of seconds: " + value : "unknown key: " + key;
+            error = key == "idle-limit" ? "not a number of seconds: " + value : "unknown key: " + key;
         }
         return error;
     }
@@ -79,7 +79,7 @@ private:
     std::string takeMac(const std::string& value) {
         const auto mac = Mac::parse(value);
         if (!mac || !mac->isStation()) {
-            return "no MAC address of a station: " + value;
+            return "not the MAC address of a station: " + value;
         }
         for (const auto& [port, other] : m_settings.macs) {
             if (other == *mac && port != m_port) {
@@ -93,7 +93,7 @@ private:
     std::string takeIp(const std::string& value) {
         const auto ip = parsePortIp(value);
         if (!ip) {
-            return "no IPv4 address of a station: " + value;
+            return "not an IPv4 address of a station: " + value;
         }
         m_settings.ips[m_port] = *ip;
         return "";
@@ -149,7 +149,7 @@ bool parseBoards(const std::string& text, std::vector<unsigned>& boards, std::st
         unsigned board = 0;
         if (!parseNumber(trimmed(word), kBoards, board) ||
             std::find(result.begin(), result.end(), board) != result.end()) {
-            error = "no list of boards 0 to 7, each once: " + text;
+            error = "not a list of boards 0 to 7, each once: " + text;
             return false;
         }
         result.push_back(board);
@@ -192,7 +192,7 @@ bool AddressBook::load(std::string& error) {
         const int fields =
             std::sscanf(line.c_str(), "board %u port %u ip %19s", &port.first, &port.second, ip);
         if (fields != 3 || port.first >= kBoards || port.second >= kPorts || !parsePortIp(ip)) {
-            return "no address of a port";
+            return "not an address of a port";
         }
         m_ips[port] = ip;
         return "";

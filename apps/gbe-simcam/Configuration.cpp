@@ -41,7 +41,7 @@ std::string takeLine(const std::string& line, std::vector<ethernet::Settings>& c
     if (line.front() == '[') {
         inSection = line == "[camera]";
         cameras.resize(cameras.size() + (inSection ? 1 : 0));
-        return inSection ? "" : "no section: [camera] is one";
+        return inSection ? "" : "not a section: [camera] is one";
     }
     if (!inSection) {
         return "a setting before the first [camera]";

@@ -76,7 +76,7 @@ Address addressOf(const Place& place) {
 }
 
 Reply noRegister(std::string_view name) {
-    return failure("'" + std::string(name) + "' is no register: a name or an address is wanted");
+    return failure("'" + std::string(name) + "' is not a register: a name or an address is wanted");
 }
 
 } // namespace
@@ -93,7 +93,7 @@ const std::vector<Console::Command>& Console::commands() {
         {"fault", "[FAULT|clear]", "add a fault ('delay=500 x3 readreg'), forget all, or show them", &fault},
         {"link", "FAULTS|clear", "faults of the wire: 'drop=0.05 out-delay=0.1 seed=7'", &link},
         {"slow-write", "TIMES|clear", "milliseconds that writes take: '2000 UserSetSave;50'", &slowWrite},
-        {"reboot", "[MS]", "start anew after a silence of MS milliseconds", &reboot},
+        {"reboot", "[MS]", "start again after a silence of MS milliseconds", &reboot},
         {"silent", "[MS|off]", "neither hear nor speak for MS milliseconds, or until 'off'", &silent},
         {"get", "REGISTER [COUNT]", "show registers, by name or by address", &get},
         {"set", "REGISTER VALUE", "change a register, whoever has control", &set},
@@ -135,7 +135,7 @@ Reply Console::forCameras(std::string_view which, std::string_view name, std::st
     }
     const auto command = std::ranges::find(commands(), name, &Command::name);
     if (command == commands().end()) {
-        return failure("'" + std::string(name) + "' is no command: see help");
+        return failure("'" + std::string(name) + "' is not a command: see help");
     }
     Reply reply;
     for (std::size_t i = all ? 0 : static_cast<std::size_t>(*chosen) - 1;
@@ -222,7 +222,7 @@ Reply Console::slowWrite(Camera& camera, std::string_view rest) {
 Reply Console::reboot(Camera& camera, std::string_view rest) {
     const auto time = rest.empty() ? std::optional(kDefaultReboot) : parseTime(rest);
     if (!time) {
-        return failure("'" + std::string(rest) + "' is no number of milliseconds up to an hour");
+        return failure("'" + std::string(rest) + "' is not a number of milliseconds up to an hour");
     }
     camera.reboot(*time);
     return done();
@@ -244,7 +244,7 @@ Reply Console::get(Camera& camera, std::string_view rest) {
     const std::string_view name = takeWord(rest);
     const auto count = rest.empty() ? std::optional<std::uint64_t>(1) : parseUnsigned(rest, kMostShown);
     if (!count) {
-        return failure("'" + std::string(rest) + "' is no number up to " + number(kMostShown));
+        return failure("'" + std::string(rest) + "' is not a number up to " + number(kMostShown));
     }
     const auto place = elementOf(camera, name);
     const auto start = place ? std::optional(addressOf(*place)) : parseRegister(name);
@@ -278,7 +278,7 @@ Reply Console::set(Camera& camera, std::string_view rest) {
                        : word ? std::optional(Writer().u32(static_cast<std::uint32_t>(*word)).take())
                               : std::nullopt;
     if (!bytes) {
-        return failure("'" + std::string(rest.substr(0, 64)) + "' is no value for " + std::string(name));
+        return failure("'" + std::string(rest.substr(0, 64)) + "' is not a value for " + std::string(name));
     }
     return camera.poke(*address, *bytes) ? done() : failure(std::string(name) + " does not take this value");
 }

@@ -101,7 +101,7 @@ std::string whyNot(const std::string& name, int problem) {
 
 std::unique_ptr<Wire> openTap(const std::string& name, std::string& error) {
     if (name.empty() || name.size() >= IFNAMSIZ || name.find_first_of(" /\t") != name.npos) {
-        error = "'" + name + "' is no name of an interface";
+        error = "'" + name + "' is not the name of an interface";
         return nullptr;
     }
     Descriptor device(open("/dev/net/tun", O_RDWR | O_CLOEXEC | O_NONBLOCK));

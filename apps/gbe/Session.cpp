@@ -112,7 +112,7 @@ std::string whyNoDescription(CameraHandle* camera) {
     if (urls.empty()) {
         return " (it says nowhere where its description is)";
     }
-    return " (its description is no GenICam description, or cannot be had: " + urls + ")";
+    return " (its description is not a GenICam description, or cannot be had: " + urls + ")";
 }
 
 // What the camera tells of a connection that it did not give.

@@ -125,7 +125,7 @@ bool Doctor::checkService() {
             group == "root" ? "\"socket-group = video\" in the service's configuration, restart it; " : "";
         m_findings.bad(
             "service", std::string("no right to use its socket ") + serviceSocket(),
-            first + "sudo usermod -aG " + (first.empty() ? group : "video") + " $USER, then log in anew");
+            first + "sudo usermod -aG " + (first.empty() ? group : "video") + " $USER, then log in again");
     } else if (reply.error == ENOENT || reply.error == ECONNREFUSED) {
         m_findings.bad(
             "service", std::string("does not run: ") + serviceSocket() + ": " + std::strerror(reply.error),

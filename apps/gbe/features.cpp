@@ -20,7 +20,7 @@ long long parseInteger(const std::string& name, const std::string& text) {
     errno = 0;
     const long long value = std::strtoll(text.c_str(), &end, text.find("0x") == text.npos ? 10 : 16);
     if (text.empty() || *end != '\0' || errno != 0) {
-        throw Failure(name + ": \"" + text + "\" is no integer");
+        throw Failure(name + ": \"" + text + "\" is not an integer");
     }
     return value;
 }
@@ -29,7 +29,7 @@ double parseFloat(const std::string& name, const std::string& text) {
     char* end = nullptr;
     const double value = std::strtod(text.c_str(), &end);
     if (text.empty() || *end != '\0') {
-        throw Failure(name + ": \"" + text + "\" is no number");
+        throw Failure(name + ": \"" + text + "\" is not a number");
     }
     return value;
 }

@@ -21,7 +21,7 @@ struct Target {
 
 Ipv4 parse(const char* what, const std::string& text, const std::optional<Ipv4>& address) {
     if (!address) {
-        throw Failure(std::string(what) + " \"" + text + "\": is not an IPv4 address or mask");
+        throw Failure("\"" + text + "\" is not " + what);
     }
     return *address;
 }
@@ -124,14 +124,16 @@ void showAddresses(const Selection& selection) {
 
 void setAddress(const Selection& selection, const NewAddress& wanted) {
     const bool automatic = wanted.ip == kAutomatic;
-    const Ipv4 ip = automatic ? Ipv4{} : parse("address", wanted.ip, Ipv4::parse(wanted.ip));
-    const Ipv4 gateway =
-        wanted.gateway.empty() ? Ipv4{} : parse("gateway", wanted.gateway, Ipv4::parse(wanted.gateway));
+    const Ipv4 ip = automatic ? Ipv4{} : parse("an IPv4 address", wanted.ip, Ipv4::parse(wanted.ip));
+    const Ipv4 gateway = wanted.gateway.empty()
+                             ? Ipv4{}
+                             : parse("an IPv4 address", wanted.gateway, Ipv4::parse(wanted.gateway));
     const Board board = openBoard(selection.board);
     const std::vector<FoundCamera> found = findCameras(board.get(), selection);
     const Target target = targetOf(wanted.camera, selection, found);
     const PortAddress port = portAddress(board.get(), target.port);
-    const Ipv4 mask = wanted.mask.empty() ? port.mask : parse("mask", wanted.mask, parseMask(wanted.mask));
+    const Ipv4 mask =
+        wanted.mask.empty() ? port.mask : parse("a subnet mask", wanted.mask, parseMask(wanted.mask));
     checkFree(ip, target, port, found);
     const std::string mac = target.mac.text();
     const int code = Gbe_forceCameraIp(
@@ -140,7 +142,8 @@ void setAddress(const Selection& selection, const NewAddress& wanted) {
         check(mac + ": " + ip.text() + " with mask " + mask.text(), code);
     }
     if (automatic) {
-        std::printf("%s: configures itself anew; gbe scan shows its address in some seconds\n", mac.c_str());
+        std::printf(
+            "%s: looks for an address itself; gbe scan shows its address in some seconds\n", mac.c_str());
         return;
     }
     tellOutcome(board.get(), target, ip, code);

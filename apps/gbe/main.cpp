@@ -40,7 +40,7 @@ void addSelection(CLI::App& app, Selection& selection) {
         [&selection](const std::string& text) {
             selection.mac = Mac::parse(text);
             if (!selection.mac) {
-                throw CLI::ValidationError("--mac", "\"" + text + "\" is no MAC address");
+                throw CLI::ValidationError("--mac", "\"" + text + "\" is not a MAC address");
             }
         },
         "Camera with this MAC address");
@@ -49,7 +49,7 @@ void addSelection(CLI::App& app, Selection& selection) {
         [&selection](const std::string& text) {
             selection.ip = Ipv4::parse(text);
             if (!selection.ip) {
-                throw CLI::ValidationError("--ip", "\"" + text + "\" is no IPv4 address");
+                throw CLI::ValidationError("--ip", "\"" + text + "\" is not an IPv4 address");
             }
         },
         "Camera with this IPv4 address");
@@ -76,7 +76,7 @@ void addIpCommands(CLI::App& app, Arguments& arguments) {
     addPortAddressCommand(*ip, arguments);
     NewAddress& address = arguments.address;
     set->add_option("CAMERA", address.camera, "Its MAC address, IP address or name")->required();
-    set->add_option("IP", address.ip, "Its new address; \"auto\" lets it configure itself anew")->required();
+    set->add_option("IP", address.ip, "Its new address; \"auto\" lets it look for one itself")->required();
     set->add_option("--mask", address.mask, "Subnet mask, 255.255.0.0 or 16 (default: the port's)");
     set->add_option("--gateway", address.gateway, "Default gateway (default: none)");
 }
@@ -93,7 +93,7 @@ void addCommands(CLI::App& app, Arguments& arguments) {
     });
     boards->add_flag("--no-links", arguments.noLinks, "Do not look at the links, which takes 0.3 s each");
     auto* scan = command("scan", "Lists the cameras", [&] { scanNetwork(selection, arguments.format()); });
-    command("rescan", "Has the service look anew at links, boards and interfaces", [&app, &selection] {
+    command("rescan", "Has the service look again at links, boards and interfaces", [&app, &selection] {
         const bool everything = app.count("--board") == 0 && !selection.port;
         rescan(everything ? std::nullopt : std::optional(selection.board), selection.port);
     });

@@ -97,9 +97,9 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
         {{"--port", "0", "set", "DeviceModelName=x"},
          "gbe: DeviceModelName: " + fault(GBE_ERROR_NOT_WRITABLE)},
         {{"--port", "0", "set", "Width=1000000"}, "gbe: Width: " + fault(GBE_ERROR_ILLEGAL_VALUE)},
-        {{"--port", "0", "set", "Width=wide"}, "gbe: Width: \"wide\" is no integer\n"},
+        {{"--port", "0", "set", "Width=wide"}, "gbe: Width: \"wide\" is not an integer\n"},
         {{"--port", "0", "set", "ReverseX=maybe"}, "gbe: ReverseX: \"maybe\" is neither true nor false\n"},
-        {{"--port", "0", "set", "Gain=1x"}, "gbe: Gain: \"1x\" is no number\n"},
+        {{"--port", "0", "set", "Gain=1x"}, "gbe: Gain: \"1x\" is not a number\n"},
         {{"--port", "0", "set", "TimestampLatch=1"},
          "gbe: TimestampLatch: is a command: gbe exec TimestampLatch\n"},
         {{"--port", "0", "exec", "Width"}, "gbe: Width: " + fault(GBE_ERROR_ILLEGAL_NODE)},
@@ -175,7 +175,7 @@ TEST_F(Gbe, AddressesAreShownAndSet) {
         {{"ip", "show"}, "2     02:"},
         {{"ip", "set", "far", "169.254.7.100"}, ": 10.1.2.3 -> 169.254.7.100\n"},
         {{"ip", "set", "02:00:00:00:00:99", "10.1.2.4", "--mask", "8"}, "-> 10.1.2.4 (other subnet)\n"},
-        {{"ip", "set", "far", "auto"}, ": configures itself anew"},
+        {{"ip", "set", "far", "auto"}, ": looks for an address itself"},
         {{"ip", "set", "10.1.2.3", "169.254.7.100"}, "gbe: 2 cameras are \"10.1.2.3\": name one by", 1},
         {{"ip", "set", "nobody", "169.254.7.100"}, "gbe: camera \"nobody\": camera does not exist", 1},
         {{"--port", "2", "ip", "set", "02:00:00:00:00:98", "169.254.7.100"},
@@ -183,7 +183,7 @@ TEST_F(Gbe, AddressesAreShownAndSet) {
          1},
         {{"ip", "set", "far", "169.254.7.42"}, "gbe: 169.254.7.42: is the address of port 0 itself\n", 1},
         {{"ip", "set", "far", "10.1.2.255", "--mask", "24"}, fault(GBE_ERROR_ILLEGAL_PARAMETER), 1},
-        {{"ip", "set", "far", "10.1"}, "gbe: address \"10.1\": is none\n", 1},
+        {{"ip", "set", "far", "10.1"}, "gbe: \"10.1\" is not an IPv4 address\n", 1},
     };
     runAll(rows, [](const auto& row, const Outcome& outcome) {
         EXPECT_EQ(outcome.status, row.status);

@@ -284,9 +284,9 @@ TEST(ServiceLife, MistakesAtTheStartAreOneLineEach) {
         QStringList arguments;
         const char* error;
     } rows[] = {
-        {{"--config", "bad"}, "gbe-service: bad:2: no list of boards 0 to 7, each once: many\n"},
+        {{"--config", "bad"}, "gbe-service: bad:2: not a list of boards 0 to 7, each once: many\n"},
         {{"--config", "absent"}, "gbe-service: absent: "},
-        {{"--boards", "9"}, "gbe-service: no list of boards 0 to 7, each once: 9\n"},
+        {{"--boards", "9"}, "gbe-service: not a list of boards 0 to 7, each once: 9\n"},
         {{"--colour"}, "gbe-service: "},
     };
     for (const auto& row : rows) {

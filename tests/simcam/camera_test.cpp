@@ -138,12 +138,12 @@ TEST(SimcamSettings, AreCheckedWithOneLine) {
         ethernet::Settings settings; // the last one is named in the error
         std::string reason;          // empty: accepted
     } rows[] = {
-        {{{"mac", "03:00:00:00:00:10"}}, "is no MAC address of a station"},
-        {{{"ip", "10.0.0.300"}}, "is no IPv4 address"},
-        {{{"ip", "224.0.0.1"}}, "is no address for a camera"},
-        {{{"mask", "255.0.255.0"}}, "is no subnet mask"},
+        {{{"mac", "03:00:00:00:00:10"}}, "is not the MAC address of a station"},
+        {{{"ip", "10.0.0.300"}}, "is not an IPv4 address"},
+        {{{"ip", "224.0.0.1"}}, "is not an address for a camera"},
+        {{{"mask", "255.0.255.0"}}, "is not a subnet mask"},
         {{{"name", "seventeen letters"}}, "is longer than 16 bytes"},
-        {{{"latency", "-1"}}, "is no number of milliseconds up to 60000"},
+        {{{"latency", "-1"}}, "is not a number of milliseconds up to 60000"},
         {{{"registers", "magic"}}, "is neither 'model' nor 'plain'"},
         {{{"faults", "silent; delay=5 x2"}}, ""},
         {{{"faults", "loud"}}, "fault 'loud': 'loud' is not understood"},
@@ -155,9 +155,9 @@ TEST(SimcamSettings, AreCheckedWithOneLine) {
         {{{"description", "own.zip"}, {"second-url", "{xml}"}},
          "camera: URL '{xml}': the description is an archive, there is no plain text of it"},
         {{{"set", "Width=640;UserDefinedName=a name;0xB000=7"}}, ""},
-        {{{"set", "0xA111=7"}}, "'0xA111=7' is no REGISTER=VALUE"},
+        {{{"set", "0xA111=7"}}, "'0xA111=7' is not REGISTER=VALUE"},
         {{{"link-faults", "drop=1.5"}}, "link fault 'drop=1.5' is not understood"},
-        {{{"slow-write", "5 Nowhere"}}, "'5 Nowhere' is no time up to 60000 ms, with or without a register"},
+        {{{"slow-write", "5 Nowhere"}}, "'5 Nowhere' is not a time up to 60000 ms, with or without a register"},
         {{{"colour", "red"}}, "camera: unknown setting 'colour'"},
     };
     for (const auto& row : rows) {

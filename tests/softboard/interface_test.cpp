@@ -267,7 +267,7 @@ TEST_F(InterfacePort, SaysWhatIsWrong) {
     ASSERT_TRUE(wire.host.shell("ip link set host0 mtu 9000 && ip addr add 169.254.1.9/16 dev host0"));
     EXPECT_EQ(report(0), "absent0|19|0|0|0|there is no network interface absent0");
     EXPECT_EQ(report(1), "host0|0|9000|119|9|");
-    EXPECT_EQ(report(2), "none: |0|0|0|0|this port is no network interface");
+    EXPECT_EQ(report(2), "none: |0|0|0|0|this port is not a network interface");
     wire.host.shell("ip link set host0 down");
     EXPECT_EQ(
         report(1), "host0|100|9000|119|9|network interface host0 is switched off: ip link set host0 up");
