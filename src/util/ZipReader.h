@@ -26,7 +26,9 @@ public:
         bool isFile = false;
         bool isSymLink = false;
         QFile::Permissions permissions;
-        quint32 crc = 0; // as recorded; never checked
+        // As recorded. Never checked: cameras ship archives with wrong ones that other readers take, and a damaged
+        // description fails in the parser, which tells more.
+        quint32 crc = 0;
         qint64 size = 0; // bytes when unpacked, as recorded
 
         bool isValid() const { return isDir || isFile || isSymLink; }
