@@ -234,6 +234,28 @@ TEST(Registers, HoldTheLimitsOfTheirFloats) {
     }
 }
 
+TEST(Registers, TextsWhoseLengthAnotherNodeTellsHaveALimit) {
+    const auto limit = static_cast<std::size_t>(tavo::kMaxTextLength);
+    const struct {
+        std::int64_t fixed, told;
+        std::size_t read;
+    } rows[] = {{0, 1000, 1000}, {1, 1 << 20, limit}, {70000, 0, 70000}, {70000, 1 << 20, 70000}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.told);
+        Device device(inRoot(
+            "<Integer Name='L'><Value>" + std::to_string(row.told) + "</Value></Integer>" +
+            reg("S", 0, row.fixed, "<pLength>L</pLength>", "StringReg")));
+        device.port.memory.resize(3 << 20);
+        auto& text = device.as<tavo::ImplGenICamStringReg>("S");
+        EXPECT_EQ(text.getValue().size(), row.read);
+        EXPECT_EQ(text.getMaxLength(), static_cast<std::int64_t>(row.read));
+        EXPECT_EQ(text.getLength(), row.fixed + row.told);
+        text.setValue(std::string(row.read + 1, 'x'));
+        EXPECT_EQ(device.port.memory[row.read - 1], 'x');
+        EXPECT_EQ(device.port.memory[row.read], 0);
+    }
+}
+
 TEST(Registers, ShowBytesInAddressOrderWhicheverAccessCameFirst) {
     for (const bool numberFirst : {false, true}) {
         Device device(inRoot(reg("N", 0, 2, "<Endianess>BigEndian</Endianess>")));

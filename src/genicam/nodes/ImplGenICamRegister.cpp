@@ -114,7 +114,7 @@ RegisterBytes ImplGenICamRegister::emptyContent() const {
         throw GicIllegalRegisterLengthException();
     }
     RegisterBytes content;
-    content.reset(static_cast<std::size_t>(length));
+    content.reset(static_cast<std::size_t>(usedLength(length)));
     return content;
 }
 
@@ -124,7 +124,7 @@ bool ImplGenICamRegister::isHeld(std::int64_t address) const {
     if (!m_addressElements.empty() && address != m_place.begin) {
         return false;
     }
-    if (m_pLength && static_cast<std::uint64_t>(currentLength()) != m_content.size()) {
+    if (m_pLength && static_cast<std::uint64_t>(usedLength(currentLength())) != m_content.size()) {
         return false;
     }
     if (m_cacheMode != CacheMode::NoCache) {

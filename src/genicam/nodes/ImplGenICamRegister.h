@@ -5,6 +5,7 @@
 #include "genicam/nodes/ImplGenICamInterfaces.h"
 #include "genicam/nodes/RegisterBytes.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace tavo {
@@ -75,6 +76,10 @@ protected:
 
     std::int64_t currentAddress() const;
     std::int64_t currentLength() const;
+    // That of the fixed part.
+    std::int64_t fixedLength() const { return m_length; }
+    // How many of the bytes of a register of a length are read and written.
+    virtual std::int64_t usedLength(std::int64_t length) const { return length; }
 
     AccessRule accessRule() const override { return {m_accessMode, nullptr}; }
     Volatility ownVolatility() const override {
@@ -213,9 +218,14 @@ class ImplGenICamStringReg : public ImplGenICamRegister,
 public:
     std::string getValue() override;
     void setValue(const std::string& value) override;
-    std::int64_t getMaxLength() override { return getLength(); }
+    std::int64_t getMaxLength() override { return usedLength(getLength()); }
     std::string getValueAsString() override { return getValue(); }
     void performSignalUpdate(bool force) override;
+
+protected:
+    std::int64_t usedLength(std::int64_t length) const override {
+        return std::min(length, std::max(kMaxTextLength, fixedLength()));
+    }
 };
 
 } // namespace tavo

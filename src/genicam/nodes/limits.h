@@ -22,6 +22,10 @@ inline constexpr std::size_t kMaxNeighboursLookedAt = 1000000;
 // The longest register that is read or written. Real ones stay below a few kilobytes; a length computed from
 // a wrong value must not become an allocation of gigabytes.
 inline constexpr std::int64_t kMaxRegisterLength = 16LL * 1024 * 1024;
+// As far as a text is read and written whose length another node tells, unless its own "Length" is greater: a
+// wrong value there must not hold the device's lock for a second. Texts of real cameras have up to 1024
+// bytes.
+inline constexpr std::int64_t kMaxTextLength = 64LL * 1024;
 // Longer registers are not shown as text.
 inline constexpr std::int64_t kMaxShownRegisterLength = 512;
 
