@@ -132,12 +132,13 @@ std::string whyNot(CameraHandle* camera, int code) {
     }
 }
 
-// One line, with what there is most of; the description is used all the same.
-void tellDifferences(CameraHandle* camera) {
+} // namespace
+
+std::string standardDifferences(CameraHandle* camera) {
     char text[4096];
     unsigned size = sizeof text;
-    if (Gbe_getStandardDifferences(camera, text, &size) != 0 || text[0] == '\0') {
-        return;
+    if (Gbe_getStandardDifferences(camera, text, &size) != 0) {
+        return "";
     }
     QStringList kinds = QString::fromUtf8(text).split('\n', Qt::SkipEmptyParts);
     const auto count = [](const QString& kind) { return kind.section(' ', 0, 0).toInt(); };
@@ -145,13 +146,9 @@ void tellDifferences(CameraHandle* camera) {
         kinds.begin(), kinds.end(), [&](const QString& a, const QString& b) { return count(a) > count(b); });
     constexpr int kShown = 3;
     const int more = static_cast<int>(kinds.size()) - kShown;
-    std::fprintf(
-        stderr, "gbe: the GenICam standard reads this description otherwise: %s%s (--standard does so)\n",
-        qPrintable(kinds.mid(0, kShown).join(", ")),
-        more > 0 ? qPrintable(QString(", and %1 more").arg(more)) : "");
+    const QString shown = kinds.mid(0, kShown).join(", ");
+    return (more > 0 ? shown + QString(", and %1 more").arg(more) : shown).toStdString();
 }
-
-} // namespace
 
 Board openBoard(int board) {
     BoardHandle* handle = nullptr;
@@ -195,9 +192,6 @@ void connectCamera(CameraHandle* camera, bool standard) {
         throw Failure(what + whyNot(camera, code), code);
     }
     check("switching checks on", Gbe_enableChecks(camera, 1));
-    if (!standard) {
-        tellDifferences(camera);
-    }
 }
 
 Session::Session(const Selection& selection)

@@ -49,6 +49,10 @@ PickedCamera pickCamera(BoardHandle* board, const Selection& selection);
 // is, on standard error, that the description holds what only the standard's meaning reads right.
 void connectCamera(CameraHandle* camera, bool standard);
 
+// What of a connected camera's description the GenICam standard reads otherwise, most first; empty where
+// nothing is, or nothing is known.
+std::string standardDifferences(CameraHandle* camera);
+
 // A board and a connected camera: the beginning of most commands.
 struct Session {
     explicit Session(const Selection& selection);
