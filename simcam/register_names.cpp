@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
-#include <cstdio>
+#include <iterator>
 
 namespace simcam {
 
@@ -103,9 +103,12 @@ std::string textOf(const RegisterFact& row, ByteView bytes) {
         return text;
     }
     if (row.kind == Kind::Float) {
+        constexpr int kDigits = 9;
         char text[32];
-        std::snprintf(text, sizeof text, "%.9g", Registers::real(row, bytes));
-        return text;
+        const auto end = std::to_chars(
+            std::begin(text), std::end(text), Registers::real(row, bytes), std::chars_format::general,
+            kDigits);
+        return {text, end.ptr};
     }
     const std::uint64_t number = Registers::number(row, bytes);
     return row.kind == Kind::Signed ? std::to_string(Registers::signExtended(row, number))

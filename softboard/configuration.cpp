@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +15,7 @@
 #include <limits>
 #include <set>
 #include <string_view>
+#include <system_error>
 
 namespace softboard {
 
@@ -43,10 +45,15 @@ bool parseInteger(const std::string& text, long long low, long long high, long l
     return !text.empty() && *end == '\0' && errno == 0 && value >= low && value <= high;
 }
 
+// The whole text as a decimal number, with a point in every locale.
+bool parseDecimal(const std::string& text, double low, double high, double& value) {
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, value);
+    return error == std::errc() && end == last && value >= low && value <= high; // "nan" compares false
+}
+
 bool parseProbability(const std::string& text, double& value) {
-    char* end = nullptr;
-    value = std::strtod(text.c_str(), &end);
-    return !text.empty() && *end == '\0' && value >= 0 && value <= 1; // not a number compares false
+    return parseDecimal(text, 0, 1, value);
 }
 
 // The address of one station.
@@ -58,9 +65,8 @@ bool parseStationMac(const std::string& text, netif::Mac& mac) {
 
 bool parseMicroseconds(const std::string& text, std::chrono::microseconds& value) {
     constexpr double kLongestMs = 60000;
-    char* end = nullptr;
-    const double ms = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || !(ms >= 0 && ms <= kLongestMs)) {
+    double ms = 0;
+    if (!parseDecimal(text, 0, kLongestMs, ms)) {
         return false;
     }
     value = std::chrono::microseconds(std::llround(ms * 1000));

@@ -5,8 +5,10 @@
 #include <QtCore/QXmlStreamReader>
 
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <cstdlib>
+#include <system_error>
 #include <thread>
 
 namespace gbe {
@@ -25,10 +27,13 @@ long long parseInteger(const std::string& name, const std::string& text) {
     return value;
 }
 
+// With a point in every locale.
 double parseFloat(const std::string& name, const std::string& text) {
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0') {
+    const char* const begin = text.c_str() + (text.starts_with('+') ? 1 : 0);
+    const char* const last = text.c_str() + text.size();
+    double value = 0;
+    const auto [end, error] = std::from_chars(begin, last, value);
+    if (error != std::errc() || end != last) {
         throw Failure(name + ": \"" + text + "\" is not a number");
     }
     return value;

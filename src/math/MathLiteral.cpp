@@ -1,11 +1,11 @@
 #include "math/MathLiteral.h"
 
+#include "util/number_text.h"
+
 #include <algorithm>
 #include <charconv>
-#include <locale>
-#include <sstream>
-#include <string>
 #include <system_error>
+#include <utility>
 
 namespace tavo::math {
 
@@ -23,10 +23,15 @@ constexpr bool isHexPrefix(std::string_view text) {
     return text.size() >= 2 && text[0] == '0' && (text[1] == 'X' || text[1] == 'x');
 }
 
-template<typename T> std::optional<T> integerAtStart(std::string_view text, int base) {
-    T value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
-    return error == std::errc() ? std::optional<T>(value) : std::nullopt;
+std::optional<std::uint64_t> bitsAtStart(std::string_view text, int base) {
+    const auto [value, length, isTooLarge] = util::readDigits(text, base);
+    return length != 0 && !isTooLarge ? std::optional(value) : std::nullopt;
+}
+
+std::optional<std::int64_t> integerAtStart(std::string_view text, int base) {
+    const std::optional<std::uint64_t> bits = bitsAtStart(text, base);
+    return bits && std::in_range<std::int64_t>(*bits) ? std::optional(static_cast<std::int64_t>(*bits))
+                                                      : std::nullopt;
 }
 
 std::optional<std::int64_t> readInteger(std::string_view text) {
@@ -34,10 +39,10 @@ std::optional<std::int64_t> readInteger(std::string_view text) {
         return std::nullopt;
     }
     if (isHexPrefix(text)) {
-        const auto bits = integerAtStart<std::uint64_t>(text.substr(2), 16);
+        const auto bits = bitsAtStart(text.substr(2), 16);
         return bits ? std::optional(static_cast<std::int64_t>(*bits)) : std::nullopt;
     }
-    return integerAtStart<std::int64_t>(text, text[0] == '0' ? 8 : 10);
+    return integerAtStart(text, text[0] == '0' ? 8 : 10);
 }
 
 // How far a decimal number reaches: digits with one point among them, then an exponent. An exponent without
@@ -63,23 +68,11 @@ std::size_t decimalExtent(std::string_view text) {
     return i;
 }
 
-// The slow way, which knows a number that is too large from one that is too small.
-std::optional<double> readExtremeDecimal(std::string_view text) {
-    std::istringstream stream{std::string(text)};
-    stream.imbue(std::locale::classic());
-    double value = 0;
-    return stream >> value ? std::optional(value) : std::nullopt;
-}
-
 std::optional<double> readDecimal(std::string_view text) {
     const std::string_view number = text.substr(0, decimalExtent(text));
-    double value = 0;
-    const char* last = number.data() + number.size();
-    const auto [end, error] = std::from_chars(number.data(), last, value);
-    if (error == std::errc::result_out_of_range) {
-        return readExtremeDecimal(number);
-    }
-    return error == std::errc() && end == last ? std::optional(value) : std::nullopt;
+    const auto [value, length, isTooLarge] = util::readDecimal(number);
+    const bool isWhole = length != 0 && length == number.size();
+    return isWhole && !isTooLarge ? std::optional(value) : std::nullopt;
 }
 
 std::optional<double> readHexadecimal(std::string_view digits) {
@@ -115,8 +108,7 @@ Literal readStandardLiteral(std::string_view text) {
         const bool isDecimal = !isHexadecimal && decimalExtent(text) == text.size();
         return {std::nullopt, isDecimal ? readDecimal(text) : std::nullopt};
     }
-    const std::optional<std::int64_t> integer =
-        isHexadecimal ? readInteger(text) : integerAtStart<std::int64_t>(text, 10);
+    const std::optional<std::int64_t> integer = isHexadecimal ? readInteger(text) : integerAtStart(text, 10);
     if (integer) {
         return {integer, std::nullopt};
     }

@@ -1,5 +1,6 @@
 // gbe and the example programs as real processes, with a real gbe-service and the default board in software.
 #include "process.h"
+#include "support/german_locale.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -267,6 +268,17 @@ TEST_F(Gbe, APortKeepsTheAddressThatItWasGiven) {
     size = 3;
     EXPECT_EQ(Gbe_askService("COUNT BOARDS", text, &size), GBE_ERROR_BUFFER_TOO_SMALL);
     EXPECT_EQ(Gbe_askService("COUNT\nBOARDS", text, &size), GBE_ERROR_ILLEGAL_PARAMETER);
+}
+
+TEST_F(Gbe, NumbersHaveAPointInEveryLocale) {
+    ASSERT_TRUE(test_support::makeGermanLocale());
+    const auto german = [](const QStringList& arguments) {
+        return test::Program::run(
+            "/usr/bin/env", QStringList{"LOCPATH=.", "LC_ALL=de_DE.UTF-8", GBE, "--port", "0"} + arguments);
+    };
+    EXPECT_EQ(german({"set", "ExposureTime=1700.5"}).err, "");
+    EXPECT_THAT(german({"set", "ExposureTime=1700,5"}).err, HasSubstr("is not a number"));
+    EXPECT_THAT(german({"get", "AcquisitionFrameRate"}).out, Not(HasSubstr(",")));
 }
 
 TEST_F(Gbe, LeavesNoClutter) {

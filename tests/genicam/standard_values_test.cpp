@@ -1,5 +1,6 @@
 // What values, formulas and registers do by default, and what they do as the GenICam standard has it.
 #include "genicam/device_fixture.h"
+#include "support/german_locale.h"
 
 namespace test_support {
 namespace {
@@ -187,6 +188,19 @@ TEST(StandardValues, Variables) {
          "K -> math error | 5; Top=9; K -> math error | 9"},
         {"limits in a circle", integer("I", "<pMax>K</pMax>") + knife("K", "I.Max", {"I I"}),
          "K -> math error | illegal node; I=0 -> math error | illegal node"},
+    });
+}
+
+TEST(StandardValues, NumbersHaveAPointInEveryLocale) {
+    const GermanLocale german;
+    ASSERT_TRUE(german.isInForce());
+    runScriptsBothWays({
+        {"numbers",
+         real("F", "<Value>17.5</Value>") + real("Huge", "<Value>1e400</Value>") +
+             real("Tiny", "<Value>1e-320</Value>") + real("Less", "<Value>-1e-400</Value>") +
+             integer("I", "<Value>1234567</Value>") + computed("SwissKnife", "K", "F*.5+.25", {"F F"}) +
+             computed("SwissKnife", "T", ".5E-400", {}),
+         "F -> 17.5; Huge -> 1.79769e+308; Tiny -> 9.99989e-321; Less -> -0; I -> 1234567; K -> 9; T -> 0"},
     });
 }
 

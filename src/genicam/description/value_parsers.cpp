@@ -1,9 +1,8 @@
 // The parsers of GenICamTreeBuilder: a description's texts into values.
 #include "genicam/description/GenICamTreeBuilder.h"
 
-#include <algorithm>
-#include <charconv>
-#include <cstdlib>
+#include "util/number_text.h"
+
 #include <limits>
 
 namespace tavo {
@@ -98,23 +97,15 @@ std::int64_t parseInteger(std::string_view text, std::int64_t defaultValue, int 
     const int base = baseOf(number, afterZero);
     const std::string_view digits = base == 16 ? number.substr(2) : number;
 
-    std::uint64_t magnitude = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude, base);
-    if (error == std::errc::invalid_argument) {
+    const auto [magnitude, length, isTooLarge] = util::readDigits(digits, base);
+    if (length == 0) {
         return defaultValue;
     }
     const std::uint64_t largest = static_cast<std::uint64_t>(Limits::max()) + (negative ? 1 : 0);
-    if (error == std::errc::result_out_of_range || (base != 16 && magnitude > largest)) {
+    if (isTooLarge || (base != 16 && magnitude > largest)) {
         return negative ? Limits::min() : Limits::max();
     }
     return static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
-}
-
-bool startsDecimal(std::string_view text) { // keeps out "inf" and "nan", which no stream reads
-    if (text.starts_with('.')) {
-        text.remove_prefix(1);
-    }
-    return !text.empty() && text.front() >= '0' && text.front() <= '9';
 }
 
 } // namespace
@@ -158,18 +149,10 @@ std::int64_t GenICamTreeBuilder::parseDecimalOrHex(std::string_view text, std::i
 
 double GenICamTreeBuilder::parseFloat(std::string_view text, double defaultValue) {
     const auto [number, negative] = splitSign(text);
-    if (!startsDecimal(number)) {
+    const auto [magnitude, length, isTooLarge] = util::readDecimal(number);
+    const std::string_view rest = number.substr(length);
+    if (length == 0 || rest.starts_with('e') || rest.starts_with('E')) { // an exponent without digits
         return defaultValue;
-    }
-    double magnitude = 0;
-    const char* const textEnd = number.data() + number.size();
-    const auto [end, error] = std::from_chars(number.data(), textEnd, magnitude);
-    if (end != textEnd && (*end == 'e' || *end == 'E')) { // an exponent without digits
-        return defaultValue;
-    }
-    if (error == std::errc::result_out_of_range) { // strtod tells overflow from underflow
-        magnitude =
-            std::min(std::strtod(std::string(number).c_str(), nullptr), std::numeric_limits<double>::max());
     }
     return negative ? -magnitude : magnitude;
 }

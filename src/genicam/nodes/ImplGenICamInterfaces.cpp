@@ -3,6 +3,7 @@
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/numbers.h"
 #include "util/Quirks.h"
+#include "util/number_text.h"
 
 namespace tavo {
 
@@ -48,7 +49,7 @@ void ImplGenICamFloatInterface::setValue(double value) {
 }
 
 std::string ImplGenICamFloatInterface::getValueAsString() {
-    return numbers::text(getValue());
+    return util::numberText(getValue());
 }
 
 std::int64_t ImplGenICamFloatInterface::readInteger() {

@@ -3,13 +3,10 @@
 
 #include "liomol/exceptions.h"
 
-#include <array>
-#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <string>
 
 namespace tavo::numbers {
 
@@ -64,13 +61,6 @@ inline bool isMultipleFrom(std::int64_t base, std::int64_t value, std::int64_t i
     const auto distance = static_cast<std::uint64_t>(value) - static_cast<std::uint64_t>(base);
     const auto step = static_cast<std::uint64_t>(increment);
     return increment == 0 || distance % (increment < 0 ? 0 - step : step) == 0;
-}
-
-// As an output stream with default settings writes it, whatever the locale.
-inline std::string text(double value) {
-    std::array<char, 32> digits;
-    const auto end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::general, 6).ptr;
-    return {digits.begin(), end};
 }
 
 // The moment `milliseconds` from now; at once for negative ones, and no later than in a hundred years.
