@@ -143,5 +143,22 @@ TEST(DeviceObject, DumpsItsNodesInTheOrderOfTheirNames) {
         "A = exception: transport layer exception\nB = 6\nDevice = Device\n");
 }
 
+// The load may end before it is stopped; with this size not every time.
+TEST(DeviceObject, StopsLoadingWhenAskedTo) {
+    std::string nodes;
+    for (int i = 0; i < 20000; ++i) {
+        nodes += "<Integer Name='I" + std::to_string(i) + "'/>";
+    }
+    bool stopped = false;
+    for (int attempt = 0; attempt < 100 && !stopped; ++attempt) {
+        ImplGenICamCamera camera;
+        camera.retrieveRegisterDescriptionFromMemory(ownedText(inRoot(nodes)));
+        camera.stopAsyncMethods();
+        stopped = camera.getState() == ImplGenICamCamera::NotConnected;
+        EXPECT_EQ(camera.getNodes().empty(), stopped);
+    }
+    EXPECT_TRUE(stopped);
+}
+
 } // namespace
 } // namespace test_support

@@ -292,14 +292,49 @@ TEST(Stages, LetLaterNodesOfANameWin) {
     EXPECT_EQ(entries[0]->getValue() * 10 + entries[1]->getValue(), 12);
 }
 
-TEST(Stages, RefuseDescriptionsThatMultiplyThemselves) {
-    std::string elements;
-    std::string entries;
-    for (int i = 0; i < 2000; ++i) {
-        elements += "<pInvalidator>R</pInvalidator>";
-        entries += "<StructEntry Name='E" + std::to_string(i) + "'/>";
+std::string times(int count, const std::string& text) {
+    std::string all;
+    for (int i = 0; i < count; ++i) {
+        all += text;
     }
-    EXPECT_THROW(Device(inRoot("<StructReg>" + elements + entries + "</StructReg>")), std::length_error);
+    return all;
+}
+
+TEST(Stages, RefuseDescriptionsThatGrowBeyondReason) {
+    const std::string longText(20000, 'x');
+    const struct {
+        const char* name;
+        std::string nodes;
+    } rows[] = {
+        {"elements of a StructReg", "<StructReg>" + times(2000, "<pInvalidator>R</pInvalidator>") +
+                                        times(2000, "<StructEntry/>") + "</StructReg>"},
+        {"texts of a StructReg",
+         "<StructReg><ToolTip>" + longText + "</ToolTip>" + times(4000, "<StructEntry/>") + "</StructReg>"},
+        {"an Enumeration's name",
+         "<Enumeration Name='" + longText + "'>" + times(2000, "<EnumEntry/>") + "</Enumeration>"},
+        {"a register's name",
+         "<IntReg Name='" + longText + "'>" + times(2000, "<IntSwissKnife/>") + "</IntReg>"},
+        {"indexes of a StructReg",
+         "<StructReg>" + times(500, "<pIndex>I</pIndex>") + times(1000, "<StructEntry/>") + "</StructReg>"},
+        {"nodes", times(100000, "<Node/>")},
+        {"formulas", times(60, "<SwissKnife><Formula>" + times(10000, "1+1+") + "1</Formula></SwissKnife>")},
+    };
+    for (const auto& row : rows) {
+        EXPECT_THROW(Device(inRoot(row.nodes)), std::length_error) << row.name;
+    }
+    testing::internal::CaptureStdout();
+    for (const char* const markup : {"<a/>", "<![CDATA[]]>", "<!---->x"}) {
+        EXPECT_THROW(Device(inRoot("<Node>" + times(1000000, markup) + "</Node>")), std::runtime_error);
+    }
+    EXPECT_THROW(Device(inRoot("<Node" + times(1000000, " a=''") + "/>")), std::runtime_error);
+    testing::internal::GetCapturedStdout();
+}
+
+TEST(Stages, SpreadChangesToEachNodeOnceWhateverNamesItHowOften) {
+    Device device(inRoot(
+        reg("R", 0, 4) + "<Integer Name='S'>" + times(1000, "<pSelected>T</pSelected>") + "</Integer>" +
+        reg("T", 4, 4, times(1000, "<pInvalidator>R</pInvalidator>"))));
+    device.expect("T -> 0; #T -> 0r 0w; R=1; #T -> 1r 0w; S=1; #T -> 1r 0w");
 }
 
 // All values of a tree, whatever they are: nothing may crash or hang.

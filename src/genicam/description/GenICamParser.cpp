@@ -3,6 +3,7 @@
 #include "genicam/description/Arena.h"
 #include "genicam/description/GenICamTreeBuilder.h"
 #include "genicam/description/blanks.h"
+#include "genicam/description/limits.h"
 #include "genicam/description/xml_outline.h"
 
 #include <rapidxml.hpp>
@@ -23,9 +24,6 @@ using NodeType = GenICamTypes::GenICamNodeType;
 // Entities translated, texts kept as nodes, no blanks trimmed; declarations, comments, processing
 // instructions and document types make no node.
 constexpr int parseFlags = 0;
-
-// The most that a description may hold, as for one in a camera's memory.
-constexpr std::streamoff maxFileSize = std::streamoff{64} * 1024 * 1024;
 
 using Document = rapidxml::xml_document<char>; // too large for a thread's stack
 
@@ -169,7 +167,7 @@ std::unique_ptr<GenICamTreeBuilder> GenICamParser::parse(char* text, std::unique
         text += 3;
     }
     const genicam::XmlOutline outline = genicam::outlineXml(text);
-    if (!outline.isShallow) {
+    if (!outline.isShallow || !outline.isSmall) {
         reportParseError();
         return nullptr;
     }
@@ -211,6 +209,9 @@ GenICamParser::parsePieces(char* text, const genicam::XmlOutline& outline, std::
             }
             root->reserve(0, 0, outline.children.size());
             for (const auto& [begin, end] : outline.children) {
+                if (m_stop != nullptr && m_stop->load(std::memory_order_relaxed)) {
+                    return nullptr;
+                }
                 const char next = std::exchange(text[end], '\0');
                 document->clear();
                 document->parse<parseFlags>(text + begin);
@@ -228,7 +229,7 @@ GenICamParser::parsePieces(char* text, const genicam::XmlOutline& outline, std::
 std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary | std::ios::ate);
     const std::streamoff size = file.tellg();
-    if (!file || size < 0 || size > maxFileSize) {
+    if (!file || size < 0 || size > static_cast<std::streamoff>(genicam::maxDescriptionSize)) {
         return nullptr;
     }
     std::string text(static_cast<std::size_t>(size), '\0'); // and a terminating zero

@@ -5,6 +5,7 @@
 #include "liomol/GenICamTypes.h"
 #include "util/Quirks.h"
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -27,12 +28,14 @@ public:
     GenICamParser() : GenICamParser(Quirks()) {}
     // One that leaves out what the quirks leave out; without them, it also takes the blanks from around the
     // texts of elements.
-    explicit GenICamParser(const Quirks& quirks) : m_quirks(quirks) {}
+    // Once `stop`, which may be null, is set, parsing ends soon and gives null.
+    explicit GenICamParser(const Quirks& quirks, const std::atomic<bool>* stop = nullptr)
+        : m_quirks(quirks), m_stop(stop) {}
 
     // Parses a zero-terminated text in place; the buffer is needed during the call only. A parse error prints
     // one line on standard output, and what was complete before it is used. Null when there is no complete
-    // "RegisterDescription" element in front, or when elements nest beyond reason (reported as a parse
-    // error).
+    // "RegisterDescription" element in front, or when elements are nested or numbered beyond reason (reported
+    // as a parse error). std::length_error for more builders than maxBuilders.
     std::unique_ptr<GenICamTreeBuilder> parseMemory(char* text);
     // The same without copying the strings: the tree keeps the buffer.
     std::unique_ptr<GenICamTreeBuilder> parseMemory(std::unique_ptr<char[]> text);
@@ -54,6 +57,7 @@ private:
     void parseChildren(rapidxml::xml_node<char>& node, GenICamTreeBuilder& parent);
 
     const Quirks m_quirks;
+    const std::atomic<bool>* const m_stop;
 };
 
 } // namespace tavo

@@ -1,15 +1,30 @@
 #include "genicam/description/GenICamTreeBuilder.h"
 
 #include "genicam/description/Arena.h"
+#include "genicam/description/limits.h"
 
 #include <stdexcept>
 #include <utility>
 
 namespace tavo {
 
+namespace {
+
+void charge(std::size_t& account, std::size_t amount, std::size_t limit) {
+    account += amount;
+    if (account > limit) {
+        throw std::length_error("the description grows beyond reason");
+    }
+}
+
+} // namespace
+
 struct GenICamTreeBuilder::Store {
     genicam::Arena arena;
+    std::size_t builders = 0;
     std::size_t copies = 0;
+    std::size_t copiedBytes = 0;
+    std::size_t formulaText = 0;
 };
 
 GenICamTreeBuilder::GenICamTreeBuilder(GenICamTypes::GenICamNodeType type)
@@ -64,6 +79,7 @@ std::span<GenICamTreeBuilder::Element> GenICamTreeBuilder::getAllElementsByName(
 }
 
 GenICamTreeBuilder& GenICamTreeBuilder::addObject(std::string_view name, GenICamTypes::GenICamNodeType type) {
+    charge(m_store.builders, 1, genicam::maxBuilders);
     genicam::Arena& arena = m_store.arena;
     void* const place = arena.allocate(sizeof(GenICamTreeBuilder), alignof(GenICamTreeBuilder));
     auto* const child = new (place) GenICamTreeBuilder(type, m_store);
@@ -85,11 +101,13 @@ void GenICamTreeBuilder::adoptBuffer(std::unique_ptr<char[]> buffer, std::size_t
     m_store.arena.adopt(std::move(buffer), size);
 }
 
-void GenICamTreeBuilder::countCopies(std::size_t count) {
-    m_store.copies += count;
-    if (m_store.copies > maxCopies) {
-        throw std::length_error("the description multiplies itself");
-    }
+void GenICamTreeBuilder::countCopies(std::size_t count, std::size_t bytes) {
+    charge(m_store.copies, count, genicam::maxCopies);
+    charge(m_store.copiedBytes, bytes, genicam::maxCopiedBytes);
+}
+
+void GenICamTreeBuilder::countFormula(std::size_t characters) {
+    charge(m_store.formulaText, characters, genicam::maxFormulaText);
 }
 
 } // namespace tavo

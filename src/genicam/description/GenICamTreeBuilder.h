@@ -105,13 +105,14 @@ public:
     // Gives the tree a buffer whose texts are then taken as they lie there, without a copy.
     void adoptBuffer(std::unique_ptr<char[]> buffer, std::size_t size);
 
-    // Counts what a stage copies within the tree. std::length_error when all of them together copied more
-    // than `maxCopies`, which is far beyond any real description: a small text must not fill the memory.
-    void countCopies(std::size_t count);
-    static constexpr std::size_t maxCopies = 1'000'000;
+    // Count what a stage copies within the tree, elements and bytes, and the formulas that it hands on.
+    // std::length_error beyond the limits for the whole tree: a small text must not fill the memory.
+    void countCopies(std::size_t count, std::size_t bytes);
+    void countFormula(std::size_t characters);
 
-    // Runs one stage over this builder and then over its children. Stages 0 and 1 may throw
-    // std::bad_alloc and std::length_error (a description that multiplies itself beyond reason).
+    // Runs one stage over this builder and then over its children. Stages 0 and 1 may throw std::bad_alloc,
+    // std::length_error (a description that multiplies itself beyond reason) and std::runtime_error (nobody
+    // wants the tree any more).
     void propagateInitStage(InitStage stage, NodeTree* tree);
     // Runs one stage for this builder alone.
     void executeInitStage(InitStage stage, NodeTree* tree);

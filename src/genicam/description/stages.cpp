@@ -13,6 +13,7 @@
 #include "genicam/nodes/formula_nodes.h"
 
 #include <memory>
+#include <stdexcept>
 
 namespace tavo {
 namespace {
@@ -123,6 +124,9 @@ void GenICamTreeBuilder::propagateInitStage(InitStage stage, NodeTree* tree) {
         m_objects.clear();
         return;
     }
+    if (tree->isUnwanted()) {
+        throw std::runtime_error("the description is not wanted any more");
+    }
     executeInitStage(stage, tree);
     if (stage == CreateNodes && m_node != nullptr && !m_node->getName().empty()) {
         tree->registerNode(*m_node);
@@ -133,6 +137,9 @@ void GenICamTreeBuilder::propagateInitStage(InitStage stage, NodeTree* tree) {
             fetch(*children[i + stagesAhead].builder);
         }
         children[i].builder->propagateInitStage(stage, tree);
+    }
+    if (stage == ResolveReferences && m_owned != nullptr) { // the root's: all edges are there
+        tree->orderEdges();
     }
 }
 

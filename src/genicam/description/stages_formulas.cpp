@@ -66,6 +66,13 @@ std::optional<tavo::MathValue> readConstant(std::string_view text) {
     return std::nullopt;
 }
 
+void parse(
+    Builder& builder, Node& node, std::string_view formula, tavo::MathParser& parser,
+    ImplGenICamMathVariables& variables) {
+    builder.countFormula(formula.size());
+    Builder::parseFormula(node.getName(), std::string(formula), parser, &variables, node.quirks());
+}
+
 // Constants and expressions, which have names like variables.
 template<class Kind> void readNames(Builder& builder, Kind& node) {
     if (node.quirks().plainFormulas) {
@@ -78,8 +85,7 @@ template<class Kind> void readNames(Builder& builder, Kind& node) {
     }
     for (const Builder::Object& expression : builder.getAllObjectsByName("Expression")) {
         tavo::MathParser& parser = node.addExpression(expression.builder->findAttribute("Name"), node);
-        const std::string text(expression.builder->getContent());
-        Builder::parseFormula(node.getName(), text, parser, &node, node.quirks());
+        parse(builder, node, expression.builder->getContent(), parser, node);
     }
 }
 
@@ -87,7 +93,7 @@ template<class Kind> void readNames(Builder& builder, Kind& node) {
 template<class Kind> void readFormula(Builder& builder, Kind& node) {
     const Builder::Element* const formula = builder.findElement("Formula");
     const std::string_view content = formula != nullptr ? formula->text : std::string_view{};
-    Builder::parseFormula(node.getName(), std::string(content), node.formula(), &node, node.quirks());
+    parse(builder, node, content, node.formula(), node);
     readNames(builder, node);
 }
 
@@ -101,9 +107,8 @@ void readKnife(Builder& builder, Kind& node, const Literal<Kind> (&literals)[cou
 template<class Kind> void readConverter(Builder& builder, Kind& node) {
     readLiterals(builder, static_cast<Node&>(node));
     readTable(builder, node, converterLiterals<Kind>);
-    Builder::parseFormula(node.getName(), node.getFormulaToText(), node.formulaTo(), &node, node.quirks());
-    Builder::parseFormula(
-        node.getName(), node.getFormulaFromText(), node.formulaFrom(), &node, node.quirks());
+    parse(builder, node, node.getFormulaToText(), node.formulaTo(), node);
+    parse(builder, node, node.getFormulaFromText(), node.formulaFrom(), node);
     readNames(builder, node);
 }
 

@@ -150,6 +150,7 @@ void embed(Builder& parent, Builder& child, std::string_view element) {
     std::string name(parent.findAttribute("Name"));
     name += '_';
     name += child.findAttribute("Name");
+    parent.countCopies(1, 2 * name.size()); // here and in the node
     child.setAttribute("Name", name);
     parent.addElement(element, name).target = &child;
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <vector>
 
 namespace genicam::stages {
@@ -38,9 +39,18 @@ std::vector<std::string_view> lastWords(Builder& entry, const tavo::Quirks& quir
     return names;
 }
 
+// What the texts take in a node.
+std::size_t bytesOf(std::span<const Builder::Element> elements) {
+    std::size_t bytes = 0;
+    for (const Builder::Element& element : elements) {
+        bytes += element.text.size();
+    }
+    return bytes;
+}
+
 void copyElements(Builder& structReg, Builder& entry, const tavo::Quirks& quirks) {
     const auto elements = structReg.getAllElements();
-    structReg.countCopies(elements.size());
+    structReg.countCopies(elements.size(), bytesOf(elements));
     const std::vector<std::string_view> kept = lastWords(entry, quirks);
     const auto isKept = [&kept](std::string_view name) { return std::ranges::binary_search(kept, name); };
     entry.removeElementsIf([&](const Builder::Element& element) {
@@ -57,8 +67,8 @@ void copyElements(Builder& structReg, Builder& entry, const tavo::Quirks& quirks
 
 void copyIndices(Builder& structReg, Builder& entry) {
     const auto indices = structReg.getAllObjectsByName("pIndex");
-    structReg.countCopies(indices.size());
     for (const Builder::Object& index : indices) {
+        structReg.countCopies(1, index.builder->getContent().size());
         Builder& copy = entry.addObject("pIndex", Types::Element);
         copy.setContent(index.builder->getContent());
         copy.setAttribute("Offset", index.builder->findAttribute("Offset"));

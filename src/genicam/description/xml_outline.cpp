@@ -19,9 +19,11 @@ public:
     explicit Walk(const char* text) : m_start(text), m_text(text), m_end(text + std::strlen(text)) {}
 
     XmlOutline run(std::size_t limit) {
-        while (m_depth <= limit && nextMarkup()) {
+        while (m_depth <= limit && m_markup <= maxXmlMarkup && nextMarkup()) {
+            ++m_markup;
         }
         m_outline.isShallow = m_depth <= limit;
+        m_outline.isSmall = m_markup <= maxXmlMarkup;
         m_outline.isPlain = m_plain && m_atEnd && m_outline.rootTag.end != 0;
         if (!m_outline.isPlain) {
             m_outline.children = {};
@@ -162,6 +164,7 @@ private:
     }
 
     bool attribute() {
+        ++m_markup;
         skip(attributeName);
         skip(whitespace);
         if (!take('=')) {
@@ -215,6 +218,7 @@ private:
     const char* m_text;
     const char* const m_end;
     std::size_t m_depth = 0;
+    std::size_t m_markup = 0;
     std::size_t m_transparent = 0; // how many of the open elements are the root and Groups in it
     std::size_t m_pieceBegin = 0;
     bool m_plain = true;

@@ -1,14 +1,12 @@
 // A look at XML text before RapidXML has it.
 #pragma once
 
+#include "genicam/description/limits.h"
+
 #include <cstddef>
 #include <vector>
 
 namespace genicam {
-
-// Levels of elements that a description may nest, since RapidXML calls itself once for each. Real
-// descriptions stay below ten; the stack bears thousands.
-inline constexpr std::size_t maxXmlNesting = 256;
 
 // What is learnt in one pass, without recursion and without changing the text.
 struct XmlOutline {
@@ -18,8 +16,10 @@ struct XmlOutline {
         std::size_t end;
     };
 
-    // Whether RapidXML, parsing with parse flags 0, would never go deeper than the limit.
+    // Whether RapidXML, parsing with parse flags 0, would never go deeper than the limit, and would find no
+    // more than maxXmlMarkup.
     bool isShallow = false;
+    bool isSmall = false;
     // Whether the text is one root element, up to the end without an error in its markup, that holds nothing
     // but elements, blanks, and what makes no node (comments and the like). Elements "Group" inside it, which
     // stand for what they hold, are looked through. Then the pieces below are set and can be parsed one by

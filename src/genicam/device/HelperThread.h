@@ -29,6 +29,7 @@ public:
 
     void requestCancel();
     bool isCancelRequested() const { return m_state->cancel.load(); }
+    const std::atomic<bool>& cancelRequest() const { return m_state->cancel; }
     void resetCancelRequested() { m_state->cancel.store(false); }
     // For the body: returns early, and false, when the thread is asked to end.
     bool sleepUnlessCancelled(std::chrono::milliseconds time);

@@ -176,7 +176,8 @@ bool ImplGenICamCamera::buildTree(const std::string& fileName, std::unique_ptr<c
         m_description = std::move(description);
     }
     auto tree = newTree();
-    GenICamParser parser(tree->quirks());
+    tree->setCancelRequest(m_retrieving->cancelRequest());
+    GenICamParser parser(tree->quirks(), &m_retrieving->cancelRequest());
     const auto root = text ? parser.parseMemory(std::move(text)) : parser.parseFile(fileName);
     if (!root) {
         return false;

@@ -225,8 +225,16 @@ std::int64_t ImplGenICamNode::integerToWrite(double value) const {
 
 void ImplGenICamNode::addDependency(ImplGenICamNode& dependency) {
     if (&dependency != this) {
-        insertSorted(m_dependencies, &dependency);
-        insertSorted(dependency.m_reverseDependencies, this);
+        m_dependencies.push_back(&dependency);
+        dependency.m_reverseDependencies.push_back(this);
+    }
+}
+
+void ImplGenICamNode::orderEdges() {
+    orderNodes(m_dependencies);
+    orderNodes(m_reverseDependencies);
+    if (m_invalidated) {
+        orderNodes(*m_invalidated);
     }
 }
 
@@ -278,7 +286,7 @@ void ImplGenICamNode::addInvalidated(ImplGenICamNode* node) {
     if (!m_invalidated) {
         m_invalidated = std::make_unique<std::vector<ImplGenICamNode*>>();
     }
-    insertSorted(*m_invalidated, node);
+    m_invalidated->push_back(node);
 }
 
 const std::vector<ImplGenICamNode*>& ImplGenICamNode::invalidatedNodes() const {

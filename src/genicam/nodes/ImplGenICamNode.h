@@ -82,12 +82,13 @@ public:
     void setPIsImplemented(GenICamNode* node) { m_pIsImplemented.set(node); }
     void setPIsAvailable(GenICamNode* node) { m_pIsAvailable.set(node); }
     void setPIsLocked(GenICamNode* node) { m_pIsLocked.set(node); }
-    // A change of `dependency` makes this node's value stale. A node never depends on itself; a repeated call
-    // adds nothing.
+    // A change of `dependency` makes this node's value stale. A node never depends on itself.
     void addDependency(ImplGenICamNode& dependency);
-    // `node` is invalidated whenever this one is, although it does not read from it. Null is ignored, a
-    // repeated call adds nothing.
+    // `node` is invalidated whenever this one is, although it does not read from it. Null is ignored.
     void addInvalidated(ImplGenICamNode* node);
+    // When all nodes have been wired: changes spread in the order of addresses, to each node once, whatever
+    // was added how often.
+    void orderEdges();
 
     // States. What decides counts for nothing (false) while it is not implemented, not available or not
     // readable itself and the device's checking is on. With the standard's meaning a node takes all three
@@ -206,9 +207,9 @@ private:
     NumberReference m_pIsAvailable;
     NumberReference m_pIsLocked;
     GenICamNode* m_alias = nullptr;
-    std::vector<ImplGenICamNode*> m_dependencies;                 // ascending addresses
-    std::vector<ImplGenICamNode*> m_reverseDependencies;          // ascending addresses
-    std::unique_ptr<std::vector<ImplGenICamNode*>> m_invalidated; // ascending addresses; null for most nodes
+    std::vector<ImplGenICamNode*> m_dependencies;
+    std::vector<ImplGenICamNode*> m_reverseDependencies;
+    std::unique_ptr<std::vector<ImplGenICamNode*>> m_invalidated; // null for most nodes
     std::string m_name;
     std::unique_ptr<Texts> m_texts; // null while all are the default
     GenICamTypes::GenICamNodeType m_nodeType = GenICamTypes::Undefined;

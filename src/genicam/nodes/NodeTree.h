@@ -5,6 +5,8 @@
 #include "genicam/nodes/NodeRegistry.h"
 #include "liomol/GenICamCamera.h"
 
+#include <atomic>
+
 namespace tavo {
 
 // Filled by one thread while it is built; after that any thread may look up.
@@ -26,10 +28,21 @@ public:
     // Null when no node has that name.
     ImplGenICamNode* findNode(std::string_view name) const { return m_nodes.find(name); }
     const NodeRegistry& nodes() const { return m_nodes; }
+    // At the end of building, once (ImplGenICamNode::orderEdges).
+    void orderEdges() {
+        for (const auto& node : m_nodes.all()) {
+            node->orderEdges();
+        }
+    }
+
+    // While the tree is built: whether it is wanted no more. The flag must outlive the building.
+    void setCancelRequest(const std::atomic<bool>& request) { m_cancelRequest = &request; }
+    bool isUnwanted() const { return m_cancelRequest != nullptr && m_cancelRequest->load(); }
 
 private:
     DeviceHeader m_header;
     NodeRegistry m_nodes;
+    const std::atomic<bool>* m_cancelRequest = nullptr;
 };
 
 } // namespace tavo

@@ -1,5 +1,4 @@
-// Sets of nodes as vectors of ascending addresses: small, quick to walk, and cheap to fill for nodes that
-// were made one after another.
+// Sets of nodes as vectors of ascending addresses: small and quick to walk.
 #pragma once
 
 #include <algorithm>
@@ -10,11 +9,13 @@ namespace tavo {
 
 class ImplGenICamNode;
 
-// A node that is in the set already is not added again.
-inline void insertSorted(std::vector<ImplGenICamNode*>& nodes, ImplGenICamNode* node) {
-    const auto place = std::lower_bound(nodes.begin(), nodes.end(), node, std::less<>{});
-    if (place == nodes.end() || *place != node) {
-        nodes.insert(place, node);
+// Into such an order, each node once. Sets are filled without looking and put in order once: there may be
+// hundreds of thousands in one.
+inline void orderNodes(std::vector<ImplGenICamNode*>& nodes) {
+    const auto isNotBefore = [](const auto* a, const auto* b) { return !std::less<>{}(a, b); };
+    if (std::ranges::adjacent_find(nodes, isNotBefore) != nodes.end()) {
+        std::ranges::sort(nodes, std::less<>{});
+        nodes.erase(std::unique(nodes.begin(), nodes.end()), nodes.end());
     }
 }
 
