@@ -16,7 +16,7 @@ inline constexpr std::size_t maxXmlNesting = 256;
 
 // Tags, attributes and the like: RapidXML takes about 200 bytes for each, and the builders half of that. Real
 // ones have some 100,000.
-inline constexpr std::size_t maxXmlMarkup = 1'000'000;
+inline constexpr std::size_t maxXmlMarkup = 750'000;
 
 // Builders, each of which is a node or a part of one that has attributes: about 1 KB for each, with its node.
 // Real ones have some 10,000.

@@ -225,12 +225,22 @@ std::int64_t ImplGenICamNode::integerToWrite(double value) const {
 
 void ImplGenICamNode::addDependency(ImplGenICamNode& dependency) {
     if (&dependency != this) {
-        m_dependencies.push_back(&dependency);
-        dependency.m_reverseDependencies.push_back(this);
+        addEdge(m_dependencies, dependency);
+        dependency.addEdge(dependency.m_reverseDependencies, *this);
     }
 }
 
+// Most come in order: nodes are wired one after another.
+void ImplGenICamNode::addEdge(std::vector<ImplGenICamNode*>& edges, ImplGenICamNode& node) {
+    m_edgesInOrder = m_edgesInOrder && (edges.empty() || std::less<>{}(edges.back(), &node));
+    edges.push_back(&node);
+}
+
 void ImplGenICamNode::orderEdges() {
+    if (m_edgesInOrder) {
+        return;
+    }
+    m_edgesInOrder = true;
     orderNodes(m_dependencies);
     orderNodes(m_reverseDependencies);
     if (m_invalidated) {
@@ -286,7 +296,7 @@ void ImplGenICamNode::addInvalidated(ImplGenICamNode* node) {
     if (!m_invalidated) {
         m_invalidated = std::make_unique<std::vector<ImplGenICamNode*>>();
     }
-    m_invalidated->push_back(node);
+    addEdge(*m_invalidated, *node);
 }
 
 const std::vector<ImplGenICamNode*>& ImplGenICamNode::invalidatedNodes() const {

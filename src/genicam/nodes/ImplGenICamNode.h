@@ -199,6 +199,7 @@ private:
         return own != Volatility::Unknown ? own : m_volatility;
     }
     const std::vector<ImplGenICamNode*>& invalidatedNodes() const;
+    void addEdge(std::vector<ImplGenICamNode*>& edges, ImplGenICamNode& node);
     bool isVolatileNow();
     bool walkVolatility();
 
@@ -217,6 +218,7 @@ private:
     AccessMode m_imposedAccessMode = AccessMode::NotGiven;
     GenICamTypes::GenICamYesNoType m_streamable = GenICamTypes::GenICamYesNoType::NotGiven;
     Volatility m_volatility = Volatility::Unknown;
+    bool m_edgesInOrder = true;
     bool m_expanded = false;   // by the walk of m_visit, to the registers that share its bytes
     std::uint64_t m_visit = 0; // the latest walk that came here
     mutable std::atomic<WriteOnly> m_writeOnly{WriteOnly::Unknown};
