@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 namespace gbe_service {
@@ -55,6 +56,23 @@ bool clearPlace(const sockaddr_un& address, socklen_t size, std::string& error) 
     return true;
 }
 
+// Where the library keeps the locks that programs on this computer share (util/HostLock.h): who may talk to
+// the service may make files there, and remove only its own. Without it the programs of each user have a
+// folder of their own.
+void makeLockFolder(const std::string& path, const std::string& group) {
+    constexpr mode_t kMode = 03770;
+    const struct group* entry = group.empty() ? nullptr : getgrnam(group.c_str());
+    mkdir(path.c_str(), 0700); // it may be there
+    const int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (folder < 0 || (entry != nullptr && fchown(folder, static_cast<uid_t>(-1), entry->gr_gid) != 0) ||
+        fchmod(folder, kMode) != 0) {
+        std::fprintf(stderr, "gbe-service: %s (going on without)\n", failed(path, errno).c_str());
+    }
+    if (folder >= 0) {
+        close(folder);
+    }
+}
+
 } // namespace
 
 Server::Server(std::string path) : m_path(std::move(path)) {}
@@ -77,7 +95,11 @@ bool Server::listen(const std::string& group, std::string& error) {
         error = folder.toStdString() + ": cannot be made";
         return false;
     }
-    return lock(error) && bindSocket(group, error);
+    if (!lock(error) || !bindSocket(group, error)) {
+        return false;
+    }
+    makeLockFolder(folder.toStdString() + "/locks", group);
+    return true;
 }
 
 bool Server::lock(std::string& error) {
