@@ -73,7 +73,7 @@ bool BoardWorker::waitForWork(Ports& ports, std::uint64_t& number) {
     const auto wanted = [this] { return m_stop || m_wanted != Ports{}; };
     if (m_view.phase == Phase::Absent) {
         m_wake.wait(lock, wanted);
-    } else if (!m_wake.wait_for(lock, kLinkRefresh, wanted)) {
+    } else if (!m_wake.wait_for(lock, link_report::isSoftware() ? kLinkRefresh : kSeldomRefresh, wanted)) {
         m_wanted.fill(true);
     }
     ports = std::exchange(m_wanted, Ports{});

@@ -18,6 +18,7 @@ inline constexpr int kMaxConfigurationSize = 1 << 20;
 inline constexpr std::chrono::seconds kDefaultIdleLimit{60}; // without a request
 inline constexpr std::chrono::seconds kReplyLimit{30};       // for a board to open or a link to be read
 inline constexpr std::chrono::seconds kLinkRefresh{5};       // between looks at the links of a board
+inline constexpr std::chrono::seconds kSeldomRefresh{60};    // where that keeps others from its PHYs
 inline constexpr std::chrono::seconds kStopLimit{10}; // for a look at links to end, and a board to be closed
 
 } // namespace gbe_service

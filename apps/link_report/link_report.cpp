@@ -5,7 +5,6 @@
 #include <dlfcn.h>
 
 namespace link_report {
-
 namespace {
 
 using Ask = decltype(&softboard_linkReport);
@@ -21,10 +20,19 @@ Ask findAsk() {
     return together ? reinterpret_cast<Ask>(ask) : nullptr;
 }
 
+Ask lookUp() {
+    static const Ask ask = findAsk();
+    return ask;
+}
+
 } // namespace
 
+bool isSoftware() {
+    return lookUp() != nullptr;
+}
+
 std::optional<LinkReport> ofPort(int board, unsigned port) {
-    static const Ask ask = findAsk();
+    const Ask ask = lookUp();
     SoftboardLinkReport told{};
     if (ask == nullptr || ask(board, static_cast<int>(port), &told) != 0) {
         return std::nullopt;

@@ -21,6 +21,9 @@ struct LinkReport {
     net::Ipv4 ip; // of the computer on it; none without
 };
 
+// Whether the boards are made in software, so that looking at their links costs nothing.
+bool isSoftware();
+
 // Nothing when the port is no interface. Any thread; the board need not be open.
 std::optional<LinkReport> ofPort(int board, unsigned port);
 

@@ -1,5 +1,6 @@
 // Boards: opening, closing, scanning.
 #include "api/handles.h"
+#include "board/host_locks.h"
 #include "liomol/gige.h"
 #include "util/process.h"
 #include "util/status.h"
@@ -99,6 +100,10 @@ int Gbe_getLinkState(int board, unsigned port, int* up) {
     GigeCamera* open = found->get();
     if (open == nullptr) {
         return status::BoardDoesNotExist;
+    }
+    const board::PhySequence phys(board);
+    if (!phys) {
+        return status::PortNotAvailable;
     }
     *up = readLinkState(*open, place->number) ? 1 : 0;
     return status::Success;

@@ -1,5 +1,6 @@
 #include "board/init_gbe.h"
 
+#include "board/host_locks.h"
 #include "platform/kemrt.h"
 #include "platform/tavo_hw.h"
 #include "transport/GigeCamera.h"
@@ -29,12 +30,17 @@ fpga_design loadApplet(QLdevice hardware) {
     return applet;
 }
 
-void resetPhys(GigeCamera& board) {
+bool resetPhys(GigeCamera& board, int number) {
+    const board::PhySequence phys(number);
+    if (!phys) {
+        return false;
+    }
     board.PhyHardwareReset();
     std::this_thread::sleep_for(kPhySettleTime);
     for (unsigned phy = 0; phy < GigeCamera::kPorts; ++phy) {
         board.PhyReset(phy, false);
     }
+    return true;
 }
 
 } // namespace
@@ -50,8 +56,10 @@ GigeCamera* init_gbe(int board, int resetPhy) {
         return nullptr;
     }
     auto* gbe = new GigeCamera(applet, hardware);
-    if (resetPhy != 0) {
-        resetPhys(*gbe);
+    if (resetPhy != 0 && !resetPhys(*gbe, board)) {
+        gbe->deinit();
+        delete gbe;
+        return nullptr;
     }
     return gbe;
 }
