@@ -71,8 +71,8 @@ private:
     Filter m_code;
 };
 
-constexpr std::uint32_t kGroupBit = 0x01; // of the first byte of a destination address
-constexpr std::uint32_t kFragmentOffset = 0x1FFF;
+constexpr std::uint32_t kGroupBit = 0x01;       // of the first byte of a destination address
+constexpr std::uint32_t kFragmentBits = 0x3FFF; // more fragments, and the offset: no part is a datagram
 
 std::uint32_t big(const std::uint8_t* bytes, std::size_t count) {
     std::uint32_t value = 0;
@@ -98,7 +98,7 @@ void dropUnlessUdp(Program& program) {
     program.load8(net::kIpProtocol);
     program.dropUnless(net::kIpProtocolUdp);
     program.load16(net::kIpFragment);
-    program.dropIfBits(kFragmentOffset);
+    program.dropIfBits(kFragmentBits);
     program.measureIpHeader();
 }
 

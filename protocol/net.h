@@ -44,12 +44,17 @@ inline constexpr std::size_t kUdpChecksum = 40;
 inline constexpr std::size_t kUdpPayload = 42;
 
 // ARP for IPv4 over Ethernet
+inline constexpr std::size_t kArpHardware = 14;       // 2 bytes: 1 for Ethernet
+inline constexpr std::size_t kArpProtocol = 16;       // 2 bytes: an EtherType
+inline constexpr std::size_t kArpAddressLengths = 18; // 2 bytes: of a MAC and of an IP address
 inline constexpr std::size_t kArpOperation = 20;
 inline constexpr std::size_t kArpSenderMac = 22;
 inline constexpr std::size_t kArpSenderIp = 28;
 inline constexpr std::size_t kArpTargetMac = 32;
 inline constexpr std::size_t kArpTargetIp = 38;
 inline constexpr std::size_t kArpEnd = 42;
+inline constexpr std::uint16_t kArpEthernet = 1;
+inline constexpr std::uint16_t kArpIpv4Lengths = 0x0604;
 inline constexpr std::uint16_t kArpRequest = 1;
 inline constexpr std::uint16_t kArpReply = 2;
 

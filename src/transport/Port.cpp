@@ -1,6 +1,7 @@
 #include "transport/Port.h"
 
 #include <algorithm>
+#include <random>
 #include <string>
 #include <utility>
 
@@ -9,8 +10,6 @@ namespace transport {
 using fpga::PortRegister;
 
 namespace {
-
-constexpr int kFirstImagePort = 1520;
 
 IpBytes firstAddress(QLdevice board, int index) {
     const int serial = TavoGetBoardInfoInt(board, "board/serial");
@@ -21,7 +20,8 @@ IpBytes firstAddress(QLdevice board, int index) {
 
 // A name that the applet does not know gives an id whose accesses fail; nobody looks at that here.
 Port::Port(int index, fpga_design design, QLdevice board)
-    : m_index(index), m_board(board), m_ip(firstAddress(board, index)) {
+    : m_index(index), m_board(board), m_ip(firstAddress(board, index)),
+      m_imagePort(static_cast<std::uint16_t>(kFirstImagePort + index)) {
     for (std::size_t i = 0; i < fpga::kPortRegisters.size(); ++i) {
         const std::string name = std::string(fpga::kPortRegisters[i].name) + std::to_string(index);
         m_registers[i] = KemGetRegisterByName(design, name.c_str());
@@ -32,7 +32,28 @@ void Port::enable() {
     writeRegister(PortRegister::TxStart, 1);
     writeRegister(PortRegister::RequestIdLoad, 1);
     writeRegister(PortRegister::RequestIdEnable, 0);
-    writeRegister(PortRegister::ImagePort, static_cast<std::uint64_t>(kFirstImagePort + m_index));
+    writeRegister(PortRegister::ImagePort, m_imagePort);
+    m_stamping = false;
+}
+
+void Port::startStamping() {
+    writeRegister(PortRegister::RequestIdEnable, 1);
+    m_stamping = true;
+}
+
+// A program that ends and another one that takes its number must not take each other's answers either, which
+// is why ids begin anywhere.
+void Port::shareAddresses(unsigned number) {
+    m_controlPort = static_cast<std::uint16_t>(kControlPort + number);
+    m_imagePort = static_cast<std::uint16_t>(kFirstImagePort + m_index + static_cast<int>(kPorts * number));
+    writeRegister(PortRegister::ImagePort, m_imagePort);
+    setRequestId(static_cast<std::uint16_t>(std::random_device{}()));
+}
+
+std::uint16_t Port::takeRequestId() {
+    const std::uint16_t id = m_requestId++;
+    m_requestId = std::max<std::uint16_t>(m_requestId, 1);
+    return id;
 }
 
 void Port::setIp(const IpBytes& ip, const IpBytes& mask) {
@@ -69,8 +90,12 @@ void Port::learnAddress(const MacBytes& mac, const IpBytes& ip) {
     }
 }
 
+frame::Route Port::route() const {
+    return {m_mac, {}, m_ip, {}, m_controlPort, gvcp::kPort};
+}
+
 frame::Route Port::toCurrentCamera() const {
-    frame::Route route{m_mac, {}, m_ip, {}, kControlPort, gvcp::kPort};
+    frame::Route route = this->route();
     if (const DiscoveredCamera* camera = m_selected) {
         std::copy_n(camera->mac, net::kMacSize, route.destinationMac.begin());
         std::copy_n(camera->ip, net::kIpSize, route.destinationIp.begin());
@@ -79,7 +104,7 @@ frame::Route Port::toCurrentCamera() const {
 }
 
 frame::Route Port::toEverybody() const {
-    frame::Route route{m_mac, {}, m_ip, {}, kControlPort, gvcp::kPort};
+    frame::Route route = this->route();
     route.destinationMac = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
     route.destinationIp = {255, 255, 255, 255};
     return route;

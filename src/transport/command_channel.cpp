@@ -1,25 +1,25 @@
-// Register commands are sent once more when another command's acknowledgement comes back, and only then. A
-// block of memory is asked for once more after any failure. AckWait decides what an acknowledgement is.
+// Register commands are sent once more when another command's acknowledgement comes back. A block of memory
+// is asked for once more after any failure. AckWait decides what an acknowledgement is, and when a command is
+// repeated because of silence.
 #include "transport/command_channel.h"
+
+#include "transport/exchange.h"
 
 #include <algorithm>
 #include <chrono>
-#include <utility>
+#include <optional>
 
 namespace transport {
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 constexpr unsigned kBlock = gvcp::kMaxMemoryBlock;
 constexpr unsigned kGranularity = 8; // some cameras read memory only in multiples of this
 static_assert(kBlock % kGranularity == 0);
 
-// Frames to look at before a command is sent, after an earlier one failed: more cannot be late answers.
-constexpr int kMostLateFrames = 64;
-
-// Milliseconds for an answer that must be on its way: many times that of any local network.
-constexpr int kOwedTimeout = 20;
+// Copies of another command's acknowledgement to look at, and milliseconds for the next one to come.
+constexpr int kMostCopies = 64;
+constexpr int kCopyTimeout = 20;
+constexpr std::chrono::milliseconds kLongestLook{100};
 
 // What the acknowledgement of a register command says; `value` is null for a write.
 int registerResult(const UDPPacket& ack, std::size_t size, int* value) {
@@ -33,26 +33,20 @@ int registerResult(const UDPPacket& ack, std::size_t size, int* value) {
     return status;
 }
 
-int waitForRegisterAck(Port& port, AckWait& wait, int* value) {
-    UDPPacket ack;
-    std::size_t size = 0;
-    const int result = receiveAck(port, wait, ack, size);
-    return result != 0 ? result : registerResult(ack, size, value);
-}
-
 // Looks through what has arrived, and what is just arriving, for the acknowledgement, and throws the rest
 // away. Copies of another command's follow each other closely, but a camera may pause between any two.
-bool takeArrived(Port& port, AckWait& wait, UDPPacket& ack, std::size_t& size) {
+bool takeArrived(Port& port, AckWait& wait, const Command& command, UDPPacket& ack, std::size_t& size) {
     bool found = false;
     UDPPacket next;
     unsigned length = 0;
-    for (int i = 0; i < kMostLateFrames; ++i) {
-        if (port.receive(&next, &length, found ? 0 : kOwedTimeout) != 0) {
+    const Port::Time end = port.now() + kLongestLook;
+    for (int i = 0; i < kMostCopies; ++i) {
+        if (port.receive(&next, &length, found ? 0 : kCopyTimeout, end) != 0) {
             break;
         }
         const std::size_t content = frame::contentLength(next, length);
         if (content >= frame::kPayload &&
-            wait.take(frame::ackFacts(next, content), Clock::now()) == AckWait::Verdict::Answer) {
+            wait.take(factsOf(port, next, content, &command), port.now()) == AckWait::Verdict::Answer) {
             ack = next;
             size = content;
             found = true;
@@ -64,56 +58,48 @@ bool takeArrived(Port& port, AckWait& wait, UDPPacket& ack, std::size_t& size) {
 // Another command's acknowledgement makes the very same command go out once more. Where that one was not
 // alone, its likes must not spoil the second attempt as well, nor must the answer to the first be lost with
 // them.
-int runRegisterCommand(Port& port, const UDPPacket& command, unsigned length, int* value) {
-    const std::uint16_t requestId = frame::rawRequestId(command);
-    sendCommand(port, command, length);
-    AckWait wait(requestId, AckWait::Foreign::EndsTheWait, Clock::now());
-    int result = waitForRegisterAck(port, wait, value);
-    if (result != transport_error::kForeignReply) {
-        return result;
-    }
+int runRegisterCommand(Port& port, const Command& command, int* value) {
+    const Access access(port);
+    const std::uint16_t requestId = frame::rawRequestId(command.frame);
     UDPPacket ack;
     std::size_t size = 0;
-    const bool arrived = takeArrived(port, wait, ack, size);
-    port.send(&command, length);
-    if (arrived) {
-        result = registerResult(ack, size, value);
-    } else {
-        wait.restart(Clock::now());
-        result = waitForRegisterAck(port, wait, value);
+    AckWait wait(requestId, AckWait::Foreign::EndsTheWait, port.now(), access.time());
+    int result = runCommand(port, wait, command, ack, size);
+    if (result == transport_error::kForeignReply) {
+        result = 0;
+        const bool arrived = takeArrived(port, wait, command, ack, size);
+        port.send(&command.frame, command.length);
+        port.arrears().addSpent(requestId);
+        if (!arrived) {
+            wait.restart(port.now());
+            result = receiveAck(port, wait, &command, ack, size);
+        }
     }
-    if (result >= 0) {
-        port.arrears().owed = requestId;
-    }
-    return result;
+    return result != 0 ? result : registerResult(ack, size, value);
 }
 
-int waitForMemoryWritten(Port& port, std::optional<std::uint16_t> requestId) {
-    AckWait wait(requestId, AckWait::Foreign::IsPassedOver, Clock::now());
-    UDPPacket ack;
-    std::size_t size = 0;
-    const int result = receiveAck(port, wait, ack, size);
-    return result != 0 ? result : frame::ackStatus(ack);
-}
-
-// Where the command is known, request id and address must be its own: a late answer must not be taken for the
-// data of another place, nor for what that place holds now.
-int waitForMemory(Port& port, const UDPPacket* command, char* buffer, unsigned capacity) {
-    std::optional<std::uint16_t> requestId;
-    if (command != nullptr) {
-        requestId = frame::rawRequestId(*command);
-    }
-    AckWait wait(requestId, AckWait::Foreign::IsPassedOver, Clock::now());
-    UDPPacket ack;
-    std::size_t size = 0;
-    const bool good =
-        receiveAck(port, wait, ack, size) == 0 && frame::ackStatus(ack) == 0 &&
-        (command == nullptr || frame::get32<frame::kPayload>(ack) == frame::get32<frame::kPayload>(*command));
+// Whether a block of memory has come, with the data of the place that was asked for: a late answer must not
+// be taken for those of another place, nor for what that place holds now.
+int storeMemory(
+    Port& port, int result, const Command* command, const UDPPacket& ack, std::size_t size, char* buffer,
+    unsigned capacity) {
+    const bool good = result == 0 && frame::ackStatus(ack) == 0 &&
+                      (command == nullptr ||
+                       frame::get32<frame::kPayload>(ack) == frame::get32<frame::kPayload>(command->frame));
     const int stored = good ? frame::copyMemory(ack, size, buffer, capacity) : -1;
     if (stored < 0) {
         port.arrears().unsettled = true;
     }
     return stored;
+}
+
+bool fetchBlock(Port& port, const Command& command, char* buffer, unsigned capacity) {
+    UDPPacket ack;
+    std::size_t size = 0;
+    AckWait wait(
+        frame::rawRequestId(command.frame), AckWait::Foreign::IsPassedOver, port.now(), *port.access());
+    const int result = runCommand(port, wait, command, ack, size);
+    return storeMemory(port, result, &command, ack, size, buffer, capacity) >= 0;
 }
 
 bool readBlock(Port& port, unsigned address, unsigned asked, unsigned expected, char* buffer) {
@@ -123,12 +109,8 @@ bool readBlock(Port& port, unsigned address, unsigned asked, unsigned expected, 
             command, port.toCurrentCamera(), port.takeRequestId(), address,
             static_cast<std::uint16_t>(asked)),
         frame::kReadMemoryMinimum);
-    sendCommand(port, command, length);
-    if (waitForMemory(port, &command, buffer, expected) >= 0) {
-        return true;
-    }
-    port.send(&command, length);
-    return waitForMemory(port, &command, buffer, expected) >= 0;
+    return fetchBlock(port, {command, length}, buffer, expected) ||
+           fetchBlock(port, {command, length}, buffer, expected);
 }
 
 // The end of a camera's memory may not bear a read that reaches beyond it, nor even one up to it: a shorter
@@ -152,79 +134,43 @@ bool readBlockInParts(Port& port, unsigned address, unsigned asked, unsigned exp
 
 } // namespace
 
-// Acknowledgements that come too late, or twice, would be taken for those of the commands that follow, each
-// of which would then leave its own behind: so what has piled up since a failure is thrown away first. The
-// second answer to a command that was sent twice is waited for a little while: it is under way for sure.
-void sendCommand(Port& port, const UDPPacket& command, unsigned length) {
-    Port::Arrears& arrears = port.arrears();
-    if (std::exchange(arrears.unsettled, false)) {
-        std::optional<std::uint16_t> owed = std::exchange(arrears.owed, std::nullopt);
-        UDPPacket late;
-        for (int i = 0; i < kMostLateFrames; ++i) {
-            if (port.receive(&late, nullptr, owed ? kOwedTimeout : 0) != 0) {
-                break;
-            }
-            if (owed == frame::rawRequestId(late)) {
-                owed.reset();
-            }
-        }
-    }
-    port.send(&command, length);
-}
-
-int receiveAck(Port& port, AckWait& wait, UDPPacket& ack, std::size_t& size) {
-    int result = transport_error::kNoAnswer;
-    do {
-        unsigned length = 0;
-        const auto left = static_cast<int>(wait.remaining(Clock::now()).count());
-        if (const int failed = port.receive(&ack, &length, left); failed != 0) {
-            result = failed;
-            break;
-        }
-        size = frame::contentLength(ack, length);
-        if (size < frame::kPayload) {
-            result = transport_error::kTruncated;
-            break;
-        }
-        const AckWait::Verdict verdict = wait.take(frame::ackFacts(ack, size), Clock::now());
-        if (verdict == AckWait::Verdict::Answer) {
-            return 0;
-        }
-        if (verdict == AckWait::Verdict::Foreign) {
-            result = transport_error::kForeignReply;
-            break;
-        }
-    } while (wait.remaining(Clock::now()).count() > 0);
-    port.arrears().unsettled = true;
-    return result;
-}
-
 int receiveRegisterAck(Port& port, int* value, std::uint16_t requestId) {
-    AckWait wait(requestId, AckWait::Foreign::EndsTheWait, Clock::now());
-    return waitForRegisterAck(port, wait, value);
+    UDPPacket ack;
+    std::size_t size = 0;
+    AckWait wait(requestId, AckWait::Foreign::EndsTheWait, port.now());
+    const int result = receiveAck(port, wait, nullptr, ack, size);
+    return result != 0 ? result : registerResult(ack, size, value);
 }
 
+// Whose acknowledgements these are cannot be looked at: the command is not known here.
 int receiveMemoryAck(Port& port, char* buffer, unsigned capacity) {
-    return waitForMemory(port, nullptr, buffer, capacity);
+    UDPPacket ack;
+    std::size_t size = 0;
+    AckWait wait(std::nullopt, AckWait::Foreign::IsPassedOver, port.now());
+    const int result = receiveAck(port, wait, nullptr, ack, size);
+    return storeMemory(port, result, nullptr, ack, size, buffer, capacity);
 }
 
-// Whose acknowledgement it is cannot be looked at: the command is not known here.
 int receiveMemoryWrittenAck(Port& port) {
-    return waitForMemoryWritten(port, std::nullopt);
+    UDPPacket ack;
+    std::size_t size = 0;
+    AckWait wait(std::nullopt, AckWait::Foreign::IsPassedOver, port.now());
+    const int result = receiveAck(port, wait, nullptr, ack, size);
+    return result != 0 ? result : frame::ackStatus(ack);
 }
 
 int readRegister(Port& port, unsigned address, int* value) {
     UDPPacket command;
     const unsigned length =
         frame::readRegister(command, port.toCurrentCamera(), port.takeRequestId(), address);
-    return runRegisterCommand(port, command, frame::padded(length), value);
+    return runRegisterCommand(port, {command, frame::padded(length)}, value);
 }
 
 int writeRegister(Port& port, unsigned address, int value) {
     UDPPacket command;
     const unsigned length = frame::writeRegister(
         command, port.toCurrentCamera(), port.takeRequestId(), address, static_cast<unsigned>(value));
-    return runRegisterCommand(port, command, frame::padded(length), nullptr);
+    return runRegisterCommand(port, {command, frame::padded(length)}, nullptr);
 }
 
 int prepareWriteRegister(Port& port, unsigned address, unsigned value) {
@@ -232,7 +178,7 @@ int prepareWriteRegister(Port& port, unsigned address, unsigned value) {
     const unsigned length =
         frame::writeRegister(command, port.toCurrentCamera(), port.takeRequestId(), address, value);
     port.prepare(&command, frame::padded(length));
-    port.writeRegister(fpga::PortRegister::RequestIdEnable, 1);
+    port.startStamping();
     return 0;
 }
 
@@ -243,11 +189,16 @@ int writeMemory(Port& port, unsigned address, const unsigned char* data, unsigne
     UDPPacket command;
     const unsigned length =
         frame::writeMemory(command, port.toCurrentCamera(), port.takeRequestId(), address, data, count);
-    sendCommand(port, command, frame::padded(length));
-    return waitForMemoryWritten(port, frame::rawRequestId(command));
+    const Access access(port);
+    UDPPacket ack;
+    std::size_t size = 0;
+    AckWait wait(frame::rawRequestId(command), AckWait::Foreign::IsPassedOver, port.now(), access.time());
+    const int result = runCommand(port, wait, {command, frame::padded(length)}, ack, size);
+    return result != 0 ? result : frame::ackStatus(ack);
 }
 
 int readMemory(Port& port, unsigned address, unsigned count, unsigned short* done, char* buffer) {
+    Access access(port);
     for (unsigned offset = 0; offset != count;) {
         const unsigned expected = std::min(kBlock, count - offset);
         const unsigned asked = (expected + kGranularity - 1) / kGranularity * kGranularity;
@@ -257,6 +208,10 @@ int readMemory(Port& port, unsigned address, unsigned count, unsigned short* don
             return 1;
         }
         offset += expected;
+        if (!last) {
+            access.begin();
+            beatIfDue(port);
+        }
     }
     if (done != nullptr) {
         *done = static_cast<unsigned short>(count);

@@ -2,9 +2,12 @@
 //
 // Results: 0 is success, a positive number the status that the camera answered, a negative one an error of
 // transport_error or the data queue's own code. The caller serialises what is done on one port.
+//
+// Within its 2 seconds a command goes out again after 100, 300 and 700 ms of silence, with its own id. Each
+// call is an access by itself, or part of the one under way (exchange.h), and takes no longer than 8 seconds,
+// or 60 when the camera asks for patience; for more than one block of memory the time begins anew with each.
 #pragma once
 
-#include "transport/AckWait.h"
 #include "transport/Port.h"
 
 namespace transport {
@@ -18,13 +21,6 @@ int readMemory(Port& port, unsigned address, unsigned count, unsigned short* don
 int writeMemory(Port& port, unsigned address, const unsigned char* data, unsigned count);
 // Loads a write that is not sent yet, and lets the FPGA stamp request ids into it when it sends it. Always 0.
 int prepareWriteRegister(Port& port, unsigned address, unsigned value);
-
-// --- What other commands are made of
-// Sends a command, after throwing away what may still come for earlier ones.
-void sendCommand(Port& port, const UDPPacket& command, unsigned length);
-// Waits for the acknowledgement; `size` is without Ethernet's padding. A frame that does not even hold a GVCP
-// header is truncated.
-int receiveAck(Port& port, AckWait& wait, UDPPacket& ack, std::size_t& size);
 
 // --- The waiting halves of the commands above. `requestId` is the command's, as frame::rawRequestId gives it
 // `value` is null for a write, whose acknowledgement brings none.

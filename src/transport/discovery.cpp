@@ -14,14 +14,17 @@ using std::chrono::milliseconds;
 // Quick cameras answer within the first pause; a camera slower than both together is missed.
 constexpr milliseconds kFirstPause{100};
 constexpr milliseconds kSecondPause{1000};
+constexpr milliseconds kLongestDrain{500};
 
 std::uint16_t randomRequestId() {
     thread_local std::minstd_rand engine{std::random_device{}()};
     return static_cast<std::uint16_t>(std::uniform_int_distribution<int>{1, 65534}(engine));
 }
 
+// Ends also where frames come in without end.
 void drain(Port& port, std::uint16_t requestId) {
-    while (receiveDiscoveryAck(port, 0, requestId)) {
+    const Port::Time end = port.now() + kLongestDrain;
+    while (receiveDiscoveryAck(port, 0, requestId, end)) {
     }
 }
 
@@ -59,10 +62,10 @@ void discover(std::initializer_list<Port*> ports) {
     }
 }
 
-bool receiveDiscoveryAck(Port& port, int timeout, std::uint16_t requestId) {
+bool receiveDiscoveryAck(Port& port, int timeout, std::uint16_t requestId, Port::Time end) {
     UDPPacket ack;
     unsigned length = 0;
-    if (port.receive(&ack, &length, timeout) != 0) {
+    if (port.receive(&ack, &length, timeout, end) != 0) {
         return false;
     }
     const bool other = requestId != 0 && frame::get16<frame::kRequestId>(ack) != requestId;

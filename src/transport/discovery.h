@@ -15,7 +15,8 @@ void discover(Port& port);
 void discover(std::initializer_list<Port*> ports);
 
 // Takes one frame: false when there was none. Stores the camera of an acknowledgement with this id (0: any).
-bool receiveDiscoveryAck(Port& port, int timeout, std::uint16_t requestId);
+bool receiveDiscoveryAck(
+    Port& port, int timeout, std::uint16_t requestId, Port::Time end = Port::Time::max());
 
 // Stores the camera of a frame with `size` bytes of content when that is a discovery acknowledgement, with
 // all of its fields. The status in it is not looked at. The result is as DiscoveryTable::add's.

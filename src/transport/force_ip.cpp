@@ -1,20 +1,17 @@
 #include "transport/force_ip.h"
 
-#include "transport/command_channel.h"
-
-#include <chrono>
+#include "transport/exchange.h"
 
 namespace transport {
 
 int forceIp(Port& port, const frame::ForcedAddress& to) {
     UDPPacket command;
     const unsigned length = frame::forceIp(command, port.toEverybody(), port.takeRequestId(), to);
-    sendCommand(port, command, length);
-    AckWait wait(
-        frame::rawRequestId(command), AckWait::Foreign::IsPassedOver, std::chrono::steady_clock::now());
+    const Access access(port);
+    AckWait wait(frame::rawRequestId(command), AckWait::Foreign::IsPassedOver, port.now(), access.time());
     UDPPacket answer;
     std::size_t size = 0;
-    int result = receiveAck(port, wait, answer, size);
+    int result = runCommand(port, wait, {command, length}, answer, size);
     if (result < 0 && to.ip == IpBytes{}) {
         return 0;
     }

@@ -6,6 +6,7 @@
 namespace {
 
 constexpr std::uint16_t kDontFragment = 0x4000;
+constexpr std::uint16_t kFragmentBits = 0x3FFF; // more follow, and where a fragment belongs
 constexpr std::uint8_t kTimeToLive = 128;
 constexpr std::uint8_t kIpv4WithoutOptions = 0x45;
 
@@ -162,6 +163,13 @@ bool isArp(const UDPPacket& packet) {
     return get16<net::kEtherType>(packet) == net::kEtherTypeArp;
 }
 
+bool isArpRequest(const UDPPacket& packet) {
+    return isArp(packet) && get16<net::kArpHardware>(packet) == net::kArpEthernet &&
+           get16<net::kArpProtocol>(packet) == net::kEtherTypeIpv4 &&
+           get16<net::kArpAddressLengths>(packet) == net::kArpIpv4Lengths &&
+           get16<net::kArpOperation>(packet) == net::kArpRequest;
+}
+
 bool isFromDhcpClient(const UDPPacket& packet) {
     return get16<net::kUdpSourcePort>(packet) == kDhcpClient;
 }
@@ -171,7 +179,8 @@ Kind classify(const UDPPacket& packet) {
         return Kind::Arp;
     }
     if (get16<net::kEtherType>(packet) != net::kEtherTypeIpv4 ||
-        packet.bytes[net::kIpProtocol] != net::kIpProtocolUdp) {
+        packet.bytes[net::kIpProtocol] != net::kIpProtocolUdp ||
+        (get16<net::kIpFragment>(packet) & kFragmentBits) != 0) {
         return Kind::Ignored;
     }
     const std::uint16_t destinationPort = get16<net::kUdpDestinationPort>(packet);
@@ -232,6 +241,12 @@ AckFacts ackFacts(const UDPPacket& packet, std::size_t size) {
         facts.in = std::chrono::milliseconds(get16<kTime>(packet));
     }
     return facts;
+}
+
+bool isFromTarget(const UDPPacket& ack, const UDPPacket& command) {
+    constexpr std::uint32_t kEverybody = 0xFFFFFFFF;
+    const std::uint32_t target = get32<net::kDestinationIp>(command);
+    return target == kEverybody || target == 0 || get32<net::kSourceIp>(ack) == target;
 }
 
 std::uint16_t rawRequestId(const UDPPacket& packet) {

@@ -113,6 +113,8 @@ void udpHeader(UDPPacket& packet, const Route& route, std::uint16_t gvcpLength);
 void udpChecksum(UDPPacket& packet, std::uint16_t gvcpLength);
 
 bool isArp(const UDPPacket& packet);
+// A request for the MAC address of an IPv4 address, from one station.
+bool isArpRequest(const UDPPacket& packet);
 bool isFromDhcpClient(const UDPPacket& packet);
 
 // What a received frame is to this host.
@@ -136,6 +138,10 @@ bool isSound(const UDPPacket& packet, std::size_t size);
 
 // What an acknowledgement of `size` bytes of content, which holds a GVCP header, is to a waiting command.
 AckFacts ackFacts(const UDPPacket& packet, std::size_t size);
+
+// Whether an acknowledgement comes from where `command` went to; an answer to what went to everybody, or to
+// nobody, may come from anywhere.
+bool isFromTarget(const UDPPacket& ack, const UDPPacket& command);
 
 inline bool isPending(const UDPPacket& packet) {
     return static_cast<gvcp::Command>(get16<kGvcp + gvcp::kAckCode>(packet)) == gvcp::Command::PendingAck;

@@ -55,9 +55,14 @@ void Port::clearQueue() {
     TavoDataQueueClear(m_board, static_cast<unsigned>(m_index));
 }
 
-int Port::receive(UDPPacket* packet, unsigned* length, int timeout) {
+int Port::receive(UDPPacket* packet, unsigned* length, int timeout, Time end) {
     for (;;) {
-        const int result = receiveFrame(packet, length, timeout);
+        int wait = timeout;
+        if (end != Time::max()) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - now()).count();
+            wait = static_cast<int>(std::clamp<std::int64_t>(left, 0, timeout));
+        }
+        const int result = receiveFrame(packet, length, wait);
         if (result != 0 || packet == nullptr) {
             return result;
         }
@@ -69,6 +74,9 @@ int Port::receive(UDPPacket* packet, unsigned* length, int timeout) {
             break;
         case frame::Kind::Ignored:
             break;
+        }
+        if (end != Time::max() && now() >= end) {
+            return transport_error::kNoAnswer;
         }
     }
 }
@@ -130,10 +138,9 @@ int Port::receiveWords(std::uint32_t length, UDPPacket* packet, int timeout) {
     return ended ? 0 : transport_error::kTruncated;
 }
 
-// Only for the port's own address; a reply is never answered.
+// Only for the port's own address.
 void Port::answerArp(UDPPacket& packet) {
-    if (std::equal(m_ip.begin(), m_ip.end(), packet.at(net::kArpTargetIp)) &&
-        frame::get16<net::kArpOperation>(packet) != net::kArpReply) {
+    if (frame::isArpRequest(packet) && std::equal(m_ip.begin(), m_ip.end(), packet.at(net::kArpTargetIp))) {
         frame::arpReply(packet, m_mac, m_ip);
         send(&packet, net::kMinFrame);
     }

@@ -1,5 +1,12 @@
 #include "ScriptedBoard.h"
 
+namespace {
+
+const AckWait::Time kStart{std::chrono::hours(1)};
+AckWait::Time g_now;
+
+} // namespace
+
 extern "C" {
 
 int KemUnloadKemFile(fpga_design) {
@@ -50,9 +57,13 @@ int TavoRegisterWrite(QLdevice board, int reg, std::uint64_t value) {
     return board->broken.count(name) != 0 ? kRegisterError : 0;
 }
 
-int TavoDataQueueReadBufferLong(QLdevice board, unsigned channel, void* buffer, unsigned bytes, int) {
+int TavoDataQueueReadBufferLong(QLdevice board, unsigned channel, void* buffer, unsigned bytes, int timeout) {
     std::deque<std::uint32_t>& queue = board->queues.at(channel);
+    if (queue.empty() && board->onEmpty) {
+        board->onEmpty();
+    }
     if (queue.empty()) {
+        g_now += std::chrono::milliseconds(timeout);
         return kQueueTimeout;
     }
     const std::size_t words = std::min<std::size_t>(bytes / 4, queue.size());
@@ -69,6 +80,7 @@ int TavoDataQueueClear(QLdevice board, unsigned channel) {
 } // extern "C"
 
 ScriptedBoard::ScriptedBoard() {
+    g_now = kStart;
     board.design = &design;
     camera = std::make_unique<GigeCamera>(&design, &board);
     const std::uint8_t mac[] = {2, 0, 0, 0, 0, 1};
@@ -79,7 +91,12 @@ ScriptedBoard::ScriptedBoard() {
         camera->SetMAC(port, mac);
         camera->storeDiscoveredCamera(port, &ack);
         camera->selectCamera(port, 0);
+        camera->port(port).setClock([] { return g_now; });
     }
+}
+
+long ScriptedBoard::time() {
+    return static_cast<long>((g_now - kStart) / std::chrono::milliseconds(1));
 }
 
 void ScriptedBoard::arrive(int port, const Frame& frame) {

@@ -1,5 +1,5 @@
 // A board behind the platform's C interface whose every access is recorded and whose data queues a test
-// fills. It has no clock: an empty data queue times out at once. One thread.
+// fills. Its time passes only while an empty data queue is waited for. One thread.
 #pragma once
 
 #include "platform/kemrt.h"
@@ -36,6 +36,7 @@ struct TavoBoard {
     std::array<Frames, 4> sent;
     std::function<void(int port, const Frame& frame)> onSent;
     std::function<void()> onMdioRead;
+    std::function<void()> onEmpty; // a data queue has nothing for a reader
 };
 
 // A GigeCamera on such a board, with a camera selected on each port: MAC 02:11:22:33:44:55, 169.254.7.100.
@@ -44,6 +45,8 @@ struct ScriptedBoard {
 
     // The frame arrives at a port, well framed.
     void arrive(int port, const Frame& frame);
+    // Milliseconds since the board was made.
+    static long time();
     // What the camera sends for every command from now on.
     void answer(Answers camera);
 

@@ -1,7 +1,15 @@
 // Commands and a camera that answers them well, badly, late, twice or not at all.
 #include "ScriptedBoard.h"
+#include "transport/exchange.h"
 
 namespace {
+
+UDPPacket packetOf(const Frame& frame) {
+    UDPPacket packet;
+    packet.clear();
+    std::copy(frame.begin(), frame.end(), packet.bytes.begin());
+    return packet;
+}
 
 // Answers to the first, second, ... frame that is sent; the last one stays.
 using Script = std::vector<Answers>;
@@ -22,6 +30,15 @@ const Answers foreign = [](const Frame& command) {
 const Answers foreignThenGood = [](const Frame& command) {
     return Frames{foreign(command)[0], good(command)[0]};
 };
+const Answers tiny = [](const Frame& command) {
+    return Frames{with16(Frame(60), 12, 0x0800), with16(good(command)[0], 16, 30)};
+};
+const Answers giant = [](const Frame& command) {
+    Frame frame = good(command)[0];
+    frame.resize(9000);
+    return Frames{frame};
+};
+const Answers elsewhere = [](const Frame& command) { return Frames{with(good(command)[0], 29, {101})}; };
 Frame pending(const Frame& command, unsigned id) {
     const Frame notice = ackTo(command, {0, 0, 0x10, 0});
     return with16(with16(notice, kAckCode, 0x0089), kIdAt, id);
@@ -37,27 +54,38 @@ const Answers damaged = [](const Frame& command) {
     return Frames{with16(good(command)[0], 40, 1), with16(good(command)[0], 24, 1)};
 };
 
-// Only commands to registers are sent again, and only on a foreign reply.
+// Register commands are sent again on a foreign reply, and all of them after silence.
 TEST(Commands, HaveTheResultsAndResendsOfTheirAnswers) {
     constexpr int kForeign = transport_error::kForeignReply;
     const struct {
         const char* name;
         Script script;
         int read, write, writeMemory;
-        std::size_t sent; // commands to a register
+        std::size_t sent, memorySent; // commands to a register, and to memory
     } rows[] = {
-        {"good", {good}, 0, 0, 0, 1},
-        {"silent", {silent}, kQueueTimeout, kQueueTimeout, kQueueTimeout, 1},
-        {"refusing", {refusing}, 0x8006, 0x8006, 0x8006, 1},
-        {"without all of the value", {cut}, transport_error::kTruncated, 0, 0, 1},
-        {"another's answer, then a good one", {foreign, good}, 0, 0, kQueueTimeout, 2},
-        {"another's answer twice", {foreign}, kForeign, kForeign, kQueueTimeout, 2},
-        {"another's answer, then silence", {foreign, silent}, kQueueTimeout, kQueueTimeout, kQueueTimeout, 2},
-        {"another's answer, then refusal", {foreign, refusing}, 0x8006, 0x8006, kQueueTimeout, 2},
-        {"another's answer in front of the good one", {foreignThenGood}, 0, 0, 0, 2},
-        {"notices in front of the answer", {pendingThenGood}, 0, 0, 0, 1},
-        {"a notice and no answer", {pendingAlone}, kQueueTimeout, kQueueTimeout, kQueueTimeout, 1},
-        {"damaged answers", {damaged}, kQueueTimeout, kQueueTimeout, kQueueTimeout, 1},
+        {"good", {good}, 0, 0, 0, 1, 1},
+        {"silent", {silent}, kQueueTimeout, kQueueTimeout, kQueueTimeout, 4, 4},
+        {"silent, then good", {silent, good}, 0, 0, 0, 2, 2},
+        {"silent twice, then refusing", {silent, silent, refusing}, 0x8006, 0x8006, 0x8006, 3, 3},
+        {"refusing", {refusing}, 0x8006, 0x8006, 0x8006, 1, 1},
+        {"without all of the value", {cut}, transport_error::kTruncated, 0, 0, 1, 1},
+        {"shorter than a header, then good", {tiny, good}, 0, 0, 0, 2, 2},
+        {"too long for a camera, then good", {giant, good}, 0, 0, 0, 2, 2},
+        {"from another address, then good", {elsewhere, good}, 0, 0, 0, 2, 2},
+        {"another's answer, then a good one", {foreign, good}, 0, 0, 0, 2, 2},
+        {"another's answer twice", {foreign}, kForeign, kForeign, kQueueTimeout, 2, 4},
+        {"another's answer, then silence",
+         {foreign, silent},
+         kQueueTimeout,
+         kQueueTimeout,
+         kQueueTimeout,
+         5,
+         4},
+        {"another's answer, then refusal", {foreign, refusing}, 0x8006, 0x8006, 0x8006, 2, 2},
+        {"another's answer in front of the good one", {foreignThenGood}, 0, 0, 0, 2, 1},
+        {"notices in front of the answer", {pendingThenGood}, 0, 0, 0, 1, 1},
+        {"a notice and no answer", {pendingAlone}, kQueueTimeout, kQueueTimeout, kQueueTimeout, 1, 1},
+        {"damaged answers", {damaged}, kQueueTimeout, kQueueTimeout, kQueueTimeout, 4, 4},
     };
     const Frame data(600, 0x5A);
     for (const auto& row : rows) {
@@ -77,7 +105,7 @@ TEST(Commands, HaveTheResultsAndResendsOfTheirAnswers) {
         const auto write = [&](unsigned count) {
             return scripted.camera->WriteMemory(1, 0xA000, data.data(), count);
         };
-        run([&](GigeCamera&) { return write(536); }, row.writeMemory, 1);
+        run([&](GigeCamera&) { return write(536); }, row.writeMemory, row.memorySent);
         EXPECT_EQ(scripted.board.sent[1].back().size(), 590U);
         EXPECT_EQ(write(537), transport_error::kOversized);
     }
@@ -96,19 +124,100 @@ TEST(Commands, DoNotTakeAnswersLeftByAFailureForTheirOwn) {
     scripted.arrive(0, late);
     play(scripted, {good});
     EXPECT_EQ(scripted.camera->ReadRegister(0, 0, &value), 0);
-    EXPECT_EQ(scripted.board.sent[0].size(), 2U) << "no resend";
+    EXPECT_EQ(scripted.board.sent[0].size(), 5U) << "only the first was sent again";
 
     play(scripted, {foreignThenGood, good});
     EXPECT_EQ(scripted.camera->ReadRegister(0, 0, &value), 0); // leaves a second good answer behind
     EXPECT_EQ(scripted.camera->ReadRegister(0, 0, &value), 0);
-    EXPECT_EQ(scripted.board.sent[0].size(), 5U) << "only the first of the two was sent twice";
+    EXPECT_EQ(scripted.board.sent[0].size(), 8U) << "only the first of the two was sent twice";
 
     for (int copies = 0; copies < 5; ++copies) { // nobody knows of these
-        scripted.arrive(0, late);
+        scripted.arrive(0, with16(late, kIdAt, 0x7777));
     }
     EXPECT_EQ(scripted.camera->WriteRegister(0, 0, 1), 0);
     EXPECT_EQ(scripted.camera->WriteRegister(0, 0, 1), 0);
-    EXPECT_EQ(scripted.board.sent[0].size(), 8U);
+    EXPECT_EQ(scripted.board.sent[0].size(), 11U);
+}
+
+// Whatever arrives besides, a command ends, and an access of several commands ends as a whole.
+TEST(Commands, EndWithinTheirTimeWhateverChattersOnTheWire) {
+    const Frame arp = with(golden::load("arp_request"), 41, {99});
+    const Frame ack = ackTo(golden::load("readreg_cmd"), big32(2));
+    const struct {
+        const char* name;
+        Frame chatter; // whenever the port has waited for a quarter of a second
+    } rows[] = {
+        {"nothing", {}},
+        {"ARP for others", arp},
+        {"IPv6", with(ack, 12, {0x86, 0xDD})},
+        {"short datagrams", with16(ack, 16, 30)},
+        {"answers from elsewhere", with(ack, 29, {101})},
+        {"acknowledgements of a failed command", with16(ack, kIdAt, 0x7777)},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        ScriptedBoard scripted;
+        scripted.answer(silent);
+        scripted.camera->port(0).arrears().addSpent(frame::rawRequestId(packetOf(with16(ack, kIdAt, 0x7777))));
+        scripted.board.onEmpty = [&, next = 250L]() mutable {
+            if (!row.chatter.empty() && ScriptedBoard::time() >= next) {
+                next += 250;
+                scripted.arrive(0, row.chatter);
+            }
+        };
+        int value = 0;
+        char memory[8];
+        EXPECT_LT(scripted.camera->ReadRegister(0, 0, &value), 0);
+        EXPECT_EQ(ScriptedBoard::time(), 2000);
+        EXPECT_EQ(scripted.camera->ReadMemory(0, 0, 1000, nullptr, memory), 1);
+        EXPECT_EQ(ScriptedBoard::time(), 6000);
+        const transport::Access access(scripted.camera->port(0));
+        for (int tries = 0; tries < 3; ++tries) {
+            EXPECT_EQ(scripted.camera->ReadMemory(0, 0, 8, nullptr, memory), 1);
+        }
+        EXPECT_EQ(ScriptedBoard::time(), 14000);
+    }
+}
+
+// While the camera asks for patience its heartbeat goes on, and the access ends after a minute.
+TEST(Commands, KeepControlWhileTheyWaitBehindNotices) {
+    ScriptedBoard scripted;
+    Frame asking;
+    std::vector<unsigned> beats; // commands: 0x82 writes, 0x80 reads
+    scripted.answer([&](const Frame& command) {
+        if (numberAt(command, 52) == 0x0938 || numberAt(command, 52) == 0x0A00) {
+            beats.push_back(numberAt(command, kAckCode));
+            return Frames{ackTo(command, big32(2))};
+        }
+        asking = command;
+        return Frames{pending(command, numberAt(command, kIdAt))};
+    });
+    scripted.board.onEmpty = [&, next = 1500L]() mutable {
+        if (ScriptedBoard::time() >= next && !asking.empty()) {
+            next += 1500;
+            scripted.arrive(0, pending(asking, numberAt(asking, kIdAt)));
+        }
+    };
+    transport::Port& port = scripted.camera->port(0);
+    port.beat() = transport::Port::Beat{0x0938, 8000, 0x0A00, port.now()};
+    char memory[8];
+    EXPECT_EQ(scripted.camera->ReadMemory(0, 0x8000, 8, nullptr, memory), 1);
+    EXPECT_EQ(ScriptedBoard::time(), 60000);
+    ASSERT_EQ(beats.size(), 2 * 59U);
+    EXPECT_EQ(beats[0], 0x82U);
+    EXPECT_EQ(beats[1], 0x80U);
+}
+
+// What the FPGA stamps would be done again under another id.
+TEST(Commands, AreNotRepeatedWhereTheirIdIsTheBoards) {
+    ScriptedBoard scripted;
+    int value = 0;
+    scripted.answer(silent);
+    scripted.camera->PrepareWriteRegister(0, 0, 1);
+    EXPECT_EQ(scripted.camera->WriteRegister(0, 0, 1), kQueueTimeout);
+    EXPECT_EQ(scripted.board.sent[0].size(), 1U);
+    EXPECT_EQ(scripted.camera->ReadRegister(0, 0, &value), kQueueTimeout);
+    EXPECT_EQ(scripted.board.sent[0].size(), 5U) << "a frame with a checksum is not stamped";
 }
 
 using std::chrono::milliseconds;

@@ -100,6 +100,12 @@ TEST(Frames, OnlyUdpForThisHostIsAnAnswerAndOnlyAnArpRequestIsAnswered) {
         {"for another address", with(request, 41, {43}), false, 0},
         {"cut before its target", Frame(request.begin(), request.begin() + 38), false, 0},
         {"a reply, which two hosts would answer for ever", with(request, 21, {2}), false, 0},
+        {"no operation that there is", with(request, 21, {0}), false, 0},
+        {"of another hardware", with(request, 15, {6}), false, 0},
+        {"for another protocol", with(request, 16, {0x86, 0xDD}), false, 0},
+        {"with other addresses", with(request, 18, {8}), false, 0},
+        {"the first fragment of a datagram", with(ack, 20, {0x20}), false, 1},
+        {"a later fragment", with(ack, 20, {0, 1}), false, 1},
     };
     for (const auto& row : rows) {
         ScriptedBoard scripted;
@@ -130,7 +136,7 @@ TEST(Frames, RequestIdsCountByPortAndWrap) {
     EXPECT_EQ(nextId(0), 3) << "an id that is given leaves the port's alone";
     while (nextId(0) != 65535) {
     }
-    EXPECT_EQ(nextId(0), 0) << "0 is not skipped";
+    EXPECT_EQ(nextId(0), 1) << "0 is nobody's";
 }
 
 TEST(Frames, UdpChecksums) {
