@@ -126,11 +126,6 @@ Filter controlFilter(const ControlTraffic& traffic) {
     program.load16(net::kEtherType);
     if (traffic.address == Ipv4{}) {
         program.passIf(net::kEtherTypeArp);
-    } else {
-        program.skipUnless(net::kEtherTypeArp, 3);
-        program.load32(net::kArpTargetIp);
-        program.passIf(big(traffic.address.data(), traffic.address.size()));
-        program.drop();
     }
     dropUnlessUdp(program);
     if (traffic.exceptPort != 0) {
@@ -142,9 +137,19 @@ Filter controlFilter(const ControlTraffic& traffic) {
     return program.finish(false);
 }
 
-Filter streamFilter(const Mac& mac, std::uint16_t udpPort) {
+Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort) {
     Program program;
     dropForeignAddress(program, mac);
+    if (address != Ipv4{}) {
+        program.load16(net::kEtherType);
+        program.skipUnless(net::kEtherTypeArp, 3);
+        program.load32(net::kArpTargetIp);
+        program.passIf(big(address.data(), address.size()));
+        program.drop();
+    }
+    if (udpPort == 0) {
+        return program.finish(false);
+    }
     dropUnlessUdp(program);
     program.load16OfUdp(net::kUdpDestinationPort);
     program.passIf(udpPort);

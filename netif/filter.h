@@ -18,8 +18,8 @@ using Filter = std::vector<sock_filter>;
 inline constexpr std::size_t kMostStations = 60;
 Filter stationFilter(const std::vector<Mac>& stations);
 
-// The control traffic of a port: ARP for its address, and the GVCP acknowledgements to its UDP port. A part
-// that is not known yet lets more pass: all ARP, all that comes from the GVCP port.
+// The control traffic of a port: the GVCP acknowledgements to its UDP port, and ARP while its address is not
+// known. A part that is not known yet lets more pass: all ARP, all that comes from the GVCP port.
 struct ControlTraffic {
     Mac mac{};                    // frames to others do not pass, groups do
     Ipv4 address{};               // zeros: not known
@@ -28,7 +28,8 @@ struct ControlTraffic {
 };
 Filter controlFilter(const ControlTraffic& traffic);
 
-// UDP to one port of one station, which is a port's image stream.
-Filter streamFilter(const Mac& mac, std::uint16_t udpPort);
+// What comes to a station unasked: UDP to one port, which is the image stream (0: none), and ARP for its
+// address (zeros: none).
+Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort);
 
 } // namespace netif

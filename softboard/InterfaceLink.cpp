@@ -4,6 +4,7 @@
 #include "protocol/net.h"
 
 #include <algorithm>
+#include <array>
 #include <sched.h>
 #include <utility>
 
@@ -33,6 +34,14 @@ bool isCommand(const std::uint8_t* frame, std::size_t size) {
            frame[net::kIpVersion] == kNoOptions && frame[net::kIpProtocol] == net::kIpProtocolUdp &&
            big(frame + net::kUdpDestinationPort, 2) == gvcp::kPort &&
            (frame[net::kSourceMac] & kGroupBit) == 0;
+}
+
+bool isArpRequest(const std::uint8_t* frame, std::size_t size) {
+    return size >= net::kArpEnd && big(frame + net::kEtherType, 2) == net::kEtherTypeArp &&
+           big(frame + net::kArpHardware, 2) == net::kArpEthernet &&
+           big(frame + net::kArpProtocol, 2) == net::kEtherTypeIpv4 &&
+           big(frame + net::kArpAddressLengths, 2) == net::kArpIpv4Lengths &&
+           big(frame + net::kArpOperation, 2) == net::kArpRequest;
 }
 
 } // namespace
@@ -103,6 +112,7 @@ void InterfaceLink::learn(const std::uint8_t* frame) {
     std::copy_n(frame + net::kSourceIp, net::kIpSize, m_traffic.address.begin());
     m_traffic.udpPort = static_cast<std::uint16_t>(ipPort);
     applyFilters();
+    startStream();
     m_learntMac.store(mac, std::memory_order_relaxed);
     m_learntIpPort.store(ipPort, std::memory_order_relaxed);
 }
@@ -121,15 +131,16 @@ void InterfaceLink::applyFilters() {
     m_traffic.exceptPort = m_imagePort;
     m_control->setFilter(m_plugged ? netif::controlFilter(m_traffic) : kNothing);
     m_stream->setFilter(
-        m_plugged && m_imagePort != 0 ? netif::streamFilter(m_traffic.mac, m_imagePort) : kNothing);
+        m_plugged ? netif::streamFilter(m_traffic.mac, m_traffic.address, m_imagePort) : kNothing);
     if (m_traffic.mac != netif::Mac{}) {
         m_control->setStation(m_traffic.mac); // what is let in for one socket is for the other too
     }
 }
 
-// With m_filtering held. Once there is a stream the thread stays.
+// With m_filtering held. Once something can come the thread stays.
 void InterfaceLink::startStream() {
-    if (m_plugged && m_imagePort != 0 && !m_streamThread.joinable()) {
+    const bool isKnown = m_imagePort != 0 || m_traffic.address != netif::Ipv4{};
+    if (m_plugged && isKnown && !m_streamThread.joinable()) {
         m_stopStream = false;
         m_streamThread = std::thread([this] { readStream(); });
     }
@@ -155,10 +166,31 @@ void InterfaceLink::readStream() {
     while (!m_stopStream) {
         const auto frame = m_stream->receive(more ? Clock::time_point::min() : Clock::now() + kForEver);
         more = !frame.empty();
-        if (more && !m_stopStream) {
+        if (!more || m_stopStream) {
+            continue;
+        }
+        if (isArpRequest(frame.data(), frame.size())) {
+            answerArp(frame.data());
+        } else {
             m_sink(frame.data(), frame.size());
         }
     }
+}
+
+// Only the port's own address gets through the filter.
+void InterfaceLink::answerArp(const std::uint8_t* request) {
+    std::array<std::uint8_t, net::kMinFrame> reply{};
+    std::copy_n(request, net::kArpEnd, reply.begin());
+    reply[net::kArpOperation + 1] = net::kArpReply;
+    std::copy_n(request + net::kArpSenderMac, net::kMacSize + net::kIpSize, &reply[net::kArpTargetMac]);
+    std::copy_n(request + net::kSourceMac, net::kMacSize, &reply[net::kDestinationMac]);
+    {
+        const std::lock_guard lock(m_filtering);
+        std::copy(m_traffic.mac.begin(), m_traffic.mac.end(), &reply[net::kSourceMac]);
+        std::copy(m_traffic.mac.begin(), m_traffic.mac.end(), &reply[net::kArpSenderMac]);
+        std::copy(m_traffic.address.begin(), m_traffic.address.end(), &reply[net::kArpSenderIp]);
+    }
+    m_stream->send(reply.data(), reply.size());
 }
 
 void InterfaceLink::readInPlace(Clock::time_point deadline) {

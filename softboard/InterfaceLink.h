@@ -26,7 +26,8 @@ struct InterfaceSettings {
 std::chrono::microseconds defaultSpin();
 
 // Control traffic is read in place by the thread that waits for it. The image stream has a socket and a
-// thread of its own, so that no acknowledgement is lost behind it and the stream flows while nobody waits.
+// thread of its own, so that no acknowledgement is lost behind it and the stream flows while nobody waits. So
+// does ARP for the port's address once that is known: it is answered here, whether a command runs or not.
 //
 // The kernel lets pass what the port can want: ARP for its address, acknowledgements to its UDP port, the
 // stream to its image port. Which these are the link learns from the commands that it sends and from the
@@ -58,6 +59,7 @@ private:
     void startStream();
     void stopStream();
     void readStream();
+    void answerArp(const std::uint8_t* request);
 
     const Socket m_control;
     const Socket m_stream;

@@ -83,8 +83,8 @@ GBE_API int Gbe_getCameraCount(BoardHandle* board, unsigned port);
 
 /* Whether a port's Ethernet link is up, read from its PHY: *up becomes 1 or 0. For an open board, in whatever
  * way it was opened, without a handle; takes about 0.3 seconds, and waits for another program that is at the
- * board's PHYs. -40015: null pointer, board or port out of range. -40019: the board is not open. -40010: another
- * program has not let go of the PHYs for 30 seconds. */
+ * board's PHYs. -40015: null pointer, board or port out of range. -40019: the board is not open. -40010:
+ * another program has not let go of the PHYs for 30 seconds. */
 GBE_API int Gbe_getLinkState(int board, unsigned port, int* up);
 
 /* A port's own addresses, those that its commands come from: the 6-byte MAC, the IPv4 address and its subnet

@@ -39,6 +39,7 @@ bool parseLocal(std::string_view rest, DescriptionUrl& url) {
 
 DescriptionUrl parseDescriptionUrl(std::string_view text) {
     text = text.substr(0, text.find('\0'));
+    text = text.substr(0, text.find('?')); // what follows tells of the description, "?SchemaVersion=1.1.0"
     DescriptionUrl url;
     url.scheme = UrlScheme::Unusable;
     for (const auto& [scheme, prefix] : kPrefixes) {

@@ -26,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kLookAgain{10};
 constexpr mode_t kFileMode = 0660;
 constexpr mode_t kOwnFolderMode = 0700;
-constexpr std::size_t kLongestText = 128;  // of a lock file: "<pid> <program>"
+constexpr std::size_t kLongestText = 128; // of a lock file: "<pid> <program>"
 
 // A descriptor for the length of a scope.
 class File {

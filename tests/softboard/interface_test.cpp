@@ -85,7 +85,10 @@ TEST_F(InterfacePort, TakesInWhatIsForItAndNothingElse) {
         {"- a later fragment", with(kAck, 20, {0, 5})},
         {"- TCP", with(kAck, 23, {6})},
         {"- IPv6", with(kAck, 12, {0x86, 0xDD})},
-        {"+ ARP for the port", arp},
+        {"- a first fragment", with(kAck, 20, {0x20, 0})},
+        {"a ARP for the port, answered while nobody reads", arp},
+        {"- an ARP reply", with(arp, 21, {2})},
+        {"- ARP for another protocol", with(arp, 16, {0x86, 0xDD})},
         {"- ARP for others", with(arp, 41, {43})},
         {"i the image stream", with(kAck, 36, {1520 >> 8, 1520 & 0xFF})},
         {"- another image stream", with(kAck, 36, {1521 >> 8, 1521 & 0xFF})},
@@ -105,6 +108,9 @@ TEST_F(InterfacePort, TakesInWhatIsForItAndNothingElse) {
         for (const auto& [name, frame] : rows) {
             const Bytes mark = with(kAck, 48, {0x12, 0x34});
             fromCamera(frame);
+            if (name[0] == 'a') {
+                EXPECT_EQ(atCamera(), golden::load("arp_reply"));
+            }
             fromCamera(tagged(mark, 0)); // a priority alone is no other network
             Bytes got;
             EXPECT_EQ(board.receive(0, got, kWaitMs), 0) << name;
@@ -118,7 +124,7 @@ TEST_F(InterfacePort, TakesInWhatIsForItAndNothingElse) {
         EXPECT_TRUE(eventually([&] { return state(0).framesToImagePath == images; }));
         EXPECT_EQ(images, 1U);
         board.write("ImagePort0", 1521);
-        fromCamera(rows[10].second);
+        fromCamera(rows[13].second);
         EXPECT_TRUE(eventually([&] { return state(0).framesToImagePath == 2; })) << "the filter follows";
     }
 }

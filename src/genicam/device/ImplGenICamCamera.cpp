@@ -45,7 +45,11 @@ void ImplGenICamCamera::deleteLater() {
 }
 
 void ImplGenICamCamera::setState(CameraState state) {
-    m_state.store(state, std::memory_order_release);
+    {
+        const std::lock_guard lock(m_stateLock);
+        m_state.store(state, std::memory_order_release);
+    }
+    m_stateChanged.notify_all();
     Q_EMIT signal_StateChanged(this, state);
 }
 
@@ -199,10 +203,8 @@ void ImplGenICamCamera::setConnection(CameraConnection connection, unsigned ip) 
 }
 
 int ImplGenICamCamera::waitForConnection() const {
-    constexpr std::chrono::milliseconds polling(20);
-    while (getState() == Retrieving && !m_presence->mustReturn()) {
-        std::this_thread::sleep_for(polling);
-    }
+    std::unique_lock lock(m_stateLock);
+    m_stateChanged.wait(lock, [this] { return getState() != Retrieving || m_presence->mustReturn(); });
     return getState() == Connected ? 1 : 0;
 }
 

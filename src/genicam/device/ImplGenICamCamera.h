@@ -12,6 +12,7 @@
 #include "util/Quirks.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -196,6 +197,8 @@ private:
     std::atomic<NodeTree*> m_current{nullptr}; // m_tree, for look-ups
     std::optional<Request> m_next;             // of a listener; belongs to the thread that must return
     std::atomic<CameraState> m_state{NotConnected};
+    mutable std::mutex m_stateLock; // taken for changes, and by those who wait for them
+    mutable std::condition_variable m_stateChanged;
     std::atomic<ControlLoss> m_controlLoss{ControlLoss::None};
     std::atomic<ControlLoss> m_announcedLoss{ControlLoss::None};
     std::string m_description;
