@@ -91,7 +91,7 @@ ScriptedBoard::ScriptedBoard() {
         camera->SetMAC(port, mac);
         camera->storeDiscoveredCamera(port, &ack);
         camera->selectCamera(port, 0);
-        camera->port(port).setClock([] { return g_now; });
+        camera->findPort(port)->setClock([] { return g_now; });
     }
 }
 

@@ -158,7 +158,7 @@ TEST(Commands, EndWithinTheirTimeWhateverChattersOnTheWire) {
         SCOPED_TRACE(row.name);
         ScriptedBoard scripted;
         scripted.answer(silent);
-        scripted.camera->port(0).arrears().addSpent(
+        (*scripted.camera->findPort(0)).arrears().addSpent(
             frame::rawRequestId(packetOf(with16(ack, kIdAt, 0x7777))));
         scripted.board.onEmpty = [&, next = 250L]() mutable {
             if (!row.chatter.empty() && ScriptedBoard::time() >= next) {
@@ -172,7 +172,7 @@ TEST(Commands, EndWithinTheirTimeWhateverChattersOnTheWire) {
         EXPECT_EQ(ScriptedBoard::time(), 2000);
         EXPECT_EQ(scripted.camera->ReadMemory(0, 0, 1000, nullptr, memory), 1);
         EXPECT_EQ(ScriptedBoard::time(), 6000);
-        const transport::Access access(scripted.camera->port(0));
+        const transport::Access access((*scripted.camera->findPort(0)));
         for (int tries = 0; tries < 3; ++tries) {
             EXPECT_EQ(scripted.camera->ReadMemory(0, 0, 8, nullptr, memory), 1);
         }
@@ -199,7 +199,7 @@ TEST(Commands, KeepControlWhileTheyWaitBehindNotices) {
             scripted.arrive(0, pending(asking, numberAt(asking, kIdAt)));
         }
     };
-    transport::Port& port = scripted.camera->port(0);
+    transport::Port& port = (*scripted.camera->findPort(0));
     port.beat() = transport::Port::Beat{0x0938, 8000, 0x0A00, port.now()};
     char memory[8];
     EXPECT_EQ(scripted.camera->ReadMemory(0, 0x8000, 8, nullptr, memory), 1);
