@@ -10,7 +10,6 @@
 namespace gbe {
 namespace {
 
-constexpr unsigned kCommandPort = 3015; // UDP port that the library's commands come from
 constexpr unsigned kUsualPacket = 1500; // what the library sets when it connects
 
 std::string label(const FoundCamera& camera) {
@@ -104,6 +103,8 @@ bool CameraCheck::answers(CameraHandle* handle, const FoundCamera& camera, unsig
 // It answers scans, which go to everybody, but not what is sent to it alone.
 void CameraCheck::explainSilence(const FoundCamera& camera) {
     const PortAddress& us = m_port.address;
+    unsigned commandPort = 0;
+    Gbe_getCommandPort(m_board, m_port.port, &commandPort);
     for (const Heard& heard : m_port.ear ? m_port.ear->take() : std::vector<Heard>{}) {
         if (!isFrom(heard, camera)) {
             continue;
@@ -115,11 +116,11 @@ void CameraCheck::explainSilence(const FoundCamera& camera) {
             return;
         }
         if (heard.kind == Heard::Kind::Acknowledgement &&
-            (heard.to != us.mac || heard.toIp != us.ip || heard.toPort != kCommandPort)) {
+            (heard.to != us.mac || heard.toIp != us.ip || heard.toPort != commandPort)) {
             bad(camera,
                 "its answers go to " + heard.to.text() + ", " + heard.toIp.text() + ", port " +
                     std::to_string(heard.toPort) + "; we are " + us.mac.text() + ", " + us.ip.text() +
-                    ", port " + std::to_string(kCommandPort),
+                    ", port " + std::to_string(commandPort),
                 "switch the camera off and on; is another station using the address " + us.ip.text() + "?");
             return;
         }
@@ -139,8 +140,10 @@ bool CameraCheck::isFree(
     unsigned heartbeat = 0;
     Gbe_getControlStatus(handle, &control);
     Gbe_readRegister(handle, bootstrap::kHeartbeatTimeout, &heartbeat);
+    const std::string user = userText(handle);
     const std::string who =
-        control.holder == GBE_CONTROL_SELF ? "a program on this computer"
+        !user.empty()                        ? user
+        : control.holder == GBE_CONTROL_SELF ? "a program on this computer"
         : control.ip != 0 ? Ipv4::fromLowFirst(control.ip).text() + ", port " + std::to_string(control.port)
                           : "an application that it does not tell";
     bad(camera, "is controlled by " + who,

@@ -117,6 +117,10 @@ std::string whyNoDescription(CameraHandle* camera) {
 
 // What the camera tells of a connection that it did not give.
 std::string whyNot(CameraHandle* camera, int code) {
+    const std::string user = code == GBE_ERROR_CAMERA_BUSY ? userText(camera) : "";
+    if (!user.empty()) {
+        return " (in use by " + user + ")";
+    }
     GbeControlStatus control{};
     if (Gbe_getControlStatus(camera, &control) != 0) {
         return "";
@@ -185,18 +189,26 @@ PickedCamera pickCamera(BoardHandle* board, const Selection& selection) {
     throw Failure("camera on " + placeText(selection), code);
 }
 
-void connectCamera(CameraHandle* camera, bool standard) {
+std::string userText(CameraHandle* camera) {
+    int pid = 0;
+    char program[64] = {};
+    Gbe_getCameraUser(camera, &pid, program, sizeof program);
+    return pid != 0 ? std::string(program) + ", process " + std::to_string(pid) : "";
+}
+
+void connectCamera(CameraHandle* camera, bool standard, Purpose purpose) {
     check("choosing how to read the description", Gbe_enableStandardBehaviour(camera, standard ? 1 : 0));
     const std::string what = "connecting to " + Mac::at(Gbe_getCameraInfo(camera)->mac).text();
-    if (const int code = Gbe_connectCamera(camera); code < 0) {
+    const auto connect = purpose == Purpose::Look ? &Gbe_connectCameraForReading : &Gbe_connectCamera;
+    if (const int code = connect(camera); code < 0) {
         throw Failure(what + whyNot(camera, code), code);
     }
     check("switching checks on", Gbe_enableChecks(camera, 1));
 }
 
-Session::Session(const Selection& selection)
+Session::Session(const Selection& selection, Purpose purpose)
     : board(openBoard(selection.board)), camera(pickCamera(board.get(), selection).handle) {
-    connectCamera(camera.get(), selection.standard);
+    connectCamera(camera.get(), selection.standard, purpose);
 }
 
 } // namespace gbe

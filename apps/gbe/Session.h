@@ -45,9 +45,15 @@ struct PickedCamera {
 };
 PickedCamera pickCamera(BoardHandle* board, const Selection& selection);
 
+// What a command wants of a camera: to look at it, beside whoever works with it, or to work with it.
+enum class Purpose { Look, Work };
+
 // Connects, with the checks of access, locks and availability on: what a person does wrong is to be told. So
 // is, on standard error, that the description holds what only the standard's meaning reads right.
-void connectCamera(CameraHandle* camera, bool standard);
+void connectCamera(CameraHandle* camera, bool standard, Purpose purpose);
+
+// The program on this computer that works with a camera, "gbe, process 4711"; empty when none does.
+std::string userText(CameraHandle* camera);
 
 // What of a connected camera's description the GenICam standard reads otherwise, most first; empty where
 // nothing is, or nothing is known.
@@ -55,7 +61,7 @@ std::string standardDifferences(CameraHandle* camera);
 
 // A board and a connected camera: the beginning of most commands.
 struct Session {
-    explicit Session(const Selection& selection);
+    Session(const Selection& selection, Purpose purpose);
 
     Board board;
     Camera camera; // freed before the board

@@ -168,7 +168,7 @@ void showInfo(const Selection& selection, Format format) {
 }
 
 void listFeatures(const Selection& selection, bool all) {
-    const Session session(selection);
+    const Session session(selection, Purpose::Look);
     CameraHandle* camera = session.camera.get();
     if (all) {
         listAll(camera);
@@ -196,7 +196,7 @@ void listFeatures(const Selection& selection, bool all) {
 
 int getFeatures(
     const Selection& selection, const std::vector<std::string>& names, bool valuesOnly, Format format) {
-    const Session session(selection);
+    const Session session(selection, Purpose::Look);
     QJsonObject object;
     Table table;
     std::vector<std::string> failures;
@@ -231,19 +231,19 @@ void setFeatures(const Selection& selection, const std::vector<std::string>& tex
         }
         values.emplace_back(text.substr(0, equals), text.substr(equals + 1));
     }
-    const Session session(selection);
+    const Session session(selection, Purpose::Work);
     for (const auto& [name, value] : values) {
         writeText(session.camera.get(), name, value);
     }
 }
 
 void executeCommand(const Selection& selection, const std::string& name) {
-    const Session session(selection);
+    const Session session(selection, Purpose::Work);
     execute(session.camera.get(), name);
 }
 
 void saveDescription(const Selection& selection, const std::string& file) {
-    const Session session(selection);
+    const Session session(selection, Purpose::Look);
     std::string text = readDescription(session.camera.get());
     if (file == "-" && isatty(STDOUT_FILENO) != 0) {
         text = common::terminalLines(text);

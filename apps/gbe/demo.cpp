@@ -157,7 +157,7 @@ void runDemo(const Selection& selection) {
     Selection chosen = selection;
     chosen.port = found.front().port;
     const Camera camera = pickCamera(board.get(), chosen).handle;
-    connectCamera(camera.get(), selection.standard);
+    connectCamera(camera.get(), selection.standard, Purpose::Work);
     say("%d features, helpers included; description of %zu bytes", Gbe_getFeatureCount(camera.get()),
         readDescription(camera.get()).size());
     readAndWrite(camera.get());

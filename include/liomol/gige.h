@@ -14,6 +14,18 @@
  * Processes: handles do not survive a fork. In a process that was forked after a board had been opened, calls
  * that need a board, a camera or a device give -40012, and the freeing calls do nothing; a program that it
  * executes starts anew. Boards may be freed while the process ends, in destructors of static objects, too.
+ *
+ * Time: a command that the camera does not answer is repeated after 0.1, 0.3 and 0.7 seconds and given up
+ * after 2, whatever else arrives meanwhile. An access (a value or a piece of memory read or written, with its
+ * repetition and what is looked at between) is given up after 8 seconds, or after 60 when the camera has
+ * asked for patience (PENDING_ACK); of memory beyond 536 bytes each such block has this time. A call takes as
+ * long as the accesses that it makes: most feature calls make one a register that the feature stands on, and
+ * the first that fails ends the call; Gbe_connectCamera and its likes make no more than eight that can fail
+ * one after the other. Scanning, PHYs and the service have times of their own, named with the calls.
+ *
+ * Programs: several programs may work at the same time, on one computer each with cameras of its own. On a
+ * network interface they share its ports; a frame grabber's port serves one program at a time, and calls that
+ * use it return -40010 while another program does.
  */
 #ifndef LIOMOL_GIGE_H
 #define LIOMOL_GIGE_H
@@ -75,7 +87,8 @@ GBE_API int Gbe_initBoard(int board, int flags, BoardHandle** out);
 GBE_API void Gbe_freeBoard(BoardHandle* board);
 
 /* Searches one port (0 to 3) or all (-1) for cameras, for about 1.1 to 1.5 seconds. `timeout` is not used.
- * The outcome is read with Gbe_getCameraCount. -40015: bad handle or port. */
+ * The outcome is read with Gbe_getCameraCount. -40015: bad handle or port. -40010: another program uses that
+ * port of a frame grabber; of all ports, those are left as they were. */
 GBE_API int Gbe_scanNetwork(BoardHandle* board, int port, int timeout);
 
 /* The number of cameras that the last scan found on a port (0 to 64), or -40015. */
@@ -92,6 +105,11 @@ GBE_API int Gbe_getLinkState(int board, unsigned port, int* up);
  * is not open. */
 GBE_API int
 Gbe_getPortAddress(BoardHandle* board, unsigned port, unsigned char* mac, unsigned* ip, unsigned* mask);
+
+/* The UDP port that a port's commands come from: 3015, or the next free one where other programs of this
+ * computer send from the same addresses. -40015: bad handle, port or pointer. -40019: the board is not open.
+ */
+GBE_API int Gbe_getCommandPort(BoardHandle* board, unsigned port, unsigned* udpPort);
 
 /* What the local service does for the ports of all boards; none of the three needs an open board, and each
  * waits for the service's reply, 35 seconds at most. -40012: no service, or no reply. */
@@ -121,10 +139,11 @@ GBE_API int Gbe_askService(const char* request, char* reply, unsigned* size);
  * address until it is switched off or reset. The first octet is the lowest byte. Waits up to 2 seconds.
  * What the last scan found learns the new address, and look-ups and connections use it at once. An `ip` of 0
  * lets the camera configure itself anew, which takes it seconds; then only the next scan finds its address.
- * -40015: bad handle, port or pointer, an address that no single camera can have, or a mask that is none.
- * -40019: the board is not open. -40022: a connected handle uses the camera, or the camera says that an
- * application controls it. -40012: no acknowledgement came; a scan tells whether the address was taken all
- * the same. -40011: the camera refused. */
+ * -40015: bad handle, port or pointer, an address that no single camera can have or that is the port's own,
+ * or a mask that is none. -40010: another program uses the port. -40019: the board is not open. -40022: a
+ * connected handle uses the camera, or the camera says that an application controls it. -40012: no
+ * acknowledgement came; a scan tells whether the address was taken all the same. -40011: the camera refused.
+ */
 GBE_API int Gbe_forceCameraIp(
     BoardHandle* board, unsigned port, const unsigned char* mac, unsigned ip, unsigned mask,
     unsigned gateway);
@@ -172,13 +191,26 @@ GBE_API int Gbe_readRegister(CameraHandle* camera, unsigned address, unsigned* v
  * A handle that has lost control of its camera (see Gbe_getControlStatus) is cleaned up and connected anew;
  * its features are then those of the description that the camera has now, and none of the old texts is valid.
  * -40015: null handle. -40016 (Gbe_connectCamera) or -40017 (Gbe_connectCameraWithoutService): connected
- * already. -40010: another connected handle uses the port. -40019: the board is not open. -40024: neither the
- * port's last scan nor an earlier connection knows the camera. -40013, -40014: the description is to come
- * from a file, and TAVODIR5 is not set, or the file is not there. -40020: no usable description, or the
- * camera does not answer. -40022: the camera is in use, in this process or by another application, which is
- * told at once and leaves the other one undisturbed. After a failure the handle is not connected. */
+ * already. -40010: another connected handle, or another program, uses the port. -40019: the board is not open.
+ * -40024: neither the port's last scan nor an earlier connection knows the camera. -40013, -40014: the
+ * description is to come from a file, and TAVODIR5 is not set, or the file is not there. -40020: no usable
+ * description, or the camera does not answer. -40022: the camera is in use, in this process, by another
+ * program of this computer (before anything is sent; see Gbe_getCameraUser) or by another application, which
+ * is told at once and leaves the other one undisturbed. After a failure the handle is not connected. */
 GBE_API int Gbe_connectCamera(CameraHandle* camera);
 GBE_API int Gbe_connectCameraWithoutService(CameraHandle* camera);
+
+/* Connects without taking control, to look at a camera that somebody else may be working with: fetches and
+ * builds its description, writes nothing, sends no heartbeat. Features can be read as far as the camera lets
+ * itself be read; calls that write to it return -40005. Gbe_disconnectCamera ends it; to work with the
+ * camera, connect after that. Statuses as of Gbe_connectCameraWithoutService, but -40022 only when the camera
+ * is in use in this process, or somebody else has exclusive control of it. */
+GBE_API int Gbe_connectCameraForReading(CameraHandle* camera);
+
+/* Which program on this computer works with the camera: *pid becomes its process id, and 0 when none does or
+ * it cannot be told; its name goes to the `size` bytes of `program` (null when size is 0), cut to fit, with a
+ * NUL. Needs no connection and asks nobody but the computer. -40015: null pointer. */
+GBE_API int Gbe_getCameraUser(CameraHandle* camera, int* pid, char* program, unsigned size);
 
 /* Gives control back. The handle stays the caller's; its board handle does not free it any more. */
 GBE_API int Gbe_disconnectCamera(CameraHandle* camera);

@@ -53,6 +53,19 @@ int Gbe_getPortAddress(BoardHandle* board, unsigned port, unsigned char* mac, un
     return status::Success;
 }
 
+int Gbe_getCommandPort(BoardHandle* board, unsigned port, unsigned* udpPort) {
+    board::CameraPort* place = api::portOf(board, port);
+    if (place == nullptr || udpPort == nullptr) {
+        return status::IllegalParameter;
+    }
+    const board::HeldPort held(*place);
+    if (held.port() == nullptr) {
+        return status::BoardDoesNotExist;
+    }
+    *udpPort = held.port()->controlPort();
+    return status::Success;
+}
+
 int Gbe_forceCameraIp(
     BoardHandle* board, unsigned port, const unsigned char* mac, unsigned ip, unsigned mask,
     unsigned gateway) {
@@ -68,6 +81,13 @@ int Gbe_forceCameraIp(
     const board::HeldPort held(*place);
     if (held.port() == nullptr) {
         return status::BoardDoesNotExist;
+    }
+    if (!to.ip.isNone() && to.ip == held.port()->ip()) {
+        return status::IllegalParameter;
+    }
+    const board::PortClaim claim(place->boardIndex, place->number);
+    if (!claim) {
+        return status::PortNotAvailable;
     }
     if (place->user() != nullptr && hasMac(held.port()->currentCamera(), mac)) {
         return status::CameraBusy;
@@ -104,6 +124,10 @@ int Gbe_readRegister(CameraHandle* camera, unsigned address, unsigned* value) {
     const DiscoveredCamera* record = recordOf(held, camera->mac.data());
     if (record == nullptr) {
         return status::CameraDoesNotExist;
+    }
+    const board::PortClaim claim(camera->place().boardIndex, camera->place().number);
+    if (!claim) {
+        return status::PortNotAvailable;
     }
     const Visit visit(held, *record);
     int content = 0;

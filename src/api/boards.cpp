@@ -71,8 +71,9 @@ int Gbe_scanNetwork(BoardHandle* board, int port, int timeout) {
     if (board->board().get() == nullptr) {
         return status::BoardDoesNotExist;
     }
-    place == nullptr ? board->board().discover(timeout) : board::Board::discover(*place, timeout);
-    return status::Success;
+    const int result =
+        place == nullptr ? board->board().discover(timeout) : board::Board::discover(*place, timeout);
+    return result == board::Board::kPortInUse ? status::PortNotAvailable : status::Success;
 }
 
 int Gbe_getCameraCount(BoardHandle* board, unsigned port) {

@@ -100,6 +100,7 @@ int takeControl(CameraHandle& handle, CameraPort& place, Beforehand beforehand) 
     if (!makeCurrent(handle, held)) {
         return status::CameraDoesNotExist;
     }
+    held.setReadOnly(false);
     const int refused = beforehand == Beforehand::Look ? checkControl(held) : status::Success;
     if (refused == status::Success) {
         camera(held.port()).init();
@@ -107,10 +108,21 @@ int takeControl(CameraHandle& handle, CameraPort& place, Beforehand beforehand) 
     return refused;
 }
 
-// Leaves the camera alone when another handle uses the port.
+// Makes the handle's camera the port's current one, and sees whether it lets itself be read.
+int prepareReading(CameraHandle& handle) {
+    const HeldPort held(handle.place());
+    if (!makeCurrent(handle, held)) {
+        return status::CameraDoesNotExist;
+    }
+    held.setReadOnly(true);
+    const board::ControlReading found = board::readControl(held);
+    return !found.answered ? status::XmlRead : found.isRefused ? status::CameraBusy : status::Success;
+}
+
+// Leaves the camera alone when another handle uses the port, and when control was never taken.
 void giveControlBack(CameraHandle& handle) {
     const void* user = handle.place().user();
-    if (user != nullptr && user != &handle) {
+    if (handle.isReading || (user != nullptr && user != &handle)) {
         return;
     }
     const HeldPort held(handle.place());
@@ -127,7 +139,22 @@ bool takeMac(CameraHandle& handle) {
     return handle.macIsTaken;
 }
 
+// Keeps other programs on this computer from the camera. Before anything is sent.
+bool lockOut(CameraHandle& handle, const CameraPort& place) {
+    using Result = util::HostLock::Result;
+    return handle.hostLock.isHeld() ||
+           board::sharingOf(place.boardIndex, place.number) == board::Sharing::Private ||
+           handle.hostLock.take(board::cameraLockName(handle.mac.data())) != Result::Busy;
+}
+
+// The port, too, must be no other program's.
+bool claimPort(CameraHandle& handle, const CameraPort& place) {
+    handle.portClaim = board::PortClaim(place.boardIndex, place.number);
+    return static_cast<bool>(handle.portClaim);
+}
+
 void releaseMac(CameraHandle& handle) {
+    handle.hostLock.release();
     if (handle.macIsTaken) {
         board::CamerasInUse::instance().giveBack(handle.mac.data());
         handle.macIsTaken = false;
@@ -169,11 +196,16 @@ int loadDescription(CameraHandle& handle) {
     return result;
 }
 
+enum class Purpose { Work, Reading };
+
 // Everything that an attempt to connect takes, and gives back unless it succeeds: a failed attempt leaves the
 // camera free and the port without a device, as if it had not been.
 class Attempt {
 public:
-    explicit Attempt(CameraHandle& handle) : m_handle(handle), m_hadMac(handle.macIsTaken) {}
+    Attempt(CameraHandle& handle, Purpose purpose)
+        : m_handle(handle), m_purpose(purpose), m_hadMac(handle.macIsTaken) {
+        handle.isReading = purpose == Purpose::Reading;
+    }
     ~Attempt() {
         if (m_succeeded || !m_hasPort) {
             return;
@@ -183,9 +215,11 @@ public:
             giveControlBack(m_handle);
             board::disown(m_handle.place(), m_handle.device());
         }
+        m_handle.hostLock.release();
         if (!m_hadMac) {
             releaseMac(m_handle);
         }
+        m_handle.portClaim = {};
         m_handle.place().release(&m_handle);
     }
     Attempt(const Attempt&) = delete;
@@ -199,12 +233,15 @@ public:
         if (!takeMac(m_handle)) {
             return status::CameraBusy;
         }
-        int result = takeControl(m_handle, m_handle.place(), Beforehand::Look);
+        if (!claimPort(m_handle, m_handle.place())) {
+            return status::PortNotAvailable;
+        }
+        int result = m_purpose == Purpose::Reading ? prepareReading(m_handle) : prepareWork();
         m_hasControl = result == status::Success;
         if (m_hasControl && !m_handle.descriptionReady) {
             result = loadDescription(m_handle);
         }
-        if (result == status::Success && !startWatching(m_handle)) {
+        if (result == status::Success && m_purpose == Purpose::Work && !startWatching(m_handle)) {
             result = status::CameraBusy;
         }
         m_succeeded = result == status::Success;
@@ -212,7 +249,13 @@ public:
     }
 
 private:
+    int prepareWork() {
+        return lockOut(m_handle, m_handle.place()) ? takeControl(m_handle, m_handle.place(), Beforehand::Look)
+                                                   : status::CameraBusy;
+    }
+
     CameraHandle& m_handle;
+    const Purpose m_purpose;
     bool m_hadMac;
     bool m_hasPort = false;
     bool m_hasControl = false;
@@ -239,7 +282,7 @@ int announced(const std::shared_ptr<Device>& device) {
     return status::Success;
 }
 
-int connectCamera(CameraHandle* handle, Call call) {
+int connectCamera(CameraHandle* handle, Call call, Purpose purpose = Purpose::Work) {
     if (handle == nullptr) {
         return status::IllegalParameter;
     }
@@ -256,7 +299,7 @@ int connectCamera(CameraHandle* handle, Call call) {
             change.to(State::Disconnected);
             dropConnection(*handle);
         }
-        const int result = Attempt(*handle).run();
+        const int result = Attempt(*handle, purpose).run();
         if (result != status::Success) {
             return result;
         }
@@ -264,7 +307,11 @@ int connectCamera(CameraHandle* handle, Call call) {
         if (device != nullptr) {
             device->enableChecking(handle->checksEnabled);
         }
-        startHeartbeat(*handle);
+        if (purpose == Purpose::Work) {
+            startHeartbeat(*handle);
+        } else if (device != nullptr) {
+            device->noteControlLoss(tavo::ControlLoss::None); // of an earlier connection
+        }
         change.to(State::Connected);
     }
     return announced(device);
@@ -279,6 +326,7 @@ void endConnection(CameraHandle& handle, State before) {
         handle.loss = GBE_LOSS_DISCONNECTED;
     }
     giveControlBack(handle);
+    handle.portClaim = {};
     handle.place().release(&handle);
     handle.watches.clear();
     handle.texts.clear();
@@ -323,8 +371,13 @@ int takeNewPort(CameraHandle& handle, CameraPort& place) {
     if (!place.claim(&handle)) {
         return status::PortNotAvailable;
     }
-    const int result = takeControl(handle, place, Beforehand::DoNotLook);
+    handle.isReading = false;
+    const int result = !claimPort(handle, place) ? status::PortNotAvailable
+                       : !lockOut(handle, place) ? status::CameraBusy
+                                                 : takeControl(handle, place, Beforehand::DoNotLook);
     if (result != status::Success) {
+        handle.hostLock.release();
+        handle.portClaim = {};
         place.release(&handle);
     }
     return result;
@@ -376,7 +429,8 @@ void disconnect(CameraHandle& handle, State before) {
 
 // Ends a handle that nobody else changes. What its device has queued is delivered before the caller goes on.
 void freeHandle(CameraHandle* handle) {
-    const State before = handle->heartbeat != nullptr ? State::Connected : State::Disconnected;
+    const bool isConnected = handle->heartbeat != nullptr || handle->place().user() == handle;
+    const State before = isConnected ? State::Connected : State::Disconnected;
     if (before == State::Connected) {
         disconnect(*handle, before);
     }
@@ -400,6 +454,23 @@ int Gbe_connectCamera(CameraHandle* camera) {
 
 int Gbe_connectCameraWithoutService(CameraHandle* camera) {
     return connectCamera(camera, Call::ConnectWithoutService);
+}
+
+int Gbe_connectCameraForReading(CameraHandle* camera) {
+    return connectCamera(camera, Call::ConnectWithoutService, Purpose::Reading);
+}
+
+int Gbe_getCameraUser(CameraHandle* camera, int* pid, char* program, unsigned size) {
+    if (camera == nullptr || pid == nullptr || (program == nullptr && size != 0)) {
+        return status::IllegalParameter;
+    }
+    const auto holder = util::lockHolder(board::cameraLockName(camera->mac.data()));
+    *pid = holder ? holder->pid : 0;
+    if (size != 0) {
+        const std::string name = holder ? holder->program.substr(0, size - 1) : std::string();
+        std::memcpy(program, name.c_str(), name.size() + 1);
+    }
+    return status::Success;
 }
 
 int Gbe_disconnectCamera(CameraHandle* camera) {

@@ -63,6 +63,10 @@ int Gbe_getControlStatus(CameraHandle* camera, GbeControlStatus* out) {
     if (held.port() == nullptr) {
         return status::BoardDoesNotExist;
     }
+    const board::PortClaim claim(camera->place().boardIndex, camera->place().number);
+    if (!claim) {
+        return status::PortNotAvailable;
+    }
     const board::ControlReading reading = look(*camera, held).value_or(board::ControlReading{});
     const int loss = api::lossOf(*camera, held);
     *out = {

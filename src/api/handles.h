@@ -6,6 +6,7 @@
 #include "board/Board.h"
 #include "board/GbeHeartbeatThread.h"
 #include "board/control.h"
+#include "board/host_locks.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/gige.h"
 #include "service/GbeTransmission.h"
@@ -128,6 +129,9 @@ struct CameraHandle {
     std::unique_ptr<GbeTransmission> transmission; // nothing makes one yet
     std::unique_ptr<GbeHeartbeatThread, api::StopHeartbeat> heartbeat;
     bool macIsTaken = true;        // this handle is why the camera counts as in use
+    util::HostLock hostLock;       // of the camera, against other programs, while this handle works with it
+    board::PortClaim portClaim;    // while connected
+    bool isReading = false;        // connected without control
     bool descriptionReady = false; // connecting leaves the description alone; nothing sets it yet
 
 private:

@@ -1,10 +1,13 @@
 #include "board/Board.h"
 
+#include "board/host_locks.h"
 #include "board/init_gbe.h"
 #include "service/GbeTransmission.h"
 #include "service/commands.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <optional>
 #include <utility>
 
 namespace board {
@@ -27,6 +30,22 @@ bool setPortAddresses(int boardIndex, GigeCamera& open) {
         if (address.ip != IpBytes{}) {
             open.setPortIP(port, address.ip, address.mask != IpBytes{} ? address.mask : kUsualMask);
         }
+    }
+    return true;
+}
+
+// Where other programs send from the same addresses, each has UDP ports of its own. False when there is no
+// more room for this one.
+bool shareAddresses(int boardIndex, GigeCamera& open) {
+    for (int port = 0; port < kPorts; ++port) {
+        if (sharingOf(boardIndex, port) != Sharing::Shared) {
+            continue;
+        }
+        const std::optional<unsigned> number = processNumber();
+        if (!number) {
+            return false;
+        }
+        open.findPort(port)->shareAddresses(*number);
     }
     return true;
 }
@@ -64,7 +83,7 @@ bool Board::open(int flags) {
     if (open == nullptr) {
         return false;
     }
-    if (flags != kServiceMode && !setPortAddresses(index, *open)) {
+    if (flags != kServiceMode && !(setPortAddresses(index, *open) && shareAddresses(index, *open))) {
         closeBoard(open);
         return false;
     }
@@ -88,6 +107,10 @@ CameraPort* Board::findPort(int number) {
 
 int Board::discover(CameraPort& port, int value) {
     const HeldPort held(port);
+    const PortClaim claim(port.boardIndex, port.number);
+    if (!claim) {
+        return kPortInUse;
+    }
     const KeepCurrent kept(held);
     return held.board() != nullptr ? held.board()->Discover(port.number, value) : -1;
 }
@@ -98,7 +121,19 @@ int Board::discover(int value) {
     const KeepCurrent kept[] = {
         KeepCurrent(held[0]), KeepCurrent(held[1]), KeepCurrent(held[2]), KeepCurrent(held[3])};
     GigeCamera* open = held[0].board();
-    return open != nullptr ? open->DiscoverAll(value) : -1;
+    if (open == nullptr) {
+        return -1;
+    }
+    const PortClaim claims[] = {{index, 0}, {index, 1}, {index, 2}, {index, 3}};
+    if (std::all_of(std::begin(claims), std::end(claims), [](const auto& claim) { return bool(claim); })) {
+        return open->DiscoverAll(value);
+    }
+    for (int port = 0; port < kPorts; ++port) {
+        if (claims[port]) {
+            open->Discover(port, value);
+        }
+    }
+    return 0;
 }
 
 Board* findBoard(int board) {

@@ -35,8 +35,10 @@ public:
     // 0 to 3; null for any other number.
     CameraPort* findPort(int number);
 
-    // Discovery on one port, or on all: the results of GigeCamera's calls; -1 for a closed board. The camera
-    // in use on a port stays its current one, found again or not.
+    // Discovery on one port, or on all: 0; -1 for a closed board, kPortInUse for a port that another program
+    // uses (of all ports, those are left out). The camera in use on a port stays its current one, found again
+    // or not.
+    static constexpr int kPortInUse = -2;
     static int discover(CameraPort& port, int value);
     int discover(int value);
 

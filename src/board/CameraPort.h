@@ -62,6 +62,7 @@ private:
     const std::atomic<GigeCamera*>& m_board;
     QMutex m_traffic;
     ControlWatch m_control;                // under m_traffic
+    bool m_readOnly = false;               // likewise
     std::shared_ptr<Device> m_deviceShare; // under m_traffic
     std::atomic<Device*> m_device{nullptr};
     std::atomic<const void*> m_user{nullptr};
@@ -81,6 +82,10 @@ public:
     transport::Port* port() const { return m_board != nullptr ? m_board->findPort(place.number) : nullptr; }
 
     ControlWatch& control() const { return place.m_control; }
+
+    // Whether the camera is connected for reading alone: the door then refuses writes.
+    bool isReadOnly() const { return place.m_readOnly; }
+    void setReadOnly(bool readOnly) const { place.m_readOnly = readOnly; }
 
     std::shared_ptr<Device> device() const { return place.m_deviceShare; }
     // The earlier device of the port, for the caller to let go when the lock is not held any more.

@@ -22,6 +22,7 @@ enum class Holder {
 struct ControlReading {
     Holder holder = Holder::Unknown;
     bool answered = false;       // whether the camera said anything at all
+    bool isRefused = false;      // the holder does not even let others read
     bool canBeTakenOver = false; // the holder lets others take over
     std::uint32_t ip = 0;        // of the holder, first octet on top; 0 where the camera does not say
     std::uint16_t udpPort = 0;   // of the holder

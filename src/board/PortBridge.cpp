@@ -7,6 +7,7 @@
 #include "protocol/bootstrap.h"
 #include "protocol/gvcp.h"
 #include "transport/command_channel.h"
+#include "transport/exchange.h"
 #include "transport/stream_setup.h"
 #include "util/logging.h"
 
@@ -79,7 +80,9 @@ bool isStatus(int result) {
 class PortBridge::Visit {
 public:
     Visit(const HeldPort& held, Device& device)
-        : port(*held.port()), m_held(held), m_device(device), m_control(held.control()) {}
+        : port(*held.port()), m_access(port), m_held(held), m_device(device), m_control(held.control()) {}
+
+    bool isReadOnly() const { return m_held.isReadOnly(); }
 
     void answered() { m_control.answered(Clock::now()); }
 
@@ -123,8 +126,21 @@ public:
         }
     }
 
+    // A heartbeat, or its like. Some cameras count only reads of the privilege, which also tell of a loss
+    // that no access would notice.
     void heartbeatTimeoutWritten(unsigned timeout) {
         m_control.heartbeatTimeoutWritten(std::chrono::milliseconds(timeout));
+        if (port.beat()) {
+            port.beat()->value = timeout;
+            port.beat()->last = port.now();
+        }
+        int privilege = 0;
+        if (m_control.isOn() && m_control.loss() == tavo::ControlLoss::None &&
+            transport::readRegister(port, bootstrap::kControlChannelPrivilege, &privilege) == 0 &&
+            privilege == static_cast<int>(bootstrap::kPrivilegeNone)) {
+            lookAtControl(m_held);
+            throwIfLost();
+        }
     }
 
     transport::Port& port;
@@ -139,6 +155,7 @@ private:
         }
     }
 
+    const transport::Access m_access; // with all its attempts
     const HeldPort& m_held;
     Device& m_device;
     ControlWatch& m_control;
@@ -222,6 +239,9 @@ void PortBridge::readRange(Visit& visit, unsigned char* buffer, Range range) {
 
 void PortBridge::write(unsigned char* buffer, long long address, long long length) {
     access(address, length, [&](Visit& visit) {
+        if (visit.isReadOnly()) {
+            throw tavo::GicNotWritableException();
+        }
         if (length > kMaxWrite) {
             throw tavo::GicTransportLayerException();
         }

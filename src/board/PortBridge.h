@@ -27,7 +27,8 @@ public:
     // Throws tavo::GicTransportLayerException: the device is not the port's, the board is closed, the range
     // leaves the 32-bit address space, a write has a bad length, or both attempts failed; the buffer of a
     // failed read is left as the transport left it. Throws tavo::GicConnectionException once control of the
-    // camera, where it is watched, has turned out to be lost, without accessing the camera any more.
+    // camera, where it is watched, has turned out to be lost, without accessing the camera any more. A write
+    // to a camera that is connected for reading alone throws tavo::GicNotWritableException.
     void read(unsigned char* buffer, long long address, long long length) override;
     void write(unsigned char* buffer, long long address, long long length) override;
     // Leads the door to another port. The address is not needed: commands go to the port's current camera.

@@ -3,6 +3,7 @@
 #include "protocol/bootstrap.h"
 #include "transport/GigeCamera.h"
 #include "transport/command_channel.h"
+#include "transport/exchange.h"
 #include "transport/stream_setup.h"
 
 #include <algorithm>
@@ -11,7 +12,6 @@
 
 namespace {
 
-constexpr int kFirstStreamPort = 1520; // UDP; the FPGA of port p listens on this plus p
 constexpr int kStreamPacketSize = 1500;
 constexpr int kStreamPacketDelay = 0;
 constexpr const char* kOneBytePixels = "Mono8";
@@ -31,18 +31,20 @@ unsigned addressOf(const DiscoveredCamera& record) {
 camera::camera(GigeCamera* board, int port) : m_port(board != nullptr ? board->findPort(port) : nullptr) {}
 
 int camera::init() {
+    if (m_port == nullptr) {
+        return 0;
+    }
+    const transport::Access access(*m_port);
     for (const auto privilege :
          {bootstrap::kPrivilegeNone, bootstrap::kPrivilegeControl, bootstrap::kPrivilegeNone,
           bootstrap::kPrivilegeControl}) {
         writeRegister(bootstrap::kControlChannelPrivilege, static_cast<int>(privilege));
     }
     writeRegister(bootstrap::kHeartbeatTimeout, kHeartbeatTimeout);
-    const unsigned ownAddress = m_port != nullptr ? m_port->ip().number() : 0;
-    writeRegister(bootstrap::kStreamChannelDestination, static_cast<int>(ownAddress));
+    writeRegister(bootstrap::kStreamChannelDestination, static_cast<int>(m_port->ip().number()));
     int readBack = 0; // only the access counts
     readRegister(bootstrap::kStreamChannelDestination, &readBack);
-    writeRegister(
-        bootstrap::kStreamChannelPort, kFirstStreamPort + (m_port != nullptr ? m_port->index() : 0));
+    writeRegister(bootstrap::kStreamChannelPort, m_port->imagePort());
     writeRegister(bootstrap::kStreamChannelPacketSize, kStreamPacketSize);
     writeRegister(bootstrap::kStreamChannelPacketDelay, kStreamPacketDelay);
     return 0;

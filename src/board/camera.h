@@ -23,7 +23,7 @@ public:
     virtual ~camera() = default;
 
     // Takes control of the current camera and sends its stream to this port. Always 0: failed writes are not
-    // looked at, and a camera that does not answer costs 2 s each.
+    // looked at, and a camera that does not answer costs 8 s.
     int init();
     // Gives control back. Always 0.
     int deinit();

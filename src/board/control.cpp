@@ -49,6 +49,9 @@ Holder makeSureOfControl(const HeldPort& held) {
 bool watchControl(const HeldPort& held) {
     const Holder holder = makeSureOfControl(held);
     held.control().start(heartbeatTimeoutOf(*held.port()), Clock::now());
+    held.port()->beat() = transport::Port::Beat{
+        bootstrap::kHeartbeatTimeout, static_cast<unsigned>(camera::kHeartbeatTimeout),
+        bootstrap::kControlChannelPrivilege, held.port()->now()};
     if (Device* device = held.place.device()) {
         device->noteControlLoss(tavo::ControlLoss::None);
     }
@@ -57,6 +60,9 @@ bool watchControl(const HeldPort& held) {
 
 void unwatchControl(const HeldPort& held) {
     held.control().stop();
+    if (held.port() != nullptr) {
+        held.port()->beat().reset();
+    }
 }
 
 tavo::ControlLoss controlLoss(const HeldPort& held) {

@@ -16,11 +16,12 @@ std::optional<std::uint32_t> readRegister(transport::Port& port, bootstrap::Addr
                : std::nullopt;
 }
 
-// A camera that was moved from one port of the board to another still has the first one's address.
-bool isOwn(const GigeCamera& board, std::uint32_t ip, std::uint16_t udpPort) {
+// A camera that was moved from one port of the board to another still has the first one's address. Another
+// program on a network interface of this computer has the same address, and another UDP port.
+bool isOwn(GigeCamera& board, std::uint32_t ip, std::uint16_t udpPort) {
     bool own = false;
     for (int port = 0; port < GigeCamera::kPorts; ++port) {
-        own = own || (ip == board.getPortIP(port) && udpPort == GigeCamera::kControlPort);
+        own = own || (ip == board.getPortIP(port) && udpPort == board.findPort(port)->controlPort());
     }
     return own;
 }
@@ -34,7 +35,7 @@ void readHolder(const HeldPort& held, ControlReading& reading) {
         return;
     }
     const auto udpPort = readRegister(port, bootstrap::kPrimaryApplicationPort);
-    reading.udpPort = static_cast<std::uint16_t>(udpPort.value_or(GigeCamera::kControlPort));
+    reading.udpPort = static_cast<std::uint16_t>(udpPort.value_or(port.controlPort()));
     reading.holder = isOwn(*held.board(), reading.ip, reading.udpPort) ? Holder::Self : Holder::Other;
 }
 
@@ -51,6 +52,7 @@ ControlReading readControl(const HeldPort& held) {
     reading.answered = result >= 0;
     if (result == static_cast<int>(gvcp::Status::AccessDenied)) {
         reading.holder = Holder::Other; // who has exclusive access
+        reading.isRefused = true;
     }
     if (result != 0) {
         return reading;

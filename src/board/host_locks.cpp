@@ -1,12 +1,16 @@
 #include "board/host_locks.h"
 
 #include "platform/port_sharing.h"
+#include "transport/Port.h"
 
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
+#include <map>
 #include <mutex>
+#include <utility>
 
 namespace board {
 namespace {
@@ -27,6 +31,21 @@ std::optional<unsigned> takeNumber() {
         }
     }
     return std::nullopt;
+}
+
+// What this process has of a frame grabber's port.
+struct PortUse {
+    std::mutex mutex;
+    util::HostLock lock; // under mutex, as the count
+    unsigned claims = 0;
+};
+
+PortUse& useOf(int board, int port) {
+    using Ports = std::array<PortUse, transport::Port::kPorts>;
+    static auto& all = *new std::map<int, Ports>; // as long as the process
+    static std::mutex mutex;
+    const std::lock_guard guard(mutex);
+    return all[board].at(static_cast<std::size_t>(port));
 }
 
 // Null when the board's own library has no such call; that of another library, which may be loaded as well,
@@ -74,6 +93,40 @@ std::string cameraLockName(const std::uint8_t* mac) {
 
 std::string portLockName(int board, int port) {
     return "board-" + std::to_string(board) + "-port-" + std::to_string(port);
+}
+
+PortClaim::PortClaim(int board, int port) : m_board(board), m_port(port) {
+    if (sharingOf(board, port) != Sharing::Exclusive) {
+        m_isOurs = true;
+        return;
+    }
+    PortUse& use = useOf(board, port);
+    const std::lock_guard guard(use.mutex);
+    m_isOurs = use.claims > 0 || use.lock.take(portLockName(board, port)) != util::HostLock::Result::Busy;
+    m_isCounted = m_isOurs;
+    use.claims += m_isCounted ? 1 : 0;
+}
+
+PortClaim::PortClaim(PortClaim&& other) noexcept {
+    *this = std::move(other);
+}
+
+PortClaim& PortClaim::operator=(PortClaim&& other) noexcept {
+    std::swap(m_board, other.m_board);
+    std::swap(m_port, other.m_port);
+    std::swap(m_isOurs, other.m_isOurs);
+    std::swap(m_isCounted, other.m_isCounted);
+    return *this;
+}
+
+PortClaim::~PortClaim() {
+    if (m_isCounted) {
+        PortUse& use = useOf(m_board, m_port);
+        const std::lock_guard guard(use.mutex);
+        if (--use.claims == 0) {
+            use.lock.release();
+        }
+    }
 }
 
 // The ports of one board are all of a kind in this.

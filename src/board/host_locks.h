@@ -28,6 +28,26 @@ std::optional<unsigned> processNumber();
 std::string cameraLockName(const std::uint8_t* mac);
 std::string portLockName(int board, int port);
 
+// The use of a port by this process. One program at a time may use a frame grabber's port, which this process
+// keeps while any of its claims lives; other ports are everybody's. Any thread.
+class PortClaim {
+public:
+    PortClaim() = default;
+    PortClaim(int board, int port);
+    PortClaim(PortClaim&& other) noexcept;
+    PortClaim& operator=(PortClaim&& other) noexcept;
+    ~PortClaim();
+
+    // False when another program uses the port.
+    explicit operator bool() const { return m_isOurs; }
+
+private:
+    int m_board = 0;
+    int m_port = 0;
+    bool m_isOurs = false;
+    bool m_isCounted = false;
+};
+
 // A sequence of steps with a board's PHYs, which are reached through a few registers that all share. A real
 // board's are locked against other programs while this lives; who cannot get the lock within 30 seconds must
 // leave the PHYs alone.

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 void AckWait::restart(Time now) {
-    m_deadline = std::min(std::max(m_deadline, now + kAckTimeout), m_last);
+    m_deadline = std::max(m_deadline, std::min(now + kAckTimeout, m_pending ? m_last : m_quietEnd));
 }
 
 // A damaged frame counts as lost, and one that is no answer to this host's command as not there. A notice for

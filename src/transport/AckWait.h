@@ -65,8 +65,9 @@ public:
 
     // Without an id every acknowledgement is the command's. The wait ends with the access, if not before.
     AckWait(std::optional<std::uint16_t> id, Foreign foreign, Time now, const AccessTime& access)
-        : m_id(id), m_foreign(foreign), m_sent(now), m_last(access.start + AccessTime::kPatient),
-          m_deadline(std::min(now + kAckTimeout, access.end())) {}
+        : m_id(id), m_foreign(foreign), m_sent(now), m_quietEnd(access.end()),
+          m_last(access.start + AccessTime::kPatient), m_deadline(std::min(now + kAckTimeout, access.end())) {
+    }
     AckWait(std::optional<std::uint16_t> id, Foreign foreign, Time now)
         : AckWait(id, foreign, now, AccessTime{now}) {}
 
@@ -87,7 +88,8 @@ private:
     std::optional<std::uint16_t> m_id;
     Foreign m_foreign;
     Time m_sent;
-    Time m_last; // no deadline lies behind it
+    Time m_quietEnd; // of the access, without a notice
+    Time m_last;     // no deadline lies behind it
     Time m_deadline;
     std::size_t m_resends = 0; // that were told
     bool m_pending = false;

@@ -1,0 +1,237 @@
+// Several programs on one computer, each with a camera of its own on the same network interface, or all with
+// the same one. PROGRAMS_SECONDS in the environment makes the long look longer.
+#include "board/Board.h"
+#include "protocol/bootstrap.h"
+#include "support/net_namespace.h"
+#include "support/wired_camera.h"
+#include "system/session.h"
+
+#include <sys/mman.h>
+#include <sys/wait.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <functional>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using test_support::NetNamespace;
+using test_support::VirtualWire;
+
+const char* const kBoard = "[board 0]\n[board 0 port 0]\ninterface = host0\n";
+constexpr unsigned char kLastBytes[] = {0x41, 0x42, 0x43, 0x44};
+
+// What the processes share.
+struct Common {
+    std::atomic<bool> go{false}; // the cameras are there
+    std::atomic<int> ready{0};
+    std::atomic<bool> done{false};
+    struct Result {
+        std::atomic<long> good{0};
+        std::atomic<long> failed{0};
+        std::atomic<long> wrong{0};
+        std::atomic<int> codes[8]{};
+    } of[4];
+};
+
+// A process that is made while this one has one thread, and begins its work when it is told to.
+class Child {
+public:
+    Child(Common& common, const NetNamespace& space, const std::function<void()>& work) {
+        m_process = fork();
+        if (m_process == 0) {
+            const NetNamespace::Inside inside(space);
+            while (!common.go) {
+                usleep(1000);
+            }
+            work();
+            _exit(0);
+        }
+    }
+    ~Child() {
+        kill(m_process, SIGKILL);
+        wait();
+    }
+    void wait() {
+        int status = 0;
+        m_process > 0 ? waitpid(std::exchange(m_process, -1), &status, 0) : 0;
+    }
+    pid_t id() const { return m_process; }
+
+private:
+    pid_t m_process;
+};
+
+// The board of this process, and the camera with a MAC address that ends so.
+struct Program {
+    explicit Program(unsigned char lastByte) {
+        std::string error;
+        softboard::loadConfiguration(kBoard, error);
+        const unsigned char mac[] = {2, 0, 0, 0, 0, lastByte};
+        const bool found = Gbe_initBoard(0, 0, &board) == 0 && Gbe_scanNetwork(board, 0, 0) == 0 &&
+                           Gbe_getCameraByMac(board, 0, mac, &camera) == 0;
+        if (!found) {
+            _exit(1);
+        }
+    }
+
+    BoardHandle* board = nullptr;
+    CameraHandle* camera = nullptr;
+};
+
+class ProgramsTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!wire.error().empty()) {
+            GTEST_SKIP() << wire.error();
+        }
+        void* memory =
+            mmap(nullptr, sizeof(Common), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        ASSERT_NE(memory, MAP_FAILED);
+        common = new (memory) Common;
+    }
+    void TearDown() override { munmap(common, sizeof(Common)); }
+
+    // Cameras and service; from now on this process has threads.
+    void begin(unsigned cameras) {
+        for (unsigned i = 0; i < cameras; ++i) {
+            const std::string last = std::to_string(41 + i);
+            stations.push_back(std::make_unique<WiredCamera>(
+                wire.camera, "camera0",
+                plainCamera({{"mac", "02:00:00:00:00:" + last}, {"ip", "169.254.1." + last}})));
+        }
+        service.emplace();
+        common->go = true;
+    }
+
+    VirtualWire wire;
+    Common* common = nullptr;
+    std::vector<std::unique_ptr<WiredCamera>> stations;
+    std::optional<FakeService> service;
+};
+
+// All commands of all processes have the same ids at the same time.
+void bringIntoStep() {
+    const auto now = Clock::now().time_since_epoch() / std::chrono::microseconds(200);
+    board::findBoard(0)->get()->findPort(0)->setRequestId(static_cast<std::uint16_t>(now));
+}
+
+void count(Common::Result& result, int code, bool right) {
+    ++(code != 0 ? result.failed : right ? result.good : result.wrong);
+}
+
+// Reads what only this camera tells, and writes what only this process does.
+void workWith(unsigned char lastByte, Common& common, Common::Result& result) {
+    const Program program(lastByte);
+    if (Gbe_connectCamera(program.camera) != 0) {
+        _exit(1);
+    }
+    ++common.ready;
+    unsigned expected = static_cast<unsigned>(getpid()) << 8;
+    while (!common.done) {
+        unsigned low = 0;
+        bringIntoStep();
+        int code = Gbe_readRegister(program.camera, bootstrap::kMacLow, &low);
+        count(result, code, (low & 0xFF) == lastByte);
+        expected = (expected + 1) & 0x7FFFFFFF;
+        bringIntoStep();
+        code = Gbe_setIntegerValue(program.camera, "Number", expected);
+        long long value = -1;
+        Gbe_invalidateCache(program.camera);
+        bringIntoStep();
+        code = code != 0 ? code : Gbe_getIntegerValue(program.camera, "Number", &value);
+        count(result, code, value == expected);
+    }
+    Gbe_freeBoard(program.board);
+}
+
+TEST_F(ProgramsTest, WithACameraEachGetTheirOwnAnswers) {
+    const char* const asked = std::getenv("PROGRAMS_SECONDS");
+    const std::chrono::seconds time(asked != nullptr ? std::atoi(asked) : 2);
+    for (const int programs : {2, 4}) {
+        SCOPED_TRACE(programs);
+        stations.clear();
+        service.reset();
+        new (common) Common;
+        std::vector<std::unique_ptr<Child>> children;
+        for (int i = 0; i < programs; ++i) {
+            children.push_back(std::make_unique<Child>(
+                *common, wire.host, [this, i] { workWith(kLastBytes[i], *common, common->of[i]); }));
+        }
+        begin(static_cast<unsigned>(programs));
+        ASSERT_TRUE(eventually([&] { return common->ready == programs; }));
+        std::this_thread::sleep_for(time);
+        common->done = true;
+        for (int i = 0; i < programs; ++i) {
+            children[static_cast<std::size_t>(i)]->wait();
+            const Common::Result& result = common->of[i];
+            std::printf(
+                "program %d of %d: %ld right, %ld failed, %ld wrong\n", i + 1, programs, result.good.load(),
+                result.failed.load(), result.wrong.load());
+            EXPECT_GT(result.good, 0);
+            EXPECT_EQ(result.failed, 0);
+            EXPECT_EQ(result.wrong, 0);
+        }
+    }
+}
+
+// Works with the camera until the other program is done, and then still does.
+void hold(Common& common, Common::Result& result) {
+    const Program program(kLastBytes[0]);
+    result.codes[0] = Gbe_connectCamera(program.camera);
+    ++common.ready;
+    while (!common.done) {
+        usleep(1000);
+    }
+    result.codes[1] = Gbe_setIntegerValue(program.camera, "Number", 5);
+    GbeControlStatus status{};
+    Gbe_getControlStatus(program.camera, &status);
+    result.codes[2] = status.loss;
+    Gbe_freeBoard(program.board);
+}
+
+// Tries to work with it as well, and then only looks.
+void intrude(Common& common, Common::Result& result) {
+    while (common.ready == 0) {
+        usleep(1000);
+    }
+    const Program program(kLastBytes[0]);
+    const auto sent = softboard::portState(0, 0).framesSent;
+    result.codes[0] = Gbe_connectCamera(program.camera);
+    result.codes[1] = static_cast<int>(softboard::portState(0, 0).framesSent - sent);
+    int pid = 0;
+    char name[64] = {};
+    Gbe_getCameraUser(program.camera, &pid, name, sizeof name);
+    result.codes[2] = pid;
+    result.codes[3] = Gbe_connectCameraForReading(program.camera);
+    long long value = 0;
+    result.codes[4] = Gbe_getIntegerValue(program.camera, "Number", &value);
+    result.codes[5] = Gbe_setIntegerValue(program.camera, "Number", 1);
+    result.codes[6] = Gbe_executeCommand(program.camera, "AcquisitionStop");
+    GbeControlStatus status{};
+    Gbe_getControlStatus(program.camera, &status);
+    result.codes[7] = status.holder;
+    Gbe_freeBoard(program.board);
+    common.done = true;
+}
+
+TEST_F(ProgramsTest, TheSecondOfACameraMayLookAndNotTouch) {
+    Child holder(*common, wire.host, [this] { hold(*common, common->of[0]); });
+    Child intruder(*common, wire.host, [this] { intrude(*common, common->of[1]); });
+    begin(1);
+    const pid_t holding = holder.id();
+    intruder.wait();
+    holder.wait();
+    const auto codes = [&](int i) {
+        return std::vector<int>(std::begin(common->of[i].codes), std::end(common->of[i].codes));
+    };
+    EXPECT_EQ(codes(0), (std::vector<int>{0, 0, GBE_LOSS_NONE, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(
+        codes(1), (std::vector<int>{
+                      GBE_ERROR_CAMERA_BUSY, 0, holding, 0, 0, GBE_ERROR_NOT_WRITABLE, GBE_ERROR_NOT_WRITABLE,
+                      GBE_CONTROL_OTHER}));
+    EXPECT_EQ((*stations[0])->peekRegister(plain::kNumber), 5U);
+}
+
+} // namespace
