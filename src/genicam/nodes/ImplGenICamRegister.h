@@ -4,6 +4,7 @@
 
 #include "genicam/nodes/ImplGenICamInterfaces.h"
 #include "genicam/nodes/RegisterBytes.h"
+#include "genicam/nodes/limits.h"
 
 #include <algorithm>
 #include <chrono>
