@@ -50,7 +50,9 @@ public:
         }
     }
     ~Child() {
-        kill(m_process, SIGKILL);
+        if (m_process > 0) { // -1 would be everybody
+            kill(m_process, SIGKILL);
+        }
         wait();
     }
     void wait() {

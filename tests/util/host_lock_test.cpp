@@ -57,6 +57,7 @@ TEST(HostLock, EndsWithItsProcessAndNotWithAChildOfThat) {
         child = write(pipes[1], &child, sizeof child) > 0 ? child : -1;
         pause();
     }
+    ASSERT_GT(holder, 0);
     pid_t child = -1;
     ASSERT_EQ(read(pipes[0], &child, sizeof child), static_cast<ssize_t>(sizeof child));
     ASSERT_GT(child, 0);
