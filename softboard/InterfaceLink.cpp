@@ -36,8 +36,12 @@ bool isCommand(const std::uint8_t* frame, std::size_t size) {
            (frame[net::kSourceMac] & kGroupBit) == 0;
 }
 
+bool isArp(const std::uint8_t* frame, std::size_t size) {
+    return size >= net::kEthernetHeader && big(frame + net::kEtherType, 2) == net::kEtherTypeArp;
+}
+
 bool isArpRequest(const std::uint8_t* frame, std::size_t size) {
-    return size >= net::kArpEnd && big(frame + net::kEtherType, 2) == net::kEtherTypeArp &&
+    return size >= net::kArpEnd && isArp(frame, size) &&
            big(frame + net::kArpHardware, 2) == net::kArpEthernet &&
            big(frame + net::kArpProtocol, 2) == net::kEtherTypeIpv4 &&
            big(frame + net::kArpAddressLengths, 2) == net::kArpIpv4Lengths &&
@@ -171,7 +175,7 @@ void InterfaceLink::readStream() {
         }
         if (isArpRequest(frame.data(), frame.size())) {
             answerArp(frame.data());
-        } else {
+        } else if (!isArp(frame.data(), frame.size())) { // of other ARP the port wants nothing
             m_sink(frame.data(), frame.size());
         }
     }
