@@ -64,13 +64,10 @@ TEST_F(Gbe, WhatItPrints) {
         const char* out; // matched in parts, '|' between them
     } rows[] = {
         {{"boards"}, "BOARD|PORT 0|\n0      up      down"},
-        {{"boards", "--no-links"}, "BOARD\n0\n"},
         {{"scan"}, "BOARD  PORT  MAC|  IP  |\n0      0     |  169.254."},
         {{"info", "--port", "0"}, "MAC|Manufacturer|Model|Serial number"},
         {{"--port", "0", "get", "Width", "PixelFormat"}, "Width        1920\n|PixelFormat  Mono8\n"},
-        {{"--port", "0", "get", "-q", "Height"}, "1200\n"},
         {{"list", "--port", "0"}, "ImageFormatControl\n|  Width |integer|PixelFormat|enumeration|Mono8"},
-        {{"list", "--port", "0", "--all"}, "NAME|WidthReg|AcquisitionStart|command"},
         {{"--port", "0", "exec", "TimestampLatch"}, ""},
         {{"rescan"}, ""},
         {{"rescan", "--port", "1"}, ""},
@@ -78,7 +75,6 @@ TEST_F(Gbe, WhatItPrints) {
         {{"list", "--port", "0", "--standard"}, "ImageFormatControl\n|PixelFormat|enumeration|Mono8"},
         {{"--port", "0", "xml"}, "<?xml|<RegisterDescription|</RegisterDescription>"},
         {{"--version"}, "gbe 0."},
-        {{"--help"}, "boards|scan|demo"},
     };
     runAll(rows, [](const auto& row, const Outcome& outcome) {
         EXPECT_EQ(outcome.status, 0);
@@ -99,21 +95,14 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
          "gbe: DeviceModelName: " + fault(GBE_ERROR_NOT_WRITABLE)},
         {{"--port", "0", "set", "Width=1000000"}, "gbe: Width: " + fault(GBE_ERROR_ILLEGAL_VALUE)},
         {{"--port", "0", "set", "Width=wide"}, "gbe: Width: \"wide\" is not an integer\n"},
-        {{"--port", "0", "set", "ReverseX=maybe"}, "gbe: ReverseX: \"maybe\" is neither true nor false\n"},
-        {{"--port", "0", "set", "Gain=1x"}, "gbe: Gain: \"1x\" is not a number\n"},
         {{"--port", "0", "set", "TimestampLatch=1"},
          "gbe: TimestampLatch: is a command: gbe exec TimestampLatch\n"},
-        {{"--port", "0", "exec", "Width"}, "gbe: Width: " + fault(GBE_ERROR_ILLEGAL_NODE)},
         {{"--board", "3", "rescan"}, "gbe: rescan: board 3 cannot be opened\n"},
         {{"ip", "port", "0:4", "10.0.0.1"}, "gbe: port 0:4: no such port\n"},
         {{"ip", "port", "0:1", "10.0.0.255/24"}, "gbe: port 0:1: not an IPv4 address of a station\n"},
         {{"ip", "port", "0", "10.0.0.1"}, "gbe: \"0\" is not BOARD:PORT\n"},
         {{"ip", "port", "0:1", "ten"}, "gbe: \"ten\" is not an IPv4 address with the length of its mask\n"},
-        {{"set", "Width"}, "gbe: \"Width\": is not NAME=VALUE\n"},
         {{"--port", "1", "info"}, "gbe: camera on board 0 port 1: " + fault(GBE_ERROR_NO_CAMERAS_FOUND)},
-        {{"info", "--mac", "02:00:00:00:00:99"},
-         "gbe: camera on board 0: " + fault(GBE_ERROR_CAMERA_DOES_NOT_EXIST)},
-        {{"info", "--ip", "10.9.9.9"}, "gbe: camera on board 0: " + fault(GBE_ERROR_CAMERA_DOES_NOT_EXIST)},
         {{"info", "--name", "nobody"}, "gbe: camera \"nobody\": " + fault(GBE_ERROR_CAMERA_DOES_NOT_EXIST)},
         {{"--board", "3", "scan"},
          "gbe: board 3 (is gbe-service running?): " + fault(GBE_ERROR_BOARD_INITIALIZATION)},
@@ -155,13 +144,6 @@ TEST_F(Gbe, JsonIsJson) {
     EXPECT_EQ(values["PixelFormat"], QJsonValue("Mono8"));
 }
 
-TEST_F(Gbe, SavesTheDescriptionThatTheCameraHas) {
-    ASSERT_EQ(gbe({"--port", "0", "xml", "-o", "camera.xml"}).status, 0);
-    QFile file("camera.xml");
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll().toStdString(), gbe({"--port", "0", "xml"}).out);
-}
-
 // Cameras in another subnet than the port are found, marked and brought in.
 TEST_F(Gbe, AddressesAreShownAndSet) {
     const test::EnvironmentFile board(
@@ -178,13 +160,11 @@ TEST_F(Gbe, AddressesAreShownAndSet) {
         {{"ip", "set", "02:00:00:00:00:99", "10.1.2.4", "--mask", "8"}, "-> 10.1.2.4 (other subnet)\n"},
         {{"ip", "set", "far", "auto"}, ": looks for an address itself"},
         {{"ip", "set", "10.1.2.3", "169.254.7.100"}, "gbe: 2 cameras are \"10.1.2.3\": name one by", 1},
-        {{"ip", "set", "nobody", "169.254.7.100"}, "gbe: camera \"nobody\": camera does not exist", 1},
         {{"--port", "2", "ip", "set", "02:00:00:00:00:98", "169.254.7.100"},
          "gbe: 02:00:00:00:00:98: does not answer: " + fault(GBE_ERROR_CONNECTION),
          1},
         {{"ip", "set", "far", "169.254.7.42"}, "gbe: 169.254.7.42: is the address of port 0 itself\n", 1},
         {{"ip", "set", "far", "10.1.2.255", "--mask", "24"}, fault(GBE_ERROR_ILLEGAL_PARAMETER), 1},
-        {{"ip", "set", "far", "10.1"}, "gbe: \"10.1\" is not an IPv4 address\n", 1},
     };
     runAll(rows, [](const auto& row, const Outcome& outcome) {
         EXPECT_EQ(outcome.status, row.status);
@@ -307,7 +287,6 @@ TEST_F(Gbe, TheDoctorNamesWhatIsWrongAndWhatMendsIt) {
          1,
          "10.0.0.9 is in another subnet than port 1, 169.254.7.43/16\n|  mend    gbe "
          "ip set 02:|169.254.0.9\n1 problem.\n"},
-        {{"--port", "2", "doctor"}, 1, "FAIL  port 2    no link; "},
         {{"--port", "3", "doctor"},
          1,
          "FAIL  camera    02:00:00:00:00:01: 169.254.0.10 is another station's|"
