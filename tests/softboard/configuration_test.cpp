@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QDir>
+
 #include <cstdlib>
 #include <fstream>
 #include <thread>
@@ -124,6 +126,7 @@ TEST(Configuration, KeepsTheEarlierOneWhenANewOneFails) {
 
 TEST(Configuration, ComesFromTheFileThatTheEnvironmentNames) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
+    setenv("TMPDIR", qPrintable(QDir::currentPath()), 1);
     const struct {
         const char* file;
         const char* content;
@@ -140,6 +143,7 @@ TEST(Configuration, ComesFromTheFileThatTheEnvironmentNames) {
     for (const auto& row : rows) {
         EXPECT_EXIT(openBoard(row.file, row.content), testing::ExitedWithCode(row.result), row.complaint);
     }
+    EXPECT_EQ(QDir().entryList({"softboard_configuration_test-*"}).size(), 0) << "folders of their own";
 }
 
 TEST(Faults, AreDecidedForEachDirectionByItself) {

@@ -155,6 +155,15 @@ TEST_F(ControlTest, TakenAwayIsVisibleAndComesBackByConnecting) {
     Gbe_freeCamera(camera);
 }
 
+// Connecting prepares the camera with nine writes, and up to four times more while nobody has control.
+TEST_F(ControlTest, IsTriedAgainAndAgain) {
+    camera = session.findFirst();
+    constexpr auto kBusyDevice = static_cast<std::uint32_t>(gvcp::Status::Busy);
+    station->faults().add({Fault::Kind::Status, kBusyDevice, 4 * 9, gvcp::Command::WriteRegCmd});
+    EXPECT_EQ(Gbe_connectCamera(camera), 0);
+    EXPECT_EQ(station->report().privilege, bootstrap::kPrivilegeControl);
+}
+
 TEST_F(ControlTest, EndsWithARestartOfTheCamera) {
     connect();
     ASSERT_TRUE(eventually([&] { return station->peekRegister(bootstrap::kHeartbeatTimeout) == 8000U; }));
