@@ -267,40 +267,6 @@ TEST_F(Gbe, LeavesNoClutter) {
     EXPECT_EQ(QDir().entryList(QDir::AllEntries), before);
 }
 
-// The kinds of findings that need no wire; doctor_test has those that do.
-TEST_F(Gbe, TheDoctorNamesWhatIsWrongAndWhatMendsIt) {
-    const test::EnvironmentFile board(
-        "LIOMOL_SOFTBOARD",
-        "[board 0 port 0 camera]\nname = near\nip = 169.254.0.9\n[board 0 port 1 camera]\nip = 10.0.0.9\n"
-        "[board 0 port 3 camera]\nip = 169.254.0.10\nmac = 02:00:00:00:00:01\n"
-        "[board 0 port 3 camera]\nip = 169.254.0.10\nmac = 02:00:00:00:00:02\n");
-    const struct {
-        QStringList arguments;
-        int status;
-        const char* out; // in parts, '|' between them
-    } rows[] = {
-        {{"--port", "0", "doctor"},
-         0,
-         "ok    service   |ok    board 0   open\n|ok    port 0    link up; 02:|"
-         " near: 169.254.0.9, free, packets of 1500 bytes\nAll is well.\n"},
-        {{"--port", "1", "doctor"},
-         1,
-         "10.0.0.9 is in another subnet than port 1, 169.254.7.43/16\n|  mend    gbe "
-         "ip set 02:|169.254.0.9\n1 problem.\n"},
-        {{"--port", "3", "doctor"},
-         1,
-         "FAIL  camera    02:00:00:00:00:01: 169.254.0.10 is another station's|"
-         "gbe ip set 02:00:00:00:00:01 169.254.0.11\n|2 problems.\n"},
-        {{"--board", "3", "doctor"}, 1, "FAIL  board 3   the service cannot open it: 510 board 3"},
-    };
-    runAll(rows, [](const auto& row, const Outcome& outcome) {
-        EXPECT_EQ(outcome.status, row.status);
-        for (const QString& part : QString(row.out).split('|')) {
-            EXPECT_THAT(outcome.out, HasSubstr(part.toStdString()));
-        }
-    });
-}
-
 TEST_F(Gbe, TheDoctorGivesSilentCamerasTheirTimeAndNoMore) {
     std::string cameras;
     for (int i = 0; i < 64; ++i) {

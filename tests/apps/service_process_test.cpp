@@ -1,14 +1,11 @@
 // gbe-service as a real process, with the default board in software.
 #include "process.h"
-#include "service/GbeTransmission.h"
-#include "service/commands.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <QtCore/QFile>
 
-#include <array>
 #include <memory>
 #include <vector>
 
@@ -81,38 +78,6 @@ TEST_F(RunningService, AnswersEveryRequest) {
     for (const auto& row : rows) {
         EXPECT_THAT(client.ask(row.request), MatchesRegex(row.reply)) << row.request;
     }
-}
-
-TEST_F(RunningService, TheLibrarysClientUnderstandsIt) {
-    std::array<unsigned char, 6> mac{};
-    const std::array<unsigned char, 6> expected{2, 0, 0, 0, 0, 0x12};
-    bool up = true;
-    int board = -1;
-    unsigned port = 99;
-    GbeTransmission transmission;
-    ASSERT_TRUE(transmission.isEstablished());
-    EXPECT_TRUE(cmdStatus(transmission, 0, 2, &up, mac.data()));
-    EXPECT_FALSE(up);
-    EXPECT_EQ(mac, expected);
-    EXPECT_EQ(cmdCountBoards(transmission), 1);
-    EXPECT_EQ(cmdSetIp(transmission, 0, 2, "no address"), 0);
-    EXPECT_EQ(cmdOpen(transmission, 0, 2u, mac.data()), 0);
-    EXPECT_EQ(mac, expected);
-    EXPECT_EQ(cmdOpen(transmission, mac.data(), board, port), 0);
-    EXPECT_EQ(board, 0);
-    EXPECT_EQ(port, 2u);
-}
-
-TEST_F(RunningService, TakesRequestsInAnyPieces) {
-    RawClient client;
-    ASSERT_TRUE(client.send("COUNT BOARDS\nOPEN MAC x\nRESCAN BOARD 0 PORT 0\nCOUNT"));
-    for (const char byte : std::string(" BOARDS\n")) {
-        ASSERT_TRUE(client.send(std::string(1, byte)));
-    }
-    EXPECT_EQ(client.reply(), "200-1\n200 OK\n");
-    EXPECT_EQ(client.reply(), "510 not a MAC address\n");
-    EXPECT_EQ(client.reply(), "200 OK\n");
-    EXPECT_EQ(client.reply(), "200-1\n200 OK\n");
 }
 
 TEST_F(RunningService, ALookInProgressHoldsUpNobodyElse) {
@@ -230,21 +195,6 @@ TEST(ServiceLife, StopsWhileABoardIsBeingOpened) {
     EXPECT_EQ(service.stop().status, 0);
     EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(3)) << "opening takes 4";
     EXPECT_FALSE(QFile::exists(LIOMOL_SERVICE_SOCKET));
-}
-
-TEST(ServiceLife, ForeignServersKeepTheirSocket) {
-    const int foreign = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", LIOMOL_SERVICE_SOCKET);
-    ASSERT_EQ(bind(foreign, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(listen(foreign, 5), 0);
-    const test::Outcome outcome = ServiceProcess(kOneBoard).program().wait();
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("another program serves this socket"));
-    EXPECT_TRUE(QFile::exists(LIOMOL_SERVICE_SOCKET));
-    close(foreign);
-    QFile::remove(LIOMOL_SERVICE_SOCKET);
 }
 
 TEST(ServiceLife, MistakesAtTheStartAreOneLineEach) {

@@ -113,17 +113,4 @@ TEST_F(SelectionTest, ByUserNameTakesTheLastRecordWhicheverMatches) {
     }
 }
 
-TEST_F(SelectionTest, APortWithoutCamerasHasNone) {
-    camera place(board, kPort);
-    std::array<unsigned char, 6> mac{};
-    bool unique = false;
-    EXPECT_FALSE(place.selectCameraViaNumber(0, mac.data()));
-    EXPECT_FALSE(place.selectCameraViaUserName("", mac.data(), &unique));
-    EXPECT_TRUE(unique);
-    EXPECT_EQ(place.getModellName(), nullptr);
-    EXPECT_FALSE(camera(board, 4).selectCameraViaNumber(0, mac.data()));
-    EXPECT_FALSE(camera(nullptr, 0).selectCameraViaNumber(0, mac.data()));
-    EXPECT_EQ(camera(nullptr, 0).init(), 0);
-}
-
 } // namespace

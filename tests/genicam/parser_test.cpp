@@ -1,5 +1,4 @@
 // XML text into a tree of builders.
-#include "../../bench/generated_description.h"
 #include "genicam/description/GenICamParser.h"
 #include "genicam/description/GenICamTreeBuilder.h"
 #include "genicam/description/xml_outline.h"
@@ -8,8 +7,6 @@
 
 #include <functional>
 #include <limits>
-#include <map>
-#include <random>
 #include <sstream>
 
 using tavo::GenICamParser;
@@ -71,11 +68,8 @@ TEST(Parsing, GivesTheTree) {
          "<?xml version='1.0'?><?x <a> ?><!DOCTYPE a [<!ELEMENT a (b)>]><!-- <b> --><RegisterDescription/>",
          "2"},
         {"OtherRoot", "<Integer Name='A'/>", "null"},
-        {"GroupAsRoot", "<Group><RegisterDescription/></Group>", "null"},
-        {"SecondRootIsIgnored", "<RegisterDescription/><Integer/>", "2"},
         {"TextAsRoot", "hello", "null", parseError},
         {"Unclosed", "<RegisterDescription><Integer Name='A'/>", "null", parseError},
-        {"GarbageBehindTheRoot", inRoot("<Node Name='A'/>") + "garbage", "2 (Node 6 @A)", parseError},
         {"EveryKind",
          inRoot("<Node/><Category/><Integer/><IntReg/><MaskedIntReg/><Boolean/><Command/><Enumeration/"
                 "><EnumEntry/>"
@@ -106,14 +100,8 @@ TEST(Parsing, GivesTheTree) {
         {"CommentSplitsAnElementsText",
          inRoot("<SwissKnife><Formula>A <!-- plus --> + B<![CDATA[ < C]]>\n</Formula></SwissKnife>"),
          "2 (SwissKnife 20 Formula=A  + B < C.)"},
-        {"LastPieceIsTheContent",
-         inRoot("<pVariable>Wid<!-- c -->th</pVariable><pIndex>A<pValue>B</pValue></pIndex>"),
-         "2 (pIndex 1 pValue=B. 'A') (pVariable 1 'th')"},
-        {"BlanksStay", inRoot("<Integer><pValue>\n  A </pValue></Integer>"), "2 (Integer 14 pValue=\n  A .)"},
         {"LaterAttributeWins", inRoot("<Node Name='A' Name='B'/>"), "2 (Node 6 @B)"},
         {"ZeroByteFromAnEntity", inRoot("<ToolTip>a&#0;b</ToolTip>"), std::string("2 ToolTip=a\0b.", 14)},
-        {"UnknownEntityStays", inRoot("<ToolTip>&nbsp; &</ToolTip>"), "2 ToolTip=&nbsp; &."},
-        {"EntityBeyondUnicode", inRoot("<ToolTip>&#x110000;</ToolTip>"), "null", parseError},
         {"UnquotedAttribute", inRoot("<Node Name=A/>"), "null", parseError},
     };
     for (const auto& row : rows) {
@@ -145,23 +133,15 @@ TEST(Nesting, IsMeasuredAsTheParserWould) {
     } rows[] = {
         {"nothing", "", 0},
         {"elements", "<a><b><c/></b></a>", 2},
-        {"siblings", "<a><b></b><b></b></a>", 2},
         {"closed by other names", "<a><b></x></y><a>", 2},
         {"comment", "<a><!-- <b><b><b> --></a>", 1},
-        {"no comment", "<a><!- <b><c><d>", 3},
         {"CDATA", "<a><![CDATA[<b><b>]]></a>", 1},
         {"processing instruction", "<a><?x <b><b> ?></a>", 1},
-        {"question mark and bracket", "<a><?><b><c>?></a>", 1},
         {"document type", "<!DOCTYPE a [<b>[<c>]<d>] ><a>", 1},
-        {"document type without a blank", "<!DOCTYPE[><a><b>", 2},
-        {"declaration of another kind", "<a><!x <b><c>", 2},
         {"bracket in quotes", "<a x='<b><c>' y=\"'<d>\"><e/></a>", 1},
-        {"quote in a name", "<a\"><b><c>", 3},
-        {"quote in a closing name", "<a></a\"><b></a>", 1},
         {"quote in text", "<a>\"<b>'<c>", 3},
         {"error ends it", "<a><b x=1><c><d>", 1},
         {"text in front ends it", "x<a><b>", 0},
-        {"empty name ends it", "<a><><c><d>", 1},
     };
     for (const auto& row : rows) {
         EXPECT_TRUE(genicam::outlineXml(row.text.c_str(), row.depth).isShallow) << row.name;
@@ -179,42 +159,6 @@ TEST(Nesting, BeyondTheLimitIsAParseError) {
     EXPECT_EQ(parse(repeated("<RegisterDescription>", 1'000'000)), nullptr);
     EXPECT_EQ(parse("<RegisterDescription" + repeated("\"><a", 1'000'000)), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), parseError + parseError + parseError);
-}
-
-TEST(Parsing, GivesTheSameTreeInPiecesAndAsAWhole) {
-    std::string plain = generated::description(30);
-    plain.insert(
-        plain.rfind("</RegisterDescription>"),
-        "<Group><Group/><!-- <a> --><Group a='>'><Node Name='X'/></Group>"
-        "<Extension><Node/></Extension></Group><?p?>\n<Node Name='Y'/><ToolTip>t</ToolTip>");
-    EXPECT_EQ(describe(parse(plain).get()), describe(parse(plain + "<x/>").get()));
-    for (const std::string& text : std::vector<std::string>{
-             "", "<a>", "<a></a>x", "<a/><b/>", "<a>text</a>", "<a><![CDATA[text]]></a>",
-             "<![CDATA[text]]><a/>", "<a><Group>text</Group></a>", "<a><b></a>", "<a/><!--", "<a/><",
-             "<!-- only -->"}) {
-        EXPECT_FALSE(genicam::outlineXml(text.c_str()).isPlain) << text;
-    }
-    for (const std::string& text :
-         {std::string("<a/>"), std::string(" <a>\n</a> "), plain,
-          std::string("<?x?><!-- --><a b='c'><d>text</d><Group/></a><!x>")}) {
-        EXPECT_TRUE(genicam::outlineXml(text.c_str()).isPlain) << text;
-    }
-}
-
-TEST(Parsing, BearsEveryTruncation) {
-    const std::string text =
-        "\xEF\xBB\xBF<?xml version=\"1.0\"?><!DOCTYPE a [<!b>]>\n<RegisterDescription ModelName='&lt;M&#62;'>"
-        "<!-- c --><?pi x?><SwissKnife Name=\"S\"><pVariable Name='V'>A<![CDATA[B]]></pVariable>"
-        "<Formula>V&amp;&#x31;</Formula></SwissKnife></RegisterDescription>";
-    testing::internal::CaptureStdout();
-    for (std::size_t length = 0; length < text.size(); ++length) {
-        // An exact buffer, so that a sanitizer sees any step beyond it.
-        const auto cut = std::make_unique<char[]>(length + 1);
-        text.copy(cut.get(), length);
-        EXPECT_EQ(GenICamParser().parseMemory(cut.get()), nullptr) << "cut at " << length;
-    }
-    testing::internal::GetCapturedStdout();
-    EXPECT_NE(parse(text), nullptr);
 }
 
 TEST(Parsing, IsLinearInHostileRepetition) {
@@ -338,28 +282,6 @@ TEST(TreeBuilder, KeepsItsTexts) {
         ASSERT_EQ(text, view);
     }
     EXPECT_EQ(root.addElement("Name", inBuffer).text.data(), inBuffer.data());
-}
-
-TEST(TreeBuilder, OrdersByNameAndThenByInsertion) {
-    std::mt19937 random(7);
-    for (const std::size_t count : {3u, 20u, 500u}) {
-        GenICamTreeBuilder builder(GenICamTypes::Category);
-        std::multimap<std::string, std::string> model;
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::string name(1, static_cast<char>("aZpQ_b"[random() % 6]));
-            builder.addObject(name, GenICamTypes::Node).setContent(std::to_string(i));
-            model.emplace(name, std::to_string(i));
-            if (i % 7 == 0) { // a look in between makes the order early
-                EXPECT_EQ(builder.getAllObjectsByName("Z").size(), model.count("Z"));
-            }
-        }
-        auto expected = model.begin();
-        for (const auto& object : builder.getAllObjects()) {
-            EXPECT_EQ(object.name, expected->first);
-            EXPECT_EQ(object.builder->getContent(), expected->second);
-            ++expected;
-        }
-    }
 }
 
 } // namespace

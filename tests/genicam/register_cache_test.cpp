@@ -29,14 +29,9 @@ TEST(RegisterCache, MakesExactlyTheseAccesses) {
         {"write around", reg("N", 16, 4, caching("WriteAround")), forgetsWrites},
         {"polled hourly", reg("N", 16, 4, caching("NoCache")), forgetsWrites},
         {"polled always", reg("N", 16, 4, caching("NoCache", 0)), never},
-        {"negative polling time", reg("N", 16, 4, caching("NoCache", -5)), never},
 
         {"field, write through", reg("F", 0, 2, low + caching("WriteThrough"), "MaskedIntReg"),
          behindTheCache + "#F -> 0r 0w; F -> 10"},
-        {"field, write around", reg("F", 0, 2, low + caching("WriteAround"), "MaskedIntReg"),
-         behindTheCache + "#F -> 1r 0w; F -> 10"},
-        {"field, polled", reg("F", 0, 2, low + caching("NoCache"), "MaskedIntReg"),
-         behindTheCache + "#F -> 1r 0w; F -> 10"},
 
         // The index is read each time; that it has moved the register, only the address tells.
         {"moved",
@@ -75,8 +70,6 @@ TEST(RegisterCache, MakesExactlyTheseAccesses) {
          "@0=11; N -> 17; !stale; !fail; N -> transport layer exception; N -> transport layer exception; "
          "!heal; N -> 17"},
         {"failed write", reg("N", 0, 4), readBefore},
-        {"failed write around", reg("N", 0, 4, caching("WriteAround")), readBefore},
-        {"failed uncached write", reg("N", 0, 4, caching("NoCache")), readBefore},
         {"failed read before a field is written", reg("F", 0, 2, low + caching("NoCache"), "MaskedIntReg"),
          "@0=F0 55; F -> 15; !fail; F=1 -> transport layer exception; !heal; F -> 15"},
         {"failed text", reg("S", 0, 1, "", "StringReg"),

@@ -280,18 +280,6 @@ TEST(Dependencies, OfRegistersMakeThemStale) {
     }
 }
 
-TEST(Stages, LetLaterNodesOfANameWin) {
-    Device device(inRoot(
-        "<Float Name='A'><Value>2</Value></Float><Integer Name='A'><Value>3</Value></Integer>"
-        "<Integer Name='A'><Value>4</Value></Integer><Boolean Name='A'/><Integer Name='B'><pValue>A</pValue>"
-        "</Integer><Integer/><Enumeration Name='E'><EnumEntry Name='X'><Value>1</Value></EnumEntry>"
-        "<EnumEntry Name='X'><Value>2</Value></EnumEntry></Enumeration>"));
-    device.expect("B -> 4"); // Integers come after Booleans and Floats
-    const auto& entries = device.as<ImplGenICamEnumeration>("E").getEntries();
-    ASSERT_EQ(entries.size(), 2U);
-    EXPECT_EQ(entries[0]->getValue() * 10 + entries[1]->getValue(), 12);
-}
-
 std::string times(int count, const std::string& text) {
     std::string all;
     for (int i = 0; i < count; ++i) {
@@ -335,45 +323,6 @@ TEST(Stages, SpreadChangesToEachNodeOnceWhateverNamesItHowOften) {
         reg("R", 0, 4) + "<Integer Name='S'>" + times(1000, "<pSelected>T</pSelected>") + "</Integer>" +
         reg("T", 4, 4, times(1000, "<pInvalidator>R</pInvalidator>"))));
     device.expect("T -> 0; #T -> 0r 0w; R=1; #T -> 1r 0w; S=1; #T -> 1r 0w");
-}
-
-// All values of a tree, whatever they are: nothing may crash or hang.
-void readEverything(const std::string& xml, bool standard) {
-    Device device(xml, standard);
-    for (const GenICamNode* const node : device.camera.getNodes()) {
-        device.get(node->getName());
-    }
-}
-
-class Damaged : public testing::TestWithParam<bool> {};
-INSTANTIATE_TEST_SUITE_P(Read, Damaged, testing::Bool());
-
-TEST_P(Damaged, DescriptionsAreBorne) {
-    const std::string xml = inRoot(
-        "<StructReg><Address>0</Address><Length>2</Length><IntSwissKnife Name='K'><pVariable Name='X'>I"
-        "</pVariable><Formula>X*2</Formula></IntSwissKnife><pIndex Offset='2'>I</pIndex><StructEntry "
-        "Name='S'>"
-        "<LSB>3</LSB><MSB>1</MSB></StructEntry></StructReg><Integer Name='I'><Value>1</Value><pMax>E</pMax>"
-        "</Integer><Enumeration Name='E'><EnumEntry Name='On'><Value>1</Value></EnumEntry><pValue>I</pValue>"
-        "</Enumeration><Converter Name='C'><FormulaTo>FROM/2</FormulaTo><FormulaFrom>TO*2</FormulaFrom>"
-        "<pValue>S</pValue></Converter><String Name='T'><pValue>V</pValue></String><String "
-        "Name='V'/><Integer Name='X'>"
-        "<pIndex>I</pIndex><ValueIndexed Index='1'>7</ValueIndexed><pValueIndexed Index='0'>S</pValueIndexed>"
-        "<pInvalidator>E</pInvalidator></Integer><Float Name='F'><pValue>I</pValue><pValueCopy>X</pValueCopy>"
-        "</Float>");
-    readEverything(xml, GetParam());
-    testing::internal::CaptureStdout();
-    for (std::size_t i = 0; i < xml.size(); ++i) {
-        for (const char* const replacement : {"", "<", "9"}) {
-            std::string damaged = xml;
-            damaged.replace(i, 1, replacement);
-            try {
-                readEverything(damaged, GetParam());
-            } catch (const std::runtime_error&) { // no tree
-            }
-        }
-    }
-    testing::internal::GetCapturedStdout();
 }
 
 } // namespace

@@ -5,45 +5,6 @@
 namespace test_support {
 namespace {
 
-constexpr int kIllegalValue = status::IllegalValue;
-
-TEST(Integer, AcceptsWhatItsLimitsAndIncrementAllow) {
-    const struct {
-        const char* name;
-        std::int64_t min, max, inc, value;
-        int code;
-    } rows[] = {
-        {"highest", 0, 100, 10, 100, 0},
-        {"above", 0, 100, 10, 101, kIllegalValue},
-        {"below", 0, 100, 10, -10, kIllegalValue},
-        {"between increments", 0, 100, 10, 55, kIllegalValue},
-        {"increments count from zero", 1, 9, 2, 3, kIllegalValue},
-        {"not from the minimum", 1, 9, 2, 4, 0},
-        {"increment 0 counts as 1", 0, 9, 0, 7, 0},
-        {"negative increment", -9, 9, -3, 6, 0},
-        {"no trap", kLowest, kHighest, -1, kLowest, 0},
-        {"whole range", kLowest, kHighest, 1, kHighest, 0},
-    };
-    for (const char* const p : {"", "p"}) {
-        for (const auto& row : rows) {
-            SCOPED_TRACE(std::string(row.name) + p);
-            std::string nodes;
-            std::string limits;
-            for (const auto& [kind, value] :
-                 {std::pair{"Min", row.min}, std::pair{"Max", row.max}, std::pair{"Inc", row.inc}}) {
-                const std::string number = std::to_string(value);
-                nodes += std::string("<Integer Name='") + kind + "'><Value>" + number + "</Value></Integer>";
-                limits +=
-                    std::string("<") + p + kind + ">" + (*p == 0 ? number : kind) + "</" + p + kind + ">";
-            }
-            Device device(inRoot(nodes + "<Integer Name='I'><Value>1</Value>" + limits + "</Integer>"));
-            device.expect(
-                "I=" + std::to_string(row.value) + " -> " + std::to_string(row.code) + "; I -> " +
-                std::to_string(row.code == 0 ? row.value : 1));
-        }
-    }
-}
-
 TEST(Values, DoAsTheirScripts) {
     const std::string whole = reg("W", 0, 4, "<Sign>Signed</Sign>");
     const std::string real = reg("R", 8, 8, "", "FloatReg");
@@ -57,9 +18,6 @@ TEST(Values, DoAsTheirScripts) {
         {"integer over float", real + "<Integer Name='I'><pValue>R</pValue></Integer>",
          "I=41; R -> 41; R=-7.9; I -> -7; R=1e30; I -> 9223372036854775807; R=-1e30; "
          "I -> -9223372036854775808; R=nan; I -> 0"},
-        {"a text is no reference",
-         reg("S", 0, 4, "", "StringReg") + "<Integer Name='I'><Value>9</Value><pValue>S</pValue></Integer>",
-         "I -> 9"},
         {"Boolean",
          reg("N", 0, 1) +
              "<Boolean Name='B'><OnValue>5</OnValue><OffValue>3</OffValue><pValue>N</pValue></Boolean>"
@@ -72,6 +30,8 @@ TEST(Values, DoAsTheirScripts) {
              "<Integer Name='Six'><Value>6</Value></Integer><Command Name='C'><pValue>N</pValue>"
              "<pCommandValue>Six</pCommandValue></Command>",
          "C=; @0+1 -> 06; C -> active; @0=00; C -> inactive"},
+        {"a command without a node keeps its value",
+         "<Command Name='C'><CommandValue>3</CommandValue></Command>", "C -> inactive; C=; C -> active"},
         {"a command is asked at most once in its polling time, but again after its execution",
          reg("N", 0, 1, caching("NoCache", 0)) +
              "<Command Name='C'><pValue>N</pValue><CommandValue>1</CommandValue>"
@@ -90,17 +50,6 @@ TEST(Values, DoAsTheirScripts) {
          "Hex -> -255; F=1234567; F -> 1.23457e+06; F=100000; F -> 100000; F=1e-5; F -> 1e-05; F=-0; "
          "F -> -0"},
     });
-}
-
-TEST(Enumeration, TakesValuesOfItsEntriesOnly) {
-    Device device(
-        inRoot("<Enumeration Name='E'><EnumEntry Name='A'><Value>3</Value></EnumEntry></Enumeration>"));
-    auto& mode = device.as<tavo::ImplGenICamEnumeration>("E");
-    EXPECT_EQ(codeOf([&] { mode.getIntValue(); }), kIllegalValue);
-    EXPECT_EQ(codeOf([&] { mode.setIntValue(3); }), 0);
-    EXPECT_EQ(mode.getIntValue(), 3);
-    EXPECT_EQ(codeOf([&] { mode.setIntValue(1); }), kIllegalValue);
-    EXPECT_EQ(mode.getEntryByValue(1), nullptr);
 }
 
 // A SwissKnife with its formula and variables, which are pairs "NAME node".
@@ -130,12 +79,6 @@ TEST(Formulas, DoAsTheirScripts) {
     const std::string two = "<Integer Name='Two'><Value>2</Value></Integer>";
     runScripts({
         // A variable may bear a function's name, in any letter case.
-        {"nothing is kept, nothing is written",
-         whole + real + knife("K", "MAX * B + 1", {"Max W", "b R"}) +
-             "<SwissKnife Name='F'><Formula>1</Formula></SwissKnife><Integer "
-             "Name='I'><pValue>K</pValue></Integer>",
-         "W=4; R=0.5; K -> 3; W=6; K -> 4; K=1 -> feature not writable; F=1 -> feature not writable; I=1 -> "
-         "feature not writable"},
         {"faults",
          "<Boolean Name='Yes'/><Integer Name='Zero'/>" + reg("Far", 1 << 20, 4) + knife("Unknown", "U", {}) +
              knife("Boolean", "B", {"B Yes"}) + knife("Division", "1/Z", {"Z Zero"}) +
@@ -144,10 +87,6 @@ TEST(Formulas, DoAsTheirScripts) {
          "Unknown -> math error; Boolean -> math error; Division -> math error; Failing -> transport layer "
          "exception; Self -> illegal node; "
          "Empty -> math error; Lazy -> 3; NoNode -> math error"},
-        {"the latest variable of a name counts",
-         one + two + knife("S", "10 * A + B", {"b One", "A One", "B Two", "C Two", "c Missing"}) +
-             knife("T", "C", {"C Two", "c Missing"}),
-         "S -> 12; T -> math error"},
         {"converters", // an integer below takes the result without its fraction
          whole + real + "<Float Name='Shift'><Value>0.25</Value></Float><Boolean Name='B'/>" +
              converter("OverWhole", "FROM*2", "TO/2", "W") +
@@ -161,33 +100,7 @@ TEST(Formulas, DoAsTheirScripts) {
          "OverReal -> 1; Whole=-3; W -> -10; Whole -> -3; OverBoolean=4; B -> true; "
          "OverBoolean -> 1; OverMode=5; Mode -> B; OverMode -> 5; Alone=1 -> illegal node; "
          "Alone -> math error"},
-        {"the limits of the node below apply",
-         "<Integer Name='I'><Max>10</Max></Integer>" + converter("C", "FROM", "TO", "I", "IntConverter") +
-             converter("Self", "FROM", "TO", "Self", "IntConverter"),
-         "C=11 -> illegal value; C=10; I -> 10; Self=1 -> illegal node; Self -> illegal node"},
     });
-}
-
-TEST(Formulas, GiveTheirVariablesByKind) {
-    Device device(inRoot(
-        "<Integer Name='I'><Value>6</Value></Integer><Float Name='F'><Value>0.5</Value></Float>" +
-        knife("K", "A", {"A I", "B F"})));
-    auto& node = device.as<tavo::ImplGenICamIntSwissKnife>("K");
-    EXPECT_EQ(node.getIntegerVariable("a"), 6);
-    EXPECT_EQ(node.getFloatVariable("B"), 0.5);
-    EXPECT_THROW(node.getIntegerVariable("B"), int);
-    EXPECT_THROW(node.getFloatVariable("C"), int);
-    node.setImposedAccessMode(Access::RW);
-    EXPECT_EQ(node.getAccessMode(), Access::RO);
-}
-
-TEST(Formulas, ThatDoubleTheirWorkEndInTime) {
-    std::string nodes = knife("K0", "1", {});
-    for (int i = 1; i <= 40; ++i) {
-        nodes += knife("K" + std::to_string(i), "X+X", {"X K" + std::to_string(i - 1)});
-    }
-    Device device(inRoot(nodes));
-    device.expect("K10 -> 1024; K40 -> illegal node");
 }
 
 TEST(Registers, WhoseAddressesDoubleTheirWorkEndInTime) {

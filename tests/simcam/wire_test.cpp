@@ -235,26 +235,6 @@ TEST(SimcamReboot, WhatIsKeptStandsInAFile) {
     }
 }
 
-// Whatever a technician or the settings put into registers, the camera goes on.
-TEST(SimcamReboot, NothingPokedBreaksIt) {
-    for (const std::uint8_t byte : {0x00, 0x7F, 0x80, 0xFF}) {
-        Bench bench;
-        for (const simcam::RegisterFact& row : simcam::kRegisters) {
-            for (std::uint32_t offset = 0; offset < std::min(row.bytes(), 64u); offset += row.size) {
-                bench.camera->memory().poke(row.address + offset, Bytes(row.size, byte), bench.now);
-            }
-            bench.pass(milliseconds(10));
-            bench.camera->report(bench.now);
-        }
-        bench.camera->memory().poke(0xA204, be32(1), bench.now);
-        bench.pass(milliseconds(5000));
-        bench.camera->report(bench.now);
-        bench.camera->reboot(bench.now, milliseconds(0));
-        bench.due();
-        EXPECT_EQ(bench.read(0xA110, 4), be32(1920));
-    }
-}
-
 // --- slow writes ---
 
 TEST(SimcamSlowWrite, IsAnnouncedAndAnsweredWhenItIsDone) {

@@ -58,26 +58,16 @@ protected:
 
 TEST_F(FaultsTest, OfRegisterReads) {
     const FaultRow rows[] = {
-        {"wrong id once", {Fault::Kind::WrongId, 1, 1, Command::ReadRegCmd}, 0},
         {"wrong id for good",
          {Fault::Kind::WrongId, 1, kForever, Command::ReadRegCmd},
          GBE_ERROR_TRANSPORT_LAYER},
-        {"answered twice", {Fault::Kind::Duplicate, 1, 1, Command::ReadRegCmd}, 0},
         {"cut off once", {Fault::Kind::Truncate, 4, 1, Command::ReadRegCmd}, 0},
-        {"cut off for good",
-         {Fault::Kind::Truncate, 4, kForever, Command::ReadRegCmd},
-         GBE_ERROR_TRANSPORT_LAYER},
-        {"error status once", {Fault::Kind::Status, kBusy, 1, Command::ReadRegCmd}, 0},
         {"error status twice",
          {Fault::Kind::Status, kBusy, 2, Command::ReadRegCmd},
          GBE_ERROR_TRANSPORT_LAYER},
         {"silent once", {Fault::Kind::Silent, 0, 1, Command::ReadRegCmd}, 0},
-        {"silent for good",
-         {Fault::Kind::Silent, 0, kForever, Command::ReadRegCmd},
-         GBE_ERROR_TRANSPORT_LAYER},
         {"late once", {Fault::Kind::Delay, kLate, 1, Command::ReadRegCmd}, 0},
         {"announced and late", {Fault::Kind::Pending, kLate, 1, Command::ReadRegCmd}, 0},
-        {"damaged once", {Fault::Kind::Corrupt, 0, 1, Command::ReadRegCmd}, 0},
     };
     station->pokeRegister(plain::kNumber, 42);
     run(rows, [&] {
@@ -95,14 +85,10 @@ TEST_F(FaultsTest, OfRegisterWrites) {
         {"wrong id for good",
          {Fault::Kind::WrongId, 1, kForever, Command::WriteRegCmd},
          GBE_ERROR_TRANSPORT_LAYER},
-        {"answered six times", {Fault::Kind::Duplicate, 5, 1, Command::WriteRegCmd}, 0},
         {"always answered three times", {Fault::Kind::Duplicate, 2, kForever, Command::WriteRegCmd}, 0},
-        {"announced and late", {Fault::Kind::Pending, kLate, 1, Command::WriteRegCmd}, 0},
-        {"error status once", {Fault::Kind::Status, kBusy, 1, Command::WriteRegCmd}, 0},
         {"error status for good",
          {Fault::Kind::Status, kBusy, kForever, Command::WriteRegCmd},
          GBE_ERROR_TRANSPORT_LAYER},
-        {"silent once", {Fault::Kind::Silent, 0, 1, Command::WriteRegCmd}, 0},
         {"carried out, not answered", {Fault::Kind::LoseAck, 0, 1, Command::WriteRegCmd}, 0},
     };
     unsigned value = 1000;
@@ -117,12 +103,9 @@ TEST_F(FaultsTest, OfRegisterWrites) {
 
 TEST_F(FaultsTest, OfMemoryAccesses) {
     const FaultRow reads[] = {
-        {"error status once", {Fault::Kind::Status, kBusy, 1, Command::ReadMemCmd}, 0},
         {"error status for good",
          {Fault::Kind::Status, kBusy, kForever, Command::ReadMemCmd},
          GBE_ERROR_TRANSPORT_LAYER},
-        {"silent once", {Fault::Kind::Silent, 0, 1, Command::ReadMemCmd}, 0},
-        {"late once", {Fault::Kind::Delay, kLate, 1, Command::ReadMemCmd}, 0},
         {"announced and late", {Fault::Kind::Pending, kLate, 1, Command::ReadMemCmd}, 0},
         {"wrong id once", {Fault::Kind::WrongId, 1, 1, Command::ReadMemCmd}, 0},
     };
@@ -136,24 +119,12 @@ TEST_F(FaultsTest, OfMemoryAccesses) {
         return result;
     });
     const FaultRow writes[] = {
-        {"error status once", {Fault::Kind::Status, kBusy, 1, Command::WriteMemCmd}, 0},
         {"error status twice",
          {Fault::Kind::Status, kBusy, 2, Command::WriteMemCmd},
          GBE_ERROR_TRANSPORT_LAYER},
         {"silent once", {Fault::Kind::Silent, 0, 1, Command::WriteMemCmd}, 0},
     };
     run(writes, [&] { return Gbe_setStringValue(camera, "Text", "written"); });
-}
-
-TEST_F(FaultsTest, OfWholeConnections) {
-    Gbe_disconnectCamera(camera);
-    station->faults().add({Fault::Kind::Status, kBusy, kForever, Command::ReadMemCmd});
-    EXPECT_EQ(Gbe_connectCamera(camera), GBE_ERROR_XML_READ) << "no description";
-    EXPECT_EQ(station->report().privilege, 0U);
-    station->faults().clear();
-    EXPECT_EQ(Gbe_connectCamera(camera), 0);
-    expectSoundAgain(camera, *station);
-    Gbe_freeCamera(camera); // its board handle does not know it any more
 }
 
 } // namespace

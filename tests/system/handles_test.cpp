@@ -268,20 +268,6 @@ TEST(Switching, TakesTheCameraAlongWithItsFeatures) {
     EXPECT_EQ(stranger->report().privilege, kNoControl);
 }
 
-TEST(Switching, WithoutADescriptionLeavesTheFeaturesAway) {
-    Session session;
-    const auto station = session.rig.hang(0, 0, plainCamera());
-    CameraHandle* camera = session.findFirst();
-    softboard::detach(0, 0, std::shared_ptr<ethernet::Endpoint>(station));
-    softboard::attach(0, 1, std::shared_ptr<ethernet::Endpoint>(station));
-    ASSERT_EQ(Gbe_scanNetwork(session.board(), 1, 0), 0);
-    EXPECT_EQ(Gbe_switchCameraConnection(camera, session.board(), 1), 0);
-    long long value = 0;
-    EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), GBE_ERROR_CAMERA_NOT_CONNECTED);
-    EXPECT_EQ(Gbe_invalidateCache(camera), 0);
-    EXPECT_EQ(Gbe_enableChecks(camera, 1), 0);
-}
-
 TEST(Freeing, WorksInEveryOrder) {
     for (const bool boardFirst : {false, true}) {
         for (const bool disconnectFirst : {false, true}) {

@@ -78,16 +78,11 @@ TEST(ZipReader, DataOfOneEntry) {
         {"stored, more recorded than there is", {"x", kText, 0, 1000}, 1000, ""},
         {"deflated", {"x", kText, 8}, 1000, kText},
         {"deflated, recorded as empty", {"x", kLong, 8, 0}, 1000000, kLong},
-        {"deflated, recorded as larger", {"x", kText, 8, 999}, 1000, kText},
-        {"recorded as 4 GiB", {"x", kText, 8, 0xFFFFFFFF}, ZipReader::kMaxUnpackedSize, ""},
-        {"packed size recorded as 4 GiB", {"x", kText, 8, -1, 0xFFFFFFFF}, 1000, ""},
         {"packed size cuts the stream", {"x", kLong, 8, -1, 20}, 1000000, ""},
-        {"packed size of zero", {"x", kText, 8, -1, 0}, 1000, ""},
         {"unknown method", {"x", kText, 12}, 1000, ""},
         {"exactly the limit", {"x", kLong, 8, 0}, 100000, kLong},
         {"one byte above the limit, not told", {"x", kLong, 8, 0}, 99999, ""},
         {"stored above the limit", {"x", kLong, 0}, 99999, ""},
-        {"empty", {"x", "", 8}, 1000, ""},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(read(ZipArchive{{row.entry}}.bytes(), "x", row.limit), row.expected) << row.name;
@@ -105,13 +100,11 @@ TEST(ZipReader, WhatCountsAsAnArchive) {
         QByteArray bytes;
         int entries;
     } rows[] = {
-        {"nothing", "", 0},
         {"only a signature", "PK\3\4", 0},
         {"does not start with an entry", wrongStart, 0},
         {"longest comment", ZipArchive{one, QByteArray(65535, 'c')}.bytes(), 1},
         {"one more byte behind", ZipArchive{one, QByteArray(65535, 'c'), -1, "!"}.bytes(), 0},
         {"announces more than it holds", ZipArchive{one, {}, 65535}.bytes(), 1},
-        {"announces none", ZipArchive{one, {}, 0}.bytes(), 0},
         {"second record is bad", wrongEntry, 1},
     };
     for (QByteArray bytes; const auto& row : rows) {
@@ -120,17 +113,6 @@ TEST(ZipReader, WhatCountsAsAnArchive) {
         const ZipReader reader(&device);
         EXPECT_EQ(reader.count(), row.entries) << row.name;
         EXPECT_EQ(reader.hasEntries(), row.entries > 0) << row.name;
-    }
-}
-
-TEST(ZipReader, EveryTruncationIsWithoutEntriesOrWithoutData) {
-    const QByteArray whole = ZipArchive{{{"x", kText}, {"y", kLong}}, "comment"}.bytes();
-    for (int size = 0; size < whole.size() - 7; ++size) { // only the comment may miss
-        QByteArray part = whole.left(size);
-        QBuffer device(&part);
-        const ZipReader reader(&device);
-        EXPECT_FALSE(reader.hasEntries()) << size;
-        EXPECT_EQ(reader.fileData("y"), "") << size;
     }
 }
 
