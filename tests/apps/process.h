@@ -48,13 +48,17 @@ struct Outcome {
     std::string err;
 };
 
+// However this one ends.
+inline void endWithThisProcess([[maybe_unused]] QProcess& process) {
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
+#endif
+}
+
 class Program {
 public:
-    // It ends with this process, however that ends.
     Program(const char* file, const QStringList& arguments) {
-#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
-        m_process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
-#endif
+        endWithThisProcess(m_process);
         m_process.start(file, arguments);
     }
     ~Program() { m_process.kill(), m_process.waitForFinished(); }
