@@ -202,7 +202,7 @@ TEST(ServiceOnAWire, FollowsTheInterface) {
     ASSERT_TRUE(wire.host.shell("ip link add host0 address 06:00:00:00:00:01 type veth peer name camera0"));
     EXPECT_THAT(status(), testing::AllOf(HasSubstr(" MAC 06:00:00:00:00:01\n"), HasSubstr(" down\n")));
     ASSERT_TRUE(wire.host.shell("ip link set host0 up; ip link set camera0 up"));
-    EXPECT_TRUE(test::waitUntil([&] { return status().find(" up\n") != std::string::npos; }));
+    EXPECT_TRUE(eventually([&] { return status().find(" up\n") != std::string::npos; }));
     ASSERT_TRUE(wire.unplug());
     EXPECT_THAT(status(), testing::AllOf(HasSubstr(" MAC 06:00:00:00:00:01\n"), HasSubstr(" down\n")));
 }

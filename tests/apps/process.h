@@ -2,6 +2,7 @@
 #pragma once
 
 #include "liomol/gige.h"
+#include "support/wait.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
@@ -15,27 +16,13 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <functional>
 #include <string>
-#include <thread>
 
 namespace test {
 
 inline constexpr int kDeadlineMs = 60000;
-
-inline bool waitUntil(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kDeadlineMs);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
 
 // What a program says of a status at the end of a line.
 inline std::string fault(int code) {
@@ -68,7 +55,7 @@ public:
     // Waits until it has printed a text on standard output; what it printed before is gone then.
     bool prints(const std::string& text) {
         std::string seen;
-        return waitUntil([&] {
+        return eventually([&] {
             m_process.waitForReadyRead(0);
             seen += m_process.readAllStandardOutput().toStdString();
             return seen.find(text) != seen.npos;
@@ -171,7 +158,7 @@ public:
     explicit ServiceProcess(const QStringList& arguments = {})
         : m_program(GBE_SERVICE, QStringList{"--state", "state"} + arguments) {}
 
-    bool answers() { return waitUntil(serviceAnswers); }
+    bool answers() { return eventually(serviceAnswers); }
     Program& program() { return m_program; }
     Outcome stop(int signal = SIGTERM) {
         m_program.signal(signal);

@@ -2,6 +2,7 @@
 #include "Request.h"
 #include "Server.h"
 #include "Settings.h"
+#include "support/write_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,12 +18,6 @@ namespace {
 
 using namespace gbe_service;
 using testing::HasSubstr;
-
-void writeFile(const char* name, const std::string& text) {
-    QFile file(name);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(text.data(), static_cast<qint64>(text.size()));
-}
 
 TEST(ServiceRequests, LinesThatAreRequestsAndLinesThatAreNot) {
     const unsigned any = 4294967295;

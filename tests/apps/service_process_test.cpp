@@ -1,5 +1,6 @@
 // gbe-service as a real process, with the default board in software.
 #include "process.h"
+#include "support/write_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,12 +19,6 @@ using testing::MatchesRegex;
 using testing::StartsWith;
 
 const QStringList kOneBoard{"--boards", "0"};
-
-void writeFile(const char* name, const char* text) {
-    QFile file(name);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(text);
-}
 
 // One service for all tests that leave it as it was.
 class RunningService : public testing::Test {
@@ -143,7 +138,7 @@ TEST_F(RunningService, ClosesClientsThatNeverReadOrNeverAsk) {
     }
     EXPECT_TRUE(test::serviceAnswers()) << "others are served meanwhile";
     EXPECT_EQ(silent.line(), "") << "idle";
-    EXPECT_TRUE(test::waitUntil([&] { return !deaf.send("x") && (errno == EPIPE || errno == ECONNRESET); }));
+    EXPECT_TRUE(eventually([&] { return !deaf.send("x") && (errno == EPIPE || errno == ECONNRESET); }));
 }
 
 TEST_F(RunningService, ServesManyAtOnceAndRefusesMore) {
@@ -157,7 +152,7 @@ TEST_F(RunningService, ServesManyAtOnceAndRefusesMore) {
     EXPECT_EQ(last, "510 too many clients\n");
     EXPECT_GT(clients.size(), 250u);
     clients.clear();
-    EXPECT_TRUE(test::waitUntil(test::serviceAnswers));
+    EXPECT_TRUE(eventually(test::serviceAnswers));
 }
 
 TEST(ServiceLife, AStaleSocketIsReplacedAndAddressesAreKept) {
@@ -182,7 +177,7 @@ TEST(ServiceLife, EndsWithTheTestThatStartedIt) {
         raise(SIGKILL);
     };
     EXPECT_EXIT(beKilled(), testing::KilledBySignal(SIGKILL), "");
-    EXPECT_TRUE(test::waitUntil([] { return !test::serviceAnswers(); }));
+    EXPECT_TRUE(eventually([] { return !test::serviceAnswers(); }));
     QFile::remove(LIOMOL_SERVICE_SOCKET);
 }
 

@@ -5,6 +5,7 @@
 #include "support/fake_service.h"
 #include "support/introduce.h"
 #include "support/rig.h"
+#include "support/write_file.h"
 
 #include <gtest/gtest.h>
 
@@ -26,12 +27,6 @@ std::string descriptionOf(const std::string& model) {
         SchemaMajorVersion="1" SchemaMinorVersion="1" SchemaSubMinorVersion="0">
         <Integer Name=")" +
            model + R"(Value"><Value>7</Value></Integer></RegisterDescription>)";
-}
-
-void writeFile(const QString& name, const std::string& content) {
-    QFile file(name);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    ASSERT_EQ(file.write(content.data(), static_cast<qint64>(content.size())), qint64(content.size()));
 }
 
 class DescriptionTest : public testing::Test {

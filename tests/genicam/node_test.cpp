@@ -120,35 +120,6 @@ TEST(DeviceLock, NestsInItsThreadAndIsOnePerDevice) {
     EXPECT_TRUE(isFree(second));
 }
 
-TEST(DeviceLock, SerialisesAllNodeAccesses) {
-    Device device(inRoot(
-        reg("Counter", 0, 4, caching("NoCache")) + reg("Cached", 4, 4) +
-        "<Integer Name='Feature'><pValue>Cached</pValue></Integer>"));
-    auto& counter = device.as<ImplGenICamIntReg>("Counter");
-    constexpr int rounds = 2000;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < rounds; ++i) {
-                {
-                    const GenICamScopedReadWriteLock whole(&counter, GenICamScopedReadWriteLock::WriteLock);
-                    counter.setValue(counter.getValue() + 1);
-                }
-                auto* const found = device.camera.getNodeByName("Feature")->asInteger();
-                found->setValue(i);
-                found->getValue();
-                device.node("Feature").isVolatile();
-                device.node("Feature").isAvailable();
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(counter.getValue(), 4 * rounds);
-    EXPECT_FALSE(device.port.overlapped);
-}
-
 // ---- Spreading ----
 
 // How many nodes an invalidation visits.

@@ -1,6 +1,5 @@
 // Random formulas against slower models written from the same rules.
 #include "liomol/exceptions.h"
-#include "math/MathLiteral.h"
 #include "math/MathParser.h"
 #include "math/traces.h"
 
@@ -9,10 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <locale>
 #include <numeric>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -89,39 +86,6 @@ TEST(FormulaProperties, StandardOperatorsGroupByTheirLevels) {
         }
         const std::string text = std::accumulate(parts.begin(), parts.end(), std::string());
         ASSERT_EQ(traceOf(text, Quirks::none()), traceOf(bracketed(parts), Quirks::none())) << text;
-    }
-}
-
-template<typename T> std::optional<T> streamed(const std::string& text) {
-    std::istringstream stream(text);
-    stream.imbue(std::locale::classic());
-    if constexpr (std::is_integral_v<T>) {
-        stream.unsetf(std::ios::basefield);
-    }
-    T value{};
-    return stream >> value ? std::optional<T>(value) : std::nullopt;
-}
-
-TEST(FormulaProperties, LiteralsReadAsStreamsReadThem) {
-    const std::vector<std::string> pieces = {"0", "1", "7",  "8",  "9", "00", "12345678", "99999999",
-                                             ".", "E", "E+", "E-", "A", "X",  "308",      "-"};
-    Random random;
-    for (int i = 0; i < 100000; ++i) {
-        std::string text = random.oneOf<std::string>({"0", "3", ".", "9"});
-        for (std::size_t length = random.below(6); length > 0; --length) {
-            text += random.oneOf(pieces);
-        }
-        const tavo::math::Literal literal = tavo::math::readLiteral(text);
-        const auto integer = streamed<std::int64_t>(text);
-        if (text.starts_with("0X") && !integer) { // too long for the stream, not for wrapping around
-            continue;
-        }
-        ASSERT_EQ(literal.integer, integer) << text;
-        if (text.starts_with("0X")) {
-            continue;
-        }
-        const auto real = streamed<double>(text);
-        ASSERT_EQ(literal.real, real ? real : integer ? std::optional<double>(*integer) : real) << text;
     }
 }
 

@@ -2,6 +2,7 @@
 #include "harness.h"
 
 #include "simcam/Camera.h"
+#include "support/wait.h"
 
 #include <condition_variable>
 #include <fstream>
@@ -35,13 +36,6 @@ protected:
         std::unique_lock lock(m_mutex);
         m_arrived.wait_for(lock, seconds(20), [&] { return m_frames.size() >= count; });
         return m_frames;
-    }
-    template<class Condition> static bool eventually(Condition condition) {
-        const auto limit = simcam::Clock::now() + seconds(20);
-        while (!condition() && simcam::Clock::now() < limit) {
-            std::this_thread::yield();
-        }
-        return condition();
     }
 
 private:

@@ -41,10 +41,6 @@ TEST(SimcamFeatures, Behave) {
          "FrameRate=50; +1000; FramesSent?300; StreamPort=0; +1000; FramesSent?350; PacketsSent?63600;"
          "AcquisitionStop=1; +5000; FramesSent?350; DeviceStatus?5; StatisticsReset=1; FramesSent?0;"
          "Width=320"},
-        {"continuous", "AcquisitionFrameCount=5; AcquisitionStart=1; +10000; FramesSent?300; DeviceStatus?7;"
-                       "AcquisitionAbort=1; DeviceStatus?5"},
-        {"single frame", "AcquisitionMode=1; AcquisitionFrameCount=5; AcquisitionStart=1; +10000;"
-                         "FramesSent?1; DeviceStatus?5"},
         {"five frames", "AcquisitionMode=2; AcquisitionFrameCount=5; AcquisitionStart=1; +10000;"
                         "FramesSent?5; DeviceStatus?5; AcquisitionStart=1; +10000; FramesSent?10"},
         {"exposure and link limit the rate",
@@ -77,9 +73,6 @@ TEST(SimcamFeatures, Behave) {
          "OffsetX?1280; LineSource?2; LutValue#511?77; BinningHorizontal?0"},
         {"loading a user set has the consequences of writing", // the default set counts nothing
          "CounterEventSource=2; +1000; CounterReset=1; +5; UserSetLoad=1; +1000; CounterValue?5000"},
-        {"temperatures rise", // by 9 degrees, with a minute's inertia
-         "Temperature?38; Temperature#1?41.5; AcquisitionStart=1; +120000; Temperature?45.782;"
-         "Temperature#1?49.282; AcquisitionStop=1; +600000; Temperature?38.0004"},
         {"timestamps run, latch and restart", // 120 s are 15000000000 ticks
          "+120000; TimestampLatch=1; TimestampControl=2; TimestampLatched?15000000000; TimestampHigh?3;"
          "TimestampLow?0x7E11D600; Uptime?0xE270700000000; TimestampControl=1; +8; TimestampLatch=1;"

@@ -5,6 +5,7 @@
 
 #include "support/golden.h"
 #include "support/net_namespace.h"
+#include "support/wait.h"
 
 #include <arpa/inet.h>
 #include <atomic>
@@ -62,17 +63,6 @@ Bytes tagged(Bytes frame, std::uint8_t vlan) {
     const Bytes tag = {0x81, 0x00, 0x60, vlan};
     frame.insert(frame.begin() + 12, tag.begin(), tag.end());
     return frame;
-}
-
-bool eventually(const std::function<bool()>& condition) {
-    const auto end = Clock::now() + kGenerous;
-    while (!condition()) {
-        if (Clock::now() > end) {
-            return false;
-        }
-        std::this_thread::yield();
-    }
-    return true;
 }
 
 TEST_F(InterfacePort, TakesInWhatIsForItAndNothingElse) {
@@ -208,18 +198,6 @@ TEST_F(InterfacePort, ComesBackWithItsInterface) {
     }
     EXPECT_TRUE(exchange(0xEE));
     reader.join();
-}
-
-TEST_F(InterfacePort, BearsFaultsLikeAnyOther) {
-    useInterface("receive_fault_delay = 1\nsend_fault_drop = 1\nfault_seed = 1\n");
-    const OpenBoard board;
-    board.enable();
-    board.send(0, kCommand);
-    EXPECT_TRUE(eventually([] { return state(0).link.dropped == 1; }));
-    EXPECT_EQ(state(0).link.sent, 0U);
-    fromCamera(golden::load("arp_request"));
-    Bytes got;
-    EXPECT_EQ(board.receive(0, got, kWaitMs), 0) << "a late frame wakes the reader in the socket";
 }
 
 TEST(SpinChoice, LooksWhereThatIsFasterAndNoticesWhenItIsNot) {

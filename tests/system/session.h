@@ -5,29 +5,15 @@
 #include "simcam/Camera.h"
 #include "support/fake_service.h"
 #include "support/rig.h"
+#include "support/wait.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <chrono>
 #include <memory>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
-
-// Waits for a condition with a deadline that only a fault can reach.
-template<typename Condition> bool eventually(Condition&& condition) {
-    constexpr std::chrono::seconds kDeadline{60};
-    const auto end = std::chrono::steady_clock::now() + kDeadline;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
 
 // The addresses of the plain camera's registers, one word each except for the text.
 namespace plain {

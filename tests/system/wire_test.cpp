@@ -2,6 +2,7 @@
 // other, each a process in a network namespace of its own.
 #include "apps/process.h"
 #include "support/net_namespace.h"
+#include "support/write_file.h"
 #include "system/dissector.h"
 
 #include <gmock/gmock.h>
@@ -19,12 +20,6 @@ using test_support::VirtualWire;
 using testing::HasSubstr;
 
 const char* const kBoard = "[board 0]\n[board 0 port 0]\ninterface = host0\n";
-
-void writeFile(const char* name, const char* text) {
-    QFile file(name);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(text);
-}
 
 class WireTest : public testing::Test {
 protected:
@@ -52,14 +47,14 @@ protected:
     void startService(const QStringList& as) {
         m_as = as;
         m_service = start(s_wire->host, GBE_SERVICE, {"--state", "state"});
-        ASSERT_TRUE(test::waitUntil(test::serviceAnswers));
+        ASSERT_TRUE(eventually(test::serviceAnswers));
     }
     void startAll(const QStringList& as = {}) {
         startService(as);
         m_camera = start(
             s_wire->camera, GBE_SIMCAM,
             {"--interface", "camera0", "--camera", "mac=02:00:00:00:00:41,ip=169.254.1.65,name=over there"});
-        ASSERT_TRUE(test::waitUntil([&] {
+        ASSERT_TRUE(eventually([&] {
             return start(s_wire->host, GBE, {"scan"})->wait().out.find("over there") != std::string::npos;
         }));
     }
@@ -100,7 +95,7 @@ protected:
 
 TEST_F(WireTest, TheMainJobIsSoundToAnIndependentDissector) {
     const auto recorder = start(s_wire->host, "dumpcap", {"-q", "-i", "host0", "-w", "wire.pcapng"});
-    ASSERT_TRUE(test::waitUntil([] { return QFile("wire.pcapng").size() > 0; }));
+    ASSERT_TRUE(eventually([] { return QFile("wire.pcapng").size() > 0; }));
     startAll();
     // These look without taking control, beside those that do.
     const auto info = start(s_wire->host, GBE, {"info", "--mac", "02:00:00:00:00:41"});
