@@ -1,5 +1,5 @@
-// gbe-simcam: its commands on cameras without a wire, and the whole program on one end of a virtual wire with
-// a plain UDP socket as the client on the other.
+// gbe-simcam: its commands on cameras without a wire, and the whole program on one end of a virtual wire.
+// The tests of gbe and of the whole system talk to its cameras.
 #include "process.h"
 
 #include "Configuration.h"
@@ -10,17 +10,12 @@
 
 #include <gmock/gmock.h>
 
-#include <arpa/inet.h>
 #include <fstream>
-#include <net/if.h>
-#include <set>
-#include <sys/socket.h>
 
 namespace {
 
 using namespace gbe_simcam;
 using testing::HasSubstr;
-using Bytes = std::vector<std::uint8_t>;
 
 // --- commands ---
 
@@ -112,69 +107,6 @@ TEST(GbeSimcamConsole, TakesCommands) {
 
 // --- the program ---
 
-// A client as anybody would write it: a UDP socket.
-class Client {
-public:
-    Client() : m_socket(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-        const int on = 1;
-        setsockopt(m_socket, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
-        setsockopt(m_socket, SOL_SOCKET, SO_BINDTODEVICE, "host0", sizeof "host0");
-        const timeval limit{0, 100000};
-        setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    }
-    ~Client() { close(m_socket); }
-
-    void send(const char* to, Bytes command) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(3956);
-        inet_pton(AF_INET, to, &address.sin_addr);
-        sendto(
-            m_socket, command.data(), command.size(), 0, reinterpret_cast<sockaddr*>(&address),
-            sizeof address);
-    }
-    // Acknowledgement by acknowledgement, with the sender before it; empty when none comes soon.
-    Bytes receive(std::string& from) {
-        sockaddr_in address{};
-        socklen_t size = sizeof address;
-        Bytes bytes(2000);
-        const ssize_t got =
-            recvfrom(m_socket, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&address), &size);
-        bytes.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
-        char text[INET_ADDRSTRLEN] = "";
-        inet_ntop(AF_INET, &address.sin_addr, text, sizeof text);
-        from = text;
-        return bytes;
-    }
-    // The answer to a command that is repeated until there is one.
-    Bytes ask(const char* to, const Bytes& command) {
-        Bytes answer;
-        std::string from;
-        eventually([&] {
-            send(to, command);
-            answer = receive(from);
-            return !answer.empty();
-        });
-        return answer;
-    }
-    // Who answers to discovery, until there are as many.
-    std::set<std::string> discover(std::size_t count) {
-        std::set<std::string> found;
-        eventually([&] {
-            send("255.255.255.255", {0x42, 0x11, 0, 2, 0, 0, 0, 1});
-            std::string from;
-            while (receive(from).size() == 256) {
-                found.insert(from);
-            }
-            return found.size() >= count;
-        });
-        return found;
-    }
-
-private:
-    const int m_socket;
-};
-
 class GbeSimcam : public testing::Test {
 protected:
     void SetUp() override {
@@ -191,31 +123,16 @@ protected:
     const test_support::VirtualWire wire;
 };
 
-TEST_F(GbeSimcam, IsFoundReadAndControlled) {
+TEST_F(GbeSimcam, IsControlledAndKeepsItsState) {
     const test_support::NetNamespace::Inside inside(wire.camera);
     test::Program program(
         GBE_SIMCAM, {"--interface", "camera0", "--control", "sock", "--camera",
                      "mac=02:11:22:33:44:55,ip=169.254.7.100,name=left\\, eye,state=kept", "--camera",
                      "ip=169.254.7.100,latency=0"});
-    const Bytes read{0x42, 1, 0, 0x80, 0, 4, 0, 9, 0, 0, 0xA1, 0x10};
-    {
-        const test_support::NetNamespace::Inside host(wire.host);
-        Client client;
-        EXPECT_EQ(client.discover(1), std::set<std::string>{"169.254.7.100"}) << "two of one address";
-        EXPECT_EQ(client.ask("169.254.7.100", read), (Bytes{0, 0, 0, 0x81, 0, 4, 0, 9, 0, 0, 7, 0x80}));
-    }
+    EXPECT_TRUE(eventually([] { return control({"list"}).starts_with("0 "); }));
     EXPECT_EQ(control({"1", "get", "UserDefinedName"}), "0 left, eye\n");
-    EXPECT_EQ(control({"2 silent"}), "0 ");
-    ASSERT_TRUE(wire.host.shell("ip neigh flush dev host0")); // where the second one may have won
-    EXPECT_EQ(control({"1", "fault", "status=0x8007 forever readreg"}), "0 ");
     EXPECT_EQ(control({"1 fault loud"}), "1 gbe-simcam: fault 'loud': 'loud' is not understood\n");
     EXPECT_EQ(control({std::string(5000, 'x').c_str()}), "1 gbe-simcam: the line is too long\n");
-    {
-        const test_support::NetNamespace::Inside host(wire.host);
-        Client client;
-        const Bytes busy = client.ask("169.254.7.100", read);
-        EXPECT_EQ((Bytes{busy.begin(), busy.begin() + 4}), (Bytes{0x80, 7, 0, 0x81}));
-    }
     EXPECT_EQ(
         test::Program::run(GBE_SIMCAM, {"--interface", "camera0", "--control", "sock"}).err,
         "gbe-simcam: control socket 'sock' is in use by another process\n");
