@@ -18,7 +18,6 @@ using std::chrono::seconds;
 
 constexpr int kBoards = 8;
 constexpr int kPorts = 4;
-constexpr seconds kLongestCall{60};  // a connect has a dozen commands of up to two attempts of two seconds
 constexpr double kFewestGood = 0.95; // of all reads and writes: those with both attempts lost are about 1 %
 constexpr int kControlLost =
     GBE_ERROR_CONNECTION;             // a late copy of the command that gave control back took it away
@@ -72,25 +71,11 @@ public:
         EXPECT_GT(rounds, time.count() / 2) << place();
     }
 
-    // Seconds that the call under way has taken so far; it names the call.
-    std::pair<seconds, const char*> underWay() const {
-        const std::lock_guard lock(m_mutex);
-        return {
-            m_call == nullptr ? seconds(0) : std::chrono::duration_cast<seconds>(Clock::now() - m_since),
-            m_call};
-    }
     std::string place() const { return std::to_string(m_board) + "." + std::to_string(m_port); }
 
 private:
     template<typename Call> int call(const char* name, Call&& run) {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_call = name;
-            m_since = Clock::now();
-        }
         const int result = run();
-        const std::lock_guard lock(m_mutex);
-        m_call = nullptr;
         m_totals.count(name, result);
         return result;
     }
@@ -207,31 +192,13 @@ private:
     std::uint32_t m_numberBefore = 0;
     std::string m_textBefore;
     std::vector<std::string> m_texts;
-    mutable std::mutex m_mutex;
-    const char* m_call = nullptr; // guarded by m_mutex, and so is what follows
-    Clock::time_point m_since;
 };
-
-// Ends the program when a call hangs; there is no other way out of a call.
-void watch(const std::vector<std::unique_ptr<User>>& users, const std::atomic<std::size_t>& running) {
-    while (running > 0) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        for (const auto& user : users) {
-            const auto [time, name] = user->underWay();
-            if (time > kLongestCall) {
-                std::fprintf(stderr, "soak: %s: %s hangs\n", user->place().c_str(), name);
-                std::abort();
-            }
-        }
-    }
-}
 
 void soak(seconds time, unsigned seed, Totals& totals) {
     {
         Session session(kBoards);
         std::vector<std::unique_ptr<User>> users;
         std::vector<std::thread> threads;
-        std::atomic<std::size_t> running = kBoards * kPorts;
         for (int place = 0; place < kBoards * kPorts; ++place) {
             const int board = place / kPorts;
             const int port = place % kPorts;
@@ -240,12 +207,8 @@ void soak(seconds time, unsigned seed, Totals& totals) {
             softboard::setFaultPlan(board, port, badWire(seed * 64 + static_cast<unsigned>(place)));
         }
         for (const auto& user : users) {
-            threads.emplace_back([&running, time, &user = *user] {
-                user.run(time);
-                --running;
-            });
+            threads.emplace_back([time, &user = *user] { user.run(time); });
         }
-        watch(users, running);
         for (std::thread& thread : threads) {
             thread.join();
         }
