@@ -220,18 +220,6 @@ TEST(SimcamGvcp, DiscoveryIsAnsweredWhereTheHostCanHear) {
     }
 }
 
-TEST(SimcamGvcp, DiscoveryAcksSpreadOverTheirDelay) {
-    Bench bench({{"mac", "02:11:22:33:44:57"}, {"latency", "3"}});
-    bench.camera->memory().poke(0x0950, be32(100), bench.now);
-    EXPECT_TRUE(bench.exchange(bench.frame(bench.host, Bench::message(0x02, 5, {}), true)).empty());
-    const auto due = bench.camera->deadline();
-    ASSERT_TRUE(due);
-    EXPECT_GT(*due, bench.now + milliseconds(3));
-    EXPECT_LE(*due, bench.now + milliseconds(103));
-    bench.now = *due;
-    EXPECT_EQ(bench.due().size(), 1u);
-}
-
 TEST(SimcamGvcp, ForceIpMovesTheCamera) {
     const Bytes address = Bytes(2) + Bytes{0x02, 0x11, 0x22, 0x33, 0x44, 0x55} + Bytes(12) +
                           be32(0x0A000005) + Bytes(12) + be32(0xFF000000) + Bytes(12) + be32(0x0A000001);
@@ -292,16 +280,6 @@ TEST(SimcamGvcp, FaultsSpoilTheAnswersThatTheyAreMeantFor) {
         EXPECT_EQ(bench.read(kWidth, 4), be32(row.executed ? 64 : 1920));
         EXPECT_EQ(ackOf(bench.exchange(command).at(0)).id, 40) << "sent again it gets the sound answer";
     }
-}
-
-TEST(SimcamGvcp, ACorruptAnswerIsNoSoundDatagram) {
-    Bench bench(ethernet::Settings{{"faults", "corrupt"}});
-    const Bytes command = bench.frame(bench.host, Bench::message(0x80, 2, be32(kWidth)));
-    const Bytes damaged = bench.exchange(command).at(0);
-    Bytes sound = bench.exchange(command).at(0);
-    EXPECT_EQ(ackOf(sound).payload, be32(1920));
-    sound[53] ^= 0xFF;
-    EXPECT_EQ(damaged, sound);
 }
 
 } // namespace

@@ -316,24 +316,4 @@ TEST(SimcamLinkFaults, StrikeTheDirectionsThatTheyAreMeantFor) {
     }
 }
 
-TEST(SimcamLinkFaults, RepeatThemselvesForOneSeed) {
-    const auto session = [](const std::string& faults) {
-        Bench bench(ethernet::Settings{{"link-faults", faults}});
-        std::vector<Bytes> sent;
-        for (std::uint16_t id = 1; id <= 200; ++id) {
-            bench.camera->receive(bench.frame(bench.host, Bench::message(0x80, id, be32(0xA110))), bench.now);
-            for (const auto& [time, frame] : watch(bench, milliseconds(2))) {
-                sent.push_back(frame);
-            }
-        }
-        return sent;
-    };
-    const std::string faults = "drop=0.1 duplicate=0.1 reorder=0.2 corrupt=0.1 delay=0.2 seed=";
-    EXPECT_EQ(session(faults + "7"), session(faults + "7"));
-    EXPECT_NE(session(faults + "7"), session(faults + "8"));
-    const auto mixed = session("out-reorder=0.3");
-    EXPECT_GT(mixed.size(), 190u);
-    EXPECT_FALSE(std::ranges::is_sorted(mixed)) << "frames that differ in the id alone overtake each other";
-}
-
 } // namespace

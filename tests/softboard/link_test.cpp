@@ -242,10 +242,7 @@ TEST_F(Links, HaveTheFaultsThatTheSeedPicks) {
     } rows[] = {
         {"no faults", &Faults::drop, 0, 200, 200, 0, 0, 0},
         {"drop some", &Faults::drop, 0.25, 120, 180, 0, 0, -1},
-        {"drop all", &Faults::drop, 1, 0, 0, 0, 0, -1},
-        {"duplicate some", &Faults::duplicate, 0.25, 220, 280, 0, 0, -1},
         {"duplicate all", &Faults::duplicate, 1, 400, 400, 0, 0, -1},
-        {"flip all", &Faults::flip, 1, 200, 200, 200, 200, -1},
         {"flip some", &Faults::flip, 0.25, 200, 200, 20, 80, -1},
         {"swap some with their successors", &Faults::reorder, 0.25, 200, 200, 0, 0, 12},
         {"truncate all: below a header is an error", &Faults::truncate, 1, 120, 180, 120, 180, -1},

@@ -53,16 +53,6 @@ protected:
     CameraHandle* m_camera = nullptr;
 };
 
-TEST_F(LossTest, PulledForAMomentNeedsNothing) {
-    ASSERT_TRUE(s_wire->camera.shell("ip link set camera0 down"));
-    EXPECT_TRUE(eventually([] { return !softboard::portState(0, 0).linkUp; }));
-    ASSERT_TRUE(s_wire->camera.shell("ip link set camera0 up"));
-    EXPECT_TRUE(eventually([&] { return read() == 7; }));
-    EXPECT_EQ(write(8), 0);
-    EXPECT_EQ((*m_station)->peekRegister(plain::kNumber), 8U);
-    EXPECT_EQ(loss(), GBE_LOSS_NONE);
-}
-
 TEST_F(LossTest, PulledForLongIsConnectedAnewWhenItIsBack) {
     ASSERT_TRUE(s_wire->camera.shell("ip link set camera0 down"));
     EXPECT_TRUE(eventually([&] { return write(8) == GBE_ERROR_CONNECTION; }));
@@ -72,16 +62,6 @@ TEST_F(LossTest, PulledForLongIsConnectedAnewWhenItIsBack) {
     EXPECT_TRUE(eventually([&] { return Gbe_connectCamera(m_camera) == 0; }));
     EXPECT_EQ(loss(), GBE_LOSS_NONE);
     EXPECT_EQ(read(), 7) << "nothing was written meanwhile";
-}
-
-TEST_F(LossTest, RebootedHasOtherValues) {
-    (*m_station)->reboot(simcam::milliseconds(100));
-    EXPECT_TRUE(eventually([&] { return write(8) == GBE_ERROR_CONNECTION; }));
-    EXPECT_EQ(loss(), GBE_LOSS_REBOOTED);
-    ASSERT_EQ(Gbe_connectCamera(m_camera), 0);
-    EXPECT_EQ(read(), 0) << "from before the reboot";
-    EXPECT_EQ(write(9), 0);
-    EXPECT_EQ((*m_station)->peekRegister(plain::kNumber), 9U);
 }
 
 // Another camera has the address: it must not be taken for the old one, whose handle stays without a camera.
