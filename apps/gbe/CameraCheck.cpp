@@ -54,9 +54,8 @@ void CameraCheck::run(const FoundCamera& camera) {
     }
 }
 
-// The camera is free: looking at its description takes control for as long as that needs.
 void CameraCheck::tellDifferences(CameraHandle* handle, const FoundCamera& camera) {
-    if (Gbe_connectCamera(handle) < 0) {
+    if (Gbe_connectCameraForReading(handle) < 0) {
         return;
     }
     if (const std::string differences = standardDifferences(handle); !differences.empty()) {

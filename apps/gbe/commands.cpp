@@ -159,8 +159,7 @@ void showInfo(const Selection& selection, Format format) {
     for (const auto& [name, text] : fieldsOf(info, addressText(ip, at))) {
         table.add({name, text});
     }
-    // Only of a camera that is free: nobody who works with it may be disturbed.
-    if (at.reaches(ip) && Gbe_connectCamera(camera.handle.get()) >= 0) {
+    if (at.reaches(ip) && Gbe_connectCameraForReading(camera.handle.get()) >= 0) {
         const std::string differences = standardDifferences(camera.handle.get());
         table.add({"Read unlike the standard", differences.empty() ? "nothing" : differences});
     }
