@@ -191,8 +191,8 @@ GBE_API int Gbe_readRegister(CameraHandle* camera, unsigned address, unsigned* v
  * A handle that has lost control of its camera (see Gbe_getControlStatus) is cleaned up and connected anew;
  * its features are then those of the description that the camera has now, and none of the old texts is valid.
  * -40015: null handle. -40016 (Gbe_connectCamera) or -40017 (Gbe_connectCameraWithoutService): connected
- * already. -40010: another connected handle, or another program, uses the port. -40019: the board is not open.
- * -40024: neither the port's last scan nor an earlier connection knows the camera. -40013, -40014: the
+ * already. -40010: another connected handle, or another program, uses the port. -40019: the board is not
+ * open. -40024: neither the port's last scan nor an earlier connection knows the camera. -40013, -40014: the
  * description is to come from a file, and TAVODIR5 is not set, or the file is not there. -40020: no usable
  * description, or the camera does not answer. -40022: the camera is in use, in this process, by another
  * program of this computer (before anything is sent; see Gbe_getCameraUser) or by another application, which
