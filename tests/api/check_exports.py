@@ -68,6 +68,7 @@ def check(library, declared):
 PROBE = """// Made by check_exports.py.
 {includes}
 #include <cstdio>
+#include <memory>
 #include <new>
 #include <string>
 #include <type_traits>
@@ -80,7 +81,7 @@ template<typename Thing> void use(const Thing& thing) {{ sink = &thing; }}
 
 template<typename Class, typename... Arguments> void make(Arguments... arguments) {{
     if constexpr (!std::is_abstract_v<Class> && std::is_constructible_v<Class, Arguments...>) {{
-        use(*new Class(arguments...));
+        use(*std::make_unique<Class>(arguments...));
     }}
 }}
 

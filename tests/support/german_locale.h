@@ -4,6 +4,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <locale>
+#include <string>
 
 namespace test_support {
 
@@ -15,13 +16,21 @@ inline bool makeGermanLocale() {
     return std::system("localedef -c -i de_DE -f UTF-8 ./de_DE.UTF-8 >localedef.log 2>&1") == 0;
 }
 
+// What a stream of C++ makes of that locale. std::locale would look for it itself, and leak LOCPATH's parts.
+class GermanNumbers : public std::numpunct<char> {
+protected:
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
 // The process has the locale, in C and in C++, while this lives.
 class GermanLocale {
 public:
     GermanLocale() {
         if (makeGermanLocale() && setenv("LOCPATH", ".", 1) == 0 &&
             std::setlocale(LC_ALL, kGermanLocale) != nullptr) {
-            std::locale::global(std::locale(kGermanLocale));
+            std::locale::global(std::locale(std::locale::classic(), new GermanNumbers));
         }
     }
     ~GermanLocale() {
