@@ -1,6 +1,7 @@
 #include "board/GbeHeartbeatThread.h"
 
 #include "genicam/device/ImplGenICamCamera.h"
+#include "util/qt_locks.h"
 
 #include <exception>
 #include <utility>
@@ -15,11 +16,16 @@ constexpr std::int64_t kTicksPerSecond = 1000 / kTick;
 GbeHeartbeatThread::GbeHeartbeatThread(std::shared_ptr<tavo::ImplGenICamCamera> device)
     : m_device(std::move(device)) {}
 
+GbeHeartbeatThread::~GbeHeartbeatThread() {
+    util::happensAfter(this);
+}
+
 void GbeHeartbeatThread::run() {
     while (waitForPeriod()) {
         beat();
     }
     m_device.reset();
+    util::happensBefore(this);
 }
 
 // False when the thread shall end. Waits at least one tick, so that no period makes the thread spin.

@@ -21,6 +21,7 @@ class GbeHeartbeatThread : public QThread {
 public:
     // The thread shares the device until its run is over. With a null device it idles.
     explicit GbeHeartbeatThread(std::shared_ptr<tavo::ImplGenICamCamera> device);
+    ~GbeHeartbeatThread() override;
 
     // Ends the thread as soon as its heartbeat, if one is under way, is over. Does not wait.
     void requestStop() { m_stop = true; }

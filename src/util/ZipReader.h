@@ -26,8 +26,8 @@ public:
         bool isFile = false;
         bool isSymLink = false;
         QFile::Permissions permissions;
-        // As recorded. Never checked: cameras ship archives with wrong ones that other readers take, and a damaged
-        // description fails in the parser, which tells more.
+        // As recorded. Never checked: cameras ship archives with wrong ones that other readers take, and a
+        // damaged description fails in the parser, which tells more.
         quint32 crc = 0;
         qint64 size = 0; // bytes when unpacked, as recorded
 

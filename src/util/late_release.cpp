@@ -1,5 +1,7 @@
 #include "util/late_release.h"
 
+#include "util/qt_locks.h"
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
 #include <QtCore/QObject>
@@ -29,7 +31,10 @@ struct Kept {
 // its thread, it lets go of what it keeps.
 class KeepingEvent : public QEvent {
 public:
-    explicit KeepingEvent(std::shared_ptr<Kept> kept) : QEvent(eventType()), m_kept(std::move(kept)) {}
+    explicit KeepingEvent(std::shared_ptr<Kept> kept) : QEvent(eventType()), m_kept(std::move(kept)) {
+        happensBefore(this); // of the thread that takes it from Qt's queue
+    }
+    ~KeepingEvent() override { happensAfter(this); }
 
 private:
     static Type eventType() {

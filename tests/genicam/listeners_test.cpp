@@ -1,6 +1,7 @@
 // Whatever a listener does, in whichever thread it is called: nothing crashes, nothing waits for itself.
 #include "genicam/device_fixture.h"
 #include "liomol/signals.h"
+#include "support/events.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -16,15 +17,14 @@ using IntegerSignals = tavo::ImplGenICamIntegerInterfaceSignals;
 const std::string kDescription =
     inRoot("<Integer Name='Width'><pValue>WidthReg</pValue></Integer>" + reg("WidthReg", 0, 4));
 
-template<class Condition> bool eventually(Condition condition, bool processEvents = true) {
+template<class Condition> bool eventually(Condition condition, bool eventLoop = true) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) {
             return false;
         }
-        if (processEvents) {
-            QCoreApplication::processEvents();
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        if (eventLoop) {
+            processEvents();
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }

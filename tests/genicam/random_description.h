@@ -47,7 +47,7 @@ public:
 
     std::array<unsigned char, kSize> memory{};
     std::vector<Extent> extents;
-    Failure failure = Failure::None;
+    std::atomic<Failure> failure = Failure::None;
     std::atomic<int> reads = 0;
 
 private:

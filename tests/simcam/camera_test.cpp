@@ -143,7 +143,8 @@ TEST(SimcamSettings, AreCheckedWithOneLine) {
         {{{"set", "Width=640;UserDefinedName=a name;0xB000=7"}}, ""},
         {{{"set", "0xA111=7"}}, "'0xA111=7' is not REGISTER=VALUE"},
         {{{"link-faults", "drop=1.5"}}, "link fault 'drop=1.5' is not understood"},
-        {{{"slow-write", "5 Nowhere"}}, "'5 Nowhere' is not a time up to 60000 ms, with or without a register"},
+        {{{"slow-write", "5 Nowhere"}},
+         "'5 Nowhere' is not a time up to 60000 ms, with or without a register"},
         {{{"colour", "red"}}, "camera: unknown setting 'colour'"},
     };
     for (const auto& row : rows) {

@@ -2,6 +2,7 @@
 #include "api/handles.h"
 #include "genicam/nodes/ImplGenICamInterfaces.h"
 #include "liomol/signals.h"
+#include "support/events.h"
 #include "system/session.h"
 
 #include <QtCore/QCoreApplication>
@@ -57,7 +58,7 @@ public:
             device.announceControlLoss();
         }
         const auto isDone = [this] {
-            QCoreApplication::processEvents();
+            processEvents();
             return m_done.load();
         };
         ASSERT_TRUE(eventually(isDone));

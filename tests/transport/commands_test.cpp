@@ -158,8 +158,9 @@ TEST(Commands, EndWithinTheirTimeWhateverChattersOnTheWire) {
         SCOPED_TRACE(row.name);
         ScriptedBoard scripted;
         scripted.answer(silent);
-        (*scripted.camera->findPort(0)).arrears().addSpent(
-            frame::rawRequestId(packetOf(with16(ack, kIdAt, 0x7777))));
+        (*scripted.camera->findPort(0))
+            .arrears()
+            .addSpent(frame::rawRequestId(packetOf(with16(ack, kIdAt, 0x7777))));
         scripted.board.onEmpty = [&, next = 250L]() mutable {
             if (!row.chatter.empty() && ScriptedBoard::time() >= next) {
                 next += 250;

@@ -24,8 +24,12 @@ bool HelperThread::sleepUnlessCancelled(std::chrono::milliseconds time) {
     return !m_state->cancelled.wait_for(lock, time, [this] { return m_state->cancel.load(); });
 }
 
+// The thread begins when the assignment is done: its body may destroy this object.
 void HelperThread::start() {
+    const auto shared = m_state;
+    const std::lock_guard starting(shared->lock);
     m_thread = std::thread([state = m_state, body = m_body] {
+        { const std::lock_guard started(state->lock); }
         state->id.store(std::this_thread::get_id());
         body();
         state->id.store(std::thread::id());

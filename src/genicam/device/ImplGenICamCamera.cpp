@@ -27,7 +27,8 @@ ImplGenICamCamera::ImplGenICamCamera()
           [commons = m_commons](bool starting) {
               starting ? commons->changes.start() : commons->changes.stop();
           }) {
-    useTree(std::make_shared<NodeTree>(m_commons, m_quirks));
+    m_empty = newTree();
+    useTree(m_empty);
 }
 
 ImplGenICamCamera::~ImplGenICamCamera() {

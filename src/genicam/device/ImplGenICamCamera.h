@@ -194,6 +194,7 @@ private:
     const std::shared_ptr<Presence> m_presence = std::make_shared<Presence>();
     Quirks m_quirks; // of the next tree
     std::shared_ptr<NodeTree> m_tree;
+    std::shared_ptr<NodeTree> m_empty; // of those who retrieve: in place while there is no description
     std::atomic<NodeTree*> m_current{nullptr}; // m_tree, for look-ups
     std::optional<Request> m_next;             // of a listener; belongs to the thread that must return
     std::atomic<CameraState> m_state{NotConnected};

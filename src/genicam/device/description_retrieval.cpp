@@ -142,8 +142,14 @@ std::shared_ptr<NodeTree> ImplGenICamCamera::newTree() const {
     return std::make_shared<NodeTree>(m_commons, m_quirks);
 }
 
+// Look-ups may come while a description is retrieved, and find nothing then. So the empty tree that they look
+// at stays when the new one takes its place, until the next retrieval begins, beside which there are none.
 void ImplGenICamCamera::forgetTree() {
-    useTree(newTree());
+    auto empty = newTree();
+    if (holdTree() != m_empty || m_empty->quirks() != empty->quirks()) {
+        useTree(empty);
+        m_empty = std::move(empty);
+    }
     const std::lock_guard lock(m_registryLock);
     m_description.clear();
 }
