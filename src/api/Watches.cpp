@@ -3,6 +3,7 @@
 #include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/node_kinds.h"
 #include "liomol/signals.h"
+#include "util/qt_locks.h"
 
 #include <array>
 #include <exception>
@@ -21,6 +22,7 @@ public:
 
     // Tells `what` at each of these signals, on the thread that emits it.
     template<class Sender, class Signal> void follow(Sender* sender, Signal signal, int what) {
+        const util::InsideQt quiet; // what Qt keeps of a connection is ordered by a lock inside Qt
         m_connections.push_back(
             QObject::connect(sender, signal, [self = shared_from_this(), what] { self->tell(what); }));
     }
@@ -30,12 +32,14 @@ public:
                 device.callOnSignallingThread([self, loss] { self->tell(static_cast<int>(loss)); });
             }
         };
+        const util::InsideQt quiet;
         m_connections.push_back(
             QObject::connect(&device, &tavo::GenICamCameraSignals::signal_ControlChanged, lost));
     }
 
     void end() {
         for (const QMetaObject::Connection& connection : m_connections) {
+            const util::InsideQt quiet;
             QObject::disconnect(connection);
         }
         const std::lock_guard lock(m_telling);

@@ -73,6 +73,7 @@ public:
         EXPECT_EQ(m_camera->waitForConnection(), 1);
         m_camera->enableSignalling(true);
         m_camera->enablePolling(true);
+        const util::InsideQt quiet; // the last StateChanged of the retrieval may still be under way
         QObject::connect(m_camera, &QObject::destroyed, [this] { m_destroyed = true; });
         IntegerSignals* const values = width().getIntegerSignals();
         QObject::connect(
