@@ -69,8 +69,7 @@ public:
     Trial(Occasion occasion, const Deed& deed, Qt::ConnectionType type)
         : m_occasion(occasion), m_deed(deed), m_queued(type == Qt::QueuedConnection) {
         m_camera->setPort(&m_port, "Device");
-        retrieve(*m_camera);
-        EXPECT_EQ(m_camera->waitForConnection(), 1);
+        retrieveAndHear();
         m_camera->enableSignalling(true);
         m_camera->enablePolling(true);
         const util::InsideQt quiet; // the last StateChanged of the retrieval may still be under way
@@ -114,6 +113,19 @@ public:
     }
 
 private:
+    // Whoever connects after this does not hear of this retrieval any more.
+    void retrieveAndHear() {
+        std::atomic<bool> heard = false;
+        const auto connection = QObject::connect(
+            m_camera, &ImplGenICamCamera::signal_StateChanged,
+            [&heard](ImplGenICamCamera*, ImplGenICamCamera::CameraState state) {
+                heard = state == ImplGenICamCamera::Connected;
+            });
+        retrieve(*m_camera);
+        EXPECT_TRUE(eventually([&heard] { return heard.load(); }));
+        QObject::disconnect(connection);
+    }
+
     ImplGenICamInteger& width() {
         return dynamic_cast<ImplGenICamInteger&>(*m_camera->getNodeByName("Width"));
     }
@@ -172,6 +184,29 @@ TEST(Listeners, MayDoAnything) {
                 Trial(occasion, deed, type).run();
             }
         }
+    }
+}
+
+// A listener has the description retrieved again just when the application does.
+TEST(Listeners, RetrieveBesideTheApplication) {
+    ImplGenICamCamera camera;
+    std::atomic<bool> armed = false;
+    QObject::connect(
+        &camera, &ImplGenICamCamera::signal_StateChanged,
+        [&](ImplGenICamCamera*, ImplGenICamCamera::CameraState state) {
+            if (state == ImplGenICamCamera::Connected && armed.exchange(false)) {
+                retrieve(camera);
+            }
+        });
+    camera.enableSignalling(true);
+    for (int round = 0; round < 500; ++round) {
+        armed = true;
+        retrieve(camera);
+        while (armed) {
+            std::this_thread::yield();
+        }
+        retrieve(camera);
+        ASSERT_EQ(camera.waitForConnection(), 1);
     }
 }
 

@@ -82,6 +82,7 @@ void SwitchableThread::Core::apply() {
         running = true;
         thread->start();
     }
+    changed.notify_all(); // nobody needs to wait for an end any more
 }
 
 void SwitchableThread::Core::run() {
@@ -133,9 +134,6 @@ void SwitchableThread::enable(bool on) {
         const std::lock_guard guard(m_core->lock);
         m_core->enabled.store(on);
         m_core->apply();
-        if (m_core->wanted) {
-            m_core->changed.notify_all(); // nobody needs to wait for an end any more
-        }
     }
     if (!on) {
         waitUntilIdle();
