@@ -82,7 +82,7 @@ struct BoardHandle {
 };
 
 // The handle owns its device, its connection and its heartbeat; what the board layer keeps by numbers is a
-// mirror of it. Threads: a Change (see connection.cpp) writes what is marked so; all else is safe for any
+// mirror of it. Threads: a Change (api/Change.h) writes what is marked so; all else is safe for any
 // thread for as long as nobody frees the handle.
 struct CameraHandle {
     using Mac = std::array<unsigned char, 6>;

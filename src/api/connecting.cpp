@@ -1,0 +1,172 @@
+// Connecting: taking a camera and its port, and loading its description. The states of a connection, and what
+// may be done in which, are in api/ConnectionState.h; taking.h, disconnecting.h and moving.cpp are the rest.
+//
+// A connected handle is the only user of its port: what another handle of the port does meanwhile never
+// reaches its camera.
+#include "api/Change.h"
+#include "api/disconnecting.h"
+#include "api/guard.h"
+#include "api/handles.h"
+#include "api/taking.h"
+#include "board/description.h"
+#include "board/devices.h"
+#include "liomol/gige.h"
+#include "util/status.h"
+
+#include <cstring>
+#include <memory>
+
+namespace api {
+
+using board::CameraPort;
+using board::Device;
+
+namespace {
+
+// Loads the description. A file that it asks for and that does not exist is remembered for the port.
+int loadDescription(CameraHandle& handle) {
+    CameraPort& place = handle.place();
+    const auto remember = [&](const QString& file) { place.setLocalXmlFile(file.toStdString()); };
+    remember(QString());
+    std::shared_ptr<Device> device = handle.sharedDevice();
+    const int result = guarded(
+        [&] {
+            const bool good = board::retrieveDescription(place, device, handle.standardBehaviour);
+            return good ? status::Success : status::XmlRead;
+        },
+        remember);
+    if (device != handle.sharedDevice()) {
+        handle.setDevice(std::move(device));
+    }
+    return result;
+}
+
+enum class Purpose { Work, Reading };
+
+// Everything that an attempt to connect takes, and gives back unless it succeeds: a failed attempt leaves the
+// camera free and the port without a device, as if it had not been.
+class Attempt {
+public:
+    Attempt(CameraHandle& handle, Purpose purpose)
+        : m_handle(handle), m_purpose(purpose), m_hadMac(handle.macIsTaken) {
+        handle.isReading = purpose == Purpose::Reading;
+    }
+    ~Attempt() {
+        if (m_succeeded || !m_hasPort) {
+            return;
+        }
+        if (m_hasControl) {
+            stopWatching(m_handle);
+            giveControlBack(m_handle);
+            board::disown(m_handle.place(), m_handle.device());
+        }
+        m_handle.hostLock.release();
+        if (!m_hadMac) {
+            releaseMac(m_handle);
+        }
+        m_handle.portClaim = {};
+        m_handle.place().release(&m_handle);
+    }
+    Attempt(const Attempt&) = delete;
+    Attempt& operator=(const Attempt&) = delete;
+
+    int run() {
+        m_hasPort = m_handle.place().claim(&m_handle);
+        if (!m_hasPort) {
+            return status::PortNotAvailable;
+        }
+        if (!takeMac(m_handle)) {
+            return status::CameraBusy;
+        }
+        if (!claimPort(m_handle, m_handle.place())) {
+            return status::PortNotAvailable;
+        }
+        int result = m_purpose == Purpose::Reading ? prepareReading(m_handle) : prepareWork();
+        m_hasControl = result == status::Success;
+        if (m_hasControl && !m_handle.descriptionReady) {
+            result = loadDescription(m_handle);
+        }
+        if (result == status::Success && m_purpose == Purpose::Work && !startWatching(m_handle)) {
+            result = status::CameraBusy;
+        }
+        m_succeeded = result == status::Success;
+        return result;
+    }
+
+private:
+    int prepareWork() {
+        return lockOut(m_handle, m_handle.place()) ? takeControl(m_handle, m_handle.place(), Beforehand::Look)
+                                                   : status::CameraBusy;
+    }
+
+    CameraHandle& m_handle;
+    const Purpose m_purpose;
+    bool m_hadMac;
+    bool m_hasPort = false;
+    bool m_hasControl = false;
+    bool m_succeeded = false;
+};
+
+int connectCamera(CameraHandle* handle, Call call, Purpose purpose = Purpose::Work) {
+    if (handle == nullptr) {
+        return status::IllegalParameter;
+    }
+    std::shared_ptr<Device> device;
+    {
+        Change change(*handle, call);
+        if (change.refused() != status::Success) {
+            return change.refused();
+        }
+        if (!handle->place().isOpen()) {
+            return status::BoardDoesNotExist;
+        }
+        if (change.before() == State::Connected) {
+            change.to(State::Disconnected);
+            dropConnection(*handle);
+        }
+        const int result = Attempt(*handle, purpose).run();
+        if (result != status::Success) {
+            return result;
+        }
+        device = handle->sharedDevice();
+        if (device != nullptr) {
+            device->enableChecking(handle->checksEnabled);
+        }
+        if (purpose == Purpose::Work) {
+            startHeartbeat(*handle);
+        } else if (device != nullptr) {
+            device->noteControlLoss(tavo::ControlLoss::None); // of an earlier connection
+        }
+        change.to(State::Connected);
+    }
+    return announced(device);
+}
+
+} // namespace
+
+} // namespace api
+
+int Gbe_connectCamera(CameraHandle* camera) {
+    return api::connectCamera(camera, api::Call::Connect);
+}
+
+int Gbe_connectCameraWithoutService(CameraHandle* camera) {
+    return api::connectCamera(camera, api::Call::ConnectWithoutService);
+}
+
+int Gbe_connectCameraForReading(CameraHandle* camera) {
+    return api::connectCamera(camera, api::Call::ConnectWithoutService, api::Purpose::Reading);
+}
+
+int Gbe_getCameraUser(CameraHandle* camera, int* pid, char* program, unsigned size) {
+    if (camera == nullptr || pid == nullptr || (program == nullptr && size != 0)) {
+        return status::IllegalParameter;
+    }
+    const auto holder = util::lockHolder(board::cameraLockName(camera->mac.data()));
+    *pid = holder ? holder->pid : 0;
+    if (size != 0) {
+        const std::string name = holder ? holder->program.substr(0, size - 1) : std::string();
+        std::memcpy(program, name.c_str(), name.size() + 1);
+    }
+    return status::Success;
+}

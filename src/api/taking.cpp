@@ -1,0 +1,125 @@
+#include "api/taking.h"
+
+#include "api/handles.h"
+#include "board/CamerasInUse.h"
+#include "board/camera.h"
+#include "board/control.h"
+#include "board/control_registers.h"
+#include "util/status.h"
+
+#include <cstring>
+
+namespace api {
+
+using board::CameraPort;
+using board::HeldPort;
+
+namespace {
+
+// Makes the handle's camera the current one of a port. A camera that the last scan missed stays current if it
+// was, and cannot become it otherwise.
+bool makeCurrent(const CameraHandle& handle, const HeldPort& held) {
+    transport::Port* port = held.port();
+    if (port == nullptr || port->selectCamera(handle.mac.data())) {
+        return port != nullptr;
+    }
+    const DiscoveredCamera* record = port->currentCamera();
+    return record != nullptr && std::memcmp(record->mac, handle.mac.data(), handle.mac.size()) == 0;
+}
+
+// What the camera tells of its control before anything is changed. One that does not say who has control is
+// asked for it, unless that might take it away from somebody.
+int checkControl(const HeldPort& held) {
+    const board::ControlReading found = board::readControl(held);
+    switch (found.holder) {
+    case board::Holder::Other:
+        return status::CameraBusy;
+    case board::Holder::Somebody:
+        return found.canBeTakenOver || board::isControlRefused(held) ? status::CameraBusy : status::Success;
+    case board::Holder::Unknown:
+        return found.answered ? status::Success : status::XmlRead;
+    case board::Holder::Nobody:
+    case board::Holder::Self:
+        break;
+    }
+    return status::Success;
+}
+
+} // namespace
+
+int takeControl(CameraHandle& handle, CameraPort& place, Beforehand beforehand) {
+    const HeldPort held(place);
+    if (!makeCurrent(handle, held)) {
+        return status::CameraDoesNotExist;
+    }
+    held.setReadOnly(false);
+    const int refused = beforehand == Beforehand::Look ? checkControl(held) : status::Success;
+    if (refused == status::Success) {
+        camera(held.port()).init();
+    }
+    return refused;
+}
+
+int prepareReading(CameraHandle& handle) {
+    const HeldPort held(handle.place());
+    if (!makeCurrent(handle, held)) {
+        return status::CameraDoesNotExist;
+    }
+    held.setReadOnly(true);
+    const board::ControlReading found = board::readControl(held);
+    return !found.answered ? status::XmlRead : found.isRefused ? status::CameraBusy : status::Success;
+}
+
+void giveControlBack(CameraHandle& handle) {
+    const void* user = handle.place().user();
+    if (handle.isReading || (user != nullptr && user != &handle)) {
+        return;
+    }
+    const HeldPort held(handle.place());
+    if (makeCurrent(handle, held)) {
+        camera(held.port()).deinit();
+    }
+}
+
+bool takeMac(CameraHandle& handle) {
+    if (!handle.macIsTaken) {
+        handle.macIsTaken = board::CamerasInUse::instance().take(handle.mac.data());
+    }
+    return handle.macIsTaken;
+}
+
+bool lockOut(CameraHandle& handle, const CameraPort& place) {
+    using Result = util::HostLock::Result;
+    return handle.hostLock.isHeld() ||
+           board::sharingOf(place.boardIndex, place.number) == board::Sharing::Private ||
+           handle.hostLock.take(board::cameraLockName(handle.mac.data())) != Result::Busy;
+}
+
+bool claimPort(CameraHandle& handle, const CameraPort& place) {
+    handle.portClaim = board::PortClaim(place.boardIndex, place.number);
+    return static_cast<bool>(handle.portClaim);
+}
+
+void releaseMac(CameraHandle& handle) {
+    handle.hostLock.release();
+    if (handle.macIsTaken) {
+        board::CamerasInUse::instance().giveBack(handle.mac.data());
+        handle.macIsTaken = false;
+    }
+}
+
+bool startWatching(const CameraHandle& handle) {
+    const HeldPort held(handle.place());
+    return held.port() != nullptr && board::watchControl(held);
+}
+
+void stopWatching(const CameraHandle& handle) {
+    board::unwatchControl(HeldPort(handle.place()));
+}
+
+void startHeartbeat(CameraHandle& handle) {
+    handle.heartbeat.reset(new GbeHeartbeatThread(handle.sharedDevice()));
+    handle.heartbeat->start(QThread::InheritPriority);
+}
+
+} // namespace api
