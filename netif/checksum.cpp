@@ -1,5 +1,6 @@
 #include "netif/checksum.h"
 
+#include "protocol/internet_checksum.h"
 #include "protocol/net.h"
 
 namespace netif {
@@ -13,15 +14,6 @@ constexpr std::size_t kUdpChecksum = net::kUdpChecksum - net::kUdpSourcePort;
 
 std::uint32_t big16(const std::uint8_t* bytes) {
     return static_cast<std::uint32_t>(bytes[0] << 8 | bytes[1]);
-}
-
-// The sum of 16-bit words, the last one filled up with a zero (RFC 1071), not yet folded.
-std::uint32_t sum(const std::uint8_t* bytes, std::size_t size) {
-    std::uint32_t total = 0;
-    for (std::size_t i = 0; i + 1 < size; i += 2) {
-        total += big16(bytes + i);
-    }
-    return size % 2 != 0 ? total + static_cast<std::uint32_t>(bytes[size - 1] << 8) : total;
 }
 
 } // namespace
@@ -44,12 +36,12 @@ void fillTransportChecksum(std::uint8_t* frame, std::size_t size) {
     std::uint8_t* const segment = frame + net::kEthernetHeader + ipHeader;
     std::uint8_t* const place = segment + (udp ? kUdpChecksum : kTcpChecksum);
     place[0] = place[1] = 0;
-    std::uint32_t checksum = sum(frame + net::kSourceIp, std::size_t{2} * net::kIpSize) + protocol +
-                             static_cast<std::uint32_t>(length) + sum(segment, length);
-    while (checksum > 0xFFFF) {
-        checksum = (checksum & 0xFFFF) + (checksum >> 16);
-    }
-    checksum = ~checksum & 0xFFFF;
+    std::uint16_t checksum = net::InternetChecksum()
+                                 .add(frame + net::kSourceIp, std::size_t{2} * net::kIpSize)
+                                 .add(protocol)
+                                 .add(static_cast<std::uint16_t>(length))
+                                 .add(segment, length)
+                                 .value();
     if (udp && checksum == 0) {
         checksum = 0xFFFF; // 0 says that there is none
     }

@@ -137,6 +137,16 @@ Filter controlFilter(const ControlTraffic& traffic) {
     return program.finish(false);
 }
 
+Filter acknowledgementFilter() {
+    Program program;
+    program.load16(net::kEtherType);
+    program.passIf(net::kEtherTypeArp);
+    dropUnlessUdp(program);
+    program.load16OfUdp(net::kUdpSourcePort);
+    program.passIf(gvcp::kPort);
+    return program.finish(false);
+}
+
 Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort) {
     Program program;
     dropForeignAddress(program, mac);

@@ -28,6 +28,9 @@ struct ControlTraffic {
 };
 Filter controlFilter(const ControlTraffic& traffic);
 
+// ARP, and all that comes from the GVCP port, whoever it is for.
+Filter acknowledgementFilter();
+
 // What comes to a station unasked: UDP to one port, which is the image stream (0: none), and ARP for its
 // address (zeros: none).
 Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort);

@@ -1,6 +1,7 @@
 #include "Eavesdropper.h"
 
 #include "netif/PacketSocket.h"
+#include "netif/filter.h"
 #include "protocol/gvcp.h"
 #include "protocol/net.h"
 
@@ -8,23 +9,6 @@
 
 namespace gbe {
 namespace {
-
-// ARP, and UDP from the port of GVCP.
-netif::Filter gvcpAndArp() {
-    constexpr unsigned kAll = 0xFFFFFFFF;
-    return {
-        BPF_STMT(BPF_LD | BPF_H | BPF_ABS, net::kEtherType),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, net::kEtherTypeArp, 6, 0),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, net::kEtherTypeIpv4, 0, 6),
-        BPF_STMT(BPF_LD | BPF_B | BPF_ABS, net::kIpProtocol),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, net::kIpProtocolUdp, 0, 4),
-        BPF_STMT(BPF_LDX | BPF_B | BPF_MSH, net::kIpVersion),
-        BPF_STMT(BPF_LD | BPF_H | BPF_IND, net::kEthernetHeader), // behind the IP header: the source port
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, gvcp::kPort, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, kAll),
-        BPF_STMT(BPF_RET | BPF_K, 0),
-    };
-}
 
 using Frame = std::span<const std::uint8_t>;
 
@@ -59,7 +43,7 @@ std::optional<Heard> hear(Frame frame) {
 
 std::unique_ptr<Eavesdropper> Eavesdropper::open(const std::string& interface) {
     netif::PacketSocket::Options options;
-    options.filter = gvcpAndArp();
+    options.filter = netif::acknowledgementFilter();
     options.promiscuous = true;
     std::string error;
     auto socket = netif::PacketSocket::create(interface, options, error);

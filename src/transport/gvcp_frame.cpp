@@ -1,5 +1,7 @@
 #include "transport/gvcp_frame.h"
 
+#include "protocol/internet_checksum.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -14,26 +16,6 @@ constexpr std::uint16_t kDhcpServer = 67;
 constexpr std::uint16_t kDhcpClient = 68;
 constexpr std::uint16_t kDhcpServerSwapped =
     17152; // 67 in the other byte order is ignored as well, deliberately
-
-std::uint32_t bigEndian16(const std::uint8_t* bytes) {
-    return (std::uint32_t{bytes[0]} << 8) | bytes[1];
-}
-
-// `size` is even and at most 65536: the sum of so many halfwords cannot overflow.
-std::uint32_t sumOfHalfwords(const std::uint8_t* bytes, std::size_t size) {
-    std::uint32_t sum = 0;
-    for (std::size_t i = 0; i < size; i += 2) {
-        sum += bigEndian16(bytes + i);
-    }
-    return sum;
-}
-
-std::uint16_t foldedComplement(std::uint32_t sum) {
-    while (sum > 0xFFFF) {
-        sum = (sum & 0xFFFF) + (sum >> 16);
-    }
-    return static_cast<std::uint16_t>(~sum);
-}
 
 // A command without payload and UDP checksum; `payload` is the bytes that follow the GVCP header.
 void command(
@@ -57,10 +39,13 @@ std::uint16_t udp_sum_calc(
     if (odd != 0) {
         data[length] = 0;
     }
-    const std::uint32_t pseudoHeader = sumOfHalfwords(sourceIp, net::kIpSize) +
-                                       sumOfHalfwords(destinationIp, net::kIpSize) + net::kIpProtocolUdp +
-                                       length;
-    return foldedComplement(sumOfHalfwords(data, length + odd) + pseudoHeader);
+    return net::InternetChecksum()
+        .add(sourceIp, net::kIpSize)
+        .add(destinationIp, net::kIpSize)
+        .add(net::kIpProtocolUdp)
+        .add(length)
+        .add(data, length + odd)
+        .value();
 }
 
 namespace frame {
@@ -82,7 +67,7 @@ void udpHeader(UDPPacket& packet, const Route& route, std::uint16_t gvcpLength) 
     std::copy(route.sourceIp.begin(), route.sourceIp.end(), packet.at(net::kSourceIp));
     std::copy(route.destinationIp.begin(), route.destinationIp.end(), packet.at(net::kDestinationIp));
     put16<net::kIpChecksum>(
-        packet, foldedComplement(sumOfHalfwords(packet.at(net::kIpVersion), net::kIpHeader)));
+        packet, net::InternetChecksum().add(packet.at(net::kIpVersion), net::kIpHeader).value());
 
     put16<net::kUdpSourcePort>(packet, route.sourcePort);
     put16<net::kUdpDestinationPort>(packet, route.destinationPort);
@@ -212,7 +197,7 @@ bool isSound(const UDPPacket& packet, std::size_t size) {
     constexpr std::size_t kWord = 4;
     const std::size_t header = (packet.bytes[net::kIpVersion] & 0x0FU) * kWord;
     if (get16<net::kIpChecksum>(packet) != 0 &&
-        foldedComplement(sumOfHalfwords(packet.at(net::kIpVersion), header)) != 0) {
+        net::InternetChecksum().add(packet.at(net::kIpVersion), header).value() != 0) {
         return false;
     }
     if (get16<net::kUdpChecksum>(packet) == 0) {
@@ -222,13 +207,12 @@ bool isSound(const UDPPacket& packet, std::size_t size) {
     if (udp < net::kUdpHeader || udp > size - net::kUdpSourcePort) {
         return false;
     }
-    std::uint32_t sum = sumOfHalfwords(packet.at(net::kSourceIp), 2 * net::kIpSize) + net::kIpProtocolUdp +
-                        static_cast<std::uint32_t>(udp) +
-                        sumOfHalfwords(packet.at(net::kUdpSourcePort), udp - udp % 2);
-    if (udp % 2 != 0) {
-        sum += std::uint32_t{packet.bytes[net::kUdpSourcePort + udp - 1]} << 8;
-    }
-    return foldedComplement(sum) == 0;
+    return net::InternetChecksum()
+               .add(packet.at(net::kSourceIp), 2 * net::kIpSize)
+               .add(net::kIpProtocolUdp)
+               .add(static_cast<std::uint16_t>(udp))
+               .add(packet.at(net::kUdpSourcePort), udp)
+               .value() == 0;
 }
 
 AckFacts ackFacts(const UDPPacket& packet, std::size_t size) {
