@@ -34,6 +34,8 @@
     X(GBE_ERROR_NO_CAMERAS_FOUND,           NoCamerasFound,         -40023, "no cameras found") \
     X(GBE_ERROR_CAMERA_DOES_NOT_EXIST,      CameraDoesNotExist,     -40024, "camera does not exist") \
     X(GBE_ERROR_BUFFER_TOO_SMALL,           BufferTooSmall,         -40025, "buffer too small") \
+    X(GBE_ERROR_TIMEOUT,                    Timeout,                -40026, "no image in time") \
+    X(GBE_ERROR_STREAM_CLOSED,              StreamClosed,           -40027, "stream closed") \
     X(GBE_WARNING_CAMERA_NOT_UNIQUE,        CameraNotUnique,        -41000, "selected camera is not unique (warning)")
 /* clang-format on */
 

@@ -21,7 +21,7 @@ TEST(Status, KnownCodesHaveTheirTextAndOthersNone) {
         {GBE_WARNING_CAMERA_NOT_UNIQUE, "selected camera is not unique (warning)"},
         {1, "unknown error code"},
         {GBE_ERROR_NOT_IMPLEMENTED + 1, "unknown error code"},
-        {GBE_ERROR_BUFFER_TOO_SMALL - 1, "unknown error code"},
+        {GBE_ERROR_STREAM_CLOSED - 1, "unknown error code"},
         {GBE_WARNING_CAMERA_NOT_UNIQUE - 1, "unknown error code"},
     };
     for (const auto& row : rows) {
