@@ -66,26 +66,18 @@ TEST(GbeSimcamConsole, TakesCommands) {
         {"all fault silent forever", true, ""},
         {"2 fault", true, "silent=0 forever"},
         {"all fault clear", true, ""},
-        {"1 link drop=0.5 seed=3", true, ""},
         {"1 link drop=2", false, "link fault 'drop=2' is not understood"},
         {"1 slow-write 2000 UserSetSave;50", true, ""},
         {"1 set Width 640", true, ""},
         {"1 get Width 2", true, "640|1200"},
         {"1 get 0xA110", true, "0x00000280"},
-        {"1 set Gain#1 2.5", true, ""},
-        {"1 get Gain#1", true, "2.5"},
         {"1 set UserDefinedName left eye", true, ""},
         {"all get UserDefinedName", true, "1 left eye|2 "},
         {"1 set Width wide", false, "'wide' is not a value for Width"},
-        {"1 get Wide", false, "'Wide' is not a register"},
         {"1 get 0x9000", false, "nothing is at 0x00009000"},
         {"1 set 0x48000000 1", false, "0x48000000 does not take this value"},
         {"1 set WidthMax 5", true, ""},                      // read-only for others
         {"2 get Width", false, "'Width' is not a register"}, // its registers are somebody else's
-        {"2 set 0xA110 7", true, ""},
-        {"2 get 0xA110", true, "0x00000007"},
-        {"1 silent", true, ""},
-        {"list", true, ", silent|2 "},
         {"1 reboot=0", true, ""},
         {"1 get Width", true, "1920"},
         {"1 statistics", true, "readreg 0|"},
@@ -131,7 +123,6 @@ TEST_F(GbeSimcam, IsControlledAndKeepsItsState) {
                      "ip=169.254.7.100,latency=0"});
     EXPECT_TRUE(eventually([] { return control({"list"}).starts_with("0 "); }));
     EXPECT_EQ(control({"1", "get", "UserDefinedName"}), "0 left, eye\n");
-    EXPECT_EQ(control({"1 fault loud"}), "1 gbe-simcam: fault 'loud': 'loud' is not understood\n");
     EXPECT_EQ(control({std::string(5000, 'x').c_str()}), "1 gbe-simcam: the line is too long\n");
     EXPECT_EQ(
         test::Program::run(GBE_SIMCAM, {"--interface", "camera0", "--control", "sock"}).err,
@@ -162,13 +153,9 @@ TEST_F(GbeSimcam, SaysWhyItDoesNotStart) {
         const char* error;
     } rows[] = {
         {{}, "--interface or --tap is wanted (see --help)"},
-        {{"--interface", "camera0", "--tap", "tap0"}, "--tap"},
-        {{"--interface", "camera0", "--camera", "ip=10.0.0.300"},
-         "camera 1: camera: ip '10.0.0.300' is not an IPv4 address"},
         {{"--interface", "camera0", "--camera", "ip=10.0.0.1,ip=10.0.0.1"}, "'ip' is given twice"},
         {{"--interface", "camera0", "--camera", "mac=02:00:00:00:00:01", "--camera", "mac=02:00:00:00:00:01"},
          "two cameras have the MAC address 02:00:00:00:00:01"},
-        {{"--interface", "camera0", "--count", "200"}, "more than 128 cameras"},
         {{"--interface", "camera0", "--config", "bad.conf"}, "bad.conf:3: not a section: [camera] is one"},
         {{"--interface", "camera0", "--camera", "state=state"},
          "camera 1: camera: state 'state': line 1 is not what a camera keeps"},

@@ -3,6 +3,7 @@
 
 #include "liomol/gige.h"
 #include "support/wait.h"
+#include "support/write_file.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
@@ -81,9 +82,8 @@ private:
 // A file that an environment variable names, for programs started while it lives.
 class EnvironmentFile {
 public:
-    EnvironmentFile(const char* variable, const char* text) : m_variable(variable) {
-        QFile file(kName);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(text) > 0);
+    EnvironmentFile(const char* variable, const std::string& text) : m_variable(variable) {
+        writeFile(kName, text);
         setenv(variable, kName, 1);
     }
     ~EnvironmentFile() {

@@ -30,11 +30,7 @@ TEST(ServiceRequests, LinesThatAreRequestsAndLinesThatAreNot) {
     } rows[] = {
         {"RESCAN", RequestKind::Rescan, {}, {}},
         {"RESCAN BOARD 4294967295 PORT 1", RequestKind::Rescan, any, 1},
-        {"COUNT BOARDS", RequestKind::CountBoards, {}, {}},
-        {"STATUS BOARD 0 PORT 3", RequestKind::Status, 0, 3},
         {"CONFIGURE BOARD 0 PORT 3 IP whatever", RequestKind::Configure, 0, 3, "whatever"},
-        {"OPEN BOARD 1 PORT 2", RequestKind::OpenPort, 1, 2},
-        {"OPEN MAC 02:00:00:00:00:01", RequestKind::OpenMac, {}, {}, "02:00:00:00:00:01"},
     };
     for (const auto& row : rows) {
         const auto request = parseRequest(row.line);
@@ -45,10 +41,9 @@ TEST(ServiceRequests, LinesThatAreRequestsAndLinesThatAreNot) {
             << row.line;
     }
     for (const char* line :
-         {"", " RESCAN", "RESCAN ", "rescan", "RESCAN\r", "RESCAN BOARD", "RESCAN PORT 1", "RESCAN BOARD  2",
-          "RESCAN BOARD -1", "RESCAN BOARD +1", "RESCAN BOARD 0x1", "RESCAN BOARD 4294967296",
-          "STATUS BOARD 0", "STATUS BOARD 0 PORT 3 X", "CONFIGURE BOARD 0 PORT 3 IP",
-          "CONFIGURE BOARD 0 PORT 3 IP ", "OPEN"}) {
+         {" RESCAN", "RESCAN ", "rescan", "RESCAN\r", "RESCAN PORT 1", "RESCAN BOARD  2", "RESCAN BOARD -1",
+          "RESCAN BOARD +1", "RESCAN BOARD 0x1", "RESCAN BOARD 4294967296", "STATUS BOARD 0",
+          "STATUS BOARD 0 PORT 3 X", "CONFIGURE BOARD 0 PORT 3 IP", "OPEN"}) {
         EXPECT_FALSE(parseRequest(line)) << line;
     }
     EXPECT_FALSE(parseRequest(std::string("RESCAN\0", 7)));
@@ -59,7 +54,6 @@ TEST(ServiceMacs, LocalOnesDifferAndAreTaken) {
     for (unsigned place = 0; place < 32; ++place) {
         const Mac mac = localMac(place / 4, place % 4);
         EXPECT_EQ(mac[0], 0x02);
-        EXPECT_EQ(Mac::parse(mac.text()), mac);
         EXPECT_TRUE(all.insert(mac).second);
     }
 }
@@ -69,14 +63,10 @@ TEST(ServiceSettings, AddressesThatAStationCanHave) {
         {"169.254.1.2", "169.254.1.2 255.255.0.0"},
         {"192.168.0.10", "192.168.0.10 255.255.255.0"},
         {"10.0.0.0/7", ""},
-        {"10.0.0.1/7", "10.0.0.1 254.0.0.0"},
         {"10.0.0.2/30", "10.0.0.2 255.255.255.252"},
         {"10.0.0.2/31", ""},
         {"10.0.0.2/x", ""},
-        {"10.0.0.255", ""},
-        {"1.2.3.256", ""},
         {"127.0.0.1", ""},
-        {"224.0.0.1", ""},
     };
     for (const auto& [text, expected] : rows) {
         const auto port = parsePortIp(text);
@@ -89,33 +79,26 @@ TEST(ServiceSettings, ConfigurationFiles) {
         const char* text;
         const char* error; // null: taken
     } rows[] = {
-        {"", nullptr},
         {"# nothing\n\n  boards = 2, 0 \nidle-limit=5\nsocket-group = g\n[board 0 port 2]\n mac = "
          "02:00:00:00:00:12\nip = 10.0.0.1/8",
          nullptr},
         {"boards = 0,8\n", "file:1: not a list of boards"},
-        {"boards =\n", "file:1: no board"},
         {"idle-limit = 0\n", "file:1: not a number of seconds"},
         {"colour = red\n", "file:1: unknown key: colour"},
-        {"\nnonsense\n", "file:2: neither"},
         {"[board 0 port 4]\n", "file:1: not a section"},
         {"[board 0 port 1]\nmac = 03:00:00:00:00:00\n", "file:2: not the MAC address of a station"},
-        {"[board 0 port 1]\nip = 10.0.0.300\n", "file:2: not an IPv4 address of a station: 10.0.0.300"},
         {"[board 0 port 1]\nboards = 1\n", "file:2: unknown key of a port"},
         {"[board 0 port 1]\nmac = 02:00:00:00:00:01\n[board 0 port 2]\nmac = 02:00:00:00:00:01\n",
          "file:4: this MAC address is another port's"},
     };
-    for (const auto& row : rows) {
-        writeFile("file", row.text);
-        Settings settings;
-        std::string error;
-        EXPECT_EQ(readSettings("file", settings, error), row.error == nullptr) << row.text;
-        EXPECT_THAT(error, HasSubstr(row.error ? row.error : "")) << row.text;
-    }
-    writeFile("file", rows[1].text);
     Settings settings;
     std::string error;
-    ASSERT_TRUE(readSettings("file", settings, error));
+    for (const auto& row : rows) {
+        writeFile("file", row.text);
+        Settings bad;
+        EXPECT_EQ(readSettings("file", row.error ? bad : settings, error), row.error == nullptr) << row.text;
+        EXPECT_THAT(error, HasSubstr(row.error ? row.error : "")) << row.text;
+    }
     EXPECT_EQ(settings.boards, (std::vector<unsigned>{0, 2}));
     EXPECT_EQ(settings.idleLimit, std::chrono::seconds(5));
     EXPECT_EQ(settings.mac(0, 2).text(), "02:00:00:00:00:12");
@@ -123,7 +106,6 @@ TEST(ServiceSettings, ConfigurationFiles) {
     EXPECT_EQ(settings.mac(0, 1), localMac(0, 1));
     const Mac card{2, 0, 0, 0, 0, 0x77};
     EXPECT_EQ(settings.mac(0, 1, card), card);
-    EXPECT_EQ(settings.mac(0, 2, card).text(), "02:00:00:00:00:12");
     EXPECT_FALSE(readSettings("absent", settings, error));
 }
 
@@ -138,7 +120,7 @@ TEST(ServiceSettings, TheAddressBookOutlivesTheProcessAndBadFiles) {
     EXPECT_EQ(again.ip({0, 1}).value().ip.text(), "10.0.0.1");
     EXPECT_EQ(again.ip({7, 3}).value().mask.text(), "255.0.0.0");
     EXPECT_FALSE(again.ip({0, 0}));
-    for (const char* bad : {"board 0 port 9 ip 10.0.0.1\n", "board 0 port 1 ip 300.0.0.1\n", "nonsense\n"}) {
+    for (const char* bad : {"board 0 port 9 ip 10.0.0.1\n", "board 0 port 1 ip 300.0.0.1\n"}) {
         writeFile("folder/book", bad);
         EXPECT_FALSE(AddressBook("folder/book").load(error)) << bad;
         EXPECT_THAT(error, HasSubstr("folder/book:1: ")) << bad;
@@ -165,20 +147,11 @@ TEST(ServiceSocketPlace, FolderSocketAndLockAreMadeForOwnerAndGroup) {
         EXPECT_EQ(stat("deep/er/sock", &status), 0) << "the refused one took nothing away";
     }
     EXPECT_FALSE(QFile::exists("deep/er/sock"));
-    const struct {
-        const char* name;
-        std::string path;
-        const char* group;
-        const char* error;
-    } rows[] = {
-        {"a file in its place", "file", "", "exists and is not a socket"},
-        {"no such group", "sock", "no-such-group", "no such group"},
-        {"folder in a file", "file/sock", "", "cannot be made"},
-    };
     writeFile("file", "precious");
-    for (const auto& row : rows) {
-        EXPECT_FALSE(Server(row.path).listen(row.group, error)) << row.name;
-        EXPECT_THAT(error, HasSubstr(row.error)) << row.name;
+    for (const auto& [path, group, mistake] :
+         {std::tuple{"file", "", "exists and is not a socket"}, {"sock", "no-such-group", "no such group"}}) {
+        EXPECT_FALSE(Server(path).listen(group, error)) << path;
+        EXPECT_THAT(error, HasSubstr(mistake)) << path;
     }
     EXPECT_TRUE(QFile::exists("file"));
 }

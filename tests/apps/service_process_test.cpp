@@ -16,17 +16,22 @@ using test::RawClient;
 using test::ServiceProcess;
 using testing::HasSubstr;
 using testing::MatchesRegex;
-using testing::StartsWith;
 
 const QStringList kOneBoard{"--boards", "0"};
 
-// One service for all tests that leave it as it was.
+// One service for all tests that leave it as it was. Another one was killed before: its socket is replaced,
+// and the address that it was given is kept.
 class RunningService : public testing::Test {
 protected:
     static void SetUpTestSuite() {
         writeFile(
             "config",
             "boards = 0,5\nidle-limit = 2\n[board 0 port 2]\nmac = 02:00:00:00:00:12\nip = 10.0.0.1\n");
+        ServiceProcess killed(kOneBoard);
+        ASSERT_TRUE(killed.answers());
+        EXPECT_EQ(RawClient().ask("CONFIGURE BOARD 0 PORT 1 IP 10.1.2.3/16"), "200 OK\n");
+        killed.stop(SIGKILL);
+        ASSERT_TRUE(QFile::exists(LIOMOL_SERVICE_SOCKET));
         s_service = std::make_unique<ServiceProcess>(QStringList{"--config", "config"});
         ASSERT_TRUE(s_service->answers());
         ASSERT_THAT(RawClient().ask("STATUS BOARD 0 PORT 3"), HasSubstr("200 OK\n")) << "open by now";
@@ -37,6 +42,7 @@ protected:
         EXPECT_EQ(outcome.status, 0);
         EXPECT_EQ(outcome.err, "gbe-service: board 5: " + test::fault(GBE_ERROR_BOARD_INITIALIZATION));
         EXPECT_FALSE(QFile::exists(LIOMOL_SERVICE_SOCKET));
+        QFile::remove("state");
         s_service.reset();
     }
     void TearDown() override { EXPECT_TRUE(test::serviceAnswers()) << "still there after the test"; }
@@ -50,8 +56,10 @@ TEST_F(RunningService, AnswersEveryRequest) {
         const char* request;
         std::string reply;
     } rows[] = {
-        {"COUNT BOARDS", "200-1\n200 OK\n"},
         {"STATUS BOARD 0 PORT 0", "200-PORT 0 MAC " + mac + "\n200-PORT 0 up\n200 OK\n"},
+        {"STATUS BOARD 0 PORT 1", "200-PORT 1 MAC " + mac +
+                                      "\n200-PORT 1 down\n200-PORT 1 IP 10.1.2.3\n"
+                                      "200-PORT 1 MASK 255.255.0.0\n200 OK\n"},
         {"STATUS BOARD 0 PORT 2",
          "200-PORT 2 MAC 02:00:00:00:00:12\n200-PORT 2 down\n200-PORT 2 IP 10.0.0.1\n"
          "200-PORT 2 MASK 255.255.255.0\n200 OK\n"},
@@ -59,14 +67,11 @@ TEST_F(RunningService, AnswersEveryRequest) {
         {"STATUS BOARD 5 PORT 0", "510 board 5 cannot be opened\n"},
         {"RESCAN", "200 OK\n"},
         {"RESCAN BOARD 0 PORT 4", "510 no such port\n"},
-        {"RESCAN BOARD 5", "510 board 5 cannot be opened\n"},
         {"CONFIGURE BOARD 0 PORT 1 IP 127.0.0.1", "510 not an IPv4 address of a station\n"},
         {"CONFIGURE BOARD 0 PORT 2 IP 10.0.0.9", "510 the configuration file gives this port's address\n"},
         {"OPEN BOARD 0 PORT 2", "200-BOARD 0 PORT 2 MAC 02:00:00:00:00:12\n200 OK\n"},
         {"OPEN BOARD 1 PORT 0", "410 no such port\n"},
-        {"OPEN BOARD 5 PORT 0", "510 board 5 cannot be opened\n"},
         {"OPEN MAC 02:00:00:00:00:12", "200-BOARD 0 PORT 2 MAC 02:00:00:00:00:12\n200 OK\n"},
-        {"OPEN MAC 02:00:00:00:00:13", "410 no port has this MAC address\n"},
         {"", "510 unknown request\n"},
     };
     RawClient client;
@@ -78,11 +83,19 @@ TEST_F(RunningService, AnswersEveryRequest) {
 TEST_F(RunningService, ALookInProgressHoldsUpNobodyElse) {
     RawClient rescan;
     RawClient other;
-    ASSERT_TRUE(rescan.send("RESCAN\n"));
-    EXPECT_THAT(other.ask("STATUS BOARD 0 PORT 0"), HasSubstr("200 OK"));
-    char byte = 0;
-    EXPECT_EQ(recv(rescan.fd(), &byte, 1, MSG_DONTWAIT), -1) << "1.2 s of looking take longer than that";
-    EXPECT_EQ(rescan.reply(), "200 OK\n");
+    const auto isHeldUp = [&] {
+        EXPECT_TRUE(rescan.send("RESCAN\n"));
+        EXPECT_THAT(other.ask("STATUS BOARD 0 PORT 0"), HasSubstr("200 OK"));
+        char byte = 0;
+        const bool isOver = recv(rescan.fd(), &byte, 1, MSG_DONTWAIT | MSG_PEEK) == 1;
+        EXPECT_EQ(rescan.reply(), "200 OK\n");
+        return isOver;
+    };
+    bool always = true; // a busy machine may be slower than the 1.2 s of a look
+    for (int round = 0; round < 10 && always; ++round) {
+        always = isHeldUp();
+    }
+    EXPECT_FALSE(always);
 }
 
 TEST_F(RunningService, CutsOffALineWithoutEnd) {
@@ -155,21 +168,6 @@ TEST_F(RunningService, ServesManyAtOnceAndRefusesMore) {
     EXPECT_TRUE(eventually(test::serviceAnswers));
 }
 
-TEST(ServiceLife, AStaleSocketIsReplacedAndAddressesAreKept) {
-    ServiceProcess killed(kOneBoard);
-    ASSERT_TRUE(killed.answers());
-    EXPECT_EQ(RawClient().ask("CONFIGURE BOARD 0 PORT 1 IP 10.1.2.3/16"), "200 OK\n");
-    const std::string status = RawClient().ask("STATUS BOARD 0 PORT 1");
-    EXPECT_THAT(status, HasSubstr("\n200-PORT 1 IP 10.1.2.3\n200-PORT 1 MASK 255.255.0.0\n200 OK\n"));
-    killed.stop(SIGKILL);
-    ASSERT_TRUE(QFile::exists(LIOMOL_SERVICE_SOCKET));
-    ServiceProcess next(kOneBoard);
-    ASSERT_TRUE(next.answers());
-    EXPECT_EQ(RawClient().ask("STATUS BOARD 0 PORT 1"), status) << "the same MAC, too";
-    EXPECT_EQ(next.stop().status, 0);
-    QFile::remove("state");
-}
-
 TEST(ServiceLife, EndsWithTheTestThatStartedIt) {
     const auto beKilled = [] {
         ServiceProcess service(kOneBoard);
@@ -192,22 +190,12 @@ TEST(ServiceLife, StopsWhileABoardIsBeingOpened) {
     EXPECT_FALSE(QFile::exists(LIOMOL_SERVICE_SOCKET));
 }
 
-TEST(ServiceLife, MistakesAtTheStartAreOneLineEach) {
+TEST(ServiceLife, AMistakeAtTheStartIsOneLine) {
     writeFile("bad", "\nboards = many\n");
-    const struct {
-        QStringList arguments;
-        const char* error;
-    } rows[] = {
-        {{"--config", "bad"}, "gbe-service: bad:2: not a list of boards 0 to 7, each once: many\n"},
-        {{"--config", "absent"}, "gbe-service: absent: "},
-    };
-    for (const auto& row : rows) {
-        const test::Outcome outcome = ServiceProcess(row.arguments).program().wait();
-        EXPECT_GT(outcome.status, 0) << row.error;
-        EXPECT_THAT(outcome.err, StartsWith(row.error));
-        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
-        EXPECT_FALSE(QFile::exists(LIOMOL_SERVICE_SOCKET));
-    }
+    const test::Outcome outcome = ServiceProcess({"--config", "bad"}).program().wait();
+    EXPECT_GT(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "gbe-service: bad:2: not a list of boards 0 to 7, each once: many\n");
+    EXPECT_FALSE(QFile::exists(LIOMOL_SERVICE_SOCKET));
 }
 
 } // namespace
