@@ -3,6 +3,7 @@
 #include "softboard/DataQueue.h"
 #include "softboard/design.h"
 
+#include "common/settings_file.h"
 #include "protocol/net.h"
 
 #include <algorithm>
@@ -10,8 +11,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <limits>
 #include <set>
 #include <string_view>
@@ -29,13 +28,6 @@ constexpr const char* kFileVariable = "LIOMOL_SOFTBOARD";
 constexpr const char* kSystemFile = "/etc/liomol/softboard.conf";
 constexpr std::int32_t kFirstSerial = 0x2A07; // of board 0; the others follow
 constexpr std::chrono::milliseconds kDefaultNegotiation{50};
-
-std::string_view trim(std::string_view text) {
-    constexpr std::string_view kBlank = " \t\r";
-    const std::size_t first = text.find_first_not_of(kBlank);
-    return first == text.npos ? std::string_view()
-                              : text.substr(first, text.find_last_not_of(kBlank) - first + 1);
-}
 
 // The whole text as a number, decimal or with 0x.
 bool parseInteger(const std::string& text, long long low, long long high, long long& value) {
@@ -199,23 +191,22 @@ const Key<Target>* findKey(const Key<Target> (&keys)[n], std::string_view name) 
 
 class Parser {
 public:
-    Parser(const std::string& name, Configuration& configuration, std::string& error)
-        : m_name(name), m_configuration(configuration), m_error(error) {}
+    Parser(const std::string& text, const std::string& name, Configuration& configuration)
+        : m_reader(text, name), m_configuration(configuration) {}
 
-    bool parse(std::string_view text) {
+    // The first mistake, empty without one.
+    std::string parse() {
         for (int board = 0; board < kBoards; ++board) {
             m_configuration[static_cast<std::size_t>(board)] = defaults(board);
         }
-        while (!text.empty()) {
-            ++m_line;
-            const std::size_t end = text.find('\n');
-            const std::string_view line = trim(text.substr(0, end));
-            text.remove_prefix(end == text.npos ? text.size() : end + 1);
-            if (!line.empty() && line[0] != '#' && line[0] != ';' && !parseLine(line)) {
-                return false;
+        while (m_reader.next()) {
+            if (m_reader.isSection()) {
+                parseSection();
+            } else {
+                takeSetting(std::string(m_reader.key()), std::string(m_reader.value()));
             }
         }
-        return checkInterfaces();
+        return m_reader.mistake().empty() ? interfaceMistake() : m_reader.mistake();
     }
 
 private:
@@ -234,7 +225,7 @@ private:
     }
 
     // What single keys do not show.
-    bool checkInterfaces() {
+    std::string interfaceMistake() const {
         std::set<std::pair<std::string, netif::Mac>> taken;
         for (const BoardConfiguration& board : m_configuration) {
             for (const PortConfiguration& port : board.ports) {
@@ -249,37 +240,21 @@ private:
                     wrong = "another port has this interface: give each a \"mac\" of its own";
                 }
                 if (wrong != nullptr) {
-                    m_error = port.place + ": " + wrong;
-                    return false;
+                    return port.place + ": " + wrong;
                 }
             }
         }
-        return true;
+        return "";
     }
 
-    std::string place() const { return m_name + ":" + std::to_string(m_line); }
-
     bool fail(const std::string& message) {
-        m_error = place() + ": " + message;
+        m_reader.refuse(message);
         return false;
     }
 
-    bool parseLine(std::string_view line) {
-        if (line[0] == '[') {
-            return line.back() == ']' ? parseSection(trim(line.substr(1, line.size() - 2)))
-                                      : fail("a section needs a closing bracket");
-        }
-        const std::size_t equals = line.find('=');
-        if (equals == line.npos) {
-            return fail("neither a [section] nor KEY = VALUE: " + std::string(line.substr(0, 40)));
-        }
-        const std::string key(trim(line.substr(0, equals)));
-        const std::string value(trim(line.substr(equals + 1)));
+    bool takeSetting(const std::string& key, const std::string& value) {
         if (m_board == nullptr) {
             return fail("key \"" + key + "\" before the first section");
-        }
-        if (key.empty()) {
-            return fail("a value without a key");
         }
         if (!m_keys.insert(key).second) {
             return fail("key \"" + key + "\" twice in one section");
@@ -288,13 +263,9 @@ private:
     }
 
     // "board B", "board B port P" or "board B port P camera"
-    bool parseSection(std::string_view section) {
-        std::vector<std::string> words;
-        while (!section.empty()) {
-            const std::size_t end = section.find_first_of(" \t");
-            words.emplace_back(section.substr(0, end));
-            section = end == section.npos ? std::string_view() : trim(section.substr(end));
-        }
+    bool parseSection() {
+        const std::vector<std::string_view> names = common::words(m_reader.section());
+        const std::vector<std::string> words(names.begin(), names.end());
         const std::size_t n = words.size();
         const bool shape = (n == 2 || n == 4 || (n == 5 && words[4] == "camera")) && words[0] == "board" &&
                            (n == 2 || words[2] == "port");
@@ -330,13 +301,13 @@ private:
         if (port.cameras.size() >= kMostCameras) {
             return fail("more than " + std::to_string(kMostCameras) + " cameras on one port");
         }
-        m_camera = &port.cameras.emplace_back(CameraConfiguration{place(), {}});
+        m_camera = &port.cameras.emplace_back(CameraConfiguration{m_reader.place(), {}});
         return true;
     }
 
     bool enterOnce(int board, int port) {
         if (m_port != nullptr) {
-            m_port->place = place();
+            m_port->place = m_reader.place();
         }
         return m_sections.insert(board * (kPorts + 1) + port + 1).second ||
                fail("a section of this name came before");
@@ -374,10 +345,8 @@ private:
                fail("\"" + key + "\" wants " + known->wants + ", not \"" + value + "\"");
     }
 
-    const std::string& m_name;
+    common::SettingsReader m_reader;
     Configuration& m_configuration;
-    std::string& m_error;
-    int m_line = 0;
     BoardConfiguration* m_board = nullptr;
     PortConfiguration* m_port = nullptr;
     CameraConfiguration* m_camera = nullptr;
@@ -393,27 +362,21 @@ bool parseConfiguration(
         error = name + ": larger than " + std::to_string(kLargestConfiguration) + " bytes";
         return false;
     }
-    return Parser(name, configuration, error).parse(text);
+    error = Parser(text, name, configuration).parse();
+    return error.empty();
 }
 
 bool readConfiguration(std::string& text, std::string& name, std::string& error) {
     const char* const named = std::getenv(kFileVariable);
     name = named != nullptr ? named : kSystemFile;
-    errno = 0;
-    std::ifstream file(name, std::ios::binary);
-    if (!file && named == nullptr && errno == ENOENT) {
+    const std::error_code failed = common::readTextFile(name, kLargestConfiguration, text);
+    if (failed == std::errc::no_such_file_or_directory && named == nullptr) {
         name = "default configuration";
         text = kDefaultConfiguration;
         return true;
     }
-    text.resize(kLargestConfiguration + 1); // one more, so that a larger file is noticed
-    file.read(text.data(), static_cast<std::streamsize>(text.size()));
-    if (!file && !file.eof()) {
-        error = name + ": cannot be read: " + std::strerror(errno);
-        return false;
-    }
-    text.resize(static_cast<std::size_t>(file.gcount()));
-    return true;
+    error = failed ? name + ": cannot be read: " + failed.message() : "";
+    return !failed;
 }
 
 } // namespace softboard

@@ -2,6 +2,8 @@
 
 #include "bounds.h"
 
+#include "common/settings_file.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -15,44 +17,31 @@
 namespace gbe_service {
 namespace {
 
+using common::trimmed;
+
 bool parseNumber(std::string_view text, unsigned limit, unsigned& value) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     return error == std::errc() && end == text.data() + text.size() && value < limit;
 }
 
-std::string trimmed(const std::string& text) {
-    constexpr const char* kBlank = " \t\r";
-    const std::size_t first = text.find_first_not_of(kBlank);
-    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+// "board 0 port 1"
+bool parsePort(std::string_view section, PortKey& port) {
+    const std::vector<std::string_view> words = common::words(section);
+    return words.size() == 4 && words[0] == "board" && parseNumber(words[1], kBoards, port.first) &&
+           words[2] == "port" && parseNumber(words[3], kPorts, port.second);
 }
 
-// "[board 0 port 1]"; the whole line and nothing else.
-bool parseSection(const std::string& line, PortKey& port) {
-    char closing = 0;
-    char rest = 0;
-    return std::sscanf(line.c_str(), "[board %u port %u%c%c", &port.first, &port.second, &closing, &rest) ==
-               3 &&
-           closing == ']' && port.first < kBoards && port.second < kPorts;
-}
-
-// Takes the lines of a configuration, one at a time; an error text for a wrong one.
-class SettingsReader {
+// Takes the sections and settings of a configuration, one at a time; an error text for a wrong one.
+class SettingsTaker {
 public:
-    explicit SettingsReader(Settings& settings) : m_settings(settings) {}
+    explicit SettingsTaker(Settings& settings) : m_settings(settings) {}
 
-    std::string take(const std::string& line) {
-        if (line.empty() || line.front() == '#') {
-            return "";
-        }
-        if (line.front() == '[') {
-            m_inPort = parseSection(line, m_port);
+    std::string take(const common::SettingsReader& line) {
+        if (line.isSection()) {
+            m_inPort = parsePort(line.section(), m_port);
             return m_inPort ? "" : "not a section: [board 0 port 0] is one";
         }
-        const std::size_t equals = line.find('=');
-        if (equals == line.npos) {
-            return "neither a section nor a key with a value";
-        }
-        return takeKey(trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1)));
+        return takeKey(std::string(line.key()), std::string(line.value()));
     }
 
 private:
@@ -104,29 +93,10 @@ private:
     PortKey m_port;
 };
 
-// Gives every line of a file, without surrounding blanks, to `take` until one returns an error.
-template<typename Take> bool readLines(const QString& name, Take take, std::string& error) {
-    QFile file(name);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = name.toStdString() + ": " + file.errorString().toStdString();
-        return false;
-    }
-    const QByteArray bytes = file.read(kMaxConfigurationSize + 1);
-    if (bytes.size() > kMaxConfigurationSize) {
-        error = name.toStdString() + ": too large";
-        return false;
-    }
-    std::istringstream lines(bytes.toStdString());
-    int number = 0;
-    for (std::string line; std::getline(lines, line);) {
-        ++number;
-        const std::string wrong = take(trimmed(line));
-        if (!wrong.empty()) {
-            error = name.toStdString() + ":" + std::to_string(number) + ": " + wrong;
-            return false;
-        }
-    }
-    return true;
+bool readFile(const QString& name, std::string& text, std::string& error) {
+    const std::error_code failed = common::readTextFile(name.toStdString(), kMaxConfigurationSize, text);
+    error = failed ? name.toStdString() + ": " + failed.message() : "";
+    return !failed;
 }
 
 } // namespace
@@ -137,9 +107,17 @@ Mac Settings::mac(unsigned board, unsigned port, const std::optional<Mac>& inter
 }
 
 bool readSettings(const QString& file, Settings& settings, std::string& error) {
-    SettingsReader reader(settings);
-    return readLines(
-        file, [&](const std::string& line) { return reader.take(line); }, error);
+    std::string text;
+    if (!readFile(file, text, error)) {
+        return false;
+    }
+    SettingsTaker taker(settings);
+    common::SettingsReader reader(text, file.toStdString());
+    while (reader.next()) {
+        reader.refuse(taker.take(reader));
+    }
+    error = reader.mistake();
+    return error.empty();
 }
 
 bool parseBoards(const std::string& text, std::vector<unsigned>& boards, std::string& error) {
@@ -183,21 +161,33 @@ bool AddressBook::load(std::string& error) {
     if (!QFileInfo::exists(m_file)) {
         return true;
     }
-    const auto take = [this](const std::string& line) -> std::string {
-        PortKey port;
-        char ip[20];
-        if (line.empty() || line.front() == '#') {
-            return "";
+    std::string text;
+    if (!readFile(m_file, text, error)) {
+        return false;
+    }
+    std::istringstream lines(text);
+    int number = 0;
+    for (std::string line; std::getline(lines, line);) {
+        ++number;
+        const std::string_view words = trimmed(line);
+        if (!words.empty() && words.front() != '#' && !takeLine(words)) {
+            error = m_file.toStdString() + ":" + std::to_string(number) + ": not an address of a port";
+            return false;
         }
-        const int fields =
-            std::sscanf(line.c_str(), "board %u port %u ip %19s", &port.first, &port.second, ip);
-        if (fields != 3 || port.first >= kBoards || port.second >= kPorts || !parsePortIp(ip)) {
-            return "not an address of a port";
-        }
-        m_ips[port] = ip;
-        return "";
-    };
-    return readLines(m_file, take, error);
+    }
+    return true;
+}
+
+// "board 0 port 1 ip 10.0.0.1/8"
+bool AddressBook::takeLine(std::string_view line) {
+    const std::size_t ip = std::min(line.find(" ip "), line.size());
+    const std::string address(trimmed(line.substr(std::min(ip + 4, line.size()))));
+    PortKey port;
+    if (!parsePort(line.substr(0, ip), port) || !parsePortIp(address)) {
+        return false;
+    }
+    m_ips[port] = address;
+    return true;
 }
 
 bool AddressBook::set(PortKey port, const std::string& ip, std::string& error) {

@@ -9,6 +9,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -58,6 +59,8 @@ public:
     std::optional<PortIp> ip(PortKey port) const;
 
 private:
+    bool takeLine(std::string_view line);
+
     QString m_file;
     std::map<PortKey, std::string> m_ips; // texts for parsePortIp
 };

@@ -13,7 +13,7 @@ inline constexpr std::size_t kMaxRequestLength = 64 * 1024; // a longer line end
 inline constexpr std::size_t kMaxWaitingOutput =
     64 * 1024;                          // a client that reads nothing of so much is cut off
 inline constexpr int kMaxClients = 256; // far below the usual limit of descriptors
-inline constexpr int kMaxConfigurationSize = 1 << 20;
+inline constexpr std::size_t kMaxConfigurationSize = std::size_t{1} << 20;
 
 inline constexpr std::chrono::seconds kDefaultIdleLimit{60}; // without a request
 inline constexpr std::chrono::seconds kReplyLimit{30};       // for a board to open or a link to be read

@@ -2,9 +2,9 @@
 
 #include "bounds.h"
 
+#include "common/settings_file.h"
 #include "simcam/text.h"
 
-#include <fstream>
 #include <set>
 
 namespace gbe_simcam {
@@ -13,41 +13,31 @@ namespace {
 
 constexpr simcam::Mac kMacPrefix = 0x025300000000; // locally administered; "S"
 
-std::string trimmed(const std::string& text) {
-    constexpr const char* kBlank = " \t\r";
-    const std::size_t first = text.find_first_not_of(kBlank);
-    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+// An error text unless the key is new.
+std::string addSetting(std::string_view key, std::string_view value, ethernet::Settings& settings) {
+    const bool isNew = settings.emplace(key, value).second;
+    return isNew ? "" : "'" + std::string(key) + "' is given twice";
 }
 
 bool takeSetting(const std::string& text, ethernet::Settings& settings, std::string& error) {
-    const std::size_t equals = text.find('=');
-    if (equals == text.npos) {
-        error = "'" + text.substr(0, 64) + "' is not KEY=VALUE";
-        return false;
-    }
-    const std::string key = trimmed(text.substr(0, equals));
-    if (!settings.insert({key, trimmed(text.substr(equals + 1))}).second) {
-        error = "'" + key + "' is given twice";
-        return false;
-    }
-    return true;
+    std::string_view key;
+    std::string_view value;
+    error = common::splitSetting(text, key, value) ? addSetting(key, value, settings)
+                                                   : "'" + text.substr(0, 64) + "' is not KEY=VALUE";
+    return error.empty();
 }
 
-std::string takeLine(const std::string& line, std::vector<ethernet::Settings>& cameras, bool& inSection) {
-    std::string error;
-    if (line.empty() || line.front() == '#' || line.front() == ';') {
-        return error;
-    }
-    if (line.front() == '[') {
-        inSection = line == "[camera]";
+std::string
+take(const common::SettingsReader& line, std::vector<ethernet::Settings>& cameras, bool& inSection) {
+    if (line.isSection()) {
+        inSection = line.section() == "camera";
         cameras.resize(cameras.size() + (inSection ? 1 : 0));
-        return inSection ? "" : "not a section: [camera] is one";
+        return !inSection                      ? "not a section: [camera] is one"
+               : cameras.size() > kMostCameras ? "more than " + std::to_string(kMostCameras) + " cameras"
+                                               : "";
     }
-    if (!inSection) {
-        return "a setting before the first [camera]";
-    }
-    takeSetting(line, cameras.back(), error);
-    return error;
+    return inSection ? addSetting(line.key(), line.value(), cameras.back())
+                     : "a setting before the first [camera]";
 }
 
 // FNV-1a: the same addresses each time on one interface, others on another.
@@ -69,7 +59,7 @@ bool parseCamera(const std::string& text, ethernet::Settings& settings, std::str
             piece += text[++i];
         } else if (i < text.size() && text[i] != ',') {
             piece += text[i];
-        } else if (!trimmed(piece).empty() && !takeSetting(piece, settings, error)) {
+        } else if (!common::trimmed(piece).empty() && !takeSetting(piece, settings, error)) {
             return false;
         } else {
             piece.clear();
@@ -79,26 +69,18 @@ bool parseCamera(const std::string& text, ethernet::Settings& settings, std::str
 }
 
 bool readCameras(const std::string& file, std::vector<ethernet::Settings>& cameras, std::string& error) {
-    std::ifstream stream(file);
-    if (!stream) {
-        error = file + ": cannot be read";
+    std::string text;
+    if (const std::error_code failed = common::readTextFile(file, kMaxConfiguration, text)) {
+        error = file + ": " + failed.message();
         return false;
     }
-    std::size_t read = 0;
+    common::SettingsReader reader(text, file);
     bool inSection = false;
-    int number = 0;
-    for (std::string line; std::getline(stream, line);) {
-        ++number;
-        read += line.size() + 1;
-        const std::string wrong = read > kMaxConfiguration || cameras.size() > kMostCameras
-                                      ? "too large"
-                                      : takeLine(trimmed(line), cameras, inSection);
-        if (!wrong.empty()) {
-            error = file + ":" + std::to_string(number) + ": " + wrong;
-            return false;
-        }
+    while (reader.next()) {
+        reader.refuse(take(reader, cameras, inSection));
     }
-    return true;
+    error = reader.mistake();
+    return error.empty();
 }
 
 bool complete(std::vector<ethernet::Settings>& cameras, const std::string& seed, std::string& error) {

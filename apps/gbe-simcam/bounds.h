@@ -8,7 +8,7 @@ namespace gbe_simcam {
 // Cameras of one process; each has a thread.
 inline constexpr std::size_t kMostCameras = 128;
 
-// A file of settings, and a line of it.
+// A file of settings.
 inline constexpr std::size_t kMaxConfiguration = 1u << 20;
 
 // A command line of a person or a test, without its end.
