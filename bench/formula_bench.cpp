@@ -12,7 +12,7 @@ namespace {
 
 class Variables : public tavo::MathVariablesInterface {
 public:
-    static constexpr std::array<std::string_view, 4> Names = {"A", "B", "SELECTOR", "WIDTH"};
+    static constexpr std::array<std::string_view, 4> kNames = {"A", "B", "SELECTOR", "WIDTH"};
 
     Variables() {
         for (std::size_t i = 0; i < values.size(); ++i)
@@ -25,15 +25,15 @@ public:
         return getVariable(resolveVariable(name)).toFloat();
     }
     int resolveVariable(std::string_view name) override {
-        for (std::size_t i = 0; i < Names.size(); ++i) {
-            if (Names[i] == name)
+        for (std::size_t i = 0; i < kNames.size(); ++i) {
+            if (kNames[i] == name)
                 return static_cast<int>(i);
         }
-        return NoVariable;
+        return kNoVariable;
     }
     tavo::MathValue getVariable(int slot) override { return values[static_cast<std::size_t>(slot)]; }
 
-    std::array<tavo::MathValue, Names.size()> values;
+    std::array<tavo::MathValue, kNames.size()> values;
 };
 
 struct Formula {
@@ -41,7 +41,7 @@ struct Formula {
     const char* text;
 };
 
-constexpr std::array<Formula, 6> Formulas = {{
+constexpr std::array<Formula, 6> kFormulas = {{
     {"variable", "A"},
     {"sum_product", "(A+B)*2"},
     {"conditional", "(A>100)?(B*2):(A+B)"},
@@ -92,7 +92,7 @@ void tokenize(benchmark::State& state, const Formula& formula) {
 } // namespace
 
 int main(int argc, char** argv) {
-    for (const Formula& formula : Formulas) {
+    for (const Formula& formula : kFormulas) {
         const std::string name = formula.name;
         benchmark::RegisterBenchmark(("evaluateInteger/" + name).c_str(), evaluate, formula);
         benchmark::RegisterBenchmark(("evaluateFloat/" + name).c_str(), evaluateAsFloat, formula);

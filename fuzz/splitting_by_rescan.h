@@ -27,7 +27,7 @@ inline bool isOneOf(char c, const std::string& characters) {
     return characters.find(c) != std::string::npos;
 }
 
-inline const std::string OperatorCharacters = "+-*/%&|^~<>=?";
+inline const std::string kOperatorCharacters = "+-*/%&|^~<>=?";
 
 // The index of the bracket that closes the one at `open`, or npos.
 inline std::size_t closing(const std::string& text, std::size_t open) {
@@ -42,7 +42,7 @@ inline std::size_t closing(const std::string& text, std::size_t open) {
 }
 
 inline bool isBinarySign(const std::string& text, std::size_t i) {
-    if (i == 0 || isOneOf(text[i - 1], OperatorCharacters + ":")) {
+    if (i == 0 || isOneOf(text[i - 1], kOperatorCharacters + ":")) {
         return false;
     }
     if (text[i - 1] != 'E') {
@@ -53,7 +53,7 @@ inline bool isBinarySign(const std::string& text, std::size_t i) {
         --start;
     }
     const bool hasMantissa = start < i - 1;
-    return !(hasMantissa && (start == 0 || isOneOf(text[start - 1], OperatorCharacters + ":(")));
+    return !(hasMantissa && (start == 0 || isOneOf(text[start - 1], kOperatorCharacters + ":(")));
 }
 
 inline Candidate candidateAt(const std::string& text, std::size_t i) {

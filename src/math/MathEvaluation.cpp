@@ -11,7 +11,7 @@ namespace tavo::math {
 namespace {
 
 // Formulas wait for few values at once; only the odd one needs a stack of the largest size.
-constexpr std::size_t UsualDepth = 16;
+constexpr std::size_t kUsualDepth = 16;
 
 [[noreturn, gnu::cold, gnu::noinline]] void fail(const char* text) {
     throw ScMathException(text);
@@ -97,7 +97,7 @@ MathValue unary(const MathValue& x, IntegerFunction integer, FloatFunction real)
 
 template<EvaluationType Type> MathValue divide(const MathValue& left, const MathValue& right) {
     if (right.toFloat() == 0) {
-        fail(message::DivisionByZero);
+        fail(message::kDivisionByZero);
     }
     if (isForIntegers(Type) && areIntegers(left, right)) {
         return MathValue::fromInteger(quotient(left.integer, right.integer));
@@ -107,7 +107,7 @@ template<EvaluationType Type> MathValue divide(const MathValue& left, const Math
 
 MathValue remainderOf(const MathValue& left, const MathValue& right) {
     if (right.toFloat() == 0) {
-        fail(message::DivisionByZero);
+        fail(message::kDivisionByZero);
     }
     return arithmetic(left, right, remainder, [](double a, double b) { return std::fmod(a, b); });
 }
@@ -121,7 +121,7 @@ template<EvaluationType Type> MathValue raise(const MathValue& base, const MathV
 
 // An integer stays one, also where digits before the point are rounded away.
 MathValue roundTo(const MathValue& x, const MathValue& precision) {
-    expectInteger(precision, message::FloatPrecision);
+    expectInteger(precision, message::kFloatPrecision);
     if (!x.isInteger()) {
         return MathValue::fromFloat(roundedTo(x.real, precision.integer));
     }
@@ -131,7 +131,7 @@ MathValue roundTo(const MathValue& x, const MathValue& precision) {
     return MathValue::fromInteger(MathValue::truncated(roundedTo(x.toFloat(), precision.integer)));
 }
 
-constexpr auto Same = [](std::int64_t x) { return x; };
+constexpr auto kSame = [](std::int64_t x) { return x; };
 
 // Where values keep their kinds, only integers are conditions.
 template<EvaluationType Type> bool isTrue(const MathValue& x, const char* text) {
@@ -147,11 +147,11 @@ template<EvaluationType Type> bool isTrue(const MathValue& x, const char* text) 
 template<EvaluationType Type, Opcode Op> MathValue transform(const MathValue& x) {
     switch (Op) {
     case Opcode::LogicalAnd: // the right sides; DecideAnd and DecideOr saw the left ones
-        return MathValue::fromInteger(isTrue<Type>(x, message::FloatLogicalAnd));
+        return MathValue::fromInteger(isTrue<Type>(x, message::kFloatLogicalAnd));
     case Opcode::LogicalOr:
-        return MathValue::fromInteger(isTrue<Type>(x, message::FloatLogicalOr));
+        return MathValue::fromInteger(isTrue<Type>(x, message::kFloatLogicalOr));
     case Opcode::BinaryNot:
-        expectInteger(x, message::FloatBinaryNot);
+        expectInteger(x, message::kFloatBinaryNot);
         return MathValue::fromInteger(~x.integer);
     case Opcode::Sgn:
         return unary(
@@ -162,13 +162,13 @@ template<EvaluationType Type, Opcode Op> MathValue transform(const MathValue& x)
     case Opcode::Abs:
         return unary(x, absolute, [](double d) { return std::fabs(d); });
     case Opcode::Floor:
-        return unary(x, Same, [](double d) { return std::floor(d); });
+        return unary(x, kSame, [](double d) { return std::floor(d); });
     case Opcode::Ceil:
-        return unary(x, Same, [](double d) { return std::ceil(d); });
+        return unary(x, kSame, [](double d) { return std::ceil(d); });
     case Opcode::Trunc:
-        return unary(x, Same, [](double d) { return std::trunc(d); });
+        return unary(x, kSame, [](double d) { return std::trunc(d); });
     case Opcode::Round:
-        return unary(x, Same, [](double d) { return std::floor(d + 0.5); });
+        return unary(x, kSame, [](double d) { return std::floor(d + 0.5); });
     case Opcode::Atan:
         return MathValue::fromFloat(std::atan(x.toFloat()));
     case Opcode::Acos:
@@ -229,15 +229,15 @@ template<EvaluationType Type, Opcode Op> MathValue combine(const MathValue& a, c
     case Opcode::Power:
         return raise<Type>(a, b);
     case Opcode::BinaryAnd:
-        return bits(a, b, message::FloatBinaryAnd, [](I x, I y) { return x & y; });
+        return bits(a, b, message::kFloatBinaryAnd, [](I x, I y) { return x & y; });
     case Opcode::BinaryOr:
-        return bits(a, b, message::FloatBinaryOr, [](I x, I y) { return x | y; });
+        return bits(a, b, message::kFloatBinaryOr, [](I x, I y) { return x | y; });
     case Opcode::BinaryXor:
-        return bits(a, b, message::FloatBinaryXor, [](I x, I y) { return x ^ y; });
+        return bits(a, b, message::kFloatBinaryXor, [](I x, I y) { return x ^ y; });
     case Opcode::ShiftLeft:
-        return bits(a, b, message::FloatShiftLeft, shiftedLeft);
+        return bits(a, b, message::kFloatShiftLeft, shiftedLeft);
     case Opcode::ShiftRight:
-        return bits(a, b, message::FloatShiftRight, shiftedRight);
+        return bits(a, b, message::kFloatShiftRight, shiftedRight);
     default:
         static_assert(Op != Opcode::Conditional, "a conditional is all jumps");
         return roundTo(a, integral<Type>(b));
@@ -272,14 +272,14 @@ template<EvaluationType Type, Opcode Op> [[gnu::always_inline]] inline MathValue
 }
 
 [[gnu::cold, gnu::noinline]] MathValue constantIn(std::uint32_t slot) {
-    if (slot == NoSlot) {
-        fail(message::IllegalIdentifier);
+    if (slot == kNoSlot) {
+        fail(message::kIllegalIdentifier);
     }
-    return MathValue::fromFloat(slot == PiSlot ? std::numbers::pi : std::numbers::e);
+    return MathValue::fromFloat(slot == kPiSlot ? std::numbers::pi : std::numbers::e);
 }
 
 MathValue variableIn(std::uint32_t slot, MathVariablesInterface* variables) {
-    if (slot >= FirstConstantSlot) {
+    if (slot >= kFirstConstantSlot) {
         [[unlikely]] return constantIn(slot);
     }
     return variables->getVariable(static_cast<int>(slot));
@@ -307,7 +307,7 @@ MathValue interpret(const Instruction* const code, MathVariablesInterface* varia
             *top++ = settled<Type>(variableIn(instruction.operand, variables));
             break;
         case Opcode::JumpIfZero:
-            if (!isTrue<Type>(*--top, message::FloatCondition)) {
+            if (!isTrue<Type>(*--top, message::kFloatCondition)) {
                 next = code + instruction.operand;
             }
             break;
@@ -315,14 +315,14 @@ MathValue interpret(const Instruction* const code, MathVariablesInterface* varia
             next = code + instruction.operand;
             break;
         case Opcode::DecideAnd:
-            if (decides<Type>(top[-1], false, message::FloatLogicalAnd)) {
+            if (decides<Type>(top[-1], false, message::kFloatLogicalAnd)) {
                 next = code + instruction.operand;
             } else {
                 --top;
             }
             break;
         case Opcode::DecideOr:
-            if (decides<Type>(top[-1], true, message::FloatLogicalOr)) {
+            if (decides<Type>(top[-1], true, message::kFloatLogicalOr)) {
                 next = code + instruction.operand;
             } else {
                 --top;
@@ -353,17 +353,17 @@ template<EvaluationType Type, std::size_t Depth>
 } // namespace
 
 template<EvaluationType Type> MathValue Program::run(MathVariablesInterface* variables) const {
-    return m_depth <= UsualDepth ? runOnStack<Type, UsualDepth>(m_code.data(), variables)
-                                 : runOnStack<Type, OperandLimit>(m_code.data(), variables);
+    return m_depth <= kUsualDepth ? runOnStack<Type, kUsualDepth>(m_code.data(), variables)
+                                  : runOnStack<Type, kOperandLimit>(m_code.data(), variables);
 }
 
 template<EvaluationType Type> MathValue Program::evaluate(MathVariablesInterface* variables) const {
-    constexpr EvaluationType wholly =
+    constexpr EvaluationType kWholly =
         Type == EvaluationType::Integer ? EvaluationType::WhollyInteger : EvaluationType::WhollyFloat;
     if (m_keepsKinds) {
         [[likely]] return run<Type>(variables);
     }
-    return run<wholly>(variables);
+    return run<kWholly>(variables);
 }
 
 template MathValue Program::evaluate<EvaluationType::Integer>(MathVariablesInterface* variables) const;

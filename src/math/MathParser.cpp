@@ -22,10 +22,10 @@ void MathParser::tokenize(
 
 void MathParser::bindVariables() {
     if (m_tokens.empty()) {
-        throw ScMathException(math::message::EmptyQueue);
+        throw ScMathException(math::message::kEmptyQueue);
     }
     if (!m_program.isComplete()) {
-        throw ScMathException(math::message::TermExpected);
+        throw ScMathException(math::message::kTermExpected);
     }
     m_program.bind(m_tokens, m_variables);
     m_boundRevision = m_variables ? m_variables->variablesRevision() : 1;
@@ -39,7 +39,7 @@ template<EvaluationType Type> MathValue MathParser::evaluate() {
     try {
         return m_program.evaluate<Type>(m_variables);
     } catch (int) { // a provider's way to say that it has no such number
-        throw ScMathException(math::message::IllegalIdentifier);
+        throw ScMathException(math::message::kIllegalIdentifier);
     }
 }
 

@@ -74,7 +74,7 @@ bool Compiler::run() {
 void Compiler::begin(const Token& token, std::size_t number) {
     if (token.kind == MathTokenKind::Function && token.arguments > 0) {
         if (token.operation == Operation::Unknown) {
-            placeFailure(message::IllegalFunction);
+            placeFailure(message::kIllegalFunction);
             ++m_unreachable;
         }
         m_pending.push_back({token.operation, token.arguments, 0, 0});
@@ -108,13 +108,13 @@ void Compiler::place(Opcode opcode, std::int64_t integer, int depthChange) {
     }
     Instruction instruction;
     instruction.opcode = opcode;
-    instruction.operand = NoSlot;
+    instruction.operand = kNoSlot;
     instruction.integer = integer;
     m_code.push_back(instruction);
     m_depth += static_cast<std::size_t>(depthChange);
     m_maximumDepth = std::max(m_maximumDepth, m_depth);
-    if (m_maximumDepth > OperandLimit) {
-        throw ScMathException(message::Bracket);
+    if (m_maximumDepth > kOperandLimit) {
+        throw ScMathException(message::kBracket);
     }
 }
 
@@ -129,7 +129,7 @@ void Compiler::placeLiteral(std::string_view text) {
         place(Opcode::PushFloat, 0, 1);
         m_code.back().real = *literal.real;
     } else {
-        placeFailure(message::IllegalNumber);
+        placeFailure(message::kIllegalNumber);
     }
 }
 
@@ -213,13 +213,13 @@ void Program::bind(const TokenQueue& queue, MathVariablesInterface* variables) {
         }
         const auto number = static_cast<std::size_t>(instruction.integer);
         const std::string_view name = queue.name(queue.tokens()[number]);
-        const int slot = variables ? variables->resolveVariable(name) : MathVariablesInterface::NoVariable;
+        const int slot = variables ? variables->resolveVariable(name) : MathVariablesInterface::kNoVariable;
         if (slot >= 0) {
             instruction.operand = static_cast<std::uint32_t>(slot);
         } else if (name == "PI") {
-            instruction.operand = PiSlot;
+            instruction.operand = kPiSlot;
         } else {
-            instruction.operand = name == "E" && m_knowsEuler ? EulerSlot : NoSlot;
+            instruction.operand = name == "E" && m_knowsEuler ? kEulerSlot : kNoSlot;
         }
     }
 }

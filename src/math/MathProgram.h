@@ -33,10 +33,10 @@ enum class Opcode : std::uint8_t {
 };
 
 // Slots of PushVariable that no provider gives: a name without a variable, and constants in place of one.
-inline constexpr std::uint32_t NoSlot = 0xFFFFFFFF;
-inline constexpr std::uint32_t PiSlot = 0xFFFFFFFE;
-inline constexpr std::uint32_t EulerSlot = 0xFFFFFFFD;
-inline constexpr std::uint32_t FirstConstantSlot = EulerSlot;
+inline constexpr std::uint32_t kNoSlot = 0xFFFFFFFF;
+inline constexpr std::uint32_t kPiSlot = 0xFFFFFFFE;
+inline constexpr std::uint32_t kEulerSlot = 0xFFFFFFFD;
+inline constexpr std::uint32_t kFirstConstantSlot = kEulerSlot;
 
 struct Instruction {
     Opcode opcode;
@@ -59,7 +59,7 @@ enum class EvaluationType {
 class Program {
 public:
     // Translates the first expression of a queue, if the queue holds all of it. Throws ScMathException
-    // ("bracket error") when that has more values waiting at once than OperandLimit; then it is incomplete.
+    // ("bracket error") when that has more values waiting at once than kOperandLimit; then it is incomplete.
     void compile(const TokenQueue& queue, const Quirks& quirks);
     void clear();
 

@@ -10,7 +10,7 @@ namespace tavo::math {
 
 namespace {
 
-constexpr std::uint32_t None = Split::None;
+constexpr std::uint32_t kNone = Split::kNone;
 
 constexpr bool isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -26,11 +26,11 @@ constexpr CharacterSet setOf(std::string_view characters) {
     return set;
 }
 
-constexpr CharacterSet OperatorCharacters = setOf("+-*/%&|^~<>=?:");
+constexpr CharacterSet kOperatorCharacters = setOf("+-*/%&|^~<>=?:");
 
 // After one of these a + or - is a sign, and a number may begin.
 constexpr bool isOperatorCharacter(char c) {
-    return OperatorCharacters[static_cast<unsigned char>(c)];
+    return kOperatorCharacters[static_cast<unsigned char>(c)];
 }
 
 // Most characters begin neither an operator nor a bracket.
@@ -45,7 +45,7 @@ SplitTree::SplitTree(std::string_view text, const Quirks& quirks) : m_text(text)
 }
 
 void SplitTree::findClosingBrackets() {
-    m_closing.assign(m_text.size(), None);
+    m_closing.assign(m_text.size(), kNone);
     std::vector<std::uint32_t> open;
     for (std::uint32_t i = 0; i < m_text.size(); ++i) {
         if (m_text[i] == '(') {
@@ -60,15 +60,15 @@ void SplitTree::findClosingBrackets() {
 std::uint32_t SplitTree::scan(std::uint32_t begin, std::uint32_t end) {
     m_begin = begin;
     m_end = end;
-    m_root = None;
+    m_root = kNone;
     m_spine.clear();
     for (std::uint32_t i = begin; i < end;) {
         if (!isOfInterest(m_text[i])) {
             ++i;
         } else if (m_text[i] == '(') {
             const std::uint32_t closing = m_closing[i];
-            if (closing >= end && m_root == None) {
-                throw ScMathException(message::Bracket);
+            if (closing >= end && m_root == kNone) {
+                throw ScMathException(message::kBracket);
             }
             if (closing >= end) {
                 return m_root;
@@ -110,13 +110,13 @@ void SplitTree::addSplit(Split split) {
 
 // A colon belongs to the nearest ? before it that has none yet, and ends the conditionals between them.
 void SplitTree::addColon(std::uint32_t position) {
-    Split colon{position, None, None, Operation::Unknown, 1, 0};
+    Split colon{position, kNone, kNone, Operation::Unknown, 1, 0};
     while (!m_spine.empty() && !isOpenConditional(m_splits[m_spine.back()])) {
         colon.left = m_spine.back();
         m_spine.pop_back();
     }
     if (m_spine.empty()) {
-        throw ScMathException(message::Conditional);
+        throw ScMathException(message::kConditional);
     }
     Split& conditional = m_splits[m_spine.back()];
     conditional.right = static_cast<std::uint32_t>(m_splits.size());
@@ -126,7 +126,7 @@ void SplitTree::addColon(std::uint32_t position) {
 }
 
 bool SplitTree::isOpenConditional(const Split& split) const {
-    const bool isClosed = split.right != None && m_splits[split.right].operation == Operation::Unknown;
+    const bool isClosed = split.right != kNone && m_splits[split.right].operation == Operation::Unknown;
     return split.operation == Operation::Conditional && !isClosed;
 }
 
@@ -142,14 +142,14 @@ std::optional<Split> SplitTree::operatorAt(std::uint32_t position) const {
     }
     const std::string_view rest = m_text.substr(position, m_end - position);
     const auto fits = [rest](const BinaryOperator& row) { return rest.starts_with(row.text); };
-    const auto found = std::find_if(BinaryOperators.begin(), BinaryOperators.end(), fits);
-    return found == BinaryOperators.end() ? std::nullopt
-                                          : std::optional(splitAt(position, found->text, *found));
+    const auto found = std::find_if(kBinaryOperators.begin(), kBinaryOperators.end(), fits);
+    return found == kBinaryOperators.end() ? std::nullopt
+                                           : std::optional(splitAt(position, found->text, *found));
 }
 
 std::optional<Split> SplitTree::standardSpellingAt(std::uint32_t position) const {
     const std::string_view rest = m_text.substr(position, m_end - position);
-    for (const Spelling& spelling : StandardSpellings) {
+    for (const Spelling& spelling : kStandardSpellings) {
         if (rest.starts_with(spelling.text)) {
             return splitAt(position, spelling.text, binaryOperator(spelling.operation));
         }
@@ -161,8 +161,8 @@ Split SplitTree::splitAt(std::uint32_t position, std::string_view text, const Bi
     const unsigned level = m_quirks.ownPrecedence ? row.level : row.standardLevel;
     return {
         position,
-        None,
-        None,
+        kNone,
+        kNone,
         row.operation,
         static_cast<std::uint8_t>(text.size()),
         static_cast<std::uint8_t>(level)};

@@ -12,7 +12,7 @@ namespace tavo::math {
 
 namespace {
 
-constexpr std::uint32_t None = Split::None;
+constexpr std::uint32_t kNone = Split::kNone;
 
 constexpr bool isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -34,7 +34,7 @@ private:
     struct Part {
         std::uint32_t begin;
         std::uint32_t end;
-        std::uint32_t root; // its split where `scanned`; None if it has no operator
+        std::uint32_t root; // its split where `scanned`; kNone if it has no operator
         bool scanned;
         unsigned nesting;
     };
@@ -62,7 +62,7 @@ private:
 };
 
 void Splitter::run() {
-    m_parts.push_back({0, static_cast<std::uint32_t>(m_text.size()), None, false, 0});
+    m_parts.push_back({0, static_cast<std::uint32_t>(m_text.size()), kNone, false, 0});
     while (!m_parts.empty()) {
         const Part part = m_parts.back();
         m_parts.pop_back();
@@ -72,13 +72,13 @@ void Splitter::run() {
 
 void Splitter::tokenizePart(Part part) {
     if (part.begin >= part.end) {
-        throw ScMathException(message::TermExpected);
+        throw ScMathException(message::kTermExpected);
     }
     if (!part.scanned) {
         part.root = m_splits.scan(part.begin, part.end);
         part.scanned = true;
     }
-    if (part.root == None) {
+    if (part.root == kNone) {
         tokenizeTerm(part);
     } else if (const Split split = m_splits.at(part.root); split.operation == Operation::Conditional) {
         m_quirks.leftConditionals ? splitLeftConditional(part, split) : splitRightConditional(part, split);
@@ -89,12 +89,12 @@ void Splitter::tokenizePart(Part part) {
 
 // The rightmost ? splits, so no other stands behind it: exactly one : must, with brackets that balance.
 std::uint32_t Splitter::findColon(const Part& part, std::uint32_t begin) const {
-    std::uint32_t colon = None;
+    std::uint32_t colon = kNone;
     for (std::uint32_t i = begin; i < part.end; ++i) {
         const char c = m_text[i];
         const bool isUnbalanced = c == ')' || (c == '(' && m_splits.closing(i) >= part.end);
-        if (isUnbalanced || (c == ':' && colon != None)) {
-            throw ScMathException(message::Conditional);
+        if (isUnbalanced || (c == ':' && colon != kNone)) {
+            throw ScMathException(message::kConditional);
         }
         if (c == ':') {
             colon = i;
@@ -102,8 +102,8 @@ std::uint32_t Splitter::findColon(const Part& part, std::uint32_t begin) const {
             i = m_splits.closing(i);
         }
     }
-    if (colon == None) {
-        throw ScMathException(message::Conditional);
+    if (colon == kNone) {
+        throw ScMathException(message::kConditional);
     }
     return colon;
 }
@@ -111,19 +111,19 @@ std::uint32_t Splitter::findColon(const Part& part, std::uint32_t begin) const {
 void Splitter::splitLeftConditional(const Part& part, const Split& split) {
     const std::uint32_t colon = findColon(part, split.position + 1);
     append(MathTokenKind::Function, split.position, split.position + 1, 3, split.operation);
-    m_parts.push_back({colon + 1, part.end, None, false, part.nesting});
-    m_parts.push_back({split.position + 1, colon, None, false, part.nesting});
+    m_parts.push_back({colon + 1, part.end, kNone, false, part.nesting});
+    m_parts.push_back({split.position + 1, colon, kNone, false, part.nesting});
     m_parts.push_back({part.begin, split.position, split.left, true, part.nesting});
 }
 
 // The colon was found with the operators, so a chain of conditionals is not looked at again either.
 void Splitter::splitRightConditional(const Part& part, const Split& split) {
     if (m_splits.isOpenConditional(split)) {
-        throw ScMathException(message::Conditional);
+        throw ScMathException(message::kConditional);
     }
     const Split colon = m_splits.at(split.right);
     append(MathTokenKind::Function, split.position, split.position + 1, 3, split.operation);
-    m_parts.push_back({colon.position + 1, part.end, colon.right, colon.right != None, part.nesting});
+    m_parts.push_back({colon.position + 1, part.end, colon.right, colon.right != kNone, part.nesting});
     m_parts.push_back({split.position + 1, colon.position, colon.left, true, part.nesting});
     m_parts.push_back({part.begin, split.position, split.left, true, part.nesting});
 }
@@ -133,7 +133,7 @@ void Splitter::splitOperator(const Part& part, const Split& split) {
     append(MathTokenKind::Function, split.position, right, 2, split.operation);
     // An unclosed bracket can only stand on the right of the last operator; that part is scanned again for
     // it.
-    m_parts.push_back({right, part.end, split.right, split.right != None, part.nesting});
+    m_parts.push_back({right, part.end, split.right, split.right != kNone, part.nesting});
     m_parts.push_back({part.begin, split.position, split.left, true, part.nesting});
 }
 
@@ -145,7 +145,7 @@ void Splitter::tokenizeTerm(const Part& part) {
         append(MathTokenKind::Number, part.begin, part.end, 0, Operation::Unknown);
     } else if (first == '(') {
         // Kept as it is: the last character is dropped whether or not it is the bracket's end.
-        m_parts.push_back({part.begin + 1, part.end - 1, None, false, deeper(part)});
+        m_parts.push_back({part.begin + 1, part.end - 1, kNone, false, deeper(part)});
     } else if (first == '+') {
         m_parts.push_back(rest);
     } else if (first == '-' || first == '~') {
@@ -164,7 +164,7 @@ void Splitter::tokenizeIdentifier(const Part& part) {
         const bool isLegal = isLetter(c) || (end > part.begin &&
                                              (isDigit(c) || c == '_' || (c == '.' && !m_quirks.plainNames)));
         if (!isLegal) {
-            throw ScMathException(message::IllegalIdentifier);
+            throw ScMathException(message::kIllegalIdentifier);
         }
     }
     if (end == part.end) {
@@ -190,7 +190,7 @@ void Splitter::tokenizeCall(const Part& part, std::uint32_t open) {
     const std::size_t firstArgument = m_parts.size();
     std::uint32_t begin = open + 1;
     for (const std::uint32_t end : ends) {
-        m_parts.push_back({begin, end, None, false, nesting});
+        m_parts.push_back({begin, end, kNone, false, nesting});
         begin = end + 1;
     }
     std::reverse(m_parts.begin() + static_cast<std::ptrdiff_t>(firstArgument), m_parts.end());
@@ -203,7 +203,7 @@ std::vector<std::uint32_t> Splitter::findCommas(std::uint32_t open, std::uint32_
     for (std::uint32_t i = open; i < end; ++i) {
         const char c = m_text[i];
         if ((c == '(' && m_splits.closing(i) >= end) || (c == ')' && !isInside)) {
-            throw ScMathException(message::Bracket);
+            throw ScMathException(message::kBracket);
         }
         if (c == '(' && isInside) {
             i = m_splits.closing(i);
@@ -217,8 +217,8 @@ std::vector<std::uint32_t> Splitter::findCommas(std::uint32_t open, std::uint32_
 }
 
 unsigned Splitter::deeper(const Part& part) const {
-    if (part.nesting == NestingLimit) {
-        throw ScMathException(message::Bracket);
+    if (part.nesting == kNestingLimit) {
+        throw ScMathException(message::kBracket);
     }
     return part.nesting + 1;
 }
@@ -230,7 +230,7 @@ void Splitter::append(
 }
 
 static_assert(
-    LengthLimit <= std::numeric_limits<std::uint16_t>::max() + std::size_t{1},
+    kLengthLimit <= std::numeric_limits<std::uint16_t>::max() + std::size_t{1},
     "the number of arguments, less than that of characters, fits its 16 bits");
 
 } // namespace
@@ -250,8 +250,8 @@ bool wouldJoin(char before, char after) {
     const char both[] = {before, after};
     const std::string_view pair(both, sizeof both);
     return (isWord(before) && isWord(after)) ||
-           std::ranges::find(BinaryOperators, pair, &BinaryOperator::text) != BinaryOperators.end() ||
-           std::ranges::find(StandardSpellings, pair, &Spelling::text) != StandardSpellings.end();
+           std::ranges::find(kBinaryOperators, pair, &BinaryOperator::text) != kBinaryOperators.end() ||
+           std::ranges::find(kStandardSpellings, pair, &Spelling::text) != kStandardSpellings.end();
 }
 
 bool hasBlankInToken(std::string_view text) {
@@ -276,13 +276,13 @@ bool hasBlankInToken(std::string_view text) {
 void TokenQueue::tokenize(std::string_view expression, const Quirks& quirks) {
     const std::string text = normalize(expression);
     if (!quirks.blanksJoin && hasBlankInToken(expression)) {
-        throw ScMathException(message::IllegalIdentifier);
+        throw ScMathException(message::kIllegalIdentifier);
     }
-    if (text.empty() || text.size() > LengthLimit) {
-        throw ScMathException(message::TermExpected);
+    if (text.empty() || text.size() > kLengthLimit) {
+        throw ScMathException(message::kTermExpected);
     }
-    if (m_text.size() > None - text.size()) {
-        throw ScMathException(message::TermExpected);
+    if (m_text.size() > kNone - text.size()) {
+        throw ScMathException(message::kTermExpected);
     }
     const auto offset = static_cast<std::uint32_t>(m_text.size());
     m_text += text;

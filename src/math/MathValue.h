@@ -31,8 +31,8 @@ struct MathValue {
     constexpr std::int64_t toInteger() const { return isInteger() ? integer : truncated(real); }
 
     static constexpr std::int64_t truncated(double value) {
-        constexpr double limit = 9223372036854775808.0; // 2^63, exact as a double
-        const bool fits = value >= -limit && value < limit;
+        constexpr double kLimit = 9223372036854775808.0; // 2^63, exact as a double
+        const bool fits = value >= -kLimit && value < kLimit;
         return fits ? static_cast<std::int64_t>(value) : std::numeric_limits<std::int64_t>::min();
     }
 

@@ -15,7 +15,7 @@ namespace tavo {
 
 class MathVariablesInterface {
 public:
-    static constexpr int NoVariable = -1;
+    static constexpr int kNoVariable = -1;
 
     virtual ~MathVariablesInterface() = default;
 
@@ -24,7 +24,7 @@ public:
     virtual std::int64_t getIntegerVariable(const std::string& name) = 0;
     virtual double getFloatVariable(const std::string& name) = 0;
 
-    // The slot of a variable, or NoVariable. Formulas write names in upper case, and so they arrive here,
+    // The slot of a variable, or kNoVariable. Formulas write names in upper case, and so they arrive here,
     // with their suffixes ("WIDTH.MAX", "MODE.ENTRY.ON") where formulas may have any. A slot stays good until
     // variablesChanged().
     virtual int resolveVariable(std::string_view name) = 0;

@@ -81,7 +81,7 @@ struct BinaryOperator {
     std::string_view tokenName;
 };
 
-inline constexpr auto BinaryOperators = std::to_array<BinaryOperator>({
+inline constexpr auto kBinaryOperators = std::to_array<BinaryOperator>({
 #define LIOMOL_MATH_ROW(operation, text, level, standardLevel, tokenName)                                    \
     {Operation::operation, text, level, standardLevel, tokenName},
     LIOMOL_MATH_BINARY_OPERATORS(LIOMOL_MATH_ROW)
@@ -94,7 +94,7 @@ struct Spelling {
     Operation operation;
 };
 
-inline constexpr auto StandardSpellings =
+inline constexpr auto kStandardSpellings =
     std::to_array<Spelling>({{"==", Operation::Equal}, {"!=", Operation::NotEqual}});
 
 struct PrefixOperator {
@@ -102,7 +102,7 @@ struct PrefixOperator {
     std::string_view tokenName;
 };
 
-inline constexpr auto PrefixOperators = std::to_array<PrefixOperator>({
+inline constexpr auto kPrefixOperators = std::to_array<PrefixOperator>({
 #define LIOMOL_MATH_ROW(operation, tokenName) {Operation::operation, tokenName},
     LIOMOL_MATH_PREFIX_OPERATORS(LIOMOL_MATH_ROW)
 #undef LIOMOL_MATH_ROW
@@ -114,24 +114,24 @@ struct Function {
     unsigned arguments;
 };
 
-inline constexpr auto Functions = std::to_array<Function>({
+inline constexpr auto kFunctions = std::to_array<Function>({
 #define LIOMOL_MATH_ROW(operation, name, arguments) {Operation::operation, name, arguments},
     LIOMOL_MATH_FUNCTIONS(LIOMOL_MATH_ROW)
 #undef LIOMOL_MATH_ROW
 });
 
 // The tables stand in the order of the enumerators: an operation is its own row.
-static_assert(static_cast<std::size_t>(Operation::UnaryMinus) == BinaryOperators.size());
+static_assert(static_cast<std::size_t>(Operation::UnaryMinus) == kBinaryOperators.size());
 static_assert(
     static_cast<std::size_t>(Operation::Unknown) ==
-    BinaryOperators.size() + PrefixOperators.size() + Functions.size());
+    kBinaryOperators.size() + kPrefixOperators.size() + kFunctions.size());
 
 constexpr const BinaryOperator& binaryOperator(Operation operation) {
-    return BinaryOperators[static_cast<std::size_t>(operation)];
+    return kBinaryOperators[static_cast<std::size_t>(operation)];
 }
 
 constexpr Operation findFunction(std::string_view name, unsigned arguments) {
-    for (const Function& function : Functions) {
+    for (const Function& function : kFunctions) {
         if (function.arguments == arguments && function.name == name) {
             return function.operation;
         }
@@ -144,7 +144,7 @@ constexpr std::string_view operatorTokenName(Operation operation) {
     if (operation < Operation::UnaryMinus) {
         return binaryOperator(operation).tokenName;
     }
-    for (const PrefixOperator& prefix : PrefixOperators) {
+    for (const PrefixOperator& prefix : kPrefixOperators) {
         if (prefix.operation == operation) {
             return prefix.tokenName;
         }

@@ -15,7 +15,7 @@ public:
 
     void set(const std::string& name, tavo::MathValue value) {
         const int slot = find(name);
-        if (slot != NoVariable) {
+        if (slot != kNoVariable) {
             m_rows[static_cast<std::size_t>(slot)].second = value;
             return;
         }
@@ -35,7 +35,7 @@ public:
     // A variable named NEITHER stands for a node of a kind that is no number.
     tavo::MathValue getVariable(int slot) override {
         ++reads;
-        if (slot == NoVariable || m_rows[static_cast<std::size_t>(slot)].first == "NEITHER") {
+        if (slot == kNoVariable || m_rows[static_cast<std::size_t>(slot)].first == "NEITHER") {
             throw 0;
         }
         return m_rows[static_cast<std::size_t>(slot)].second;
@@ -51,7 +51,7 @@ private:
                 return static_cast<int>(i);
             }
         }
-        return NoVariable;
+        return kNoVariable;
     }
 
     std::vector<std::pair<std::string, tavo::MathValue>> m_rows;

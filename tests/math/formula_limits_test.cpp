@@ -59,8 +59,8 @@ std::string resultOf(const std::string& formula, const tavo::Quirks& quirks = {}
 }
 
 TEST(FormulaLimits, HugeFormulasEndInAValueOrAnErrorAtOnce) {
-    constexpr std::size_t full = tavo::math::LengthLimit;
-    const std::size_t deepest = tavo::math::NestingLimit;
+    constexpr std::size_t full = tavo::math::kLengthLimit;
+    const std::size_t deepest = tavo::math::kNestingLimit;
     const struct {
         const char* name;
         std::string formula;

@@ -17,7 +17,7 @@ namespace {
 
 using tavo::Quirks;
 
-constexpr unsigned Seed = 20261121;
+constexpr unsigned kSeed = 20261121;
 
 class Random {
 public:
@@ -27,7 +27,7 @@ public:
     template<typename T> const T& oneOf(const std::vector<T>& values) { return values[below(values.size())]; }
 
 private:
-    std::mt19937 m_engine{Seed};
+    std::mt19937 m_engine{kSeed};
 };
 
 TEST(FormulaProperties, TokensAreThoseOfSplittingByRescanning) {

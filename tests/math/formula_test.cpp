@@ -16,8 +16,8 @@ using tavo::MathValue;
 using tavo::Quirks;
 using tavo::ScMathException;
 
-constexpr std::int64_t Least = std::numeric_limits<std::int64_t>::min();
-constexpr std::int64_t Most = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
 
 static_assert(Quirks::none() != Quirks());
 static_assert(!Quirks::none().integerPrefixLiterals && !Quirks::none().plainNames);
@@ -27,7 +27,7 @@ TableOfVariables someVariables() {
     const auto real = MathValue::fromFloat;
     return {{"A", integer(10)},      {"B", integer(3)},           {"C", integer(-7)},
             {"X", real(2.5)},        {"Y", real(-0.75)},          {"ZERO", integer(0)},
-            {"MAX", integer(99)},    {"LEAST", integer(Least)},   {"MOST", integer(Most)},
+            {"MAX", integer(99)},    {"LEAST", integer(kLeast)},  {"MOST", integer(kMost)},
             {"NEITHER", integer(0)}, {"HUGE", real(1e300)},       {"EXP", integer(6)},
             {"VALUE", integer(20)},  {"WIDTH", integer(640)},     {"WIDTH.MAX", integer(1024)},
             {"MODE.1E", integer(7)}, {"BIG", integer(1LL << 60)}, {"MODE.ENTRY.ON_2", integer(5)}};
@@ -225,16 +225,16 @@ class VariablesWithExpression : public TableOfVariables {
 public:
     using TableOfVariables::TableOfVariables;
     int resolveVariable(std::string_view name) override {
-        return name == "HALF" ? ExpressionSlot : TableOfVariables::resolveVariable(name);
+        return name == "HALF" ? kExpressionSlot : TableOfVariables::resolveVariable(name);
     }
     MathValue getVariable(int slot) override {
-        return slot == ExpressionSlot ? MathValue::fromFloat(expression.evaluateFloat())
-                                      : TableOfVariables::getVariable(slot);
+        return slot == kExpressionSlot ? MathValue::fromFloat(expression.evaluateFloat())
+                                       : TableOfVariables::getVariable(slot);
     }
     MathParser expression;
 
 private:
-    static constexpr int ExpressionSlot = 1000;
+    static constexpr int kExpressionSlot = 1000;
 };
 
 TEST(Formula, AVariableMayBeAFormulaAndHidesAConstant) {
@@ -291,7 +291,7 @@ TEST(Formula, PublicHelpers) {
     EXPECT_EQ(MathParser::intpow(-3, 3), -27);
     EXPECT_EQ(MathParser::intpow(2, 64), 0);
     EXPECT_EQ(MathParser::intpow(2, -1), 0);
-    EXPECT_EQ(MathParser::intpow(0, -1), Least);
+    EXPECT_EQ(MathParser::intpow(0, -1), kLeast);
     EXPECT_DOUBLE_EQ(MathParser::round(3.14159, 2), 3.14);
     EXPECT_DOUBLE_EQ(MathParser::round(-1250, -2), -1200);
 }

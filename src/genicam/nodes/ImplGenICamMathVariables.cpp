@@ -24,19 +24,19 @@ struct LimitSuffix {
     std::string_view text;
     NodeLimit limit;
 };
-constexpr LimitSuffix limitSuffixes[] = {
+constexpr LimitSuffix kLimitSuffixes[] = {
     {"MIN", NodeLimit::Min}, {"MAX", NodeLimit::Max}, {"INC", NodeLimit::Inc}};
 
-constexpr std::string_view valueSuffix = "VALUE";
-constexpr std::string_view entrySuffix = "ENTRY.";
+constexpr std::string_view kValueSuffix = "VALUE";
+constexpr std::string_view kEntrySuffix = "ENTRY.";
 
 // What stands behind the first dot of a name that has such a meaning; empty for other names.
 std::string_view suffixOf(std::string_view name) {
     for (std::size_t dot = name.find('.'); dot != std::string_view::npos; dot = name.find('.', dot + 1)) {
         const std::string_view rest = name.substr(dot + 1);
         const bool isLimit =
-            std::ranges::find(limitSuffixes, rest, &LimitSuffix::text) != std::end(limitSuffixes);
-        if (isLimit || rest == valueSuffix || rest.starts_with(entrySuffix)) {
+            std::ranges::find(kLimitSuffixes, rest, &LimitSuffix::text) != std::end(kLimitSuffixes);
+        if (isLimit || rest == kValueSuffix || rest.starts_with(kEntrySuffix)) {
             return rest;
         }
     }
@@ -100,7 +100,7 @@ struct ImplGenICamMathVariables::Extras {
 
     int resolve(std::string_view name) const {
         const auto found = slots.find(name);
-        return found != slots.end() ? found->second : NoVariable;
+        return found != slots.end() ? found->second : kNoVariable;
     }
 
     // Nothing here refers to `all` while a node or an expression is evaluated: it may grow meanwhile.
@@ -193,31 +193,31 @@ int ImplGenICamMathVariables::resolveVariable(std::string_view name) {
     if (const Variable* const variable = look(name)) {
         return suffix.empty() ? slotOf(*variable) : resolveSuffix(*variable, suffix);
     }
-    const int named = m_extras ? m_extras->resolve(name) : NoVariable;
-    if (named != NoVariable || suffix.empty()) {
+    const int named = m_extras ? m_extras->resolve(name) : kNoVariable;
+    if (named != kNoVariable || suffix.empty()) {
         return named;
     }
     const Variable* const variable = look(name.substr(0, name.size() - suffix.size() - 1));
-    return variable != nullptr ? resolveSuffix(*variable, suffix) : NoVariable;
+    return variable != nullptr ? resolveSuffix(*variable, suffix) : kNoVariable;
 }
 
 int ImplGenICamMathVariables::resolveSuffix(const Variable& variable, std::string_view suffix) {
     ImplGenICamNode* const node = variable.node.node();
-    if (node == nullptr || suffix == valueSuffix) {
+    if (node == nullptr || suffix == kValueSuffix) {
         return slotOf(variable);
     }
-    for (const auto& [text, limit] : limitSuffixes) {
+    for (const auto& [text, limit] : kLimitSuffixes) {
         if (suffix == text && hasLimit(*node, limit)) {
             return extras().add({{}, nullptr, node, limit});
         }
     }
     const auto* const enumeration = node->asEnumeration();
-    if (enumeration != nullptr && suffix.starts_with(entrySuffix)) {
-        if (const auto* const entry = findEntry(*enumeration, suffix.substr(entrySuffix.size()))) {
+    if (enumeration != nullptr && suffix.starts_with(kEntrySuffix)) {
+        if (const auto* const entry = findEntry(*enumeration, suffix.substr(kEntrySuffix.size()))) {
             return extras().add({MathValue::fromInteger(entry->getValue()), nullptr, nullptr, {}});
         }
     }
-    return NoVariable;
+    return kNoVariable;
 }
 
 MathValue ImplGenICamMathVariables::getVariable(int slot) {
