@@ -7,18 +7,18 @@
 
 namespace generated {
 
-// Where the registers start: register i is at firstAddress + 4 * i. All zero is a valid content.
-inline constexpr unsigned firstAddress = 0x10000;
+// Where the registers start: register i is at kFirstAddress + 4 * i. All zero is a valid content.
+inline constexpr unsigned kFirstAddress = 0x10000;
 
 enum class FeatureKind { Integer, Float, Enumeration, Boolean, Command };
-inline constexpr int featureKinds = 5;
+inline constexpr int kFeatureKinds = 5;
 
 inline FeatureKind kindOf(int feature) {
-    return static_cast<FeatureKind>(feature % featureKinds);
+    return static_cast<FeatureKind>(feature % kFeatureKinds);
 }
 
 inline std::string featureName(int feature) {
-    constexpr std::array<const char*, featureKinds> names = {
+    constexpr std::array<const char*, kFeatureKinds> names = {
         "IntegerFeature", "FloatFeature", "EnumerationFeature", "BooleanFeature", "CommandFeature"};
     return names[static_cast<std::size_t>(kindOf(feature))] + std::to_string(feature);
 }
@@ -32,7 +32,7 @@ inline std::string featureRegister(int feature) {
     const std::string number = std::to_string(feature);
     return "<IntReg Name=\"Register" + number + "\" Namespace=\"Custom\">\n" + //
            element("Visibility", "Invisible") +
-           element("Address", std::to_string(firstAddress + 4U * static_cast<unsigned>(feature))) +
+           element("Address", std::to_string(kFirstAddress + 4U * static_cast<unsigned>(feature))) +
            element("Length", "4") + element("AccessMode", "RW") + element("pPort", "Device") +
            element("Cachable", feature % 4 == 3 ? "WriteAround" : "WriteThrough") +
            element("Sign", "Unsigned") + element("Endianess", "BigEndian") + "</IntReg>\n";
@@ -100,7 +100,7 @@ inline std::string feature(int feature) {
         element("Visibility", feature % 3 == 0 ? "Beginner" : "Expert") +
         (feature % 7 == 0 ? element("pIsLocked", "TLParamsLocked") : "");
     using Make = std::string (*)(int, const std::string&);
-    constexpr std::array<Make, featureKinds> makers = {
+    constexpr std::array<Make, kFeatureKinds> makers = {
         integerFeature, floatFeature, enumerationFeature, booleanFeature, commandFeature};
     return featureRegister(feature) + makers[static_cast<std::size_t>(kindOf(feature))](feature, common);
 }

@@ -54,7 +54,7 @@ double statusLine(const std::string& name) {
 // How much resident memory grows over what the process holds with the text; the peak includes the parse. A
 // small description before it brings the code in, which no description adds to.
 Memory measure(int features) {
-    load(generated::description(generated::featureKinds), generated::featureKinds);
+    load(generated::description(generated::kFeatureKinds), generated::kFeatureKinds);
     const std::string text = generated::description(features);
     std::ofstream("/proc/self/clear_refs") << "5"; // the peak so far is that of the text's making
     const double before = statusLine("VmRSS");

@@ -38,7 +38,7 @@ public:
 
 private:
     unsigned char* place(long long address, long long length) {
-        const long long offset = address - generated::firstAddress;
+        const long long offset = address - generated::kFirstAddress;
         if (offset < 0 || offset + length > static_cast<long long>(m_bytes.size())) {
             giveUp("an access outside of the memory");
         }

@@ -12,11 +12,11 @@ Bytes ackMessage(gvcp::Status status, std::uint16_t code, std::uint16_t id, Byte
 }
 
 Answer pendingAck(const Answer& answer, milliseconds time) {
-    constexpr auto code = static_cast<std::uint16_t>(gvcp::Command::PendingAck);
+    constexpr auto kCode = static_cast<std::uint16_t>(gvcp::Command::PendingAck);
     const auto id = Reader(ByteView(answer.message).subspan(gvcp::kAckId)).u16();
     const auto ms = std::clamp<std::int64_t>(time.count(), 0, 0xFFFF);
     const Bytes payload = Writer().u16(0).u16(static_cast<std::uint16_t>(ms)).take();
-    return {answer.to, ackMessage(gvcp::Status::Success, code, id, payload), answer.delay};
+    return {answer.to, ackMessage(gvcp::Status::Success, kCode, id, payload), answer.delay};
 }
 
 std::vector<Answer> spoilt(const Answer& sound, const Fault& fault) {

@@ -269,9 +269,9 @@ bool PortBridge::needsWholeWords(const Range& range) const {
 }
 
 PortBridge::Range PortBridge::wordsAround(const Range& range) {
-    constexpr long long mask = ~(kRegisterSize - 1);
-    const long long begin = range.address & mask;
-    const long long end = (static_cast<long long>(range.address) + range.length + kRegisterSize - 1) & mask;
+    constexpr long long kMask = ~(kRegisterSize - 1);
+    const long long begin = range.address & kMask;
+    const long long end = (static_cast<long long>(range.address) + range.length + kRegisterSize - 1) & kMask;
     if (end - begin > std::numeric_limits<unsigned>::max()) {
         throw tavo::GicTransportLayerException();
     }

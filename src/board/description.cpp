@@ -2,6 +2,7 @@
 
 #include "board/description_file.h"
 #include "board/devices.h"
+#include "genicam/description/limits.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/exceptions.h"
 #include "protocol/bootstrap.h"
@@ -62,7 +63,7 @@ std::unique_ptr<char[]> copyOf(const QByteArray& bytes) {
 
 // The first entry of an archive, or nothing.
 std::unique_ptr<char[]> unpack(QIODevice& archive) {
-    ZipReader reader(&archive, tavo::kMaxDescriptionSize);
+    ZipReader reader(&archive, genicam::kMaxDescriptionSize);
     if (!reader.hasEntries()) {
         return nullptr;
     }
@@ -72,7 +73,7 @@ std::unique_ptr<char[]> unpack(QIODevice& archive) {
 bool isPlausibleRange(const DescriptionUrl& url) {
     constexpr std::uint64_t kAddressSpace = std::uint64_t{1} << 32;
     const auto length = static_cast<std::uint64_t>(url.length);
-    return url.length > 0 && length <= tavo::kMaxDescriptionSize && url.address + length <= kAddressSpace;
+    return url.length > 0 && length <= genicam::kMaxDescriptionSize && url.address + length <= kAddressSpace;
 }
 
 Document fetchFromCamera(CameraPort& place, const DescriptionUrl& url) {

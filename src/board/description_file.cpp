@@ -1,6 +1,6 @@
 #include "board/description_file.h"
 
-#include "genicam/device/ImplGenICamCamera.h"
+#include "genicam/description/limits.h"
 #include "liomol/exceptions.h"
 
 #include <QtCore/QDir>
@@ -27,7 +27,8 @@ QString findDescriptionFile(const std::string& name) {
     }
     const QString directory = QFile::decodeName(installation) + QLatin1String("/genicam");
     const QFileInfo file(directory + QLatin1Char('/') + QFile::decodeName(name.c_str()));
-    if (!file.isFile() || !staysBelow(file, directory) || file.size() > qint64{tavo::kMaxDescriptionSize}) {
+    if (!file.isFile() || !staysBelow(file, directory) ||
+        file.size() > qint64{genicam::kMaxDescriptionSize}) {
         throw tavo::GicFileDoesNotExistException(file.absoluteFilePath());
     }
     return file.absoluteFilePath();

@@ -147,7 +147,7 @@ TEST(Nesting, IsMeasuredAsTheParserWould) {
 }
 
 TEST(Nesting, BeyondTheLimitIsAParseError) {
-    const int limit = static_cast<int>(genicam::maxXmlNesting);
+    const int limit = static_cast<int>(genicam::kMaxXmlNesting);
     EXPECT_NE(parse(inRoot(repeated("<Group>", limit - 1) + repeated("</Group>", limit - 1))), nullptr);
     testing::internal::CaptureStdout();
     EXPECT_EQ(parse(inRoot(repeated("<Group>", limit) + repeated("</Group>", limit))), nullptr);
@@ -178,17 +178,17 @@ TEST(Parsing, IsLinearInHostileRepetition) {
     GenICamTreeBuilder& node = *tree->getAllObjects()[0].builder;
     EXPECT_NE(node.findElement("e77"), nullptr);
     EXPECT_EQ(node.findAttribute("a77", "none"), "");
-    constexpr std::size_t most = genicam::maxBuilders;
+    constexpr std::size_t most = genicam::kMaxBuilders;
     EXPECT_EQ(parse(inRoot(repeated("<Node/>", int{most})))->getAllObjects().size(), most);
 }
 
 // ---- The builders and the parsers of their texts ----
 
-constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
-constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
-constexpr double largest = std::numeric_limits<double>::max();
+constexpr std::int64_t kLowest = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kHighest = std::numeric_limits<std::int64_t>::max();
+constexpr double kLargest = std::numeric_limits<double>::max();
 
-constexpr std::int64_t noNumber = 77;
+constexpr std::int64_t kNoNumber = 77;
 
 // Texts that the parser reads as one value.
 template<class Value> using TextsOf = std::vector<std::pair<Value, std::vector<std::string_view>>>;
@@ -197,7 +197,7 @@ template<class Value>
 void expectParsed(Value (*parser)(std::string_view, Value), const TextsOf<Value>& rows) {
     for (const auto& [value, texts] : rows) {
         for (const std::string_view text : texts) {
-            EXPECT_EQ(parser(text, Value(noNumber)), value) << "'" << text << "'";
+            EXPECT_EQ(parser(text, Value(kNoNumber)), value) << "'" << text << "'";
         }
     }
 }
@@ -205,7 +205,7 @@ void expectParsed(Value (*parser)(std::string_view, Value), const TextsOf<Value>
 TEST(Texts, AreReadAsStreamsDo) {
     expectParsed<std::int64_t>(
         GenICamTreeBuilder::parseNumber,
-        {{noNumber, {"", " ", "abc", "-", "- 5", "--5", "0x", "0xg"}},
+        {{kNoNumber, {"", " ", "abc", "-", "- 5", "--5", "0x", "0xg"}},
          {0, {"0", "08"}},
          {42, {"42", "+42", "  42", "\n\t42 \n", "42abc", "42 7", "42.9"}},
          {-5, {"-5", "-0x5", "-05"}},
@@ -213,19 +213,19 @@ TEST(Texts, AreReadAsStreamsDo) {
          {15, {"017", "00000000000000000000000000000000017"}},
          {8, {"010"}},
          {-1, {"0xFFFFFFFFFFFFFFFF"}},
-         {highest, {"9223372036854775807", "9223372036854775808", "99999999999999999999999"}},
-         {highest, {"0x7FFFFFFFFFFFFFFF", "0x10000000000000000", "01777777777777777777777"}},
-         {lowest,
+         {kHighest, {"9223372036854775807", "9223372036854775808", "99999999999999999999999"}},
+         {kHighest, {"0x7FFFFFFFFFFFFFFF", "0x10000000000000000", "01777777777777777777777"}},
+         {kLowest,
           {"-9223372036854775808", "-9223372036854775809", "0x8000000000000000", "-0x10000000000000000"}}});
     expectParsed<double>(
-        GenICamTreeBuilder::parseFloat, {{noNumber, {"", "abc", ".", "-", "inf", "nan", "12e"}},
+        GenICamTreeBuilder::parseFloat, {{kNoNumber, {"", "abc", ".", "-", "inf", "nan", "12e"}},
                                          {0, {"0x1F", "1e-999"}},
                                          {0.5, {".5", "+.5", "0.5.5"}},
                                          {-1.25, {"-1.25", " \n-1.25x"}},
                                          {1, {"1", "1.", "1,5"}},
                                          {1000, {"1e3", "1E+3"}},
-                                         {largest, {"1e999"}},
-                                         {-largest, {"-1e999"}},
+                                         {kLargest, {"1e999"}},
+                                         {-kLargest, {"-1e999"}},
                                          {2.2250738585072014e-308, {"2.2250738585072014e-308"}}});
 }
 

@@ -36,14 +36,14 @@ public:
     std::string_view storeName(std::string_view name);
 
 private:
-    static constexpr std::size_t firstBlock =
+    static constexpr std::size_t kFirstBlock =
         std::size_t{16} * 1024; // later ones grow in proportion to what there is
-    static constexpr std::size_t recentNames = 256;
+    static constexpr std::size_t kRecentNames = 256;
 
-    std::pmr::monotonic_buffer_resource m_memory{firstBlock};
+    std::pmr::monotonic_buffer_resource m_memory{kFirstBlock};
     std::unique_ptr<char[]> m_adopted;
     std::size_t m_adoptedSize = 0;
-    std::array<std::string_view, recentNames> m_recentNames;
+    std::array<std::string_view, kRecentNames> m_recentNames;
 };
 
 } // namespace genicam

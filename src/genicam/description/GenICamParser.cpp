@@ -23,7 +23,7 @@ using NodeType = GenICamTypes::GenICamNodeType;
 
 // Entities translated, texts kept as nodes, no blanks trimmed; declarations, comments, processing
 // instructions and document types make no node.
-constexpr int parseFlags = 0;
+constexpr int kParseFlags = 0;
 
 using Document = rapidxml::xml_document<char>; // too large for a thread's stack
 
@@ -39,7 +39,7 @@ struct ElementKind {
 
 // The elements that make a builder. All others are simple elements of their parents, but for "Group" and
 // "Extension".
-constexpr std::array elementKinds = std::to_array<ElementKind>({
+constexpr std::array kElementKinds = std::to_array<ElementKind>({
     {"Boolean", GenICamTypes::Boolean},
     {"Category", GenICamTypes::Category},
     {"Command", GenICamTypes::Command},
@@ -71,15 +71,15 @@ constexpr std::array elementKinds = std::to_array<ElementKind>({
 });
 
 // Where a name that is not empty stands in the index below: every element of a description is looked up.
-constexpr std::size_t indexPlaces = 128;
+constexpr std::size_t kIndexPlaces = 128;
 constexpr std::size_t placeOf(std::string_view name) {
-    return genicam::hashOfName(name) % indexPlaces;
+    return genicam::hashOfName(name) % kIndexPlaces;
 }
 
 // No two kinds share a place, which the compiler checks.
-constexpr auto kindIndex = [] {
-    std::array<ElementKind, indexPlaces> index{};
-    for (const ElementKind& kind : elementKinds) {
+constexpr auto kKindIndex = [] {
+    std::array<ElementKind, kIndexPlaces> index{};
+    for (const ElementKind& kind : kElementKinds) {
         ElementKind& place = index[placeOf(kind.name)];
         place = place.name.empty() ? kind : throw "two kinds in one place: choose another hash";
     }
@@ -88,7 +88,7 @@ constexpr auto kindIndex = [] {
 
 // Undefined for the name of a simple element.
 NodeType typeOf(std::string_view name, const Quirks& quirks) {
-    const ElementKind& kind = kindIndex[placeOf(name)];
+    const ElementKind& kind = kKindIndex[placeOf(name)];
     const bool isHidden = kind.hiddenBy != nullptr && quirks.*kind.hiddenBy;
     return kind.name == name && !isHidden ? kind.type : GenICamTypes::Undefined;
 }
@@ -181,7 +181,7 @@ std::unique_ptr<GenICamTreeBuilder> GenICamParser::parse(char* text, std::unique
 std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseWhole(char* text) {
     const auto document = std::make_unique<Document>();
     try {
-        document->parse<parseFlags>(text);
+        document->parse<kParseFlags>(text);
     } catch (const rapidxml::parse_error&) {
         reportParseError(); // what was complete before the error is used, deliberately
     }
@@ -200,7 +200,7 @@ GenICamParser::parsePieces(char* text, const genicam::XmlOutline& outline, std::
         if (!tag.ends_with("/>")) {
             tag.insert(tag.size() - 1, 1, '/');
         }
-        document->parse<parseFlags>(tag.data());
+        document->parse<kParseFlags>(tag.data());
         std::unique_ptr<GenICamTreeBuilder> root(parseNode(document->first_node(), nullptr));
         if (root != nullptr) {
             if (owner != nullptr) {
@@ -214,7 +214,7 @@ GenICamParser::parsePieces(char* text, const genicam::XmlOutline& outline, std::
                 }
                 const char next = std::exchange(text[end], '\0');
                 document->clear();
-                document->parse<parseFlags>(text + begin);
+                document->parse<kParseFlags>(text + begin);
                 parseNode(document->first_node(), root.get());
                 text[end] = next;
             }
@@ -229,7 +229,7 @@ GenICamParser::parsePieces(char* text, const genicam::XmlOutline& outline, std::
 std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary | std::ios::ate);
     const std::streamoff size = file.tellg();
-    if (!file || size < 0 || size > static_cast<std::streamoff>(genicam::maxDescriptionSize)) {
+    if (!file || size < 0 || size > static_cast<std::streamoff>(genicam::kMaxDescriptionSize)) {
         return nullptr;
     }
     std::string text(static_cast<std::size_t>(size), '\0'); // and a terminating zero

@@ -79,7 +79,7 @@ std::span<GenICamTreeBuilder::Element> GenICamTreeBuilder::getAllElementsByName(
 }
 
 GenICamTreeBuilder& GenICamTreeBuilder::addObject(std::string_view name, GenICamTypes::GenICamNodeType type) {
-    charge(m_store.builders, 1, genicam::maxBuilders);
+    charge(m_store.builders, 1, genicam::kMaxBuilders);
     genicam::Arena& arena = m_store.arena;
     void* const place = arena.allocate(sizeof(GenICamTreeBuilder), alignof(GenICamTreeBuilder));
     auto* const child = new (place) GenICamTreeBuilder(type, m_store);
@@ -102,12 +102,12 @@ void GenICamTreeBuilder::adoptBuffer(std::unique_ptr<char[]> buffer, std::size_t
 }
 
 void GenICamTreeBuilder::countCopies(std::size_t count, std::size_t bytes) {
-    charge(m_store.copies, count, genicam::maxCopies);
-    charge(m_store.copiedBytes, bytes, genicam::maxCopiedBytes);
+    charge(m_store.copies, count, genicam::kMaxCopies);
+    charge(m_store.copiedBytes, bytes, genicam::kMaxCopiedBytes);
 }
 
 void GenICamTreeBuilder::countFormula(std::size_t characters) {
-    charge(m_store.formulaText, characters, genicam::maxFormulaText);
+    charge(m_store.formulaText, characters, genicam::kMaxFormulaText);
 }
 
 } // namespace tavo

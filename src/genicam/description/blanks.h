@@ -7,10 +7,10 @@ namespace genicam {
 
 // The text without blanks, tabulators and line ends in front and behind.
 inline std::string_view withoutBlanks(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(blanks);
+    constexpr std::string_view kBlanks = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(kBlanks);
     return first == std::string_view::npos ? std::string_view{}
-                                           : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+                                           : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 } // namespace genicam

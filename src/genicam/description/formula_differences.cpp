@@ -13,7 +13,7 @@ namespace {
 using tavo::Quirks;
 
 // Those that change how a formula splits.
-constexpr bool Quirks::*splittingQuirks[] = {
+constexpr bool Quirks::*kSplittingQuirks[] = {
     &Quirks::ownPrecedence, &Quirks::leftConditionals, &Quirks::leftPowers,
     &Quirks::blanksJoin,    &Quirks::fewerSymbols,     &Quirks::plainNames,
 };
@@ -45,11 +45,11 @@ bool readsAlike(const std::string& literal) {
 }
 
 bool givesDouble(const tavo::MathToken& token) {
-    constexpr std::string_view functions[] = {"ACOS", "ASIN", "ATAN", "COS",  "EXP",
-                                              "LG",   "LN",   "SIN",  "SQRT", "TAN"};
-    constexpr std::string_view constants[] = {"E", "PI"}; // where no variable bears the name
-    return token.kind == tavo::MathTokenKind::Function ? contains(functions, token.name)
-                                                       : contains(constants, token.name);
+    constexpr std::string_view kFunctions[] = {"ACOS", "ASIN", "ATAN", "COS",  "EXP",
+                                               "LG",   "LN",   "SIN",  "SQRT", "TAN"};
+    constexpr std::string_view kConstants[] = {"E", "PI"}; // where no variable bears the name
+    return token.kind == tavo::MathTokenKind::Function ? contains(kFunctions, token.name)
+                                                       : contains(kConstants, token.name);
 }
 
 bool takesBits(const tavo::MathToken& token) {
@@ -60,9 +60,9 @@ bool takesBits(const tavo::MathToken& token) {
 } // namespace
 
 bool roundsItself(std::string_view formula) {
-    constexpr std::string_view functions[] = {"CEIL", "FLOOR", "ROUND", "TRUNC"};
+    constexpr std::string_view kFunctions[] = {"CEIL", "FLOOR", "ROUND", "TRUNC"};
     const auto tokens = tokensOf(std::string(formula), Quirks::none());
-    return !tokens.empty() && tokens.front().arguments == 1 && contains(functions, tokens.front().name);
+    return !tokens.empty() && tokens.front().arguments == 1 && contains(kFunctions, tokens.front().name);
 }
 
 // A quirk counts when it alone changes what the standard makes of the formula.
@@ -70,7 +70,7 @@ std::vector<bool Quirks::*> differencesIn(
     const std::string& formula, bool isFloat, const std::unordered_set<std::string>& floatVariables) {
     std::vector<bool Quirks::*> touched;
     const auto tokens = tokensOf(formula, Quirks::none());
-    for (bool Quirks::*const member : splittingQuirks) {
+    for (bool Quirks::*const member : kSplittingQuirks) {
         Quirks quirks = Quirks::none();
         quirks.*member = true;
         if (tokensOf(formula, quirks) != tokens) {

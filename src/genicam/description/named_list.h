@@ -80,9 +80,9 @@ private:
         if (m_ordered) {
             return;
         }
-        constexpr std::size_t fewItems = 32; // most lists; std::stable_sort would allocate for each of them
+        constexpr std::size_t kFewItems = 32; // most lists; std::stable_sort would allocate for each of them
         Item* const end = m_items + m_size;
-        if (m_size > fewItems) {
+        if (m_size > kFewItems) {
             std::stable_sort(m_items, end, ByName{});
         } else {
             for (Item* next = m_items; next != end; ++next) {

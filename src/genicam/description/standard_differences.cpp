@@ -30,7 +30,7 @@ struct QuirkRow {
 
 #define LIOMOL_QUIRK(member, what)                                                                           \
     { &Quirks::member, #member, what }
-constexpr QuirkRow quirkRows[] = {
+constexpr QuirkRow kQuirkRows[] = {
     LIOMOL_QUIRK(integerPrefixLiterals, "formulas with other numbers"),
     LIOMOL_QUIRK(ownPrecedence, "formulas with another precedence"),
     LIOMOL_QUIRK(leftConditionals, "formulas with conditionals in a row"),
@@ -65,26 +65,26 @@ constexpr QuirkRow quirkRows[] = {
 #undef LIOMOL_QUIRK
 
 // Elements whose texts are keywords, and those whose texts are integers.
-constexpr std::string_view keywordElements[] = {
+constexpr std::string_view kKeywordElements[] = {
     "AccessMode", "Cachable", "Endianess",  "ImposedAccessMode", "Representation", "Sign",
     "Slope",      "Symbolic", "Streamable", "SwapEndianess",     "Visibility",
 };
-constexpr std::string_view numberElements[] = {
+constexpr std::string_view kNumberElements[] = {
     "Address", "Bit", "CommandValue", "Inc",     "LSB",         "Length", "MSB",
     "Max",     "Min", "OffValue",     "OnValue", "PollingTime", "Value",
 };
 
 // Elements of a StructReg that count in its entries in both, beside their own or in place of them.
-constexpr std::string_view sharedElements[] = {"Address", "Length", "pAddress", "pInvalidator",
-                                               "pLength", "pPort",  "pSelected"};
-constexpr std::string_view stateElements[] = {"pIsAvailable", "pIsImplemented", "pIsLocked"};
-constexpr std::string_view numberReferences[] = {
+constexpr std::string_view kSharedElements[] = {"Address", "Length", "pAddress", "pInvalidator",
+                                                "pLength", "pPort",  "pSelected"};
+constexpr std::string_view kStateElements[] = {"pIsAvailable", "pIsImplemented", "pIsLocked"};
+constexpr std::string_view kNumberReferences[] = {
     "pAddress", "pCommandValue", "pInc", "pIsAvailable", "pIsImplemented",
     "pLength",  "pMax",          "pMin", "pIsLocked",    "pValue",
 };
 
 // Nodes on the way along pValue that are looked at.
-constexpr int mostHops = 32;
+constexpr int kMostHops = 32;
 
 template<class Range, class T> bool contains(const Range& range, const T& item) {
     return std::ranges::find(range, item) != std::ranges::end(range);
@@ -142,21 +142,21 @@ private:
     std::unordered_map<Builder*, Builder*> m_structs; // of entries
     std::unordered_set<std::string_view> m_features;
     bool m_oldSchema = true;
-    std::array<std::size_t, std::size(quirkRows)> m_counts{};
+    std::array<std::size_t, std::size(kQuirkRows)> m_counts{};
 
     Builder* m_builder = nullptr; // the one that is looked at
 };
 
 void DifferenceCounter::add(bool Quirks::*member, std::size_t count) {
-    const auto row = std::ranges::find(quirkRows, member, &QuirkRow::member);
-    m_counts[static_cast<std::size_t>(row - std::begin(quirkRows))] += count;
+    const auto row = std::ranges::find(kQuirkRows, member, &QuirkRow::member);
+    m_counts[static_cast<std::size_t>(row - std::begin(kQuirkRows))] += count;
 }
 
 std::vector<tavo::QuirkUse> DifferenceCounter::result() const {
     std::vector<tavo::QuirkUse> uses;
     for (std::size_t i = 0; i < m_counts.size(); ++i) {
         if (m_counts[i] != 0) {
-            uses.push_back({quirkRows[i].name, quirkRows[i].what, m_counts[i]});
+            uses.push_back({kQuirkRows[i].name, kQuirkRows[i].what, m_counts[i]});
         }
     }
     return uses;
@@ -240,7 +240,7 @@ Builder* DifferenceCounter::below(Builder& builder) const {
 // Along pValue, as far as the description tells; empty where it does not.
 std::string_view DifferenceCounter::modeOf(Builder& builder) const {
     Builder* node = &builder;
-    for (int hop = 0; hop < mostHops && node != nullptr; ++hop) {
+    for (int hop = 0; hop < kMostHops && node != nullptr; ++hop) {
         if (const Builder::Element* const imposed = node->findElement("ImposedAccessMode")) {
             return withoutBlanks(imposed->text);
         }
@@ -267,7 +267,7 @@ void DifferenceCounter::countEntry() {
     }
     for (const Builder::Element& element : m_builder->getAllElements()) {
         const Builder::Element* const above = structReg->second->findElement(element.name);
-        const bool isShared = contains(sharedElements, element.name);
+        const bool isShared = contains(kSharedElements, element.name);
         addIf(&Quirks::structRegWins, !isShared && above != nullptr && above->text != element.text);
     }
 }
@@ -281,9 +281,9 @@ void DifferenceCounter::countStates() {
         addIf(&Quirks::imposedModeWins, !isNarrow);
     }
     bool depends = false;
-    for (int hop = 0; hop < mostHops && node != nullptr && !depends; ++hop, node = below(*node)) {
+    for (int hop = 0; hop < kMostHops && node != nullptr && !depends; ++hop, node = below(*node)) {
         depends = std::ranges::any_of(
-            stateElements, [&](std::string_view name) { return find(*node, name) != nullptr; });
+            kStateElements, [&](std::string_view name) { return find(*node, name) != nullptr; });
     }
     addIf(&Quirks::ownStatesOnly, depends);
 }
@@ -292,10 +292,10 @@ void DifferenceCounter::countTexts() {
     for (const Builder::Element& element : m_builder->getAllElements()) {
         const std::string_view text = withoutBlanks(element.text);
         const bool isBoolean = element.name == "Value" && m_builder->getNodeType() == Types::Boolean;
-        const bool isKeyword = contains(keywordElements, element.name) || isBoolean;
+        const bool isKeyword = contains(kKeywordElements, element.name) || isBoolean;
         addIf(&Quirks::exactTexts, isKeyword && text != element.text);
         addIf(&Quirks::wordBooleansOnly, isBoolean && text == "1");
-        const bool isNumber = contains(numberElements, element.name) && !isFloat(m_builder->getNodeType());
+        const bool isNumber = contains(kNumberElements, element.name) && !isFloat(m_builder->getNodeType());
         addIf(
             &Quirks::octalNumbers,
             isNumber && Builder::parseNumber(text, 0) != Builder::parseDecimalOrHex(text, 0));
@@ -313,7 +313,7 @@ void DifferenceCounter::countReferences() {
         addIf(&Quirks::plainIndexIgnored, isPlace && index.builder->findAttribute("Offset").empty());
         addIf(&Quirks::noIndexedValues, type == Types::Integer || type == Types::Float);
     }
-    for (const std::string_view name : numberReferences) {
+    for (const std::string_view name : kNumberReferences) {
         addIf(&Quirks::entriesOnly, kindOf(textOf(name)) == Types::Enumeration);
     }
     addIf(&Quirks::noValueCopies, m_builder->findElement("pValueCopy") != nullptr);
@@ -398,10 +398,10 @@ void DifferenceCounter::countRegister() {
     }
     const std::int64_t length = numberOf("Length", 0);
     addIf(&Quirks::littleEndianWords, m_oldSchema && length == 4 && textOf("Endianess") == "LittleEndian");
-    constexpr std::int64_t word = 4;
+    constexpr std::int64_t kWord = 4;
     addIf(
         &Quirks::unalignedWrites,
-        (mode == "RW" || mode == "WO") && (length % word != 0 || numberOf("Address", 0) % word != 0));
+        (mode == "RW" || mode == "WO") && (length % kWord != 0 || numberOf("Address", 0) % kWord != 0));
 }
 
 } // namespace

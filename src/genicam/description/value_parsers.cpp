@@ -32,30 +32,30 @@ using Visibility = GenICamTypes::GenICamVisibilityType;
 using Representation = GenICamTypes::GenICamRepresentationType;
 using Slope = GenICamTypes::GenICamSlopeType;
 
-constexpr Keyword<YesNo> yesNoKeywords[] = {{"Yes", YesNo::Yes}, {"No", YesNo::No}};
-constexpr Keyword<Sign> signKeywords[] = {{"Signed", Sign::Signed}, {"Unsigned", Sign::Unsigned}};
-constexpr Keyword<Endianess> endianessKeywords[] = {
+constexpr Keyword<YesNo> kYesNoKeywords[] = {{"Yes", YesNo::Yes}, {"No", YesNo::No}};
+constexpr Keyword<Sign> kSignKeywords[] = {{"Signed", Sign::Signed}, {"Unsigned", Sign::Unsigned}};
+constexpr Keyword<Endianess> kEndianessKeywords[] = {
     {"LittleEndian", Endianess::LittleEndian}, {"BigEndian", Endianess::BigEndian}};
-constexpr Keyword<CacheMode> cacheModeKeywords[] = {
+constexpr Keyword<CacheMode> kCacheModeKeywords[] = {
     {"WriteThrough", CacheMode::WriteThrough},
     {"WriteAround", CacheMode::WriteAround},
     {"NoCache", CacheMode::NoCache},
     {"No", CacheMode::NoCache}, // an old spelling that some descriptions use
 };
-constexpr Keyword<AccessMode> accessModeKeywords[] = {
+constexpr Keyword<AccessMode> kAccessModeKeywords[] = {
     {"RO", AccessMode::RO}, {"WO", AccessMode::WO}, {"RW", AccessMode::RW}};
-constexpr Keyword<Visibility> visibilityKeywords[] = {
+constexpr Keyword<Visibility> kVisibilityKeywords[] = {
     {"Beginner", Visibility::Beginner},
     {"Expert", Visibility::Expert},
     {"Guru", Visibility::Guru},
     {"Invisible", Visibility::Invisible},
 };
-constexpr Keyword<Representation> representationKeywords[] = {
+constexpr Keyword<Representation> kRepresentationKeywords[] = {
     {"Linear", Representation::Linear},       {"Logarithmic", Representation::Logarithmic},
     {"Boolean", Representation::Boolean},     {"PureNumber", Representation::PureNumber},
     {"HexNumber", Representation::HexNumber},
 };
-constexpr Keyword<Slope> slopeKeywords[] = {
+constexpr Keyword<Slope> kSlopeKeywords[] = {
     {"Increasing", Slope::Increasing},
     {"Decreasing", Slope::Decreasing},
     {"Varying", Slope::Varying},
@@ -63,7 +63,7 @@ constexpr Keyword<Slope> slopeKeywords[] = {
 };
 
 // The blanks that a stream skips in front of a number.
-constexpr std::string_view blanks = " \t\n\v\f\r";
+constexpr std::string_view kBlanks = " \t\n\v\f\r";
 
 struct SignedText {
     std::string_view text; // behind the sign
@@ -71,7 +71,7 @@ struct SignedText {
 };
 
 SignedText splitSign(std::string_view text) {
-    const std::size_t start = text.find_first_not_of(blanks);
+    const std::size_t start = text.find_first_not_of(kBlanks);
     if (start == std::string_view::npos) {
         return {};
     }
@@ -111,28 +111,28 @@ std::int64_t parseInteger(std::string_view text, std::int64_t defaultValue, int 
 } // namespace
 
 YesNo GenICamTreeBuilder::parseYesNo(std::string_view text) {
-    return lookUp(yesNoKeywords, text);
+    return lookUp(kYesNoKeywords, text);
 }
 Sign GenICamTreeBuilder::parseSign(std::string_view text) {
-    return lookUp(signKeywords, text);
+    return lookUp(kSignKeywords, text);
 }
 Endianess GenICamTreeBuilder::parseEndianess(std::string_view text) {
-    return lookUp(endianessKeywords, text);
+    return lookUp(kEndianessKeywords, text);
 }
 CacheMode GenICamTreeBuilder::parseCacheMode(std::string_view text) {
-    return lookUp(cacheModeKeywords, text);
+    return lookUp(kCacheModeKeywords, text);
 }
 AccessMode GenICamTreeBuilder::parseAccessMode(std::string_view text) {
-    return lookUp(accessModeKeywords, text);
+    return lookUp(kAccessModeKeywords, text);
 }
 Visibility GenICamTreeBuilder::parseVisibility(std::string_view text) {
-    return lookUp(visibilityKeywords, text);
+    return lookUp(kVisibilityKeywords, text);
 }
 Representation GenICamTreeBuilder::parseRepresentation(std::string_view text) {
-    return lookUp(representationKeywords, text);
+    return lookUp(kRepresentationKeywords, text);
 }
 Slope GenICamTreeBuilder::parseSlope(std::string_view text) {
-    return lookUp(slopeKeywords, text);
+    return lookUp(kSlopeKeywords, text);
 }
 
 bool GenICamTreeBuilder::parseBoolean(std::string_view text, bool defaultValue) {

@@ -19,11 +19,11 @@ public:
     explicit Walk(const char* text) : m_start(text), m_text(text), m_end(text + std::strlen(text)) {}
 
     XmlOutline run(std::size_t limit) {
-        while (m_depth <= limit && m_markup <= maxXmlMarkup && nextMarkup()) {
+        while (m_depth <= limit && m_markup <= kMaxXmlMarkup && nextMarkup()) {
             ++m_markup;
         }
         m_outline.isShallow = m_depth <= limit;
-        m_outline.isSmall = m_markup <= maxXmlMarkup;
+        m_outline.isSmall = m_markup <= kMaxXmlMarkup;
         m_outline.isPlain = m_plain && m_atEnd && m_outline.rootTag.end != 0;
         if (!m_outline.isPlain) {
             m_outline.children = {};

@@ -17,7 +17,7 @@ struct XmlOutline {
     };
 
     // Whether RapidXML, parsing with parse flags 0, would never go deeper than the limit, and would find no
-    // more than maxXmlMarkup.
+    // more than kMaxXmlMarkup.
     bool isShallow = false;
     bool isSmall = false;
     // Whether the text is one root element, up to the end without an error in its markup, that holds nothing
@@ -30,6 +30,6 @@ struct XmlOutline {
     std::vector<Range> children; // the elements directly inside the root and its Groups, whole
 };
 
-XmlOutline outlineXml(const char* text, std::size_t limit = maxXmlNesting);
+XmlOutline outlineXml(const char* text, std::size_t limit = kMaxXmlNesting);
 
 } // namespace genicam

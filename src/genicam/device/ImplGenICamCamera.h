@@ -2,7 +2,6 @@
 // the camera, and runs the threads that build the tree, poll commands and report changes.
 #pragma once
 
-#include "genicam/description/limits.h"
 #include "genicam/description/standard_differences.h"
 #include "genicam/device/HelperThread.h"
 #include "genicam/nodes/NodeTree.h"
@@ -19,9 +18,6 @@
 #include <thread>
 
 namespace tavo {
-
-// A longer description is refused.
-inline constexpr std::size_t kMaxDescriptionSize = genicam::maxDescriptionSize;
 
 // Threads: node accesses, look-ups, getState and sendHeartbeat may come from any thread; retrieving,
 // switching and destroying must not run beside other calls of the application.

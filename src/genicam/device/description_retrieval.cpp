@@ -1,6 +1,7 @@
 // How a device gets its tree: by a thread of its own, from a file or from a text in memory.
 #include "genicam/description/GenICamParser.h"
 #include "genicam/description/GenICamTreeBuilder.h"
+#include "genicam/description/limits.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "util/late_release.h"
@@ -15,7 +16,7 @@ namespace {
 std::string readFile(const std::string& fileName) {
     std::ifstream file(fileName, std::ios::binary | std::ios::ate);
     const std::streamoff size = file ? static_cast<std::streamoff>(file.tellg()) : -1;
-    if (size < 0 || size > static_cast<std::streamoff>(kMaxDescriptionSize)) {
+    if (size < 0 || size > static_cast<std::streamoff>(genicam::kMaxDescriptionSize)) {
         throw std::runtime_error("description cannot be read: " + fileName);
     }
     std::string text(static_cast<std::size_t>(size), '\0');
@@ -174,7 +175,7 @@ void ImplGenICamCamera::asyncRetrievingMethod(const std::string& fileName, std::
 // The builders go as soon as the nodes stand: nothing reads them any more.
 bool ImplGenICamCamera::buildTree(const std::string& fileName, std::unique_ptr<char[]> text) {
     std::string description = text ? std::string(text.get()) : readFile(fileName);
-    if (description.size() > kMaxDescriptionSize) {
+    if (description.size() > genicam::kMaxDescriptionSize) {
         return false;
     }
     {

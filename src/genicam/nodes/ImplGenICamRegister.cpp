@@ -240,14 +240,14 @@ std::string ImplGenICamRegister::getValueAsString() {
     }
     std::vector<unsigned char> bytes(static_cast<std::size_t>(length));
     get(bytes.data(), length);
-    constexpr char digits[] = "0123456789abcdef";
+    constexpr char kDigits[] = "0123456789abcdef";
     std::string text;
     for (const unsigned char byte : bytes) {
         if (!text.empty()) {
             text += ' ';
         }
-        text += digits[byte >> 4];
-        text += digits[byte & 0xF];
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 0xF];
     }
     return text;
 }

@@ -78,8 +78,8 @@ std::optional<MathValue> ConverterFormulas::translated(ImplGenICamNode& self, No
         return std::nullopt;
     }
     if (self.asInteger() == nullptr) {
-        constexpr double most = std::numeric_limits<double>::max();
-        return MathValue::fromFloat(std::clamp(real, -most, most));
+        constexpr double kMost = std::numeric_limits<double>::max();
+        return MathValue::fromFloat(std::clamp(real, -kMost, kMost));
     }
     if (std::abs(real) >= numbers::kTwoToThe63) {
         return MathValue::fromInteger(numbers::clampedInteger(real));

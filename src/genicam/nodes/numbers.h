@@ -23,8 +23,8 @@ inline std::int64_t multiply(std::int64_t a, std::int64_t b) {
 
 // The sum, at most the highest number; `b` is not negative.
 inline std::int64_t clampedSum(std::int64_t a, std::int64_t b) {
-    constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
-    return a > highest - b ? highest : a + b;
+    constexpr std::int64_t kHighest = std::numeric_limits<std::int64_t>::max();
+    return a > kHighest - b ? kHighest : a + b;
 }
 
 // Without its fraction, clamped to the range; a value that is no number becomes 0.
@@ -65,8 +65,8 @@ inline bool isMultipleFrom(std::int64_t base, std::int64_t value, std::int64_t i
 
 // The moment `milliseconds` from now; at once for negative ones, and no later than in a hundred years.
 inline std::chrono::steady_clock::time_point fromNow(std::int64_t milliseconds) {
-    constexpr std::int64_t century = 100LL * 365 * 24 * 3600 * 1000;
-    const std::int64_t wait = milliseconds < 0 ? 0 : milliseconds > century ? century : milliseconds;
+    constexpr std::int64_t kCentury = 100LL * 365 * 24 * 3600 * 1000;
+    const std::int64_t wait = milliseconds < 0 ? 0 : milliseconds > kCentury ? kCentury : milliseconds;
     return std::chrono::steady_clock::now() + std::chrono::milliseconds(wait);
 }
 

@@ -103,8 +103,8 @@ std::int64_t ImplGenICamMaskedIntReg::getMSB() {
 std::int64_t ImplGenICamMaskedIntReg::getBitLength() const {
     const auto [low, high] = std::minmax(m_lsb, m_msb);
     const auto distance = static_cast<std::uint64_t>(high) - static_cast<std::uint64_t>(low);
-    constexpr auto most = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-    return distance < most ? static_cast<std::int64_t>(distance + 1) : static_cast<std::int64_t>(most);
+    constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    return distance < kMost ? static_cast<std::int64_t>(distance + 1) : static_cast<std::int64_t>(kMost);
 }
 
 std::uint64_t ImplGenICamMaskedIntReg::getValueMask() {
@@ -155,12 +155,12 @@ using Double = std::numeric_limits<double>;
 // The nearest float: the largest one also for what decimal digits round it up to, infinity beyond. A plain
 // conversion leaves both undefined.
 float toSingle(double value) {
-    constexpr double most = Single::max();
-    constexpr double halfAStep = 0x1p103; // between the largest float and what would follow it
-    if (std::abs(value) <= most) {
+    constexpr double kMost = Single::max();
+    constexpr double kHalfAStep = 0x1p103; // between the largest float and what would follow it
+    if (std::abs(value) <= kMost) {
         return static_cast<float>(value);
     }
-    const float nearest = std::abs(value) < most + halfAStep ? Single::max() : Single::infinity();
+    const float nearest = std::abs(value) < kMost + kHalfAStep ? Single::max() : Single::infinity();
     return value < 0 ? -nearest : nearest;
 }
 

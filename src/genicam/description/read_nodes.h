@@ -35,12 +35,12 @@ class ImplGenICamSwissKnife;
 namespace genicam::stages {
 
 using Builder = tavo::GenICamTreeBuilder;
-using Device = tavo::NodeTree; // as far as it is built
+using Tree = tavo::NodeTree; // as far as it is built
 using Node = tavo::ImplGenICamNode;
 using Types = tavo::GenICamTypes;
 
 // First pass: literal properties.
-void readHeader(Builder& builder, Device& device);
+void readHeader(Builder& builder, Tree& tree);
 void readStructReg(Builder& builder, const tavo::Quirks& quirks);
 void readLiterals(Builder& builder, Node& node);
 void readLiterals(Builder& builder, tavo::ImplGenICamBoolean& node);
@@ -61,44 +61,43 @@ void readLiterals(Builder& builder, tavo::ImplGenICamString& node);
 void readLiterals(Builder& builder, tavo::ImplGenICamSwissKnife& node);
 
 // Second pass: references. A name that no node bears leaves its reference empty.
-void resolveReferences(Builder& builder, Node& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamBoolean& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamCategory& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamCommand& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamConverter& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamEnumeration& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamFloat& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamIntConverter& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamIntReg& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamIntSwissKnife& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamInteger& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamPort& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamRegister& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamString& node, Device& device);
-void resolveReferences(Builder& builder, tavo::ImplGenICamSwissKnife& node, Device& device);
+void resolveReferences(Builder& builder, Node& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamBoolean& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamCategory& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamCommand& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamConverter& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamEnumeration& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamFloat& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamIntConverter& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamIntReg& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamIntSwissKnife& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamInteger& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamPort& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamRegister& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamString& node, Tree& tree);
+void resolveReferences(Builder& builder, tavo::ImplGenICamSwissKnife& node, Tree& tree);
 
-// What only the standard's meaning knows. Each makes a node that is in no description, which the device owns,
+// What only the standard's meaning knows. Each makes a node that is in no description, which the tree owns,
 // or gives null where the description does not ask for one or the quirks say that it counts for nothing.
 // -----------------------------------------------------------------------------------
 
 // The node that stands for pValue of a value that is picked by an index; `node` depends on it.
-Node* makeIndexedInteger(Builder& builder, Node& node, Device& device);
-Node* makeIndexedFloat(Builder& builder, Node& node, Device& device);
+Node* makeIndexedInteger(Builder& builder, Node& node, Tree& tree);
+Node* makeIndexedFloat(Builder& builder, Node& node, Tree& tree);
 // The node that stands for pValue and its copies.
-Node* makeCopies(Builder& builder, Node& node, Device& device);
+Node* makeCopies(Builder& builder, Node& node, Tree& tree);
 // The address term of a "pIndex" without "Offset" in a register.
-Node* makeIndexTerm(Builder& index, Builder& builder, Node& node, Device& device);
+Node* makeIndexTerm(Builder& index, Builder& builder, Node& node, Tree& tree);
 
 // What several kinds share
 // -----------------------------------------------------------------------------------
 
 // The node of a name, or null. Blanks and line breaks around the name do not count.
-Node* findNode(std::string_view name, Device& device);
+Node* findNode(std::string_view name, Tree& tree);
 // The node that a reference means, or null.
-Node* findNode(const Builder::Element& reference, Device& device);
+Node* findNode(const Builder::Element& reference, Tree& tree);
 // The elements "pSelected": selected features depend on the selector.
-void resolveSelected(
-    Builder& builder, Node& node, tavo::ImplGenICamSelectorInterface& selector, Device& device);
+void resolveSelected(Builder& builder, Node& node, tavo::ImplGenICamSelectorInterface& selector, Tree& tree);
 // Prefixes the name of a child with its parent's, and refers to the child under an element name of the
 // parent.
 void embed(Builder& parent, Builder& child, std::string_view element);
@@ -146,10 +145,10 @@ void readTable(Builder& builder, Kind& node, const Literal<Kind> (&table)[count]
 }
 
 template<class Kind, std::size_t count>
-void resolveTable(Builder& builder, Kind& node, const Reference<Kind> (&table)[count], Device& device) {
+void resolveTable(Builder& builder, Kind& node, const Reference<Kind> (&table)[count], Tree& tree) {
     walkTable(builder, table, [&](const Reference<Kind>& reference, const Builder::Element* element) {
         if (element != nullptr) {
-            Node* const target = findNode(*element, device);
+            Node* const target = findNode(*element, tree);
             reference.set(node, target);
             Builder::addDependency(&node, target);
         }

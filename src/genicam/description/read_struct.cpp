@@ -1,5 +1,5 @@
-// Stage of StructReg: it makes no node but hands what it says to its entries, which become registers.
-#include "genicam/description/stages.h"
+// StructReg: it makes no node but hands what it says to its entries, which become registers.
+#include "genicam/description/read_nodes.h"
 
 #include "util/Quirks.h"
 
@@ -13,13 +13,13 @@ namespace {
 
 // What a StructReg adds to an entry's own elements of the name; everything else takes the place of the
 // entry's, deliberately also where the entry says otherwise, which has the last word in the standard.
-constexpr std::array<std::string_view, 3> addedElements = {"pAddress", "pInvalidator", "pSelected"};
+constexpr std::array<std::string_view, 3> kAddedElements = {"pAddress", "pInvalidator", "pSelected"};
 
 // Where the memory lies is the StructReg's word alone.
-constexpr std::array<std::string_view, 4> placeElements = {"Address", "Length", "pLength", "pPort"};
+constexpr std::array<std::string_view, 4> kPlaceElements = {"Address", "Length", "pLength", "pPort"};
 
 bool isAdded(std::string_view name) {
-    return std::ranges::find(addedElements, name) != addedElements.end();
+    return std::ranges::find(kAddedElements, name) != kAddedElements.end();
 }
 
 // Elements of which all count; of others that are written twice the last one does.
@@ -31,7 +31,7 @@ bool isRepeatable(std::string_view name) {
 std::vector<std::string_view> lastWords(Builder& entry, const tavo::Quirks& quirks) {
     std::vector<std::string_view> names;
     for (const Builder::Element& element : entry.getAllElements()) {
-        const bool isPlace = std::ranges::find(placeElements, element.name) != placeElements.end();
+        const bool isPlace = std::ranges::find(kPlaceElements, element.name) != kPlaceElements.end();
         if (!quirks.structRegWins && !isPlace && !isAdded(element.name)) {
             names.push_back(element.name);
         }

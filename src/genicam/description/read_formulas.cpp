@@ -1,5 +1,5 @@
-// Stages of the kinds that compute.
-#include "genicam/description/stages.h"
+// The kinds that compute.
+#include "genicam/description/read_nodes.h"
 
 #include "genicam/nodes/ImplGenICamFloat.h"
 #include "genicam/nodes/ImplGenICamInteger.h"
@@ -27,25 +27,25 @@ using tavo::ImplGenICamSwissKnife;
 namespace {
 
 template<class Kind>
-constexpr Literal<Kind> representationLiteral = {
+constexpr Literal<Kind> kRepresentationLiteral = {
     "Representation", keyword<&Kind::setRepresentation, &Builder::parseRepresentation>};
 
-constexpr Literal<ImplGenICamSwissKnife> swissKnifeLiterals[] = {
-    representationLiteral<ImplGenICamSwissKnife>,
+constexpr Literal<ImplGenICamSwissKnife> kSwissKnifeLiterals[] = {
+    kRepresentationLiteral<ImplGenICamSwissKnife>,
     {"Unit", text<&ImplGenICamSwissKnife::setUnit>},
 };
-static_assert(isAscending(swissKnifeLiterals));
+static_assert(isAscending(kSwissKnifeLiterals));
 
-constexpr Literal<ImplGenICamIntSwissKnife> intSwissKnifeLiterals[] = {
-    representationLiteral<ImplGenICamIntSwissKnife>,
+constexpr Literal<ImplGenICamIntSwissKnife> kIntSwissKnifeLiterals[] = {
+    kRepresentationLiteral<ImplGenICamIntSwissKnife>,
 };
-static_assert(isAscending(intSwissKnifeLiterals));
+static_assert(isAscending(kIntSwissKnifeLiterals));
 
 template<class Kind>
-constexpr Literal<Kind> converterLiterals[] = {
+constexpr Literal<Kind> kConverterLiterals[] = {
     {"FormulaFrom", text<&Kind::setFormulaFromText>},
     {"FormulaTo", text<&Kind::setFormulaToText>},
-    representationLiteral<Kind>,
+    kRepresentationLiteral<Kind>,
     {"Slope", keyword<&Kind::setSlope, &Builder::parseSlope>},
     {"Unit", text<&Kind::setUnit>},
 };
@@ -106,26 +106,26 @@ void readKnife(Builder& builder, Kind& node, const Literal<Kind> (&literals)[cou
 
 template<class Kind> void readConverter(Builder& builder, Kind& node) {
     readLiterals(builder, static_cast<Node&>(node));
-    readTable(builder, node, converterLiterals<Kind>);
+    readTable(builder, node, kConverterLiterals<Kind>);
     parse(builder, node, node.getFormulaToText(), node.formulaTo(), node);
     parse(builder, node, node.getFormulaFromText(), node.formulaFrom(), node);
     readNames(builder, node);
 }
 
-void resolveVariables(Builder& builder, Node& node, ImplGenICamMathVariables& variables, Device& device) {
+void resolveVariables(Builder& builder, Node& node, ImplGenICamMathVariables& variables, Tree& tree) {
     for (const Builder::Object& variable : builder.getAllObjectsByName("pVariable")) {
-        Node* const target = findNode(variable.builder->getContent(), device);
+        Node* const target = findNode(variable.builder->getContent(), tree);
         variables.setVariable(std::string(variable.builder->findAttribute("Name")), target);
         Builder::addDependency(&node, target);
     }
 }
 
-template<class Kind> void resolveKnife(Builder& builder, Kind& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
-    resolveVariables(builder, node, node, device);
+template<class Kind> void resolveKnife(Builder& builder, Kind& node, Tree& tree) {
+    resolveReferences(builder, static_cast<Node&>(node), tree);
+    resolveVariables(builder, node, node, tree);
 }
 
-// The nodes that carry the value being set are in no description; the device owns them like all others, and
+// The nodes that carry the value being set are in no description; the tree owns them like all others, and
 // they take any value.
 std::unique_ptr<Node> makeFromNode(const ImplGenICamConverter&) {
     auto node = std::make_unique<ImplGenICamFloat>();
@@ -141,30 +141,30 @@ std::unique_ptr<Node> makeFromNode(const ImplGenICamIntConverter&) {
     return node;
 }
 
-template<class Kind> void resolveConverter(Builder& builder, Kind& node, Device& device) {
+template<class Kind> void resolveConverter(Builder& builder, Kind& node, Tree& tree) {
     if (const Builder::Element* const name = builder.findElement("pValue")) {
-        Node* const target = findNode(*name, device);
+        Node* const target = findNode(*name, tree);
         node.setPValue(target);
         Builder::addDependency(&node, target);
     }
-    resolveKnife(builder, node, device);
-    node.setFromNode(&device.adoptNode(makeFromNode(node)));
+    resolveKnife(builder, node, tree);
+    node.setFromNode(&tree.adoptNode(makeFromNode(node)));
 }
 
 } // namespace
 
 void readLiterals(Builder& builder, ImplGenICamSwissKnife& node) {
-    readKnife(builder, node, swissKnifeLiterals);
+    readKnife(builder, node, kSwissKnifeLiterals);
 }
 void readLiterals(Builder& builder, ImplGenICamIntSwissKnife& node) {
-    readKnife(builder, node, intSwissKnifeLiterals);
+    readKnife(builder, node, kIntSwissKnifeLiterals);
 }
 
-void resolveReferences(Builder& builder, ImplGenICamSwissKnife& node, Device& device) {
-    resolveKnife(builder, node, device);
+void resolveReferences(Builder& builder, ImplGenICamSwissKnife& node, Tree& tree) {
+    resolveKnife(builder, node, tree);
 }
-void resolveReferences(Builder& builder, ImplGenICamIntSwissKnife& node, Device& device) {
-    resolveKnife(builder, node, device);
+void resolveReferences(Builder& builder, ImplGenICamIntSwissKnife& node, Tree& tree) {
+    resolveKnife(builder, node, tree);
 }
 
 void readLiterals(Builder& builder, ImplGenICamConverter& node) {
@@ -174,12 +174,12 @@ void readLiterals(Builder& builder, ImplGenICamIntConverter& node) {
     readConverter(builder, node);
 }
 
-void resolveReferences(Builder& builder, ImplGenICamConverter& node, Device& device) {
-    resolveConverter(builder, node, device);
+void resolveReferences(Builder& builder, ImplGenICamConverter& node, Tree& tree) {
+    resolveConverter(builder, node, tree);
 }
 
-void resolveReferences(Builder& builder, ImplGenICamIntConverter& node, Device& device) {
-    resolveConverter(builder, node, device);
+void resolveReferences(Builder& builder, ImplGenICamIntConverter& node, Tree& tree) {
+    resolveConverter(builder, node, tree);
 }
 
 } // namespace genicam::stages

@@ -1,5 +1,5 @@
-// Stages of registers.
-#include "genicam/description/stages.h"
+// Registers.
+#include "genicam/description/read_nodes.h"
 
 #include "genicam/nodes/ImplGenICamRegister.h"
 
@@ -12,7 +12,7 @@ using tavo::ImplGenICamRegister;
 
 namespace {
 
-constexpr Literal<ImplGenICamRegister> registerLiterals[] = {
+constexpr Literal<ImplGenICamRegister> kRegisterLiterals[] = {
     {"AccessMode",
      keyword<
          &ImplGenICamRegister::setAccessMode, &Builder::parseAccessMode, Types::GenICamAccessModeType::RO>},
@@ -23,62 +23,62 @@ constexpr Literal<ImplGenICamRegister> registerLiterals[] = {
     // Milliseconds; deliberately a second for registers that give none (see noCacheForASecond).
     {"PollingTime", number<&ImplGenICamRegister::setPollingTime, 1000>},
 };
-static_assert(isAscending(registerLiterals));
+static_assert(isAscending(kRegisterLiterals));
 
-constexpr Reference<ImplGenICamRegister> registerReferences[] = {
+constexpr Reference<ImplGenICamRegister> kRegisterReferences[] = {
     {"pLength", reference<&ImplGenICamRegister::setPLength>},
 };
-static_assert(isAscending(registerReferences));
+static_assert(isAscending(kRegisterReferences));
 
-constexpr Literal<ImplGenICamIntReg> intRegLiterals[] = {
+constexpr Literal<ImplGenICamIntReg> kIntRegLiterals[] = {
     {"Endianess", keyword<&ImplGenICamIntReg::setEndianess, &Builder::parseEndianess>},
     {"Representation", keyword<&ImplGenICamIntReg::setRepresentation, &Builder::parseRepresentation>},
     {"Sign", keyword<&ImplGenICamIntReg::setSign, &Builder::parseSign>},
 };
-static_assert(isAscending(intRegLiterals));
+static_assert(isAscending(kIntRegLiterals));
 
-constexpr Literal<ImplGenICamMaskedIntReg> maskedIntRegLiterals[] = {
+constexpr Literal<ImplGenICamMaskedIntReg> kMaskedIntRegLiterals[] = {
     {"LSB", number<&ImplGenICamMaskedIntReg::setLSB, -1>},
     {"MSB", number<&ImplGenICamMaskedIntReg::setMSB, -1>},
 };
-static_assert(isAscending(maskedIntRegLiterals));
+static_assert(isAscending(kMaskedIntRegLiterals));
 
-constexpr Literal<ImplGenICamFloatReg> floatRegLiterals[] = {
+constexpr Literal<ImplGenICamFloatReg> kFloatRegLiterals[] = {
     {"Endianess", keyword<&ImplGenICamFloatReg::setEndianess, &Builder::parseEndianess>},
     {"Representation", keyword<&ImplGenICamFloatReg::setRepresentation, &Builder::parseRepresentation>},
     {"Unit", text<&ImplGenICamFloatReg::setUnit>},
 };
-static_assert(isAscending(floatRegLiterals));
+static_assert(isAscending(kFloatRegLiterals));
 
-bool isBelowSchema11(const Device& device) {
-    const std::int64_t major = device.header().schemaMajorVersion;
-    return major < 1 || (major == 1 && device.header().schemaMinorVersion < 1);
+bool isBelowSchema11(const Tree& tree) {
+    const std::int64_t major = tree.header().schemaMajorVersion;
+    return major < 1 || (major == 1 && tree.header().schemaMinorVersion < 1);
 }
 
-void resolvePort(Builder& builder, ImplGenICamRegister& node, Device& device) {
+void resolvePort(Builder& builder, ImplGenICamRegister& node, Tree& tree) {
     const Builder::Element* const name = builder.findElement("pPort");
-    Node* const port = name == nullptr ? nullptr : findNode(*name, device);
+    Node* const port = name == nullptr ? nullptr : findNode(*name, tree);
     node.setPort(port == nullptr ? nullptr : port->asPort());
     // Register commands reach the camera itself only; what lies behind other ports (chunks, events) is bytes.
     node.setWordsAreNumbers(
-        !node.quirks().littleEndianWords && isBelowSchema11(device) && port != nullptr &&
+        !node.quirks().littleEndianWords && isBelowSchema11(tree) && port != nullptr &&
         port->getName() == tavo::kDevicePort);
 }
 
-void resolveAddress(Builder& builder, ImplGenICamRegister& node, Device& device) {
+void resolveAddress(Builder& builder, ImplGenICamRegister& node, Tree& tree) {
     for (const Builder::Element& term : builder.getAllElementsByName("pAddress")) {
-        Node* const target = findNode(term, device);
+        Node* const target = findNode(term, tree);
         node.addAddressElement(target, 1);
         Builder::addDependency(&node, target);
     }
     for (const Builder::Object& index : builder.getAllObjectsByName("pIndex")) {
         const std::string_view offset = index.builder->findAttribute("Offset");
         std::int64_t factor = parseNumber(node, offset, 0);
-        Node* target = factor == 0 ? nullptr : findNode(index.builder->getContent(), device);
+        Node* target = factor == 0 ? nullptr : findNode(index.builder->getContent(), tree);
         // An index without an offset is ignored, deliberately; the standard counts in lengths.
         if (offset.empty() && !node.quirks().plainIndexIgnored) {
             factor = 1;
-            target = makeIndexTerm(*index.builder, builder, node, device);
+            target = makeIndexTerm(*index.builder, builder, node, tree);
         }
         node.addAddressElement(target, factor);
         Builder::addDependency(&node, target);
@@ -86,9 +86,9 @@ void resolveAddress(Builder& builder, ImplGenICamRegister& node, Device& device)
 }
 
 // Only registers invalidate, and only registers; deliberately.
-void resolveInvalidators(Builder& builder, ImplGenICamRegister& node, Device& device) {
+void resolveInvalidators(Builder& builder, ImplGenICamRegister& node, Tree& tree) {
     for (const Builder::Element& name : builder.getAllElementsByName("pInvalidator")) {
-        if (auto* const invalidator = dynamic_cast<ImplGenICamRegister*>(findNode(name, device))) {
+        if (auto* const invalidator = dynamic_cast<ImplGenICamRegister*>(findNode(name, tree))) {
             invalidator->addInvalidated(&node);
         }
     }
@@ -104,7 +104,7 @@ void embedAddressFormulas(Builder& builder) {
 
 void readLiterals(Builder& builder, ImplGenICamRegister& node) {
     readLiterals(builder, static_cast<Node&>(node));
-    readTable(builder, node, registerLiterals);
+    readTable(builder, node, kRegisterLiterals);
     for (const Builder::Element& address : builder.getAllElementsByName("Address")) {
         node.addToAddress(parseNumber(node, address.text, 0));
     }
@@ -117,43 +117,43 @@ void readLiterals(Builder& builder, ImplGenICamRegister& node) {
     }
 }
 
-void resolveReferences(Builder& builder, ImplGenICamRegister& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
-    resolveTable(builder, node, registerReferences, device);
-    resolvePort(builder, node, device);
-    resolveAddress(builder, node, device);
+void resolveReferences(Builder& builder, ImplGenICamRegister& node, Tree& tree) {
+    resolveReferences(builder, static_cast<Node&>(node), tree);
+    resolveTable(builder, node, kRegisterReferences, tree);
+    resolvePort(builder, node, tree);
+    resolveAddress(builder, node, tree);
     if (node.quirks().registersInvalidateOnly) {
-        resolveInvalidators(builder, node, device);
+        resolveInvalidators(builder, node, tree);
     }
 }
 
 void readLiterals(Builder& builder, ImplGenICamIntReg& node) {
     readLiterals(builder, static_cast<ImplGenICamRegister&>(node));
-    readTable(builder, node, intRegLiterals);
+    readTable(builder, node, kIntRegLiterals);
     if (!node.quirks().absentSignLimitsSigned && node.getSign() == Types::GenICamSignType::NotGiven) {
         node.setSign(Types::GenICamSignType::Unsigned);
     }
 }
 
-void resolveReferences(Builder& builder, ImplGenICamIntReg& node, Device& device) {
-    resolveReferences(builder, static_cast<ImplGenICamRegister&>(node), device);
-    resolveSelected(builder, node, node, device);
+void resolveReferences(Builder& builder, ImplGenICamIntReg& node, Tree& tree) {
+    resolveReferences(builder, static_cast<ImplGenICamRegister&>(node), tree);
+    resolveSelected(builder, node, node, tree);
 }
 
 void readLiterals(Builder& builder, ImplGenICamMaskedIntReg& node) {
     readLiterals(builder, static_cast<ImplGenICamIntReg&>(node));
-    readTable(builder, node, maskedIntRegLiterals);
-    constexpr std::int64_t noBit = -1;
+    readTable(builder, node, kMaskedIntRegLiterals);
+    constexpr std::int64_t kNoBit = -1;
     const Builder::Element* const element = builder.findElement("Bit");
-    const std::int64_t bit = element == nullptr ? noBit : parseNumber(node, element->text, noBit);
-    if (bit != noBit) {
+    const std::int64_t bit = element == nullptr ? kNoBit : parseNumber(node, element->text, kNoBit);
+    if (bit != kNoBit) {
         node.setBit(bit);
     }
 }
 
 void readLiterals(Builder& builder, ImplGenICamFloatReg& node) {
     readLiterals(builder, static_cast<ImplGenICamRegister&>(node));
-    readTable(builder, node, floatRegLiterals);
+    readTable(builder, node, kFloatRegLiterals);
 }
 
 } // namespace genicam::stages

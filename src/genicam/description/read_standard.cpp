@@ -1,5 +1,6 @@
-// Stages of what only the standard's meaning knows.
-#include "genicam/description/stages.h"
+// What only the standard's meaning knows: texts with a value of their own, values that an index picks, copies
+// of a value, and address terms that count in lengths.
+#include "genicam/description/read_nodes.h"
 
 #include "genicam/nodes/ImplGenICamFloat.h"
 #include "genicam/nodes/ImplGenICamInteger.h"
@@ -19,30 +20,30 @@ using tavo::IndexedInteger;
 
 namespace {
 
-constexpr Literal<ImplGenICamString> stringLiterals[] = {
+constexpr Literal<ImplGenICamString> kStringLiterals[] = {
     {"Value", text<&ImplGenICamString::setStoredValue>},
 };
 
-constexpr Reference<ImplGenICamString> stringReferences[] = {
+constexpr Reference<ImplGenICamString> kStringReferences[] = {
     {"pValue", reference<&ImplGenICamString::setPValue>},
 };
 
-template<class Kind> Kind& adopt(Device& device, std::unique_ptr<Kind> owned, Types::GenICamNodeType type) {
+template<class Kind> Kind& adopt(Tree& tree, std::unique_ptr<Kind> owned, Types::GenICamNodeType type) {
     Kind& node = *owned;
-    device.adoptNode(std::move(owned));
+    tree.adoptNode(std::move(owned));
     node.setNodeType(type);
     return node;
 }
 
 // A number of an indexed value, which any value may take the place of.
-Node& makeNumber(std::string_view content, const IndexedInteger&, Device& device) {
-    auto& node = adopt(device, std::make_unique<ImplGenICamInteger>(), Types::Integer);
+Node& makeNumber(std::string_view content, const IndexedInteger&, Tree& tree) {
+    auto& node = adopt(tree, std::make_unique<ImplGenICamInteger>(), Types::Integer);
     node.setStoredValue(parseNumber(node, content, 0));
     return node;
 }
 
-Node& makeNumber(std::string_view content, const IndexedFloat&, Device& device) {
-    auto& node = adopt(device, std::make_unique<ImplGenICamFloat>(), Types::Float);
+Node& makeNumber(std::string_view content, const IndexedFloat&, Tree& tree) {
+    auto& node = adopt(tree, std::make_unique<ImplGenICamFloat>(), Types::Float);
     node.setMin(std::numeric_limits<double>::lowest());
     node.setStoredValue(Builder::parseFloat(content, 0));
     return node;
@@ -50,24 +51,23 @@ Node& makeNumber(std::string_view content, const IndexedFloat&, Device& device) 
 
 template<class Indexed> class IndexReader {
 public:
-    IndexReader(Indexed& node, Device& device) : m_node(node), m_device(device) {}
+    IndexReader(Indexed& node, Tree& tree) : m_node(node), m_tree(tree) {}
 
     void read(Builder& builder) {
-        Node* const index =
-            findNode(builder.getAllObjectsByName("pIndex")[0].builder->getContent(), m_device);
+        Node* const index = findNode(builder.getAllObjectsByName("pIndex")[0].builder->getContent(), m_tree);
         m_node.setIndex(index);
         Builder::addDependency(&m_node, index);
         for (const Builder::Object& value : builder.getAllObjectsByName("ValueIndexed")) {
-            choose(*value.builder, makeNumber(value.builder->getContent(), m_node, m_device));
+            choose(*value.builder, makeNumber(value.builder->getContent(), m_node, m_tree));
         }
         for (const Builder::Object& value : builder.getAllObjectsByName("pValueIndexed")) {
-            choose(*value.builder, findNode(value.builder->getContent(), m_device));
+            choose(*value.builder, findNode(value.builder->getContent(), m_tree));
         }
         if (const Builder::Element* const value = builder.findElement("ValueDefault")) {
-            m_node.setDefault(depending(&makeNumber(value->text, m_node, m_device)));
+            m_node.setDefault(depending(&makeNumber(value->text, m_node, m_tree)));
         }
         if (const Builder::Element* const value = builder.findElement("pValueDefault")) {
-            m_node.setDefault(depending(findNode(*value, m_device)));
+            m_node.setDefault(depending(findNode(*value, m_tree)));
         }
     }
 
@@ -82,15 +82,15 @@ private:
     }
 
     Indexed& m_node;
-    Device& m_device;
+    Tree& m_tree;
 };
 
-template<class Indexed> Node* makeIndexed(Builder& builder, Node& node, Device& device) {
+template<class Indexed> Node* makeIndexed(Builder& builder, Node& node, Tree& tree) {
     if (node.quirks().noIndexedValues || builder.getAllObjectsByName("pIndex").empty()) {
         return nullptr;
     }
-    Indexed& indexed = adopt(device, std::make_unique<Indexed>(), Types::Node);
-    IndexReader(indexed, device).read(builder);
+    Indexed& indexed = adopt(tree, std::make_unique<Indexed>(), Types::Node);
+    IndexReader(indexed, tree).read(builder);
     Builder::addDependency(&node, &indexed);
     return &indexed;
 }
@@ -99,53 +99,53 @@ template<class Indexed> Node* makeIndexed(Builder& builder, Node& node, Device& 
 
 void readLiterals(Builder& builder, ImplGenICamString& node) {
     readLiterals(builder, static_cast<Node&>(node));
-    readTable(builder, node, stringLiterals);
+    readTable(builder, node, kStringLiterals);
 }
 
-void resolveReferences(Builder& builder, ImplGenICamString& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
-    resolveTable(builder, node, stringReferences, device);
+void resolveReferences(Builder& builder, ImplGenICamString& node, Tree& tree) {
+    resolveReferences(builder, static_cast<Node&>(node), tree);
+    resolveTable(builder, node, kStringReferences, tree);
 }
 
-Node* makeIndexedInteger(Builder& builder, Node& node, Device& device) {
-    return makeIndexed<IndexedInteger>(builder, node, device);
+Node* makeIndexedInteger(Builder& builder, Node& node, Tree& tree) {
+    return makeIndexed<IndexedInteger>(builder, node, tree);
 }
 
-Node* makeIndexedFloat(Builder& builder, Node& node, Device& device) {
-    return makeIndexed<IndexedFloat>(builder, node, device);
+Node* makeIndexedFloat(Builder& builder, Node& node, Tree& tree) {
+    return makeIndexed<IndexedFloat>(builder, node, tree);
 }
 
-Node* makeCopies(Builder& builder, Node& node, Device& device) {
+Node* makeCopies(Builder& builder, Node& node, Tree& tree) {
     if (node.quirks().noValueCopies) {
         return nullptr;
     }
     const auto copies = builder.getAllElementsByName("pValueCopy");
     const Builder::Element* const name = builder.findElement("pValue");
-    Node* const value = copies.empty() || name == nullptr ? nullptr : findNode(*name, device);
+    Node* const value = copies.empty() || name == nullptr ? nullptr : findNode(*name, tree);
     if (value == nullptr || !value->hasNumber()) {
         return nullptr;
     }
-    auto& both = adopt(device, std::make_unique<tavo::ValueWithCopies>(value), Types::Node);
+    auto& both = adopt(tree, std::make_unique<tavo::ValueWithCopies>(value), Types::Node);
     for (const Builder::Element& copy : copies) {
-        both.addCopy(findNode(copy, device));
+        both.addCopy(findNode(copy, tree));
     }
     return &both;
 }
 
-Node* makeIndexTerm(Builder& index, Builder& builder, Node& node, Device& device) {
-    Node* const target = findNode(index.getContent(), device);
+Node* makeIndexTerm(Builder& index, Builder& builder, Node& node, Tree& tree) {
+    Node* const target = findNode(index.getContent(), tree);
     Node* distance = nullptr;
     std::int64_t added = 0;
     if (const std::string_view name = index.findAttribute("pOffset"); !name.empty()) {
-        distance = findNode(name, device);
+        distance = findNode(name, tree);
     } else {
         const Builder::Element* const length = builder.findElement("Length");
         const Builder::Element* const pLength = builder.findElement("pLength");
         added = length == nullptr ? 0 : parseNumber(node, length->text, 0);
-        distance = pLength == nullptr ? nullptr : findNode(*pLength, device);
+        distance = pLength == nullptr ? nullptr : findNode(*pLength, tree);
     }
     auto& term =
-        adopt(device, std::make_unique<tavo::IndexTimesDistance>(target, distance, added), Types::Node);
+        adopt(tree, std::make_unique<tavo::IndexTimesDistance>(target, distance, added), Types::Node);
     Builder::addDependency(&term, target);
     Builder::addDependency(&term, distance);
     return &term;

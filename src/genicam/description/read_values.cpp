@@ -1,5 +1,5 @@
-// Stages of the kinds that hold a value or take that of another node.
-#include "genicam/description/stages.h"
+// The kinds that hold a value or take that of another node.
+#include "genicam/description/read_nodes.h"
 
 #include "genicam/nodes/ImplGenICamBoolean.h"
 #include "genicam/nodes/ImplGenICamCommand.h"
@@ -21,29 +21,29 @@ using tavo::ImplGenICamInteger;
 
 namespace {
 
-constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
-constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t kLowest = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kHighest = std::numeric_limits<std::int64_t>::max();
 
-constexpr Literal<ImplGenICamInteger> integerLiterals[] = {
+constexpr Literal<ImplGenICamInteger> kIntegerLiterals[] = {
     {"Inc", number<&ImplGenICamInteger::setInc, 1>},
-    {"Max", number<&ImplGenICamInteger::setMax, highest>},
-    {"Min", number<&ImplGenICamInteger::setMin, lowest>},
+    {"Max", number<&ImplGenICamInteger::setMax, kHighest>},
+    {"Min", number<&ImplGenICamInteger::setMin, kLowest>},
     {"Representation", keyword<&ImplGenICamInteger::setRepresentation, &Builder::parseRepresentation>},
     {"Unit", text<&ImplGenICamInteger::setUnit>},
     {"Value", number<&ImplGenICamInteger::setStoredValue>},
 };
-static_assert(isAscending(integerLiterals));
+static_assert(isAscending(kIntegerLiterals));
 
-constexpr Reference<ImplGenICamInteger> integerReferences[] = {
+constexpr Reference<ImplGenICamInteger> kIntegerReferences[] = {
     {"pInc", reference<&ImplGenICamInteger::setPInc>},
     {"pMax", reference<&ImplGenICamInteger::setPMax>},
     {"pMin", reference<&ImplGenICamInteger::setPMin>},
     {"pValue", reference<&ImplGenICamInteger::setPValue>},
 };
-static_assert(isAscending(integerReferences));
+static_assert(isAscending(kIntegerReferences));
 
 // A template parameter cannot be a double everywhere, hence the functions.
-constexpr Literal<ImplGenICamFloat> floatLiterals[] = {
+constexpr Literal<ImplGenICamFloat> kFloatLiterals[] = {
     {"Max",
      [](ImplGenICamFloat& node, std::string_view content) {
          node.setMax(Builder::parseFloat(content, tavo::kDefaultFloatMax));
@@ -59,16 +59,16 @@ constexpr Literal<ImplGenICamFloat> floatLiterals[] = {
     {"Value", [](ImplGenICamFloat& node,
                  std::string_view content) { node.setStoredValue(Builder::parseFloat(content, 0.0)); }},
 };
-static_assert(isAscending(floatLiterals));
+static_assert(isAscending(kFloatLiterals));
 
-constexpr Reference<ImplGenICamFloat> floatReferences[] = {
+constexpr Reference<ImplGenICamFloat> kFloatReferences[] = {
     {"pMax", reference<&ImplGenICamFloat::setPMax>},
     {"pMin", reference<&ImplGenICamFloat::setPMin>},
     {"pValue", reference<&ImplGenICamFloat::setPValue>},
 };
-static_assert(isAscending(floatReferences));
+static_assert(isAscending(kFloatReferences));
 
-constexpr Literal<ImplGenICamBoolean> booleanLiterals[] = {
+constexpr Literal<ImplGenICamBoolean> kBooleanLiterals[] = {
     {"OffValue", number<&ImplGenICamBoolean::setOffValue, 0>},
     {"OnValue", number<&ImplGenICamBoolean::setOnValue, 1>},
     {"Value",
@@ -77,49 +77,49 @@ constexpr Literal<ImplGenICamBoolean> booleanLiterals[] = {
          node.setStoredValue(isOne || Builder::parseBoolean(content, false));
      }},
 };
-static_assert(isAscending(booleanLiterals));
+static_assert(isAscending(kBooleanLiterals));
 
-constexpr Reference<ImplGenICamBoolean> booleanReferences[] = {
+constexpr Reference<ImplGenICamBoolean> kBooleanReferences[] = {
     {"pValue", reference<&ImplGenICamBoolean::setPValue>},
 };
-static_assert(isAscending(booleanReferences));
+static_assert(isAscending(kBooleanReferences));
 
-constexpr Literal<ImplGenICamCommand> commandLiterals[] = {
+constexpr Literal<ImplGenICamCommand> kCommandLiterals[] = {
     {"CommandValue", number<&ImplGenICamCommand::setCommandValue>},
     {"PollingTime", number<&ImplGenICamCommand::setPollingTime>},
     {"Value", number<&ImplGenICamCommand::setStoredValue>},
 };
-static_assert(isAscending(commandLiterals));
+static_assert(isAscending(kCommandLiterals));
 
-constexpr Reference<ImplGenICamCommand> commandReferences[] = {
+constexpr Reference<ImplGenICamCommand> kCommandReferences[] = {
     {"pCommandValue", reference<&ImplGenICamCommand::setPCommandValue>},
     {"pValue", reference<&ImplGenICamCommand::setPValue>},
 };
-static_assert(isAscending(commandReferences));
+static_assert(isAscending(kCommandReferences));
 
-constexpr Literal<ImplGenICamEnumEntry> enumEntryLiterals[] = {
+constexpr Literal<ImplGenICamEnumEntry> kEnumEntryLiterals[] = {
     {"Symbolic", text<&ImplGenICamEnumEntry::setSymbol>},
     {"Value", number<&ImplGenICamEnumEntry::setValue>},
 };
-static_assert(isAscending(enumEntryLiterals));
+static_assert(isAscending(kEnumEntryLiterals));
 
-constexpr Literal<ImplGenICamEnumeration> enumerationLiterals[] = {
+constexpr Literal<ImplGenICamEnumeration> kEnumerationLiterals[] = {
     {"Value", number<&ImplGenICamEnumeration::setStoredValue>},
 };
-static_assert(isAscending(enumerationLiterals));
+static_assert(isAscending(kEnumerationLiterals));
 
-constexpr Reference<ImplGenICamEnumeration> enumerationReferences[] = {
+constexpr Reference<ImplGenICamEnumeration> kEnumerationReferences[] = {
     {"pValue", reference<&ImplGenICamEnumeration::setPValue>},
 };
-static_assert(isAscending(enumerationReferences));
+static_assert(isAscending(kEnumerationReferences));
 
 struct LimitElement {
     std::string_view name;
     tavo::NodeLimit limit;
 };
-constexpr LimitElement integerLimits[] = {
+constexpr LimitElement kIntegerLimits[] = {
     {"Min", tavo::NodeLimit::Min}, {"Max", tavo::NodeLimit::Max}, {"Inc", tavo::NodeLimit::Inc}};
-constexpr auto floatLimits = std::span(integerLimits).first<2>();
+constexpr auto kFloatLimits = std::span(kIntegerLimits).first<2>();
 
 // After the references: what a node says of neither by itself nor through a node of its own.
 template<class Kind>
@@ -144,60 +144,60 @@ template<class Kind> void standInForPValue(Kind& node, Node* hidden) {
 
 void readLiterals(Builder& builder, ImplGenICamInteger& node) {
     readLiterals(builder, static_cast<Node&>(node));
-    readTable(builder, node, integerLiterals);
+    readTable(builder, node, kIntegerLiterals);
 }
 
-void resolveReferences(Builder& builder, ImplGenICamInteger& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
-    resolveTable(builder, node, integerReferences, device);
-    standInForPValue(node, makeIndexedInteger(builder, node, device));
-    standInForPValue(node, makeCopies(builder, node, device));
-    takeLimitsFromBelow(builder, node, integerLimits);
-    resolveSelected(builder, node, node, device);
+void resolveReferences(Builder& builder, ImplGenICamInteger& node, Tree& tree) {
+    resolveReferences(builder, static_cast<Node&>(node), tree);
+    resolveTable(builder, node, kIntegerReferences, tree);
+    standInForPValue(node, makeIndexedInteger(builder, node, tree));
+    standInForPValue(node, makeCopies(builder, node, tree));
+    takeLimitsFromBelow(builder, node, kIntegerLimits);
+    resolveSelected(builder, node, node, tree);
 }
 
 void readLiterals(Builder& builder, ImplGenICamFloat& node) {
     readLiterals(builder, static_cast<Node&>(node));
-    readTable(builder, node, floatLiterals);
+    readTable(builder, node, kFloatLiterals);
 }
 
-void resolveReferences(Builder& builder, ImplGenICamFloat& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
-    resolveTable(builder, node, floatReferences, device);
-    standInForPValue(node, makeIndexedFloat(builder, node, device));
-    standInForPValue(node, makeCopies(builder, node, device));
-    takeLimitsFromBelow(builder, node, floatLimits);
+void resolveReferences(Builder& builder, ImplGenICamFloat& node, Tree& tree) {
+    resolveReferences(builder, static_cast<Node&>(node), tree);
+    resolveTable(builder, node, kFloatReferences, tree);
+    standInForPValue(node, makeIndexedFloat(builder, node, tree));
+    standInForPValue(node, makeCopies(builder, node, tree));
+    takeLimitsFromBelow(builder, node, kFloatLimits);
 }
 
 void readLiterals(Builder& builder, ImplGenICamBoolean& node) {
     readLiterals(builder, static_cast<Node&>(node));
-    readTable(builder, node, booleanLiterals);
+    readTable(builder, node, kBooleanLiterals);
 }
 
-void resolveReferences(Builder& builder, ImplGenICamBoolean& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
-    resolveTable(builder, node, booleanReferences, device);
-    standInForPValue(node, makeCopies(builder, node, device));
+void resolveReferences(Builder& builder, ImplGenICamBoolean& node, Tree& tree) {
+    resolveReferences(builder, static_cast<Node&>(node), tree);
+    resolveTable(builder, node, kBooleanReferences, tree);
+    standInForPValue(node, makeCopies(builder, node, tree));
 }
 
 void readLiterals(Builder& builder, ImplGenICamCommand& node) {
     readLiterals(builder, static_cast<Node&>(node));
-    readTable(builder, node, commandLiterals);
+    readTable(builder, node, kCommandLiterals);
 }
 
-void resolveReferences(Builder& builder, ImplGenICamCommand& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
-    resolveTable(builder, node, commandReferences, device);
+void resolveReferences(Builder& builder, ImplGenICamCommand& node, Tree& tree) {
+    resolveReferences(builder, static_cast<Node&>(node), tree);
+    resolveTable(builder, node, kCommandReferences, tree);
 }
 
 void readLiterals(Builder& builder, ImplGenICamEnumEntry& node) {
     readLiterals(builder, static_cast<Node&>(node));
-    readTable(builder, node, enumEntryLiterals);
+    readTable(builder, node, kEnumEntryLiterals);
 }
 
 void readLiterals(Builder& builder, ImplGenICamEnumeration& node) {
     readLiterals(builder, static_cast<Node&>(node));
-    readTable(builder, node, enumerationLiterals);
+    readTable(builder, node, kEnumerationLiterals);
     for (const Builder::Object& entry : builder.getAllObjectsByName("EnumEntry")) {
         const std::string_view name = entry.builder->findAttribute("Name");
         entry.builder->getFirstElement("Symbolic", name);
@@ -206,18 +206,18 @@ void readLiterals(Builder& builder, ImplGenICamEnumeration& node) {
     }
 }
 
-void resolveReferences(Builder& builder, ImplGenICamEnumeration& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
-    resolveTable(builder, node, enumerationReferences, device);
-    standInForPValue(node, makeCopies(builder, node, device));
+void resolveReferences(Builder& builder, ImplGenICamEnumeration& node, Tree& tree) {
+    resolveReferences(builder, static_cast<Node&>(node), tree);
+    resolveTable(builder, node, kEnumerationReferences, tree);
+    standInForPValue(node, makeCopies(builder, node, tree));
     for (const Builder::Element& reference : builder.getAllElementsByName("pEnumEntry")) {
-        Node* const target = findNode(reference, device);
+        Node* const target = findNode(reference, tree);
         if (auto* const entry = dynamic_cast<ImplGenICamEnumEntry*>(target)) {
             node.addEntry(entry);
             Builder::addDependency(&node, entry);
         }
     }
-    resolveSelected(builder, node, node, device);
+    resolveSelected(builder, node, node, tree);
 }
 
 } // namespace genicam::stages

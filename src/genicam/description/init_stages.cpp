@@ -1,5 +1,5 @@
 // The passes over a tree of builders, and which node class stands for which kind.
-#include "genicam/description/stages.h"
+#include "genicam/description/read_nodes.h"
 
 #include "genicam/nodes/ImplGenICamBoolean.h"
 #include "genicam/nodes/ImplGenICamCategory.h"
@@ -20,26 +20,26 @@ namespace {
 
 namespace stages = genicam::stages;
 using stages::Builder;
-using stages::Device;
+using stages::Tree;
 
 struct KindStages {
     GenICamTypes::GenICamNodeType type;
-    void (*create)(Builder& builder, Device& device);
-    void (*resolve)(Builder& builder, Device& device);
+    void (*create)(Builder& builder, Tree& tree);
+    void (*resolve)(Builder& builder, Tree& tree);
 };
 
-template<class Kind> void createNode(Builder& builder, Device& device) {
+template<class Kind> void createNode(Builder& builder, Tree& tree) {
     auto owned = std::make_unique<Kind>();
     Kind& node = *owned;
-    device.adoptNode(std::move(owned));
+    tree.adoptNode(std::move(owned));
     node.setNodeType(builder.getNodeType());
     builder.setNode(&node);
     stages::readLiterals(builder, node);
 }
 
-template<class Kind> void resolveNode(Builder& builder, Device& device) {
+template<class Kind> void resolveNode(Builder& builder, Tree& tree) {
     if (auto* const node = dynamic_cast<Kind*>(builder.getNode())) {
-        stages::resolveReferences(builder, *node, device);
+        stages::resolveReferences(builder, *node, tree);
     }
 }
 
@@ -47,10 +47,10 @@ template<class Kind> constexpr KindStages kind(GenICamTypes::GenICamNodeType typ
     return {type, createNode<Kind>, resolveNode<Kind>};
 }
 
-void nothingToResolve(Builder&, Device&) {}
+void nothingToResolve(Builder&, Tree&) {}
 
 // By ascending kind, from the first that has stages on.
-constexpr KindStages kinds[] = {
+constexpr KindStages kKinds[] = {
     {GenICamTypes::RegisterDescription, stages::readHeader, nothingToResolve},
     kind<ImplGenICamBoolean>(GenICamTypes::Boolean),
     kind<ImplGenICamCategory>(GenICamTypes::Category),
@@ -69,16 +69,15 @@ constexpr KindStages kinds[] = {
     kind<ImplGenICamPort>(GenICamTypes::Port),
     kind<ImplGenICamStringReg>(GenICamTypes::StringReg),
     {GenICamTypes::StructReg,
-     [](Builder& builder, Device& device) { stages::readStructReg(builder, device.quirks()); },
-     nothingToResolve},
+     [](Builder& builder, Tree& tree) { stages::readStructReg(builder, tree.quirks()); }, nothingToResolve},
     kind<ImplGenICamSwissKnife>(GenICamTypes::SwissKnife),
     kind<ImplGenICamIntSwissKnife>(GenICamTypes::IntSwissKnife),
     kind<ImplGenICamString>(GenICamTypes::String),
 };
 
 constexpr bool kindsAreContiguous() {
-    int expected = kinds[0].type;
-    for (const KindStages& row : kinds) {
+    int expected = kKinds[0].type;
+    for (const KindStages& row : kKinds) {
         if (row.type != expected++) {
             return false;
         }
@@ -88,19 +87,19 @@ constexpr bool kindsAreContiguous() {
 static_assert(kindsAreContiguous(), "a kind's row is found by its number");
 
 const KindStages* findKind(GenICamTypes::GenICamNodeType type) {
-    const auto row = static_cast<std::size_t>(type) - static_cast<std::size_t>(kinds[0].type);
-    return row < std::size(kinds) ? &kinds[row] : nullptr;
+    const auto row = static_cast<std::size_t>(type) - static_cast<std::size_t>(kKinds[0].type);
+    return row < std::size(kKinds) ? &kKinds[row] : nullptr;
 }
 
 // The way from one builder to the next of its kind leads far across the memory of a large description;
 // waiting there would take a fifth of all the time that loading takes. So the processor is told which one
 // comes soon. A builder and its lists lie in one piece.
-constexpr std::size_t stagesAhead = 4;
+constexpr std::size_t kStagesAhead = 4;
 void fetch(const GenICamTreeBuilder& builder) {
-    constexpr std::size_t pieceSize = 640;
-    constexpr std::size_t cacheLine = 64;
+    constexpr std::size_t kPieceSize = 640;
+    constexpr std::size_t kCacheLine = 64;
     const auto* const start = reinterpret_cast<const char*>(&builder);
-    for (std::size_t offset = 0; offset < pieceSize; offset += cacheLine) {
+    for (std::size_t offset = 0; offset < kPieceSize; offset += kCacheLine) {
         __builtin_prefetch(start + offset); // harmless wherever it leads
     }
 }
@@ -133,8 +132,8 @@ void GenICamTreeBuilder::propagateInitStage(InitStage stage, NodeTree* tree) {
     }
     const std::span<Object> children = m_objects.all();
     for (std::size_t i = 0; i < children.size(); ++i) {
-        if (i + stagesAhead < children.size()) {
-            fetch(*children[i + stagesAhead].builder);
+        if (i + kStagesAhead < children.size()) {
+            fetch(*children[i + kStagesAhead].builder);
         }
         children[i].builder->propagateInitStage(stage, tree);
     }

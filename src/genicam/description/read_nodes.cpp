@@ -1,5 +1,5 @@
-// Stages of what all nodes share, of the root element, and of the kinds without a value.
-#include "genicam/description/stages.h"
+// What all nodes share, the root element, and the kinds without a value.
+#include "genicam/description/read_nodes.h"
 
 #include "genicam/description/blanks.h"
 #include "genicam/nodes/ImplGenICamCategory.h"
@@ -17,7 +17,7 @@ struct HeaderText {
     std::string_view attribute;
     std::string DeviceHeader::*field;
 };
-constexpr HeaderText headerTexts[] = {
+constexpr HeaderText kHeaderTexts[] = {
     {"ModelName", &DeviceHeader::modelName},     {"VendorName", &DeviceHeader::vendorName},
     {"ToolTip", &DeviceHeader::toolTip},         {"StandardNamespace", &DeviceHeader::standardNamespace},
     {"ProductGuid", &DeviceHeader::productGuid}, {"VersionGuid", &DeviceHeader::versionGuid},
@@ -27,7 +27,7 @@ struct HeaderNumber {
     std::string_view attribute;
     std::int64_t DeviceHeader::*field;
 };
-constexpr HeaderNumber headerNumbers[] = {
+constexpr HeaderNumber kHeaderNumbers[] = {
     {"MajorVersion", &DeviceHeader::majorVersion},
     {"MinorVersion", &DeviceHeader::minorVersion},
     {"SubMinorVersion", &DeviceHeader::subMinorVersion},
@@ -36,7 +36,7 @@ constexpr HeaderNumber headerNumbers[] = {
     {"SchemaSubMinorVersion", &DeviceHeader::schemaSubMinorVersion},
 };
 
-constexpr Literal<Node> nodeLiterals[] = {
+constexpr Literal<Node> kNodeLiterals[] = {
     {"Description", text<&Node::setDescription>},
     {"DisplayName", text<&Node::setDisplayName>},
     {"EventID", text<&Node::setEventID>}, // hexadecimal without a prefix, so it stays a text
@@ -45,25 +45,25 @@ constexpr Literal<Node> nodeLiterals[] = {
     {"ToolTip", text<&Node::setToolTip>},
     {"Visibility", keyword<&Node::setVisibility, &Builder::parseVisibility>},
 };
-static_assert(isAscending(nodeLiterals));
+static_assert(isAscending(kNodeLiterals));
 
-constexpr Reference<Node> nodeReferences[] = {
+constexpr Reference<Node> kNodeReferences[] = {
     {"pIsAvailable", reference<&Node::setPIsAvailable>},
     {"pIsImplemented", reference<&Node::setPIsImplemented>},
     {"pIsLocked", reference<&Node::setPIsLocked>},
 };
-static_assert(isAscending(nodeReferences));
+static_assert(isAscending(kNodeReferences));
 
-constexpr Literal<ImplGenICamPort> portLiterals[] = {
+constexpr Literal<ImplGenICamPort> kPortLiterals[] = {
     {"ChunkID", number<&ImplGenICamPort::setChunkId>},
     {"SwapEndianess", keyword<&ImplGenICamPort::setSwapEndianess, &Builder::parseYesNo>},
 };
-static_assert(isAscending(portLiterals));
+static_assert(isAscending(kPortLiterals));
 
-constexpr Reference<ImplGenICamPort> portReferences[] = {
+constexpr Reference<ImplGenICamPort> kPortReferences[] = {
     {"pChunkID", reference<&ImplGenICamPort::setPChunkId>},
 };
-static_assert(isAscending(portReferences));
+static_assert(isAscending(kPortReferences));
 
 // Spelled otherwise than in the standard, deliberately: nodes whose description spells the attribute
 // "NameSpace" count as "Custom".
@@ -73,34 +73,34 @@ std::string_view nameSpace(const tavo::Quirks& quirks) {
 
 } // namespace
 
-void readHeader(Builder& builder, Device& device) {
+void readHeader(Builder& builder, Tree& tree) {
     DeviceHeader header;
-    for (const auto& [attribute, field] : headerTexts) {
+    for (const auto& [attribute, field] : kHeaderTexts) {
         header.*field = builder.findAttribute(attribute);
     }
-    if (!device.quirks().ownNamespaceAttribute) {
+    if (!tree.quirks().ownNamespaceAttribute) {
         header.standardNamespace = builder.findAttribute("StandardNameSpace");
     }
-    for (const auto& [attribute, field] : headerNumbers) {
-        header.*field = parseNumber(builder.findAttribute(attribute), 0, device.quirks());
+    for (const auto& [attribute, field] : kHeaderNumbers) {
+        header.*field = parseNumber(builder.findAttribute(attribute), 0, tree.quirks());
     }
-    device.setHeader(std::move(header));
+    tree.setHeader(std::move(header));
 }
 
 void readLiterals(Builder& builder, Node& node) {
     node.setName(std::string(builder.findAttribute("Name")));
     node.setNamespace(std::string(builder.findAttribute(nameSpace(node.quirks()), "Custom")));
-    readTable(builder, node, nodeLiterals);
+    readTable(builder, node, kNodeLiterals);
 }
 
-void resolveReferences(Builder& builder, Node& node, Device& device) {
+void resolveReferences(Builder& builder, Node& node, Tree& tree) {
     if (const Builder::Element* const alias = builder.findElement("pAlias")) {
-        node.setAlias(findNode(*alias, device)); // the alias says nothing of this node's value
+        node.setAlias(findNode(*alias, tree)); // the alias says nothing of this node's value
     }
-    resolveTable(builder, node, nodeReferences, device);
+    resolveTable(builder, node, kNodeReferences, tree);
     if (!node.quirks().registersInvalidateOnly) {
         for (const Builder::Element& name : builder.getAllElementsByName("pInvalidator")) {
-            if (Node* const invalidator = findNode(name, device)) {
+            if (Node* const invalidator = findNode(name, tree)) {
                 invalidator->addInvalidated(&node);
             }
         }
@@ -109,7 +109,7 @@ void resolveReferences(Builder& builder, Node& node, Device& device) {
 
 void readLiterals(Builder& builder, ImplGenICamPort& node) {
     readLiterals(builder, static_cast<Node&>(node));
-    readTable(builder, node, portLiterals);
+    readTable(builder, node, kPortLiterals);
     const Builder::Element* const chunkId = builder.findElement("ChunkID");
     if (chunkId != nullptr && !node.quirks().plainChunkIds) {
         const bool hasPrefix = chunkId->text.starts_with("0x") || chunkId->text.starts_with("0X");
@@ -117,30 +117,29 @@ void readLiterals(Builder& builder, ImplGenICamPort& node) {
     }
 }
 
-void resolveReferences(Builder& builder, ImplGenICamPort& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
-    resolveTable(builder, node, portReferences, device);
+void resolveReferences(Builder& builder, ImplGenICamPort& node, Tree& tree) {
+    resolveReferences(builder, static_cast<Node&>(node), tree);
+    resolveTable(builder, node, kPortReferences, tree);
 }
 
-void resolveReferences(Builder& builder, ImplGenICamCategory& node, Device& device) {
-    resolveReferences(builder, static_cast<Node&>(node), device);
+void resolveReferences(Builder& builder, ImplGenICamCategory& node, Tree& tree) {
+    resolveReferences(builder, static_cast<Node&>(node), tree);
     for (const Builder::Element& feature : builder.getAllElementsByName("pFeature")) {
-        node.addFeature(findNode(feature, device));
+        node.addFeature(findNode(feature, tree));
     }
 }
 
-Node* findNode(std::string_view name, Device& device) {
-    return device.findNode(withoutBlanks(name));
+Node* findNode(std::string_view name, Tree& tree) {
+    return tree.findNode(withoutBlanks(name));
 }
 
-Node* findNode(const Builder::Element& reference, Device& device) {
-    return reference.target != nullptr ? reference.target->getNode() : findNode(reference.text, device);
+Node* findNode(const Builder::Element& reference, Tree& tree) {
+    return reference.target != nullptr ? reference.target->getNode() : findNode(reference.text, tree);
 }
 
-void resolveSelected(
-    Builder& builder, Node& node, tavo::ImplGenICamSelectorInterface& selector, Device& device) {
+void resolveSelected(Builder& builder, Node& node, tavo::ImplGenICamSelectorInterface& selector, Tree& tree) {
     for (const Builder::Element& reference : builder.getAllElementsByName("pSelected")) {
-        Node* const selected = findNode(reference, device);
+        Node* const selected = findNode(reference, tree);
         selector.addSelected(selected);
         Builder::addDependency(selected, &node);
     }
