@@ -27,7 +27,7 @@ std::string_view Arena::storeName(std::string_view name) {
     if (name.empty()) {
         return {};
     }
-    std::string_view& recent = m_recentNames[hashOfName(name) % recentNames];
+    std::string_view& recent = m_recentNames[hashOfName(name) % kRecentNames];
     if (recent != name) {
         recent = store(name);
     }
