@@ -76,7 +76,8 @@ typedef struct {
     uint64_t packets, bytes, complete, incomplete, lostBlocks, droppedArriving, droppedOldest, missingPackets;
     uint64_t wishes, wishedPackets, resentPackets, unavailable, duplicates, late, malformed;
     uint64_t testPackets, largestTestPacket; /* the size as it counts in the packet size register */
-    uint64_t overrun; /* packets that the system lost because nobody took them in time */
+    uint64_t overrun;                    /* packets that the system lost because nobody took them in time */
+    unsigned buffersFree, imagesWaiting; /* now */
 } TavoImageStatistics;
 
 #define LIOMOL_IMAGE_PATH_VERSION 1

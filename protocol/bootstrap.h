@@ -46,6 +46,7 @@ inline constexpr Address kDiscoveryAckDelay = 0x0950;
 inline constexpr Address kGvcpConfiguration = 0x0954;
 inline constexpr Address kPendingTimeout = 0x0958; // milliseconds
 inline constexpr Address kControlSwitchoverKey = 0x095C;
+inline constexpr Address kGvspConfiguration = 0x0960;
 inline constexpr Address kControlChannelPrivilege = 0x0A00;
 inline constexpr Address kPrimaryApplicationPort = 0x0A04;
 inline constexpr Address kPrimaryApplicationIp = 0x0A14;
@@ -56,6 +57,8 @@ inline constexpr Address kStreamChannelPacketSize = 0x0D04;
 inline constexpr Address kStreamChannelPacketDelay = 0x0D08;
 inline constexpr Address kStreamChannelDestination = 0x0D18;
 inline constexpr Address kStreamChannelSourcePort = 0x0D1C;
+inline constexpr Address kStreamChannelCapability = 0x0D20;
+inline constexpr Address kStreamChannelConfiguration = 0x0D24;
 inline constexpr Address kManufacturerSpecific = 0xA000; // everything from here on is the device's own
 
 inline constexpr std::size_t kNameSize = 32;
@@ -63,6 +66,25 @@ inline constexpr std::size_t kManufacturerInfoSize = 48;
 inline constexpr std::size_t kSerialNumberSize = 16;
 inline constexpr std::size_t kUserDefinedNameSize = 16;
 inline constexpr std::size_t kUrlSize = 512;
+
+// GVCP capability
+inline constexpr std::uint32_t kPacketResendBit = 0x4;
+
+// GVSP (stream) capability and configuration
+inline constexpr std::uint32_t kSourcePortBit = 0x80000000; // the stream channel's source port can be read
+inline constexpr std::uint32_t kShortBlockIdsBit =
+    0x40000000; // capability: 16-bit block ids, beside 64-bit ones
+inline constexpr std::uint32_t kLongBlockIdsBit = 0x40000000; // configuration: 64-bit block ids are on
+
+// Packet size of the stream channel; the low 16 bits count IP, UDP and GVSP headers too
+inline constexpr std::uint32_t kFireTestPacketBit = 0x80000000;
+inline constexpr std::uint32_t kDoNotFragmentBit = 0x40000000;
+inline constexpr std::uint32_t kPixelEndiannessBit = 0x20000000;
+inline constexpr std::uint32_t kPacketSizeMask = 0xFFFF;
+
+// Capability and configuration of the stream channel
+inline constexpr std::uint32_t kResendDestinationBit = 0x8;
+inline constexpr std::uint32_t kExtendedChunkDataBit = 0x1;
 
 // Interface capability and configuration
 inline constexpr std::uint32_t kPersistentIpBit = 1;
