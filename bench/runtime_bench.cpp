@@ -1,7 +1,7 @@
 // Nodes over a memory: how changes spread and are told, and what reads of cached values cost by themselves,
 // side by side in threads, and all in a row.
 #include "genicam/device/ImplGenICamCamera.h"
-#include "genicam/nodes/ImplGenICamInterfaces.h"
+#include "genicam/nodes/node_interfaces.h"
 #include "liomol/signals.h"
 
 #include "generated_description.h"

@@ -5,8 +5,8 @@
 #pragma once
 
 #include "simcam/LinkLocal.h"
-#include "simcam/Notices.h"
 #include "simcam/Registers.h"
+#include "simcam/notices.h"
 
 #include <functional>
 #include <vector>

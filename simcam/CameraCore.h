@@ -9,7 +9,7 @@
 #include "simcam/LinkFaults.h"
 #include "simcam/Memory.h"
 #include "simcam/Nonvolatile.h"
-#include "simcam/Settings.h"
+#include "simcam/settings.h"
 
 #include <memory>
 

@@ -1,9 +1,9 @@
 // Where the camera keeps its description: as files in its memory and as the URLs that lead there.
 #pragma once
 
-#include "simcam/Settings.h"
 #include "simcam/bytes.h"
 #include "simcam/register_table.h"
+#include "simcam/settings.h"
 
 #include <optional>
 #include <string>

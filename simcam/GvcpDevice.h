@@ -6,10 +6,10 @@
 #include "simcam/ControlChannel.h"
 #include "simcam/EventLog.h"
 #include "simcam/Memory.h"
-#include "simcam/Notices.h"
 #include "simcam/Retransmissions.h"
-#include "simcam/Settings.h"
 #include "simcam/faults.h"
+#include "simcam/notices.h"
+#include "simcam/settings.h"
 
 #include <functional>
 #include <vector>

@@ -2,8 +2,8 @@
 // take long; everyone else sees what it saw last.
 #pragma once
 
-#include "Mac.h"
 #include "bounds.h"
+#include "local_mac.h"
 
 #include <array>
 #include <condition_variable>

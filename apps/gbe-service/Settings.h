@@ -1,7 +1,7 @@
 // What the configuration file and the state file say.
 #pragma once
 
-#include "Mac.h"
+#include "local_mac.h"
 
 #include <QtCore/QString>
 

@@ -1,7 +1,7 @@
 // gbe-simcam: GigE Vision cameras in software on a network interface of Linux.
-#include "Configuration.h"
 #include "Console.h"
 #include "ControlServer.h"
+#include "configuration.h"
 #include "print.h"
 
 #include "netif/interface.h"

@@ -1,8 +1,8 @@
 // A change of a handle's connection, for a scope: it has the handle for itself, if the gate of
-// api/ConnectionState.h lets it.
+// api/connection_state.h lets it.
 #pragma once
 
-#include "api/ConnectionState.h"
+#include "api/connection_state.h"
 #include "board/devices.h"
 
 #include <memory>

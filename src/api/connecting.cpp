@@ -1,5 +1,5 @@
 // Connecting: taking a camera and its port, and loading its description. The states of a connection, and what
-// may be done in which, are in api/ConnectionState.h; taking.h, disconnecting.h and moving.cpp are the rest.
+// may be done in which, are in api/connection_state.h; taking.h, disconnecting.h and moving.cpp are the rest.
 //
 // A connected handle is the only user of its port: what another handle of the port does meanwhile never
 // reaches its camera.

@@ -1,7 +1,7 @@
 // The ends of a connection. Each for a Change of the handle.
 #pragma once
 
-#include "api/ConnectionState.h"
+#include "api/connection_state.h"
 
 struct CameraHandle;
 

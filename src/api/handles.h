@@ -1,8 +1,8 @@
 // What stands behind the two opaque handles of the C interface.
 #pragma once
 
-#include "api/ConnectionState.h"
 #include "api/Watches.h"
+#include "api/connection_state.h"
 #include "board/Board.h"
 #include "board/GbeHeartbeatThread.h"
 #include "board/control.h"

@@ -6,10 +6,10 @@
 // (but an exception, on an error), and a formula may be evaluated again from inside one of its own variables.
 #pragma once
 
-#include "math/MathProgram.h"
 #include "math/MathToken.h"
-#include "math/MathTokenizer.h"
 #include "math/MathVariablesInterface.h"
+#include "math/program.h"
+#include "math/tokenizer.h"
 #include "util/Quirks.h"
 
 #include <cstddef>

@@ -2,9 +2,9 @@
 // The tests of gbe and of the whole system talk to its cameras.
 #include "process.h"
 
-#include "Configuration.h"
 #include "Console.h"
 #include "bounds.h"
+#include "configuration.h"
 #include "simcam/text.h"
 #include "support/net_namespace.h"
 

@@ -1,7 +1,7 @@
-#include "Mac.h"
 #include "Request.h"
 #include "Server.h"
 #include "Settings.h"
+#include "local_mac.h"
 #include "support/write_file.h"
 
 #include <gmock/gmock.h>

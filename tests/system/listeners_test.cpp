@@ -1,6 +1,6 @@
 // What a listener may do with the handle of its camera, in whichever thread it is called.
 #include "api/handles.h"
-#include "genicam/nodes/ImplGenICamInterfaces.h"
+#include "genicam/nodes/node_interfaces.h"
 #include "liomol/signals.h"
 #include "support/events.h"
 #include "system/session.h"

@@ -1,7 +1,7 @@
 #include "genicam/description/formula_differences.h"
 
-#include "math/MathLiteral.h"
 #include "math/MathParser.h"
+#include "math/literals.h"
 
 #include <algorithm>
 #include <exception>

@@ -5,7 +5,7 @@
 #include "genicam/nodes/ImplGenICamInteger.h"
 #include "genicam/nodes/formula_nodes.h"
 #include "genicam/nodes/numbers.h"
-#include "math/MathLiteral.h"
+#include "math/literals.h"
 
 #include <exception>
 #include <iostream>

@@ -1,7 +1,7 @@
 // A truth of its own, or what two integers of the node below (pValue) stand for.
 #pragma once
 
-#include "genicam/nodes/ImplGenICamInterfaces.h"
+#include "genicam/nodes/node_interfaces.h"
 
 namespace tavo {
 

@@ -1,7 +1,7 @@
 // A list of features for people to browse.
 #pragma once
 
-#include "genicam/nodes/ImplGenICamInterfaces.h"
+#include "genicam/nodes/node_interfaces.h"
 
 namespace tavo {
 

@@ -1,7 +1,7 @@
 // A command: a value that is written, and that the camera clears when it is done.
 #pragma once
 
-#include "genicam/nodes/ImplGenICamInterfaces.h"
+#include "genicam/nodes/node_interfaces.h"
 #include "util/Quirks.h"
 
 #include <chrono>

@@ -1,7 +1,7 @@
 // One symbol out of several, each with the integer that stands for it here or in the node below (pValue).
 #pragma once
 
-#include "genicam/nodes/ImplGenICamInterfaces.h"
+#include "genicam/nodes/node_interfaces.h"
 
 #include <string_view>
 

@@ -2,7 +2,7 @@
 // set leaves the constant in force.
 #pragma once
 
-#include "genicam/nodes/ImplGenICamInterfaces.h"
+#include "genicam/nodes/node_interfaces.h"
 #include "genicam/nodes/node_limits.h"
 
 #include <limits>

@@ -1,7 +1,7 @@
 // The named door through which registers reach camera memory.
 #pragma once
 
-#include "genicam/nodes/ImplGenICamInterfaces.h"
+#include "genicam/nodes/node_interfaces.h"
 
 #include <mutex>
 

@@ -2,9 +2,9 @@
 // floating-point number or a text.
 #pragma once
 
-#include "genicam/nodes/ImplGenICamInterfaces.h"
 #include "genicam/nodes/RegisterBytes.h"
 #include "genicam/nodes/limits.h"
+#include "genicam/nodes/node_interfaces.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,7 +1,7 @@
 // String nodes: a text of their own, or that of the node below. Made with the standard's meaning only.
 #pragma once
 
-#include "genicam/nodes/ImplGenICamInterfaces.h"
+#include "genicam/nodes/node_interfaces.h"
 
 namespace tavo {
 

@@ -2,8 +2,8 @@
 // node below. Nothing is cached here: each read evaluates the formula, which reads its variables.
 #pragma once
 
-#include "genicam/nodes/ImplGenICamInterfaces.h"
 #include "genicam/nodes/ImplGenICamMathVariables.h"
+#include "genicam/nodes/node_interfaces.h"
 #include "genicam/nodes/node_limits.h"
 #include "math/MathParser.h"
 

@@ -2,7 +2,7 @@
 // reference mean several nodes. They bear no name; the device owns them like all others.
 #pragma once
 
-#include "genicam/nodes/ImplGenICamInterfaces.h"
+#include "genicam/nodes/node_interfaces.h"
 
 #include <map>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "simcam/Settings.h"
+#include "simcam/settings.h"
 
 #include "protocol/bootstrap.h"
 #include "simcam/text.h"

@@ -1,9 +1,9 @@
-#include "math/MathTokenizer.h"
+#include "math/tokenizer.h"
 
 #include "liomol/exceptions.h"
-#include "math/MathSplits.h"
 #include "math/limits.h"
 #include "math/messages.h"
+#include "math/splits.h"
 
 #include <algorithm>
 #include <limits>

@@ -3,11 +3,11 @@
 
 #include "platform/ethernet_endpoint.h"
 #include "simcam/LinkFaults.h"
-#include "simcam/SlowWrites.h"
 #include "simcam/Station.h"
 #include "simcam/faults.h"
 #include "simcam/limits.h"
 #include "simcam/register_names.h"
+#include "simcam/slow_writes.h"
 
 #include <optional>
 #include <string>

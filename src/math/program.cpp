@@ -1,8 +1,8 @@
-#include "math/MathProgram.h"
+#include "math/program.h"
 
 #include "liomol/exceptions.h"
-#include "math/MathLiteral.h"
 #include "math/limits.h"
+#include "math/literals.h"
 #include "math/messages.h"
 
 #include <algorithm>

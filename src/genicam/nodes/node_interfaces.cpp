@@ -1,4 +1,4 @@
-#include "genicam/nodes/ImplGenICamInterfaces.h"
+#include "genicam/nodes/node_interfaces.h"
 
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/numbers.h"

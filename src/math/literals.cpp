@@ -1,4 +1,4 @@
-#include "math/MathLiteral.h"
+#include "math/literals.h"
 
 #include "util/number_text.h"
 

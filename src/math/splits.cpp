@@ -1,4 +1,4 @@
-#include "math/MathSplits.h"
+#include "math/splits.h"
 
 #include "liomol/exceptions.h"
 #include "math/messages.h"

@@ -1,4 +1,4 @@
-#include "simcam/SlowWrites.h"
+#include "simcam/slow_writes.h"
 
 #include "simcam/register_names.h"
 #include "simcam/text.h"

@@ -1,8 +1,8 @@
 #include "liomol/exceptions.h"
-#include "math/MathProgram.h"
 #include "math/arithmetic.h"
 #include "math/limits.h"
 #include "math/messages.h"
+#include "math/program.h"
 
 #include <cassert>
 

@@ -5,9 +5,9 @@
 // bind.
 #pragma once
 
-#include "math/MathTokenizer.h"
 #include "math/MathValue.h"
 #include "math/MathVariablesInterface.h"
+#include "math/tokenizer.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "Mac.h"
+#include "local_mac.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QString>
