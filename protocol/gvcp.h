@@ -100,4 +100,17 @@ inline constexpr std::size_t kGateway = 52;
 inline constexpr std::size_t kSize = 56;
 } // namespace force_ip
 
+// PACKETRESEND command, which has no acknowledgement: offsets within its payload. The flag says which form it
+// has; block ids and packet ids are those of the stream.
+inline constexpr std::uint8_t kFlagExtendedIds = 0x10;
+namespace packet_resend {
+inline constexpr std::size_t kChannel = 0; // 2 bytes
+inline constexpr std::size_t kBlock = 2;   // 2 bytes; reserved with extended ids
+inline constexpr std::size_t kFirst = 4;   // 4 bytes, of which 3 count without extended ids
+inline constexpr std::size_t kLast = 8;    // likewise
+inline constexpr std::size_t kSize = 12;
+inline constexpr std::size_t kExtendedBlock = 12; // 8 bytes, with extended ids only
+inline constexpr std::size_t kExtendedSize = 20;
+} // namespace packet_resend
+
 } // namespace gvcp
