@@ -58,9 +58,6 @@ TEST_F(FeatureInfoTest, TellsWhatAFeatureIsAndWhatMayBeDoneNow) {
          {GBE_KIND_FLOAT, GBE_ACCESS_READ_WRITE, 0, GBE_VISIBILITY_BEGINNER, GBE_REPRESENTATION_LOGARITHMIC,
           1, 0},
          "us"},
-        {"DeviceTemperature",
-         {GBE_KIND_FLOAT, GBE_ACCESS_READ_ONLY, 0, GBE_VISIBILITY_EXPERT, GBE_REPRESENTATION_NOT_GIVEN, 0, 0},
-         "C"},
         {"DeviceTemperatureSelector",
          {GBE_KIND_ENUMERATION, GBE_ACCESS_READ_WRITE, 0, GBE_VISIBILITY_EXPERT, 0, 0, 1},
          ""},
@@ -110,11 +107,9 @@ TEST_F(FeatureInfoTest, TellsLimitsAndNeighbours) {
         const char* names;
     } rows[] = {
         {"DeviceTemperatureSelector", GBE_LIST_ENTRIES, "Sensor Mainboard FPGA"},
-        {"DeviceTemperatureSelector", GBE_LIST_AVAILABLE_ENTRIES, "Sensor Mainboard FPGA"},
         {"DeviceTemperatureSelector", GBE_LIST_SELECTED, "DeviceTemperature"},
         {"DeviceTemperature", GBE_LIST_SELECTING, "DeviceTemperatureSelector"},
         {"Width", GBE_LIST_SELECTED, ""},
-        {"Width", GBE_LIST_ENTRIES, "illegal node"},
         {"Width", GBE_LIST_MEMBERS, "illegal node"},
         {"Width", GBE_LIST_MEMBERS + 1, "illegal parameter"},
     };

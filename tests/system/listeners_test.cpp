@@ -12,16 +12,24 @@ namespace {
 using tavo::ImplGenICamCamera;
 using Signals = tavo::ImplGenICamIntegerInterfaceSignals;
 
-enum class Occasion { Value, State, Control };
-const char* const kOccasions[] = {"value", "state", "control"};
+enum class Occasion { Value, State, Control, Connecting };
+const char* const kOccasions[] = {"value", "state", "control", "connecting"};
 
 enum class Deed { Disconnect, Reconnect, Free };
-const char* const kDeeds[] = {"disconnect", "connect anew", "free"};
+const char* const kDeeds[] = {"disconnect", "connect again", "free"};
+
+CameraHandle* connect(const Session& session) {
+    CameraHandle* camera = nullptr;
+    EXPECT_EQ(Gbe_getFirstCamera(session.board(), 0, &camera), 0);
+    EXPECT_EQ(Gbe_connectCamera(camera), 0);
+    return camera;
+}
 
 class Trial {
 public:
     Trial(Session& session, Occasion occasion, Deed deed, Qt::ConnectionType type)
-        : m_occasion(occasion), m_deed(deed), m_camera(session.connectFirst()) {
+        : m_occasion(occasion), m_deed(deed), m_camera(connect(session)),
+          m_isRefused(occasion == Occasion::Connecting && type == Qt::DirectConnection) {
         ImplGenICamCamera& device = *m_camera->device();
         auto& width = dynamic_cast<tavo::ImplGenICamIntegerInterface&>(*device.getNodeByName("Width"));
         QObject::connect(
@@ -37,6 +45,7 @@ public:
                 told->getState(); // it is still there
                 if (state == ImplGenICamCamera::Connected) {
                     act(Occasion::State);
+                    act(Occasion::Connecting);
                 }
             },
             type);
@@ -53,9 +62,12 @@ public:
             Gbe_setIntegerValue(m_camera, "Width", 7);
         } else if (m_occasion == Occasion::State) {
             Gbe_enableStandardBehaviour(m_camera, 1);
+        } else if (m_occasion == Occasion::Control) {
+            device.noteControlLoss(tavo::ControlLoss::TakenOver); // the heartbeat announces it
+            m_camera->heartbeat->setPeriod(0);
         } else {
-            device.noteControlLoss(tavo::ControlLoss::TakenOver);
-            device.announceControlLoss();
+            EXPECT_EQ(Gbe_disconnectCamera(m_camera), 0);
+            EXPECT_EQ(Gbe_connectCamera(m_camera), 0);
         }
         const auto isDone = [this] {
             processEvents();
@@ -77,13 +89,14 @@ private:
         if (occasion != m_occasion || !m_armed.exchange(false)) {
             return;
         }
+        const int expected = m_isRefused ? GBE_ERROR_CAMERA_BUSY : 0; // a change within a change
         if (m_deed == Deed::Free) {
-            Gbe_freeCamera(m_camera);
+            Gbe_freeCamera(m_camera); // and that is done at the end of the change
         } else {
-            EXPECT_EQ(Gbe_disconnectCamera(m_camera), 0);
+            EXPECT_EQ(Gbe_disconnectCamera(m_camera), expected);
         }
         if (m_deed == Deed::Reconnect) {
-            EXPECT_EQ(Gbe_connectCamera(m_camera), 0);
+            EXPECT_EQ(Gbe_connectCamera(m_camera), expected);
         }
         m_done = true;
     }
@@ -91,6 +104,7 @@ private:
     const Occasion m_occasion;
     const Deed m_deed;
     CameraHandle* const m_camera; // may be gone
+    const bool m_isRefused;
     std::atomic<bool> m_armed = false;
     std::atomic<bool> m_done = false;
     QObject m_receiver; // goes first
@@ -99,9 +113,11 @@ private:
 TEST(Listeners, MayDisconnectConnectAndFree) {
     Session session;
     const auto station = session.rig.hang(0, 0, plainCamera());
+    ASSERT_EQ(Gbe_scanNetwork(session.board(), 0, 0), 0);
     for (const auto type : {Qt::DirectConnection, Qt::QueuedConnection}) {
         for (const auto deed : {Deed::Disconnect, Deed::Reconnect, Deed::Free}) {
-            for (const auto occasion : {Occasion::Value, Occasion::State, Occasion::Control}) {
+            for (const auto occasion :
+                 {Occasion::Value, Occasion::State, Occasion::Control, Occasion::Connecting}) {
                 SCOPED_TRACE(
                     std::string(kOccasions[static_cast<int>(occasion)]) + ", " +
                     kDeeds[static_cast<int>(deed)] +

@@ -2,6 +2,7 @@
 // lose, repeat, mix up and delay frames in both directions. scripts/soak runs it for longer than the suite.
 #include "system/session.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -9,7 +10,6 @@
 #include <map>
 #include <mutex>
 #include <random>
-#include <set>
 
 namespace {
 
@@ -60,7 +60,8 @@ public:
         unsigned rounds = 0;
         for (const auto end = Clock::now() + time; Clock::now() < end || rounds == 0; ++rounds) {
             const unsigned choice = m_random() % 100;
-            choice < 35 ? writeNumber() : choice < 70 ? readNumber() : choice < 85 ? writeText() : readText();
+            const Register& place = choice % 10 < 7 ? kNumber : kText;
+            choice < 50 ? write(place) : read(place);
             if (m_failuresInARow >= kMostFailures || choice == 0) {
                 call("disconnect", [&] { return Gbe_disconnectCamera(m_camera); });
                 connect();
@@ -94,92 +95,84 @@ private:
         m_failuresInARow = 0;
     }
 
+    // What a feature of either kind is, with texts for all values.
+    struct Register {
+        const char* name;
+        gvcp::Command write;
+    };
+    static constexpr Register kNumber{"Number", gvcp::Command::WriteRegCmd};
+    static constexpr Register kText{"Text", gvcp::Command::WriteMemCmd};
+
     // Runs a read or write; true when it reports success. The station's log begins with the call.
-    template<typename Access> bool access(const char* name, Access&& run) {
+    template<typename Access> bool access(const std::string& name, Access&& run) {
         Gbe_invalidateCache(m_camera);
         station->log().clear();
-        m_numberBefore = station->peekRegister(plain::kNumber).value();
-        m_textBefore = text();
-        const int result = call(name, run);
+        const int result = call(name.c_str(), run);
         if (result != 0 && result != GBE_ERROR_TRANSPORT_LAYER && result != kControlLost) {
-            complain(std::string(name) + " gave " + std::to_string(result));
+            complain(name + " gave " + std::to_string(result));
         }
         m_failuresInARow = result == 0 ? 0 : result == kControlLost ? kMostFailures : m_failuresInARow + 1;
         (result == 0 ? m_totals.good : m_totals.bad)++;
         return result == 0;
     }
 
-    // The values that the camera carried out writes of since the call began. Copies that the wire has kept of
-    // earlier commands are among them.
-    std::set<std::uint32_t> numbersWritten() const {
-        std::set<std::uint32_t> values;
-        for (const simcam::Event& event : station->log().events()) {
-            const bool carriedOut = event.status == gvcp::Status::Success && !event.repeated;
-            if (event.command == gvcp::Command::WriteRegCmd && event.address == plain::kNumber &&
-                carriedOut) {
-                values.insert(event.value);
-            }
-        }
-        return values;
-    }
-    unsigned textsWritten() const {
+    // How often the camera carried out a write of the register since the call began. Copies that the wire has
+    // kept of earlier commands are among them.
+    unsigned writesOf(const Register& place) const {
         unsigned count = 0;
         for (const simcam::Event& event : station->log().events()) {
             const bool carriedOut = event.status == gvcp::Status::Success && !event.repeated;
-            count += event.command == gvcp::Command::WriteMemCmd && carriedOut ? 1 : 0;
+            count += event.command == place.write && event.address >= plain::kNumber && carriedOut ? 1 : 0;
         }
         return count;
     }
-    std::string text() const {
+    std::string held(const Register& place) const {
+        if (&place == &kNumber) {
+            return std::to_string(station->peekRegister(plain::kNumber).value());
+        }
         const auto bytes = station->peek(plain::kText, 16).value();
         const std::string all(bytes.begin(), bytes.end());
         return all.substr(0, all.find('\0'));
     }
 
-    void writeNumber() {
-        const auto value = static_cast<std::uint32_t>((m_board * kPorts + m_port) << 24) + ++m_counter;
-        if (access("write", [&] { return Gbe_setIntegerValue(m_camera, "Number", value); }) &&
-            numbersWritten().count(value) == 0) {
-            complain("written " + std::to_string(value) + " did not reach the camera");
+    void write(const Register& place) {
+        const unsigned number = static_cast<unsigned>((m_board * kPorts + m_port) << 24) + ++m_counter;
+        const std::string value = (&place == &kText ? "text " : "") + std::to_string(number);
+        m_written.push_back(value);
+        const bool done = access(std::string("write ") + place.name, [&] {
+            return &place == &kText ? Gbe_setStringValue(m_camera, "Text", value.c_str())
+                                    : Gbe_setIntegerValue(m_camera, "Number", number);
+        });
+        const unsigned writes = writesOf(place);
+        const std::string now = held(place);
+        if (done && (writes == 0 || (now != value && !(writes > 1 && isKnown(now))))) {
+            complain("'" + value + "' was written, '" + now + "' is there");
         }
     }
 
-    void readNumber() {
-        long long value = -1;
-        if (access("read", [&] { return Gbe_getIntegerValue(m_camera, "Number", &value); }) &&
-            value != m_numberBefore && numbersWritten().count(static_cast<std::uint32_t>(value)) == 0) {
-            complain("read " + std::to_string(value) + ", which it did not hold");
-        }
-    }
-
-    void writeText() {
-        const std::string value = "text " + place() + " " + std::to_string(++m_counter % 10000);
-        m_texts.push_back(value);
-        if (access("write text", [&] { return Gbe_setStringValue(m_camera, "Text", value.c_str()); })) {
-            const std::string now = text();
-            const bool overwritten = textsWritten() > 1 && isKnown(now);
-            if (textsWritten() == 0 || (now != value && !overwritten)) {
-                complain("'" + value + "' was written, '" + now + "' is there");
-            }
-        }
-    }
-
-    void readText() {
-        const char* value = nullptr;
-        if (access("read text", [&] { return Gbe_getStringValue(m_camera, "Text", &value); }) &&
-            value != m_textBefore && !(textsWritten() > 0 && isKnown(value))) {
-            complain(std::string("read '") + value + "', '" + m_textBefore + "' was there");
+    void read(const Register& place) {
+        const std::string before = held(place);
+        std::string value;
+        const bool done = access(std::string("read ") + place.name, [&] {
+            long long number = -1;
+            const char* text = "";
+            const int result = &place == &kText ? Gbe_getStringValue(m_camera, "Text", &text)
+                                                : Gbe_getIntegerValue(m_camera, "Number", &number);
+            value = &place == &kText ? text : std::to_string(number);
+            return result;
+        });
+        if (done && value != before && !(writesOf(place) > 0 && isKnown(value))) {
+            complain("read '" + value + "', '" + before + "' was there");
         }
     }
 
     void complain(const std::string& text) const { ADD_FAILURE() << place() << ": " << text; }
 
-    // One of the texts that can still be under way.
+    // One of the values that can still be under way.
     bool isKnown(const std::string& value) {
-        while (m_texts.size() > 20) {
-            m_texts.erase(m_texts.begin());
-        }
-        return std::find(m_texts.begin(), m_texts.end(), value) != m_texts.end();
+        m_written.erase(
+            m_written.begin(), m_written.end() - std::min<std::ptrdiff_t>(20, std::ssize(m_written)));
+        return std::ranges::count(m_written, value) > 0;
     }
 
     const Session& m_session;
@@ -189,9 +182,7 @@ private:
     CameraHandle* m_camera = nullptr;
     unsigned m_counter = 0;
     unsigned m_failuresInARow = 0;
-    std::uint32_t m_numberBefore = 0;
-    std::string m_textBefore;
-    std::vector<std::string> m_texts;
+    std::vector<std::string> m_written;
 };
 
 void soak(seconds time, unsigned seed, Totals& totals) {
