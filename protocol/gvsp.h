@@ -81,9 +81,12 @@ enum class PayloadType : std::uint16_t {
 };
 inline constexpr std::uint16_t kWithChunks = 0x4000; // added to a payload type: chunks follow the image
 
-// Leader of an image, offsets behind the header.
+// Leader, offsets behind the header.
 inline constexpr std::size_t kLeaderPayloadType = 2; // 16 bits, of every leader and trailer
 inline constexpr std::size_t kLeaderTimestamp = 4;   // 64 bits, of every leader
+inline constexpr std::size_t kPlainLeader = 12;      // chunk data has no more
+inline constexpr std::size_t kRawLeader = 20;        // raw data: and the size, 64 bits
+// Of an image.
 inline constexpr std::size_t kLeaderPixelFormat = 12;
 inline constexpr std::size_t kLeaderWidth = 16;
 inline constexpr std::size_t kLeaderHeight = 20;
@@ -95,11 +98,19 @@ inline constexpr std::size_t kImageLeader = 36;
 
 // Trailer, offsets behind the header.
 inline constexpr std::size_t kTrailerPayloadType = 2;
+inline constexpr std::size_t kPlainTrailer = 4; // raw data has no more
+// Of an image, and an image with chunks.
 inline constexpr std::size_t kTrailerHeight = 4; // lines that were really sent
 inline constexpr std::size_t kImageTrailer = 8;
 inline constexpr std::size_t kTrailerChunkLength = 8; // of a trailer with chunks: bytes of payload
 inline constexpr std::size_t kTrailerChunkLayout = 12;
 inline constexpr std::size_t kChunkTrailer = 16;
+// Of chunk data, and of extended chunk data, which goes on with height and layout.
+inline constexpr std::size_t kChunkDataTrailerLength = 4; // bytes of payload
+inline constexpr std::size_t kChunkDataTrailer = 8;
+inline constexpr std::size_t kExtendedChunkTrailerHeight = 8;
+
+// An all-in packet is a whole block: leader, trailer, then payload, each without a header of its own.
 
 // What stands behind the bytes of each chunk: its id and its length, 32 bits each. Chunks are found from the
 // end of the payload backwards; the image is the first of them.
