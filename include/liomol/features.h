@@ -66,8 +66,8 @@ typedef enum GbeFeatureText {
     GBE_TEXT_EVENT_ID = 5   /* hexadecimal digits */
 } GbeFeatureText;
 
-/* `which` is a GbeFeatureText. *text stays valid until the end of the connection. -40015 also for another
- * `which`. */
+/* `which` is a GbeFeatureText. *text stays valid until the end of the connection. GBE_ERROR_ILLEGAL_PARAMETER
+ * also for another `which`. */
 GBE_API int Gbe_getFeatureText(CameraHandle* camera, const char* name, int which, const char** text);
 
 /* The limits of now, which may be read from the camera. A null output is not asked for. An increment of 1
@@ -77,7 +77,7 @@ GBE_API int Gbe_getIntegerLimits(
 GBE_API int Gbe_getFloatLimits(CameraHandle* camera, const char* name, double* min, double* max);
 /* The most bytes that a text may have, without a NUL. */
 GBE_API int Gbe_getStringLimit(CameraHandle* camera, const char* name, long long* length);
-/* The number behind an entry of an enumeration. -40006: there is no such entry. */
+/* The number behind an entry of an enumeration. GBE_ERROR_ILLEGAL_VALUE: there is no such entry. */
 GBE_API int Gbe_getEntryValue(CameraHandle* camera, const char* name, const char* entry, long long* value);
 
 /* ---- Its neighbours ---------------------------------------------------------------------------------- */
@@ -93,8 +93,9 @@ typedef enum GbeFeatureList {
 /* The names of a list: each ends with a NUL, and an empty one ends the list, so that
  *     for (name = buffer; *name != 0; name += strlen(name) + 1)
  * meets them all. With a buffer of *size bytes the list is copied and *size becomes what it took; with a null
- * buffer only *size is set. -40025: the buffer is too small; nothing is copied and *size becomes the size
- * needed. -40015 also for another `list`; -40007 also for a list that the feature's kind does not have. */
+ * buffer only *size is set. GBE_ERROR_BUFFER_TOO_SMALL: the buffer is too small; nothing is copied and *size
+ * becomes the size needed. GBE_ERROR_ILLEGAL_PARAMETER also for another `list`; GBE_ERROR_ILLEGAL_NODE also
+ * for a list that the feature's kind does not have. */
 GBE_API int
 Gbe_getFeatureList(CameraHandle* camera, const char* name, int list, char* buffer, unsigned* size);
 
@@ -108,15 +109,15 @@ Gbe_getRegisterPlace(CameraHandle* camera, const char* name, long long* address,
 /* All bytes of a feature's register, in the order of their addresses. Buffer and size are those of
  * Gbe_getFeatureList. */
 GBE_API int Gbe_getRegisterBytes(CameraHandle* camera, const char* name, void* buffer, unsigned* size);
-/* -40008: `size` is not the register's length; nothing is written. */
+/* GBE_ERROR_ILLEGAL_REGISTER_LENGTH: `size` is not the register's length; nothing is written. */
 GBE_API int Gbe_setRegisterBytes(CameraHandle* camera, const char* name, const void* bytes, unsigned size);
 
 /* `size` bytes of the memory of a connected camera, in the order of their addresses; 4 bytes go as a
  * register, everything else as memory. Address and size should be multiples of 4: what a camera answers to
  * others is its own affair, and such a size is not written. Features keep what they have read before;
  * Gbe_invalidateCache makes them look again. After a failed write of more than 512 bytes a part of them may
- * be written. -40015: null pointer, or a range that leaves the 32 bits of an address. -40011: the camera
- * refused, or does not answer. */
+ * be written. GBE_ERROR_ILLEGAL_PARAMETER: null pointer, or a range that leaves the 32 bits of an address.
+ * GBE_ERROR_TRANSPORT_LAYER: the camera refused, or does not answer. */
 GBE_API int Gbe_readMemory(CameraHandle* camera, unsigned address, void* buffer, unsigned size);
 GBE_API int Gbe_writeMemory(CameraHandle* camera, unsigned address, const void* bytes, unsigned size);
 

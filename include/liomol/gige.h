@@ -5,15 +5,16 @@
  * and nothing is changed before the checks have passed.
  *
  * Threads: calls on different cameras may run at the same time, and so may feature calls on one camera, also
- * while it is disconnected, from then on with -40016. A call that connects, disconnects or moves a handle
- * while another one does (of another thread, or around a listener that calls from inside) gets -40022 and
- * changes nothing; freeing it then takes place at the end of that other call. Connecting again makes all
- * nodes anew: no other thread may be inside a feature call of the handle then, nor while it is freed.
- * Scanning a port must not run while commands are in flight on that port.
+ * while it is disconnected, from then on with GBE_ERROR_CAMERA_NOT_CONNECTED. A call that connects,
+ * disconnects or moves a handle while another one does (of another thread, or around a listener that calls
+ * from inside) gets GBE_ERROR_CAMERA_BUSY and changes nothing; freeing it then takes place at the end of that
+ * other call. Connecting again makes all nodes new: no other thread may be inside a feature call of the
+ * handle then, nor while it is freed. Scanning a port must not run while commands are in flight on that port.
  *
  * Processes: handles do not survive a fork. In a process that was forked after a board had been opened, calls
- * that need a board, a camera or a device give -40012, and the freeing calls do nothing; a program that it
- * executes starts anew. Boards may be freed while the process ends, in destructors of static objects, too.
+ * that need a board, a camera or a device give GBE_ERROR_CONNECTION, and the freeing calls do nothing; a
+ * program that it executes starts afresh. Boards may be freed while the process ends, in destructors of
+ * static objects, too.
  *
  * Time: a command that the camera does not answer is repeated after 0.1, 0.3 and 0.7 seconds and given up
  * after 2, whatever else arrives meanwhile. An access (a value or a piece of memory read or written, with its
@@ -25,7 +26,7 @@
  *
  * Programs: several programs may work at the same time, on one computer each with cameras of its own. On a
  * network interface they share its ports; a frame grabber's port serves one program at a time, and calls that
- * use it return -40010 while another program does.
+ * use it return GBE_ERROR_PORT_NOT_AVAILABLE while another program does.
  */
 #ifndef LIOMOL_GIGE_H
 #define LIOMOL_GIGE_H
@@ -79,7 +80,8 @@ GBE_API const char* Gbe_getVersion(void);
 /* Opens board 0 to 7 and makes a handle for it. A `flags` other than 0 also resets the ports' PHYs, which
  * takes some seconds. The local service must be running, unless flags is GBE_SERVICE_MODE: then 0 is returned
  * and *out stays null. A board that is open already gets one more handle.
- * -40015: out is null. -40018: the board cannot be opened, or the service does not answer. */
+ * GBE_ERROR_ILLEGAL_PARAMETER: out is null. GBE_ERROR_BOARD_INITIALIZATION: the board cannot be opened, or
+ * the service does not answer. */
 GBE_API int Gbe_initBoard(int board, int flags, BoardHandle** out);
 
 /* Frees the cameras that are still reachable from the handle, closes the board and frees the handle. Null is
@@ -87,63 +89,66 @@ GBE_API int Gbe_initBoard(int board, int flags, BoardHandle** out);
 GBE_API void Gbe_freeBoard(BoardHandle* board);
 
 /* Searches one port (0 to 3) or all (-1) for cameras, for about 1.1 to 1.5 seconds. `timeout` is not used.
- * The outcome is read with Gbe_getCameraCount. -40015: bad handle or port. -40010: another program uses that
- * port of a frame grabber; of all ports, those are left as they were. */
+ * The outcome is read with Gbe_getCameraCount. GBE_ERROR_ILLEGAL_PARAMETER: bad handle or port.
+ * GBE_ERROR_PORT_NOT_AVAILABLE: another program uses that port of a frame grabber; of all ports, those are
+ * left as they were. */
 GBE_API int Gbe_scanNetwork(BoardHandle* board, int port, int timeout);
 
-/* The number of cameras that the last scan found on a port (0 to 64), or -40015. */
+/* The number of cameras that the last scan found on a port (0 to 64), or GBE_ERROR_ILLEGAL_PARAMETER. */
 GBE_API int Gbe_getCameraCount(BoardHandle* board, unsigned port);
 
 /* Whether a port's Ethernet link is up, read from its PHY: *up becomes 1 or 0. For an open board, in whatever
  * way it was opened, without a handle; takes about 0.3 seconds, and waits for another program that is at the
- * board's PHYs. -40015: null pointer, board or port out of range. -40019: the board is not open. -40010:
- * another program has not let go of the PHYs for 30 seconds. */
+ * board's PHYs. GBE_ERROR_ILLEGAL_PARAMETER: null pointer, board or port out of range.
+ * GBE_ERROR_BOARD_DOES_NOT_EXIST: the board is not open. GBE_ERROR_PORT_NOT_AVAILABLE: another program has
+ * not let go of the PHYs for 30 seconds. */
 GBE_API int Gbe_getLinkState(int board, unsigned port, int* up);
 
 /* A port's own addresses, those that its commands come from: the 6-byte MAC, the IPv4 address and its subnet
- * mask (first octet the lowest byte). Each output may be null. -40015: bad handle or port. -40019: the board
- * is not open. */
+ * mask (first octet the lowest byte). Each output may be null. GBE_ERROR_ILLEGAL_PARAMETER: bad handle or
+ * port. GBE_ERROR_BOARD_DOES_NOT_EXIST: the board is not open. */
 GBE_API int
 Gbe_getPortAddress(BoardHandle* board, unsigned port, unsigned char* mac, unsigned* ip, unsigned* mask);
 
 /* The UDP port that a port's commands come from: 3015, or the next free one where other programs of this
- * computer send from the same addresses. -40015: bad handle, port or pointer. -40019: the board is not open.
- */
+ * computer send from the same addresses. GBE_ERROR_ILLEGAL_PARAMETER: bad handle, port or pointer.
+ * GBE_ERROR_BOARD_DOES_NOT_EXIST: the board is not open. */
 GBE_API int Gbe_getCommandPort(BoardHandle* board, unsigned port, unsigned* udpPort);
 
 /* What the local service does for the ports of all boards; none of the three needs an open board, and each
- * waits for the service's reply, 35 seconds at most. -40012: no service, or no reply. */
+ * waits for the service's reply, 35 seconds at most. GBE_ERROR_CONNECTION: no service, or no reply. */
 
-/* Has the service look anew at the link of a port (0 to 3), at a board and all its ports (port -1), or at
+/* Has the service look again at the link of a port (0 to 3), at a board and all its ports (port -1), or at
  * everything (board -1, port -1); boards and network interfaces that have appeared since are found. Takes
- * about 0.3 seconds a port. -40015: numbers out of range. -40019: the service serves no such board, or cannot
- * open it. */
+ * about 0.3 seconds a port. GBE_ERROR_ILLEGAL_PARAMETER: numbers out of range.
+ * GBE_ERROR_BOARD_DOES_NOT_EXIST: the service serves no such board, or cannot open it. */
 GBE_API int Gbe_rescan(int board, int port);
 
 /* Has the service give a port an IPv4 address in a subnet (first octet the lowest byte) and keep it, also
- * across restarts; boards that are opened from then on use it. -40015: numbers out of range, a mask that is
- * none, or the service refuses: no such port, an address that no station can have there, or the service's
- * configuration file gives the port's address. */
+ * across restarts; boards that are opened from then on use it. GBE_ERROR_ILLEGAL_PARAMETER: numbers out of
+ * range, a mask that is none, or the service refuses: no such port, an address that no station can have
+ * there, or the service's configuration file gives the port's address. */
 GBE_API int Gbe_setPortAddress(int board, unsigned port, unsigned ip, unsigned mask);
 
 /* Asks the service anything: `request` is a line of its protocol (docs/service-protocol.md) without its end,
  * and the lines of the reply go to `reply`, '\n' between them and a NUL behind the last. *size is the room
- * there, and becomes what the reply takes: 1024 bytes are enough for all requests of now. -40011: the service
- * refuses, and the last line says why. -40012: errno tells why: EACCES no right to its socket, ENOENT or
- * ECONNREFUSED it does not run. -40015: null pointer, or a line break in the request. -40025: no room; the
- * request was carried out. */
+ * there, and becomes what the reply takes: 1024 bytes are enough for all requests of now.
+ * GBE_ERROR_TRANSPORT_LAYER: the service refuses, and the last line says why. GBE_ERROR_CONNECTION: errno
+ * tells why: EACCES no right to its socket, ENOENT or ECONNREFUSED it does not run.
+ * GBE_ERROR_ILLEGAL_PARAMETER: null pointer, or a line break in the request. GBE_ERROR_BUFFER_TOO_SMALL: no
+ * room; the request was carried out. */
 GBE_API int Gbe_askService(const char* request, char* reply, unsigned* size);
 
 /* Gives the camera with this MAC address (six bytes) an IPv4 address, a subnet mask and a default gateway (0:
  * none), wherever its present address is: the camera need not be reachable, nor found by a scan. It keeps the
  * address until it is switched off or reset. The first octet is the lowest byte. Waits up to 2 seconds.
  * What the last scan found learns the new address, and look-ups and connections use it at once. An `ip` of 0
- * lets the camera configure itself anew, which takes it seconds; then only the next scan finds its address.
- * -40015: bad handle, port or pointer, an address that no single camera can have or that is the port's own,
- * or a mask that is none. -40010: another program uses the port. -40019: the board is not open. -40022: a
- * connected handle uses the camera, or the camera says that an application controls it. -40012: no
- * acknowledgement came; a scan tells whether the address was taken all the same. -40011: the camera refused.
- */
+ * lets the camera configure itself again, which takes seconds; then only the next scan finds its address.
+ * GBE_ERROR_ILLEGAL_PARAMETER: bad handle, port or pointer, an address that no single camera can have or that
+ * is the port's own, or a mask that is none. GBE_ERROR_PORT_NOT_AVAILABLE: another program uses the port.
+ * GBE_ERROR_BOARD_DOES_NOT_EXIST: the board is not open. GBE_ERROR_CAMERA_BUSY: a connected handle uses the
+ * camera, or the camera says that an application controls it. GBE_ERROR_CONNECTION: no acknowledgement came;
+ * a scan tells whether the address was taken all the same. GBE_ERROR_TRANSPORT_LAYER: the camera refused. */
 GBE_API int Gbe_forceCameraIp(
     BoardHandle* board, unsigned port, const unsigned char* mac, unsigned ip, unsigned mask,
     unsigned gateway);
@@ -152,10 +157,12 @@ GBE_API int Gbe_forceCameraIp(
 
 /* The look-up calls pick a camera of a port's last scan, mark it as in use and make a handle for it. *out is
  * null after every failure.
- * -40015: bad handle, port or pointer. -40022: the camera is in use in this process. -40023: the last scan
- * found none on this port. -40024: none that matches. */
+ * GBE_ERROR_ILLEGAL_PARAMETER: bad handle, port or pointer. GBE_ERROR_CAMERA_BUSY: the camera is in use in
+ * this process. GBE_ERROR_NO_CAMERAS_FOUND: the last scan found none on this port.
+ * GBE_ERROR_CAMERA_DOES_NOT_EXIST: none that matches. */
 
-/* The first camera in the order of discovery that is not in use; -40024 when all are. */
+/* The first camera in the order of discovery that is not in use; GBE_ERROR_CAMERA_DOES_NOT_EXIST when all
+ * are. */
 GBE_API int Gbe_getFirstCamera(BoardHandle* board, unsigned port, CameraHandle** out);
 
 /* By IPv4 address; its first octet is the lowest byte of `ip`. */
@@ -165,61 +172,68 @@ GBE_API int Gbe_getCameraByIp(BoardHandle* board, unsigned port, unsigned ip, Ca
 GBE_API int
 Gbe_getCameraByMac(BoardHandle* board, unsigned port, const unsigned char* mac, CameraHandle** out);
 
-/* By the name that its user gave to it, letter case included. -41000, with a valid handle, when several
- * cameras bear the name. The camera picked is the last one of the port's list whenever any camera of the list
- * matches: with several cameras on a port prefer the other calls. */
+/* By the name that its user gave to it, letter case included. GBE_WARNING_CAMERA_NOT_UNIQUE, with a valid
+ * handle, when several cameras bear the name. The camera picked is the last one of the port's list whenever
+ * any camera of the list matches: with several cameras on a port prefer the other calls. */
 GBE_API int Gbe_getCameraByUserName(BoardHandle* board, unsigned port, const char* name, CameraHandle** out);
 
 /* Makes a fresh CameraInfo of the handle's port's current discovery record. The caller frees it with free().
- * -40015: null pointer, or no current record. */
+ * GBE_ERROR_ILLEGAL_PARAMETER: null pointer, or no current record. */
 GBE_API int copyCameraInfo(CameraHandle* camera, CameraInfo** out);
 
 /* The handle's own record, which lives as long as the handle; null for a null handle. */
 GBE_API CameraInfo* Gbe_getCameraInfo(CameraHandle* camera);
 
 /* The camera's IPv4 address as the last scan of its port found it, or as it was given since; its first octet
- * is the lowest byte of *ip. -40015: null pointer. -40024: the last scan did not find the camera. */
+ * is the lowest byte of *ip. GBE_ERROR_ILLEGAL_PARAMETER: null pointer. GBE_ERROR_CAMERA_DOES_NOT_EXIST: the
+ * last scan did not find the camera. */
 GBE_API int Gbe_getCameraIp(CameraHandle* camera, unsigned* ip);
 
 /* Reads one bootstrap register of the camera (GigE Vision, chapter 27), found or connected: it takes no
  * control, and works on a camera that another application controls. The four bytes at `address` are the
- * number *value, most significant byte first. -40015: null pointer. -40024: the last scan did not find the
- * camera. -40012: no answer. -40011: the camera refused. */
+ * number *value, most significant byte first. GBE_ERROR_ILLEGAL_PARAMETER: null pointer.
+ * GBE_ERROR_CAMERA_DOES_NOT_EXIST: the last scan did not find the camera. GBE_ERROR_CONNECTION: no answer.
+ * GBE_ERROR_TRANSPORT_LAYER: the camera refused. */
 GBE_API int Gbe_readRegister(CameraHandle* camera, unsigned address, unsigned* value);
 
 /* Takes control of the camera, fetches and builds its description, and keeps control alive from then on.
- * A handle that has lost control of its camera (see Gbe_getControlStatus) is cleaned up and connected anew;
+ * A handle that has lost control of its camera (see Gbe_getControlStatus) is cleaned up and connected again;
  * its features are then those of the description that the camera has now, and none of the old texts is valid.
- * -40015: null handle. -40016 (Gbe_connectCamera) or -40017 (Gbe_connectCameraWithoutService): connected
- * already. -40010: another connected handle, or another program, uses the port. -40019: the board is not
- * open. -40024: neither the port's last scan nor an earlier connection knows the camera. -40013, -40014: the
- * description is to come from a file, and TAVODIR5 is not set, or the file is not there. -40020: no usable
- * description, or the camera does not answer. -40022: the camera is in use, in this process, by another
- * program of this computer (before anything is sent; see Gbe_getCameraUser) or by another application, which
- * is told at once and leaves the other one undisturbed. After a failure the handle is not connected. */
+ * GBE_ERROR_ILLEGAL_PARAMETER: null handle. GBE_ERROR_CAMERA_NOT_CONNECTED (Gbe_connectCamera) or
+ * GBE_ERROR_CAMERA_ALREADY_CONNECTED (Gbe_connectCameraWithoutService): connected already.
+ * GBE_ERROR_PORT_NOT_AVAILABLE: another connected handle, or another program, uses the port.
+ * GBE_ERROR_BOARD_DOES_NOT_EXIST: the board is not open. GBE_ERROR_CAMERA_DOES_NOT_EXIST: neither the port's
+ * last scan nor an earlier connection knows the camera. GBE_ERROR_ENVIRONMENT_NOT_SET,
+ * GBE_ERROR_FILE_DOES_NOT_EXIST: the description is to come from a file, and TAVODIR5 is not set, or the file
+ * is not there. GBE_ERROR_XML_READ: no usable description, or the camera does not answer.
+ * GBE_ERROR_CAMERA_BUSY: the camera is in use, in this process, by another program of this computer (before
+ * anything is sent; see Gbe_getCameraUser) or by another application, which is told at once and leaves the
+ * other one undisturbed. After a failure the handle is not connected. */
 GBE_API int Gbe_connectCamera(CameraHandle* camera);
 GBE_API int Gbe_connectCameraWithoutService(CameraHandle* camera);
 
 /* Connects without taking control, to look at a camera that somebody else may be working with: fetches and
  * builds its description, writes nothing, sends no heartbeat. Features can be read as far as the camera lets
- * itself be read; calls that write to it return -40005. Gbe_disconnectCamera ends it; to work with the
- * camera, connect after that. Statuses as of Gbe_connectCameraWithoutService, but -40022 only when the camera
- * is in use in this process, or somebody else has exclusive control of it. */
+ * itself be read; calls that write to it return GBE_ERROR_NOT_WRITABLE. Gbe_disconnectCamera ends it; to work
+ * with the camera, connect after that. Statuses as of Gbe_connectCameraWithoutService, but
+ * GBE_ERROR_CAMERA_BUSY only when the camera is in use in this process, or somebody else has exclusive
+ * control of it. */
 GBE_API int Gbe_connectCameraForReading(CameraHandle* camera);
 
 /* Which program on this computer works with the camera: *pid becomes its process id, and 0 when none does or
  * it cannot be told; its name goes to the `size` bytes of `program` (null when size is 0), cut to fit, with a
- * NUL. Needs no connection and asks nobody but the computer. -40015: null pointer. */
+ * NUL. Needs no connection and asks nobody but the computer. GBE_ERROR_ILLEGAL_PARAMETER: null pointer. */
 GBE_API int Gbe_getCameraUser(CameraHandle* camera, int* pid, char* program, unsigned size);
 
 /* Gives control back. The handle stays the caller's; its board handle does not free it any more. */
 GBE_API int Gbe_disconnectCamera(CameraHandle* camera);
 
 /* Moves the handle to another port, on which a scan has found the same camera.
- * -40015: bad handle or port. -40019: that port has a camera handle already, or its board is not open.
- * -40010: another connected handle uses that port. -40022: another handle has taken the camera. -40023: the
- * last scan found none there. -40024: this camera is not there; the handle is then disconnected at its old
- * place. */
+ * GBE_ERROR_ILLEGAL_PARAMETER: bad handle or port. GBE_ERROR_BOARD_DOES_NOT_EXIST: that port has a camera
+ * handle already, or its board is not open. GBE_ERROR_PORT_NOT_AVAILABLE: another connected handle uses that
+ * port. GBE_ERROR_CAMERA_BUSY: another handle has taken the camera. GBE_ERROR_NO_CAMERAS_FOUND: the last scan
+ * found none there. GBE_ERROR_CAMERA_DOES_NOT_EXIST: this camera is not there; the handle is then
+ * disconnected at its old place. */
 GBE_API int Gbe_switchCameraConnection(CameraHandle* camera, BoardHandle* newBoard, unsigned newPort);
 GBE_API int
 Gbe_switchCameraConnectionWithoutService(CameraHandle* camera, BoardHandle* newBoard, unsigned newPort);
@@ -254,11 +268,12 @@ typedef struct GbeControlStatus {
 /* Asks the camera who controls it, and tells why the handle does not. Needs no connection. While connected,
  * loss is noticed with the next access or heartbeat that a camera refuses, within about a second, or when it
  * has been silent for its heartbeat time-out (15 seconds at first, 8 after the first heartbeat) and the
- * accesses under way have failed; from then on every feature call through the handle returns -40012 without
- * speaking to the camera, no heartbeat is sent, and the device emits signal_ControlChanged. Gbe_connectCamera
- * takes control again. A loss that this call sees first counts from then on.
+ * accesses under way have failed; from then on every feature call through the handle returns
+ * GBE_ERROR_CONNECTION without speaking to the camera, no heartbeat is sent, and the device emits
+ * signal_ControlChanged. Gbe_connectCamera takes control again. A loss that this call sees first counts from
+ * then on.
  * Takes up to 4 seconds when the camera is silent. May be called from any thread beside feature calls.
- * -40015: null pointer. -40019: the board is not open. */
+ * GBE_ERROR_ILLEGAL_PARAMETER: null pointer. GBE_ERROR_BOARD_DOES_NOT_EXIST: the board is not open. */
 GBE_API int Gbe_getControlStatus(CameraHandle* camera, GbeControlStatus* out);
 
 /* Disconnects if need be and frees the handle with all that belongs to it. Null is ignored. */
@@ -267,9 +282,11 @@ GBE_API void Gbe_freeCamera(CameraHandle* camera);
 /* ---- Features ---------------------------------------------------------------------------------------- */
 
 /* Features of a connected camera by name; liomol/features.h tells more about each, and when it changes.
- * Common results: -40015 null handle, name, text or output; -40016 not connected; -40012 control of the
- * camera is lost (see Gbe_getControlStatus); -40007 no feature of that name, or not of that kind; -40001 to
- * -40006, -40008 to -40011 as the feature decides. */
+ * Common results: GBE_ERROR_ILLEGAL_PARAMETER null handle, name, text or output;
+ * GBE_ERROR_CAMERA_NOT_CONNECTED not connected; GBE_ERROR_CONNECTION control of the camera is lost (see
+ * Gbe_getControlStatus); GBE_ERROR_ILLEGAL_NODE no feature of that name, or not of that kind;
+ * GBE_ERROR_NOT_IMPLEMENTED to GBE_ERROR_ILLEGAL_VALUE, GBE_ERROR_ILLEGAL_REGISTER_LENGTH to
+ * GBE_ERROR_TRANSPORT_LAYER as the feature decides. */
 
 GBE_API int Gbe_setIntegerValue(CameraHandle* camera, const char* name, long long value);
 GBE_API int Gbe_getIntegerValue(CameraHandle* camera, const char* name, long long* value);
@@ -290,8 +307,8 @@ GBE_API int Gbe_executeCommand(CameraHandle* camera, const char* name);
 GBE_API int Gbe_isCommandDone(CameraHandle* camera, const char* name);
 
 /* Any feature as text, whatever its kind: with a buffer of *size bytes the text is copied with its NUL, and
- * *size becomes what it took. With a null buffer only *size is set. -40025: the buffer is too small; nothing
- * is copied and *size becomes the size needed. */
+ * *size becomes what it took. With a null buffer only *size is set. GBE_ERROR_BUFFER_TOO_SMALL: the buffer is
+ * too small; nothing is copied and *size becomes the size needed. */
 GBE_API int Gbe_getValueAsString(CameraHandle* camera, const char* name, char* buffer, unsigned* size);
 
 /* Which calls serve a feature. A register that is no number and no text, and a category, have a text only. */
@@ -311,7 +328,7 @@ typedef enum GbeFeatureKind {
  * status. */
 GBE_API int Gbe_getFeatureCount(CameraHandle* camera);
 /* The name of node `index` in the order of the names; *name stays valid until the end of the connection.
- * -40015 also when index is not below the count. */
+ * GBE_ERROR_ILLEGAL_PARAMETER also when index is not below the count. */
 GBE_API int Gbe_getFeatureName(CameraHandle* camera, unsigned index, const char** name);
 /* *kind becomes one of GbeFeatureKind. */
 GBE_API int Gbe_getFeatureKind(CameraHandle* camera, const char* name, int* kind);
@@ -330,10 +347,10 @@ GBE_API int Gbe_enableChecks(CameraHandle* camera, int enable);
 
 /* Whether this camera's description is read, and its values computed, as the GenICam standard has it (1)
  * instead of liomol's own way (0, the default). May be called before connecting, and holds for every
- * description that the handle's connections load. On a connected camera the tree of features is built anew:
+ * description that the handle's connections load. On a connected camera the tree of features is built again:
  * names and texts handed out before are no longer valid, and no other call may use the handle meanwhile.
  * docs/standard-behaviour.md lists what differs.
- * -40015: null handle. -40020: the tree could not be built again. */
+ * GBE_ERROR_ILLEGAL_PARAMETER: null handle. GBE_ERROR_XML_READ: the tree could not be built again. */
 GBE_API int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable);
 
 /* What of the connected camera's description liomol's own way reads otherwise than the GenICam standard, as a
@@ -343,7 +360,7 @@ GBE_API int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable);
 GBE_API int Gbe_getStandardDifferences(CameraHandle* camera, char* buffer, unsigned* size);
 
 /* The description as text. With a null buffer *size becomes its size in bytes with the NUL; with a buffer of
- * *size bytes it is copied. -40025: the buffer is too small; *size is left as it was. */
+ * *size bytes it is copied. GBE_ERROR_BUFFER_TOO_SMALL: the buffer is too small; *size is left as it was. */
 GBE_API int Gbe_getGenICamXML(CameraHandle* camera, char* buffer, unsigned* size);
 
 /* ---- Acquisition ------------------------------------------------------------------------------------- */
