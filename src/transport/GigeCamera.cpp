@@ -286,12 +286,6 @@ int GigeCamera::SetEolWidth(int port, int width, const std::string& pixelFormat)
     });
 }
 
-PacketCounters GigeCamera::readPacketCounters(int port) {
-    return on(m_ports, port, PacketCounters{}, [](auto& place) {
-        return transport::readPacketCounters(place.port);
-    });
-}
-
 int GigeCamera::EnableHeartbeat(int, bool) {
     return 0;
 }

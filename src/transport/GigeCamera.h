@@ -170,8 +170,6 @@ public:
     // Sets the port's line length for lines of `width` pixels of a GenICam pixel format; an unknown format
     // counts one unit a pixel. The result is that of the register write.
     int SetEolWidth(int port, int width, const std::string& pixelFormat);
-    // A counter whose register cannot be read is 0.
-    PacketCounters readPacketCounters(int port);
 
     // Do nothing and return 0: the heartbeat is a GbeHeartbeatThread's.
     int EnableHeartbeat(int port, bool enable);

@@ -71,11 +71,6 @@ void ChangeQueue::start() {
     m_stopped = false;
 }
 
-std::vector<ImplGenICamNode*> ChangeQueue::waiting() const {
-    const std::lock_guard lock(m_lock);
-    return {m_waiting.begin(), m_waiting.end()};
-}
-
 void ChangeQueue::clear(std::atomic<bool>& closed) {
     const std::lock_guard lock(m_lock);
     closed.store(true, std::memory_order_relaxed);

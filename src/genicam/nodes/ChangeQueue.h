@@ -36,13 +36,11 @@ public:
     // Ends all waiting, now and until start() is called.
     void stop();
     void start();
-    // The nodes that wait, in their order; they stay.
-    std::vector<ImplGenICamNode*> waiting() const;
     // Forgets all notices of nodes, and sets `closed` before the next one can come.
     void clear(std::atomic<bool>& closed);
 
 private:
-    mutable std::mutex m_lock;
+    std::mutex m_lock;
     std::condition_variable m_changed;
     std::deque<ImplGenICamNode*> m_waiting;
     std::deque<std::function<void()>> m_tasks;

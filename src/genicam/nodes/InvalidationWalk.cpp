@@ -58,7 +58,6 @@ void InvalidationWalk::begin(ImplGenICamNode& origin, bool isWrite) {
     m_news = nullptr;
     m_returned = false;
     m_passesVolatile = isWrite && !origin.quirks().volatileStopsWrites;
-    m_visited = 0;
     m_looked = 0;
 }
 
@@ -69,7 +68,6 @@ void InvalidationWalk::arrive(ImplGenICamNode& node, Way way) {
         node.m_visit = m_number;
         node.m_expanded = false;
         node.dropContent();
-        ++m_visited;
     } else {
         m_returned = m_returned || &node == m_origin;
     }

@@ -33,9 +33,6 @@ public:
     // Whatever is known of the nodes is old.
     void everything(const std::vector<std::unique_ptr<ImplGenICamNode>>& nodes);
 
-    // How many nodes the latest walk visited.
-    std::size_t visited() const { return m_visited; }
-
 private:
     enum class Way : unsigned char { Dependency, Content };
     struct Frame {
@@ -57,7 +54,6 @@ private:
     const unsigned char* m_news = nullptr; // that a read of the origin brought
     bool m_returned = false;
     bool m_passesVolatile = false;
-    std::size_t m_visited = 0;
     std::size_t m_looked = 0;               // at registers that might share bytes
     std::vector<Frame> m_path;              // empty between walks, like the rest; kept for its memory
     std::vector<ImplGenICamNode*> m_expand; // those whose neighbours in memory are still to be visited
