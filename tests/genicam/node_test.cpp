@@ -3,6 +3,7 @@
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/limits.h"
 
+#include <algorithm>
 #include <thread>
 
 namespace test_support {
@@ -122,13 +123,7 @@ TEST(DeviceLock, NestsInItsThreadAndIsOnePerDevice) {
 
 // ---- Spreading ----
 
-// How many nodes an invalidation visits.
-std::size_t visitedFrom(Device& device, ImplGenICamNode& node) {
-    node.invalidateRegistersAndTriggerSignals();
-    return device.camera.tree().access().invalidation.visited();
-}
-
-TEST(Invalidation, SpreadsThroughLongChainsAndWideFansOnce) {
+TEST(Invalidation, SpreadsThroughLongChainsAndWideFans) {
     constexpr int count = 10000;
     for (const bool chain : {true, false}) {
         SCOPED_TRACE(chain ? "chain" : "fan");
@@ -143,8 +138,8 @@ TEST(Invalidation, SpreadsThroughLongChainsAndWideFansOnce) {
             nodes.push_back(&node);
             before = &node;
         }
-        EXPECT_EQ(visitedFrom(device, root), count + 1U);
-        EXPECT_FALSE(nodes.front()->isRegisterValid() || nodes.back()->isRegisterValid());
+        root.invalidateRegistersAndTriggerSignals();
+        EXPECT_TRUE(std::ranges::none_of(nodes, &ImplGenICamIntReg::isRegisterValid));
     }
 }
 
@@ -158,7 +153,7 @@ TEST(Invalidation, OfCyclesEndsAndNoEarlierOneStandsInItsWay) {
     const tavo::DeviceLockScope scope(&device.camera.tree());
     for (int i = 0; i < 2; ++i) {
         b.getValue();
-        EXPECT_EQ(visitedFrom(device, a), 2U);
+        a.invalidateRegistersAndTriggerSignals();
         EXPECT_FALSE(b.isRegisterValid());
     }
     b.getValue();
