@@ -39,6 +39,7 @@ int Gbe_startAcquisition(CameraHandle* camera) {
         result = setLineLength(*camera, width, pixelFormat);
     }
     if (result == status::Success) {
+        camera->stream->restart();
         result = api::withNode<&GenICamNode::asCommand>(
             *device, "AcquisitionStart", [](auto& node) { node.execute(); });
     }

@@ -2,6 +2,7 @@
 #include "api/handles.h"
 #include "board/host_locks.h"
 #include "liomol/gige.h"
+#include "streaming/StreamTable.h"
 #include "util/process.h"
 #include "util/status.h"
 
@@ -56,6 +57,7 @@ void Gbe_freeBoard(BoardHandle* board) {
     for (CameraHandle* camera : board->slots->all()) {
         Gbe_freeCamera(camera);
     }
+    streaming::StreamTable::instance().endAll(board->board().index, status::Connection);
     board->board().close();
     delete board;
 }

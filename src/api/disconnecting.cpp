@@ -13,6 +13,7 @@
 namespace api {
 
 void dropConnection(CameraHandle& handle) {
+    handle.stream->end(status::Connection);
     handle.heartbeat.reset();
     handle.transmission.reset();
     handle.loss = static_cast<int>(handle.device()->getControlLoss());
@@ -22,6 +23,7 @@ void dropConnection(CameraHandle& handle) {
 }
 
 void endConnection(CameraHandle& handle, State before) {
+    handle.stream->end(status::CameraNotConnected);
     handle.heartbeat.reset();
     handle.transmission.reset();
     if (before == State::Connected) {

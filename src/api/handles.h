@@ -10,6 +10,7 @@
 #include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/gige.h"
 #include "service/GbeTransmission.h"
+#include "streaming/CurrentStream.h"
 #include "util/process.h"
 
 #include <array>
@@ -123,6 +124,8 @@ struct CameraHandle {
     std::unique_ptr<CameraInfo, api::FreeInfo> info;       // as the look-up made it
     api::HandedTexts texts;
     api::Watches watches;
+    // Of the connection. Shared with the heartbeat, which may outlive the handle.
+    const std::shared_ptr<streaming::CurrentStream> stream = std::make_shared<streaming::CurrentStream>();
 
     // --- For a Change
     std::shared_ptr<api::BoardSlots> slots;        // of the board handle that the camera was found through

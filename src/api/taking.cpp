@@ -118,7 +118,8 @@ void stopWatching(const CameraHandle& handle) {
 }
 
 void startHeartbeat(CameraHandle& handle) {
-    handle.heartbeat.reset(new GbeHeartbeatThread(handle.sharedDevice()));
+    handle.heartbeat.reset(new GbeHeartbeatThread(
+        handle.sharedDevice(), [stream = handle.stream] { stream->fail(status::Connection); }));
     handle.heartbeat->start(QThread::InheritPriority);
 }
 

@@ -13,8 +13,9 @@ constexpr std::int64_t kTicksPerSecond = 1000 / kTick;
 
 } // namespace
 
-GbeHeartbeatThread::GbeHeartbeatThread(std::shared_ptr<tavo::ImplGenICamCamera> device)
-    : m_device(std::move(device)) {}
+GbeHeartbeatThread::GbeHeartbeatThread(
+    std::shared_ptr<tavo::ImplGenICamCamera> device, std::function<void()> onLoss)
+    : m_device(std::move(device)), m_onLoss(std::move(onLoss)) {}
 
 GbeHeartbeatThread::~GbeHeartbeatThread() {
     util::happensAfter(this);
@@ -38,10 +39,17 @@ bool GbeHeartbeatThread::waitForPeriod() {
         msleep(kTick);
         ++ticks;
         if (m_device != nullptr) {
-            m_device->announceControlLoss();
+            announceLoss();
         }
     } while (ticks < m_period * kTicksPerSecond);
     return !m_stop;
+}
+
+void GbeHeartbeatThread::announceLoss() {
+    if (m_onLoss && m_device->getControlLoss() != tavo::ControlLoss::None) {
+        std::exchange(m_onLoss, nullptr)();
+    }
+    m_device->announceControlLoss();
 }
 
 void GbeHeartbeatThread::beat() {

@@ -11,6 +11,7 @@
 #include <QtCore/QThread>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 namespace tavo {
@@ -19,8 +20,10 @@ class ImplGenICamCamera;
 
 class GbeHeartbeatThread : public QThread {
 public:
-    // The thread shares the device until its run is over. With a null device it idles.
-    explicit GbeHeartbeatThread(std::shared_ptr<tavo::ImplGenICamCamera> device);
+    // The thread shares the device until its run is over. With a null device it idles. `onLoss` (which may be
+    // empty) is called once, on this thread, when control is lost, before listeners are told.
+    explicit GbeHeartbeatThread(
+        std::shared_ptr<tavo::ImplGenICamCamera> device, std::function<void()> onLoss = {});
     ~GbeHeartbeatThread() override;
 
     // Ends the thread as soon as its heartbeat, if one is under way, is over. Does not wait.
@@ -34,9 +37,11 @@ protected:
 
 private:
     bool waitForPeriod();
+    void announceLoss();
     void beat();
 
     std::shared_ptr<tavo::ImplGenICamCamera> m_device;
+    std::function<void()> m_onLoss;
     std::atomic<int> m_period{1};
     std::atomic<bool> m_stop{false};
 };

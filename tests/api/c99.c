@@ -1,5 +1,6 @@
 /* The public headers are C99, and null handles and numbers out of range give their documented codes. */
 #include "liomol/features.h"
+#include "liomol/images.h"
 
 #include <stdio.h>
 #include <string.h>
@@ -78,11 +79,35 @@ static void features(void) {
     EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_stopAcquisition(NULL));
 }
 
+/* No value that leads nowhere is looked at. */
+static void images(void) {
+    GbeStream* stream = (GbeStream*)&failures;
+    GbeStreamOptions options;
+    GbeStreamStatistics statistics;
+    GbeImage image = {0};
+    unsigned size = 0;
+    size_t bytes = 0;
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_initStreamOptions(NULL));
+    EXPECT(GBE_SUCCESS, Gbe_initStreamOptions(&options));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_openStream(NULL, &options, &stream));
+    EXPECT(1, stream == NULL);
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_waitImage(NULL, 0, &image));
+    stream = (GbeStream*)&failures;
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_waitImage(stream, 0, &image));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_giveBackImage(stream, 1));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getStreamStatistics(stream, &statistics));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_getStreamTrouble(stream, NULL, &size));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_closeStream(stream));
+    EXPECT(GBE_ERROR_ILLEGAL_PARAMETER, Gbe_convertImage(&image, GBE_PIXELS_RGB16 + 1, NULL, &bytes));
+    EXPECT(GBE_ERROR_NOT_IMPLEMENTED, Gbe_convertImage(&image, GBE_PIXELS_RGB8, NULL, &bytes));
+}
+
 int main(void) {
     EXPECT(0, strcmp(Gbe_getErrorDescription(GBE_ERROR_ILLEGAL_NODE), "illegal node"));
     EXPECT(1, strlen(Gbe_getVersion()) >= strlen("0.0.0"));
     boards();
     cameras();
     features();
+    images();
     return failures != 0;
 }

@@ -1,0 +1,45 @@
+#include "streaming/image_shape.h"
+
+#include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/exceptions.h"
+#include "liomol/interfaces.h"
+#include "liomol/node_kinds.h"
+
+#include <limits>
+
+namespace streaming {
+
+std::optional<std::int64_t> readNumber(const board::Device& device, const char* name) {
+    tavo::GenICamNode* const node = device.getNodeByName(name);
+    if (node == nullptr) {
+        return std::nullopt;
+    }
+    if (auto* const integer = node->asInteger()) {
+        return integer->getValue();
+    }
+    auto* const enumeration = node->asEnumeration();
+    return enumeration != nullptr ? std::optional(enumeration->getIntValue()) : std::nullopt;
+}
+
+ImageShape readShape(const board::Device& device) {
+    const std::optional<std::int64_t> payload = readNumber(device, "PayloadSize");
+    if (!payload) {
+        throw tavo::GicIllegalNodeException();
+    }
+    if (*payload <= 0 || static_cast<std::uint64_t>(*payload) > std::numeric_limits<std::ptrdiff_t>::max()) {
+        throw tavo::GicIllegalValueException();
+    }
+    const auto number = [&](const char* name) {
+        return static_cast<std::uint32_t>(readNumber(device, name).value_or(0));
+    };
+    ImageShape shape;
+    shape.payloadSize = static_cast<std::size_t>(*payload);
+    shape.pixelFormat = number("PixelFormat");
+    shape.width = number("Width");
+    shape.height = number("Height");
+    shape.offsetX = number("OffsetX");
+    shape.offsetY = number("OffsetY");
+    return shape;
+}
+
+} // namespace streaming

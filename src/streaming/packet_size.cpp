@@ -1,0 +1,98 @@
+#include "streaming/packet_size.h"
+
+#include "streaming/PacketSizeSearch.h"
+#include "streaming/stream_channel.h"
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace streaming {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::microseconds;
+using std::chrono::milliseconds;
+
+constexpr milliseconds kFirstPatience{300}; // while nobody knows how long a test packet takes
+constexpr milliseconds kLeastPatience{20};
+constexpr milliseconds kMostPatience{100};
+constexpr int kTimesLonger = 8; // than the first one took
+constexpr int kTries = 2;       // a wire that loses a packet now and then must not decide
+
+// Waits until `isThere`, and tells whether it came to that.
+template<typename IsThere> bool waitUntil(microseconds patience, IsThere&& isThere) {
+    constexpr microseconds kTick{500};
+    const Clock::time_point end = Clock::now() + patience;
+    while (!isThere()) {
+        if (Clock::now() >= end) {
+            return false;
+        }
+        std::this_thread::sleep_for(kTick);
+    }
+    return true;
+}
+
+microseconds patienceAfter(Clock::duration took) {
+    const auto longer = std::chrono::duration_cast<microseconds>(took) * kTimesLonger;
+    return std::clamp<microseconds>(longer, kLeastPatience, kMostPatience);
+}
+
+// False when the camera refuses all.
+bool fire(const CameraRegisters& registers, const std::vector<unsigned>& sizes) {
+    bool fired = false;
+    for (int tries = 0; tries < kTries; ++tries) {
+        for (const unsigned size : sizes) {
+            fired = fireTestPacket(registers, size) || fired;
+        }
+    }
+    return fired;
+}
+
+// The largest size that the camera's register takes. Cameras round sizes that are too large for them, or
+// refuse them.
+unsigned mostOf(const CameraRegisters& registers, unsigned most) {
+    for (const unsigned size : {most, 9000U}) {
+        const auto taken = size <= most ? writePacketSize(registers, size) : std::nullopt;
+        if (taken && *taken != 0) {
+            return std::min(*taken, most);
+        }
+    }
+    return PacketSizeSearch::kUsual;
+}
+
+} // namespace
+
+void findPacketSize(const CameraRegisters& registers, unsigned most, const LookForTestPackets& look) {
+    const unsigned before = readPacketSize(registers);
+    PacketSizeSearch search(mostOf(registers, most));
+    std::optional<microseconds> patience; // once a test packet has shown how long they take
+    for (auto sizes = search.next(); !sizes.empty(); sizes = search.next()) {
+        const Clock::time_point begin = Clock::now();
+        fire(registers, sizes);
+        std::optional<microseconds> learnt;
+        waitUntil(patience.value_or(kFirstPatience), [&] {
+            const unsigned largest = look().largest;
+            if (largest > search.best() && !learnt) {
+                learnt = patienceAfter(Clock::now() - begin);
+            }
+            return largest >= sizes.back();
+        });
+        patience = patience ? patience : learnt;
+        search.arrived(look().largest);
+    }
+    writePacketSize(registers, search.best() != 0 ? search.best() : before);
+}
+
+std::optional<bool>
+testPacketArrives(const CameraRegisters& registers, unsigned size, const LookForTestPackets& look) {
+    const std::uint64_t before = look().count;
+    if (!fire(registers, {size})) {
+        return std::nullopt;
+    }
+    return waitUntil(kFirstPatience, [&] { return look().count != before; });
+}
+
+} // namespace streaming
