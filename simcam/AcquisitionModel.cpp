@@ -15,24 +15,14 @@ enum Mode : std::uint64_t { kContinuous, kSingleFrame, kMultiFrame };
 
 constexpr double kReadoutSeconds = 0.0005; // what a frame takes beside its exposure
 constexpr std::int64_t kNanosecondsPerExposureUnit = 100;
-constexpr std::uint64_t kLeaderBytes = gvsp::kPacketOverhead + 36; // of an image
-constexpr std::uint64_t kTrailerBytes = gvsp::kPacketOverhead + 8;
-constexpr std::uint64_t kSoftware = 0; // of TriggerSource; nothing is wired to the lines
+constexpr std::uint64_t kNanosecondsPerTick = 8; // of the timestamp counter
+constexpr std::uint64_t kSoftware = 0;           // of TriggerSource; nothing is wired to the lines
 
 // Writing one of these changes the time from frame to frame.
 constexpr std::array kPacing{
     Reg::FrameRate, Reg::FrameRateEnable, Reg::ExposureTime, Reg::ThroughputLimit, Reg::ThroughputLimitMode};
 
-struct FrameCost {
-    std::uint64_t packets;
-    std::uint64_t bytes;
-};
-
-FrameCost costOf(std::uint64_t payload, std::uint64_t packetSize) {
-    const std::uint64_t room = packetSize - gvsp::kPacketOverhead;
-    const std::uint64_t data = (payload + room - 1) / room;
-    return {data + 2, payload + data * gvsp::kPacketOverhead + kLeaderBytes + kTrailerBytes};
-}
+constexpr double kBytesPerMegabit = 125000;
 
 } // namespace
 
@@ -43,14 +33,30 @@ nanoseconds AcquisitionModel::exposure() const {
         static_cast<std::int64_t>(m_registers.get(Reg::ExposureTime)) * kNanosecondsPerExposureUnit);
 }
 
+double AcquisitionModel::bytesPerSecond() const {
+    const bool limited = m_registers.get(Reg::ThroughputLimitMode) != 0;
+    const double link = static_cast<double>(m_registers.get(Reg::LinkSpeed)) * kBytesPerMegabit;
+    const double limit = static_cast<double>(m_registers.get(Reg::ThroughputLimit));
+    return std::max(limited ? std::min(limit, link) : link, kBytesPerMegabit);
+}
+
+nanoseconds AcquisitionModel::packetDelay() const {
+    return nanoseconds(m_registers.get(Reg::StreamPacketDelay) * kNanosecondsPerTick);
+}
+
+// Of one frame.
+double AcquisitionModel::secondsToSend() const {
+    const std::uint64_t payload = std::max<std::uint64_t>(m_registers.get(Reg::PayloadSize), 1);
+    const std::uint64_t size = m_registers.get(Reg::StreamPacketSize) & bootstrap::kPacketSizeMask;
+    const std::uint64_t room = size - gvsp::kExtendedPacketOverhead;
+    const double pauses = static_cast<double>((payload + room - 1) / room + 1);
+    return static_cast<double>(payload) / bytesPerSecond() +
+           pauses * std::chrono::duration<double>(packetDelay()).count();
+}
+
 double AcquisitionModel::maxFrameRate() const {
     const double seconds = std::chrono::duration<double>(exposure()).count() + kReadoutSeconds;
-    const double payload = static_cast<double>(std::max<std::uint64_t>(m_registers.get(Reg::PayloadSize), 1));
-    const bool limited = m_registers.get(Reg::ThroughputLimitMode) != 0;
-    const RegisterFact& link = fact(Reg::ThroughputLimit);
-    const double bytesPerSecond =
-        limited ? static_cast<double>(m_registers.get(Reg::ThroughputLimit)) : static_cast<double>(link.high);
-    return std::min(1.0 / seconds, bytesPerSecond / payload);
+    return 1.0 / std::max(seconds, secondsToSend());
 }
 
 nanoseconds AcquisitionModel::period() const {
@@ -110,7 +116,17 @@ void AcquisitionModel::softwareTrigger(std::uint32_t index, Time now) {
     m_triggeredAt = now + std::chrono::microseconds(m_registers.get(Reg::TriggerDelay, index));
 }
 
-void AcquisitionModel::expose(std::uint64_t count, Time last) {
+void AcquisitionModel::stop() {
+    m_state = State::Idle;
+    skipWaiting();
+}
+
+void AcquisitionModel::skipWaiting() {
+    m_skipped += m_waiting.size();
+    m_waiting.clear();
+}
+
+void AcquisitionModel::expose(std::uint64_t count, Time last, nanoseconds step) {
     if (m_toGo) {
         count = std::min(count, *m_toGo);
         *m_toGo -= count;
@@ -122,28 +138,55 @@ void AcquisitionModel::expose(std::uint64_t count, Time last) {
         return;
     }
     m_frames += count;
+    m_counted += count;
     m_lastFrame = last;
-    m_statistics.frames += count;
     if (m_registers.get(Reg::StreamPort) != 0 && m_registers.get(Reg::StreamDestination) != 0) {
-        const auto cost =
-            costOf(m_registers.get(Reg::PayloadSize), m_registers.get(Reg::StreamPacketSize) & 0xFFFF);
-        m_statistics.packets += count * cost.packets;
-        m_statistics.bytes += count * cost.bytes;
+        keep(count, last, step);
     }
+}
+
+// The newest frames stay: who looks at them is better off with a gap than with a delay that grows.
+void AcquisitionModel::keep(std::uint64_t count, Time last, nanoseconds step) {
+    const std::size_t limit = freeRunning() ? kWaitingFrames : kWaitingTriggeredFrames;
+    const std::uint64_t kept = std::min<std::uint64_t>(count, limit);
+    m_skipped += count - kept;
+    for (std::uint64_t before = kept; before-- > 0;) {
+        m_waiting.push_back({m_frames - before, last - static_cast<std::int64_t>(before) * step});
+    }
+    while (m_waiting.size() > limit) {
+        m_waiting.pop_front();
+        ++m_skipped;
+    }
+}
+
+std::optional<AcquisitionModel::Exposure> AcquisitionModel::takeExposure() {
+    if (m_waiting.empty()) {
+        return std::nullopt;
+    }
+    const Exposure oldest = m_waiting.front();
+    m_waiting.pop_front();
+    return oldest;
+}
+
+std::optional<Time> AcquisitionModel::deadline() const {
+    if (m_state != State::Running) {
+        return std::nullopt;
+    }
+    return freeRunning() ? std::optional(m_next) : m_triggeredAt;
 }
 
 void AcquisitionModel::advance(Time now) {
     if (m_state == State::Running && m_triggeredAt && *m_triggeredAt <= now) {
         const Time at = *m_triggeredAt;
         m_triggeredAt.reset();
-        expose(m_triggeredFrames, at);
+        expose(m_triggeredFrames, at, nanoseconds(0));
     }
     if (m_state == State::Running && freeRunning() && m_next <= now) {
         const nanoseconds step = period();
         const auto more = static_cast<std::uint64_t>((now - m_next) / step);
         const Time last = m_next + static_cast<std::int64_t>(more) * step;
         m_next = last + step;
-        expose(more + 1, last);
+        expose(more + 1, last, step);
     }
 }
 
@@ -159,9 +202,6 @@ void AcquisitionModel::showStatus(Time now) {
         m_state == State::Waiting, m_state == State::Running, waitsForFrameTrigger(), m_exposing};
     m_registers.set(Reg::AcquisitionStatus, status[m_registers.get(Reg::AcquisitionStatusSelector)]);
     m_registers.setFloat(Reg::FrameRateMax, maxFrameRate());
-    m_registers.set(Reg::FramesSent, m_statistics.frames);
-    m_registers.set(Reg::PacketsSent, m_statistics.packets);
-    m_registers.set(Reg::BytesSent, m_statistics.bytes);
     m_registers.set(Reg::TriggersMissed, m_missed);
 }
 
@@ -194,13 +234,14 @@ void AcquisitionModel::fire(Reg command, std::uint32_t index, Time now) {
         break;
     case Reg::AcquisitionStop:
     case Reg::AcquisitionAbort:
-        m_state = State::Idle;
+        stop();
         break;
     case Reg::TriggerSoftware:
         softwareTrigger(index, now);
         break;
     case Reg::StatisticsReset:
-        m_statistics = {};
+        m_counted = 0;
+        m_skipped = 0;
         m_missed = 0;
         break;
     default:

@@ -1,4 +1,4 @@
-// Acquisition by the camera's clock: which frames are exposed when, and what sending them would take.
+// Acquisition by the camera's clock: which frames are exposed when, and which of them wait to be sent.
 //
 //              AcquisitionStart                    software trigger of AcquisitionStart
 //     Idle ───────────────────────► Waiting ─────────────────────────────────────────────► Running
@@ -11,6 +11,8 @@
 
 #include "simcam/RegisterModel.h"
 
+#include <deque>
+
 namespace simcam {
 
 class AcquisitionModel : public RegisterModel {
@@ -20,7 +22,7 @@ public:
     void refresh(Time now) override;
     gvcp::Status check(const Candidate& candidate) const override;
     void written(Reg reg, std::uint32_t index, Time now) override;
-    void controlLost(Time) override { m_state = State::Idle; }
+    void controlLost(Time) override { stop(); }
 
     bool isAcquiring() const { return m_state != State::Idle; }
     bool isExposing() const { return m_exposing; }
@@ -30,12 +32,26 @@ public:
     std::optional<Time> lastFrame() const { return m_lastFrame; }
     std::optional<Time> lastStart() const { return m_lastStart; }
 
-    struct Statistics {
-        std::uint64_t frames = 0;
-        std::uint64_t packets = 0;
-        std::uint64_t bytes = 0;
+    // Likewise, or since the last StatisticsReset.
+    std::uint64_t countedFrames() const { return m_counted; }
+
+    // A frame that is to be sent; the first one since the camera was made has the number 1.
+    struct Exposure {
+        std::uint64_t number = 0;
+        Time time{};
     };
-    const Statistics& statistics() const { return m_statistics; }
+    // The oldest frame that waits, when there is one. Frames wait while the stream has a destination, within
+    // limits; those that found no room are skipped. Stopping forgets those that wait.
+    std::optional<Exposure> takeExposure();
+    bool isWaiting() const { return !m_waiting.empty(); }
+    void skipWaiting();
+    std::uint64_t skipped() const { return m_skipped; } // as counted frames
+    // When the next frame is exposed, if nothing happens before.
+    std::optional<Time> deadline() const;
+    // What the link carries of image data.
+    double bytesPerSecond() const;
+    // Between one packet and the next beside what the link takes.
+    std::chrono::nanoseconds packetDelay() const;
 
 private:
     enum class State { Idle, Waiting, Running };
@@ -51,7 +67,10 @@ private:
     void start(Time now);
     void run(Time now);
     void softwareTrigger(std::uint32_t index, Time now);
-    void expose(std::uint64_t count, Time last);
+    void stop();
+    void expose(std::uint64_t count, Time last, std::chrono::nanoseconds step);
+    void keep(std::uint64_t count, Time last, std::chrono::nanoseconds step);
+    double secondsToSend() const;
     void advance(Time now);
     void showStatus(Time now);
 
@@ -68,7 +87,9 @@ private:
     std::uint64_t m_missed = 0; // software triggers that found no use
     std::optional<Time> m_lastFrame;
     std::optional<Time> m_lastStart;
-    Statistics m_statistics;
+    std::uint64_t m_counted = 0;
+    std::deque<Exposure> m_waiting; // to be sent
+    std::uint64_t m_skipped = 0;
 };
 
 } // namespace simcam

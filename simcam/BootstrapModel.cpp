@@ -9,17 +9,15 @@ namespace {
 constexpr std::uint32_t kTimestampReset = 1;
 constexpr std::uint32_t kTimestampLatch = 2;
 constexpr std::uint32_t kGvcpConfigurationBits = 3; // PENDING_ACK, heartbeat disable
-constexpr std::uint32_t kPacketSizeMask = 0xFFFF;
-constexpr std::uint32_t kDontFragmentBit = 0x40000000;
 constexpr std::uint32_t kMinPacketSize = 220;
 constexpr std::uint32_t kMaxPacketSize = 9000;
 constexpr std::uint32_t kPacketSizeStep = 4;
 constexpr std::uint32_t kStreamPortMask = 0xFFFF; // one interface: its index stays 0
 
-// The standard lets a device round a packet size; a test packet is not sent, its bit reads 0 again.
+// The standard lets a device round a packet size. The bit that fires a test packet reads 0 again.
 std::uint32_t roundedPacketSize(std::uint32_t value) {
-    const std::uint32_t size = std::clamp(value & kPacketSizeMask, kMinPacketSize, kMaxPacketSize);
-    return (value & kDontFragmentBit) | (size - size % kPacketSizeStep);
+    const std::uint32_t size = std::clamp(value & bootstrap::kPacketSizeMask, kMinPacketSize, kMaxPacketSize);
+    return (value & bootstrap::kDoNotFragmentBit) | (size - size % kPacketSizeStep);
 }
 
 } // namespace
@@ -59,6 +57,7 @@ void BootstrapModel::written(Reg reg, std::uint32_t, Time now) {
         break;
     case Reg::StreamPacketSize:
         m_registers.set(reg, roundedPacketSize(value));
+        m_testPacket = m_testPacket || (value & bootstrap::kFireTestPacketBit) != 0;
         break;
     case Reg::StreamPort:
         m_registers.set(reg, value & kStreamPortMask);

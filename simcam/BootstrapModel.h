@@ -4,6 +4,8 @@
 
 #include "simcam/RegisterModel.h"
 
+#include <utility>
+
 namespace simcam {
 
 class BootstrapModel : public RegisterModel {
@@ -18,11 +20,16 @@ public:
     std::uint64_t timestamp(Time now) const;
     void resetTimestamp(Time now) { m_start = now; }
 
+    // Whether a test packet of the stream is to be sent, asked for since the last call.
+    bool takeTestPacket() { return std::exchange(m_testPacket, false); }
+    bool wantsTestPacket() const { return m_testPacket; }
+
 private:
     void timestampControl(std::uint32_t value, Time now);
 
     Registers& m_registers;
     Time m_start; // when the timestamp counter was 0
+    bool m_testPacket = false;
 };
 
 } // namespace simcam

@@ -38,8 +38,13 @@ Camera::~Camera() {
 }
 
 void Camera::plug(ethernet::FrameSink sink) {
+    plug(std::move(sink), {});
+}
+
+void Camera::plug(ethernet::FrameSink sink, BatchSink batches) {
     const std::scoped_lock lock(m_sinkMutex);
     m_sink = std::move(sink);
+    m_batchSink = std::move(batches);
 }
 
 void Camera::receive(const std::uint8_t* frame, std::size_t size) {
@@ -79,7 +84,7 @@ Camera::Turn Camera::work(const std::deque<Bytes>& frames) {
         m_core.receive(frame, now);
     }
     Turn turn;
-    turn.due = m_core.due(now);
+    turn.due = m_core.due(now, m_packets);
     turn.kept = m_stateFile.empty() ? std::nullopt : m_core.changedNonvolatile();
     m_next = m_core.deadline();
     return turn;
@@ -94,12 +99,26 @@ void Camera::run() {
                 tell(m_notices, Notice::State, "'" + m_stateFile + "' cannot be written");
             }
         }
-        const std::scoped_lock lock(m_sinkMutex);
-        for (const Bytes& frame : turn.due) {
-            if (m_sink) {
-                m_sink(frame.data(), frame.size());
-            }
-        }
+        send(turn.due);
+    }
+}
+
+void Camera::send(const std::vector<Bytes>& frames) {
+    const std::scoped_lock lock(m_sinkMutex);
+    if (!m_sink) {
+        return;
+    }
+    for (const Bytes& frame : frames) {
+        m_sink(frame.data(), frame.size());
+    }
+    if (m_batchSink) {
+        m_batchSink(m_packets.frames());
+        return;
+    }
+    for (const auto& [own, shared] : m_packets.frames()) {
+        m_frame.assign(own.begin(), own.end());
+        m_frame.insert(m_frame.end(), shared.begin(), shared.end());
+        m_sink(m_frame.data(), m_frame.size());
     }
 }
 

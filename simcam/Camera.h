@@ -22,6 +22,11 @@ public:
     ~Camera() override;
 
     void plug(ethernet::FrameSink sink) override;
+    // Takes many frames at once, each in two pieces of which the second may be empty. The bytes are valid
+    // only during the call.
+    using BatchSink = std::function<void(const std::vector<PacketBatch::Parts>& frames)>;
+    // With a sink for what comes in numbers: packets of the stream. Else those take the way of all frames.
+    void plug(ethernet::FrameSink sink, BatchSink batches);
     void receive(const std::uint8_t* frame, std::size_t size) override;
 
     // Diagnosis, as a service technician's console would give it.
@@ -59,6 +64,7 @@ private:
         std::optional<Nonvolatile::Contents> kept; // when it is to be written
     };
     Turn work(const std::deque<Bytes>& frames);
+    void send(const std::vector<Bytes>& frames);
     // Does something to the camera, and has its thread see to what follows.
     template<class Action> void act(Action action) {
         {
@@ -74,8 +80,11 @@ private:
     std::uint64_t m_dropped = 0; // guarded by m_inboxMutex
     // Guarded by m_inboxMutex: there is work besides frames; at first an address may have to be found.
     bool m_acted = true;
-    bool m_stop = false;        // guarded by m_inboxMutex
-    std::optional<Time> m_next; // of the camera's thread alone
+    bool m_stop = false; // guarded by m_inboxMutex
+    // Of the camera's thread alone.
+    std::optional<Time> m_next;
+    PacketBatch m_packets; // of the stream, in this turn
+    Bytes m_frame;
 
     const bool m_plain;
     const std::string m_stateFile;
@@ -85,6 +94,7 @@ private:
 
     std::mutex m_sinkMutex;     // held while the sink is in use
     ethernet::FrameSink m_sink; // guarded by m_sinkMutex
+    BatchSink m_batchSink;      // likewise
     std::thread m_thread;
 };
 

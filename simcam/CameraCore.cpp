@@ -3,6 +3,7 @@
 #include "protocol/net.h"
 #include "simcam/CameraUnit.h"
 #include "simcam/FeatureModel.h"
+#include "simcam/StreamModel.h"
 
 #include <algorithm>
 
@@ -98,6 +99,28 @@ void CameraCore::hear(ByteView frame, Time now) {
 }
 
 std::vector<Bytes> CameraCore::due(Time now) {
+    PacketBatch packets;
+    auto frames = due(now, packets);
+    auto more = packets.copies();
+    frames.insert(frames.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+    return frames;
+}
+
+// On a wire with faults the stream's packets take the same way as all other frames.
+void CameraCore::stream(Time now, PacketBatch& packets) {
+    packets.clear();
+    if (isSilent(now)) {
+        m_unit->stream->pass(now);
+        return;
+    }
+    m_unit->stream->next(now, packets);
+    if (m_out.hasFaults()) {
+        send(packets.copies(), now);
+        packets.clear();
+    }
+}
+
+std::vector<Bytes> CameraCore::due(Time now, PacketBatch& packets) {
     if (m_upAt && now >= *m_upAt) {
         m_upAt.reset();
         tell(m_notices, Notice::Reboot, "up again");
@@ -111,6 +134,7 @@ std::vector<Bytes> CameraCore::due(Time now) {
     }
     m_unit->device.advance(now);
     send(m_addressing.advance(now), now);
+    stream(now, packets);
     auto frames = m_out.take(now);
     return silent ? std::vector<Bytes>() : frames;
 }
@@ -118,7 +142,8 @@ std::vector<Bytes> CameraCore::due(Time now) {
 std::optional<Time> CameraCore::deadline() const {
     std::optional<Time> next;
     for (const auto& one :
-         {m_unit->device.deadline(), m_addressing.deadline(), m_in.deadline(), m_out.deadline(), m_upAt}) {
+         {m_unit->device.deadline(), m_unit->stream->deadline(), m_addressing.deadline(), m_in.deadline(),
+          m_out.deadline(), m_upAt}) {
         next = one && (!next || *one < *next) ? one : next;
     }
     return next;
@@ -152,10 +177,11 @@ Report CameraCore::report(Time now) {
     if (m_unit->features) {
         const AcquisitionModel& acquisition = m_unit->features->acquisition();
         report.acquiring = acquisition.isAcquiring();
-        report.frames = acquisition.statistics().frames;
-        report.packets = acquisition.statistics().packets;
-        report.bytes = acquisition.statistics().bytes;
+        report.frames = acquisition.countedFrames();
+        report.skipped = acquisition.skipped();
     }
+    report.packets = m_unit->stream->statistics().packets;
+    report.bytes = m_unit->stream->statistics().bytes;
     const Registers& registers = m_unit->registers;
     report.destinationIp = static_cast<std::uint32_t>(registers.get(Reg::StreamDestination));
     report.destinationPort = static_cast<std::uint16_t>(registers.get(Reg::StreamPort));

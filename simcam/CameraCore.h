@@ -9,6 +9,7 @@
 #include "simcam/LinkFaults.h"
 #include "simcam/Memory.h"
 #include "simcam/Nonvolatile.h"
+#include "simcam/PacketBatch.h"
 #include "simcam/settings.h"
 
 #include <memory>
@@ -21,7 +22,8 @@ class CameraUnit;
 struct Report {
     bool acquiring = false;
     std::uint64_t frames = 0;  // exposed since the start or the last StatisticsReset
-    std::uint64_t packets = 0; // of those frames' streams, as far as a destination was set
+    std::uint64_t skipped = 0; // of those: too many waited to be sent, or nobody could be reached
+    std::uint64_t packets = 0; // of the stream that were sent
     std::uint64_t bytes = 0;   // of those packets, IP headers and what follows them
     std::uint32_t destinationIp = 0;
     std::uint16_t destinationPort = 0;
@@ -41,8 +43,11 @@ public:
     ~CameraCore();
 
     void receive(ByteView frame, Time now);
-    // The frames whose time has come, in the order of their times.
+    // The frames whose time has come: answers in the order of their times, then packets of the stream. More
+    // of those may be due, as the deadline then says.
     std::vector<Bytes> due(Time now);
+    // The same; packets of the stream, while the wire is sound, in a batch.
+    std::vector<Bytes> due(Time now, PacketBatch& packets);
     // When due() has something to do next, if nothing arrives before.
     std::optional<Time> deadline() const;
 
@@ -68,6 +73,7 @@ private:
     void build(Time now, const Nonvolatile::Contents& kept);
     void hear(ByteView frame, Time now);
     void send(std::vector<Bytes> frames, Time when);
+    void stream(Time now, PacketBatch& packets);
     bool isSilent(Time now) const { return m_silentUntil && now < *m_silentUntil; }
 
     CameraSettings m_settings;

@@ -1,6 +1,7 @@
 #include "simcam/CameraUnit.h"
 
 #include "simcam/FeatureModel.h"
+#include "simcam/StreamModel.h"
 
 namespace simcam {
 
@@ -13,6 +14,7 @@ CameraUnit::CameraUnit(const Surroundings& around, const Nonvolatile::Contents& 
                if (features) {
                    features->controlLost(when);
                }
+               stream->controlLost(when);
            },
            around.forceIp}) {
     fillIn(around.settings, around.description);
@@ -21,6 +23,11 @@ CameraUnit::CameraUnit(const Surroundings& around, const Nonvolatile::Contents& 
         memory.usePlainMemory();
     } else {
         features = std::make_unique<FeatureModel>(registers, bootstrap, around.log, now);
+    }
+    stream = std::make_unique<StreamModel>(StreamModel::Parts{
+        registers, bootstrap, features ? &features->acquisition() : nullptr, around.station});
+    memory.addModel(*stream); // before the features: it sees commands that they take back
+    if (features) {
         memory.addModel(*features);
     }
     nonvolatile = std::make_unique<Nonvolatile>(registers, features ? &features->userSets() : nullptr);

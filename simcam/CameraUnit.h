@@ -11,6 +11,7 @@
 namespace simcam {
 
 class FeatureModel;
+class StreamModel;
 
 class CameraUnit {
 public:
@@ -31,6 +32,7 @@ public:
     Memory memory;
     BootstrapModel bootstrap;
     std::unique_ptr<FeatureModel> features; // none behind a description of others
+    std::unique_ptr<StreamModel> stream;    // never null
     std::unique_ptr<Nonvolatile> nonvolatile;
     GvcpDevice device;
 

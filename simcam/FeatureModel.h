@@ -24,7 +24,7 @@ public:
     void written(Reg reg, std::uint32_t index, Time now) override;
     void controlLost(Time now) override;
 
-    const AcquisitionModel& acquisition() const { return m_acquisition; }
+    AcquisitionModel& acquisition() { return m_acquisition; }
     UserSetModel& userSets() { return m_userSets; }
 
 private:

@@ -54,6 +54,7 @@ public:
     void clear() { m_waiting.clear(); }
     // Whether a frame would pass at once and unharmed.
     bool isOpen() const { return m_waiting.empty() && !m_faults.any(); }
+    bool hasFaults() const { return m_faults.any(); }
     // Frames that found no room or were lost on the way.
     std::uint64_t lost() const { return m_lost; }
 

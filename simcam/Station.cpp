@@ -144,28 +144,33 @@ std::optional<Datagram> Station::receiveIp(ByteView packet, Mac from, bool broad
     auto datagram = readUdp(packet.subspan(headerLength, totalLength - headerLength), sender, to);
     if (datagram) {
         datagram->broadcast = broadcast;
+        learn(sender.ip, from);
     }
     return datagram;
 }
 
-Bytes Station::datagram(const Peer& to, std::uint16_t fromPort, ByteView payload) const {
-    Writer udp;
-    udp.u16(fromPort).u16(to.port).u16(static_cast<std::uint16_t>(net::kUdpHeader + payload.size()));
-    const std::size_t checksumAt = udp.size();
-    udp.u16(kNoChecksum).bytes(payload);
-    const std::uint16_t checksum = udpChecksum(m_ip.address, to.ip, udp.view());
-    udp.patchU16(checksumAt, checksum == kNoChecksum ? 0xFFFF : checksum); // a sent 0 would mean "none"
-
-    Writer ip;
-    ip.u8(kVersion4 << 4 | net::kIpHeader / kWord).u8(0);
-    ip.u16(static_cast<std::uint16_t>(net::kIpHeader + udp.size())).u16(0).u16(kDontFragment);
-    ip.u8(kTimeToLive).u8(net::kIpProtocolUdp);
-    const std::size_t ipChecksumAt = ip.size();
-    ip.u16(0).u32(m_ip.address).u32(to.ip);
-    ip.patchU16(ipChecksumAt, InternetChecksum().add(ip.view()).value());
-
+Bytes Station::datagramHead(
+    const Peer& to, std::uint16_t fromPort, std::size_t size, bool dontFragment) const {
     Writer frame;
-    frame.u48(to.mac).u48(m_mac).u16(net::kEtherTypeIpv4).bytes(ip.view()).bytes(udp.view());
+    frame.u48(to.mac).u48(m_mac).u16(net::kEtherTypeIpv4);
+    frame.u8(kVersion4 << 4 | net::kIpHeader / kWord).u8(0);
+    frame.u16(static_cast<std::uint16_t>(net::kIpHeader + net::kUdpHeader + size));
+    frame.u16(0).u16(dontFragment ? kDontFragment : 0).u8(kTimeToLive).u8(net::kIpProtocolUdp);
+    frame.u16(0).u32(m_ip.address).u32(to.ip);
+    const ByteView ip = frame.view().subspan(net::kEthernetHeader);
+    frame.patchU16(net::kIpChecksum, InternetChecksum().add(ip).value());
+    frame.u16(fromPort).u16(to.port).u16(static_cast<std::uint16_t>(net::kUdpHeader + size));
+    frame.u16(kNoChecksum);
+    return frame.take();
+}
+
+Bytes Station::datagram(const Peer& to, std::uint16_t fromPort, ByteView payload) const {
+    Writer frame;
+    frame.bytes(datagramHead(to, fromPort, payload.size(), true)).bytes(payload);
+    const ByteView udp = frame.view().subspan(net::kEthernetHeader + net::kIpHeader);
+    const std::uint16_t checksum = udpChecksum(m_ip.address, to.ip, udp);
+    const bool none = checksum == kNoChecksum; // a sent 0 would mean "none"
+    frame.patchU16(net::kUdpChecksum, none ? 0xFFFF : checksum);
     return padded(frame);
 }
 
@@ -197,9 +202,14 @@ std::optional<Mac> Station::neighbour(std::uint32_t ip) const {
 
 void Station::learn(std::uint32_t ip, Mac mac) {
     const bool isAddress = ip != 0 && (mac >> 40 & 1) == 0; // neither a probe nor a group's
-    if (isAddress && (m_neighbours.size() < kArpEntries || m_neighbours.contains(ip))) {
-        m_neighbours[ip] = mac;
+    const bool room = m_neighbours.size() < kArpEntries || m_neighbours.contains(ip);
+    if (!isAddress || (!room && ip != m_awaited)) {
+        return;
     }
+    if (!room) {
+        m_neighbours.erase(m_neighbours.begin());
+    }
+    m_neighbours[ip] = mac;
 }
 
 } // namespace simcam

@@ -87,11 +87,15 @@ public:
 
     // A UDP frame with both checksums, padded to the Ethernet minimum.
     Bytes datagram(const Peer& to, std::uint16_t fromPort, ByteView payload) const;
+    // What stands before a UDP payload of that size; it has no checksum over the payload.
+    Bytes datagramHead(const Peer& to, std::uint16_t fromPort, std::size_t size, bool dontFragment) const;
     // A request for the MAC address of `ip`.
     Bytes arpRequest(std::uint32_t ip) const;
     // A question for `ip` that tells nobody of an address of one's own, and the news of having one.
     Bytes arpProbe(std::uint32_t ip) const;
     Bytes arpAnnouncement() const;
+    // The neighbour with this address is remembered however many there are.
+    void await(std::uint32_t ip) { m_awaited = ip; }
     // The MAC address that `ip` was last seen with.
     std::optional<Mac> neighbour(std::uint32_t ip) const;
 
@@ -106,6 +110,7 @@ private:
     IpConfiguration m_ip;
     ArpReplies m_replies = ArpReplies::ToAsker;
     std::map<std::uint32_t, Mac> m_neighbours;
+    std::uint32_t m_awaited = 0;
 };
 
 } // namespace simcam

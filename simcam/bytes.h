@@ -27,6 +27,7 @@ public:
     std::uint16_t u16() { return static_cast<std::uint16_t>(number(2)); }
     std::uint32_t u32() { return static_cast<std::uint32_t>(number(4)); }
     std::uint64_t u48() { return number(6); }
+    std::uint64_t u64() { return number(8); }
     void skip(std::size_t count) { bytes(count); }
 
     // The next `count` bytes of the view that the reader was made from; empty when there are fewer.
@@ -59,7 +60,9 @@ public:
     Writer& u8(std::uint8_t value) { return number(value, 1); }
     Writer& u16(std::uint16_t value) { return number(value, 2); }
     Writer& u32(std::uint32_t value) { return number(value, 4); }
+    Writer& u24(std::uint32_t value) { return number(value, 3); }
     Writer& u48(std::uint64_t value) { return number(value, 6); }
+    Writer& u64(std::uint64_t value) { return number(value, 8); }
     Writer& zeros(std::size_t count) {
         m_data.insert(m_data.end(), count, 0);
         return *this;
@@ -77,6 +80,7 @@ public:
     std::size_t size() const { return m_data.size(); }
     ByteView view() const { return m_data; }
     Bytes take() { return std::move(m_data); }
+    void clear() { m_data.clear(); }
 
 private:
     Writer& number(std::uint64_t value, std::size_t count) {

@@ -53,6 +53,20 @@ inline constexpr milliseconds kDefaultReboot{2000};
 // A file of what a camera keeps without power: its registers' bytes as text.
 inline constexpr std::size_t kMaxStateFile = 1u << 20;
 
+// Frames that wait to be sent: when the camera falls behind for longer it skips frames. What one software
+// trigger exposes at once is more.
+inline constexpr std::size_t kWaitingFrames = 32;
+inline constexpr std::size_t kWaitingTriggeredFrames = 1023;
+
+// Packets that leave in one go, between two looks at what arrives: about a tenth of a millisecond of work.
+inline constexpr std::size_t kBatchPackets = 64;
+
+// Packets of one block are sent in groups this far apart, rather than one by one with a sleep before each.
+inline constexpr std::chrono::microseconds kPacingStep{200};
+
+// How often the receiver's MAC address is asked for.
+inline constexpr milliseconds kArpRepeat{500};
+
 // Settings that a person may get wrong by a slip.
 inline constexpr milliseconds kMaxLatency{60000};
 inline constexpr std::size_t kMaxDescription = 64u << 20;

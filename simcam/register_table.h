@@ -108,7 +108,7 @@ enum class Role : std::uint8_t {
     X(ImageControl,         0xA130,  4, 1, RW, Unsigned, BE, Setting, 0, 0, 0) \
     X(PixelFormat,          0xA134,  4, 1, RW, Unsigned, BE, Setting, 0x01080001, 0, 0) \
     X(PixelColorFilter,     0xA138,  4, 1, RO, Unsigned, BE, Live,    0, 0, 0) \
-    X(TestPattern,          0xA13C,  4, 1, RW, Unsigned, BE, Setting, 0, 0, 6) \
+    X(TestPattern,          0xA13C,  4, 1, RW, Unsigned, BE, Setting, 0, 0, 7) \
     X(PayloadSize,          0xA140,  4, 1, RO, Unsigned, BE, Live,    0, 0, 0) \
     X(ShutterMode,          0xA144,  4, 1, RW, Unsigned, BE, Setting, 0, 0, 1) \
     X(SensorPixelSize,      0xA148,  8, 1, RO, Float,    LE, Fixed,   0, 0, 0) \

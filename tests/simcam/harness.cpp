@@ -112,6 +112,19 @@ Ack ackOf(const Bytes& frame) {
     return {u16(frame, 42), u16(frame, 44), u16(frame, 48), part(frame, 50, udpLength - 16u)};
 }
 
+std::vector<Bytes> Bench::live(milliseconds time) {
+    const auto end = now + time;
+    std::vector<Bytes> all;
+    for (auto next = camera->deadline(); next && *next <= end; next = camera->deadline()) {
+        now = std::max(now, *next);
+        for (Bytes& frame : due()) {
+            all.push_back(std::move(frame));
+        }
+    }
+    now = end;
+    return all;
+}
+
 Ack Bench::command(Host& from, std::uint16_t code, const Bytes& payload) {
     const auto sent = exchange(frame(from, message(code, from.nextId++, payload)));
     return sent.empty() ? Ack{0xFFFF, 0, 0, {}} : ackOf(sent.front());
@@ -183,7 +196,7 @@ Subject Bench::registers() {
         }
         return ack.status == 0 ? std::string(text) : refusal(ack);
     };
-    return {write, read, [this](milliseconds time) { pass(time); }};
+    return {write, read, [this](milliseconds time) { live(time); }};
 }
 
 void run(const Subject& subject, const std::string& name, const std::string& steps) {

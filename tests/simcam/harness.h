@@ -72,6 +72,8 @@ public:
 
     void pass(milliseconds time) { now += time; }
     std::vector<Bytes> due() { return camera->due(now); }
+    // Time passes, and the camera does what falls due meanwhile; what it sends.
+    std::vector<Bytes> live(milliseconds time);
 
     simcam::Time now{std::chrono::hours(1)};
     std::unique_ptr<simcam::CameraCore> camera;

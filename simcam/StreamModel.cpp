@@ -1,0 +1,186 @@
+#include "simcam/StreamModel.h"
+
+#include <algorithm>
+
+namespace simcam {
+
+using std::chrono::nanoseconds;
+
+bool StreamModel::isOpen() const {
+    const bool destination =
+        m_parts.registers.get(Reg::StreamPort) != 0 && m_parts.registers.get(Reg::StreamDestination) != 0;
+    return destination && m_parts.station.ip().address != 0;
+}
+
+void StreamModel::close() {
+    m_current.reset();
+    m_asked.reset();
+}
+
+// --- registers ---
+
+void StreamModel::refresh(Time) {
+    m_parts.registers.set(Reg::FramesSent, m_statistics.frames);
+    m_parts.registers.set(Reg::PacketsSent, m_statistics.packets);
+    m_parts.registers.set(Reg::BytesSent, m_statistics.bytes);
+}
+
+void StreamModel::written(Reg reg, std::uint32_t, Time) {
+    const bool on = m_parts.registers.get(reg) != 0;
+    if (reg == Reg::StreamPort || reg == Reg::StreamDestination) {
+        close();
+    }
+    if (reg == Reg::StreamPort && m_parts.acquisition != nullptr) {
+        m_opened = m_parts.acquisition->frames();
+    } else if (reg == Reg::AcquisitionAbort && on) {
+        m_current.reset();
+    } else if (reg == Reg::StatisticsReset && on) {
+        m_statistics = {};
+    }
+}
+
+// --- who receives ---
+
+// None while the MAC address is being asked for.
+std::optional<Mac> StreamModel::findReceiver(Time now, PacketBatch& out) {
+    const IpConfiguration& own = m_parts.station.ip();
+    const auto destination = static_cast<std::uint32_t>(m_parts.registers.get(Reg::StreamDestination));
+    const bool near = own.inSubnet(destination) || own.gateway == 0;
+    const std::uint32_t hop = near ? destination : own.gateway;
+    if (destination == kBroadcastIp) {
+        return kBroadcastMac;
+    }
+    auto mac = m_parts.station.neighbour(destination); // a far one has been heard through its router
+    mac = mac ? mac : m_parts.station.neighbour(hop);
+    if (mac) {
+        m_asked.reset();
+    } else if (!m_asked || now >= *m_asked + kArpRepeat) {
+        m_asked = now;
+        m_parts.station.await(hop);
+        out.add(m_parts.station.arpRequest(hop), {}, {}, nullptr);
+    }
+    return mac;
+}
+
+StreamFrames StreamModel::frames(Mac receiver) const {
+    const Registers& registers = m_parts.registers;
+    const Peer to{
+        receiver, static_cast<std::uint32_t>(registers.get(Reg::StreamDestination)),
+        static_cast<std::uint16_t>(registers.get(Reg::StreamPort))};
+    const bool whole = (registers.get(Reg::StreamPacketSize) & bootstrap::kDoNotFragmentBit) != 0;
+    return {m_parts.station, to, static_cast<std::uint16_t>(registers.get(Reg::StreamSourcePort)), whole};
+}
+
+// --- blocks ---
+
+std::shared_ptr<const Block> StreamModel::makeBlock(const AcquisitionModel::Exposure& exposure) {
+    const Registers& registers = m_parts.registers;
+    const auto word = [&](Reg reg) { return static_cast<std::uint32_t>(registers.get(reg)); };
+    auto block = std::make_shared<Block>();
+    block->number = exposure.number - m_opened;
+    block->timestamp = m_parts.bootstrap.timestamp(exposure.time);
+    block->payloadType = static_cast<std::uint16_t>(gvsp::PayloadType::Image);
+    block->pixelFormat = word(Reg::PixelFormat);
+    block->width = word(Reg::Width);
+    block->height = word(Reg::Height);
+    block->offsetX = word(Reg::OffsetX);
+    block->offsetY = word(Reg::OffsetY);
+    block->packetSize = word(Reg::StreamPacketSize) & bootstrap::kPacketSizeMask;
+    const SceneWish wish{
+        static_cast<TestPattern>(word(Reg::TestPattern)), block->pixelFormat, block->width, block->height};
+    if (!m_scene || m_scene->wish() != wish) {
+        m_scene.emplace(wish);
+    }
+    const Picture picture = m_scene->picture(block->id());
+    block->picture = picture.owner;
+    block->image = picture.bytes;
+    return block;
+}
+
+// Starts the next block; false when no frame waits.
+bool StreamModel::begin() {
+    const auto exposure = m_parts.acquisition->takeExposure();
+    if (!exposure) {
+        return false;
+    }
+    UnderWay started{makeBlock(*exposure), 0, std::max(exposure->time, m_linkFree), {}};
+    const double seconds =
+        static_cast<double>(started.block->payloadSize()) / m_parts.acquisition->bytesPerSecond();
+    const std::uint32_t pauses = started.block->lastPacket();
+    started.interval =
+        nanoseconds(static_cast<std::int64_t>(seconds * 1e9 / pauses)) + m_parts.acquisition->packetDelay();
+    m_linkFree = started.start + pauses * started.interval;
+    m_current = std::move(started);
+    return true;
+}
+
+void StreamModel::sendBlocks(Time now, StreamFrames& frames, PacketBatch& out) {
+    while (!out.full() && (m_current || begin()) && due() <= now) {
+        m_statistics.bytes += frames.packet(*m_current->block, m_current->next, false, out);
+        ++m_statistics.packets;
+        if (m_current->next++ == m_current->block->lastPacket()) {
+            ++m_statistics.frames;
+            m_current.reset();
+        }
+    }
+}
+
+// --- time ---
+
+void StreamModel::next(Time now, PacketBatch& out) {
+    m_looked = now;
+    if (!isOpen()) {
+        pass(now);
+        return;
+    }
+    if (m_parts.acquisition != nullptr) {
+        m_parts.acquisition->refresh(now);
+    }
+    if (!m_current && !m_parts.bootstrap.wantsTestPacket() &&
+        (m_parts.acquisition == nullptr || !m_parts.acquisition->isWaiting())) {
+        return;
+    }
+    const auto receiver = findReceiver(now, out);
+    if (!receiver) {
+        return;
+    }
+    StreamFrames sent = frames(*receiver);
+    if (m_parts.bootstrap.takeTestPacket()) {
+        sent.test(m_parts.registers.get(Reg::StreamPacketSize) & bootstrap::kPacketSizeMask, out);
+    }
+    if (m_parts.acquisition != nullptr) {
+        sendBlocks(now, sent, out);
+    }
+}
+
+void StreamModel::pass(Time now) {
+    m_looked = now;
+    m_parts.bootstrap.takeTestPacket();
+    m_current.reset();
+    if (m_parts.acquisition != nullptr) {
+        m_parts.acquisition->refresh(now);
+        m_parts.acquisition->skipWaiting();
+    }
+}
+
+// What is overdue goes out at once, as does the beginning of a block.
+std::optional<Time> StreamModel::deadline() const {
+    if (!isOpen()) {
+        return std::nullopt;
+    }
+    const AcquisitionModel* acquisition = m_parts.acquisition;
+    const bool waiting = acquisition != nullptr && acquisition->isWaiting();
+    const bool test = m_parts.bootstrap.wantsTestPacket();
+    if (m_asked && (m_current || waiting || test)) {
+        return *m_asked + kArpRepeat;
+    }
+    if (test || (m_current ? due() <= m_looked : waiting)) {
+        return m_looked;
+    }
+    if (m_current) {
+        return m_current->next == 0 ? due() : std::max(due(), m_looked + kPacingStep);
+    }
+    return acquisition != nullptr ? acquisition->deadline() : std::nullopt;
+}
+
+} // namespace simcam

@@ -1,0 +1,77 @@
+// The camera's stream channel: the frames that acquisition exposes leave as blocks of GVSP packets. A value
+// machine: registers and a clock in, packets out.
+//
+//     StreamPort and StreamDestination set          exposed, or skipped            its time has come
+//     closed ─────────────────────────────► waiting ──────────────► block under way ──────────────► sent
+//       ▲                                                                │
+//       └── either is 0, control lost ── (the block ends here) ──────────┘  AcquisitionAbort: likewise
+//
+// The packets of a block are spread over the time that the camera's link takes for them, and farther apart by
+// what StreamPacketDelay says. One thread at a time.
+#pragma once
+
+#include "simcam/AcquisitionModel.h"
+#include "simcam/Block.h"
+#include "simcam/BootstrapModel.h"
+#include "simcam/Scene.h"
+
+namespace simcam {
+
+class StreamModel : public RegisterModel {
+public:
+    struct Parts {
+        Registers& registers;
+        BootstrapModel& bootstrap;
+        AcquisitionModel* acquisition; // null: nothing is ever exposed
+        Station& station;
+    };
+    // All parts outlive this.
+    explicit StreamModel(const Parts& parts) : m_parts(parts) {}
+
+    void refresh(Time) override;
+    void written(Reg reg, std::uint32_t index, Time now) override;
+    void controlLost(Time) override { close(); }
+
+    // Adds the packets whose time has come, until the batch is full.
+    void next(Time now, PacketBatch& out);
+    // What would be sent by now is not: nobody can be reached.
+    void pass(Time now);
+    // When next() has something to do, if nothing happens before.
+    std::optional<Time> deadline() const;
+
+    // What has left since the start or the last StatisticsReset.
+    struct Statistics {
+        std::uint64_t frames = 0; // with their last packets
+        std::uint64_t packets = 0;
+        std::uint64_t bytes = 0; // of IP packets
+    };
+    const Statistics& statistics() const { return m_statistics; }
+
+private:
+    struct UnderWay {
+        std::shared_ptr<const Block> block;
+        std::uint32_t next = 0;              // packet
+        Time start{};                        // when its leader was due
+        std::chrono::nanoseconds interval{}; // between packets
+    };
+
+    bool isOpen() const;
+    void close();
+    std::optional<Mac> findReceiver(Time now, PacketBatch& out);
+    StreamFrames frames(Mac receiver) const;
+    bool begin();
+    std::shared_ptr<const Block> makeBlock(const AcquisitionModel::Exposure& exposure);
+    void sendBlocks(Time now, StreamFrames& frames, PacketBatch& out);
+    Time due() const { return m_current->start + m_current->next * m_current->interval; }
+
+    Parts m_parts;
+    std::uint64_t m_opened = 0;        // frames that were exposed before the stream was opened
+    std::optional<UnderWay> m_current; // block
+    std::optional<Scene> m_scene;      // the last one that was shown
+    Time m_linkFree{};                 // when the last block will have left
+    Time m_looked{};                   // the last call of next()
+    std::optional<Time> m_asked;       // for the receiver's MAC address, which is not known
+    Statistics m_statistics;
+};
+
+} // namespace simcam
