@@ -1,24 +1,20 @@
 // Raw Ethernet frames on a named Linux interface.
 #pragma once
 
+#include "netif/InterfaceSocket.h"
+#include "netif/Sleeper.h"
 #include "netif/SpinChoice.h"
-#include "netif/filter.h"
-#include "netif/interface.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 namespace netif {
-
-using Clock = std::chrono::steady_clock;
 
 // Frames of one socket since it was made. `overrun` counts those that came in and found no room, `dropped`
 // all that were lost: those and the ones that could not be sent.
@@ -32,9 +28,8 @@ struct PacketStatistics {
 // Sends and receives whole frames, from the destination address to the last byte of data. It wants the right
 // CAP_NET_RAW. Frames that this host sends on the interface are not received.
 //
-// The interface is found by its name, whenever there is one of that name: it may be missing at first, be
-// switched off, removed and made again. Until it is back nothing is received, and what is sent counts as
-// dropped.
+// The interface is found by its name (InterfaceSocket). While it is away nothing is received, and what is
+// sent counts as dropped.
 //
 // A received UDP or TCP checksum over IPv4 that the sending host left to its card, as hosts do on virtual
 // wires, is filled in. A frame with a VLAN tag belongs to another network and is passed over, but for one
@@ -58,11 +53,7 @@ public:
     static std::unique_ptr<PacketSocket>
     create(const std::string& interface, Options options, std::string& error, int* code = nullptr);
 
-    ~PacketSocket();
-    PacketSocket(const PacketSocket&) = delete;
-    PacketSocket& operator=(const PacketSocket&) = delete;
-
-    const std::string& interface() const { return m_name; }
+    const std::string& interface() const { return m_socket->interface(); }
 
     // False when the frame did not leave; it counts as dropped. Does not wait.
     bool send(const std::uint8_t* frame, std::size_t size);
@@ -72,51 +63,30 @@ public:
     std::span<const std::uint8_t> receive(Clock::time_point deadline);
 
     // Ends the `receive` under way, or the next one when none is.
-    void interrupt();
+    void interrupt() { m_sleeper.wake(); }
 
-    // Takes effect at once, but for frames that have come in already.
-    void setFilter(const Filter& filter);
-
-    // Frames to this address are taken in too: the interface is promiscuous while it is not its own. The
-    // filter sorts them.
-    void setStation(const Mac& mac);
-
-    // Looked up, and kept for some milliseconds.
-    bool carrier();
-    InterfaceState state() const { return queryInterface(m_name, m_socket); }
+    // As InterfaceSocket has it. The filter sorts what a station's address lets in.
+    void setFilter(const Filter& filter) { m_socket->setFilter(filter); }
+    void setStation(const Mac& mac) { m_socket->setStation(mac); }
+    bool carrier() { return m_socket->carrier(); }
+    InterfaceState state() const { return m_socket->state(); }
 
     PacketStatistics statistics();
 
 private:
-    PacketSocket(std::string name, int socket, int event, Options options);
+    PacketSocket(std::unique_ptr<InterfaceSocket> socket, Options options);
 
-    bool alive();
-    void join(); // with the mutex held
-    void applyPromiscuous(const InterfaceState& state, bool anew);
     std::span<std::uint8_t> take();
     bool spin(Clock::time_point end, std::span<std::uint8_t>& frame);
     void sleep(Clock::time_point deadline);
-    void forgetInterrupt();
 
-    const std::string m_name;
-    const int m_socket;
-    const int m_event; // wakes a receiver that sleeps
+    const std::unique_ptr<InterfaceSocket> m_socket;
+    Sleeper m_sleeper; // of the receiver
     const std::chrono::microseconds m_spin;
-    std::atomic<bool> m_interrupted{false};
     std::atomic<std::uint64_t> m_sent{0};
     std::atomic<std::uint64_t> m_received{0};
     std::atomic<std::uint64_t> m_notSent{0};
     std::atomic<std::uint64_t> m_overrun{0};
-
-    std::mutex m_mutex; // guards what follows
-    int m_index = 0;    // of the interface that the socket was bound to last; 0: none
-    bool m_on = false;  // the interface was there and switched on when it was looked at last
-    Clock::time_point m_nextJoin{};
-    const bool m_everyStation;
-    std::optional<Mac> m_station;
-    bool m_promiscuous = false; // on the interface of m_index
-    Clock::time_point m_carrierUntil{};
-    bool m_carrier = false;
 
     // Of the thread that receives.
     std::vector<std::uint8_t> m_buffer;

@@ -1,5 +1,6 @@
 #include "softboard/Port.h"
 
+#include "softboard/StreamTimer.h"
 #include "softboard/hw_results.h"
 
 #include "protocol/gvcp.h"
@@ -18,18 +19,6 @@ std::uint16_t big16(const std::uint8_t* bytes) {
 void storeBig16(std::uint8_t* bytes, std::uint32_t value) {
     bytes[0] = static_cast<std::uint8_t>(value >> 8);
     bytes[1] = static_cast<std::uint8_t>(value);
-}
-
-// Offset of the UDP header of an unfragmented IPv4 datagram; 0 when the frame is none.
-std::size_t udpHeader(const std::uint8_t* frame, std::size_t size) {
-    constexpr std::uint16_t kFragmentBits = 0x3FFF; // more fragments, and the offset
-    if (size < net::kUdpPayload || big16(frame + net::kEtherType) != net::kEtherTypeIpv4 ||
-        frame[net::kIpVersion] >> 4 != 4 || frame[net::kIpProtocol] != net::kIpProtocolUdp ||
-        (big16(frame + net::kIpFragment) & kFragmentBits) != 0) {
-        return 0;
-    }
-    const std::size_t header = net::kEthernetHeader + std::size_t{4} * (frame[net::kIpVersion] & 0x0FU);
-    return header >= net::kUdpSourcePort && header + net::kUdpHeader <= size ? header : 0;
 }
 
 constexpr std::size_t kUdpDestination = net::kUdpDestinationPort - net::kUdpSourcePort;
@@ -56,6 +45,10 @@ Port::~Port() {
 }
 
 void Port::shutDown() {
+    setStreamAllowed(false);
+    if (const auto last = m_lastStream.lock()) {
+        last->close();
+    }
     m_hub->detachAll();
     m_wire.shutDown();
     setCapture(nullptr);
@@ -71,11 +64,24 @@ void Port::setConfigured(bool configured) {
     setImagePort(0);
     m_lineLength = 0;
     m_queue.setOpen(configured);
+    setStreamAllowed(configured);
 }
 
 void Port::attach(std::shared_ptr<Link> link) {
     m_hub->attach(std::move(link));
     m_queue.wake();
+    tellStreamOfLink();
+}
+
+bool Port::detach(const std::function<bool(const Link&)>& which) {
+    const bool found = m_hub->detach(which);
+    tellStreamOfLink();
+    return found;
+}
+
+void Port::detachAll() {
+    m_hub->detachAll();
+    tellStreamOfLink();
 }
 
 int Port::write(PortRegister reg, std::uint32_t value) {
@@ -168,10 +174,14 @@ int Port::transmit() {
     std::fill(
         m_frame.begin() + static_cast<std::ptrdiff_t>(m_frameSize),
         m_frame.begin() + static_cast<std::ptrdiff_t>(size), std::uint8_t{0});
-    record(m_frame.data(), size);
-    count(m_sent);
-    m_wire.send(m_frame.data(), size);
+    leave(m_frame.data(), size);
     return kSuccess;
+}
+
+void Port::leave(const std::uint8_t* frame, std::size_t size) {
+    record(frame, size);
+    count(m_sent);
+    m_wire.send(frame, size);
 }
 
 // The FPGA writes its request id into a GVCP command while the frame leaves. The IP checksum covers no data.
@@ -201,13 +211,84 @@ void Port::receive(const std::uint8_t* frame, std::size_t size) {
         count(m_ignored);
     } else if (size < net::kEthernetHeader || size > DataQueue::kLargestFrame) {
         count(m_errors);
-    } else if (forImagePath(frame, size)) {
+    } else if (toStream(frame, size) || forImagePath(frame, size)) {
         count(m_received);
         count(m_toImagePath);
     } else if (m_queue.pushFrame(frame, size)) {
         count(m_received);
     } else {
         count(m_queueDrops);
+    }
+}
+
+bool Port::toStream(const std::uint8_t* frame, std::size_t size) {
+    if (!m_streaming.load(std::memory_order_acquire)) {
+        return false;
+    }
+    const auto open = stream();
+    const auto packet = open ? streamPacket(open->address(), frame, size, false) : std::nullopt;
+    if (packet) {
+        open->take(std::span(&*packet, 1));
+    }
+    return packet.has_value();
+}
+
+std::shared_ptr<ImageStream> Port::stream() const {
+    const std::lock_guard lock(m_streamMutex);
+    return m_stream;
+}
+
+int Port::openStream(const TavoImageSettings& settings, std::shared_ptr<ImageStream>& stream) {
+    {
+        const std::lock_guard lock(m_streamMutex);
+        if (!m_streamAllowed || m_stream) {
+            return m_streamAllowed ? IMAGE_PATH_BUSY : IMAGE_PATH_NO_PORT;
+        }
+        stream = std::make_shared<ImageStream>(settings, [this](const std::uint8_t* frame, std::size_t size) {
+            if (linkUp()) {
+                leave(frame, size);
+            } else {
+                count(m_notSent);
+            }
+        });
+        stream->keepBy(std::make_unique<StreamTimer>(*stream));
+        m_lastStream = m_stream = stream;
+        m_streaming.store(true, std::memory_order_release);
+    }
+    tellStreamOfLink();
+    return IMAGE_PATH_OK;
+}
+
+void Port::closeStream(const std::shared_ptr<ImageStream>& stream) {
+    {
+        const std::lock_guard lock(m_streamMutex);
+        if (m_stream == stream) {
+            m_streaming = false;
+            m_stream = nullptr;
+        }
+    }
+    stream->close();
+}
+
+// A stream that ends here is still its owner's to close.
+void Port::setStreamAllowed(bool allowed) {
+    std::shared_ptr<ImageStream> ending;
+    {
+        const std::lock_guard lock(m_streamMutex);
+        m_streamAllowed = allowed;
+        if (!allowed) {
+            m_streaming = false;
+            ending.swap(m_stream);
+        }
+    }
+    if (ending) {
+        ending->end();
+    }
+}
+
+void Port::tellStreamOfLink() {
+    if (const auto open = stream()) {
+        open->setLink(carrier());
     }
 }
 

@@ -5,6 +5,7 @@
 #include "softboard/DataQueue.h"
 #include "softboard/FaultyLink.h"
 #include "softboard/Hub.h"
+#include "softboard/ImageStream.h"
 #include "softboard/Phy.h"
 #include "softboard/registers.h"
 #include "softboard/softboard.h"
@@ -25,7 +26,8 @@ struct BoardLines {
 };
 
 // The way out:  halfwords -> transmit buffer -> (stamp) -> recorder -> FaultyLink -> Hub -> links
-// The way in:   links -> Hub -> FaultyLink -> recorder -> filter -> data queue, or the image path
+// The way in:   links -> Hub -> FaultyLink -> recorder -> filter -> data queue, or the image path: the open
+//               stream, if the packet is of its camera
 //
 // The port has no address filter: the FPGA has no register for an address, and takes in every frame that
 // arrives. Register accesses that transmit want to be serialised by the caller, as the hardware library's do;
@@ -51,8 +53,13 @@ public:
     DataQueue& queue() { return m_queue; }
 
     void attach(std::shared_ptr<Link> link);
-    bool detach(const std::function<bool(const Link&)>& which) { return m_hub->detach(which); }
-    void detachAll() { m_hub->detachAll(); }
+    bool detach(const std::function<bool(const Link&)>& which);
+    void detachAll();
+
+    // A result of platform/image_path.h; the settings are checked. The stream ends when the port is not
+    // configured any more, and frees the port when it is closed.
+    int openStream(const TavoImageSettings& settings, std::shared_ptr<ImageStream>& stream);
+    void closeStream(const std::shared_ptr<ImageStream>& stream);
 
     // Detaches everything and ends the port's threads, for good.
     void shutDown();
@@ -75,7 +82,12 @@ private:
     int load(std::uint16_t halfword);
     int transmit();
     void stamp();
+    void leave(const std::uint8_t* frame, std::size_t size);
     bool forImagePath(const std::uint8_t* frame, std::size_t size) const;
+    bool toStream(const std::uint8_t* frame, std::size_t size);
+    std::shared_ptr<ImageStream> stream() const;
+    void tellStreamOfLink();
+    void setStreamAllowed(bool allowed);
     void record(const std::uint8_t* frame, std::size_t size);
 
     const BoardLines& m_lines;
@@ -97,6 +109,12 @@ private:
 
     Counter m_sent{0}, m_notSent{0}, m_received{0}, m_toImagePath{0}, m_errors{0}, m_queueDrops{0},
         m_ignored{0};
+
+    std::atomic<bool> m_streaming{false};
+    mutable std::mutex m_streamMutex; // guards what follows
+    bool m_streamAllowed = false;
+    std::shared_ptr<ImageStream> m_stream;
+    std::weak_ptr<ImageStream> m_lastStream;
 
     std::atomic<bool> m_recording{false};
     std::mutex m_captureMutex;

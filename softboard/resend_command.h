@@ -1,0 +1,32 @@
+// PACKETRESEND commands as whole frames.
+#pragma once
+
+#include "gvsp/Receiver.h"
+
+#include "protocol/addresses.h"
+#include "protocol/gvcp.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace softboard {
+
+// From the port that receives a stream to the camera that sends it.
+struct ResendRoute {
+    net::Mac hostMac;
+    net::Mac cameraMac;
+    net::Ipv4 hostIp;
+    net::Ipv4 cameraIp;
+    std::uint16_t udpPort = 0; // the stream's, which the command is sent from
+};
+
+inline constexpr std::size_t kResendFrame =
+    net::kUdpPayload + gvcp::kHeader + gvcp::packet_resend::kExtendedSize;
+
+// Writes the command into `frame` and returns its size.
+std::size_t buildResend(
+    const ResendRoute& route, const gvsp::ResendWish& wish, std::uint16_t requestId,
+    std::array<std::uint8_t, kResendFrame>& frame);
+
+} // namespace softboard
