@@ -107,7 +107,10 @@ public:
     }
 
 private:
-    const Sample* line(std::size_t y) {
+    const void* line(std::size_t y) {
+        if (isRgb8(m_format) && m_toColour && sizeof(Sample) == 1) {
+            return m_lines.at(y);
+        }
         read(y);
         const auto& [red, green, blue] = m_planes;
         if (m_format.kind == Kind::Grey) {

@@ -24,6 +24,7 @@ template<unsigned Pixels, unsigned Bytes, unsigned Bits, unsigned PlaneCount = 1
     static constexpr unsigned kBytes = Bytes;
     static constexpr unsigned kBits = Bits;
     static constexpr unsigned kPlanes = PlaneCount;
+    static constexpr bool kYuv = false;
 };
 
 struct Byte : Group<1, 1, 8> {
@@ -80,38 +81,28 @@ struct TensV2 : Group<1, 4, 10, 3> {
     }
 };
 
-// YUV as ITU-R BT.601 has it, of the whole range of 8 bits: a plane of red, green and blue.
-unsigned ofYuv(int y, int u, int v, unsigned plane) {
-    constexpr int kOne = 1 << 16;
-    constexpr int kHalf = kOne / 2;
-    constexpr int kRedV = 91881;   // 1.402
-    constexpr int kGreenU = 22554; // 0.344136
-    constexpr int kGreenV = 46802; // 0.714136
-    constexpr int kBlueU = 116130; // 1.772
-    const int du = u - 128;
-    const int dv = v - 128;
-    const int change = plane == 0 ? kRedV * dv : plane == 1 ? -kGreenU * du - kGreenV * dv : kBlueU * du;
-    return static_cast<unsigned>(std::clamp((y * kOne + change + kHalf) >> 16, 0, 255));
-}
-
-struct Yuv411 : Group<4, 6, 8, 3> { // U Y Y V Y Y
+// Y, U and V; readLine() makes colours of them.
+template<unsigned Pixels, unsigned Bytes> struct Yuv : Group<Pixels, Bytes, 8, 3> {
+    static constexpr bool kYuv = true;
+};
+struct Yuv411 : Yuv<4, 6> { // U Y Y V Y Y
     static unsigned value(const std::uint8_t* in, unsigned pixel, unsigned plane) {
-        return ofYuv(in[1 + pixel + pixel / 2], in[0], in[3], plane);
+        return in[plane == 0 ? 1 + pixel + pixel / 2 : plane == 1 ? 0 : 3];
     }
 };
-struct Yuv422 : Group<2, 4, 8, 3> { // U Y V Y
+struct Yuv422 : Yuv<2, 4> { // U Y V Y
     static unsigned value(const std::uint8_t* in, unsigned pixel, unsigned plane) {
-        return ofYuv(in[1 + 2 * pixel], in[0], in[2], plane);
+        return in[plane == 0 ? 1 + 2 * pixel : plane == 1 ? 0 : 2];
     }
 };
-struct Yuyv : Group<2, 4, 8, 3> { // Y U Y V
+struct Yuyv : Yuv<2, 4> { // Y U Y V
     static unsigned value(const std::uint8_t* in, unsigned pixel, unsigned plane) {
-        return ofYuv(in[2 * pixel], in[1], in[3], plane);
+        return in[plane == 0 ? 2 * pixel : plane == 1 ? 1 : 3];
     }
 };
-struct Yuv444 : Group<1, 3, 8, 3> { // U Y V
+struct Yuv444 : Yuv<1, 3> { // U Y V
     static unsigned value(const std::uint8_t* in, unsigned, unsigned plane) {
-        return ofYuv(in[1], in[0], in[2], plane);
+        return in[plane == 0 ? 1 : plane == 1 ? 0 : 2];
     }
 };
 
@@ -139,16 +130,38 @@ void readGroups(const std::uint8_t* in, std::size_t groups, const Planes<Sample>
     }
 }
 
+template<typename Sample> Sample ofByte(int value) {
+    return scaled<Sample, 8>(static_cast<unsigned>(std::clamp(value, 0, 255)));
+}
+
+// YUV as ITU-R BT.601 has it, of the whole range of 8 bits, to colours, in 128ths: all fits 16 bits, which
+// makes short vectors.
+template<typename Sample> void toColours(const Planes<Sample>& planes, std::size_t width) {
+    constexpr int kRedV = 179;  // 1.402
+    constexpr int kGreenU = 44; // 0.344136
+    constexpr int kGreenV = 91; // 0.714136
+    constexpr int kBlueU = 227; // 1.772
+    constexpr unsigned kShift = 8 * (sizeof(Sample) - 1);
+    const auto eight = [](int sum) { return static_cast<std::int16_t>((sum + 64) >> 7); };
+    Sample* __restrict first = planes[0];
+    Sample* __restrict second = planes[1];
+    Sample* __restrict third = planes[2];
+    for (std::size_t x = 0; x < width; ++x) {
+        const auto y = static_cast<std::int16_t>(first[x] >> kShift);
+        const auto u = static_cast<std::int16_t>((second[x] >> kShift) - 128);
+        const auto v = static_cast<std::int16_t>((third[x] >> kShift) - 128);
+        first[x] = ofByte<Sample>(y + eight(kRedV * v));
+        second[x] = ofByte<Sample>(y - eight(kGreenU * u + kGreenV * v));
+        third[x] = ofByte<Sample>(y + eight(kBlueU * u));
+    }
+}
+
 // A line whose last group is cut has its missing bytes, if it needs any, from the group before: of the
 // colours that pixels share, the last are missing.
 template<typename Layout, typename Sample>
-void readLine(const std::uint8_t* line, std::size_t width, const Planes<Sample>& planes) {
+void readRest(const std::uint8_t* line, std::size_t width, const Planes<Sample>& planes) {
     const std::size_t groups = width / Layout::kPixels;
-    readGroups<Layout, Sample>(line, groups, planes);
     const std::size_t left = width % Layout::kPixels;
-    if (left == 0) {
-        return;
-    }
     std::array<std::uint8_t, Layout::kBytes> bytes;
     bytes.fill(0x80); // no colour
     const std::uint8_t* rest = line + groups * Layout::kBytes;
@@ -165,6 +178,17 @@ void readLine(const std::uint8_t* line, std::size_t width, const Planes<Sample>&
     readGroups<Layout, Sample>(bytes.data(), 1, few);
     for (unsigned plane = 0; plane < Layout::kPlanes; ++plane) {
         std::copy_n(samples[plane].begin(), left, planes[plane] + groups * Layout::kPixels);
+    }
+}
+
+template<typename Layout, typename Sample>
+void readLine(const std::uint8_t* line, std::size_t width, const Planes<Sample>& planes) {
+    readGroups<Layout, Sample>(line, width / Layout::kPixels, planes);
+    if (width % Layout::kPixels != 0) {
+        readRest<Layout, Sample>(line, width, planes);
+    }
+    if constexpr (Layout::kYuv) {
+        toColours<Sample>(planes, width);
     }
 }
 
@@ -283,6 +307,10 @@ static_assert(std::all_of(gvsp::kPixelFormats.begin(), gvsp::kPixelFormats.end()
 
 const Format* findFormat(std::uint32_t value) {
     return find(value);
+}
+
+bool isRgb8(const Format& format) {
+    return format.value == named("RGB8Packed").value;
 }
 
 std::uint64_t lineBytes(const Format& format, std::uint32_t width) {

@@ -37,6 +37,9 @@ struct Format {
 // Null for a number that is not in the table.
 const Format* findFormat(std::uint32_t value);
 
+// Whether its lines are those of a picture with 8 bits of red, green and blue already.
+bool isRgb8(const Format& format);
+
 // Bytes of a line without padding; each line begins with a byte of its own. Of one plane.
 std::uint64_t lineBytes(const Format& format, std::uint32_t width);
 
