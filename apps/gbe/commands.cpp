@@ -222,14 +222,7 @@ int getFeatures(
 }
 
 void setFeatures(const Selection& selection, const std::vector<std::string>& texts) {
-    std::vector<std::pair<std::string, std::string>> values;
-    for (const std::string& text : texts) {
-        const std::size_t equals = text.find('=');
-        if (equals == 0 || equals == text.npos) {
-            throw Failure("\"" + text + "\": is not NAME=VALUE");
-        }
-        values.emplace_back(text.substr(0, equals), text.substr(equals + 1));
-    }
+    const auto values = parseSettings(texts); // all of them before the first is written
     const Session session(selection, Purpose::Work);
     for (const auto& [name, value] : values) {
         writeText(session.camera.get(), name, value);

@@ -120,6 +120,18 @@ void writeText(CameraHandle* camera, const std::string& name, const std::string&
     }
 }
 
+std::vector<std::pair<std::string, std::string>> parseSettings(const std::vector<std::string>& texts) {
+    std::vector<std::pair<std::string, std::string>> values;
+    for (const std::string& text : texts) {
+        const std::size_t equals = text.find('=');
+        if (equals == 0 || equals == text.npos) {
+            throw Failure("\"" + text + "\": is not NAME=VALUE");
+        }
+        values.emplace_back(text.substr(0, equals), text.substr(equals + 1));
+    }
+    return values;
+}
+
 void execute(CameraHandle* camera, const std::string& name) {
     check(name, Gbe_executeCommand(camera, name.c_str()));
     const auto deadline = std::chrono::steady_clock::now() + kCommandLimit;

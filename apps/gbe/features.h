@@ -6,6 +6,7 @@
 #include <QtCore/QJsonValue>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace gbe {
@@ -21,6 +22,8 @@ std::string readText(CameraHandle* camera, const std::string& name);
 QJsonValue readJson(CameraHandle* camera, const std::string& name);
 // Integers may be hexadecimal (0x...); booleans are true, false, 1 or 0; enumerations take an entry's name.
 void writeText(CameraHandle* camera, const std::string& name, const std::string& value);
+// NAME=VALUE texts as names and values.
+std::vector<std::pair<std::string, std::string>> parseSettings(const std::vector<std::string>& texts);
 // Executes and waits until the command says that it is done.
 void execute(CameraHandle* camera, const std::string& name);
 

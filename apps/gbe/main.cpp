@@ -1,6 +1,7 @@
 // gbe: GigE Vision cameras on frame grabber boards, from the command line.
 #include "Failure.h"
 #include "commands.h"
+#include "grab.h"
 #include "service.h"
 
 #include <CLI/CLI.hpp>
@@ -25,6 +26,8 @@ struct Arguments {
     std::string file = "-";
     NewAddress address;
     std::string port;
+    GrabRequest grab;
+    StreamRequest stream;
 
     Format format() const { return json ? Format::Json : Format::Text; }
 };
@@ -81,6 +84,43 @@ void addIpCommands(CLI::App& app, Arguments& arguments) {
     set->add_option("--gateway", address.gateway, "Default gateway (default: none)");
 }
 
+void addStreamOptions(CLI::App& command, StreamRequest& request) {
+    command.add_option("--set", request.settings, "NAME=VALUE, a feature to be written before (repeatable)")
+        ->allow_extra_args(false);
+    command.add_option(
+        "--packet-size", request.packetSize,
+        "Bytes; \"auto\": the largest that passes (default); \"keep\": the camera's own");
+}
+
+void addImageCommands(CLI::App& app, Arguments& arguments) {
+    GrabRequest& request = arguments.grab;
+    request.seconds = 5;
+    CLI::App* grab = app.add_subcommand("grab", "Saves images as pictures");
+    grab->fallthrough()->callback([&] {
+        request.output = arguments.format();
+        if (grabImages(arguments.selection, request) != 0) {
+            throw CLI::RuntimeError(EXIT_FAILURE); // nothing more is printed
+        }
+    });
+    grab->add_option("-n,--count", request.count, "Images, successive ones (default: 1)")
+        ->check(CLI::Range(1U, 1'000'000'000U));
+    grab->add_option(
+        "-o,--output", request.file,
+        "File; of several images each has its number in it, or where %d or %03d is (default: image.png, with "
+        "--json none)");
+    grab->add_option("--format", request.format, "png, tiff, pnm or raw (default: by the file's name)");
+    grab->add_option("--timeout", request.seconds, "Seconds to wait for each image (default: 5)")
+        ->check(CLI::Range(0.0, 1e6));
+    grab->add_flag("--trigger", request.trigger, "Each image by a software trigger");
+    grab->add_flag("--json", arguments.json, "As JSON, an object a line for each image");
+    addStreamOptions(*grab, request);
+    CLI::App* stream = app.add_subcommand("stream", "Shows how images come, until Ctrl-C");
+    stream->fallthrough()->callback([&] { streamImages(arguments.selection, arguments.stream); });
+    stream->add_option("--seconds", arguments.stream.seconds, "End by itself after that time")
+        ->check(CLI::Range(0.0, 1e9));
+    addStreamOptions(*stream, arguments.stream);
+}
+
 void addCommands(CLI::App& app, Arguments& arguments) {
     const Selection& selection = arguments.selection;
     const auto command = [&](const char* name, const char* text, auto run) {
@@ -117,6 +157,7 @@ void addCommands(CLI::App& app, Arguments& arguments) {
     auto* xml =
         command("xml", "Saves the camera's description", [&] { saveDescription(selection, arguments.file); });
     xml->add_option("-o,--output", arguments.file, "File (default: standard output)");
+    addImageCommands(app, arguments);
     addIpCommands(app, arguments);
     command("doctor", "Tells why cameras are not found or do not answer, and what mends it", [&] {
         if (runDoctor(selection) != 0) {

@@ -1,0 +1,68 @@
+// Images of a camera for the length of a command, and what is set before they come.
+#pragma once
+
+#include "Session.h"
+
+#include "liomol/images.h"
+
+#include <chrono>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace gbe {
+
+class Interrupt;
+
+// "auto", "keep" or a number of bytes, as GbeStreamOptions.packetSize has it. Throws Failure.
+int parsePacketSize(const std::string& text);
+
+using FeatureValues = std::vector<std::pair<std::string, std::string>>;
+
+// Writes them in their order, up to the first that fails. Unless they say otherwise, the camera is to go on
+// sending images until it is stopped. Throws Failure.
+void prepareCamera(CameraHandle* camera, const FeatureValues& values);
+
+// The camera's frames begin with commands of this program; what it had before is restored in the end. Throws
+// Failure where the camera has no software trigger.
+class SoftwareTrigger {
+public:
+    explicit SoftwareTrigger(CameraHandle* camera);
+    ~SoftwareTrigger();
+    SoftwareTrigger(const SoftwareTrigger&) = delete;
+    SoftwareTrigger& operator=(const SoftwareTrigger&) = delete;
+
+    void fire();
+
+private:
+    void restore();
+
+    CameraHandle* m_camera;
+    FeatureValues m_before; // in the order of changes
+};
+
+// All but the destructor throw Failure.
+class ImageStream {
+public:
+    // Opens; nothing comes before start().
+    ImageStream(CameraHandle* camera, const GbeStreamOptions& options);
+    // Stops the camera, and closes.
+    ~ImageStream();
+    ImageStream(const ImageStream&) = delete;
+    ImageStream& operator=(const ImageStream&) = delete;
+
+    void start();
+    // False when the time is over, or the user wants no more. Images are the caller's until given back.
+    bool wait(std::chrono::milliseconds time, const Interrupt& interrupt, GbeImage& image);
+    void giveBack(const GbeImage& image);
+    GbeStreamStatistics statistics();
+    // Why nothing comes, as " (...)" for a message; empty when nothing is known to be wrong.
+    std::string trouble();
+
+private:
+    CameraHandle* m_camera;
+    GbeStream* m_stream = nullptr;
+    bool m_started = false;
+};
+
+} // namespace gbe

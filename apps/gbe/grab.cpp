@@ -1,0 +1,206 @@
+#include "grab.h"
+
+#include "Failure.h"
+#include "ImageStream.h"
+#include "Interrupt.h"
+#include "PictureNames.h"
+#include "Progress.h"
+#include "features.h"
+#include "image_json.h"
+#include "pictures/picture_file.h"
+#include "pixels/pixels.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace gbe {
+namespace {
+
+using pictures::FileFormat;
+
+constexpr const char* kUsualFile = "image.png";
+// Buffers for as many images as are wanted, so that they are successive ones however long writing them takes;
+// but not more than this many bytes.
+constexpr long long kBufferBytes = 512LL * 1024 * 1024;
+constexpr unsigned kFewestBuffers = 4;
+
+FileFormat chooseFormat(const GrabRequest& request) {
+    const bool given = !request.format.empty();
+    const auto format = given ? pictures::formatNamed(request.format) : pictures::formatOfFile(request.file);
+    if (!format) {
+        throw Failure(
+            (given ? "format \"" + request.format : "\"" + request.file) +
+            "\": pictures are written as png, tiff, pnm or raw (--format)");
+    }
+    return *format;
+}
+
+unsigned bufferCount(CameraHandle* camera, unsigned images) {
+    long long size = 0;
+    check("PayloadSize", Gbe_getIntegerValue(camera, "PayloadSize", &size));
+    const long long most =
+        std::clamp<long long>(kBufferBytes / std::max<long long>(size, 1), kFewestBuffers, GBE_MOST_BUFFERS);
+    return static_cast<unsigned>(std::clamp<long long>(images, kFewestBuffers, most));
+}
+
+// The image's bytes with zeros where some are missing: what is there in their place is of no image.
+std::vector<std::uint8_t> rawBytes(const GbeImage& image) {
+    const auto* data = static_cast<const std::uint8_t*>(image.data);
+    std::vector<std::uint8_t> bytes(data, data + image.size);
+    for (std::size_t i = 0; i < image.missingCount; ++i) {
+        const GbeMissingBytes& gap = image.missing[i];
+        if (gap.offset < bytes.size()) {
+            const auto offset = static_cast<std::size_t>(gap.offset);
+            std::memset(
+                bytes.data() + offset, 0,
+                static_cast<std::size_t>(std::min<std::uint64_t>(gap.length, bytes.size() - offset)));
+        }
+    }
+    return bytes;
+}
+
+GbePixels pixelsOf(pixels::Form form) {
+    switch (form) {
+    case pixels::Form::Mono8:
+        return GBE_PIXELS_MONO8;
+    case pixels::Form::Mono16:
+        return GBE_PIXELS_MONO16;
+    case pixels::Form::Rgb8:
+        return GBE_PIXELS_RGB8;
+    case pixels::Form::Rgb16:
+        return GBE_PIXELS_RGB16;
+    }
+    return GBE_PIXELS_MONO8;
+}
+
+std::string whatItIs(const GbeImage& image) {
+    if (image.status == GBE_IMAGE_NOT_UNDERSTOOD) {
+        return "a payload of type " + std::to_string(image.payloadType) + ", which is no image";
+    }
+    const std::string name = image.pixelFormatName;
+    return "pixel format " + (name.empty() ? std::to_string(image.pixelFormat) : name);
+}
+
+std::vector<std::uint8_t> convert(const GbeImage& image, GbePixels form) {
+    std::size_t size = 0;
+    int code = Gbe_convertImage(&image, form, nullptr, &size);
+    std::vector<std::uint8_t> bytes(size);
+    if (code >= 0) {
+        code = Gbe_convertImage(&image, form, bytes.data(), &size);
+    }
+    check(whatItIs(image) + " (--format raw keeps its bytes)", code);
+    return bytes;
+}
+
+void save(const std::string& file, FileFormat format, const GbeImage& image) {
+    const pixels::Form form = pixels::naturalForm(image.pixelFormat);
+    const std::vector<std::uint8_t> bytes =
+        format == FileFormat::Raw ? rawBytes(image) : convert(image, pixelsOf(form));
+    const bool colour = form == pixels::Form::Rgb8 || form == pixels::Form::Rgb16;
+    const bool deep = form == pixels::Form::Mono16 || form == pixels::Form::Rgb16;
+    try {
+        pictures::save(file, format, {bytes, image.width, image.height, colour, deep});
+    } catch (const std::runtime_error& error) {
+        throw Failure(error.what());
+    }
+}
+
+class Grab {
+public:
+    Grab(const GrabRequest& request)
+        : m_request(request), m_names(request.file, request.count),
+          m_format(request.file.empty() ? FileFormat::Raw : chooseFormat(request)) {}
+
+    unsigned run(const Selection& selection);
+
+private:
+    void next(ImageStream& stream, GbeImage& image);
+    void tell(const std::string& file, const GbeImage& image);
+
+    const GrabRequest& m_request;
+    const PictureNames m_names;
+    const FileFormat m_format;
+    Progress m_progress;
+    Interrupt m_interrupt;
+    unsigned m_done = 0;
+    unsigned m_broken = 0;
+};
+
+unsigned Grab::run(const Selection& selection) {
+    const FeatureValues values = parseSettings(m_request.settings);
+    GbeStreamOptions options;
+    Gbe_initStreamOptions(&options);
+    options.packetSize = parsePacketSize(m_request.packetSize);
+    options.dropOldest = 0;
+    const Session session(selection, Purpose::Work);
+    CameraHandle* camera = session.camera.get();
+    prepareCamera(camera, values);
+    std::optional<SoftwareTrigger> trigger;
+    if (m_request.trigger) {
+        trigger.emplace(camera);
+    }
+    options.buffers = bufferCount(camera, m_request.count);
+    ImageStream stream(camera, options);
+    stream.start();
+    while (m_done < m_request.count) {
+        if (trigger) {
+            trigger->fire();
+        }
+        GbeImage image{};
+        next(stream, image);
+        ++m_done;
+        const std::string file = m_request.file.empty() ? "" : m_names.at(m_done);
+        if (!file.empty()) {
+            save(file, m_format, image);
+        }
+        tell(file, image);
+        stream.giveBack(image);
+    }
+    return m_broken;
+}
+
+void Grab::next(ImageStream& stream, GbeImage& image) {
+    const std::string count = std::to_string(m_done) + " of " + std::to_string(m_request.count);
+    m_progress.show(count);
+    const std::chrono::milliseconds time(static_cast<long long>(m_request.seconds * 1000));
+    if (stream.wait(time, m_interrupt, image)) {
+        return;
+    }
+    m_progress.clear();
+    if (m_interrupt.asked()) {
+        throw Failure("interrupted after " + count + " images");
+    }
+    throw Failure("waiting for an image" + stream.trouble(), GBE_ERROR_TIMEOUT);
+}
+
+void Grab::tell(const std::string& file, const GbeImage& image) {
+    m_progress.clear();
+    if (m_request.output == Format::Json) {
+        QJsonObject object = imageJson(image);
+        if (!file.empty()) {
+            object.insert("file", QString::fromStdString(file));
+        }
+        printLine(object);
+    } else {
+        std::printf("%s  %ux%u %s\n", file.c_str(), image.width, image.height, image.pixelFormatName);
+        std::fflush(stdout);
+    }
+    if (image.status == GBE_IMAGE_INCOMPLETE) {
+        ++m_broken;
+        complain(
+            "image " + std::to_string(m_done) + ": " + std::to_string(image.missingBytes) + " of " +
+            std::to_string(image.size) + " bytes are missing");
+    }
+}
+
+} // namespace
+
+unsigned grabImages(const Selection& selection, const GrabRequest& request) {
+    GrabRequest complete = request;
+    if (complete.file.empty() && complete.output == Format::Text) {
+        complete.file = kUsualFile;
+    }
+    return Grab(complete).run(selection);
+}
+
+} // namespace gbe
