@@ -1,13 +1,6 @@
 #include "gvsp/Block.h"
 
 namespace gvsp {
-namespace {
-
-// Ids beyond are a mistake; below, id + 1 is an id as well.
-constexpr std::uint32_t kMostId = 0x7FFFFFFF;
-
-} // namespace
-
 void Block::begin(const Start& start, const Buffer& buffer, const Settings& settings, Time now) {
     beginWithout(start, now);
     m_finished = false;
@@ -19,6 +12,9 @@ void Block::begin(const Start& start, const Buffer& buffer, const Settings& sett
     if (start.packetPayload != 0) {
         setPacketPayload(start.packetPayload);
     }
+    // takeNext() leaves it so: it may be the first data packet, and of the likely size.
+    m_firstId = 1;
+    m_firstSize = start.packetPayload;
     m_arrived.clear(start.packetPayload != 0 ? m_slots + 1 : 1);
 }
 
@@ -26,7 +22,7 @@ void Block::beginWithout(const Start& start, Time now) {
     m_start = start;
     m_buffer = {};
     m_finished = true;
-    m_truncated = m_unsure = false;
+    m_truncated = m_cameraLost = m_unsure = false;
     m_packetPayload = m_firstSize = m_shortSize = 0;
     m_whole = m_next = m_count = m_taken = m_dataCount = m_firstId = m_shortId = m_trailerId = 0;
     m_slots = kMostPackets;
@@ -37,7 +33,7 @@ void Block::beginWithout(const Start& start, Time now) {
 
 Block::Result Block::take(const Packet& packet, Time now) {
     Result result{Taken::Malformed, 0};
-    if (packet.id <= kMostId) {
+    if (packet.id <= kMostPackets) {
         switch (packet.kind()) {
         case Format::Leader:
             result = takeLeader(packet);
@@ -54,6 +50,7 @@ Block::Result Block::take(const Packet& packet, Time now) {
     }
     if (result.taken != Taken::Malformed) {
         m_lastPacket = now;
+        m_cameraLost = m_cameraLost || packet.isError();
     }
     return result;
 }

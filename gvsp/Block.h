@@ -19,7 +19,7 @@
 
 namespace gvsp {
 
-// More packets than this make no block: what a set of them takes stays within 512 KiB.
+// Higher ids are a mistake: so what a set of packets takes stays within 512 KiB.
 inline constexpr std::uint32_t kMostPackets = 1U << 22;
 
 class Block {
@@ -42,7 +42,7 @@ public:
 
     // The good path: true when the packet was the next one in order, of full size, and is in place now.
     bool takeNext(const Packet& packet, Time now);
-    // Any packet of this block without an error status.
+    // Any packet of this block, of those with an error status only leader and trailer.
     Result take(const Packet& packet, Time now);
 
     std::uint64_t id() const { return m_start.id; }
@@ -64,7 +64,9 @@ public:
 
     // Behind the last packet that has come; the trailer's own id when that has.
     std::uint32_t next() const { return m_next; }
+    // Of packets whose bytes have a place in the buffer, and the leader.
     bool isMissing(std::uint32_t id) const;
+    std::uint32_t lastWithPlace() const { return m_slots; }
     // The id of the trailer, estimated as long as that has not come.
     std::uint32_t lastId() const;
     std::uint32_t missingPackets() const;
@@ -107,6 +109,7 @@ private:
     std::size_t m_payloadSize = 0; // of an image, as the settings say
     bool m_finished = true;
     bool m_truncated = false;
+    bool m_cameraLost = false; // data, as it says itself
 
     std::size_t m_packetPayload = 0;
     std::uint8_t m_dataFormat = 0;

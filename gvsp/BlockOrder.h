@@ -32,6 +32,7 @@ public:
     void sawLeader(std::uint64_t sequence, std::uint64_t timestamp);
     // No packet of the block is taken any more. `timestamp`: of its leader, if that had come.
     void ended(std::uint64_t sequence, bool dropped, std::optional<std::uint64_t> timestamp);
+    bool isDelivered(std::uint64_t sequence) const { return sequence <= m_delivered; }
     // Blocks up to this one are delivered. Returns how many of them never began.
     std::uint64_t delivered(std::uint64_t sequence);
 

@@ -2,6 +2,8 @@
 
 #include "gvsp/Block.h"
 #include "gvsp/BlockOrder.h"
+#include "gvsp/Buffers.h"
+#include "gvsp/Wishes.h"
 
 #include <array>
 #include <deque>
@@ -15,31 +17,36 @@ constexpr std::size_t kMostBlocks = 32;
 
 constexpr std::size_t kIpAndUdp = kPacketOverhead - kHeader;
 
-// So much of later blocks has come that what is missing of an earlier one was not just overtaken.
+// When so many packets of later blocks have come, what is missing of an earlier one was not just overtaken.
 constexpr std::uint32_t kOvertaken = 32;
 
-std::size_t headersOf(bool extendedIds) {
-    return extendedIds ? kExtendedPacketOverhead : kPacketOverhead;
-}
-
 bool canBegin(const Packet& packet) {
-    if (packet.isError() || packet.content.empty()) {
-        return false;
-    }
     switch (packet.kind()) {
     case Format::Leader:
+        return packet.id == 0 && readLeader(packet.content);
     case Format::AllIn:
         return readLeader(packet.content).has_value();
     case Format::Trailer:
-        return packet.id != 0 && readTrailer(packet.content).has_value();
+        return packet.id != 0 && packet.id <= kMostPackets && readTrailer(packet.content);
     case Format::Payload:
     case Format::H264:
     case Format::MultiZone:
     case Format::MultiPart:
     case Format::GenDc:
-        return packet.id != 0;
+        return packet.id != 0 && packet.id <= kMostPackets && !packet.content.empty();
     }
     return false;
+}
+
+// That a camera lost data it says in a trailer, which is one all the same.
+bool isLeaderOrTrailer(const Packet& packet) {
+    return (packet.kind() == Format::Leader && readLeader(packet.content)) ||
+           (packet.kind() == Format::Trailer && readTrailer(packet.content));
+}
+
+bool saysGone(std::uint16_t status) {
+    return status != static_cast<std::uint16_t>(Status::NotYetAvailable) &&
+           status != static_cast<std::uint16_t>(Status::TemporarilyUnavailable);
 }
 
 } // namespace
@@ -47,42 +54,50 @@ bool canBegin(const Packet& packet) {
 class Receiver::Impl {
 public:
     explicit Impl(const Settings& settings) : m_settings(settings) {
-        for (Block& block : m_pool) {
-            m_idle.push_back(&block);
+        for (Entry& entry : m_pool) {
+            m_idle.push_back(&entry);
         }
     }
 
     void packet(std::span<const std::uint8_t> datagram, Time now);
     void advance(Time now);
     std::optional<Time> deadline() const;
-    bool nextImage(Image& out);
+    bool nextWish(ResendWish& out);
     void restart();
     void setSettings(const Settings& settings);
 
-    std::vector<Buffer> free;
-    std::deque<Image> finished;
+    Buffers buffers;
     Counters counters;
 
 private:
+    struct Entry {
+        Block block;
+        Wishes wishes;
+    };
+
     void otherPacket(const Packet& packet, std::size_t size, Time now);
-    void take(Block& block, const Packet& packet, Time now);
-    Block* find(const Packet& packet);
-    Block* begin(const Packet& packet, Time now);
-    bool findBuffer(Buffer& out);
+    void take(Entry& entry, const Packet& packet, Time now);
+    void takeError(Entry& entry, const Packet& packet);
+    Entry* find(std::uint64_t block, bool extendedIds);
+    Entry* begin(const Packet& packet, Time now);
+    Entry* insert(const Packet& packet, std::uint64_t sequence, Time now);
     std::size_t likelyPayload(bool extendedIds) const;
+    void review(Entry& entry);
     void giveUpOvertaken();
     void finish(Block& block);
+    void finishAll();
     void deliver();
-    void release(Block& block);
+    void release(Entry& entry);
 
     Settings m_settings;
     std::array<std::size_t, 2> m_learnt{}; // payload of data packets, by kind of ids; 0: not yet
-    std::array<Block, kMostBlocks> m_pool;
-    std::vector<Block*> m_idle;
-    std::vector<Block*> m_order; // by sequence
+    std::array<Entry, kMostBlocks> m_pool;
+    std::vector<Entry*> m_idle;
+    std::vector<Entry*> m_order; // by sequence
     Block m_none;
     Block* m_current = &m_none; // of the last packet
     BlockOrder m_blockOrder;
+    std::deque<ResendWish> m_wishes;
     Time m_lastEnd{};
 };
 
@@ -104,23 +119,28 @@ void Receiver::Impl::otherPacket(const Packet& packet, std::size_t size, Time no
         counters.largestTestPacket = std::max<std::uint64_t>(counters.largestTestPacket, size + kIpAndUdp);
         return;
     }
-    Block* block = find(packet);
-    if (block == nullptr) {
-        block = begin(packet, now);
+    Entry* entry = find(packet.block, packet.extended());
+    if (entry == nullptr) {
+        entry = begin(packet, now);
     }
-    if (block == nullptr || block->finished()) {
-        counters.late += block != nullptr && block->buffer().data != nullptr ? 1 : 0;
+    if (entry == nullptr) {
         return;
     }
-    m_current = block;
-    if (packet.isError()) {
-        ++counters.unavailable;
+    if (entry->block.finished()) {
+        counters.late += entry->block.buffer().data != nullptr ? 1 : 0;
         return;
     }
-    take(*block, packet, now);
+    m_current = &entry->block;
+    if (packet.isError() && !isLeaderOrTrailer(packet)) {
+        takeError(*entry, packet);
+    } else {
+        take(*entry, packet, now);
+    }
 }
 
-void Receiver::Impl::take(Block& block, const Packet& packet, Time now) {
+void Receiver::Impl::take(Entry& entry, const Packet& packet, Time now) {
+    Block& block = entry.block;
+    const std::uint32_t next = block.next();
     const Block::Result result = block.take(packet, now);
     counters.bytes += result.bytes;
     if (result.taken == Block::Taken::Malformed) {
@@ -130,6 +150,10 @@ void Receiver::Impl::take(Block& block, const Packet& packet, Time now) {
     if (result.taken == Block::Taken::Duplicate) {
         ++counters.duplicates;
         return;
+    }
+    counters.resentPackets += packet.saysResent() || entry.wishes.wasAsked(packet.id) ? 1 : 0;
+    if (packet.id > next) {
+        entry.wishes.gap(next, std::min(packet.id - 1, block.lastWithPlace()), now, m_settings);
     }
     if (block.leader()) {
         m_blockOrder.sawLeader(block.sequence(), block.leader()->timestamp);
@@ -141,16 +165,37 @@ void Receiver::Impl::take(Block& block, const Packet& packet, Time now) {
     giveUpOvertaken();
 }
 
-Block* Receiver::Impl::find(const Packet& packet) {
-    const auto found = std::find_if(m_order.rbegin(), m_order.rend(), [&](const Block* block) {
-        return block->is(packet.block, packet.extended());
+void Receiver::Impl::takeError(Entry& entry, const Packet& packet) {
+    ++counters.unavailable;
+    if (!saysGone(packet.status)) {
+        return;
+    }
+    const bool withAllBefore = packet.status == static_cast<std::uint16_t>(Status::RemovedWithAllBefore);
+    entry.wishes.unavailable(packet.id, withAllBefore);
+    for (Entry* other : m_order) {
+        if (withAllBefore && other->block.sequence() < entry.block.sequence()) {
+            other->wishes.unavailable(kMostPackets, true);
+            review(*other);
+        }
+    }
+    review(entry);
+    deliver();
+}
+
+Receiver::Impl::Entry* Receiver::Impl::find(std::uint64_t block, bool extendedIds) {
+    const auto found = std::find_if(m_order.rbegin(), m_order.rend(), [&](const Entry* entry) {
+        return entry->block.is(block, extendedIds);
     });
     return found == m_order.rend() ? nullptr : *found;
 }
 
-Block* Receiver::Impl::begin(const Packet& packet, Time now) {
+Receiver::Impl::Entry* Receiver::Impl::begin(const Packet& packet, Time now) {
+    if (packet.isError()) {
+        ++counters.late;
+        return nullptr;
+    }
     if (!canBegin(packet)) {
-        ++(packet.isError() ? counters.late : counters.malformed);
+        ++counters.malformed;
         return nullptr;
     }
     const bool quiet = m_order.empty() && now - m_lastEnd > m_settings.patience;
@@ -165,64 +210,74 @@ Block* Receiver::Impl::begin(const Packet& packet, Time now) {
     case BlockOrder::Verdict::Ignored:
         return nullptr;
     case BlockOrder::Verdict::Restart:
-        std::for_each(m_order.begin(), m_order.end(), [this](Block* block) { finish(*block); });
-        deliver();
+        finishAll();
         break;
     case BlockOrder::Verdict::Begin:
         break;
     }
-    if (m_idle.empty()) {
-        finish(*m_order.front());
-        deliver();
-    }
-    Block* block = m_idle.back();
-    const Block::Start start{packet.block, packet.extended(), sequence, likelyPayload(packet.extended())};
-    Buffer buffer;
-    if (findBuffer(buffer)) {
-        block->begin(start, buffer, m_settings, now);
-    } else {
-        block->beginWithout(start, now);
-        ++counters.droppedArriving;
-        m_blockOrder.ended(sequence, true, std::nullopt);
-    }
-    m_idle.pop_back();
-    m_blockOrder.began(packet, sequence);
-    m_order.insert(
-        std::find_if(
-            m_order.begin(), m_order.end(), [&](const Block* other) { return other->sequence() > sequence; }),
-        block);
-    deliver();
-    return block;
+    return insert(packet, sequence, now);
 }
 
-bool Receiver::Impl::findBuffer(Buffer& out) {
-    if (free.empty()) {
-        if (m_settings.overflow == Overflow::DropArriving || finished.empty()) {
-            return false;
-        }
-        free.push_back(finished.front().buffer);
-        finished.pop_front();
-        ++counters.droppedOldest;
+Receiver::Impl::Entry* Receiver::Impl::insert(const Packet& packet, std::uint64_t sequence, Time now) {
+    if (m_idle.empty()) {
+        finish(m_order.front()->block);
+        deliver();
     }
-    out = free.back();
-    free.pop_back();
-    return true;
+    if (m_blockOrder.isDelivered(sequence)) {
+        ++counters.late;
+        return nullptr;
+    }
+    Entry* entry = m_idle.back();
+    m_idle.pop_back();
+    const auto later = std::find_if(m_order.begin(), m_order.end(), [&](Entry* other) {
+        if (other->block.sequence() < sequence) {
+            other->wishes.overtaken(now);
+        }
+        return other->block.sequence() > sequence;
+    });
+    entry->wishes.begin(m_settings.resend);
+    if (later != m_order.end()) {
+        entry->wishes.overtaken(now);
+    }
+    m_order.insert(later, entry);
+    m_blockOrder.began(packet, sequence);
+
+    const Block::Start start{packet.block, packet.extended(), sequence, likelyPayload(packet.extended())};
+    Buffer buffer;
+    if (buffers.take(buffer, m_settings.overflow, counters)) {
+        entry->block.begin(start, buffer, m_settings, now);
+        return entry;
+    }
+    entry->block.beginWithout(start, now);
+    ++counters.droppedArriving;
+    m_blockOrder.ended(sequence, true, std::nullopt);
+    deliver();
+    return nullptr;
 }
 
 std::size_t Receiver::Impl::likelyPayload(bool extendedIds) const {
-    const std::size_t headers = headersOf(extendedIds);
-    const std::size_t set = m_settings.packetSize > headers ? m_settings.packetSize - headers : 0;
-    return m_learnt[extendedIds ? 1 : 0] != 0 ? m_learnt[extendedIds ? 1 : 0] : set;
+    if (m_learnt[extendedIds ? 1 : 0] != 0) {
+        return m_learnt[extendedIds ? 1 : 0];
+    }
+    const std::size_t headers = extendedIds ? kExtendedPacketOverhead : kPacketOverhead;
+    return m_settings.packetSize > headers ? m_settings.packetSize - headers : 0;
 }
 
-// Without asking again, what is missing of a block can only have been overtaken.
+// A block ends when nothing that is missing of it may still come.
+void Receiver::Impl::review(Entry& entry) {
+    if (!entry.block.finished() && entry.wishes.asking() && !entry.wishes.hopes(entry.block)) {
+        finish(entry.block);
+    }
+}
+
+// Where nothing is asked for, packets that are missing can only have been overtaken.
 void Receiver::Impl::giveUpOvertaken() {
     std::uint32_t later = 0;
-    for (auto block = m_order.rbegin(); block != m_order.rend(); ++block) {
-        if (later >= kOvertaken && !(*block)->finished()) {
-            finish(**block);
+    for (auto entry = m_order.rbegin(); entry != m_order.rend(); ++entry) {
+        if (later >= kOvertaken && !(*entry)->wishes.asking()) {
+            finish((*entry)->block);
         }
-        later += (*block)->arrived();
+        later += (*entry)->block.arrived();
     }
     deliver();
 }
@@ -234,78 +289,104 @@ void Receiver::Impl::finish(Block& block) {
     if (block.settledPayload() != 0) {
         m_learnt[block.extendedIds() ? 1 : 0] = block.settledPayload();
     }
-    counters.missingPackets += block.missingPackets();
-    m_blockOrder.ended(
-        block.sequence(), false, block.leader() ? std::optional(block.leader()->timestamp) : std::nullopt);
     block.finish();
+    counters.missingPackets += block.missingPackets();
+    const auto& leader = block.leader();
+    m_blockOrder.ended(block.sequence(), false, leader ? std::optional(leader->timestamp) : std::nullopt);
     m_lastEnd = std::max(m_lastEnd, block.lastPacket());
 }
 
+void Receiver::Impl::finishAll() {
+    for (Entry* entry : m_order) {
+        finish(entry->block);
+    }
+    deliver();
+}
+
 void Receiver::Impl::deliver() {
-    while (!m_order.empty() && m_order.front()->finished()) {
-        Block* block = m_order.front();
+    while (!m_order.empty() && m_order.front()->block.finished()) {
+        Entry* entry = m_order.front();
         m_order.erase(m_order.begin());
-        counters.lostBlocks += m_blockOrder.delivered(block->sequence());
-        if (block->buffer().data != nullptr) {
-            Image& image = finished.emplace_back();
-            block->describe(image);
+        counters.lostBlocks += m_blockOrder.delivered(entry->block.sequence());
+        if (entry->block.buffer().data != nullptr) {
+            Image& image = buffers.append();
+            entry->block.describe(image);
             const bool whole = image.status == ImageStatus::Complete ||
                                (image.status == ImageStatus::NotUnderstood && image.missing.empty());
             ++(whole ? counters.complete : counters.incomplete);
         }
-        release(*block);
+        release(*entry);
     }
 }
 
-void Receiver::Impl::release(Block& block) {
-    m_idle.push_back(&block);
-    if (m_current == &block) {
+void Receiver::Impl::release(Entry& entry) {
+    m_idle.push_back(&entry);
+    if (m_current == &entry.block) {
         m_current = &m_none;
     }
 }
 
 void Receiver::Impl::advance(Time now) {
-    for (Block* block : m_order) {
-        if (!block->finished() && now - block->lastPacket() >= m_settings.patience) {
-            finish(*block);
+    Time heldSince = Wishes::kNever; // since when a later block has waited for those before
+    for (auto entry = m_order.rbegin(); entry != m_order.rend(); ++entry) {
+        Block& block = (*entry)->block;
+        if (block.finished()) {
+            heldSince = std::min(heldSince, block.lastPacket());
+            continue;
+        }
+        (*entry)->wishes.ask(block, now, m_settings, m_wishes);
+        const Time since = std::min(heldSince, block.lastPacket());
+        if (now - since >= m_settings.patience) {
+            finish(block);
+        } else {
+            review(**entry);
         }
     }
     giveUpOvertaken();
 }
 
 std::optional<Time> Receiver::Impl::deadline() const {
-    std::optional<Time> first;
-    for (const Block* block : m_order) {
-        if (!block->finished()) {
-            const Time due = block->lastPacket() + m_settings.patience;
-            first = first ? std::min(*first, due) : due;
+    Time first = Wishes::kNever;
+    Time heldSince = Wishes::kNever;
+    for (auto entry = m_order.rbegin(); entry != m_order.rend(); ++entry) {
+        const Block& block = (*entry)->block;
+        if (block.finished()) {
+            heldSince = std::min(heldSince, block.lastPacket());
+            continue;
         }
+        first = std::min(
+            {first, (*entry)->wishes.due(block, m_settings),
+             std::min(heldSince, block.lastPacket()) + m_settings.patience});
     }
-    return first;
+    return first == Wishes::kNever ? std::nullopt : std::optional(first);
 }
 
-bool Receiver::Impl::nextImage(Image& out) {
-    if (finished.empty()) {
-        return false;
+// Wishes that were fulfilled, or whose block ended, before anybody fetched them are none any more.
+bool Receiver::Impl::nextWish(ResendWish& out) {
+    while (!m_wishes.empty()) {
+        out = m_wishes.front();
+        m_wishes.pop_front();
+        const Entry* entry = find(out.block, out.extendedIds);
+        if (entry != nullptr && !entry->block.finished()) {
+            ++counters.wishes;
+            counters.wishedPackets += out.last - out.first + 1;
+            return true;
+        }
     }
-    out = std::move(finished.front());
-    finished.pop_front();
-    return true;
+    return false;
 }
 
 void Receiver::Impl::restart() {
-    for (Block* block : m_order) {
-        if (block->buffer().data != nullptr) {
-            free.push_back(block->buffer());
+    for (Entry* entry : m_order) {
+        if (entry->block.buffer().data != nullptr) {
+            buffers.lend(entry->block.buffer());
         }
-        block->finish();
-        release(*block);
+        entry->block.finish();
+        release(*entry);
     }
     m_order.clear();
-    for (const Image& image : finished) {
-        free.push_back(image.buffer);
-    }
-    finished.clear();
+    m_wishes.clear();
+    buffers.dropWaiting();
     m_blockOrder = {};
 }
 
@@ -320,32 +401,41 @@ Receiver::Receiver(const Settings& settings) : m_impl(std::make_unique<Impl>(set
 Receiver::~Receiver() = default;
 
 void Receiver::lend(const Buffer& buffer) {
-    m_impl->free.push_back(buffer);
+    m_impl->buffers.lend(buffer);
 }
+
 void Receiver::packet(std::span<const std::uint8_t> datagram, Time now) {
     m_impl->packet(datagram, now);
 }
+
 void Receiver::advance(Time now) {
     m_impl->advance(now);
 }
+
 std::optional<Time> Receiver::deadline() const {
     return m_impl->deadline();
 }
+
 bool Receiver::nextImage(Image& out) {
-    return m_impl->nextImage(out);
+    return m_impl->buffers.next(out);
 }
+
 std::size_t Receiver::waiting() const {
-    return m_impl->finished.size();
+    return m_impl->buffers.waiting();
 }
-bool Receiver::nextWish(ResendWish&) {
-    return false;
+
+bool Receiver::nextWish(ResendWish& out) {
+    return m_impl->nextWish(out);
 }
+
 void Receiver::restart() {
     m_impl->restart();
 }
+
 void Receiver::setSettings(const Settings& settings) {
     m_impl->setSettings(settings);
 }
+
 const Counters& Receiver::counters() const {
     return m_impl->counters;
 }

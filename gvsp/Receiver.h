@@ -49,20 +49,22 @@ struct Range {
 
 enum class ImageStatus {
     Complete,
-    Incomplete,    // bytes are missing; the map tells which
+    Incomplete, // bytes are missing: the map tells which; or truncated; or the camera says that it lost some
     NotUnderstood, // a payload type that is no image: raw bytes
 };
 
 struct Image {
     Buffer buffer;
-    std::size_t size = 0; // bytes of payload, missing ones included; never more than the buffer has
+    // Bytes of payload, missing ones included, also those that the image's shape promises and no packet
+    // carried. Never more than the buffer has.
+    std::size_t size = 0;
     std::uint64_t block = 0;
     std::uint64_t timestamp = 0; // the camera's ticks
     std::uint16_t payloadType = 0;
     bool withChunks = false;
     ImageStatus status = ImageStatus::Complete;
     Geometry geometry;
-    bool geometryAssumed = false; // the leader was lost or lied about its size: what the settings say
+    bool geometryAssumed = false; // no leader tells it, or one that its packets belie: what the settings say
     bool truncated = false;       // the payload was longer than the buffer
     std::size_t missingBytes = 0;
     std::vector<Range> missing; // ascending, apart from one another
@@ -90,7 +92,7 @@ struct Settings {
     Time nextWish{std::chrono::milliseconds(10)};  // and again, up to
     unsigned mostWishes = 5;                       // times
     Time patience{std::chrono::milliseconds(200)}; // without any packet a block is given up
-    double mostResent = 0.25;                      // of the packets of a block; beyond, it is not asked for
+    double mostResent = 0.25; // of the packets of a block, and 8 at least; more are not asked for
 };
 
 struct Counters {

@@ -134,7 +134,7 @@ void Block::describe(Image& out) const {
     if (!complete() || size != end.bytes || m_slots == kMostPackets) {
         collectMissing(out);
     }
-    const bool whole = end.known && out.missing.empty() && !out.truncated;
+    const bool whole = end.known && out.missing.empty() && !out.truncated && !m_cameraLost;
     out.status = !isUnderstood(out.payloadType) ? ImageStatus::NotUnderstood
                  : whole                        ? ImageStatus::Complete
                                                 : ImageStatus::Incomplete;

@@ -114,6 +114,8 @@ inline constexpr std::size_t kExtendedChunkTrailerHeight = 8;
 
 // What stands behind the bytes of each chunk: its id and its length, 32 bits each. Chunks are found from the
 // end of the payload backwards; the image is the first of them.
+inline constexpr std::size_t kChunkId = 0;
+inline constexpr std::size_t kChunkLength = 4;
 inline constexpr std::size_t kChunkMark = 8;
 
 struct PixelFormat {

@@ -56,7 +56,7 @@ struct Sent {
         put(out, 0x01080001, 4);
         put(out, width, 4);
         put(out, height, 4);
-        put(out, 0, 12);
+        out.insert(out.end(), 12, 0);
         return out;
     }
     Bytes trailer() const {

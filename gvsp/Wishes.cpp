@@ -1,0 +1,178 @@
+#include "gvsp/Wishes.h"
+
+#include <algorithm>
+
+namespace gvsp {
+
+void Wishes::begin(bool resend) {
+    m_asking = resend;
+    m_gaps.clear();
+    m_gapDue = kNever;
+    m_asked = 0;
+    m_gone.clear(0);
+    m_goneBelow = 0;
+    m_overtaken.reset();
+    m_tailWishes = 0;
+    m_tailFirst = m_tailLast = 0;
+    m_tailGivenUp = false;
+}
+
+void Wishes::gap(std::uint32_t first, std::uint32_t last, Time now, const Settings& settings) {
+    if (!m_asking) {
+        return;
+    }
+    if (m_gaps.size() == kMostGaps) {
+        m_gaps.back().last = last;
+        return;
+    }
+    m_gaps.push_back({first, last, now + settings.firstWish, 0});
+    m_gapDue = std::min(m_gapDue, now + settings.firstWish);
+}
+
+void Wishes::overtaken(Time now) {
+    m_overtaken = m_overtaken.value_or(now);
+}
+
+void Wishes::unavailable(std::uint32_t id, bool withAllBefore) {
+    if (withAllBefore) {
+        m_goneBelow = std::max(m_goneBelow, id + 1);
+    } else if (id < kMostPackets) {
+        m_gone.grow(id + 1);
+        m_gone.insert(id);
+    }
+}
+
+bool Wishes::isWanted(const Block& block, std::uint32_t id) const {
+    const bool missing = id >= block.next() ? !block.hasTrailer() : block.isMissing(id);
+    return missing && !isGone(id);
+}
+
+// What has come, or will not, goes from both ends; false when nothing is left.
+bool Wishes::shrink(const Block& block, Gap& gap) const {
+    while (gap.first <= gap.last && !isWanted(block, gap.first)) {
+        ++gap.first;
+    }
+    while (gap.last > gap.first && !isWanted(block, gap.last)) {
+        --gap.last;
+    }
+    return gap.first <= gap.last;
+}
+
+bool Wishes::hopes(const Block& block) {
+    std::erase_if(m_gaps, [&](Gap& gap) { return !shrink(block, gap); });
+    if (!m_gaps.empty()) {
+        return true;
+    }
+    // As long as no later block has begun, the tail may come without being asked for.
+    return !block.hasTrailer() && !(m_overtaken && (m_tailGivenUp || tailIsGone(block)));
+}
+
+bool Wishes::tailIsGone(const Block& block) const {
+    const std::uint32_t last = block.lastId();
+    for (std::uint32_t id = block.next(); id <= last; ++id) {
+        if (!isGone(id)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Wishes::wasAsked(std::uint32_t id) const {
+    if (m_tailWishes != 0 && id >= m_tailFirst && id <= m_tailLast) {
+        return true;
+    }
+    const auto gap =
+        std::lower_bound(m_gaps.begin(), m_gaps.end(), id, [](const Gap& left, std::uint32_t right) {
+            return left.last < right;
+        });
+    return gap != m_gaps.end() && gap->first <= id && gap->wishes != 0;
+}
+
+Time Wishes::tailDue(const Block& block, const Settings& settings) const {
+    if (m_tailGivenUp || block.hasTrailer()) {
+        return kNever;
+    }
+    // A later block may have begun and this one go on all the same.
+    const Time silence = m_overtaken ? std::max(*m_overtaken, block.lastPacket()) + settings.firstWish
+                                     : block.lastPacket() + settings.nextWish;
+    return m_tailWishes == 0 ? silence : std::max(m_tailAsked + settings.nextWish, silence);
+}
+
+Time Wishes::due(const Block& block, const Settings& settings) const {
+    return m_asking ? std::min(m_gapDue, tailDue(block, settings)) : kNever;
+}
+
+void Wishes::ask(const Block& block, Time now, const Settings& settings, std::deque<ResendWish>& out) {
+    if (!m_asking) {
+        return;
+    }
+    if (m_gapDue <= now) {
+        std::erase_if(m_gaps, [&](Gap& gap) {
+            return !shrink(block, gap) || (gap.due <= now && gap.wishes >= settings.mostWishes);
+        });
+        m_gapDue = kNever;
+        for (Gap& gap : m_gaps) {
+            if (gap.due <= now && m_asking) {
+                askForGap(block, gap, now, settings, out);
+            }
+            m_gapDue = std::min(m_gapDue, gap.due);
+        }
+    }
+    if (m_asking && tailDue(block, settings) <= now) {
+        askForTail(block, now, settings, out);
+    }
+}
+
+void Wishes::askForGap(
+    const Block& block, Gap& gap, Time now, const Settings& settings, std::deque<ResendWish>& out) {
+    gap.due = now + settings.nextWish;
+    if (gap.wishes == 0 && !afford(block, gap.first, gap.last, settings)) {
+        return;
+    }
+    ++gap.wishes;
+    append(block, gap.first, gap.last, out);
+}
+
+void Wishes::askForTail(const Block& block, Time now, const Settings& settings, std::deque<ResendWish>& out) {
+    if (m_tailWishes >= settings.mostWishes) {
+        m_tailGivenUp = true;
+        return;
+    }
+    const std::uint32_t first = block.next();
+    const std::uint32_t last = block.lastId();
+    if (m_tailWishes == 0 && !afford(block, first, last, settings)) {
+        return;
+    }
+    ++m_tailWishes;
+    m_tailAsked = now;
+    m_tailFirst = first;
+    m_tailLast = last;
+    append(block, first, last, out);
+}
+
+// Too much is lost for asking to make it better: from then on nothing is asked for.
+bool Wishes::afford(const Block& block, std::uint32_t first, std::uint32_t last, const Settings& settings) {
+    const double all = static_cast<double>(block.lastId()) + 1;
+    const double limit = settings.mostResent > 0 ? std::max(kFewPackets, settings.mostResent * all) : 0;
+    for (std::uint32_t id = first; id <= last && static_cast<double>(m_asked) <= limit; ++id) {
+        m_asked += isWanted(block, id) ? 1 : 0;
+    }
+    m_asking = static_cast<double>(m_asked) <= limit;
+    return m_asking;
+}
+
+void Wishes::append(
+    const Block& block, std::uint32_t first, std::uint32_t last, std::deque<ResendWish>& out) {
+    for (std::uint32_t id = first; id <= last && out.size() < kMostWaiting; ++id) {
+        if (!isWanted(block, id)) {
+            continue;
+        }
+        const std::uint32_t begin = id;
+        while (id < last && isWanted(block, id + 1)) {
+            ++id;
+        }
+        out.push_back({block.id(), begin, id, block.extendedIds()});
+    }
+}
+
+} // namespace gvsp
