@@ -53,7 +53,7 @@ public:
     // A file that does not exist holds no address. False with one line in `error` when it cannot be read or
     // holds anything else; what could be read is taken.
     bool load(std::string& error);
-    // Keeps an address and writes the file anew; on failure the earlier address stays.
+    // Keeps an address and rewrites the file; on failure the earlier address stays.
     bool set(PortKey port, const std::string& ip, std::string& error);
     // Nothing when none was given.
     std::optional<PortIp> ip(PortKey port) const;

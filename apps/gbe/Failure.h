@@ -12,9 +12,11 @@ namespace gbe {
 
 class Failure : public std::runtime_error {
 public:
-    // "<what>: <text of the code> (<code>)"
-    Failure(const std::string& what, int code)
-        : std::runtime_error(what + ": " + Gbe_getErrorDescription(code) + " (" + std::to_string(code) + ")"),
+    // "<what>: <text of the code> (<code>)", and behind a colon the hint, if there is one.
+    Failure(const std::string& what, int code, const std::string& hint = {})
+        : std::runtime_error(
+              what + ": " + Gbe_getErrorDescription(code) + " (" + std::to_string(code) + ")" +
+              (hint.empty() ? "" : ": ") + hint),
           m_reason(Gbe_getErrorDescription(code)) {}
     // For what no call of the library has said.
     explicit Failure(const std::string& text) : std::runtime_error(text), m_reason(text) {}

@@ -17,7 +17,7 @@ void showInfo(const Selection& selection, Format format);
 void showAddresses(const Selection& selection);
 struct NewAddress {
     std::string camera; // a MAC address, an IP address or a user-defined name
-    std::string ip;     // or "auto": the camera configures itself anew
+    std::string ip;     // or "auto": the camera configures itself
     std::string mask;   // empty: the port's
     std::string gateway;
 };

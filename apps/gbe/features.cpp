@@ -1,6 +1,7 @@
 #include "features.h"
 
 #include "Failure.h"
+#include "hints.h"
 
 #include <QtCore/QXmlStreamReader>
 
@@ -16,6 +17,13 @@ namespace {
 
 constexpr std::chrono::seconds kCommandLimit{10};
 constexpr std::chrono::milliseconds kCommandPoll{10};
+
+// What a call that sets a feature has returned.
+void checkSet(CameraHandle* camera, const std::string& name, int code) {
+    if (code < 0) {
+        throw Failure(name, code, code == GBE_ERROR_ILLEGAL_VALUE ? valueHint(camera, name) : "");
+    }
+}
 
 long long parseInteger(const std::string& name, const std::string& text) {
     char* end = nullptr;
@@ -61,11 +69,15 @@ const char* kindName(int kind) {
 
 int featureKind(CameraHandle* camera, const std::string& name) {
     int kind = GBE_KIND_OTHER;
-    check(name, Gbe_getFeatureKind(camera, name.c_str(), &kind));
+    const int code = Gbe_getFeatureKind(camera, name.c_str(), &kind);
+    if (code < 0) {
+        throw Failure(name, code, code == GBE_ERROR_ILLEGAL_NODE ? nameHint(camera, name) : "");
+    }
     return kind;
 }
 
 std::string readText(CameraHandle* camera, const std::string& name) {
+    featureKind(camera, name);
     std::string text;
     unsigned size = 0;
     int code = Gbe_getValueAsString(camera, name.c_str(), nullptr, &size);
@@ -104,15 +116,15 @@ void writeText(CameraHandle* camera, const std::string& name, const std::string&
     const char* feature = name.c_str();
     switch (featureKind(camera, name)) {
     case GBE_KIND_INTEGER:
-        return check(name, Gbe_setIntegerValue(camera, feature, parseInteger(name, value)));
+        return checkSet(camera, name, Gbe_setIntegerValue(camera, feature, parseInteger(name, value)));
     case GBE_KIND_FLOAT:
-        return check(name, Gbe_setFloatValue(camera, feature, parseFloat(name, value)));
+        return checkSet(camera, name, Gbe_setFloatValue(camera, feature, parseFloat(name, value)));
     case GBE_KIND_BOOLEAN:
-        return check(name, Gbe_setBooleanValue(camera, feature, parseBoolean(name, value)));
+        return checkSet(camera, name, Gbe_setBooleanValue(camera, feature, parseBoolean(name, value)));
     case GBE_KIND_STRING:
-        return check(name, Gbe_setStringValue(camera, feature, value.c_str()));
+        return checkSet(camera, name, Gbe_setStringValue(camera, feature, value.c_str()));
     case GBE_KIND_ENUMERATION:
-        return check(name, Gbe_setEnumerationValue(camera, feature, value.c_str()));
+        return checkSet(camera, name, Gbe_setEnumerationValue(camera, feature, value.c_str()));
     case GBE_KIND_COMMAND:
         throw Failure(name + ": is a command: gbe exec " + name);
     default:
@@ -125,7 +137,7 @@ std::vector<std::pair<std::string, std::string>> parseSettings(const std::vector
     for (const std::string& text : texts) {
         const std::size_t equals = text.find('=');
         if (equals == 0 || equals == text.npos) {
-            throw Failure("\"" + text + "\": is not NAME=VALUE");
+            throw Failure("\"" + text + "\" is not NAME=VALUE");
         }
         values.emplace_back(text.substr(0, equals), text.substr(equals + 1));
     }
@@ -133,6 +145,9 @@ std::vector<std::pair<std::string, std::string>> parseSettings(const std::vector
 }
 
 void execute(CameraHandle* camera, const std::string& name) {
+    if (const int kind = featureKind(camera, name); kind != GBE_KIND_COMMAND) {
+        throw Failure(name + ": is no command; its kind is " + kindName(kind));
+    }
     check(name, Gbe_executeCommand(camera, name.c_str()));
     const auto deadline = std::chrono::steady_clock::now() + kCommandLimit;
     for (;;) {

@@ -21,7 +21,7 @@ ServiceReply askService(const std::string& request);
 
 const char* serviceSocket();
 
-// Looks anew at a port's link, at a board (without a port), or at everything (without a board). Throws
+// Looks again at a port's link, at a board (without a port), or at everything (without a board). Throws
 // Failure.
 void rescan(std::optional<int> board, std::optional<unsigned> port);
 

@@ -89,7 +89,15 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
         QStringList arguments;
         std::string err;
     } rows[] = {
-        {{"--port", "0", "get", "Widht"}, "gbe: Widht: " + fault(GBE_ERROR_ILLEGAL_NODE)},
+        {{"--port", "0", "get", "Widht"},
+         "gbe: Widht: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no feature has this name; Width is one")},
+        {{"--port", "0", "get", "Nonsense"},
+         "gbe: Nonsense: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no feature has this name")},
+        {{"--port", "0", "set", "Width=1000000"},
+         "gbe: Width: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": from 16 to 1920 in steps of 4")},
+        {{"--port", "0", "set", "TriggerMode=Maybe"},
+         "gbe: TriggerMode: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": one of Off, On")},
+        {{"--port", "0", "exec", "Width"}, "gbe: Width: is no command; its kind is integer\n"},
         {{"--port", "0", "set", "DeviceModelName=x"},
          "gbe: DeviceModelName: " + fault(GBE_ERROR_NOT_WRITABLE)},
         {{"--port", "0", "set", "Width=wide"}, "gbe: Width: \"wide\" is not an integer\n"},
@@ -111,7 +119,8 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
     EXPECT_EQ(some.out, "Width  1920\n");
     EXPECT_EQ(
         some.err,
-        "gbe: Widht: " + fault(GBE_ERROR_ILLEGAL_NODE) + "gbe: Hieght: " + fault(GBE_ERROR_ILLEGAL_NODE));
+        "gbe: Widht: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no feature has this name; Width is one") +
+            "gbe: Hieght: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no feature has this name; Height is one"));
     for (const QStringList& wrong :
          {QStringList{}, QStringList{"jump"}, QStringList{"ip"}, QStringList{"--port", "4", "scan"},
           QStringList{"scan", "--mac", "x"}, QStringList{"get"}}) {

@@ -26,8 +26,8 @@ namespace test {
 inline constexpr int kDeadlineMs = 60000;
 
 // What a program says of a status at the end of a line.
-inline std::string fault(int code) {
-    return std::string(Gbe_getErrorDescription(code)) + " (" + std::to_string(code) + ")\n";
+inline std::string fault(int code, const std::string& hint = {}) {
+    return std::string(Gbe_getErrorDescription(code)) + " (" + std::to_string(code) + ")" + hint + "\n";
 }
 
 struct Outcome {
