@@ -94,7 +94,7 @@ inline constexpr std::size_t kSize = 248;
 // FORCEIP command: offsets within its payload; all else in it is reserved
 namespace force_ip {
 inline constexpr std::size_t kMac = 2; // high 2 bytes, low 4 bytes
-inline constexpr std::size_t kIp = 20; // 0: the device is to configure itself anew
+inline constexpr std::size_t kIp = 20; // 0: the device is to configure itself
 inline constexpr std::size_t kSubnetMask = 36;
 inline constexpr std::size_t kGateway = 52;
 inline constexpr std::size_t kSize = 56;

@@ -25,8 +25,8 @@ public:
         : m_station(station), m_notices(notices), m_origin(origin),
           m_linkLocal(station.mac(), origin.second) {}
 
-    // Configures the camera anew. `registers` say what is persistent; they show the outcome from now on and
-    // must live until stop() or the next start.
+    // Configures the camera from the start. `registers` say what is persistent; they show the outcome from
+    // now on and must live until stop() or the next start.
     void start(Registers& registers, Time now);
     void force(const IpConfiguration& ip);
     // Without an address until the next start.

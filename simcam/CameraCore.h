@@ -51,7 +51,7 @@ public:
     // When due() has something to do next, if nothing arrives before.
     std::optional<Time> deadline() const;
 
-    // Starts the camera anew: nothing but what it keeps without power survives. It neither hears nor speaks
+    // Restarts the camera: nothing but what it keeps without power survives. It neither hears nor speaks
     // for `silent`, and then looks for its address.
     void reboot(Time now, milliseconds silent);
     // It neither hears nor speaks until then; all else goes on, as with its cable pulled.
@@ -83,7 +83,7 @@ private:
     FaultPlan m_faults;
     Station m_station;
     Addressing m_addressing;
-    std::unique_ptr<CameraUnit> m_unit; // never null; made anew by a reboot
+    std::unique_ptr<CameraUnit> m_unit; // never null; another one after a reboot
     Line m_in;
     Line m_out;
     std::optional<Time> m_silentUntil;

@@ -1,7 +1,7 @@
 // What the camera keeps without power: its name, its persistent address, whether that is switched on, and the
-// user sets (GigE Vision 1.2, chapter 27; all other registers start anew). As text it is one line for each
-// register, "NAME = BYTES" in hexadecimal, the registers of a user set as "UserSet1/NAME". One thread at a
-// time.
+// user sets (GigE Vision 1.2, chapter 27; all other registers start as they were made). As text it is one
+// line for each register, "NAME = BYTES" in hexadecimal, the registers of a user set as "UserSet1/NAME". One
+// thread at a time.
 #pragma once
 
 #include "simcam/RegisterModel.h"

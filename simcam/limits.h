@@ -27,7 +27,7 @@ inline constexpr std::size_t kArpEntries = 64;
 inline constexpr std::size_t kRememberedSources = 16;
 
 // How long a repeated request id counts as a retransmission. Hosts give up on a command within seconds; an
-// application that starts anew counts its ids from the same number again and must get fresh answers.
+// application that restarts counts its ids from the same number again and must get fresh answers.
 inline constexpr milliseconds kRetransmissionWindow{5000};
 
 // Bounds of the heartbeat time-out register. The lower one is the standard's.

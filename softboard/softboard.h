@@ -79,7 +79,7 @@ SOFTBOARD_API bool startCapture(int board, int port, const std::string& file, st
 SOFTBOARD_API bool stopCapture(int board, int port);
 
 // Makes the wire of a port faulty, or sound again with an empty plan. The frame counts of the plan start
-// anew.
+// at 0.
 SOFTBOARD_API bool setFaultPlan(int board, int port, const FaultPlan& plan);
 
 // A frame enters a port's receive path behind the PHY: it needs no link and nothing attached, but an enabled

@@ -8,8 +8,8 @@
 //     device->enableSignalling(true);
 //
 // Lifetime: the device belongs to the handle. It stays until the handle is disconnected, switched, connected
-// anew after control was lost, or freed. Its nodes and their signals stay as long, or until
-// Gbe_enableStandardBehaviour builds them anew. Nobody else deletes a device or a node.
+// again after control was lost, or freed. Its nodes and their signals stay as long, or until
+// Gbe_enableStandardBehaviour builds them again. Nobody else deletes a device or a node.
 //
 // Threads: look-ups, reads and writes may come from any thread, beside the feature calls of the C interface.
 // The calls that end the device must not run beside them, as liomol/gige.h says of the handle.

@@ -137,9 +137,8 @@ typedef void (*GbeFeatureCallback)(CameraHandle* camera, const char* name, int c
  * of the feature; with a null callback no more. Once the call has returned, the earlier callback does not run
  * any more, unless it is the caller.
  * Callbacks run on one thread of the device, one after another, some time after the change; changes that
- * follow one another quickly may be told as one. A
- * callback may use the feature calls. A watch ends with the connection, and when Gbe_enableStandardBehaviour
- * builds the features anew. */
+ * follow one another quickly may be told as one. A callback may use the feature calls. A watch ends with the
+ * connection, and when Gbe_enableStandardBehaviour builds the features again. */
 GBE_API int Gbe_watchFeature(CameraHandle* camera, const char* name, GbeFeatureCallback callback, void* user);
 
 /* `loss` is a GbeControlLoss. */

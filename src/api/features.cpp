@@ -75,7 +75,7 @@ int Gbe_executeCommand(CameraHandle* camera, const char* name) {
     return withFeature<&GenICamNode::asCommand>(camera, name, [](auto& node) { node.execute(); });
 }
 
-// The answer deliberately comes in place of the status.
+// The answer comes in place of the status.
 int Gbe_isCommandDone(CameraHandle* camera, const char* name) {
     bool done = false;
     const int result =

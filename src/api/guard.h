@@ -8,13 +8,13 @@
 
 namespace api {
 
-// Exceptions are deliberately caught by value: what is asked for its code is a copy, so that an exception's
+// Exceptions are caught by value: what is asked for its code is a copy, so that an exception's
 // own class cannot change it.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wcatch-value"
 
 // Runs `work`, whose result is a status, and turns an exception of either family into its code. Other
-// exceptions (the standard library's) deliberately leave the call: they are no answer of a camera.
+// exceptions (the standard library's) leave the call: they are no answer of a camera.
 template<typename Work> int guarded(Work&& work) {
     try {
         return std::forward<Work>(work)();

@@ -200,7 +200,7 @@ Device* PortBridge::servedDevice(const CameraPort& place) const {
     return device;
 }
 
-// What every access does first; `work` runs under the port's lock. A door that leads nowhere deliberately
+// What every access does first; `work` runs under the port's lock. A door that leads nowhere
 // does nothing and reports nothing. A camera whose control is lost is refused before the lock, which somebody
 // may hold for seconds, and after it.
 template<typename Access> void PortBridge::access(long long address, long long length, Access&& work) {
@@ -311,7 +311,7 @@ void PortBridge::writeUnaligned(Visit& visit, const unsigned char* buffer, Range
     }
 }
 
-// A repeated read deliberately does not take control first; a repeated write does.
+// A repeated read does not take control first; a repeated write does.
 void PortBridge::readRegister(Visit& visit, unsigned char* buffer, unsigned address) {
     AttemptLog log(visit.port, address, kRegisterSize, true);
     int value = 0;

@@ -113,7 +113,7 @@ Document fetch(CameraPort& place, const DescriptionUrl& url) {
         return fetchFromCamera(place, url);
     case UrlScheme::File:
         return fetchFromFile(url);
-    case UrlScheme::Http: // deliberately never fetched
+    case UrlScheme::Http: // never fetched
     case UrlScheme::Unusable:
     case UrlScheme::Unread:
         break;

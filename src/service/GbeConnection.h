@@ -13,7 +13,7 @@ public:
     GbeConnection& operator=(const GbeConnection&) = delete;
 
     bool isOpen() const { return m_fd >= 0; }
-    // Connects anew, closing an earlier connection: 0, or a negative number with errno telling why.
+    // Connects, closing an earlier connection: 0, or a negative number with errno telling why.
     int open(const char* path);
     void close();
 

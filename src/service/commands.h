@@ -13,7 +13,7 @@ class GbeTransmission;
 inline constexpr int kAllBoards = -1;
 inline constexpr unsigned kAllPorts = ~0u;
 
-// Lets the service look anew at a port, at a board (port kAllPorts) or at everything (both). With one port
+// Lets the service look again at a port, at a board (port kAllPorts) or at everything (both). With one port
 // the board is taken as given.
 bool cmdRescan(GbeTransmission& transmission, int board, unsigned port);
 

@@ -22,7 +22,7 @@ int AckHandOver::takeReadRegister(const QByteArray& frame) {
     return 0;
 }
 
-// Nobody is woken for a bad acknowledgement, deliberately: a good one may follow.
+// Nobody is woken for a bad acknowledgement: a good one may follow.
 int AckHandOver::takeReadMemory(const QByteArray& frame) {
     const ReceivedFrame ack(frame);
     if (frame::isPending(ack.packet)) {

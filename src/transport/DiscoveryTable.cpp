@@ -30,7 +30,7 @@ DiscoveredCamera* DiscoveryTable::find(const unsigned char* mac) {
 
 int DiscoveryTable::add(const DiscoveryAckData& ack) {
     if (m_count == kMaxCameras || find(&ack.bytes[gvcp::discovery::kMac]) != nullptr) {
-        return 0; // one too many is dropped without a word, deliberately
+        return 0; // one too many is dropped without a word
     }
     DiscoveredCamera& camera = m_records[static_cast<std::size_t>(m_count)];
     copyField(ack, gvcp::discovery::kMac, camera.mac);

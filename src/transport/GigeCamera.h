@@ -130,7 +130,7 @@ public:
 
     // --- To a camera by its MAC address, which may have any IP address
     // Gives an IP address to the camera. The acknowledgement is waited for; a camera that is to configure
-    // itself anew (address 0) need not send one, so that silence then is success too. The discovery table and
+    // itself (address 0) need not send one, so that silence then is success too. The discovery table and
     // the selected camera learn the new address, but not that of a camera that configures itself: only the
     // next discovery finds it.
     int ForceIp(int port, const frame::ForcedAddress& to);
@@ -143,7 +143,7 @@ public:
     int ReceiveReadMemAckPacket(int port, char* buffer, unsigned int capacity);
     int ReceiveWriteMemoryAckPacket(int port);
 
-    // --- Discovery: fills a port's table anew. Takes 1.1 s for one port and 1.4 s for all; must not run
+    // --- Discovery: refills a port's table. Takes 1.1 s for one port and 1.4 s for all; must not run
     // while commands are under way on its ports. The last argument is not used.
     int Discover(int port, int value);
     int DiscoverAll(int value);

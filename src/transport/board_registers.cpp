@@ -143,7 +143,7 @@ int GigeCamera::PhyReset(unsigned int phy, bool flag) {
     WriteMdioData(kControlRegister, kControlRestart);
     int result = 0;
     unsigned short control = 0;
-    do {             // without limit, deliberately: a board is of no use before its PHYs are up
+    do {             // without limit: a board is of no use before its PHYs are up
         control = 0; // what cannot be read does not keep anyone waiting
         result = ReadMdioData(kControlRegister, &control);
     } while ((control & kControlResetting) != 0);

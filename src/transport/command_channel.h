@@ -5,7 +5,7 @@
 //
 // Within its 2 seconds a command goes out again after 100, 300 and 700 ms of silence, with its own id. Each
 // call is an access by itself, or part of the one under way (exchange.h), and takes no longer than 8 seconds,
-// or 60 when the camera asks for patience; for more than one block of memory the time begins anew with each.
+// or 60 when the camera asks for patience; for more than one block of memory the time starts again with each.
 #pragma once
 
 #include "transport/Port.h"

@@ -9,7 +9,7 @@
 
 namespace transport {
 
-// Fills the port's table anew. Takes 1.1 s.
+// Refills the port's table. Takes 1.1 s.
 void discover(Port& port);
 // Several ports at once: 0.1 s a port, and one second for all.
 void discover(std::initializer_list<Port*> ports);

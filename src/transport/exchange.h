@@ -28,7 +28,7 @@ public:
     Access(const Access&) = delete;
     Access& operator=(const Access&) = delete;
 
-    // The camera has given a part of what was asked for: the time begins anew.
+    // The camera has given a part of what was asked for: the time starts again.
     void begin() { m_port.access() = AccessTime{m_port.now()}; }
     const AccessTime& time() const { return *m_port.access(); }
 

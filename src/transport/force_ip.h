@@ -5,7 +5,7 @@
 
 namespace transport {
 
-// The acknowledgement is waited for; a camera that is to configure itself anew (address 0) need not send one,
+// The acknowledgement is waited for; a camera that is to configure itself (address 0) need not send one,
 // so that silence then is success too. The discovery table and the current camera learn the new address, but
 // not that of a camera that configures itself: only the next discovery finds it. Results as in
 // command_channel.h.

@@ -14,8 +14,7 @@ constexpr std::uint8_t kIpv4WithoutOptions = 0x45;
 
 constexpr std::uint16_t kDhcpServer = 67;
 constexpr std::uint16_t kDhcpClient = 68;
-constexpr std::uint16_t kDhcpServerSwapped =
-    17152; // 67 in the other byte order is ignored as well, deliberately
+constexpr std::uint16_t kDhcpServerSwapped = 17152; // 67 in the other byte order is ignored as well
 
 // A command without payload and UDP checksum; `payload` is the bytes that follow the GVCP header.
 void command(

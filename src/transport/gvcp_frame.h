@@ -42,7 +42,7 @@ inline constexpr std::size_t kRequestId = kGvcp + gvcp::kRequestId;
 inline constexpr std::size_t kMemoryData =
     kPayload + 4; // of write-memory commands and read-memory acknowledgements
 
-// Read-memory commands are padded to another minimum than all others, deliberately.
+// Read-memory commands are padded to another minimum than all others.
 inline constexpr unsigned kMinimum = net::kMinFrame;
 inline constexpr unsigned kReadMemoryMinimum = 64;
 

@@ -15,7 +15,7 @@ struct SyncFactor {
     double factor; // line length units a pixel
 };
 
-// Bytes a pixel; the packed YUV formats count half as much again, deliberately.
+// Bytes a pixel; the packed YUV formats count half as much again.
 constexpr std::array kSyncFactors{
     SyncFactor{"Mono8", 1.0},         SyncFactor{"Mono8Signed", 1.0},   SyncFactor{"Mono10", 2.0},
     SyncFactor{"Mono10Packed", 1.5},  SyncFactor{"Mono12", 2.0},        SyncFactor{"Mono12Packed", 1.5},

@@ -177,7 +177,7 @@ File openLockFile(const std::string& name) {
     return file ? std::move(file) : openLockFile(openUserFolder(), name);
 }
 
-// Whether the file still bears its name: a restarted service may have made its folder anew.
+// Whether the file still bears its name: a restarted service may have made a new folder.
 bool isCurrent(const File& file, const std::string& name) {
     const File now = openLockFile(name);
     struct stat ours {};

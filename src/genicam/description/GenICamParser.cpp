@@ -183,7 +183,7 @@ std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseWhole(char* text) {
     try {
         document->parse<kParseFlags>(text);
     } catch (const rapidxml::parse_error&) {
-        reportParseError(); // what was complete before the error is used, deliberately
+        reportParseError(); // what was complete before the error is used
     }
     XmlNode* const first = document->first_node();
     return std::unique_ptr<GenICamTreeBuilder>(first == nullptr ? nullptr : parseNode(first, nullptr));

@@ -65,7 +65,7 @@ constexpr Reference<ImplGenICamPort> kPortReferences[] = {
 };
 static_assert(isAscending(kPortReferences));
 
-// Spelled otherwise than in the standard, deliberately: nodes whose description spells the attribute
+// Spelled otherwise than in the standard: nodes whose description spells the attribute
 // "NameSpace" count as "Custom".
 std::string_view nameSpace(const tavo::Quirks& quirks) {
     return quirks.ownNamespaceAttribute ? "Namespace" : "NameSpace";

@@ -20,7 +20,7 @@ constexpr Literal<ImplGenICamRegister> kRegisterLiterals[] = {
                      &ImplGenICamRegister::setCacheMode, &Builder::parseCacheMode,
                      Types::GenICamCacheModeType::WriteThrough>},
     {"Length", number<&ImplGenICamRegister::setLength>},
-    // Milliseconds; deliberately a second for registers that give none (see noCacheForASecond).
+    // Milliseconds; a second for registers that give none (see noCacheForASecond).
     {"PollingTime", number<&ImplGenICamRegister::setPollingTime, 1000>},
 };
 static_assert(isAscending(kRegisterLiterals));
@@ -75,7 +75,7 @@ void resolveAddress(Builder& builder, ImplGenICamRegister& node, Tree& tree) {
         const std::string_view offset = index.builder->findAttribute("Offset");
         std::int64_t factor = parseNumber(node, offset, 0);
         Node* target = factor == 0 ? nullptr : findNode(index.builder->getContent(), tree);
-        // An index without an offset is ignored, deliberately; the standard counts in lengths.
+        // An index without an offset is ignored; the standard counts in lengths.
         if (offset.empty() && !node.quirks().plainIndexIgnored) {
             factor = 1;
             target = makeIndexTerm(*index.builder, builder, node, tree);
@@ -85,7 +85,7 @@ void resolveAddress(Builder& builder, ImplGenICamRegister& node, Tree& tree) {
     }
 }
 
-// Only registers invalidate, and only registers; deliberately.
+// Only registers invalidate, and only registers.
 void resolveInvalidators(Builder& builder, ImplGenICamRegister& node, Tree& tree) {
     for (const Builder::Element& name : builder.getAllElementsByName("pInvalidator")) {
         if (auto* const invalidator = dynamic_cast<ImplGenICamRegister*>(findNode(name, tree))) {
