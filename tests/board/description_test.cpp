@@ -36,7 +36,6 @@ protected:
         ASSERT_TRUE(QDir().mkpath("installation/genicam/deeper"));
         ASSERT_TRUE(QDir().mkpath("installation/genicam-secrets"));
         writeFile("installation/genicam/cam.xml", descriptionOf("FromFile"));
-        writeFile("installation/genicam/deeper/cam.xml", descriptionOf("FromDeeperFile"));
         writeFile("installation/genicam/not-zipped.zip", descriptionOf("NotZipped"));
         writeFile("installation/outside.xml", descriptionOf("Outside"));
         writeFile("installation/genicam-secrets/cam.xml", descriptionOf("Outside"));
@@ -86,7 +85,6 @@ TEST_F(DescriptionTest, IsFoundThroughEitherUrl) {
         {"zip in the camera", "{zip}", "Http:x", 1, "InCamera"},
         {"text in the camera", "{xml}", "Http:x", 1, "InCamera"},
         {"file", "File:cam.xml", "Http:x", 3, "FromFile"},
-        {"file in a folder", "File:deeper/../deeper/cam.xml", "Http:x", 3, "FromDeeperFile"},
         {"web, then camera", "Http:www.example.com/a.xml", "{zip}", 2, "InCamera"},
         {"no archive, then camera", "File:not-zipped.zip", "{xml}", 3, "InCamera"},
         {"nothing usable", "Http:x", "nonsense", 2, nullptr},

@@ -60,6 +60,48 @@ reg(const std::string& name, std::int64_t address, std::int64_t length, std::str
            "</" + kind + ">";
 }
 
+inline std::string integer(const std::string& name, const std::string& inner = {}) {
+    return "<Integer Name='" + name + "'>" + inner + "</Integer>";
+}
+
+inline std::string real(const std::string& name, const std::string& inner = {}) {
+    return "<Float Name='" + name + "'>" + inner + "</Float>";
+}
+
+inline std::string below(const std::string& name) {
+    return "<pValue>" + name + "</pValue>";
+}
+
+// A node that computes; each variable is "NAME node", or one word for both.
+inline std::string computed(
+    const std::string& kind, const std::string& name, const std::string& formula,
+    const std::vector<std::string>& variables, const std::string& more = {}) {
+    std::string text = "<" + kind + " Name='" + name + "'>" + more;
+    if (!formula.empty()) {
+        text += "<Formula>" + formula + "</Formula>";
+    }
+    for (const std::string& variable : variables) {
+        const std::size_t node = variable.find(' ') + 1;
+        text += "<pVariable Name='" + variable.substr(0, node - 1) + "'>" + variable.substr(node) +
+                "</pVariable>";
+    }
+    return text + "</" + kind + ">";
+}
+
+inline std::string knife(
+    const std::string& name, const std::string& formula, const std::vector<std::string>& variables,
+    const std::string& more = {}) {
+    return computed("IntSwissKnife", name, formula, variables, more);
+}
+
+inline std::string converter(
+    const std::string& kind, const std::string& name, const std::string& to, const std::string& from,
+    const std::string& node, const std::string& more = {}) {
+    return computed(
+        kind, name, "", {},
+        "<FormulaTo>" + to + "</FormulaTo><FormulaFrom>" + from + "</FormulaFrom>" + below(node) + more);
+}
+
 // What tells a register how to cache; the polling time is in milliseconds.
 inline std::string caching(const std::string& mode, std::int64_t pollingTime = 3600 * 1000) {
     return "<Cachable>" + mode + "</Cachable><PollingTime>" + std::to_string(pollingTime) + "</PollingTime>";
@@ -195,9 +237,6 @@ struct Device {
             std::string gives = arrow == std::string::npos ? "0" : step.substr(arrow + 4);
             if (const std::size_t bar = gives.find(" | "); bar != std::string::npos) {
                 gives = isStandard() ? gives.substr(bar + 3) : gives.substr(0, bar);
-            }
-            if (gives.rfind("-40", 0) == 0) { // a code stands for its text
-                gives = shown(std::stoi(gives));
             }
             EXPECT_EQ(run(step.substr(0, arrow)), gives) << "in step " << step;
         }

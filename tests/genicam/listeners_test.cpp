@@ -17,20 +17,6 @@ using IntegerSignals = tavo::ImplGenICamIntegerInterfaceSignals;
 const std::string kDescription =
     inRoot("<Integer Name='Width'><pValue>WidthReg</pValue></Integer>" + reg("WidthReg", 0, 4));
 
-template<class Condition> bool eventually(Condition condition, bool eventLoop = true) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        if (eventLoop) {
-            processEvents();
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
-
 void retrieve(ImplGenICamCamera& camera) {
     camera.retrieveRegisterDescriptionFromMemory(ownedText(kDescription));
 }
@@ -103,13 +89,15 @@ public:
         } else {
             retrieve(*m_camera);
         }
-        ASSERT_TRUE(eventually([this] { return m_done.load(); }, m_queued));
+        ASSERT_TRUE(m_queued ? eventuallyHeard([this] { return m_done.load(); }) : eventually([this] {
+            return m_done.load();
+        }));
         if (m_deed.destroys) {
-            ASSERT_TRUE(eventually([this] { return m_destroyed.load(); }));
+            ASSERT_TRUE(eventuallyHeard([this] { return m_destroyed.load(); }));
         } else {
             goOn();
         }
-        ASSERT_TRUE(m_occasion != Occasion::Value || eventually([this] { return m_heardLate > 0; }));
+        ASSERT_TRUE(m_occasion != Occasion::Value || eventuallyHeard([this] { return m_heardLate > 0; }));
     }
 
 private:
@@ -122,7 +110,7 @@ private:
                 heard = state == ImplGenICamCamera::Connected;
             });
         retrieve(*m_camera);
-        EXPECT_TRUE(eventually([&heard] { return heard.load(); }));
+        EXPECT_TRUE(eventuallyHeard([&heard] { return heard.load(); }));
         QObject::disconnect(connection);
     }
 
@@ -157,7 +145,7 @@ private:
             [&](tavo::ImplGenICamIntegerInterface*, std::int64_t value) { heard = value; });
         m_camera->enableSignalling(true);
         width().setValue(9);
-        EXPECT_TRUE(eventually([&] { return heard == 9; }));
+        EXPECT_TRUE(eventuallyHeard([&] { return heard == 9; }));
         delete m_camera;
     }
 
@@ -225,7 +213,7 @@ TEST(Listeners, DoNotKeepTreesForEver) {
     }
     EXPECT_LE(alive(), 17);
     EXPECT_GT(alive(), 1);
-    EXPECT_TRUE(eventually([&] { return alive() == 1; }));
+    EXPECT_TRUE(eventuallyHeard([&] { return alive() == 1; }));
 }
 
 } // namespace

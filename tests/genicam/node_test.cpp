@@ -64,7 +64,7 @@ TEST(AccessChecks, EachFaultHasItsCodeInTheOrderOfTheChecks) {
             "<pIsLocked>Lock</pIsLocked></Integer>"));
         device.expect("N -> 0; N=0"); // checking is off at first
         device.camera.enableChecking(true);
-        device.expect("N -> " + std::to_string(row.readCode) + "; N=0 -> " + std::to_string(row.writeCode));
+        device.expect("N -> " + shown(row.readCode) + "; N=0 -> " + shown(row.writeCode));
         EXPECT_TRUE(device.camera.tree().lock(1)) << "a failed check must leave the lock free";
         device.camera.tree().unlock();
     }

@@ -216,69 +216,66 @@ private:
     }
 
     std::string limits() {
+        const std::pair<const char*, int> rows[] = {
+            {"pMax", 30},
+            {"pMin", 20},
+            {"pIsAvailable", 15},
+            {"pIsLocked", 15},
+            {"pValueCopy", m_standard ? 20 : 0}};
         std::string all;
-        if (chance(30)) {
-            all += "<pMax>" + any(m_numbers) + "</pMax>";
-        }
-        if (chance(20)) {
-            all += "<pMin>" + any(m_numbers) + "</pMin>";
-        }
-        if (chance(15)) {
-            all += "<pIsAvailable>" + any(m_numbers) + "</pIsAvailable>";
-        }
-        if (chance(15)) {
-            all += "<pIsLocked>" + any(m_numbers) + "</pIsLocked>";
-        }
-        if (m_standard && chance(20)) {
-            all += "<pValueCopy>" + any(m_numbers) + "</pValueCopy>";
+        for (const auto& [element, percent] : rows) {
+            all += chance(percent) ? std::string("<") + element + ">" + any(m_numbers) + "</" + element + ">"
+                                   : "";
         }
         return all;
     }
 
-    void addFeature() {
+    // What stands for a letter behind a '$' in the texts below.
+    std::string filling(char letter) {
         const char* const formulas[] = {"A+B*3", "(A>B)?A:B", "A&amp;B"};
-        const std::string name = "F" + std::to_string(m_features++);
-        const std::string value = "<pValue>" + any(m_numbers) + "</pValue>";
-        const std::string a = "<pVariable Name='A'>" + any(m_numbers) + "</pVariable>";
-        const std::string b = "<pVariable Name='B'>" + any(m_numbers) + "</pVariable>";
-        const auto element = [&](const std::string& kind, const std::string& inner) {
-            text += "<" + kind + " Name='" + name + "'>" + inner + "</" + kind + ">";
-        };
-        switch (pick(9)) {
-        case 0:
-        case 1:
-        case 2:
-            element("Integer", value + limits());
-            break;
-        case 3:
-            element("Integer", "<Value>" + std::to_string(pick(9)) + "</Value>" + limits());
-            break;
-        case 4:
-            element("IntSwissKnife", a + b + "<Formula>" + formulas[pick(3)] + "</Formula>");
-            break;
-        case 5:
-            element(
-                "IntConverter", a + value + "<FormulaTo>FROM-A</FormulaTo><FormulaFrom>TO+A</FormulaFrom>");
-            break;
-        case 6:
-            element("Converter", a + value + "<FormulaTo>FROM+A</FormulaTo><FormulaFrom>TO-A</FormulaFrom>");
-            nodes.push_back(name); // no variable of integers
-            return;
-        case 7:
-            element(
-                "Enumeration", "<EnumEntry Name='Zero'><Value>0</Value></EnumEntry><EnumEntry Name='One'>"
-                               "<Value>1</Value></EnumEntry>" +
-                                   value);
-            nodes.push_back(name);
-            return;
-        default:
-            element(
-                "Command", value + "<CommandValue>" + std::to_string(pick(4)) + "</CommandValue>" + limits());
-            nodes.push_back(name);
-            return;
+        switch (letter) {
+        case 'v':
+            return "<pValue>" + any(m_numbers) + "</pValue>";
+        case 'l':
+            return limits();
+        case 'c':
+            return std::to_string(pick(4));
+        case 'f':
+            return std::string("<Formula>") + formulas[pick(3)] + "</Formula>";
+        default: // a variable of that name
+            return std::string("<pVariable Name='") + letter + "'>" + any(m_numbers) + "</pVariable>";
         }
+    }
+
+    void addFeature() {
+        const struct {
+            const char* kind;
+            const char* inner;
+            bool isNumber = true; // for other formulas, limits and features to stand on
+        } rows[] = {
+            {"Integer", "$v$l"},
+            {"Integer", "$v$l"},
+            {"Integer", "$v$l"},
+            {"Integer", "<Value>$c</Value>$l"},
+            {"IntSwissKnife", "$A$B$f"},
+            {"IntConverter", "$A$v<FormulaTo>FROM-A</FormulaTo><FormulaFrom>TO+A</FormulaFrom>"},
+            {"Converter", "$A$v<FormulaTo>FROM+A</FormulaTo><FormulaFrom>TO-A</FormulaFrom>", false},
+            {"Enumeration",
+             "<EnumEntry Name='Zero'><Value>0</Value></EnumEntry><EnumEntry Name='One'><Value>1</Value></EnumEntry>$v",
+             false},
+            {"Command", "$v<CommandValue>$c</CommandValue>$l", false},
+        };
+        const auto& row = rows[pick(static_cast<int>(std::size(rows)))];
+        std::string inner = row.inner;
+        for (std::size_t at = 0; (at = inner.find('$')) != std::string::npos;) {
+            inner.replace(at, 2, filling(inner[at + 1]));
+        }
+        const std::string name = "F" + std::to_string(m_features++);
+        text += std::string("<") + row.kind + " Name='" + name + "'>" + inner + "</" + row.kind + ">";
         nodes.push_back(name);
-        m_numbers.push_back(name);
+        if (row.isNumber) {
+            m_numbers.push_back(name);
+        }
     }
 
     // Bytes that change by themselves.

@@ -4,14 +4,6 @@
 namespace test_support {
 namespace {
 
-// An IntSwissKnife whose variables bear the names of the nodes.
-template<class... Names>
-std::string knife(const std::string& name, const std::string& formula, const Names&... variables) {
-    return "<IntSwissKnife Name='" + name + "'>" +
-           (("<pVariable Name='" + std::string(variables) + "'>" + variables + "</pVariable>") + ...) +
-           "<Formula>" + formula + "</Formula></IntSwissKnife>";
-}
-
 TEST(RegisterCache, MakesExactlyTheseAccesses) {
     const std::string keeps =
         "#N -> 1r 0w; #N -> 0r 0w; #N=7 -> 0r 1w; #N -> 0r 0w; N -> 7; !stale; #N -> 1r 0w";
@@ -45,9 +37,10 @@ TEST(RegisterCache, MakesExactlyTheseAccesses) {
          "#P -> 1r 0w; #U -> 0r 0w; I=2; #C -> 1r 0w; #C -> 0r 0w"},
 
         {"one access reads nothing twice",
-         reg("V", 0, 1, caching("NoCache", 0)) + reg("C", 1, 1) + knife("A", "V+C+V", "V", "C") +
-             knife("B", "A+V*C", "A", "V", "C") + knife("N", "A+B+A", "A", "B") + reg("At", 16, 1) +
-             reg("M", 32, 1, "<pAddress>At</pAddress><pAddress>V</pAddress>") + knife("O", "M+M+N", "M", "N"),
+         reg("V", 0, 1, caching("NoCache", 0)) + reg("C", 1, 1) + knife("A", "V+C+V", {"V V", "C C"}) +
+             knife("B", "A+V*C", {"A A", "V V", "C C"}) + knife("N", "A+B+A", {"A A", "B B"}) +
+             reg("At", 16, 1) + reg("M", 32, 1, "<pAddress>At</pAddress><pAddress>V</pAddress>") +
+             knife("O", "M+M+N", {"M M", "N N"}),
          "#N -> 2r 0w; #N -> 1r 0w; #O -> 3r 0w; #O -> 1r 0w"},
         {"what is read again unchanged makes nothing due",
          reg("N", 0, 1, "<pInvalidator>M</pInvalidator>") + reg("M", 4, 1, "<pInvalidator>N</pInvalidator>") +
@@ -55,25 +48,10 @@ TEST(RegisterCache, MakesExactlyTheseAccesses) {
          "N -> 0; M -> 0; A -> 0; #N -> 0r 0w; #M -> 0r 0w; #A -> 0r 0w; !stale; #A -> 1r 0w; #M -> 1r 0w; "
          "#N -> 1r 0w; #A -> 0r 0w; #M -> 0r 0w; !stale; @4=01; A -> 0; N -> 0; M -> 1; #A -> 1r 0w; #N -> 1r 0w; "
          "#M -> 0r 0w"},
-        {"registers over the same bytes",
-         reg("N", 0, 4) + reg("Low", 0, 1) + reg("High", 2, 2) + reg("Next", 4, 4),
-         "N -> 0; Low -> 0; High -> 0; Next -> 0; High=1; #Low -> 0r 0w; #N -> 1r 0w; N -> 65536; "
-         "#High -> 0r 0w; #Low -> 0r 0w; N=258; #Low -> 1r 0w; #High -> 1r 0w; #N -> 0r 0w; #Next -> 0r 0w; "
-         "Low -> 2; High -> 0"},
-        {"a limit that the write changes",
-         reg("N", 0, 4) + reg("Max", 4, 4, "<pInvalidator>N</pInvalidator>") +
-             "<Integer Name='Width'><pValue>N</pValue><pMax>Max</pMax></Integer>",
-         "@4=64; Width=10; @4=32; Width=60 -> illegal value"},
-
         {"failed read", reg("N", 0, 4), "@0=11; !fail; N -> transport layer exception; !heal; N -> 17"},
-        {"failed read of stale content", reg("N", 0, 4),
-         "@0=11; N -> 17; !stale; !fail; N -> transport layer exception; N -> transport layer exception; "
-         "!heal; N -> 17"},
         {"failed write", reg("N", 0, 4), readBefore},
         {"failed read before a field is written", reg("F", 0, 2, low + caching("NoCache"), "MaskedIntReg"),
          "@0=F0 55; F -> 15; !fail; F=1 -> transport layer exception; !heal; F -> 15"},
-        {"failed text", reg("S", 0, 1, "", "StringReg"),
-         "@0=41; S -> A; !fail; S=B -> transport layer exception; !heal; S -> A"},
         {"no port", "<IntReg Name='N'><Length>4</Length></IntReg>",
          "N -> port not available; N=1 -> port not available"},
     });

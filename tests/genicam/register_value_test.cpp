@@ -134,7 +134,7 @@ TEST(RegisterNumbers, FieldsThatCannotBeEndInAnError) {
                 "<LSB>" + std::to_string(row.lsb) + "</LSB><MSB>" + std::to_string(row.msb) +
                     "</MSB><Sign>Unsigned</Sign><Endianess>" + row.endianess + "</Endianess>",
                 "MaskedIntReg")));
-        const std::string code = std::to_string(row.code);
+        const std::string code = shown(row.code);
         device.expect("F=1 -> " + code + "; F -> " + (row.code == 0 ? "1" : code));
         auto& field = device.as<ImplGenICamMaskedIntReg>("F");
         EXPECT_EQ(codeOf([&] { field.getValueMask(); }), row.code);
@@ -184,18 +184,6 @@ TEST(Registers, DoAsTheirScripts) {
              "; S -> illegal register length; L=" + std::to_string(kLowest) +
              "; S -> illegal register length"},
     });
-}
-
-TEST(Registers, HoldTheLimitsOfTheirFloats) {
-    for (const int length : {4, 8}) {
-        Device device(inRoot(reg("F", 0, length, "", "FloatReg")), true);
-        auto& node = device.as<tavo::ImplGenICamFloatReg>("F");
-        for (const double limit : {node.getMin(), node.getMax()}) {
-            node.setValue(limit);
-            device.camera.invalidateAllNodes();
-            EXPECT_EQ(node.getValue(), limit);
-        }
-    }
 }
 
 TEST(Registers, TextsWhoseLengthAnotherNodeTellsHaveALimit) {

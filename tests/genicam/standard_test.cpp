@@ -22,10 +22,6 @@ void runBoth(const std::vector<Both>& rows) {
     }
 }
 
-std::string integer(const std::string& name, const std::string& inner) {
-    return "<Integer Name='" + name + "'>" + inner + "</Integer>";
-}
-
 const std::string kIndexed =
     "<pIndex>Pick</pIndex><ValueIndexed Index='0'>7</ValueIndexed><pValueIndexed Index='0x1'> Byte "
     "</pValueIndexed><pValueIndexed Index='2'>Real</pValueIndexed><pValueIndexed Index='-1'>Fixed"
@@ -155,10 +151,8 @@ TEST(Standard, AccessIsThatOfWhatTheIndexPicks) {
 }
 
 TEST(Standard, DifferencesAreCountedByQuirk) {
-    const auto knife = [](const std::string& formula, const std::string& kind = "IntSwissKnife") {
-        return "<" + kind +
-               "><pVariable Name='V'>I</pVariable><pVariable Name='F'>Real</pVariable><Formula>" + formula +
-               "</Formula></" + kind + ">";
+    const auto knife = [](const std::string& formula) {
+        return computed("IntSwissKnife", "K", formula, {"V I", "F Real"});
     };
     const auto feature = [](const std::string& node) {
         return "<Category Name='Root'><pFeature> A </pFeature></Category>" + node;

@@ -1,6 +1,7 @@
 // The event loop of a test's main thread, for queued signals.
 #pragma once
 
+#include "support/wait.h"
 #include "util/qt_locks.h"
 
 #include <QtCore/QCoreApplication>
@@ -12,4 +13,12 @@ inline void processEvents() {
     const util::InsideQt quiet;
     QCoreApplication::processEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+// Waits for a condition, and meanwhile delivers what is queued.
+template<typename Condition> bool eventuallyHeard(Condition&& condition) {
+    return eventually([&] {
+        processEvents();
+        return condition();
+    });
 }

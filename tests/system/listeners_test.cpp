@@ -69,11 +69,7 @@ public:
             EXPECT_EQ(Gbe_disconnectCamera(m_camera), 0);
             EXPECT_EQ(Gbe_connectCamera(m_camera), 0);
         }
-        const auto isDone = [this] {
-            processEvents();
-            return m_done.load();
-        };
-        ASSERT_TRUE(eventually(isDone));
+        ASSERT_TRUE(eventuallyHeard([this] { return m_done.load(); }));
         if (m_deed == Deed::Disconnect) {
             EXPECT_EQ(Gbe_disconnectCamera(m_camera), 0);
             EXPECT_EQ(Gbe_connectCamera(m_camera), 0);

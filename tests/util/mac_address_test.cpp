@@ -4,34 +4,19 @@
 
 namespace {
 
-TEST(MacAddress, TextsThatAreAddressesAndTextsThatAreNot) {
-    const struct {
-        const char* name;
-        const char* text;
-        const char* expected; // null: refused
-    } rows[] = {
-        {"mixed case", "00:1A:2b:3C:4d:5E", "00:1a:2b:3c:4d:5e"},
-        {"all ones", "FF:FF:FF:FF:FF:FF", "ff:ff:ff:ff:ff:ff"},
-        {"dash", "00-1A-2b-3C-4d-5E", nullptr},
-        {"one dash", "00:1A:2b:3C:4d-5E", nullptr},
-        {"one-digit group", "0:1A:2b:3C:4d:5E", nullptr},
-        {"seven groups", "00:1A:2b:3C:4d:5E:6F", nullptr},
-        {"five groups", "00:1A:2b:3C:4d", nullptr},
-        {"leading blank", " 00:1A:2b:3C:4d:5E", nullptr},
-        {"trailing line end", "00:1A:2b:3C:4d:5E\n", nullptr},
-        {"no hexadecimal digit", "00:1A:2b:3C:4d:5G", nullptr},
-        {"empty", "", nullptr},
-    };
-    for (const auto& row : rows) {
-        const QByteArray text(row.text);
+// Which texts are addresses, the shared value type knows.
+TEST(MacAddress, TakesATextWholeOrNotAtAll) {
+    for (const char* const text : {"00:1A:2b:3C:4d:5E", "0:1A:2b:3C:4d:5E", "00-1A-2b-3C-4d-5E"}) {
+        const bool isOne = text[2] == ':';
         for (const bool asBytes : {false, true}) {
             MacAddress address(1, 2, 3, 4, 5, 6);
-            const bool taken =
-                asBytes ? address.setAddress(text) : address.setAddress(QString::fromLatin1(text));
-            EXPECT_EQ(taken, row.expected != nullptr) << row.name;
-            EXPECT_EQ(address.toAscii(), row.expected ? row.expected : "01:02:03:04:05:06") << row.name;
+            EXPECT_EQ(
+                asBytes ? address.setAddress(QByteArray(text))
+                        : address.setAddress(QString::fromLatin1(text)),
+                isOne);
+            EXPECT_EQ(address.toAscii(), isOne ? "00:1a:2b:3c:4d:5e" : "01:02:03:04:05:06") << text;
         }
-        EXPECT_EQ(MacAddress(text).toString(), row.expected ? row.expected : "00:00:00:00:00:00") << row.name;
+        EXPECT_EQ(MacAddress(QByteArray(text)).toString(), isOne ? "00:1a:2b:3c:4d:5e" : "00:00:00:00:00:00");
     }
 }
 
@@ -48,9 +33,6 @@ TEST(MacAddress, TheFirstDifferingByteOrders) {
         EXPECT_NE(MacAddress(low), MacAddress(high)) << i;
     }
     EXPECT_FALSE(MacAddress::broadcast() < MacAddress::broadcast());
-}
-
-TEST(MacAddress, OnlyAllOnesIsBroadcast) {
     EXPECT_TRUE(MacAddress::broadcast().isBroadcast());
     EXPECT_FALSE(MacAddress(0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFE).isBroadcast());
 }

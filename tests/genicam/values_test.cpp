@@ -7,48 +7,6 @@ namespace {
 
 using namespace std::string_literals;
 
-std::string integer(const std::string& name, const std::string& more) {
-    return "<Integer Name='" + name + "'>" + more + "</Integer>";
-}
-
-std::string real(const std::string& name, const std::string& more) {
-    return "<Float Name='" + name + "'>" + more + "</Float>";
-}
-
-std::string below(const std::string& name) {
-    return "<pValue>" + name + "</pValue>";
-}
-
-// A node that computes; each variable is "NAME node".
-std::string computed(
-    const std::string& kind, const std::string& name, const std::string& formula,
-    const std::vector<std::string>& variables, const std::string& more = "") {
-    std::string text = "<" + kind + " Name='" + name + "'>" + more;
-    if (!formula.empty()) {
-        text += "<Formula>" + formula + "</Formula>";
-    }
-    for (const std::string& variable : variables) {
-        const std::size_t blank = variable.find(' ');
-        text += "<pVariable Name='" + variable.substr(0, blank) + "'>" + variable.substr(blank + 1) +
-                "</pVariable>";
-    }
-    return text + "</" + kind + ">";
-}
-
-std::string knife(
-    const std::string& name, const std::string& formula, const std::vector<std::string>& variables,
-    const std::string& more = "") {
-    return computed("IntSwissKnife", name, formula, variables, more);
-}
-
-std::string converter(
-    const std::string& kind, const std::string& name, const std::string& to, const std::string& from,
-    const std::string& node, const std::string& more = "") {
-    return computed(
-        kind, name, "", {},
-        "<FormulaTo>" + to + "</FormulaTo><FormulaFrom>" + from + "</FormulaFrom>" + below(node) + more);
-}
-
 // A SwissKnife that gives the minimum or maximum of a node.
 std::string minOf(const std::string& node) {
     return computed("SwissKnife", "Min", "X.Min", {"X " + node});
@@ -64,7 +22,7 @@ TEST(StandardValues, LimitsAndIncrements) {
     const std::string odd = integer("B", "<Value>1</Value><Min>1</Min><Max>9</Max><Inc>2</Inc>");
     const std::string low = "<Min>-9223372036854775807</Min><Inc>-5</Inc>";
     runScriptsBothWays({
-        {"floats without a minimum", real("F", "") + reg("R", 0, 4, "", "FloatReg") + minOf("R"),
+        {"floats without a minimum", real("F") + reg("R", 0, 4, "", "FloatReg") + minOf("R"),
          "F=-1 -> illegal value | 0; F=0 -> illegal value | 0; F=1; Min -> math error | -3.40282e+38"},
         {"increments from the minimum",
          odd + integer("N", low) + integer("Z", "<Inc>0</Inc>") + integer("Open", "<Inc>10</Inc>"),
@@ -337,6 +295,71 @@ TEST(StandardValues, WordsOfNewDescriptionsAreBytes) {
         device.expect(
             std::string("@0=01 02 03 04; W -> ") + row.word + "; S -> " + row.entry + "; C -> 67305985");
     }
+}
+
+// ---- The same in both ways ----
+
+TEST(Values, DoAsTheirScripts) {
+    const std::string whole = reg("W", 0, 4, "<Sign>Signed</Sign>");
+    const std::string byte = reg("N", 0, 1);
+    const std::string polled = reg("N", 0, 1, caching("NoCache", 0));
+    runScripts({
+        {"float limits", real("Default") + real("F", "<Min>-1</Min><Max>2.5</Max>"),
+         "Default=0 -> illegal value; Default=1; F=nan -> illegal value; F=2.5; F=2.6 -> illegal value; "
+         "F=-1.1 -> illegal value; F -> 2.5"},
+        {"float over integer", whole + real("F", "<Min>-1e300</Min>" + below("W")),
+         "F=-2.75; W -> -2; F -> -2; F=1e30 -> illegal value"},
+        {"integer over float", reg("R", 8, 8, "", "FloatReg") + integer("I", below("R")),
+         "I=41; R -> 41; R=-7.9; I -> -7; R=1e30; I -> 9223372036854775807; R=nan; I -> 0"},
+        {"Boolean",
+         byte + "<Boolean Name='B'><OnValue>5</OnValue><OffValue>3</OffValue>" + below("N") + "</Boolean>",
+         "B=true; @0+1 -> 05; B=false; @0+1 -> 03; B -> false; N=4; B -> illegal value"},
+        {"a command is done once the camera has cleared it",
+         polled + integer("Six", "<Value>6</Value>") + "<Command Name='C'>" + below("N") +
+             "<pCommandValue>Six</pCommandValue></Command>",
+         "C=; @0+1 -> 06; C -> active; @0=00; C -> inactive"},
+        {"a command without a node keeps its value",
+         "<Command Name='C'><CommandValue>3</CommandValue></Command>", "C -> inactive; C=; C -> active"},
+        {"a command is asked at most once in its polling time, but again after its execution",
+         polled + "<Command Name='C'>" + below("N") +
+             "<CommandValue>1</CommandValue><PollingTime>3600000</PollingTime></Command>",
+         "#C -> 1r 0w; #C -> 0r 0w; C=; #C -> 1r 0w; C -> active"},
+        {"a later entry takes over an earlier one's value",
+         byte +
+             "<Enumeration Name='E'><EnumEntry Name='On'><Value>2</Value></EnumEntry>"
+             "<EnumEntry Name='AlsoOn'><Value>2</Value></EnumEntry>" +
+             below("N") + "</Enumeration>",
+         "E=On; @0+1 -> 02; E -> AlsoOn; E=on -> illegal value"},
+        {"as text",
+         integer("Hex", "<Value>-255</Value><Representation>HexNumber</Representation>") +
+             real("F", "<Min>-1</Min>"),
+         "Hex -> -255; F=1234567; F -> 1.23457e+06; F=100000; F -> 100000; F=1e-5; F -> 1e-05; F=-0; F -> -0"},
+        {"formulas that fail",
+         "<Boolean Name='Yes'/>" + integer("Zero") + reg("Far", 1 << 20, 4) +
+             knife("Boolean", "B", {"B Yes"}) + knife("Failing", "F", {"F Far"}) +
+             knife("Self", "S+1", {"S Self"}) + knife("Empty", "", {}) +
+             knife("Lazy", "Z ? F : 3", {"Z Zero", "F Far"}) + knife("NoNode", "X", {"X Missing"}),
+         "Boolean -> math error; Failing -> transport layer exception; Self -> illegal node; "
+         "Empty -> math error; Lazy -> 3; NoNode -> math error"},
+        {"converters", // an integer below takes the result without its fraction
+         whole + "<Boolean Name='B'/>" + converter("Converter", "OverWhole", "FROM*2", "TO/2", "W") +
+             converter("IntConverter", "OverBoolean", "FROM", "1", "B") +
+             converter("Converter", "OverMode", "FROM*2", "TO/2", "Mode") +
+             converter("Converter", "Alone", "FROM", "TO", "Missing") +
+             "<Enumeration Name='Mode'><EnumEntry Name='A'><Value>8</Value></EnumEntry><EnumEntry "
+             "Name='B'><Value>10</Value></EnumEntry></Enumeration>",
+         "OverWhole=5; W -> 10; OverWhole=-1.75; W -> -3; OverBoolean=4; B -> true; OverBoolean -> 1; "
+         "OverMode=5; Mode -> B; OverMode -> 5; Alone=1 -> illegal node; Alone -> math error"},
+    });
+}
+
+TEST(Values, WhoseAddressesDoubleTheirWorkEndInTime) {
+    std::string nodes = reg("R0", 0, 1);
+    for (int i = 1; i <= 40; ++i) {
+        const std::string twice = "<pAddress>R" + std::to_string(i - 1) + "</pAddress>";
+        nodes += reg("R" + std::to_string(i), i, 1, twice + twice + caching("NoCache"));
+    }
+    Device(inRoot(nodes)).expect("R10 -> 0; R40 -> illegal node");
 }
 
 } // namespace
