@@ -1,22 +1,64 @@
-// What a listener may do with the handle of its camera, in whichever thread it is called.
+// What a listener may do with the handle of its camera, and with the device behind it, in whichever thread it
+// is called.
 #include "api/handles.h"
 #include "genicam/nodes/node_interfaces.h"
 #include "liomol/signals.h"
 #include "support/events.h"
 #include "system/session.h"
 
-#include <QtCore/QCoreApplication>
+#include <functional>
 
 namespace {
 
 using tavo::ImplGenICamCamera;
 using Signals = tavo::ImplGenICamIntegerInterfaceSignals;
 
-enum class Occasion { Value, State, Control, Connecting };
-const char* const kOccasions[] = {"value", "state", "control", "connecting"};
+enum class Occasion { Value, Retrieving, Retrieved, Control, Connecting };
+const char* const kOccasions[] = {"value", "retrieving", "retrieved", "control", "connecting"};
 
-enum class Deed { Disconnect, Reconnect, Free };
-const char* const kDeeds[] = {"disconnect", "connect again", "free"};
+void retrieve(ImplGenICamCamera& device) {
+    char* const text = new char[device.getXmlDataSize()];
+    device.copyXmlData(text);
+    device.retrieveRegisterDescriptionFromMemory(text);
+}
+
+struct Deed {
+    const char* name;
+    bool frees;
+    // Of a listener in the thread that connects, or that retrieves a description: no change of a connection
+    // lets another one in, and nobody waits for a description where one is announced.
+    int connecting, retrieving;
+    std::function<int(CameraHandle* camera)> act;
+};
+const Deed kDeeds[] = {
+    {"disconnect", false, GBE_ERROR_CAMERA_BUSY, 0, &Gbe_disconnectCamera},
+    {"connect again", false, GBE_ERROR_CAMERA_BUSY, GBE_ERROR_XML_READ,
+     [](CameraHandle* camera) {
+         const int result = Gbe_disconnectCamera(camera);
+         return result != 0 ? result : Gbe_connectCamera(camera);
+     }},
+    {"free", true, 0, 0,
+     [](CameraHandle* camera) { // within a change it is done at the end of that
+         Gbe_freeCamera(camera);
+         return 0;
+     }},
+    {"replace the tree twice and wait", false, 0, 0,
+     [](CameraHandle* camera) {
+         retrieve(*camera->device());
+         retrieve(*camera->device());
+         camera->device()->waitForConnection();
+         return 0;
+     }},
+    {"switch behaviour", false, 0, 0,
+     [](CameraHandle* camera) { return camera->device()->enableStandardBehaviour(true) ? 0 : 1; }},
+    {"stop all threads", false, 0, 0,
+     [](CameraHandle* camera) {
+         camera->device()->stopAsyncMethods();
+         camera->device()->enablePolling(false);
+         camera->device()->enableSignalling(false);
+         return 0;
+     }},
+};
 
 CameraHandle* connect(const Session& session) {
     CameraHandle* camera = nullptr;
@@ -25,27 +67,36 @@ CameraHandle* connect(const Session& session) {
     return camera;
 }
 
+// A camera with one listener that does the deed once, and one that hears of a node only later.
 class Trial {
 public:
-    Trial(Session& session, Occasion occasion, Deed deed, Qt::ConnectionType type)
+    Trial(const Session& session, Occasion occasion, const Deed& deed, Qt::ConnectionType type)
         : m_occasion(occasion), m_deed(deed), m_camera(connect(session)),
-          m_isRefused(occasion == Occasion::Connecting && type == Qt::DirectConnection) {
+          m_expected(
+              type != Qt::DirectConnection       ? 0
+              : occasion == Occasion::Connecting ? deed.connecting
+              : occasion == Occasion::Retrieving ? deed.retrieving
+                                                 : 0) {
         ImplGenICamCamera& device = *m_camera->device();
-        auto& width = dynamic_cast<tavo::ImplGenICamIntegerInterface&>(*device.getNodeByName("Width"));
         QObject::connect(
-            width.getIntegerSignals(), &Signals::signal_ValueChanged, &m_receiver,
+            width().getIntegerSignals(), &Signals::signal_ValueChanged, &m_receiver,
             [this](tavo::ImplGenICamIntegerInterface* node, std::int64_t) {
-                EXPECT_EQ(node->getName(), "Width");
-                act(Occasion::Value);
+                EXPECT_EQ(node->getName(), "Width"); // it is still there
+                m_heardLate = true;
             },
-            type);
+            Qt::QueuedConnection);
+        QObject::connect(
+            width().getIntegerSignals(), &Signals::signal_ValueChanged, &m_receiver,
+            [this] { act(Occasion::Value); }, type);
         QObject::connect(
             &device, &ImplGenICamCamera::signal_StateChanged, &m_receiver,
             [this](ImplGenICamCamera* told, ImplGenICamCamera::CameraState state) {
-                told->getState(); // it is still there
+                told->getState(); // as well
                 if (state == ImplGenICamCamera::Connected) {
-                    act(Occasion::State);
+                    act(Occasion::Retrieved);
                     act(Occasion::Connecting);
+                } else {
+                    act(Occasion::Retrieving);
                 }
             },
             type);
@@ -53,71 +104,80 @@ public:
             &device, &ImplGenICamCamera::signal_ControlChanged, &m_receiver,
             [this] { act(Occasion::Control); }, type);
         device.enableSignalling(true);
+        device.enablePolling(true);
     }
 
     void run() {
-        ImplGenICamCamera& device = *m_camera->device();
         m_armed = true;
         if (m_occasion == Occasion::Value) {
             Gbe_setIntegerValue(m_camera, "Width", 7);
-        } else if (m_occasion == Occasion::State) {
-            Gbe_enableStandardBehaviour(m_camera, 1);
         } else if (m_occasion == Occasion::Control) {
-            device.noteControlLoss(tavo::ControlLoss::TakenOver); // the heartbeat announces it
+            m_camera->device()->noteControlLoss(tavo::ControlLoss::TakenOver); // the heartbeat announces it
             m_camera->heartbeat->setPeriod(0);
-        } else {
+        } else if (m_occasion == Occasion::Connecting) {
             EXPECT_EQ(Gbe_disconnectCamera(m_camera), 0);
             EXPECT_EQ(Gbe_connectCamera(m_camera), 0);
+        } else if (m_deed.connecting != 0 || m_deed.frees) {
+            Gbe_enableStandardBehaviour(m_camera, 1);
+        } else {
+            retrieve(*m_camera->device());
         }
         ASSERT_TRUE(eventuallyHeard([this] { return m_done.load(); }));
-        if (m_deed == Deed::Disconnect) {
-            EXPECT_EQ(Gbe_disconnectCamera(m_camera), 0);
-            EXPECT_EQ(Gbe_connectCamera(m_camera), 0);
-        }
-        if (m_deed != Deed::Free) {
-            EXPECT_TRUE(eventually([this] { return Gbe_setIntegerValue(m_camera, "Number", 4) == 0; }));
-            Gbe_freeCamera(m_camera);
+        EXPECT_TRUE(m_occasion != Occasion::Value || eventuallyHeard([this] { return m_heardLate; }));
+        if (!m_deed.frees) {
+            goOn();
         }
     }
 
 private:
+    tavo::ImplGenICamIntegerInterface& width() const {
+        return dynamic_cast<tavo::ImplGenICamIntegerInterface&>(*m_camera->device()->getNodeByName("Width"));
+    }
+
     void act(Occasion occasion) {
-        if (occasion != m_occasion || !m_armed.exchange(false)) {
-            return;
+        if (occasion == m_occasion && m_armed.exchange(false)) {
+            EXPECT_EQ(m_deed.act(m_camera), m_expected);
+            m_done = true;
         }
-        const int expected = m_isRefused ? GBE_ERROR_CAMERA_BUSY : 0; // a change within a change
-        if (m_deed == Deed::Free) {
-            Gbe_freeCamera(m_camera); // and that is done at the end of the change
-        } else {
-            EXPECT_EQ(Gbe_disconnectCamera(m_camera), expected);
-        }
-        if (m_deed == Deed::Reconnect) {
-            EXPECT_EQ(Gbe_connectCamera(m_camera), expected);
-        }
-        m_done = true;
+    }
+
+    // The handle and its device are as good as new.
+    void goOn() {
+        EXPECT_EQ(Gbe_disconnectCamera(m_camera), 0);
+        EXPECT_EQ(Gbe_connectCamera(m_camera), 0);
+        std::atomic<std::int64_t> heard = 0;
+        QObject::connect(
+            width().getIntegerSignals(), &Signals::signal_ValueChanged,
+            [&](tavo::ImplGenICamIntegerInterface*, std::int64_t value) { heard = value; });
+        m_camera->device()->enableSignalling(true);
+        EXPECT_EQ(Gbe_setIntegerValue(m_camera, "Width", 9), 0);
+        EXPECT_TRUE(eventuallyHeard([&] { return heard == 9; }));
+        Gbe_freeCamera(m_camera);
     }
 
     const Occasion m_occasion;
-    const Deed m_deed;
+    const Deed& m_deed;
     CameraHandle* const m_camera; // may be gone
-    const bool m_isRefused;
+    const int m_expected;
     std::atomic<bool> m_armed = false;
     std::atomic<bool> m_done = false;
+    bool m_heardLate = false;
     QObject m_receiver; // goes first
 };
 
-TEST(Listeners, MayDisconnectConnectAndFree) {
+TEST(Listeners, MayDoAnything) {
     Session session;
     const auto station = session.rig.hang(0, 0, plainCamera());
     ASSERT_EQ(Gbe_scanNetwork(session.board(), 0, 0), 0);
     for (const auto type : {Qt::DirectConnection, Qt::QueuedConnection}) {
-        for (const auto deed : {Deed::Disconnect, Deed::Reconnect, Deed::Free}) {
+        for (const Deed& deed : kDeeds) {
             for (const auto occasion :
-                 {Occasion::Value, Occasion::State, Occasion::Control, Occasion::Connecting}) {
+                 {Occasion::Value, Occasion::Retrieving, Occasion::Retrieved, Occasion::Control,
+                  Occasion::Connecting}) {
                 SCOPED_TRACE(
-                    std::string(kOccasions[static_cast<int>(occasion)]) + ", " +
-                    kDeeds[static_cast<int>(deed)] +
+                    std::string(kOccasions[static_cast<int>(occasion)]) + ", " + deed.name +
                     (type == Qt::QueuedConnection ? ", queued" : ", direct"));
+                station->pokeRegister(plain::kWidth, 0);
                 Trial(session, occasion, deed, type).run();
             }
         }

@@ -74,8 +74,9 @@ bool ImplGenICamCamera::enableStandardBehaviour(bool on) {
     }
     auto text = std::make_unique<char[]>(description.size() + 1);
     std::memcpy(text.get(), description.c_str(), description.size() + 1);
+    const auto presence = m_presence;
     retrieveRegisterDescriptionFromMemory(text.release());
-    return waitForConnection() != 0;
+    return !presence->isGone && waitForConnection() != 0; // gone when a listener has destroyed it
 }
 
 std::vector<QuirkUse> ImplGenICamCamera::quirksTouched() const {
