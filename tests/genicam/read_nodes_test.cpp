@@ -240,37 +240,6 @@ TEST(Dependencies, FollowFromReferences) {
     EXPECT_TRUE(isVolatile("Enumeration", "<EnumEntry Name='E'><pIsAvailable>V</pIsAvailable></EnumEntry>"));
 }
 
-// Register "A" is read once and then cached; setting "D" and "R" makes it stale when it depends on them.
-TEST(Dependencies, OfRegistersMakeThemStale) {
-    const struct {
-        std::string inner;
-        bool stale = true;
-    } rows[] = {
-        {"", false},
-        {"<pAddress>D</pAddress>"},
-        {"<pIndex Offset='8'>D</pIndex>"},
-        {"<pIndex>D</pIndex>", false},
-        {"<pLength>D</pLength>"},
-        {"<pIsAvailable>D</pIsAvailable>"},
-        {"<IntSwissKnife Name='K'><pVariable Name='D'>D</pVariable><Formula>D</Formula></IntSwissKnife>"},
-        {"<pInvalidator>R</pInvalidator>"},
-        {"<pInvalidator>D</pInvalidator>", false}, // D is no register
-        {"<pSelected>D</pSelected>", false},
-        {"<pPort>Device</pPort>", false}};
-    const std::string others = "<Integer Name='D'/>" + reg("R", 64, 4);
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.inner);
-        const std::string steps =
-            std::string("A -> 0; #A -> 0r 0w; D=0; R=0; #A -> ") + (row.stale ? "1r 0w" : "0r 0w");
-        Device(inRoot(reg("A", 16, 4, row.inner) + others)).expect(steps);
-        Device(
-            inRoot(
-                reg("S", 16, 4, row.inner + "<StructEntry Name='A'><Bit>0</Bit></StructEntry>", "StructReg") +
-                others))
-            .expect(steps);
-    }
-}
-
 std::string times(int count, const std::string& text) {
     std::string all;
     for (int i = 0; i < count; ++i) {

@@ -80,7 +80,11 @@ TEST(LookUp, GivesTheDocumentedCodes) {
     EXPECT_EQ(camera, nullptr);
     EXPECT_EQ(Gbe_getCameraByMac(board, 1, unknown, &camera), GBE_ERROR_CAMERA_DOES_NOT_EXIST);
     EXPECT_EQ(Gbe_getCameraByIp(board, 1, 0x01020304, &camera), GBE_ERROR_CAMERA_DOES_NOT_EXIST);
-    EXPECT_EQ(Gbe_getCameraByUserName(board, 1, "nobody", &camera), GBE_ERROR_CAMERA_DOES_NOT_EXIST);
+    for (const char* name : {"nobody", "twi", "Twin", "twins", ""}) {
+        EXPECT_EQ(Gbe_getCameraByUserName(board, 1, name, &camera), GBE_ERROR_CAMERA_DOES_NOT_EXIST) << name;
+    }
+    EXPECT_EQ(
+        Gbe_getCameraByUserName(board, 2, "sixteen letters!x", &camera), GBE_ERROR_CAMERA_DOES_NOT_EXIST);
 
     CameraHandle* alone = nullptr;
     ASSERT_EQ(Gbe_getCameraByUserName(board, 2, "sixteen letters!", &alone), 0);
@@ -90,6 +94,7 @@ TEST(LookUp, GivesTheDocumentedCodes) {
 
     CameraHandle* twin = nullptr;
     ASSERT_EQ(Gbe_getCameraByUserName(board, 1, "twin", &twin), GBE_WARNING_CAMERA_NOT_UNIQUE);
+    EXPECT_EQ(macOf(twin)[5], 0x12) << "the last record";
     EXPECT_EQ(Gbe_connectCamera(twin), 0);
     CameraHandle* other = nullptr;
     EXPECT_EQ(Gbe_getFirstCamera(board, 1, &other), 0);
