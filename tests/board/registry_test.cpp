@@ -1,5 +1,6 @@
 // Opening and closing boards, and which cameras are taken.
 #include "board/GenICamPortWrapper.h"
+#include "board/camera.h"
 #include "liomol/exceptions.h"
 #include "softboard/softboard.h"
 #include "support/fake_service.h"
@@ -96,6 +97,26 @@ TEST(Boards, TakeEachPortsAddressFromTheServiceOnce) {
         EXPECT_EQ(Wrapper::getBoard(1)->getPortMask(port), ips[port][1]) << port;
     }
     Wrapper::freeBoard(1);
+}
+
+TEST(Selection, ByUserNameTakesTheLastRecordWhicheverMatches) {
+    const Rig rig;
+    const FakeService service;
+    ASSERT_EQ(Wrapper::initBoard(0, 0), 0);
+    GigeCamera* const board = Wrapper::getBoard(0);
+    for (const std::string name : {"left", "right"}) {
+        DiscoveryAckData ack{};
+        ack.bytes[gvcp::discovery::kMac] = 2;
+        ack.bytes[gvcp::discovery::kMac + 5] = static_cast<std::uint8_t>(name.size());
+        name.copy(reinterpret_cast<char*>(&ack.bytes[gvcp::discovery::kUserDefinedName]), name.size());
+        board->storeDiscoveredCamera(2, &ack);
+    }
+    unsigned char mac[6] = {};
+    bool isUnique = false;
+    EXPECT_TRUE(camera(board, 2).selectCameraViaUserName("left", mac, &isUnique));
+    EXPECT_TRUE(isUnique);
+    EXPECT_EQ(mac[5], 5);
+    Wrapper::freeBoard(0);
 }
 
 TEST(Rescan, AsksTheServiceForAllBoards) {

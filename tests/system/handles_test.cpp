@@ -94,7 +94,6 @@ TEST(LookUp, GivesTheDocumentedCodes) {
 
     CameraHandle* twin = nullptr;
     ASSERT_EQ(Gbe_getCameraByUserName(board, 1, "twin", &twin), GBE_WARNING_CAMERA_NOT_UNIQUE);
-    EXPECT_EQ(macOf(twin)[5], 0x12) << "the last record";
     EXPECT_EQ(Gbe_connectCamera(twin), 0);
     CameraHandle* other = nullptr;
     EXPECT_EQ(Gbe_getFirstCamera(board, 1, &other), 0);
