@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::chrono::seconds kFrameLimit{10};
 constexpr long long kFramesToSee = 5;
+constexpr std::chrono::milliseconds kFrame{200}; // a frame is sent in less
 
 void step(const char* text) {
     static int number = 0;
@@ -96,10 +97,11 @@ void acquire(CameraHandle* camera) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     check("stopping", Gbe_stopAcquisition(camera));
+    std::this_thread::sleep_for(kFrame); // the one under way is sent to its end
     const long long frames = integer(camera, "StreamFrameCount");
     say("%lld frames, %lld packets, %lld bytes", frames, integer(camera, "StreamPacketCount"),
         integer(camera, "StreamByteCount"));
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    std::this_thread::sleep_for(kFrame);
     require(integer(camera, "StreamFrameCount") == frames, "the camera did not stop");
     say("stopped: the count stays at %lld", frames);
 }
