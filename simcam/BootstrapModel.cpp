@@ -59,6 +59,12 @@ void BootstrapModel::written(Reg reg, std::uint32_t, Time now) {
         m_registers.set(reg, roundedPacketSize(value));
         m_testPacket = m_testPacket || (value & bootstrap::kFireTestPacketBit) != 0;
         break;
+    case Reg::GvspConfiguration:
+        m_registers.set(reg, value & bootstrap::kLongBlockIdsBit);
+        break;
+    case Reg::StreamConfiguration:
+        m_registers.set(reg, value & bootstrap::kExtendedChunkDataBit);
+        break;
     case Reg::StreamPort:
         m_registers.set(reg, value & kStreamPortMask);
         break;
@@ -71,6 +77,10 @@ void BootstrapModel::controlLost(Time) {
     m_registers.set(Reg::StreamPort, 0);
     m_registers.set(Reg::StreamDestination, 0);
     m_registers.set(Reg::SwitchoverKey, 0);
+    // The next application may not know of what this one has switched on.
+    m_registers.set(Reg::GvspConfiguration, 0);
+    m_registers.set(
+        Reg::StreamConfiguration, static_cast<std::uint64_t>(fact(Reg::StreamConfiguration).initial));
 }
 
 } // namespace simcam

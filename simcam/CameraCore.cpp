@@ -180,8 +180,11 @@ Report CameraCore::report(Time now) {
         report.frames = acquisition.countedFrames();
         report.skipped = acquisition.skipped();
     }
-    report.packets = m_unit->stream->statistics().packets;
-    report.bytes = m_unit->stream->statistics().bytes;
+    const StreamModel::Statistics sent = m_unit->stream->statistics();
+    report.packets = sent.packets;
+    report.bytes = sent.bytes;
+    report.resent = sent.resent;
+    report.refused = sent.refused;
     const Registers& registers = m_unit->registers;
     report.destinationIp = static_cast<std::uint32_t>(registers.get(Reg::StreamDestination));
     report.destinationPort = static_cast<std::uint16_t>(registers.get(Reg::StreamPort));

@@ -25,6 +25,8 @@ struct Report {
     std::uint64_t skipped = 0; // of those: too many waited to be sent, or nobody could be reached
     std::uint64_t packets = 0; // of the stream that were sent
     std::uint64_t bytes = 0;   // of those packets, IP headers and what follows them
+    std::uint64_t resent = 0;  // of those packets, because they were asked for again
+    std::uint64_t refused = 0; // packets that were asked for again in vain
     std::uint32_t destinationIp = 0;
     std::uint16_t destinationPort = 0;
     std::uint32_t privilege = 0;    // value of the control channel privilege register

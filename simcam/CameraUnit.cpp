@@ -16,7 +16,7 @@ CameraUnit::CameraUnit(const Surroundings& around, const Nonvolatile::Contents& 
                }
                stream->controlLost(when);
            },
-           around.forceIp}) {
+           around.forceIp, [this](const ResendRequest& request) { stream->resend(request); }}) {
     fillIn(around.settings, around.description);
     memory.addModel(bootstrap);
     if (around.settings.plainMemory) {

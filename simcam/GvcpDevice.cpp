@@ -27,9 +27,10 @@ bool aligned(std::size_t value) {
 
 // --- which command is which ---
 
-const std::array<GvcpDevice::Handler, 6> GvcpDevice::kHandlers{{
+const std::array<GvcpDevice::Handler, 7> GvcpDevice::kHandlers{{
     {Command::DiscoveryCmd, &GvcpDevice::discovery, true},
     {Command::ForceIpCmd, &GvcpDevice::forceIp, true},
+    {Command::PacketResendCmd, &GvcpDevice::resend, false},
     {Command::ReadRegCmd, &GvcpDevice::readRegisters, false},
     {Command::WriteRegCmd, &GvcpDevice::writeRegisters, false},
     {Command::ReadMemCmd, &GvcpDevice::readMemory, false},
@@ -87,8 +88,10 @@ Response GvcpDevice::respond(const Request& request, ByteView message, const std
         note(request, refused.status, false);
         return refused;
     }
-    // Discovery is asked anew each time: its answer does no harm and its ids are drawn at random.
-    const bool anew = static_cast<Command>(request.code) == Command::DiscoveryCmd;
+    // Discovery is asked anew each time: its answer does no harm and its ids are drawn at random. Packets are
+    // asked for as often as they are wanted.
+    const auto command = static_cast<Command>(request.code);
+    const bool anew = command == Command::DiscoveryCmd || command == Command::PacketResendCmd;
     const auto again = anew ? std::nullopt : m_retransmissions.find(request.from, message, request.now);
     if (again) {
         note(request, again->status, true);
@@ -156,6 +159,32 @@ Response GvcpDevice::forceIp(const Request& request) {
     }
     m_hooks.forceIp(ip, request.now);
     return {};
+}
+
+// What answers is the stream.
+Response GvcpDevice::resend(const Request& request) {
+    Response none;
+    none.answered = false;
+    ResendRequest wanted;
+    wanted.from = request.from;
+    wanted.extendedIds = (request.flags & gvcp::kFlagExtendedIds) != 0;
+    Reader reader(request.payload);
+    const std::uint16_t channel = reader.u16();
+    wanted.block = reader.u16();
+    const std::uint32_t mask = wanted.extendedIds ? UINT32_MAX : gvsp::kLastPacketId;
+    wanted.first = reader.u32() & mask;
+    wanted.last = reader.u32() & mask;
+    if (wanted.extendedIds) {
+        wanted.block = reader.u64();
+    }
+    if (!reader.ok()) {
+        none.status = Status::InvalidHeader;
+    } else if (channel != 0 || wanted.last < wanted.first) {
+        none.status = Status::InvalidParameter;
+    } else {
+        m_hooks.resend(wanted);
+    }
+    return none;
 }
 
 Response GvcpDevice::readRegisters(const Request& request) {

@@ -6,6 +6,7 @@
 #include "simcam/ControlChannel.h"
 #include "simcam/EventLog.h"
 #include "simcam/Memory.h"
+#include "simcam/PastBlocks.h"
 #include "simcam/Retransmissions.h"
 #include "simcam/faults.h"
 #include "simcam/notices.h"
@@ -31,6 +32,7 @@ public:
         std::function<void(Time)> controlLost; // an owner of the control channel is gone, for whatever reason
         // A FORCEIP for this device; with the address 0 it wants the configuration to start over.
         std::function<void(const IpConfiguration&, Time)> forceIp;
+        std::function<void(const ResendRequest&)> resend;
     };
 
     // The parts are the caller's and outlive this.
@@ -65,7 +67,7 @@ private:
         Response (GvcpDevice::*run)(const Request&);
         bool toEveryone; // also takes broadcasts
     };
-    static const std::array<Handler, 6> kHandlers;
+    static const std::array<Handler, 7> kHandlers;
 
     static const Handler* handlerOf(std::uint16_t code);
     std::optional<Request> parse(const Datagram& datagram, Time now) const;
@@ -73,6 +75,7 @@ private:
     Response execute(const Request& request);
     Response discovery(const Request& request);
     Response forceIp(const Request& request);
+    Response resend(const Request& request);
     Response readRegisters(const Request& request);
     Response writeRegisters(const Request& request);
     Response readMemory(const Request& request);

@@ -14,15 +14,24 @@ bool StreamModel::isOpen() const {
 
 void StreamModel::close() {
     m_current.reset();
+    m_past.clear();
     m_asked.reset();
+}
+
+StreamModel::Statistics StreamModel::statistics() const {
+    const PastBlocks::Statistics& again = m_past.statistics();
+    return {
+        m_sent.frames, m_sent.packets + again.packets, m_sent.bytes + again.bytes, again.packets,
+        again.refused};
 }
 
 // --- registers ---
 
 void StreamModel::refresh(Time) {
-    m_parts.registers.set(Reg::FramesSent, m_statistics.frames);
-    m_parts.registers.set(Reg::PacketsSent, m_statistics.packets);
-    m_parts.registers.set(Reg::BytesSent, m_statistics.bytes);
+    const Statistics sent = statistics();
+    m_parts.registers.set(Reg::FramesSent, sent.frames);
+    m_parts.registers.set(Reg::PacketsSent, sent.packets);
+    m_parts.registers.set(Reg::BytesSent, sent.bytes);
 }
 
 void StreamModel::written(Reg reg, std::uint32_t, Time) {
@@ -35,7 +44,8 @@ void StreamModel::written(Reg reg, std::uint32_t, Time) {
     } else if (reg == Reg::AcquisitionAbort && on) {
         m_current.reset();
     } else if (reg == Reg::StatisticsReset && on) {
-        m_statistics = {};
+        m_sent = {};
+        m_past.clearStatistics();
     }
 }
 
@@ -78,6 +88,7 @@ std::shared_ptr<const Block> StreamModel::makeBlock(const AcquisitionModel::Expo
     const auto word = [&](Reg reg) { return static_cast<std::uint32_t>(registers.get(reg)); };
     auto block = std::make_shared<Block>();
     block->number = exposure.number - m_opened;
+    block->extendedIds = (word(Reg::GvspConfiguration) & bootstrap::kLongBlockIdsBit) != 0;
     block->timestamp = m_parts.bootstrap.timestamp(exposure.time);
     block->payloadType = static_cast<std::uint16_t>(gvsp::PayloadType::Image);
     block->pixelFormat = word(Reg::PixelFormat);
@@ -90,7 +101,9 @@ std::shared_ptr<const Block> StreamModel::makeBlock(const AcquisitionModel::Expo
         static_cast<TestPattern>(word(Reg::TestPattern)), block->pixelFormat, block->width, block->height};
     if (!m_scene || m_scene->wish() != wish) {
         m_scene.emplace(wish);
+        ++m_scenes;
     }
+    block->scene = m_scenes;
     const Picture picture = m_scene->picture(block->id());
     block->picture = picture.owner;
     block->image = picture.bytes;
@@ -116,16 +129,34 @@ bool StreamModel::begin() {
 
 void StreamModel::sendBlocks(Time now, StreamFrames& frames, PacketBatch& out) {
     while (!out.full() && (m_current || begin()) && due() <= now) {
-        m_statistics.bytes += frames.packet(*m_current->block, m_current->next, false, out);
-        ++m_statistics.packets;
+        m_sent.bytes += frames.packet(*m_current->block, m_current->next, false, out);
+        ++m_sent.packets;
         if (m_current->next++ == m_current->block->lastPacket()) {
-            ++m_statistics.frames;
+            ++m_sent.frames;
+            m_past.keep(std::move(m_current->block));
             m_current.reset();
         }
     }
 }
 
+// --- packets that are wanted again ---
+
+PastBlocks::UnderWay StreamModel::underWay() const {
+    return m_current ? PastBlocks::UnderWay{m_current->block, m_current->next} : PastBlocks::UnderWay{};
+}
+
+void StreamModel::resend(const ResendRequest& request) {
+    if (isOpen() && request.from.ip == m_parts.registers.get(Reg::StreamDestination)) {
+        m_past.ask(request, underWay());
+    }
+}
+
 // --- time ---
+
+bool StreamModel::hasWork() const {
+    const bool waiting = m_parts.acquisition != nullptr && m_parts.acquisition->isWaiting();
+    return m_current || waiting || m_past.asked() || m_parts.bootstrap.wantsTestPacket();
+}
 
 void StreamModel::next(Time now, PacketBatch& out) {
     m_looked = now;
@@ -136,11 +167,7 @@ void StreamModel::next(Time now, PacketBatch& out) {
     if (m_parts.acquisition != nullptr) {
         m_parts.acquisition->refresh(now);
     }
-    if (!m_current && !m_parts.bootstrap.wantsTestPacket() &&
-        (m_parts.acquisition == nullptr || !m_parts.acquisition->isWaiting())) {
-        return;
-    }
-    const auto receiver = findReceiver(now, out);
+    const auto receiver = hasWork() ? findReceiver(now, out) : std::nullopt;
     if (!receiver) {
         return;
     }
@@ -148,6 +175,7 @@ void StreamModel::next(Time now, PacketBatch& out) {
     if (m_parts.bootstrap.takeTestPacket()) {
         sent.test(m_parts.registers.get(Reg::StreamPacketSize) & bootstrap::kPacketSizeMask, out);
     }
+    m_past.answer(kBatchPackets / 2, sent, underWay(), out);
     if (m_parts.acquisition != nullptr) {
         sendBlocks(now, sent, out);
     }
@@ -168,19 +196,17 @@ std::optional<Time> StreamModel::deadline() const {
     if (!isOpen()) {
         return std::nullopt;
     }
-    const AcquisitionModel* acquisition = m_parts.acquisition;
-    const bool waiting = acquisition != nullptr && acquisition->isWaiting();
-    const bool test = m_parts.bootstrap.wantsTestPacket();
-    if (m_asked && (m_current || waiting || test)) {
+    if (m_asked && hasWork()) {
         return *m_asked + kArpRepeat;
     }
-    if (test || (m_current ? due() <= m_looked : waiting)) {
+    const bool later = m_current && due() > m_looked;
+    if (hasWork() && (!later || m_past.asked() || m_parts.bootstrap.wantsTestPacket())) {
         return m_looked;
     }
     if (m_current) {
         return m_current->next == 0 ? due() : std::max(due(), m_looked + kPacingStep);
     }
-    return acquisition != nullptr ? acquisition->deadline() : std::nullopt;
+    return m_parts.acquisition != nullptr ? m_parts.acquisition->deadline() : std::nullopt;
 }
 
 } // namespace simcam

@@ -13,6 +13,7 @@
 #include "simcam/AcquisitionModel.h"
 #include "simcam/Block.h"
 #include "simcam/BootstrapModel.h"
+#include "simcam/PastBlocks.h"
 #include "simcam/Scene.h"
 
 namespace simcam {
@@ -32,6 +33,9 @@ public:
     void written(Reg reg, std::uint32_t index, Time now) override;
     void controlLost(Time) override { close(); }
 
+    // Packets are wanted again. Who does not receive the stream is not answered.
+    void resend(const ResendRequest& request);
+
     // Adds the packets whose time has come, until the batch is full.
     void next(Time now, PacketBatch& out);
     // What would be sent by now is not: nobody can be reached.
@@ -43,9 +47,11 @@ public:
     struct Statistics {
         std::uint64_t frames = 0; // with their last packets
         std::uint64_t packets = 0;
-        std::uint64_t bytes = 0; // of IP packets
+        std::uint64_t bytes = 0;   // of IP packets
+        std::uint64_t resent = 0;  // of those packets, because they were asked for
+        std::uint64_t refused = 0; // packets that were asked for in vain
     };
-    const Statistics& statistics() const { return m_statistics; }
+    Statistics statistics() const;
 
 private:
     struct UnderWay {
@@ -56,7 +62,9 @@ private:
     };
 
     bool isOpen() const;
+    bool hasWork() const;
     void close();
+    PastBlocks::UnderWay underWay() const;
     std::optional<Mac> findReceiver(Time now, PacketBatch& out);
     StreamFrames frames(Mac receiver) const;
     bool begin();
@@ -67,11 +75,13 @@ private:
     Parts m_parts;
     std::uint64_t m_opened = 0;        // frames that were exposed before the stream was opened
     std::optional<UnderWay> m_current; // block
-    std::optional<Scene> m_scene;      // the last one that was shown
-    Time m_linkFree{};                 // when the last block will have left
-    Time m_looked{};                   // the last call of next()
-    std::optional<Time> m_asked;       // for the receiver's MAC address, which is not known
-    Statistics m_statistics;
+    PastBlocks m_past;
+    std::optional<Scene> m_scene; // the last one that was shown
+    std::uint64_t m_scenes = 0;   // so far
+    Time m_linkFree{};            // when the last block will have left
+    Time m_looked{};              // the last call of next()
+    std::optional<Time> m_asked;  // for the receiver's MAC address, which is not known
+    Statistics m_sent;            // without what was asked for again
 };
 
 } // namespace simcam

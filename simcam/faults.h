@@ -62,10 +62,11 @@ inline constexpr std::array kCommandNames{
     CommandName{"writereg", gvcp::Command::WriteRegCmd},
     CommandName{"readmem", gvcp::Command::ReadMemCmd},
     CommandName{"writemem", gvcp::Command::WriteMemCmd},
+    CommandName{"packetresend", gvcp::Command::PacketResendCmd},
 };
 
-// "<name>[=value] [xN|forever] [discovery|forceip|readreg|writereg|readmem|writemem]", as "delay=500 x3
-// readreg". None with a one-line `error` when the text is not of that form.
+// "<name>[=value] [xN|forever] [discovery|forceip|readreg|writereg|readmem|writemem|packetresend]", as
+// "delay=500 x3 readreg". None with a one-line `error` when the text is not of that form.
 std::optional<Fault> parseFault(std::string_view text, std::string& error);
 // And back.
 std::string faultText(const Fault& fault);

@@ -64,6 +64,15 @@ inline constexpr std::size_t kBatchPackets = 64;
 // Packets of one block are sent in groups this far apart, rather than one by one with a sleep before each.
 inline constexpr std::chrono::microseconds kPacingStep{200};
 
+// Blocks of which packets can be sent again: a fifth of a second at a thousand frames a second. They share
+// their pictures, so that each costs some hundred bytes.
+inline constexpr std::size_t kPastBlocks = 256;
+
+// Requests for packets that wait to be answered, and packets of a block that is gone for which one request
+// gets an answer each.
+inline constexpr std::size_t kResendRequests = 256;
+inline constexpr std::uint32_t kMostRefusals = 64;
+
 // How often the receiver's MAC address is asked for.
 inline constexpr milliseconds kArpRepeat{500};
 

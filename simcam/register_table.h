@@ -57,8 +57,8 @@ enum class Role : std::uint8_t {
     X(MessageChannelCount,  bootstrap::kMessageChannelCount,        4, 1, RO, Unsigned, BE, Fixed,   0, 0, 0) \
     X(StreamChannelCount,   bootstrap::kStreamChannelCount,         4, 1, RO, Unsigned, BE, Fixed,   1, 0, 0) \
     X(ActionSignalCount,    bootstrap::kActionSignalCount,          4, 1, RO, Unsigned, BE, Fixed,   0, 0, 0) \
-    X(StreamCapability,     bootstrap::kStreamCapability,           4, 1, RO, Unsigned, BE, Fixed,   0x80000000, 0, 0) \
-    X(Capability,           bootstrap::kCapability,                 4, 1, RO, Unsigned, BE, Fixed,   0xF9A00023, 0, 0) \
+    X(StreamCapability,     bootstrap::kStreamCapability,           4, 1, RO, Unsigned, BE, Fixed,   0xC0000000, 0, 0) \
+    X(Capability,           bootstrap::kCapability,                 4, 1, RO, Unsigned, BE, Fixed,   0xF9A00027, 0, 0) \
     X(HeartbeatTimeout,     bootstrap::kHeartbeatTimeout,           4, 1, RW, Unsigned, BE, State,   3000, 0, 0) \
     X(TickFrequencyHigh,    bootstrap::kTimestampTickFrequencyHigh, 4, 1, RO, Unsigned, BE, Fixed,   0, 0, 0) \
     X(TickFrequencyLow,     bootstrap::kTimestampTickFrequencyLow,  4, 1, RO, Unsigned, BE, Fixed,   125000000, 0, 0) \
@@ -69,6 +69,7 @@ enum class Role : std::uint8_t {
     X(GvcpConfiguration,    bootstrap::kGvcpConfiguration,          4, 1, RW, Unsigned, BE, State,   0, 0, 0) \
     X(PendingTimeout,       bootstrap::kPendingTimeout,             4, 1, RO, Unsigned, BE, Fixed,   60000, 0, 0) \
     X(SwitchoverKey,        bootstrap::kControlSwitchoverKey,       4, 1, WO, Unsigned, BE, State,   0, 0, 0) \
+    X(GvspConfiguration,    bootstrap::kGvspConfiguration,          4, 1, RW, Unsigned, BE, State,   0, 0, 0) \
     X(Privilege,            bootstrap::kControlChannelPrivilege,    4, 1, RW, Unsigned, BE, Live,    0, 0, 0) \
     X(PrimaryPort,          bootstrap::kPrimaryApplicationPort,     4, 1, RO, Unsigned, BE, Live,    0, 0, 0) \
     X(PrimaryIp,            bootstrap::kPrimaryApplicationIp,       4, 1, RO, Unsigned, BE, Live,    0, 0, 0) \
@@ -76,7 +77,9 @@ enum class Role : std::uint8_t {
     X(StreamPacketSize,     bootstrap::kStreamChannelPacketSize,    4, 1, RW, Unsigned, BE, State,   0x40000000 | 1500, 0, 0) \
     X(StreamPacketDelay,    bootstrap::kStreamChannelPacketDelay,   4, 1, RW, Unsigned, BE, State,   0, 0, 0) \
     X(StreamDestination,    bootstrap::kStreamChannelDestination,   4, 1, RW, Unsigned, BE, State,   0, 0, 0) \
-    X(StreamSourcePort,     bootstrap::kStreamChannelSourcePort,    4, 1, RO, Unsigned, BE, Fixed,   20202, 0, 0)
+    X(StreamSourcePort,     bootstrap::kStreamChannelSourcePort,    4, 1, RO, Unsigned, BE, Fixed,   20202, 0, 0) \
+    X(StreamFeatures,       bootstrap::kStreamChannelCapability,    4, 1, RO, Unsigned, BE, Fixed,   bootstrap::kExtendedChunkDataBit, 0, 0) \
+    X(StreamConfiguration,  bootstrap::kStreamChannelConfiguration, 4, 1, RW, Unsigned, BE, State,   bootstrap::kExtendedChunkDataBit, 0, 0)
 
 #define SIMCAM_FEATURE_REGISTERS(X) \
     X(FirmwareVersion,      0xA000, 32, 1, RO, Text,     BE, Fixed,   0, 0, 0) \

@@ -48,7 +48,6 @@ TEST(SimcamGvcp, StatusOfEachMistake) {
         {"WRITEMEM of nothing", 0x86, be32(kUserName), kInvalidHeader, 0},
         {"WRITEMEM of half a word", 0x86, be32(kUserName) + Bytes(6, 'x'), kBadAlignment, 4, 0},
         {"WRITEMEM on into a gap", 0x86, be32(kUserName) + Bytes(20, 'x'), kInvalidAddress, 4, 16},
-        {"PACKETRESEND", 0x40, Bytes(12), kNotImplemented, 0},
         {"a command of later times", 0x0100, {}, kNotImplemented, 0},
     };
     for (const auto& row : rows) {

@@ -18,7 +18,7 @@ std::uint64_t be(const Bytes& data, std::size_t at, std::size_t count) {
 }
 
 struct Packet {
-    std::uint64_t status, block, format, id;
+    std::uint64_t status, flags, block, format, id;
     Bytes content; // behind the stream header
     std::size_t ipSize;
 };
@@ -41,6 +41,7 @@ std::optional<Packet> packetOf(const Bytes& frame, bool extended = false) {
     const std::size_t header = extended ? 20 : 8;
     Packet packet{
         be(frame, 42, 2),
+        extended ? be(frame, 44, 2) : 0,
         extended ? be(frame, 50, 8) : be(frame, 44, 2),
         be(frame, 46, 1),
         extended ? be(frame, 58, 4) : be(frame, 47, 3),
@@ -131,6 +132,148 @@ TEST(SimcamStream, EveryByteOfEveryFormatIsWhatItIsToBe) {
             EXPECT_EQ(image.trailer, be32(1) + be32(30));
         }
     }
+}
+
+// Images of 64 x 32 in four packets of payload each, 40 ms apart, the packets of one at least 1 ms.
+constexpr const char* kSlow =
+    "Width=64; Height=32; StreamPacketSize=0x40000240; StreamPacketDelay=125000; FrameRate=25;"
+    "AcquisitionStart=1";
+
+TEST(SimcamStream, SendsAgainWhatItStillHas) {
+    const struct {
+        const char* name;
+        char asker; // the host, another of its programs, or another host
+        std::uint32_t block, first, last;
+        std::string answer; // ids of packets and their statuses
+    } rows[] = {
+        {"a packet", 'h', 1, 2, 2, "2:100 "},
+        {"by another program", 'n', 2, 0, 1, "0:100 1:100 "},
+        {"by a stranger", 'o', 1, 2, 2, ""},
+        {"to the end", 'h', 1, 4, 0xFFFFFF, "4:100 5:100 "},
+        {"behind the end", 'h', 1, 6, 7, "6:800C 7:800C "},
+        {"nothing", 'h', 1, 3, 2, ""},
+        {"of the block under way", 'h', 3, 1, 2, "1:100 2:8010 "},
+        {"of one that never was", 'h', 9, 0, 1, "0:8012 1:8012 "},
+    };
+    for (const bool extended : {false, true}) {
+        Bench bench;
+        bench.takeControl();
+        run(bench.registers(), "open",
+            kOpen + std::string(extended ? "GvspConfiguration=0x40000000;" : "") + kSlow);
+        const auto sent =
+            packetsOf(bench.live(milliseconds(122)), extended); // 120: leader of 3, 121: packet 1
+        ASSERT_EQ(sent.size(), 14U);
+        std::uint16_t id = 900;
+        for (const auto& row : rows) {
+            const Bytes block = extended ? be32(0) + be32(row.block) : Bytes();
+            const Bytes command = be16(0) + be16(extended ? 0 : static_cast<std::uint16_t>(row.block)) +
+                                  be32(row.first) + be32(row.last) + block;
+            const Bench::Host& from = row.asker == 'h'   ? bench.host
+                                      : row.asker == 'n' ? bench.neighbour
+                                                         : bench.other;
+            const auto frame = bench.frame(from, Bench::message(0x40, ++id, command, extended ? 0x10 : 0));
+            std::string answer;
+            for (const Packet& packet : packetsOf(bench.exchange(frame), extended)) {
+                char text[32];
+                const std::uint64_t status = packet.flags == 1 ? 0x100 : packet.status;
+                std::snprintf(text, sizeof text, "%d:%X ", int(packet.id), unsigned(status));
+                answer += text;
+                EXPECT_EQ(packet.block, row.block) << row.name;
+                if (status == 0x100) {
+                    EXPECT_EQ(packet.content, sent.at((row.block - 1) * 6 + packet.id).content) << row.name;
+                } else {
+                    EXPECT_TRUE(packet.content.empty()) << row.name;
+                }
+            }
+            EXPECT_EQ(answer, row.answer) << row.name << (extended ? ", extended ids" : "");
+        }
+    }
+}
+
+TEST(SimcamStream, EndsWhenItIsTold) {
+    const struct {
+        const char* name;
+        const char* steps;
+        std::size_t packets; // that are sent from then on
+    } rows[] = {
+        {"going on", "", 58},
+        {"stopped: the frame goes out", "AcquisitionStop=1", 4},
+        {"aborted", "AcquisitionAbort=1", 0},
+        {"closed", "StreamPort=0", 0},
+        {"released", "Privilege=0", 0},
+    };
+    for (const auto& row : rows) {
+        Bench bench;
+        bench.takeControl();
+        run(bench.registers(), row.name, kOpen + std::string(kSlow));
+        EXPECT_EQ(packetsOf(bench.live(milliseconds(42))).size(), 2U) << row.name;
+        run(bench.registers(), row.name, row.steps);
+        EXPECT_EQ(packetsOf(bench.live(milliseconds(364))).size(), row.packets) << row.name;
+    }
+}
+
+TEST(SimcamStream, FallsBehindWithinLimitsAndBlockIdsGoOn) {
+    Bench bench;
+    bench.takeControl();
+    run(bench.registers(), "open",
+        std::string(kOpen) + "Width=16; Height=2; ExposureTime=100; FrameRate=100; AcquisitionStart=1");
+    bench.pass(milliseconds(10000)); // the camera's thread does not run
+    auto images = imagesOf(packetsOf(bench.live(milliseconds(1))), 1500);
+    EXPECT_EQ(images.size(), 32U);
+    EXPECT_EQ(images.rbegin()->first, 1000U) << "the newest are there";
+    EXPECT_EQ(bench.camera->report(bench.now).skipped, 968U);
+    bench.camera->silence(bench.now + milliseconds(994));
+    EXPECT_TRUE(bench.live(milliseconds(990)).empty());
+    images = imagesOf(packetsOf(bench.live(milliseconds(14))), 1500);
+    EXPECT_EQ(images.begin()->first, 1100U);
+    run(bench.registers(), "faster", "AcquisitionStop=1; FrameRate=1000; AcquisitionStart=1");
+    images = imagesOf(packetsOf(bench.live(milliseconds(65000))), 1500);
+    EXPECT_EQ(images.begin()->first, 1U) << "follows 65535";
+    EXPECT_EQ(images.rbegin()->first, 65535U);
+    EXPECT_EQ(images.size(), 65000U);
+}
+
+TEST(SimcamStream, AsksForTheReceiversAddress) {
+    Bench bench;
+    bench.takeControl();
+    run(bench.registers(), "open",
+        "StreamDestination=0xA9FE072B; StreamPort=1520; Width=64; Height=32; FrameRate=10;"
+        "AcquisitionStart=1");
+    std::size_t asked = 0;
+    for (const Bytes& frame : bench.live(milliseconds(1150))) {
+        asked += be(frame, 12, 2) == 0x0806 && be(frame, 38, 4) == 0xA9FE072B;
+        EXPECT_NE(be(frame, 12, 2), 0x0800U);
+    }
+    EXPECT_EQ(asked, 3U);
+    EXPECT_EQ(bench.command(bench.other, 0x80, be32(0xA110)).status, 0) << "now it is heard";
+    EXPECT_FALSE(bench.live(milliseconds(100)).empty());
+}
+
+TEST(SimcamStream, TestPacketsHaveThePacketSize) {
+    const struct {
+        std::uint32_t written, reads;
+        int flags; // of the IP header
+    } rows[] = {{0xC0000578, 0x40000578, 0x40}, {0x80000258, 0x258, 0}, {0xC0002328, 0x40002328, 0x40}};
+    Bench bench;
+    bench.takeControl();
+    EXPECT_EQ(
+        bench.exchange(bench.frame(bench.host, Bench::message(0x82, 300, be32(0x0D04) + be32(0xC0000578))))
+            .size(),
+        1U)
+        << "there is no destination";
+    run(bench.registers(), "open", kOpen);
+    for (const auto& row : rows) {
+        const auto sent = bench.exchange(bench.frame(
+            bench.host, Bench::message(0x82, bench.host.nextId++, be32(0x0D04) + be32(row.written))));
+        ASSERT_EQ(sent.size(), 2U) << "the acknowledgement first";
+        const auto packet = packetOf(sent[1]);
+        ASSERT_TRUE(packet);
+        EXPECT_EQ(packet->ipSize, row.reads & 0xFFFF);
+        EXPECT_EQ(packet->block, 0U);
+        EXPECT_EQ(sent[1][20], row.flags);
+        EXPECT_EQ(bench.read(0x0D04, 4), be32(row.reads));
+    }
+    EXPECT_TRUE(bench.due().empty()) << "once";
 }
 
 } // namespace
