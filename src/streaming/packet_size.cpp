@@ -40,12 +40,19 @@ microseconds patienceAfter(Clock::duration took) {
     return std::clamp<microseconds>(longer, kLeastPatience, kMostPatience);
 }
 
-// False when the camera refuses all.
-bool fire(const CameraRegisters& registers, const std::vector<unsigned>& sizes) {
+// Has the camera send packets of these sizes, one after the other, for as long as larger ones have not
+// arrived: a camera that is told to send another one may forget the one before. False when it refuses all.
+bool fire(
+    const CameraRegisters& registers, const std::vector<unsigned>& sizes, const LookForTestPackets& look) {
+    constexpr milliseconds kPause{2};
     bool fired = false;
     for (int tries = 0; tries < kTries; ++tries) {
         for (const unsigned size : sizes) {
-            fired = fireTestPacket(registers, size) || fired;
+            const TestPackets before = look();
+            if ((tries == 0 || before.largest < size) && fireTestPacket(registers, size)) {
+                fired = true;
+                waitUntil(kPause, [&] { return look().count != before.count; });
+            }
         }
     }
     return fired;
@@ -71,7 +78,7 @@ void findPacketSize(const CameraRegisters& registers, unsigned most, const LookF
     std::optional<microseconds> patience; // once a test packet has shown how long they take
     for (auto sizes = search.next(); !sizes.empty(); sizes = search.next()) {
         const Clock::time_point begin = Clock::now();
-        fire(registers, sizes);
+        fire(registers, sizes, look);
         std::optional<microseconds> learnt;
         waitUntil(patience.value_or(kFirstPatience), [&] {
             const unsigned largest = look().largest;
@@ -89,7 +96,7 @@ void findPacketSize(const CameraRegisters& registers, unsigned most, const LookF
 std::optional<bool>
 testPacketArrives(const CameraRegisters& registers, unsigned size, const LookForTestPackets& look) {
     const std::uint64_t before = look().count;
-    if (!fire(registers, {size})) {
+    if (!fire(registers, {size}, look)) {
         return std::nullopt;
     }
     return waitUntil(kFirstPatience, [&] { return look().count != before; });
