@@ -135,8 +135,10 @@ private:
 
 inline bool Block::takeNext(const Packet& packet, Time now) {
     const std::uint32_t index = packet.id - 1;
+    // The first one is compared with the second by those who take their time.
     if (packet.block != m_start.id || packet.format != m_dataFormat || packet.status != 0 ||
-        packet.id != m_next || packet.content.size() != m_packetPayload || index >= m_whole) {
+        packet.id != m_next || packet.content.size() != m_packetPayload || index >= m_whole ||
+        m_dataCount == 0) {
         return false;
     }
     std::memcpy(m_buffer.data + index * m_packetPayload, packet.content.data(), m_packetPayload);
