@@ -87,7 +87,9 @@ typedef struct GbeChunk {
     size_t size;
 } GbeChunk;
 
-/* What the pointers lead to is valid until the image is given back. */
+/* What the pointers lead to is valid until the image is given back. Missing bytes are those of image and
+ * chunks together, as offsets from `data`; chunks are there only when all that tells where they lie has come.
+ */
 typedef struct GbeImage {
     uint64_t id; /* for Gbe_giveBackImage; never used twice */
     const void* data;

@@ -90,19 +90,7 @@ void ImageStream::present(const TavoImage& arrived, GbeImage& image) {
     image.timestamp = arrived.timestamp;
     image.timestampNs = nanoseconds(arrived.timestamp);
     image.arrivedNs = arrived.arrivedNs;
-    image.missingBytes = arrived.missingBytes;
-    presentPayload(arrived, borrowed, image);
-}
-
-void ImageStream::presentPayload(const TavoImage& arrived, Borrowed& borrowed, GbeImage& image) {
-    borrowed.missing.clear();
-    for (std::size_t i = 0; i < arrived.missingCount; ++i) {
-        borrowed.missing.push_back({arrived.missing[i].offset, arrived.missing[i].length});
-    }
-    image.missing = borrowed.missing.empty() ? nullptr : borrowed.missing.data();
-    image.missingCount = borrowed.missing.size();
-    image.data = m_memory.piece(arrived.buffer);
-    image.size = arrived.size;
+    borrowed.payload.describe(arrived, m_memory.piece(arrived.buffer), image);
 }
 
 // In two steps, so that nothing overflows.

@@ -15,6 +15,7 @@
 #include "liomol/images.h"
 #include "streaming/BufferMemory.h"
 #include "streaming/CameraRegisters.h"
+#include "streaming/Payload.h"
 #include "streaming/image_path.h"
 #include "streaming/image_shape.h"
 #include "streaming/packet_size.h"
@@ -67,8 +68,7 @@ private:
     class Use;
     struct Borrowed {
         std::uint64_t id = 0; // 0: it is not borrowed
-        std::vector<GbeMissingBytes> missing;
-        std::vector<GbeChunk> chunks;
+        Payload payload;
     };
 
     int takeMemory(const ImageShape& shape);
@@ -83,7 +83,6 @@ private:
     TestPackets testPackets();
     std::string findPacketTrouble(const CameraRegisters& registers);
     void present(const TavoImage& arrived, GbeImage& image);
-    void presentPayload(const TavoImage& arrived, Borrowed& borrowed, GbeImage& image);
     std::uint64_t nanoseconds(std::uint64_t ticks) const;
 
     const TavoImagePath& m_path;
