@@ -1,6 +1,7 @@
 #include "netif/filter.h"
 
 #include "protocol/gvcp.h"
+#include "protocol/gvsp.h"
 #include "protocol/net.h"
 
 #include <cstddef>
@@ -20,6 +21,7 @@ public:
 
     // A UDP field, by its offset in a frame without IP options: the header's real length is in the index
     // register.
+    void load8OfUdp(std::size_t at) { add(BPF_LD | BPF_B | BPF_IND, at - net::kIpHeader); }
     void load16OfUdp(std::size_t at) { add(BPF_LD | BPF_H | BPF_IND, at - net::kIpHeader); }
     void measureIpHeader() { add(BPF_LDX | BPF_B | BPF_MSH, net::kIpVersion); }
 
@@ -28,6 +30,8 @@ public:
     void dropIf(std::uint32_t value) { branch(BPF_JEQ, value, kDrop, kNext); }
     void dropIfBits(std::uint32_t bits) { branch(BPF_JSET, bits, kDrop, kNext); }
     void dropUnless(std::uint32_t value) { branch(BPF_JEQ, value, kNext, kDrop); }
+
+    void keepBits(std::uint32_t bits) { add(BPF_ALU | BPF_AND | BPF_K, bits); }
 
     void drop() { add(BPF_RET | BPF_K, 0); }
 
@@ -102,6 +106,15 @@ void dropUnlessUdp(Program& program) {
     program.measureIpHeader();
 }
 
+void dropUnlessImage(Program& program, const Mac& mac, const ImagePackets& packets) {
+    dropForeignAddress(program, mac);
+    dropUnlessUdp(program);
+    program.load16OfUdp(net::kUdpDestinationPort);
+    program.dropUnless(packets.udpPort);
+    program.load32(net::kSourceIp);
+    program.dropUnless(big(packets.camera.data(), packets.camera.size()));
+}
+
 } // namespace
 
 Filter stationFilter(const std::vector<Mac>& stations) {
@@ -147,7 +160,7 @@ Filter acknowledgementFilter() {
     return program.finish(false);
 }
 
-Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort) {
+Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort, const ImagePackets& except) {
     Program program;
     dropForeignAddress(program, mac);
     if (address != Ipv4{}) {
@@ -162,7 +175,28 @@ Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort) 
     }
     dropUnlessUdp(program);
     program.load16OfUdp(net::kUdpDestinationPort);
-    program.passIf(udpPort);
+    program.dropUnless(udpPort);
+    if (except.udpPort != udpPort) {
+        return program.finish(true);
+    }
+    program.load32(net::kSourceIp);
+    program.dropIf(big(except.camera.data(), except.camera.size()));
+    return program.finish(true);
+}
+
+Filter imageFilter(const Mac& mac, const ImagePackets& packets) {
+    Program program;
+    dropUnlessImage(program, mac, packets);
+    return program.finish(true);
+}
+
+Filter imageEndFilter(const Mac& mac, const ImagePackets& packets) {
+    Program program;
+    dropUnlessImage(program, mac, packets);
+    program.load8OfUdp(net::kUdpPayload + gvsp::kFormat);
+    program.keepBits(static_cast<std::uint8_t>(~gvsp::kExtendedIds));
+    program.passIf(static_cast<std::uint32_t>(gvsp::Format::Trailer));
+    program.passIf(static_cast<std::uint32_t>(gvsp::Format::AllIn));
     return program.finish(false);
 }
 

@@ -13,6 +13,9 @@ namespace netif {
 // A program of the kernel's packet filter; empty lets everything pass.
 using Filter = std::vector<sock_filter>;
 
+// Nothing passes.
+inline const Filter kNothing{{BPF_RET | BPF_K, 0, 0, 0}};
+
 // Every frame for one of these stations: to its address, or to a group (broadcast included). With more
 // stations than kMostStations everything passes.
 inline constexpr std::size_t kMostStations = 60;
@@ -31,8 +34,18 @@ Filter controlFilter(const ControlTraffic& traffic);
 // ARP, and all that comes from the GVCP port, whoever it is for.
 Filter acknowledgementFilter();
 
-// What comes to a station unasked: UDP to one port, which is the image stream (0: none), and ARP for its
-// address (zeros: none).
-Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort);
+// The packets of one camera's image stream.
+struct ImagePackets {
+    Ipv4 camera{};
+    std::uint16_t udpPort = 0; // that they go to; 0: none
+};
+
+// What comes to a station unasked: UDP to one port, which is the image stream (0: none), but not the packets
+// that another socket takes; and ARP for its address (zeros: none).
+Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort, const ImagePackets& except);
+
+// A station's image packets; and of those the last ones of images alone (GVSP).
+Filter imageFilter(const Mac& mac, const ImagePackets& packets);
+Filter imageEndFilter(const Mac& mac, const ImagePackets& packets);
 
 } // namespace netif

@@ -46,6 +46,11 @@ public:
     // Frames that are late keep the time that they were given; those that wait for a successor go now.
     void setPlan(const FaultPlan& plan);
 
+    // Whether frames pass straight through; then those of a ring need not pass at all.
+    bool isSound() const { return m_sound.load(std::memory_order_acquire); }
+    // A frame that came past the inner link's sink.
+    void arrive(const std::uint8_t* frame, std::size_t size) { pass(Direction::Receive, frame, size); }
+
     // Unplugs and ends the thread; frames that would have to wait are lost from now on.
     void shutDown();
 
@@ -55,6 +60,11 @@ public:
     bool carrier() const override { return m_inner->carrier(); }
     LinkStatistics statistics() const override;
     void setImagePort(std::uint16_t udpPort) override { m_inner->setImagePort(udpPort); }
+    std::shared_ptr<netif::PacketRing>
+    openRing(const netif::Mac& station, const netif::ImagePackets& packets, int& error) override {
+        return m_inner->openRing(station, packets, error);
+    }
+    void closeRing() override { m_inner->closeRing(); }
     bool readsInPlace() const override { return m_inner->readsInPlace(); }
     void readInPlace(Clock::time_point deadline) override { m_inner->readInPlace(deadline); }
     void interrupt() override { m_inner->interrupt(); }

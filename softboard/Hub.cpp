@@ -116,6 +116,24 @@ void Hub::setImagePort(std::uint16_t udpPort) {
     }
 }
 
+std::shared_ptr<netif::PacketRing>
+Hub::openRing(const netif::Mac& station, const netif::ImagePackets& packets, int& error) {
+    error = 0;
+    std::shared_ptr<netif::PacketRing> ring;
+    const auto current = links();
+    for (auto link = current->begin(); link != current->end() && !ring && error == 0; ++link) {
+        ring = (*link)->openRing(station, packets, error);
+    }
+    return ring;
+}
+
+void Hub::closeRing() {
+    const auto current = links();
+    for (const auto& link : *current) {
+        link->closeRing();
+    }
+}
+
 bool Hub::readsInPlace() const {
     const auto current = links();
     return std::any_of(

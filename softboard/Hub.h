@@ -34,6 +34,10 @@ public:
     bool carrier() const override;
     LinkStatistics statistics() const override;
     void setImagePort(std::uint16_t udpPort) override;
+    // Of the first link that has one.
+    std::shared_ptr<netif::PacketRing>
+    openRing(const netif::Mac& station, const netif::ImagePackets& packets, int& error) override;
+    void closeRing() override;
     bool readsInPlace() const override;
 
     // Waits in the first link that reads in place and looks into the others.

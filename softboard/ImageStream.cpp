@@ -84,7 +84,12 @@ ImageStream::~ImageStream() {
     }
 }
 
-void ImageStream::take(std::span<const Packet> packets) {
+void ImageStream::keepBy(std::unique_ptr<Keeper> keeper) {
+    m_keeper = std::move(keeper);
+    m_keeper->start();
+}
+
+void ImageStream::take(std::span<const Packet> packets, From from) {
     std::unique_lock lock(m_mutex);
     if (m_ended) {
         return;
@@ -93,7 +98,7 @@ void ImageStream::take(std::span<const Packet> packets) {
     for (const Packet& packet : packets) {
         m_receiver.packet(packet, time);
     }
-    const auto deadline = m_receiver.deadline();
+    const auto deadline = from == From::Other ? m_receiver.deadline() : std::nullopt;
     const bool hurry = deadline && *deadline < m_due;
     if (hurry) {
         m_due = *deadline;

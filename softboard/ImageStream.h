@@ -35,7 +35,8 @@ public:
     class Keeper {
     public:
         virtual ~Keeper() = default;
-        // A deadline has come nearer than the last tend() said.
+        virtual void start() = 0;
+        // A deadline has come nearer than the last tend() said. Called from other threads.
         virtual void hurry() = 0;
         // The thread is to end, and
         virtual void leave() = 0;
@@ -44,6 +45,7 @@ public:
         // Packets that were lost because the thread was too slow.
         virtual std::uint64_t overrun() = 0;
     };
+    enum class From { Keeper, Other };
 
     // What a stream can be opened with. IMAGE_PATH_OK or IMAGE_PATH_BAD_ARGUMENT.
     static int check(const TavoImageSettings& settings);
@@ -55,12 +57,12 @@ public:
     ImageStream& operator=(const ImageStream&) = delete;
 
     // To be called once, before packets come.
-    void keepBy(std::unique_ptr<Keeper> keeper) { m_keeper = std::move(keeper); }
+    void keepBy(std::unique_ptr<Keeper> keeper);
 
     const StreamAddress& address() const { return m_address; }
 
-    // Packets that arrived together, in their order.
-    void take(std::span<const Packet> packets);
+    // Packets that arrived together, in their order; who brings them: a keeper will tend anyway.
+    void take(std::span<const Packet> packets, From from);
     // Time has passed: what is due is done. When something will be due again.
     std::optional<Clock::time_point> tend();
 

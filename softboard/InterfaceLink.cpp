@@ -15,9 +15,6 @@ namespace {
 constexpr std::chrono::microseconds kSpin{50};
 constexpr unsigned kMostAtOnce = 8192; // frames that one look takes, so that a flood cannot hold it for ever
 
-// Nothing passes: for the stream while no image port is set.
-const netif::Filter kNothing{{BPF_RET | BPF_K, 0, 0, 0}};
-
 std::uint64_t big(const std::uint8_t* bytes, std::size_t count) {
     std::uint64_t value = 0;
     for (std::size_t i = 0; i < count; ++i) {
@@ -63,16 +60,21 @@ InterfaceLink::create(const InterfaceSettings& settings, std::string& error, int
     const auto open = [&](const netif::Filter& filter, std::chrono::microseconds spin) {
         return netif::PacketSocket::create(settings.interface, {filter, false, spin}, error, code);
     };
-    Socket control = open(kNothing, settings.spin);
-    Socket stream = control ? open(kNothing, std::chrono::microseconds(0)) : nullptr;
-    if (!stream) {
+    Socket control = open(netif::kNothing, settings.spin);
+    Socket stream = control ? open(netif::kNothing, std::chrono::microseconds(0)) : nullptr;
+    int dummy = 0;
+    Ring ring = stream ? netif::PacketRing::create(settings.interface, error, code != nullptr ? *code : dummy)
+                       : nullptr;
+    if (!ring) {
         return nullptr;
     }
-    return std::unique_ptr<InterfaceLink>(new InterfaceLink(settings, std::move(control), std::move(stream)));
+    return std::unique_ptr<InterfaceLink>(
+        new InterfaceLink(settings, std::move(control), std::move(stream), std::move(ring)));
 }
 
-InterfaceLink::InterfaceLink(const InterfaceSettings& settings, Socket control, Socket stream)
-    : m_control(std::move(control)), m_stream(std::move(stream)) {
+InterfaceLink::InterfaceLink(const InterfaceSettings& settings, Socket control, Socket stream, Ring ring)
+    : m_ringBytes(settings.ringBytes), m_control(std::move(control)), m_stream(std::move(stream)),
+      m_ring(std::move(ring)) {
     m_traffic.mac = settings.mac ? *settings.mac : m_control->state().mac;
 }
 
@@ -97,7 +99,8 @@ void InterfaceLink::plug(ethernet::FrameSink sink) {
 }
 
 void InterfaceLink::send(const std::uint8_t* frame, std::size_t size) {
-    if (isCommand(frame, size)) {
+    // What is asked from the image port has its answer there.
+    if (isCommand(frame, size) && big(frame + net::kUdpSourcePort, 2) != m_imagePort) {
         learn(frame);
     }
     m_control->send(frame, size);
@@ -133,12 +136,34 @@ void InterfaceLink::setImagePort(std::uint16_t udpPort) {
 // With m_filtering held.
 void InterfaceLink::applyFilters() {
     m_traffic.exceptPort = m_imagePort;
-    m_control->setFilter(m_plugged ? netif::controlFilter(m_traffic) : kNothing);
+    m_control->setFilter(m_plugged ? netif::controlFilter(m_traffic) : netif::kNothing);
     m_stream->setFilter(
-        m_plugged ? netif::streamFilter(m_traffic.mac, m_traffic.address, m_imagePort) : kNothing);
+        m_plugged ? netif::streamFilter(m_traffic.mac, m_traffic.address, m_imagePort, m_ringPackets)
+                  : netif::kNothing);
     if (m_traffic.mac != netif::Mac{}) {
         m_control->setStation(m_traffic.mac); // what is let in for one socket is for the other too
     }
+}
+
+std::shared_ptr<netif::PacketRing>
+InterfaceLink::openRing(const netif::Mac& station, const netif::ImagePackets& packets, int& error) {
+    const netif::PacketRing::Options options{
+        netif::imageFilter(station, packets), netif::imageEndFilter(station, packets), m_ringBytes};
+    if (!m_ring->open(options, error)) {
+        return nullptr;
+    }
+    m_ring->setStation(station);
+    const std::lock_guard lock(m_filtering);
+    m_ringPackets = packets;
+    applyFilters();
+    return m_ring;
+}
+
+void InterfaceLink::closeRing() {
+    m_ring->close();
+    const std::lock_guard lock(m_filtering);
+    m_ringPackets = {};
+    applyFilters();
 }
 
 // With m_filtering held. Once something can come the thread stays.
@@ -217,11 +242,12 @@ void InterfaceLink::readInPlace(Clock::time_point deadline) {
 LinkStatistics InterfaceLink::statistics() const {
     const netif::PacketStatistics control = m_control->statistics();
     const netif::PacketStatistics stream = m_stream->statistics();
+    const netif::PacketStatistics ring = m_ring->statistics();
     LinkStatistics sum;
     sum.sent = control.sent;
-    sum.received = control.received + stream.received;
-    sum.overrun = control.overrun + stream.overrun;
-    sum.dropped = control.dropped + stream.dropped;
+    sum.received = control.received + stream.received + ring.received;
+    sum.overrun = control.overrun + stream.overrun + ring.overrun;
+    sum.dropped = control.dropped + stream.dropped + ring.dropped;
     return sum;
 }
 

@@ -1,11 +1,17 @@
 // What a port of the software board is wired to: something that takes and gives whole Ethernet frames.
 #pragma once
 
+#include "netif/filter.h"
 #include "platform/ethernet_endpoint.h"
 
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+
+namespace netif {
+class PacketRing;
+}
 
 namespace softboard {
 
@@ -45,6 +51,16 @@ public:
     // The UDP port of the image path, 0 for none: a link that sorts frames before the port does lets them
     // pass.
     virtual void setImagePort(std::uint16_t /*udpPort*/) {}
+
+    // A way for the image packets of one camera to one station that leads past the sink, which does not get
+    // them until closeRing(). The caller reads it. Null when the link has none, with 0 in `error`, or when
+    // the system refuses, with an errno value. One at a time.
+    virtual std::shared_ptr<netif::PacketRing>
+    openRing(const netif::Mac& /*station*/, const netif::ImagePackets& /*packets*/, int& error) {
+        error = 0;
+        return nullptr;
+    }
+    virtual void closeRing() {}
 
     virtual bool readsInPlace() const { return false; }
 

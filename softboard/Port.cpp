@@ -1,12 +1,16 @@
 #include "softboard/Port.h"
 
+#include "softboard/RingReader.h"
 #include "softboard/StreamTimer.h"
 #include "softboard/hw_results.h"
 
+#include "netif/checksum.h"
 #include "protocol/gvcp.h"
 #include "protocol/net.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 
 namespace softboard {
 
@@ -228,7 +232,7 @@ bool Port::toStream(const std::uint8_t* frame, std::size_t size) {
     const auto open = stream();
     const auto packet = open ? streamPacket(open->address(), frame, size, false) : std::nullopt;
     if (packet) {
-        open->take(std::span(&*packet, 1));
+        open->take(std::span(&*packet, 1), ImageStream::From::Other);
     }
     return packet.has_value();
 }
@@ -251,7 +255,12 @@ int Port::openStream(const TavoImageSettings& settings, std::shared_ptr<ImageStr
                 count(m_notSent);
             }
         });
-        stream->keepBy(std::make_unique<StreamTimer>(*stream));
+        int error = 0;
+        auto keeper = makeKeeper(*stream, net::Mac::at(settings.hostMac), error);
+        if (!keeper) {
+            return error == ENOMEM ? IMAGE_PATH_NO_MEMORY : IMAGE_PATH_NO_RIGHT;
+        }
+        stream->keepBy(std::move(keeper));
         m_lastStream = m_stream = stream;
         m_streaming.store(true, std::memory_order_release);
     }
@@ -259,30 +268,81 @@ int Port::openStream(const TavoImageSettings& settings, std::shared_ptr<ImageStr
     return IMAGE_PATH_OK;
 }
 
+// Null when the system refuses.
+std::unique_ptr<ImageStream::Keeper>
+Port::makeKeeper(ImageStream& stream, const netif::Mac& mac, int& error) {
+    const StreamAddress& address = stream.address();
+    auto ring = m_wire.openRing(mac, {address.camera, address.udpPort}, error);
+    if (ring) {
+        return std::make_unique<RingReader>(
+            stream, std::move(ring),
+            [this, &stream](RingReader::Frames frames) { takeFromRing(stream, frames); });
+    }
+    return error == 0 ? std::make_unique<StreamTimer>(stream) : nullptr;
+}
+
+void Port::takeFromRing(ImageStream& stream, RingReader::Frames frames) {
+    if (!m_wire.isSound() || m_recording.load(std::memory_order_acquire)) {
+        for (const netif::PacketRing::Frame& frame : frames) {
+            if (frame.checksum == netif::PacketRing::Checksum::Open) {
+                netif::fillTransportChecksum(frame.data, frame.size);
+            }
+            m_wire.arrive(frame.data, frame.size);
+        }
+        return;
+    }
+    if (!m_phy.negotiated() || !m_lines.receive) {
+        m_ignored.fetch_add(frames.size(), std::memory_order_relaxed);
+        return;
+    }
+    std::array<ImageStream::Packet, netif::PacketRing::kMostTaken> packets;
+    std::size_t count = 0;
+    for (const netif::PacketRing::Frame& frame : frames) {
+        const bool verified = frame.checksum != netif::PacketRing::Checksum::Unknown;
+        if (const auto packet = streamPacket(stream.address(), frame.data, frame.size, verified)) {
+            packets[count++] = *packet;
+        }
+    }
+    m_received.fetch_add(frames.size(), std::memory_order_relaxed);
+    m_toImagePath.fetch_add(frames.size(), std::memory_order_relaxed);
+    stream.take(std::span(packets).first(count), ImageStream::From::Keeper);
+}
+
 void Port::closeStream(const std::shared_ptr<ImageStream>& stream) {
+    stream->close(); // without the lock: the keeper may be on its way to it
+    const std::lock_guard lock(m_streamMutex);
+    forget(stream);
+}
+
+// With m_streamMutex held, of a stream that is closed.
+void Port::forget(const std::shared_ptr<ImageStream>& stream) {
+    if (m_lastStream.lock() == stream) {
+        m_streaming = false;
+        m_stream = nullptr;
+        m_lastStream.reset();
+        m_wire.closeRing();
+    }
+}
+
+// A stream that ends here is still its owner's to close; if it is not when streams are allowed again, then
+// the ring is taken from it.
+void Port::setStreamAllowed(bool allowed) {
+    std::shared_ptr<ImageStream> last;
     {
         const std::lock_guard lock(m_streamMutex);
-        if (m_stream == stream) {
-            m_streaming = false;
+        last = m_lastStream.lock();
+        if (!allowed) {
+            m_streamAllowed = m_streaming = false;
             m_stream = nullptr;
         }
     }
-    stream->close();
-}
-
-// A stream that ends here is still its owner's to close.
-void Port::setStreamAllowed(bool allowed) {
-    std::shared_ptr<ImageStream> ending;
-    {
-        const std::lock_guard lock(m_streamMutex);
-        m_streamAllowed = allowed;
-        if (!allowed) {
-            m_streaming = false;
-            ending.swap(m_stream);
-        }
+    if (last) {
+        allowed ? last->close() : last->end();
     }
-    if (ending) {
-        ending->end();
+    if (allowed) {
+        const std::lock_guard lock(m_streamMutex);
+        forget(last);
+        m_streamAllowed = true;
     }
 }
 

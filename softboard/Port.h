@@ -10,11 +10,14 @@
 #include "softboard/registers.h"
 #include "softboard/softboard.h"
 
+#include "netif/PacketRing.h"
+
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 
 namespace softboard {
@@ -28,6 +31,7 @@ struct BoardLines {
 // The way out:  halfwords -> transmit buffer -> (stamp) -> recorder -> FaultyLink -> Hub -> links
 // The way in:   links -> Hub -> FaultyLink -> recorder -> filter -> data queue, or the image path: the open
 //               stream, if the packet is of its camera
+// or:           ring of an interface -> (FaultyLink, recorder, if there is work for them) -> stream
 //
 // The port has no address filter: the FPGA has no register for an address, and takes in every frame that
 // arrives. Register accesses that transmit want to be serialised by the caller, as the hardware library's do;
@@ -85,9 +89,12 @@ private:
     void leave(const std::uint8_t* frame, std::size_t size);
     bool forImagePath(const std::uint8_t* frame, std::size_t size) const;
     bool toStream(const std::uint8_t* frame, std::size_t size);
+    std::unique_ptr<ImageStream::Keeper> makeKeeper(ImageStream& stream, const netif::Mac& mac, int& error);
+    void takeFromRing(ImageStream& stream, std::span<const netif::PacketRing::Frame> frames);
     std::shared_ptr<ImageStream> stream() const;
     void tellStreamOfLink();
     void setStreamAllowed(bool allowed);
+    void forget(const std::shared_ptr<ImageStream>& stream);
     void record(const std::uint8_t* frame, std::size_t size);
 
     const BoardLines& m_lines;
@@ -114,7 +121,7 @@ private:
     mutable std::mutex m_streamMutex; // guards what follows
     bool m_streamAllowed = false;
     std::shared_ptr<ImageStream> m_stream;
-    std::weak_ptr<ImageStream> m_lastStream;
+    std::weak_ptr<ImageStream> m_lastStream; // that may use the ring
 
     std::atomic<bool> m_recording{false};
     std::mutex m_captureMutex;

@@ -2,11 +2,14 @@
 
 namespace softboard {
 
-StreamTimer::StreamTimer(ImageStream& stream) : m_thread([this, &stream] { run(stream); }) {}
-
 StreamTimer::~StreamTimer() {
     leave();
     join();
+}
+
+void StreamTimer::start() {
+    const std::lock_guard lock(m_joining);
+    m_thread = std::thread([this] { run(); });
 }
 
 void StreamTimer::hurry() {
@@ -32,13 +35,13 @@ void StreamTimer::join() {
     }
 }
 
-void StreamTimer::run(ImageStream& stream) {
+void StreamTimer::run() {
     const auto called = [this] { return m_hurry || m_leave; };
     std::unique_lock lock(m_mutex);
     while (!m_leave) {
         m_hurry = false;
         lock.unlock();
-        const auto deadline = stream.tend();
+        const auto deadline = m_stream.tend();
         lock.lock();
         if (deadline) {
             m_changed.wait_until(lock, *deadline, called);

@@ -133,6 +133,13 @@ constexpr Key<PortConfiguration> kPortKeys[] = {
          port.interface.spin = std::chrono::microseconds(value);
          return good;
      }},
+    {"ring_mb", "a number from 1 to 1024",
+     [](PortConfiguration& port, const std::string& text) {
+         long long value = 0;
+         const bool good = parseInteger(text, 1, 1024, value);
+         port.interface.ringBytes = static_cast<std::size_t>(value) << 20;
+         return good;
+     }},
     {"queue_words", "a number from 1024 to 4194304",
      [](PortConfiguration& port, const std::string& text) {
          long long value = 0;

@@ -1,7 +1,5 @@
-// The image path of a port with stations of this process on it.
+// The image path of a port, with a camera of this process or behind a network interface.
 #include "stream_support.h"
-
-#include "support/wait.h"
 
 #include <atomic>
 #include <fstream>
@@ -11,26 +9,16 @@ namespace {
 
 using namespace test;
 
-class ImagePath : public testing::Test {
+// By whether the port is an interface.
+class ImagePath : public StreamPort, public testing::WithParamInterface<bool> {
 protected:
-    void SetUp() override {
-        configure("[board 0]\n");
-        camera = plugIn(0);
-        board = std::make_unique<OpenBoard>();
-        board->enable();
-    }
-
-    void send(const std::vector<Bytes>& frames) {
-        for (const Bytes& frame : frames) {
-            camera->send(frame);
-        }
-    }
-
-    std::shared_ptr<Station> camera;
-    std::unique_ptr<OpenBoard> board;
+    void SetUp() override { plugIn(GetParam()); }
 };
+INSTANTIATE_TEST_SUITE_P(, ImagePath, testing::Bool(), [](const auto& kind) {
+    return std::string(kind.param ? "OverAnInterface" : "InTheProcess");
+});
 
-TEST_F(ImagePath, GivesImagesInOrderAndCountsThem) {
+TEST_P(ImagePath, GivesImagesInOrderAndCountsThem) {
     OpenStream stream;
     ASSERT_EQ(stream.open(), IMAGE_PATH_OK);
     TavoImage image{};
@@ -61,7 +49,7 @@ TEST_F(ImagePath, GivesImagesInOrderAndCountsThem) {
     EXPECT_EQ(board->read("GigeRecvPktCnt0"), counts.packets);
 }
 
-TEST_F(ImagePath, TakesItsCamerasPacketsAndNoOthers) {
+TEST_P(ImagePath, TakesItsCamerasPacketsAndNoOthers) {
     OpenStream stream;
     ASSERT_EQ(stream.open(), IMAGE_PATH_OK);
     const auto change = [](Bytes frame, std::size_t at, std::uint64_t value, unsigned size) {
@@ -83,12 +71,6 @@ TEST_F(ImagePath, TakesItsCamerasPacketsAndNoOthers) {
         {"shorter than a UDP header", change(good, net::kUdpLength, 7, 2), 0},
         {"with a wrong checksum", change(good, net::kUdpChecksum, 0x1234, 2), 0},
     };
-    std::uint64_t taken = 0;
-    for (const auto& row : rows) {
-        camera->send(row.frame);
-        taken += row.taken;
-        EXPECT_EQ(stream.statistics().packets, taken) << row.name;
-    }
     Bytes summed = good;
     const auto length = static_cast<std::uint16_t>(good.size() - net::kUdpSourcePort);
     put(summed, net::kUdpChecksum,
@@ -99,11 +81,17 @@ TEST_F(ImagePath, TakesItsCamerasPacketsAndNoOthers) {
             .add(&summed[net::kUdpSourcePort], length)
             .value(),
         2);
-    camera->send(summed);
-    EXPECT_EQ(stream.statistics().packets, taken + 1) << "with a right checksum";
+    std::uint64_t taken = 0;
+    for (const auto& row : rows) {
+        send(row.frame);
+        send(summed); // with a right checksum
+        taken += row.taken + 1;
+        EXPECT_TRUE(eventually([&] { return stream.statistics().packets >= taken; })) << row.name;
+        EXPECT_EQ(stream.statistics().packets, taken) << row.name;
+    }
 }
 
-TEST_F(ImagePath, WithAllBuffersFullDropsWhatTheSettingSays) {
+TEST_P(ImagePath, WithAllBuffersFullDropsWhatTheSettingSays) {
     for (const bool dropOldest : {false, true}) {
         OpenStream stream(3);
         stream.settings.dropOldest = dropOldest ? 1 : 0;
@@ -114,9 +102,13 @@ TEST_F(ImagePath, WithAllBuffersFullDropsWhatTheSettingSays) {
         for (std::uint64_t block = 2; block <= 6; ++block) {
             send(imageFrames(block));
         }
+        const auto dropped = [&] {
+            return stream.statistics().droppedOldest + stream.statistics().droppedArriving;
+        };
+        EXPECT_TRUE(eventually([&] { return dropped() == 3; }));
         for (const std::uint64_t block : {dropOldest ? 5U : 2U, dropOldest ? 6U : 3U}) {
             TavoImage image{};
-            ASSERT_EQ(stream.wait(image, 0), IMAGE_PATH_OK);
+            ASSERT_EQ(stream.wait(image), IMAGE_PATH_OK);
             EXPECT_EQ(image.block, block);
             EXPECT_EQ(stream.bytes(image), pixels(block));
         }
@@ -127,58 +119,80 @@ TEST_F(ImagePath, WithAllBuffersFullDropsWhatTheSettingSays) {
     }
 }
 
-TEST_F(ImagePath, TellsAWaitingCallerWhyThereIsNoImage) {
-    std::unique_ptr<OpenBoard> second;
-    const struct {
-        const char* name;
-        std::function<void(OpenStream&)> event;
-        int result;
-    } rows[] = {
-        {"woken", [](OpenStream& stream) { stream.wake(); }, IMAGE_PATH_WOKEN},
-        {"camera unplugged", [&](OpenStream&) { softboard::detach(0, 0, camera); }, IMAGE_PATH_LINK_GONE},
-        {"camera back",
-         [&](OpenStream&) {
-             softboard::attach(0, 0, camera);
-             send(imageFrames(1));
-         },
-         IMAGE_PATH_OK},
-        {"board closed", [&](OpenStream&) { board.reset(); }, IMAGE_PATH_NO_PORT},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        OpenStream stream;
-        ASSERT_EQ(stream.open(), IMAGE_PATH_OK);
-        std::atomic<int> results{0};
-        std::atomic<int> wrong{0};
-        std::vector<std::thread> waiting;
-        const int threads = row.result == IMAGE_PATH_OK ? 1 : 3;
-        for (int i = 0; i < threads; ++i) {
-            waiting.emplace_back([&] {
-                TavoImage image{};
-                int result = IMAGE_PATH_LINK_GONE;
-                while (row.result == IMAGE_PATH_OK && result == IMAGE_PATH_LINK_GONE) {
-                    result = stream.wait(image);
-                }
-                wrong += (row.result == IMAGE_PATH_OK ? result : stream.wait(image)) != row.result ? 1 : 0;
-                ++results;
-            });
-        }
-        row.event(stream);
-        std::for_each(waiting.begin(), waiting.end(), [](std::thread& thread) { thread.join(); });
-        EXPECT_EQ(wrong, 0);
-        TavoImage image{};
-        if (row.result != IMAGE_PATH_OK) {
-            EXPECT_EQ(stream.wait(image), row.result) << "and again";
-        }
+// Waits in several threads while `event` happens; all of them have to get `result`.
+void expectAll(OpenStream& stream, int result, const std::function<void()>& event) {
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> waiting;
+    for (int i = 0; i < 3; ++i) {
+        waiting.emplace_back([&] {
+            TavoImage image{};
+            wrong += stream.wait(image) != result ? 1 : 0;
+        });
     }
-    OpenStream stream;
-    EXPECT_EQ(stream.open(), IMAGE_PATH_NO_PORT) << "of a closed board";
-    board = std::make_unique<OpenBoard>();
-    board->enable();
-    EXPECT_EQ(stream.open(), IMAGE_PATH_OK) << "of one opened anew";
+    event();
+    std::for_each(waiting.begin(), waiting.end(), [](std::thread& thread) { thread.join(); });
+    EXPECT_EQ(wrong, 0);
+    TavoImage image{};
+    EXPECT_EQ(stream.wait(image), result) << "and again";
 }
 
-TEST_F(ImagePath, GivesUpInTimeAndTellsWhatIsMissing) {
+TEST_P(ImagePath, TellsWaitingCallersWhyThereIsNoImage) {
+    {
+        OpenStream stream;
+        ASSERT_EQ(stream.open(), IMAGE_PATH_OK);
+        expectAll(stream, IMAGE_PATH_WOKEN, [&] { stream.wake(); });
+    }
+    OpenStream ended;
+    ASSERT_EQ(ended.open(), IMAGE_PATH_OK);
+    expectAll(ended, IMAGE_PATH_NO_PORT, [&] { board.reset(); });
+    OpenStream stream;
+    EXPECT_EQ(stream.open(), IMAGE_PATH_NO_PORT) << "of a closed board";
+    openBoard();
+    ASSERT_EQ(stream.open(), IMAGE_PATH_OK) << "of one opened anew, while the earlier stream is still there";
+    ended.close();
+    send(imageFrames(1));
+    TavoImage image{};
+    EXPECT_EQ(stream.wait(image), IMAGE_PATH_OK);
+}
+
+TEST_P(ImagePath, GoesOnWhenTheCameraIsBack) {
+    struct Row {
+        const char* name;
+        std::function<bool()> lose;
+        std::function<bool()> mend;
+    };
+    const auto onHost = [&](const char* command) { return wire->host.shell(command); };
+    const std::vector<Row> inProcess = {
+        {"unplugged", [&] { return softboard::detach(0, 0, station); },
+         [&] { return softboard::attach(0, 0, station); }}};
+    const std::vector<Row> overInterface = {
+        {"switched off", [&] { return onHost("ip link set host0 down"); },
+         [&] { return onHost("ip link set host0 up"); }},
+        {"the other end switched off", [&] { return wire->camera.shell("ip link set camera0 down"); },
+         [&] { return wire->camera.shell("ip link set camera0 up"); }},
+        {"removed", [&] { return wire->unplug(); }, [&] { return wire->plug(); }},
+    };
+    OpenStream stream;
+    ASSERT_EQ(stream.open(), IMAGE_PATH_OK);
+    std::uint64_t block = 1;
+    for (const Row& row : GetParam() ? overInterface : inProcess) {
+        SCOPED_TRACE(row.name);
+        expectAll(stream, IMAGE_PATH_LINK_GONE, [&] { EXPECT_TRUE(row.lose()); });
+        ASSERT_TRUE(row.mend());
+        TavoImage image{};
+        EXPECT_TRUE(eventually([&] { // either side may be looking for its interface still
+            send(imageFrames(block++));
+            return stream.wait(image, 20) == IMAGE_PATH_OK;
+        }));
+        EXPECT_EQ(stream.bytes(image), pixels(image.block));
+        stream.giveBack(image.buffer);
+        while (stream.wait(image, 20) == IMAGE_PATH_OK) { // what was sent meanwhile
+            stream.giveBack(image.buffer);
+        }
+    }
+}
+
+TEST_P(ImagePath, GivesUpInTimeAndTellsWhatIsMissing) {
     OpenStream stream;
     stream.settings.patienceMs = 20;
     ASSERT_EQ(stream.open(), IMAGE_PATH_OK);
@@ -195,13 +209,14 @@ TEST_F(ImagePath, GivesUpInTimeAndTellsWhatIsMissing) {
     EXPECT_EQ(image.missing[0].length, kPacketData);
 }
 
-TEST_F(ImagePath, StartsAnew) {
+TEST_P(ImagePath, StartsAnew) {
     OpenStream stream;
     ASSERT_EQ(stream.open(), IMAGE_PATH_OK);
     TavoImage borrowed{};
     send(imageFrames(7));
     send(imageFrames(8));
     ASSERT_EQ(stream.wait(borrowed), IMAGE_PATH_OK);
+    EXPECT_TRUE(eventually([&] { return stream.statistics().imagesWaiting == 1; }));
     EXPECT_EQ(stream.restart(), IMAGE_PATH_OK);
     TavoImage image{};
     EXPECT_EQ(stream.wait(image, 0), IMAGE_PATH_TIMEOUT) << "what waited is gone";
@@ -214,7 +229,7 @@ TEST_F(ImagePath, StartsAnew) {
     EXPECT_EQ(stream.restart(), IMAGE_PATH_BAD_ARGUMENT);
 }
 
-TEST_F(ImagePath, RefusesWhatCannotBe) {
+TEST_P(ImagePath, RefusesWhatCannotBe) {
     const struct {
         const char* name;
         std::function<void(TavoImageSettings&)> change;
@@ -247,11 +262,12 @@ TEST_F(ImagePath, RefusesWhatCannotBe) {
 }
 
 // With a camera that sends all the time, from another thread.
-TEST_F(ImagePath, TouchesNoByteAfterClosing) {
+TEST_P(ImagePath, TouchesNoByteAfterClosing) {
     std::atomic<bool> stop{false};
     std::thread sender([&] {
         for (std::uint64_t block = 1; !stop; block = block % 65535 + 1) {
             send(imageFrames(block));
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
         }
     });
     for (int round = 0; round < 20; ++round) {

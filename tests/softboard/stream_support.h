@@ -3,10 +3,13 @@
 
 #include "support.h"
 
+#include "netif/PacketSocket.h"
 #include "platform/image_path.h"
 #include "protocol/gvsp.h"
 #include "protocol/internet_checksum.h"
 #include "protocol/net.h"
+#include "support/net_namespace.h"
+#include "support/wait.h"
 
 #include <dlfcn.h>
 
@@ -86,6 +89,63 @@ inline std::vector<Bytes> imageFrames(std::uint64_t block) {
         streamFrame(gvsp::Format::Trailer, block, static_cast<std::uint32_t>(frames.size()), trailer));
     return frames;
 }
+
+// Port 0 of board 0 and a camera on it: in this process, or behind a network interface.
+class StreamPort : public testing::Test {
+protected:
+    // Keys of the port beside what it is.
+    void plugIn(bool overInterface, const std::string& keys = {}) {
+        if (!overInterface) {
+            configure("[board 0]\n[board 0 port 0]\n" + keys);
+            station = test::plugIn(0);
+        } else {
+            wire = std::make_unique<test_support::VirtualWire>();
+            if (!wire->error().empty()) {
+                GTEST_SKIP() << wire->error();
+            }
+            std::string error;
+            {
+                const test_support::NetNamespace::Inside inside(wire->camera);
+                raw = netif::PacketSocket::create("camera0", {}, error);
+            }
+            ASSERT_TRUE(raw) << error;
+            const test_support::NetNamespace::Inside inside(wire->host);
+            configure("[board 0]\n[board 0 port 0]\ninterface = host0\nmac = 02:00:00:00:00:01\n" + keys);
+        }
+        openBoard();
+    }
+    void openBoard() {
+        board = std::make_unique<OpenBoard>();
+        board->enable();
+    }
+    void TearDown() override {
+        board.reset();
+        configure("[board 0]\n");
+    }
+
+    void send(const Bytes& frame) {
+        station ? station->send(frame) : void(raw->send(frame.data(), frame.size()));
+    }
+    void send(const std::vector<Bytes>& frames) {
+        std::for_each(frames.begin(), frames.end(), [this](const Bytes& frame) { send(frame); });
+    }
+    // The next frame from the board.
+    Bytes asked() {
+        if (station) {
+            return station->frames(++m_asked).back();
+        }
+        const auto frame = raw->receive(Clock::now() + kGenerous);
+        return Bytes(frame.begin(), frame.end());
+    }
+
+    std::unique_ptr<test_support::VirtualWire> wire;
+    std::unique_ptr<netif::PacketSocket> raw;
+    std::shared_ptr<Station> station;
+    std::unique_ptr<OpenBoard> board;
+
+private:
+    std::size_t m_asked = 0;
+};
 
 // Looked up as the library does it.
 inline const TavoImagePath& imagePath() {

@@ -1,0 +1,93 @@
+#include "netif/MappedRing.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace netif {
+
+namespace {
+
+// Blocks are what the kernel allocates in one piece; no slot crosses the end of one. Large, so that little is
+// left over behind the slots of jumbo frames.
+constexpr std::size_t kBlock = std::size_t{128} << 10;
+
+// In front of a frame's bytes: the kernel's header, an address, and its own alignment (packet_mmap).
+constexpr std::size_t kBeforeFrame = TPACKET_ALIGN(TPACKET2_HDRLEN + 16);
+
+bool request(int socket, std::size_t blocks, std::size_t block, std::size_t slot) {
+    tpacket_req ring{};
+    ring.tp_block_size = static_cast<unsigned>(block);
+    ring.tp_block_nr = static_cast<unsigned>(blocks);
+    ring.tp_frame_size = static_cast<unsigned>(slot);
+    ring.tp_frame_nr = static_cast<unsigned>(slot != 0 ? block / slot * blocks : 0);
+    return setsockopt(socket, SOL_PACKET, PACKET_RX_RING, &ring, sizeof ring) == 0;
+}
+
+} // namespace
+
+bool MappedRing::make(int socket, std::size_t frameSize, std::size_t bytes) {
+    drop();
+    const int version = TPACKET_V2;
+    if (setsockopt(socket, SOL_PACKET, PACKET_VERSION, &version, sizeof version) != 0) {
+        return false;
+    }
+    const std::size_t slot = TPACKET_ALIGN(kBeforeFrame + frameSize);
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t wanted = std::max(std::min(kBlock, bytes), slot);
+    const std::size_t block = (wanted + page - 1) / page * page;
+    const std::size_t blocks = std::max<std::size_t>(bytes / block, 1);
+    if (!request(socket, blocks, block, slot)) {
+        return false;
+    }
+    void* const memory = mmap(nullptr, blocks * block, PROT_READ | PROT_WRITE, MAP_SHARED, socket, 0);
+    if (memory == MAP_FAILED) {
+        const int error = errno;
+        request(socket, 0, 0, 0);
+        errno = error;
+        return false;
+    }
+    m_socket = socket;
+    m_memory = {static_cast<std::uint8_t*>(memory), blocks * block};
+    m_frameSize = frameSize;
+    m_slotSize = slot;
+    m_slotsOfBlock = block / slot;
+    m_blockSize = block;
+    m_block = m_slot = 0;
+    return true;
+}
+
+void MappedRing::drop() {
+    if (!m_memory.empty()) {
+        munmap(m_memory.data(), m_memory.size());
+        request(m_socket, 0, 0, 0);
+    }
+    m_memory = {};
+    m_frameSize = 0;
+}
+
+tpacket2_hdr* MappedRing::next() {
+    if (m_memory.empty()) {
+        return nullptr;
+    }
+    auto* const header = reinterpret_cast<tpacket2_hdr*>(&m_memory[m_block + m_slot * m_slotSize]);
+    const unsigned status = std::atomic_ref(header->tp_status).load(std::memory_order_acquire);
+    if ((status & TP_STATUS_USER) == 0) {
+        return nullptr;
+    }
+    if (++m_slot == m_slotsOfBlock) {
+        m_slot = 0;
+        m_block += m_blockSize;
+        m_block = m_block == m_memory.size() ? 0 : m_block;
+    }
+    return header;
+}
+
+void MappedRing::giveBack(tpacket2_hdr* slot) {
+    std::atomic_ref(slot->tp_status).store(TP_STATUS_KERNEL, std::memory_order_release);
+}
+
+} // namespace netif

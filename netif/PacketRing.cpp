@@ -1,0 +1,159 @@
+#include "netif/PacketRing.h"
+
+#include "protocol/net.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace netif {
+
+namespace {
+
+constexpr std::uint16_t kVlanNumber = 0x0FFF; // of a tag
+constexpr std::size_t kVlanTag = 4;
+constexpr int kUsualMtu = 1500; // while there is no interface, and at least
+constexpr int kLargestMtu = 65535;
+constexpr std::size_t kBellFrame = 32; // nobody reads it
+
+// Ethernet's bytes around an interface's MTU.
+std::size_t frameOf(int mtu) {
+    return net::kEthernetHeader + kVlanTag +
+           static_cast<std::size_t>(std::clamp(mtu, kUsualMtu, kLargestMtu));
+}
+
+bool isForeign(const tpacket2_hdr& header) {
+    return (header.tp_status & TP_STATUS_VLAN_VALID) != 0 && (header.tp_vlan_tci & kVlanNumber) != 0;
+}
+
+PacketRing::Checksum checksumOf(unsigned status) {
+    return (status & TP_STATUS_CSUMNOTREADY) != 0 ? PacketRing::Checksum::Open
+           : (status & TP_STATUS_CSUM_VALID) != 0 ? PacketRing::Checksum::Right
+                                                  : PacketRing::Checksum::Unknown;
+}
+
+} // namespace
+
+std::unique_ptr<PacketRing> PacketRing::create(const std::string& interface, std::string& error, int& code) {
+    auto bell = InterfaceSocket::create(interface, false, error, code);
+    auto socket = bell ? InterfaceSocket::create(interface, false, error, code) : nullptr;
+    if (!socket) {
+        return nullptr;
+    }
+    std::unique_ptr<PacketRing> made(new PacketRing(std::move(socket), std::move(bell)));
+    if (!made->m_sleeper.good()) {
+        code = errno;
+        error = "network interface " + interface + ": " + std::strerror(code);
+        return nullptr;
+    }
+    return made;
+}
+
+PacketRing::PacketRing(Socket socket, Socket bell)
+    : m_socket(std::move(socket)), m_bellSocket(std::move(bell)) {}
+
+bool PacketRing::open(const Options& options, int& code) {
+    m_bytes = options.bytes;
+    m_socket->setFilter(options.filter);
+    m_bellSocket->setFilter(options.bell);
+    const InterfaceState state = m_socket->state();
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    if (!m_bell.make(m_bellSocket->file(), kBellFrame, page) ||
+        !makeRing(state.error == 0 ? state.mtu : kUsualMtu)) {
+        code = errno;
+        close();
+        return false;
+    }
+    m_bellSocket->join();
+    m_socket->join();
+    return true;
+}
+
+void PacketRing::close() {
+    m_socket->setFilter(kNothing);
+    m_bellSocket->setFilter(kNothing);
+    m_ring.drop();
+    m_bell.drop();
+    m_taken = 0;
+}
+
+bool PacketRing::makeRing(int mtu) {
+    return m_ring.make(m_socket->file(), frameOf(mtu), m_bytes);
+}
+
+std::span<const PacketRing::Frame> PacketRing::take() {
+    std::size_t count = takeSlots();
+    while (count == 0 && m_taken > 0) { // nothing but frames that are passed over
+        release();
+        count = takeSlots();
+    }
+    m_received.fetch_add(count, std::memory_order_relaxed);
+    return std::span(m_frames).first(count);
+}
+
+std::size_t PacketRing::takeSlots() {
+    std::size_t count = 0;
+    for (m_taken = 0; m_taken < kMostTaken; ++m_taken) {
+        tpacket2_hdr* const header = m_ring.next();
+        if (header == nullptr) {
+            break;
+        }
+        m_slots[m_taken] = header;
+        if (header->tp_snaplen < header->tp_len) {
+            m_overrun.fetch_add(1, std::memory_order_relaxed);
+        } else if (!isForeign(*header)) {
+            m_frames[count++] = {
+                reinterpret_cast<std::uint8_t*>(header) + header->tp_mac, header->tp_snaplen,
+                checksumOf(header->tp_status)};
+        }
+    }
+    return count;
+}
+
+void PacketRing::release() {
+    std::for_each_n(m_slots.begin(), m_taken, MappedRing::giveBack);
+    m_taken = 0;
+}
+
+bool PacketRing::wait(Until until, Clock::time_point deadline) {
+    // The socket that is bound last gets a frame first: the bell must not ring before its frame is there.
+    const bool bellAlive = m_bellSocket->alive();
+    if (!m_socket->alive() || !bellAlive) {
+        deadline = std::min(deadline, Clock::now() + InterfaceSocket::kJoinInterval);
+    }
+    InterfaceSocket& waitIn = until == Until::Bell ? *m_bellSocket : *m_socket;
+    const short events = m_sleeper.sleep(waitIn.file(), deadline);
+    while (tpacket2_hdr* const rung = m_bell.next()) {
+        MappedRing::giveBack(rung);
+    }
+    if ((events & POLLERR) == 0) {
+        return true;
+    }
+    int error = 0;
+    socklen_t size = sizeof error;
+    getsockopt(waitIn.file(), SOL_SOCKET, SO_ERROR, &error, &size); // which is then forgotten
+    return waitIn.join();
+}
+
+bool PacketRing::look() {
+    const InterfaceState state = m_socket->state();
+    if (state.error == 0 && frameOf(state.mtu) > m_ring.frameSize()) {
+        makeRing(state.mtu);
+    }
+    const bool bell = m_bellSocket->carrier(); // in the order of wait()
+    return m_socket->carrier() && bell;
+}
+
+PacketStatistics PacketRing::statistics() {
+    tpacket_stats kernel{}; // since the last look
+    socklen_t size = sizeof kernel;
+    if (getsockopt(m_socket->file(), SOL_PACKET, PACKET_STATISTICS, &kernel, &size) == 0) {
+        m_overrun.fetch_add(kernel.tp_drops, std::memory_order_relaxed);
+    }
+    return {0, m_received, m_overrun, m_overrun};
+}
+
+} // namespace netif

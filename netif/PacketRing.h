@@ -1,0 +1,99 @@
+// The frames of a stream on a named Linux interface, without a call to the system for each.
+#pragma once
+
+#include "netif/InterfaceSocket.h"
+#include "netif/MappedRing.h"
+#include "netif/PacketSocket.h"
+#include "netif/Sleeper.h"
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace netif {
+
+// Receives whole frames as PacketSocket does, by the same rules (the interface may come and go, VLANs, own
+// frames), in memory that the kernel writes to. That memory is the bound on what may wait; what finds it full
+// is lost and counted.
+//
+// A reader that is woken for each frame works for little else. So it may wait for a bell: a second filter
+// says which frames ring it, say the last ones of images. By the time it rings what came before is here.
+//
+// One thread opens, takes, releases, waits, looks and closes; everything else may come from any thread at any
+// time.
+class PacketRing {
+public:
+    // A quarter of a second of a Gbit/s, 25 ms of 10 Gbit/s: longer than a busy machine keeps a thread from
+    // running.
+    static constexpr std::size_t kDefaultBytes = std::size_t{32} << 20;
+
+    static constexpr std::size_t kMostTaken = 64; // frames at a time
+
+    struct Options {
+        Filter filter;
+        Filter bell; // of the frames that pass the first
+        std::size_t bytes = kDefaultBytes;
+    };
+
+    enum class Checksum : std::uint8_t {
+        Unknown, // the frame has one or not; nobody has looked
+        Right,
+        Open, // the sending host left it to its card: what stands there is not yet one
+    };
+    struct Frame {
+        std::uint8_t* data = nullptr; // may be written to
+        std::size_t size = 0;
+        Checksum checksum = Checksum::Unknown;
+    };
+
+    // As PacketSocket::create. Nothing comes in yet.
+    static std::unique_ptr<PacketRing> create(const std::string& interface, std::string& error, int& code);
+
+    // False, and an errno value in `code`, when there is not so much memory.
+    bool open(const Options& options, int& code);
+    // Gives the memory back. Nobody else uses the ring meanwhile.
+    void close();
+
+    // Frames that are here, kMostTaken at most; none when there are none. They stay until release().
+    std::span<const Frame> take();
+    void release();
+
+    enum class Until { Frame, Bell };
+    // Until there is one, interrupt() is called or was called since the last wait, or `deadline`. False when
+    // the interface has gone away.
+    bool wait(Until until, Clock::time_point deadline);
+    void interrupt() { m_sleeper.wake(); }
+
+    // Whether the other side is there. Follows the interface's MTU, too: to be called from time to time.
+    bool look();
+
+    void setStation(const Mac& mac) { m_socket->setStation(mac); }
+    PacketStatistics statistics();
+
+private:
+    using Socket = std::unique_ptr<InterfaceSocket>;
+
+    PacketRing(Socket socket, Socket bell);
+    bool makeRing(int mtu);
+    std::size_t takeSlots();
+
+    const Socket m_socket;
+    const Socket m_bellSocket;
+    std::size_t m_bytes = 0;
+    Sleeper m_sleeper;
+    std::atomic<std::uint64_t> m_received{0};
+    std::atomic<std::uint64_t> m_overrun{0};
+
+    // Of the thread that takes.
+    MappedRing m_ring;
+    MappedRing m_bell;
+    std::array<Frame, kMostTaken> m_frames;
+    std::array<tpacket2_hdr*, kMostTaken> m_slots; // to be given back
+    std::size_t m_taken = 0;                       // of them
+};
+
+} // namespace netif
