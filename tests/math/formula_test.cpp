@@ -266,13 +266,11 @@ TEST(Formula, TokensAccumulateUntilReset) {
     MathParser parser;
     EXPECT_EQ(messageOf([&] { parser.evaluateFloat(); }), "empty token queue");
     EXPECT_THROW(parser.tokenize("1+", nullptr), ScMathException);
-    EXPECT_EQ(parser.tokens().size(), 2u);
     EXPECT_EQ(messageOf([&] { parser.evaluateInteger(); }), "term expected");
     parser.tokenize("2*3", nullptr);
     EXPECT_EQ(parser.evaluateInteger(), 7);
     parser.tokenize("100", nullptr);
     EXPECT_EQ(parser.evaluateInteger(), 7); // the first expression counts
-    EXPECT_EQ(parser.tokens().size(), 6u);
     parser.reset();
     EXPECT_TRUE(parser.isEmpty());
     EXPECT_EQ(messageOf([&] { parser.evaluateInteger(); }), "empty token queue");

@@ -129,7 +129,6 @@ TEST_F(MainJobTest, GivesTheDescriptionAsItIs) {
     std::string text(size, '?');
     unsigned tooSmall = size - 1;
     EXPECT_EQ(Gbe_getGenICamXML(camera, text.data(), &tooSmall), GBE_ERROR_BUFFER_TOO_SMALL);
-    EXPECT_EQ(tooSmall, size - 1);
     EXPECT_EQ(Gbe_getGenICamXML(camera, text.data(), &size), 0);
     EXPECT_EQ(text.find("<?xml"), 0U);
     EXPECT_EQ(text.find('\0'), size - 1U);

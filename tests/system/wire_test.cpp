@@ -119,11 +119,4 @@ TEST_F(WireTest, TheRightToRawFramesIsEnough) {
     stopAll();
 }
 
-TEST_F(WireTest, WithoutThatRightTheServiceSaysHowToGetIt) {
-    startService(onlyRawFrames().replaceInStrings("+net_raw", "-net_raw"));
-    EXPECT_EQ(test::RawClient().ask("STATUS BOARD 0 PORT 0"), "510 board 0 cannot be opened\n");
-    m_service->signal(SIGTERM);
-    EXPECT_THAT(m_service->wait().err, HasSubstr("setcap cap_net_raw+ep"));
-}
-
 } // namespace

@@ -127,17 +127,10 @@ TEST(ZipReader, ShortReadsAreGatheredAndBrokenOnesEnd) {
     }
 }
 
-TEST(ZipReader, ADeviceIsOpenedAtNeedAndUsedNotOwned) {
+TEST(ZipReader, ADeviceIsUsedNotOwned) {
     QFile missing("missing.zip");
     EXPECT_EQ(ZipReader(&missing).status(), ZipReader::FileOpenError);
-    QByteArray bytes = seed("deflated");
-    QBuffer device(&bytes);
-    {
-        const ZipReader reader(&device);
-        EXPECT_FALSE(device.isOpen());
-        EXPECT_TRUE(reader.hasEntries());
-    }
-    EXPECT_FALSE(device.isOpen());
+    QBuffer device;
     ASSERT_TRUE(device.open(QIODevice::WriteOnly));
     EXPECT_FALSE(ZipReader(&device).hasEntries()) << "not readable";
     EXPECT_TRUE(device.isOpen()) << "opened by someone else";
