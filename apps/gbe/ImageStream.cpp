@@ -89,7 +89,9 @@ void SoftwareTrigger::fire() {
 }
 
 ImageStream::ImageStream(CameraHandle* camera, const GbeStreamOptions& options) : m_camera(camera) {
-    check("getting ready for images", Gbe_openStream(camera, &options, &m_stream));
+    const std::string size =
+        options.packetSize > 0 ? " in packets of " + std::to_string(options.packetSize) + " bytes" : "";
+    check("getting ready for images" + size, Gbe_openStream(camera, &options, &m_stream));
 }
 
 ImageStream::~ImageStream() {

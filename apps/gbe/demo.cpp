@@ -4,18 +4,20 @@
 #include "Failure.h"
 #include "common/terminal_text.h"
 #include "features.h"
+#include "liomol/images.h"
 
 #include <chrono>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <thread>
 
 namespace gbe {
 namespace {
 
 constexpr std::chrono::seconds kFrameLimit{10};
-constexpr long long kFramesToSee = 5;
-constexpr std::chrono::milliseconds kFrame{200}; // a frame is sent in less
+constexpr int kImagesToSee = 5;
+constexpr int kImageLimitMs = 10000;
 
 void step(const char* text) {
     static int number = 0;
@@ -88,22 +90,55 @@ void readAndWrite(CameraHandle* camera) {
     }
 }
 
-void acquire(CameraHandle* camera) {
-    step("Starts the acquisition; the camera counts what it sends");
-    check("starting", Gbe_startAcquisition(camera));
+// The images that the camera sends meanwhile; a frame grabber whose library hands out none only lets it count
+// them.
+void showImages(GbeStream* stream) {
+    for (int i = 0; stream != nullptr && i < kImagesToSee; ++i) {
+        GbeImage image{};
+        check("waiting for an image", Gbe_waitImage(stream, kImageLimitMs, &image));
+        say("image %llu: %ux%u %s, %zu bytes, taken at %.3f s of the camera's time",
+            static_cast<unsigned long long>(image.blockId), image.width, image.height, image.pixelFormatName,
+            image.size, static_cast<double>(image.timestampNs) / 1e9);
+        require(image.status == GBE_IMAGE_COMPLETE, "the image is not complete");
+        check("giving it back", Gbe_giveBackImage(stream, image.id));
+    }
+}
+
+void waitForFrames(CameraHandle* camera) {
     const auto deadline = std::chrono::steady_clock::now() + kFrameLimit;
-    while (integer(camera, "StreamFrameCount") < kFramesToSee) {
+    while (integer(camera, "StreamFrameCount") < kImagesToSee) {
         require(std::chrono::steady_clock::now() < deadline, "the camera sends no frames");
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
+}
+
+// What was on its way when the camera was told to stop still comes.
+long long settledFrames(CameraHandle* camera) {
+    const auto deadline = std::chrono::steady_clock::now() + kFrameLimit;
+    for (long long frames = integer(camera, "StreamFrameCount");;) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        const long long now = integer(camera, "StreamFrameCount");
+        if (now == frames) {
+            return frames;
+        }
+        require(std::chrono::steady_clock::now() < deadline, "the camera did not stop");
+        frames = now;
+    }
+}
+
+void acquire(CameraHandle* camera) {
+    step("Takes images: the camera sends packets as large as the way to here carries");
+    GbeStream* stream = nullptr;
+    const int code = Gbe_openStream(camera, nullptr, &stream);
+    check("opening a stream", code == GBE_ERROR_NOT_IMPLEMENTED ? 0 : code);
+    const std::unique_ptr<GbeStream, decltype(&Gbe_closeStream)> owner(stream, &Gbe_closeStream);
+    check("starting", Gbe_startAcquisition(camera));
+    showImages(stream);
+    waitForFrames(camera);
     check("stopping", Gbe_stopAcquisition(camera));
-    std::this_thread::sleep_for(kFrame); // the one under way is sent to its end
-    const long long frames = integer(camera, "StreamFrameCount");
-    say("%lld frames, %lld packets, %lld bytes", frames, integer(camera, "StreamPacketCount"),
-        integer(camera, "StreamByteCount"));
-    std::this_thread::sleep_for(kFrame);
-    require(integer(camera, "StreamFrameCount") == frames, "the camera did not stop");
-    say("stopped: the count stays at %lld", frames);
+    const long long frames = settledFrames(camera);
+    say("stopped: the camera has sent %lld frames, %lld packets, %lld bytes", frames,
+        integer(camera, "StreamPacketCount"), integer(camera, "StreamByteCount"));
 }
 
 struct Mistake {

@@ -169,7 +169,9 @@ void Watch::conclude() {
             "\r%" PRIu64 " frames in %.1f s: %s\x1b[K\n", framesOf(statistics), rates.seconds,
             lineOf(statistics, rates).c_str());
     } else {
-        printLine(objectOf(statistics, rates));
+        QJsonObject whole = objectOf(statistics, rates);
+        whole.insert("whole", true); // its rates are those of all the time
+        printLine(whole);
     }
 }
 

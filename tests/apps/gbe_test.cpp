@@ -202,7 +202,7 @@ TEST_F(Gbe, TheDemoTellsTheMainJob) {
     for (const char* part :
          {"board 0 is open", "PixelFormat            Mono8 -> Mono16", "TimestampLatch         done",
           "  feature locked\n", "  feature not writable\n", "  illegal value\n", "  illegal node\n",
-          "stopped"}) {
+          "image 5: 1920x1200 Mono8", "stopped"}) {
         EXPECT_THAT(outcome.out, HasSubstr(part));
     }
 }
@@ -212,9 +212,8 @@ TEST_F(Gbe, TheExamplesRun) {
         const char* name;
         const char* out;
     } rows[] = {
-        {"list_cameras", "port 0: "},
-        {"read_write", "Width is 1920\nWidth was set to 960\n"},
-        {"acquire", "the camera has sent "},
+        {"list_cameras", "port 0: "},          {"read_write", "Width is 1920\nWidth was set to 960\n"},
+        {"acquire", "the camera has sent "},   {"save_image", "1920x1200 Mono8: image.pnm\n"},
         {"qt_signals", "Width is now 1920\n"},
     };
     std::vector<std::unique_ptr<test::Program>> programs; // side by side: they mostly wait
