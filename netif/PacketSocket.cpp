@@ -6,14 +6,19 @@
 #include <cerrno>
 #include <cstring>
 #include <linux/if_packet.h>
+#include <poll.h>
 #include <sys/socket.h>
+#include <thread>
 
 namespace netif {
 
 namespace {
 
-constexpr int kReceiveBuffer = 4 << 20;       // asked for; the kernel gives what it allows
-constexpr std::uint16_t kVlanNumber = 0x0FFF; // of a tag
+constexpr std::chrono::milliseconds kSendWait{10};
+constexpr std::chrono::microseconds kQueuePause{50}; // while a queue below the socket is full
+constexpr std::size_t kMessages = 64;                // of one call of the system
+constexpr int kReceiveBuffer = 4 << 20;              // asked for; the kernel gives what it allows
+constexpr std::uint16_t kVlanNumber = 0x0FFF;        // of a tag
 
 // What the kernel tells about a frame beside its bytes.
 struct Auxiliary {
@@ -79,6 +84,66 @@ bool PacketSocket::send(const std::uint8_t* frame, std::size_t size) {
     }
     m_notSent.fetch_add(1, std::memory_order_relaxed);
     return false;
+}
+
+// One call of the system; 0 and the reason in `error` when not even the first frame left.
+std::size_t PacketSocket::sendSome(std::span<const Parts> frames, int& error) {
+    mmsghdr messages[kMessages];
+    iovec pieces[kMessages][2];
+    const std::size_t count = std::min(frames.size(), kMessages);
+    for (std::size_t i = 0; i < count; ++i) {
+        messages[i] = {};
+        messages[i].msg_hdr.msg_iov = pieces[i];
+        messages[i].msg_hdr.msg_iovlen = frames[i][1].empty() ? 1 : 2;
+        for (std::size_t part = 0; part < 2; ++part) { // the kernel only reads them
+            pieces[i][part] = {const_cast<std::uint8_t*>(frames[i][part].data()), frames[i][part].size()};
+        }
+    }
+    const int sent = sendmmsg(m_socket->file(), messages, static_cast<unsigned>(count), MSG_DONTWAIT);
+    error = sent > 0 ? 0 : errno;
+    return sent > 0 ? static_cast<std::size_t>(sent) : 0;
+}
+
+// Whether to try again: there may be room now.
+bool PacketSocket::waitForRoom(int error, Clock::time_point deadline) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    if (left <= 0) {
+        return false;
+    }
+    if (error == EAGAIN) {
+        pollfd room{m_socket->file(), POLLOUT, 0};
+        poll(&room, 1, static_cast<int>(left));
+    } else if (error == ENOBUFS) { // the queue's own limit, which nobody tells of
+        std::this_thread::sleep_for(kQueuePause);
+    }
+    return error == EAGAIN || error == ENOBUFS || error == EINTR;
+}
+
+std::size_t PacketSocket::sendMany(std::span<const Parts> frames) {
+    std::size_t left = 0;
+    auto deadline = Clock::now() + kSendWait;
+    for (bool joined = false; !frames.empty();) {
+        int error = 0;
+        const std::size_t sent = sendSome(frames, error);
+        left += sent;
+        frames = frames.subspan(sent);
+        if (sent > 0) {
+            deadline = Clock::now() + kSendWait;
+        } else if (error == EMSGSIZE) {
+            frames = frames.subspan(1);
+            m_notSent.fetch_add(1, std::memory_order_relaxed);
+        } else if (InterfaceSocket::meansAway(error) && !joined) {
+            joined = true;
+            if (!m_socket->join()) {
+                break;
+            }
+        } else if (!waitForRoom(error, deadline)) {
+            break;
+        }
+    }
+    m_sent.fetch_add(left, std::memory_order_relaxed);
+    m_notSent.fetch_add(frames.size(), std::memory_order_relaxed);
+    return left;
 }
 
 // A frame that is here already. Empty, when there is none.

@@ -5,6 +5,7 @@
 #include "netif/Sleeper.h"
 #include "netif/SpinChoice.h"
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstddef>
@@ -58,6 +59,12 @@ public:
     // False when the frame did not leave; it counts as dropped. Does not wait.
     bool send(const std::uint8_t* frame, std::size_t size);
 
+    // Sends frames of two pieces each, the second of which may be empty, with as few calls of the system as
+    // it can. Waits for the interface to take them, 10 ms at the most without progress; what has not left by
+    // then counts as dropped, as does a frame that is too long for it. The number of frames that left.
+    using Parts = std::array<std::span<const std::uint8_t>, 2>;
+    std::size_t sendMany(std::span<const Parts> frames);
+
     // The next frame, valid until the next call. Waits for it until `deadline` (one in the past only looks).
     // Empty at the deadline, after `interrupt` was called, or early for no reason.
     std::span<const std::uint8_t> receive(Clock::time_point deadline);
@@ -76,6 +83,8 @@ public:
 private:
     PacketSocket(std::unique_ptr<InterfaceSocket> socket, Options options);
 
+    std::size_t sendSome(std::span<const Parts> frames, int& error);
+    bool waitForRoom(int error, Clock::time_point deadline);
     std::span<std::uint8_t> take();
     bool spin(Clock::time_point end, std::span<std::uint8_t>& frame);
     void sleep(Clock::time_point deadline);

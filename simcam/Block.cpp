@@ -9,6 +9,13 @@ namespace simcam {
 using gvsp::Format;
 using gvsp::Status;
 
+namespace {
+
+// An image among other chunks, of which nothing but its bytes is said.
+constexpr auto kChunkData = static_cast<std::uint16_t>(gvsp::PayloadType::ChunkData);
+
+} // namespace
+
 // --- the block ---
 
 std::size_t Block::room() const {
@@ -37,12 +44,19 @@ void StreamFrames::header(
 
 void StreamFrames::leader(const Block& block) {
     m_header.u16(0).u16(block.payloadType).u64(block.timestamp);
-    m_header.u32(block.pixelFormat).u32(block.width).u32(block.height);
-    m_header.u32(block.offsetX).u32(block.offsetY).u16(0).u16(0);
+    if (block.payloadType != kChunkData) {
+        m_header.u32(block.pixelFormat).u32(block.width).u32(block.height);
+        m_header.u32(block.offsetX).u32(block.offsetY).u16(0).u16(0);
+    }
 }
 
 void StreamFrames::trailer(const Block& block) {
-    m_header.u16(0).u16(block.payloadType).u32(block.height);
+    const auto payload = static_cast<std::uint32_t>(block.payloadSize());
+    m_header.u16(0).u16(block.payloadType);
+    m_header.u32(block.payloadType == kChunkData ? payload : block.height);
+    if ((block.payloadType & gvsp::kWithChunks) != 0) {
+        m_header.u32(payload).u32(block.chunkLayout);
+    }
 }
 
 std::size_t StreamFrames::packet(const Block& block, std::uint32_t id, bool again, PacketBatch& out) {

@@ -18,6 +18,7 @@ struct Block {
     std::uint32_t height = 0;
     std::uint32_t offsetX = 0;
     std::uint32_t offsetY = 0;
+    std::uint32_t chunkLayout = 0;
     std::uint64_t scene = 0; // counts with what blocks look like; not sent
     SharedBytes picture;     // what `image` lies in
     ByteView image;          // the payload's beginning

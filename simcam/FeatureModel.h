@@ -5,6 +5,7 @@
 #include "simcam/AcquisitionModel.h"
 #include "simcam/AnalogModel.h"
 #include "simcam/BootstrapModel.h"
+#include "simcam/ChunkModel.h"
 #include "simcam/CounterModel.h"
 #include "simcam/DeviceModel.h"
 #include "simcam/EventLog.h"
@@ -29,13 +30,14 @@ public:
 
 private:
     ImageModel m_image;
+    ChunkModel m_chunks;
     AcquisitionModel m_acquisition;
     AnalogModel m_analog;
     CounterModel m_counters;
     LineModel m_lines;
     DeviceModel m_device;
     UserSetModel m_userSets; // last: it takes its defaults from what the others have set
-    std::array<RegisterModel*, 7> m_all;
+    std::array<RegisterModel*, 8> m_all;
 };
 
 } // namespace simcam

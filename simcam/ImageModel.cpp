@@ -1,6 +1,7 @@
 #include "simcam/ImageModel.h"
 
 #include "protocol/gvsp.h"
+#include "simcam/ChunkModel.h"
 
 #include <algorithm>
 
@@ -46,7 +47,7 @@ void ImageModel::refresh(Time) {
     const std::uint64_t format = m_registers.get(Reg::PixelFormat);
     const std::uint64_t pixels = m_registers.get(Reg::Width) * m_registers.get(Reg::Height);
     const std::uint64_t bits = pixels * gvsp::bitsPerPixel(static_cast<std::uint32_t>(format));
-    m_registers.set(Reg::PayloadSize, (bits + 7) / 8);
+    m_registers.set(Reg::PayloadSize, (bits + 7) / 8 + chunkBytes(m_registers));
     const gvsp::PixelFormat* known = supportedFormat(format);
     const bool bayer = known != nullptr && known->name.starts_with("BayerRG");
     m_registers.set(Reg::PixelColorFilter, bayer ? kFilterBayerRg : kFilterNone);

@@ -1,5 +1,7 @@
 #include "simcam/StreamModel.h"
 
+#include "simcam/ChunkModel.h"
+
 #include <algorithm>
 
 namespace simcam {
@@ -97,17 +99,37 @@ std::shared_ptr<const Block> StreamModel::makeBlock(const AcquisitionModel::Expo
     block->offsetX = word(Reg::OffsetX);
     block->offsetY = word(Reg::OffsetY);
     block->packetSize = word(Reg::StreamPacketSize) & bootstrap::kPacketSizeMask;
+    showPicture(*block);
+    addChunks(*block);
+    return block;
+}
+
+void StreamModel::showPicture(Block& block) {
     const SceneWish wish{
-        static_cast<TestPattern>(word(Reg::TestPattern)), block->pixelFormat, block->width, block->height};
+        static_cast<TestPattern>(m_parts.registers.get(Reg::TestPattern)), block.pixelFormat, block.width,
+        block.height};
     if (!m_scene || m_scene->wish() != wish) {
         m_scene.emplace(wish);
         ++m_scenes;
     }
-    block->scene = m_scenes;
-    const Picture picture = m_scene->picture(block->id());
-    block->picture = picture.owner;
-    block->image = picture.bytes;
-    return block;
+    const Picture picture = m_scene->picture(block.id());
+    block.scene = m_scenes;
+    block.picture = picture.owner;
+    block.image = picture.bytes;
+}
+
+// Applications that know extended chunk data learn what the image is; others take it from the features.
+void StreamModel::addChunks(Block& block) {
+    Registers& registers = m_parts.registers;
+    if (chunkBytes(registers) == 0) {
+        return;
+    }
+    const bool extended = (registers.get(Reg::StreamConfiguration) & bootstrap::kExtendedChunkDataBit) != 0;
+    block.payloadType = static_cast<std::uint16_t>(
+        extended ? block.payloadType | gvsp::kWithChunks
+                 : static_cast<std::uint16_t>(gvsp::PayloadType::ChunkData));
+    block.chunks = makeChunks(registers, block.image.size(), block.number, block.timestamp);
+    block.chunkLayout = chunkLayout(registers);
 }
 
 // Starts the next block; false when no frame waits.

@@ -69,6 +69,8 @@ private:
     StreamFrames frames(Mac receiver) const;
     bool begin();
     std::shared_ptr<const Block> makeBlock(const AcquisitionModel::Exposure& exposure);
+    void showPicture(Block& block);
+    void addChunks(Block& block);
     void sendBlocks(Time now, StreamFrames& frames, PacketBatch& out);
     Time due() const { return m_current->start + m_current->next * m_current->interval; }
 

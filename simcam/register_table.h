@@ -175,6 +175,12 @@ enum class Role : std::uint8_t {
     X(CommandCount,         0xA818,  4, 1, RO, Unsigned, LE, Live,    0, 0, 0) \
     X(StatisticsReset,      0xA81C,  4, 1, RW, Unsigned, BE, Trigger, 0, 0, 1) \
     X(TriggersMissed,       0xA820,  4, 1, RO, Unsigned, BE, Live,    0, 0, 0) \
+    X(ChunkModeActive,      0xA900,  4, 1, RW, Unsigned, BE, Setting, 0, 0, 1) \
+    X(ChunkSelector,        0xA904,  4, 1, RW, Unsigned, BE, State,   0, 0, 3) \
+    X(ChunkEnable,          0xA910,  4, 4, RW, Unsigned, BE, Setting, 1, 0, 1) \
+    X(ChunkFrameID,         0xA920,  8, 1, RO, Unsigned, BE, Live,    0, 0, 0) \
+    X(ChunkTimestamp,       0xA928,  8, 1, RO, Unsigned, BE, Live,    0, 0, 0) \
+    X(ChunkExposureTime,    0xA930,  8, 1, RO, Float,    BE, Live,    0, 0, 0) \
     X(CounterEventSource,   0xB000,  4, 2, RW, Unsigned, BE, Setting, 0, 0, 3) \
     X(CounterActivation,    0xB008,  4, 2, RW, Unsigned, BE, Setting, 0, 0, 2) \
     X(CounterResetSource,   0xB010,  4, 2, RW, Unsigned, BE, Setting, 0, 0, 1) \

@@ -295,6 +295,11 @@ Reply Console::statistics(Camera& camera, std::string_view) {
     reply.lines.push_back("lost-by-link-faults " + number(report.lost));
     reply.lines.push_back("acquiring " + std::string(report.acquiring ? "yes" : "no"));
     reply.lines.push_back("frames " + number(report.frames));
+    reply.lines.push_back("frames-skipped " + number(report.skipped));
+    reply.lines.push_back("stream-packets " + number(report.packets));
+    reply.lines.push_back("stream-bytes " + number(report.bytes));
+    reply.lines.push_back("packets-resent " + number(report.resent));
+    reply.lines.push_back("resend-refused " + number(report.refused));
     reply.lines.push_back(
         "stream " + (report.destinationPort == 0
                          ? std::string("nowhere")

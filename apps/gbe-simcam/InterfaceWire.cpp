@@ -11,6 +11,7 @@ public:
     explicit InterfaceWire(std::unique_ptr<netif::PacketSocket> socket) : m_socket(std::move(socket)) {}
 
     void send(const std::uint8_t* frame, std::size_t size) override { m_socket->send(frame, size); }
+    void sendMany(std::span<const Parts> frames) override { m_socket->sendMany(frames); }
     std::span<const std::uint8_t> receive(Clock::time_point deadline) override {
         return m_socket->receive(deadline);
     }

@@ -37,6 +37,7 @@ private:
 
     void run();
     void sent(const simcam::Camera* from, Frame frame);
+    void sentMany(const simcam::Camera* from, std::span<const Wire::Parts> frames);
     // Hands the frame to those that it is for, but not to `from`; true when it was for one of them alone.
     bool deliver(const simcam::Camera* from, Frame frame);
 

@@ -1,6 +1,7 @@
 // Where the cameras' frames go to and come from.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -24,6 +25,16 @@ public:
 
     // A frame that cannot leave now is dropped and counted. Any thread.
     virtual void send(const std::uint8_t* frame, std::size_t size) = 0;
+    // Many frames, each in two pieces of which the second may be empty. May wait some milliseconds for room.
+    using Parts = std::array<std::span<const std::uint8_t>, 2>;
+    virtual void sendMany(std::span<const Parts> frames) {
+        std::vector<std::uint8_t> whole;
+        for (const auto& [first, second] : frames) {
+            whole.assign(first.begin(), first.end());
+            whole.insert(whole.end(), second.begin(), second.end());
+            send(whole.data(), whole.size());
+        }
+    }
     // The next frame, valid until the next call; empty at the deadline, after interrupt(), or early. One
     // thread.
     virtual std::span<const std::uint8_t> receive(Clock::time_point deadline) = 0;

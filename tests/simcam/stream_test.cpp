@@ -1,9 +1,12 @@
 // The camera's stream, taken apart by a reader of its own that was written down from the standard's tables.
 #include "harness.h"
 
+#include "simcam/Block.h"
 #include "simcam/encoded_pattern.h"
+#include "support/golden.h"
 
 #include <map>
+#include <numeric>
 
 namespace {
 
@@ -274,6 +277,97 @@ TEST(SimcamStream, TestPacketsHaveThePacketSize) {
         EXPECT_EQ(bench.read(0x0D04, 4), be32(row.reads));
     }
     EXPECT_TRUE(bench.due().empty()) << "once";
+}
+
+TEST(SimcamStream, PacketsAreThoseOfTheGoldenFiles) {
+    simcam::Station station(0x021122334455, {0xA9FE0764, 0xFFFF0000, 0});
+    simcam::StreamFrames stream(station, {0x020000000001, 0xA9FE072A, 1520}, 20202, true);
+    simcam::Block image;
+    image.number = 7;
+    image.timestamp = 0x0000000102030405;
+    image.payloadType = 1;
+    image.pixelFormat = 0x01080001;
+    image.width = 12;
+    image.height = 4;
+    image.offsetX = 16;
+    image.offsetY = 8;
+    Bytes pixels(48);
+    std::iota(pixels.begin(), pixels.end(), std::uint8_t{0x10});
+    image.picture = std::make_shared<const Bytes>(pixels);
+    image.image = *image.picture;
+    image.packetSize = 1500;
+    simcam::Block extended = image;
+    extended.number = 4294967303;
+    extended.extendedIds = true;
+    simcam::Block chunks = image;
+    chunks.number = 8;
+    chunks.payloadType = 0x4001;
+    chunks.chunkLayout = 1;
+    chunks.chunks = be32(1) + be32(48) + be32(0) + be32(8) + be32(0x1002) + be32(8);
+    simcam::PacketBatch out;
+    std::vector<std::string> names;
+    const auto send = [&](const simcam::Block& block, std::uint32_t id, bool again, const char* name) {
+        stream.packet(block, id, again, out);
+        names.emplace_back(name);
+    };
+    send(image, 0, false, "gvsp_leader");
+    send(image, 1, false, "gvsp_payload");
+    send(image, 1, true, "gvsp_payload_resent");
+    send(image, 2, false, "gvsp_trailer");
+    send(extended, 0, false, "gvsp_leader_extended");
+    send(extended, 1, false, "gvsp_payload_extended");
+    send(extended, 1, true, "gvsp_payload_resent_extended");
+    send(extended, 2, false, "gvsp_trailer_extended");
+    send(chunks, 0, false, "gvsp_leader_chunks");
+    send(chunks, 1, false, "gvsp_payload_chunks");
+    send(chunks, 2, false, "gvsp_trailer_chunks");
+    stream.refusal(false, 7, 1, gvsp::Status::PacketUnavailable, out);
+    names.emplace_back("gvsp_payload_unavailable");
+    stream.test(92, out);
+    names.emplace_back("gvsp_test_packet");
+    const auto frames = out.copies();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(frames[i], golden::load(names[i])) << names[i];
+    }
+}
+
+// The payload ends with the chunks that are on; packets that hold the end of the image hold chunks too.
+TEST(SimcamStream, ChunksFollowTheImage) {
+    const Bytes image = be32(1) + be32(2048);
+    const Bytes id = be32(0) + be32(1) + be32(0x1001) + be32(8);
+    const Bytes time = be32(0) + be32(5000000) + be32(0x1002) + be32(8);
+    const Bytes exposure = Bytes({0x40, 0xC3, 0x88, 0, 0, 0, 0, 0}) + be32(0x1003) + be32(8); // 10000.0
+    const struct {
+        const char* name;
+        const char* settings;
+        Bytes chunks, leader, trailer; // the leader's beginning
+    } rows[] = {
+        {"all", "PayloadSize?2104", image + id + time + exposure, be32(0x4001),
+         be32(0x4001) + be32(32) + be32(2104) + be32(15)},
+        {"some", "ChunkEnable#2=0; ChunkEnable#0=0!8002; PayloadSize?2088", image + id + exposure,
+         be32(0x4001), be32(0x4001) + be32(32) + be32(2088) + be32(11)},
+        {"of the older kind", "StreamConfiguration=0", image + id + time + exposure, be32(4),
+         be32(4) + be32(2104)},
+        {"none", "ChunkModeActive=0; PayloadSize?2048", {}, be32(1), be32(1) + be32(32)},
+    };
+    for (const auto& row : rows) {
+        for (const char* size : {"548", "1500"}) {
+            Bench bench;
+            bench.takeControl();
+            run(bench.registers(), row.name,
+                kOpen + std::string("Width=64; Height=32; TestPattern=7; FrameRate=25; ChunkModeActive=1;") +
+                    row.settings + "; StreamPacketSize=" + size +
+                    "; AcquisitionStart=1; ChunkEnable=1!8007; ChunkModeActive=1!8007");
+            const auto images = imagesOf(packetsOf(bench.live(milliseconds(60))), 1500);
+            ASSERT_EQ(images.size(), 1U);
+            const Image& got = images.at(1);
+            EXPECT_EQ(part(got.payload, 2048, got.payload.size() - 2048), row.chunks) << row.name;
+            EXPECT_EQ(got.payload[2047], simcam::encodedSample(1, 2047, 8));
+            EXPECT_EQ(part(got.leader, 0, 4), row.leader) << row.name;
+            EXPECT_EQ(got.leader.size(), row.leader == be32(4) ? 12U : 36U) << row.name;
+            EXPECT_EQ(got.trailer, row.trailer) << row.name;
+        }
+    }
 }
 
 } // namespace
