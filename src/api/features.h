@@ -36,7 +36,8 @@ template<typename Work> int withDevice(const CameraHandle* camera, Work&& work) 
 template<auto As, typename Work>
 int withNode(const tavo::ImplGenICamCamera& device, const char* name, Work&& work) {
     return guarded([&] {
-        tavo::GenICamNode* const node = device.getNodeByName(name);
+        const auto tree = device.holdTree();
+        tavo::GenICamNode* const node = tree->findNode(name);
         auto* const interface = node != nullptr ? (node->*As)() : nullptr;
         if (interface == nullptr) {
             return status::IllegalNode;
@@ -67,7 +68,8 @@ template<typename Work> int withAnyFeature(const CameraHandle* camera, const cha
     tavo::ImplGenICamCamera* device = nullptr;
     const int refused = controlledDeviceOf(camera, name, device);
     return refused != status::Success ? refused : guarded([&] {
-        tavo::GenICamNode* const node = device->getNodeByName(name);
+        const auto tree = device->holdTree();
+        tavo::GenICamNode* const node = tree->findNode(name);
         return node != nullptr ? work(*node) : status::IllegalNode;
     });
 }
