@@ -84,6 +84,12 @@ public:
         const std::string& name = m_plan.any(m_plan.nodes);
         const int kind = m_plan.pick(20);
         m_written.clear();
+        if (m_signalling) { // what the last comparison read is told before anything else happens
+            settle();
+            for (auto& [heardOf, heard] : m_heard) {
+                heard.times = 0;
+            }
+        }
         std::string found;
         if (kind < 10 || kind >= 18) {
             found = writeBoth(
@@ -198,7 +204,10 @@ private:
             if (integer != nullptr) {
                 QObject::connect(
                     integer->getIntegerSignals(), &IntegerSignals::signal_ValueChanged,
-                    [this, heard = &m_heard[name]](auto*, std::int64_t value) { *heard = value; });
+                    [heard = &m_heard[name]](auto*, std::int64_t value) {
+                        heard->value = value;
+                        ++heard->times;
+                    });
                 m_devices[0].notifyNodeHasBeenInvalidated(integer, true);
             }
         }
@@ -219,15 +228,21 @@ private:
         ASSERT_NE(m_rounds, before);
     }
 
-    // Listeners know the values of all that does not change by itself, and of what was written.
+    // Listeners know the values of all that does not change by itself, and of what was written; they have
+    // heard of each change once.
     std::string compareHeard() {
         settle();
         for (auto& [name, heard] : m_heard) {
             std::int64_t value = 0;
             auto& right = node(1, name);
             const bool isTold = name == m_written || !node(0, name).isVolatile();
-            if (isTold && codeOf([&] { value = right.asInteger()->getValue(); }) == 0 && heard != value) {
-                return name + " was heard as " + std::to_string(heard) + ", is " + std::to_string(value);
+            if (isTold && codeOf([&] { value = right.asInteger()->getValue(); }) == 0 &&
+                heard.value != value) {
+                return name + " was heard as " + std::to_string(heard.value) + ", is " +
+                       std::to_string(value);
+            }
+            if (heard.times > 1) {
+                return name + " was heard " + std::to_string(heard.times) + " times";
             }
         }
         return {};
@@ -236,7 +251,11 @@ private:
     const bool m_isAllCached;
     RandomDescription m_plan;
     const bool m_signalling;
-    std::map<std::string, std::atomic<std::int64_t>> m_heard;
+    struct Heard {
+        std::atomic<std::int64_t> value;
+        std::atomic<int> times;
+    };
+    std::map<std::string, Heard> m_heard;
     std::atomic<int> m_rounds = 0;
     std::string m_written; // by the latest step
     std::string m_steps;
