@@ -9,8 +9,9 @@
 // Nodes' signals are emitted on the device's signalling thread, outside the device's lock, whoever caused the
 // change; a listener in another thread gets them queued. A listener may do anything, also have the tree
 // replaced or the device freed; what a signal names stays until the listener has returned to its event loop.
-// The first argument tells whose signal it is, for a listener of several; nothing else can be done with it
-// outside the library. Each signal has a method that only emits it.
+// In a thread other than the application's this holds for a listener whose own thread has got the signals'
+// object. The first argument tells whose signal it is, for a listener of several; nothing else can be done
+// with it outside the library. Each signal has a method that only emits it.
 #pragma once
 
 #include "liomol/GenICamCamera.h"

@@ -4,6 +4,7 @@
 #include "support/events.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QEventLoop>
 
 #include <thread>
 
@@ -42,6 +43,48 @@ TEST(Listeners, RetrieveBesideTheApplication) {
         retrieve(camera);
         ASSERT_EQ(camera.waitForConnection(), 1);
     }
+}
+
+// What is queued for a thread names a node that stays, when that thread itself has asked for the signals.
+TEST(Listeners, InAThirdThreadFindTheNodesOfAReplacedTree) {
+    MemoryPort port;
+    ImplGenICamCamera camera;
+    camera.setPort(&port, "Device");
+    retrieve(camera);
+    ASSERT_EQ(camera.waitForConnection(), 1);
+    std::weak_ptr<tavo::NodeTree> tree = camera.holdTree();
+    auto& width = dynamic_cast<ImplGenICamInteger&>(*camera.getNodeByName("Width"));
+    std::atomic<bool> connected = false, queued = false, replaced = false;
+    std::thread third([&] {
+        QEventLoop loop;
+        QObject receiver;
+        int heard = 0;
+        IntegerSignals* const values = width.getIntegerSignals();
+        QObject::connect(
+            values, &IntegerSignals::signal_ValueChanged, &receiver,
+            [&heard](auto* node, std::int64_t) { heard += node->getName() == "Width" ? 1 : 0; },
+            Qt::QueuedConnection);
+        QObject::connect(values, &IntegerSignals::signal_ValueChanged, [&queued] { queued = true; });
+        connected = true;
+        EXPECT_TRUE(eventually([&] { return replaced.load(); }, false));
+        EXPECT_FALSE(tree.expired());
+        EXPECT_TRUE(eventually(
+            [&] {
+                const util::InsideQt quiet;
+                loop.processEvents();
+                return heard == 1 && tree.expired();
+            },
+            false));
+    });
+    EXPECT_TRUE(eventually([&] { return connected.load(); }));
+    camera.notifyNodeHasBeenInvalidated(&width, true);
+    camera.enableSignalling(true);
+    EXPECT_TRUE(eventually([&] { return queued.load(); }));
+    retrieve(camera);
+    EXPECT_EQ(camera.waitForConnection(), 1);
+    processEvents();
+    replaced = true;
+    third.join();
 }
 
 // Trees that nobody can be told of any more go; those of a thread without an event loop are bounded.

@@ -26,7 +26,7 @@ namespace tavo {
 // the device, in whichever thread they are called. What the calling thread must get out of first is done when
 // the listener has returned. A node that a queued signal names can be used until the listener has returned to
 // its event loop, also when its tree, or its device, has gone meanwhile: it reaches no camera then (-40010).
-// For that, connect in a thread whose event loop runs, be it the listener's or the application's. Ports are
+// For that, get the signals in the listener's own thread, whose event loop must run. Ports are
 // registered, not owned, and must stay until the device is destroyed or stopAsyncMethods has returned and no
 // access is under way.
 class ImplGenICamCamera : public GenICamCameraSignals, public GenICamCamera, public VoCamera {
