@@ -2,6 +2,7 @@
 
 #include "board/camera.h"
 #include "board/control_registers.h"
+#include "board/log.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "protocol/bootstrap.h"
 #include "transport/command_channel.h"
@@ -71,7 +72,12 @@ tavo::ControlLoss controlLoss(const HeldPort& held) {
 
 ControlReading lookAtControl(const HeldPort& held) {
     const ControlReading reading = readControl(held);
+    const tavo::ControlLoss before = held.control().loss();
     held.control().looked(reading, Clock::now());
+    if (held.control().isOn() && held.control().loss() != before) {
+        qCDebug(boardLog) << "board" << held.place.boardIndex << "port" << held.place.number
+                          << "control is lost, reason" << static_cast<int>(held.control().loss());
+    }
     Device* device = held.place.device();
     if (held.control().isOn() && device != nullptr) {
         device->noteControlLoss(held.control().loss());

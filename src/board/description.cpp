@@ -2,6 +2,7 @@
 
 #include "board/description_file.h"
 #include "board/devices.h"
+#include "board/log.h"
 #include "genicam/description/limits.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/exceptions.h"
@@ -149,9 +150,19 @@ DescriptionUrl lastUrl() {
     return last().url;
 }
 
+namespace {
+
+const char* ordinal(int which) {
+    return which == 0 ? "First" : "Second";
+}
+
+} // namespace
+
 bool retrieveDescription(CameraPort& place, std::shared_ptr<Device>& device, bool standardBehaviour) {
     for (const int which : {0, 1}) {
         Document document = fetch(place, readUrl(place, which));
+        qCDebug(boardLog) << "board" << place.boardIndex << "port" << place.number << ordinal(which)
+                          << (document ? "URL leads to a description" : "URL leads to no description");
         if (!document) {
             continue;
         }

@@ -56,7 +56,7 @@ TEST(Listeners, InAThirdThreadFindTheNodesOfAReplacedTree) {
     auto& width = dynamic_cast<ImplGenICamInteger&>(*camera.getNodeByName("Width"));
     std::atomic<bool> connected = false, queued = false, replaced = false;
     std::thread third([&] {
-        QEventLoop loop;
+        QEventLoop loop; // the thread has events from now on
         QObject receiver;
         int heard = 0;
         IntegerSignals* const values = width.getIntegerSignals();
@@ -66,15 +66,9 @@ TEST(Listeners, InAThirdThreadFindTheNodesOfAReplacedTree) {
             Qt::QueuedConnection);
         QObject::connect(values, &IntegerSignals::signal_ValueChanged, [&queued] { queued = true; });
         connected = true;
-        EXPECT_TRUE(eventually([&] { return replaced.load(); }, false));
+        EXPECT_TRUE(eventually([&] { return replaced.load(); }));
         EXPECT_FALSE(tree.expired());
-        EXPECT_TRUE(eventually(
-            [&] {
-                const util::InsideQt quiet;
-                loop.processEvents();
-                return heard == 1 && tree.expired();
-            },
-            false));
+        EXPECT_TRUE(eventuallyHeard([&] { return heard == 1 && tree.expired(); }));
     });
     EXPECT_TRUE(eventually([&] { return connected.load(); }));
     camera.notifyNodeHasBeenInvalidated(&width, true);

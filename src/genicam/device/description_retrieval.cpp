@@ -6,12 +6,17 @@
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "util/late_release.h"
 
+#include <QtCore/QLoggingCategory>
+
 #include <fstream>
 #include <stdexcept>
 #include <utility>
 
 namespace tavo {
 namespace {
+
+// Why a description has become no tree.
+Q_LOGGING_CATEGORY(genicamLog, "liomol.genicam", QtInfoMsg)
 
 std::string readFile(const std::string& fileName) {
     std::ifstream file(fileName, std::ios::binary | std::ios::ate);
@@ -161,7 +166,10 @@ void ImplGenICamCamera::asyncRetrievingMethod(const std::string& fileName, std::
         if (buildTree(fileName, std::move(text))) {
             outcome = Connected;
         }
-    } catch (...) { // whatever went wrong, the state tells it
+    } catch (const std::exception& failure) { // the state tells that something went wrong
+        qCDebug(genicamLog) << "a description was refused:" << failure.what();
+    } catch (...) {
+        qCDebug(genicamLog) << "a description was refused";
     }
     if (outcome == NotConnected) {
         forgetTree();
