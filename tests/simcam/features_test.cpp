@@ -3,14 +3,6 @@
 // is busy.
 #include "harness.h"
 
-#include "util/ZipReader.h"
-
-#include <QtCore/QBuffer>
-
-#include <zlib.h>
-
-#include <cstdio>
-
 namespace {
 
 using namespace simcam_test;
@@ -140,33 +132,6 @@ TEST(SimcamPlainMemory, IsThereForDescriptionsOfOthers) {
         ASSERT_LT(++pages, 5000u);
     }
     EXPECT_EQ(pages, 4095u) << "memory has an end";
-}
-
-// The file that the URL at an address names, read in blocks as this system's host does.
-QByteArray fetch(Bench& bench, std::uint32_t url) {
-    const Bytes text = bench.read(url, 512);
-    unsigned from = 0;
-    unsigned length = 0;
-    EXPECT_EQ(
-        std::sscanf(reinterpret_cast<const char*>(text.data()), "Local:%*[^;];%x;%x", &from, &length), 2);
-    Bytes content;
-    for (unsigned done = 0; done < length; done += 536) {
-        content =
-            content + bench.read(from + done, std::uint16_t(std::min(536u, (length - done + 7) / 8 * 8)));
-    }
-    return {reinterpret_cast<const char*>(content.data()), static_cast<int>(length)};
-}
-
-TEST(SimcamFiles, AreInMemoryZippedAndPlain) {
-    Bench bench;
-    const auto view = simcam::builtInDescription();
-    const QByteArray text(reinterpret_cast<const char*>(view.data()), static_cast<int>(view.size()));
-    EXPECT_EQ(fetch(bench, 0x0400), text);
-    QByteArray zip = fetch(bench, 0x0200);
-    QBuffer device(&zip);
-    const ZipReader reader(&device);
-    EXPECT_EQ(reader.fileData("simcam.xml"), text);
-    EXPECT_EQ(reader.entryInfoAt(0).crc, crc32(0, view.data(), static_cast<uInt>(view.size())));
 }
 
 TEST(SimcamFiles, EndWhereTheSettingSays) {

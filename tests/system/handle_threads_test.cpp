@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kRounds = 12;
+constexpr int kRounds = 40;
 using Mac = std::array<unsigned char, 6>;
 constexpr Mac kFirst{2, 0, 0, 0, 0, 0x31};
 constexpr Mac kOther{2, 0, 0, 0, 0, 0x32};
@@ -81,26 +81,52 @@ void connectTheOtherTwice(TwoCameras& two) {
         << result;
 }
 
+void writeTheOther(TwoCameras& two) {
+    for (const char* const entry : {"Mono8", "Mono12Packed"}) {
+        EXPECT_EQ(Gbe_setIntegerValue(two.other, "Number", 7), 0);
+        EXPECT_EQ(Gbe_setEnumerationValue(two.other, "PixelFormat", entry), 0);
+    }
+}
+
+// The values are those that another thread writes; the port is watched meanwhile, and others come and go on
+// it.
+void readTheOther(TwoCameras& two) {
+    long long value = 0;
+    const char* entry = "";
+    EXPECT_EQ(Gbe_invalidateCache(two.other), 0);
+    EXPECT_EQ(Gbe_getIntegerValue(two.other, "Number", &value), 0);
+    EXPECT_TRUE(value == 7 || value == 0) << value;
+    EXPECT_EQ(Gbe_getEnumerationValue(two.other, "PixelFormat", &entry), 0);
+    EXPECT_EQ(std::string(entry).rfind("Mono", 0), 0U) << entry;
+    std::string error;
+    EXPECT_TRUE(softboard::startCapture(0, 0, "watched.pcap", error)) << error;
+    const auto bystander = two.session.rig.hang(0, 0, plainCamera({{"mac", "02:00:00:00:00:77"}}));
+    EXPECT_TRUE(softboard::detach(0, 0, std::shared_ptr<ethernet::Endpoint>(bystander)));
+    EXPECT_TRUE(softboard::stopCapture(0, 0));
+}
+
 TEST(HandleThreads, DoNotReachEachOther) {
     using Work = void (*)(TwoCameras&);
     const struct {
         const char* name;
         Work one;
         Work another;
+        bool isConnected = false;
     } rows[] = {
         {"looked at while the other connects", connectAndDisconnect, lookAtTheFirst},
         {"freed while the other connects", connectAndDisconnect, freeTheFirstAndFindItAgain},
         {"both after the port", tryToConnect<&TwoCameras::other>, tryToConnect<&TwoCameras::first>},
         {"one handle, connected by two threads", connectTheOtherTwice, connectTheOtherTwice},
         {"one handle, disconnected while it is used",
-         [](TwoCameras& two) { EXPECT_EQ(Gbe_disconnectCamera(two.other), 0); }, useTheOther},
+         [](TwoCameras& two) { EXPECT_EQ(Gbe_disconnectCamera(two.other), 0); }, useTheOther, true},
+        {"one handle, written and read", writeTheOther, readTheOther, true},
     };
     TwoCameras two;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         two.station->pokeRegister(plain::kNumber, 0);
-        if (row.another == useTheOther) {
-            connectAndRead(two.other);
+        if (row.isConnected) {
+            EXPECT_EQ(Gbe_connectCamera(two.other), 0);
         }
         std::thread thread([&] {
             for (int round = 0; round < kRounds; ++round) {
@@ -144,30 +170,6 @@ TEST(Handles, ThatAreLookedUpTouchNoDeviceOfOthers) {
     EXPECT_EQ(two.station->log().count(gvcp::Command::ReadRegCmd), 0U) << "cached still";
     EXPECT_EQ(Gbe_enableChecks(two.first, 1), 0);
     EXPECT_FALSE(two.other->device()->isCheckingEnabled());
-}
-
-TEST(Gate, RefusesChangesWithinChangesAndFeaturesWithoutControl) {
-    using api::Call;
-    using api::State;
-    const struct {
-        State state;
-        Call call;
-        int result;
-    } rows[] = {
-        {State::Found, Call::Use, GBE_ERROR_CAMERA_NOT_CONNECTED},
-        {State::Connected, Call::Connect, GBE_ERROR_CAMERA_NOT_CONNECTED},
-        {State::Lost, Call::Connect, 0},
-        {State::Lost, Call::Use, GBE_ERROR_CONNECTION},
-        {State::Lost, Call::Look, 0},
-        {State::Disconnected, Call::Move, 0},
-        {State::Changing, Call::Disconnect, GBE_ERROR_CAMERA_BUSY},
-        {State::Leaving, Call::Connect, GBE_ERROR_CAMERA_BUSY},
-        {State::Changing, Call::Look, GBE_ERROR_CAMERA_NOT_CONNECTED},
-        {State::Connected, Call::ConnectWithoutService, GBE_ERROR_CAMERA_ALREADY_CONNECTED},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(api::allowed(row.state, row.call), row.result);
-    }
 }
 
 } // namespace
