@@ -188,6 +188,11 @@ TEST(Standard, DifferencesAreCountedByQuirk) {
          "1 truncatingConverters, 1 positiveFloatMinimum, 1 ownLimitsOnly, "},
         {feature("<Integer Name='A'><pValue>W</pValue><Min>1</Min><pMax>I</pMax><Inc>2</Inc></Integer>"),
          "1 incrementsFromZero, "},
+        {feature(
+             "<Integer Name='A'><pValue>N</pValue><Min>0</Min><Max>9</Max><pSelected>I</pSelected></Integer>") +
+             reg("N", 0, 4,
+                 "<Sign>Signed</Sign><Endianess>BigEndian</Endianess><Cachable>NoCache</Cachable><PollingTime>5</PollingTime>"),
+         "1 volatileStopsWrites, "},
         {"<StructReg><AccessMode>RO</AccessMode><Sign>Signed</Sign><pSelected>I</pSelected><StructEntry>"
          "<AccessMode>RW</AccessMode><Sign>Signed</Sign><pSelected>I</pSelected></StructEntry></StructReg>",
          "1 structRegWins, "},

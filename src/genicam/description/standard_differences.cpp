@@ -1,5 +1,6 @@
 #include "genicam/description/standard_differences.h"
 
+#include "genicam/description/DescriptionIndex.h"
 #include "genicam/description/GenICamParser.h"
 #include "genicam/description/GenICamTreeBuilder.h"
 #include "genicam/description/blanks.h"
@@ -61,6 +62,7 @@ constexpr QuirkRow kQuirkRows[] = {
     LIOMOL_QUIRK(littleEndianWords, "little-endian words"),
     LIOMOL_QUIRK(unalignedWrites, "writable registers that do not fill words"),
     LIOMOL_QUIRK(noCacheForASecond, "uncached registers without a polling time"),
+    LIOMOL_QUIRK(volatileStopsWrites, "features that are written to uncached registers which others read"),
 };
 #undef LIOMOL_QUIRK
 
@@ -78,54 +80,23 @@ constexpr std::string_view kNumberElements[] = {
 constexpr std::string_view kSharedElements[] = {"Address", "Length", "pAddress", "pInvalidator",
                                                 "pLength", "pPort",  "pSelected"};
 constexpr std::string_view kStateElements[] = {"pIsAvailable", "pIsImplemented", "pIsLocked"};
-constexpr std::string_view kNumberReferences[] = {
-    "pAddress", "pCommandValue", "pInc", "pIsAvailable", "pIsImplemented",
-    "pLength",  "pMax",          "pMin", "pIsLocked",    "pValue",
-};
-
-// Nodes on the way along pValue that are looked at.
-constexpr int kMostHops = 32;
-
-template<class Range, class T> bool contains(const Range& range, const T& item) {
-    return std::ranges::find(range, item) != std::ranges::end(range);
-}
-
-bool isInteger(Types::GenICamNodeType type) {
-    return contains(
-        std::array{
-            Types::Integer, Types::IntReg, Types::MaskedIntReg, Types::IntConverter, Types::IntSwissKnife},
-        type);
-}
-
-bool isFloat(Types::GenICamNodeType type) {
-    return contains(std::array{Types::Float, Types::FloatReg, Types::Converter, Types::SwissKnife}, type);
-}
-
-bool isRegister(Types::GenICamNodeType type) {
-    return contains(
-        std::array{Types::Register, Types::IntReg, Types::MaskedIntReg, Types::FloatReg, Types::StringReg},
-        type);
-}
-
 class DifferenceCounter {
 public:
-    // First pass: which kind a name has, and what users can see.
-    void index(Builder& builder);
-    // Second pass.
-    void count(Builder& builder);
+    explicit DifferenceCounter(Builder& root) : m_index(root) { count(root); }
     std::vector<tavo::QuirkUse> result() const;
 
 private:
     void add(bool Quirks::*member, std::size_t count = 1);
     void addIf(bool Quirks::*member, bool touched) { add(member, touched ? 1 : 0); }
-    Types::GenICamNodeType kindOf(std::string_view name) const;
-    const Builder::Element* find(std::string_view name) const { return find(*m_builder, name); }
-    const Builder::Element* find(Builder& builder, std::string_view name) const;
-    std::string_view textOf(std::string_view name) const;
-    std::int64_t numberOf(std::string_view name, std::int64_t missing) const;
-    bool isReadOnly(Builder& builder) const;
-    Builder* below(Builder& builder) const;
-    std::string_view modeOf(Builder& builder) const;
+    void count(Builder& builder);
+
+    // Of the builder that is looked at.
+    const Builder::Element* find(std::string_view name) const { return m_index.find(*m_builder, name); }
+    std::string_view textOf(std::string_view name) const { return m_index.textOf(*m_builder, name); }
+    std::int64_t numberOf(std::string_view name, std::int64_t missing) const {
+        return Builder::parseDecimalOrHex(textOf(name), missing);
+    }
+    bool isReadOnly() const { return m_index.modeOf(*m_builder) == "RO"; }
 
     void countEntry();
     void countStates();
@@ -137,11 +108,9 @@ private:
     void countLimits();
     void countIncrement();
     void countRegister();
+    void countVolatileWrite();
 
-    std::unordered_map<std::string_view, Builder*> m_nodes;
-    std::unordered_map<Builder*, Builder*> m_structs; // of entries
-    std::unordered_set<std::string_view> m_features;
-    bool m_oldSchema = true;
+    const DescriptionIndex m_index;
     std::array<std::size_t, std::size(kQuirkRows)> m_counts{};
 
     Builder* m_builder = nullptr; // the one that is looked at
@@ -162,29 +131,6 @@ std::vector<tavo::QuirkUse> DifferenceCounter::result() const {
     return uses;
 }
 
-void DifferenceCounter::index(Builder& builder) {
-    if (const std::string_view name = builder.findAttribute("Name"); !name.empty()) {
-        m_nodes[name] = &builder;
-    }
-    if (builder.getNodeType() == Types::RegisterDescription) {
-        const auto major = Builder::parseNumber(builder.findAttribute("SchemaMajorVersion"), 0);
-        const auto minor = Builder::parseNumber(builder.findAttribute("SchemaMinorVersion"), 0);
-        m_oldSchema = major < 1 || (major == 1 && minor < 1);
-    }
-    for (const Builder::Element& feature : builder.getAllElementsByName("pFeature")) {
-        m_features.insert(withoutBlanks(feature.text));
-    }
-    for (const Builder::Object& child : builder.getAllObjects()) {
-        if (child.name == "StructEntry") {
-            child.builder->setType(Types::MaskedIntReg);
-            m_structs[child.builder] = &builder;
-        }
-        if (child.builder->getNodeType() != Types::Element) {
-            index(*child.builder);
-        }
-    }
-}
-
 void DifferenceCounter::count(Builder& builder) {
     m_builder = &builder;
     addIf(&Quirks::noStringNodes, builder.getNodeType() == Types::String);
@@ -194,6 +140,7 @@ void DifferenceCounter::count(Builder& builder) {
     countReferences();
     countVariables();
     countLimits();
+    countVolatileWrite();
     if (isRegister(builder.getNodeType())) {
         countRegister();
     }
@@ -209,64 +156,13 @@ void DifferenceCounter::count(Builder& builder) {
     }
 }
 
-Types::GenICamNodeType DifferenceCounter::kindOf(std::string_view name) const {
-    const auto found = m_nodes.find(withoutBlanks(name));
-    return found != m_nodes.end() ? found->second->getNodeType() : Types::Undefined;
-}
-
-// A StructReg's element takes the place of its entry's.
-const Builder::Element* DifferenceCounter::find(Builder& builder, std::string_view name) const {
-    const auto structReg = m_structs.find(&builder);
-    const Builder::Element* const above =
-        structReg != m_structs.end() ? structReg->second->findElement(name) : nullptr;
-    return above != nullptr ? above : builder.findElement(name);
-}
-
-std::string_view DifferenceCounter::textOf(std::string_view name) const {
-    const Builder::Element* const element = find(name);
-    return element != nullptr ? withoutBlanks(element->text) : std::string_view{};
-}
-
-std::int64_t DifferenceCounter::numberOf(std::string_view name, std::int64_t missing) const {
-    return Builder::parseDecimalOrHex(textOf(name), missing);
-}
-
-Builder* DifferenceCounter::below(Builder& builder) const {
-    const Builder::Element* const name = builder.findElement("pValue");
-    const auto found = name == nullptr ? m_nodes.end() : m_nodes.find(withoutBlanks(name->text));
-    return found != m_nodes.end() ? found->second : nullptr;
-}
-
-// Along pValue, as far as the description tells; empty where it does not.
-std::string_view DifferenceCounter::modeOf(Builder& builder) const {
-    Builder* node = &builder;
-    for (int hop = 0; hop < kMostHops && node != nullptr; ++hop) {
-        if (const Builder::Element* const imposed = node->findElement("ImposedAccessMode")) {
-            return withoutBlanks(imposed->text);
-        }
-        if (isRegister(node->getNodeType())) {
-            const Builder::Element* const mode = find(*node, "AccessMode");
-            return mode == nullptr ? "RO" : withoutBlanks(mode->text);
-        }
-        if (contains(std::array{Types::SwissKnife, Types::IntSwissKnife}, node->getNodeType())) {
-            return "RO";
-        }
-        node = below(*node);
-    }
-    return {};
-}
-
-bool DifferenceCounter::isReadOnly(Builder& builder) const {
-    return modeOf(builder) == "RO";
-}
-
 void DifferenceCounter::countEntry() {
-    const auto structReg = m_structs.find(m_builder);
-    if (structReg == m_structs.end()) {
+    Builder* const structReg = m_index.structOf(*m_builder);
+    if (structReg == nullptr) {
         return;
     }
     for (const Builder::Element& element : m_builder->getAllElements()) {
-        const Builder::Element* const above = structReg->second->findElement(element.name);
+        const Builder::Element* const above = structReg->findElement(element.name);
         const bool isShared = contains(kSharedElements, element.name);
         addIf(&Quirks::structRegWins, !isShared && above != nullptr && above->text != element.text);
     }
@@ -274,16 +170,16 @@ void DifferenceCounter::countEntry() {
 
 // What the node takes from those that it stands on.
 void DifferenceCounter::countStates() {
-    Builder* node = below(*m_builder);
+    Builder* node = m_index.below(*m_builder);
     if (const Builder::Element* const imposed = m_builder->findElement("ImposedAccessMode")) {
-        const std::string_view under = node != nullptr ? modeOf(*node) : std::string_view{};
+        const std::string_view under = node != nullptr ? m_index.modeOf(*node) : std::string_view{};
         const bool isNarrow = under.empty() || under == "RW" || under == withoutBlanks(imposed->text);
         addIf(&Quirks::imposedModeWins, !isNarrow);
     }
     bool depends = false;
-    for (int hop = 0; hop < kMostHops && node != nullptr && !depends; ++hop, node = below(*node)) {
+    for (int hop = 0; hop < kMostHops && node != nullptr && !depends; ++hop, node = m_index.below(*node)) {
         depends = std::ranges::any_of(
-            kStateElements, [&](std::string_view name) { return find(*node, name) != nullptr; });
+            kStateElements, [&](std::string_view name) { return m_index.find(*node, name) != nullptr; });
     }
     addIf(&Quirks::ownStatesOnly, depends);
 }
@@ -306,7 +202,7 @@ void DifferenceCounter::countReferences() {
     const Types::GenICamNodeType type = m_builder->getNodeType();
     const bool isPlace = isRegister(type) || type == Types::StructReg;
     for (const Builder::Element& invalidator : m_builder->getAllElementsByName("pInvalidator")) {
-        const Types::GenICamNodeType kind = kindOf(invalidator.text);
+        const Types::GenICamNodeType kind = m_index.kindOf(invalidator.text);
         addIf(&Quirks::registersInvalidateOnly, kind != Types::Undefined && !(isPlace && isRegister(kind)));
     }
     for (const Builder::Object& index : m_builder->getAllObjectsByName("pIndex")) {
@@ -314,18 +210,18 @@ void DifferenceCounter::countReferences() {
         addIf(&Quirks::noIndexedValues, type == Types::Integer || type == Types::Float);
     }
     for (const std::string_view name : kNumberReferences) {
-        addIf(&Quirks::entriesOnly, kindOf(textOf(name)) == Types::Enumeration);
+        addIf(&Quirks::entriesOnly, m_index.kindOf(textOf(name)) == Types::Enumeration);
     }
     addIf(&Quirks::noValueCopies, m_builder->findElement("pValueCopy") != nullptr);
     const bool isAbove = type == Types::Converter || type == Types::Float;
     addIf(
-        &Quirks::truncatingConverters, isAbove && isInteger(kindOf(textOf("pValue"))) &&
-                                           !isReadOnly(*m_builder) && !roundsItself(textOf("FormulaTo")));
+        &Quirks::truncatingConverters, isAbove && isInteger(m_index.kindOf(textOf("pValue"))) &&
+                                           !isReadOnly() && !roundsItself(textOf("FormulaTo")));
 }
 
 void DifferenceCounter::countVariables() {
     for (const Builder::Object& variable : m_builder->getAllObjectsByName("pVariable")) {
-        const Types::GenICamNodeType kind = kindOf(variable.builder->getContent());
+        const Types::GenICamNodeType kind = m_index.kindOf(variable.builder->getContent());
         addIf(
             &Quirks::numericVariablesOnly,
             contains(std::array{Types::Boolean, Types::Enumeration, Types::Command}, kind));
@@ -346,13 +242,13 @@ void DifferenceCounter::countFormula(std::string_view formula) {
 std::unordered_set<std::string> DifferenceCounter::floatVariables() {
     std::unordered_set<std::string> names;
     for (const Builder::Object& variable : m_builder->getAllObjectsByName("pVariable")) {
-        if (isFloat(kindOf(variable.builder->getContent()))) {
+        if (isFloat(m_index.kindOf(variable.builder->getContent()))) {
             names.insert(tavo::MathParser::normalize(std::string(variable.builder->findAttribute("Name"))));
         }
     }
     if (m_builder->getNodeType() == Types::Converter) {
         names.insert("FROM");
-        if (isFloat(kindOf(textOf("pValue")))) {
+        if (isFloat(m_index.kindOf(textOf("pValue")))) {
             names.insert("TO");
         }
     }
@@ -361,7 +257,7 @@ std::unordered_set<std::string> DifferenceCounter::floatVariables() {
 
 void DifferenceCounter::countLimits() {
     const Types::GenICamNodeType type = m_builder->getNodeType();
-    if (!m_features.contains(m_builder->findAttribute("Name")) || isReadOnly(*m_builder)) {
+    if (!m_index.isFeature(*m_builder) || isReadOnly()) {
         return;
     }
     const auto has = [this](std::string_view literal, std::string_view reference) {
@@ -397,11 +293,30 @@ void DifferenceCounter::countRegister() {
         return;
     }
     const std::int64_t length = numberOf("Length", 0);
-    addIf(&Quirks::littleEndianWords, m_oldSchema && length == 4 && textOf("Endianess") == "LittleEndian");
+    addIf(
+        &Quirks::littleEndianWords,
+        m_index.isOldSchema() && length == 4 && textOf("Endianess") == "LittleEndian");
     constexpr std::int64_t kWord = 4;
     addIf(
         &Quirks::unalignedWrites,
         (mode == "RW" || mode == "WO") && (length % kWord != 0 || numberOf("Address", 0) % kWord != 0));
+}
+
+// A feature that is written through an uncached register, and what else reads from the nodes on the way.
+void DifferenceCounter::countVolatileWrite() {
+    if (!m_index.isFeature(*m_builder) || isReadOnly()) {
+        return;
+    }
+    bool isHeard = false;
+    Builder* node = m_builder;
+    for (int hop = 0; hop < kMostHops && node != nullptr; ++hop, node = m_index.below(*node)) {
+        const std::size_t own = node == m_builder ? 0 : 1; // the reference that led here
+        isHeard = isHeard || node->findElement("pSelected") != nullptr || m_index.referrers(*node) > own;
+        if (isRegister(node->getNodeType())) {
+            addIf(&Quirks::volatileStopsWrites, isHeard && m_index.textOf(*node, "Cachable") == "NoCache");
+            return;
+        }
+    }
 }
 
 } // namespace
@@ -409,17 +324,12 @@ void DifferenceCounter::countRegister() {
 std::vector<tavo::QuirkUse> findDifferences(char* text) {
     Quirks all = Quirks::none();
     all.exactTexts = true; // the blanks are to be seen
-    DifferenceCounter counter;
     std::unique_ptr<Builder> root;
     try {
         root = tavo::GenICamParser(all).parseMemory(text);
     } catch (const std::length_error&) { // the standard's reading alone makes too many builders of it
     }
-    if (root != nullptr) {
-        counter.index(*root);
-        counter.count(*root);
-    }
-    return counter.result();
+    return root != nullptr ? DifferenceCounter(*root).result() : std::vector<tavo::QuirkUse>{};
 }
 
 } // namespace genicam
