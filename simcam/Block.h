@@ -19,11 +19,11 @@ struct Block {
     std::uint32_t offsetX = 0;
     std::uint32_t offsetY = 0;
     std::uint32_t chunkLayout = 0;
-    std::uint64_t scene = 0; // counts with what blocks look like; not sent
-    SharedBytes picture;     // what `image` lies in
-    ByteView image;          // the payload's beginning
-    Bytes chunks;            // and its end
-    std::size_t packetSize;  // as in the packet size register
+    std::uint64_t settings = 0; // counts with what blocks look like; not sent
+    SharedBytes picture;        // what `image` lies in
+    ByteView image;             // the payload's beginning
+    Bytes chunks;               // and its end
+    std::size_t packetSize;     // as in the packet size register
 
     std::size_t payloadSize() const { return image.size() + chunks.size(); }
     std::size_t room() const; // bytes of payload in a packet

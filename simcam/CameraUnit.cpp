@@ -25,7 +25,8 @@ CameraUnit::CameraUnit(const Surroundings& around, const Nonvolatile::Contents& 
         features = std::make_unique<FeatureModel>(registers, bootstrap, around.log, now);
     }
     stream = std::make_unique<StreamModel>(StreamModel::Parts{
-        registers, bootstrap, features ? &features->acquisition() : nullptr, around.station});
+        registers, bootstrap, features ? &features->acquisition() : nullptr, around.station,
+        around.settings.images});
     memory.addModel(*stream); // before the features: it sees commands that they take back
     if (features) {
         memory.addModel(*features);

@@ -10,7 +10,7 @@ using gvsp::Status;
 
 void PastBlocks::keep(std::shared_ptr<const Block> block) {
     // Pictures of other settings are not kept for their sake.
-    std::erase_if(m_blocks, [&](const auto& old) { return old->scene != block->scene; });
+    std::erase_if(m_blocks, [&](const auto& old) { return old->settings != block->settings; });
     m_blocks.push_back(std::move(block));
     if (m_blocks.size() > kPastBlocks) {
         m_blocks.pop_front();

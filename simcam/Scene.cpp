@@ -114,7 +114,7 @@ Bytes encode(const PixelLayout& layout, std::size_t count) {
 
 } // namespace
 
-Scene::Scene(const SceneWish& wish) : m_wish(wish) {
+Scene::Scene(const SceneWish& wish) {
     const PixelLayout* layout = layoutOf(wish.format);
     if (layout == nullptr) {
         m_bytes = std::make_shared<const Bytes>();

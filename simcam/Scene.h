@@ -38,12 +38,10 @@ public:
     // No bytes for a format that the camera does not offer.
     explicit Scene(const SceneWish& wish);
 
-    const SceneWish& wish() const { return m_wish; }
     // What the block with this id shows.
     Picture picture(std::uint64_t block) const;
 
 private:
-    SceneWish m_wish;
     SharedBytes m_bytes;
     std::size_t m_size = 0;     // of a picture
     std::size_t m_step = 0;     // from one block to the next

@@ -108,12 +108,8 @@ void StreamModel::showPicture(Block& block) {
     const SceneWish wish{
         static_cast<TestPattern>(m_parts.registers.get(Reg::TestPattern)), block.pixelFormat, block.width,
         block.height};
-    if (!m_scene || m_scene->wish() != wish) {
-        m_scene.emplace(wish);
-        ++m_scenes;
-    }
-    const Picture picture = m_scene->picture(block.id());
-    block.scene = m_scenes;
+    const Picture picture = m_pictures.show(wish, block.id());
+    block.settings = m_pictures.settings();
     block.picture = picture.owner;
     block.image = picture.bytes;
 }

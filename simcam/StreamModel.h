@@ -14,7 +14,7 @@
 #include "simcam/Block.h"
 #include "simcam/BootstrapModel.h"
 #include "simcam/PastBlocks.h"
-#include "simcam/Scene.h"
+#include "simcam/Pictures.h"
 
 namespace simcam {
 
@@ -25,9 +25,10 @@ public:
         BootstrapModel& bootstrap;
         AcquisitionModel* acquisition; // null: nothing is ever exposed
         Station& station;
+        std::shared_ptr<const PictureFolder> folder; // may be null
     };
     // All parts outlive this.
-    explicit StreamModel(const Parts& parts) : m_parts(parts) {}
+    explicit StreamModel(const Parts& parts) : m_parts(parts), m_pictures(parts.folder) {}
 
     void refresh(Time) override;
     void written(Reg reg, std::uint32_t index, Time now) override;
@@ -78,12 +79,11 @@ private:
     std::uint64_t m_opened = 0;        // frames that were exposed before the stream was opened
     std::optional<UnderWay> m_current; // block
     PastBlocks m_past;
-    std::optional<Scene> m_scene; // the last one that was shown
-    std::uint64_t m_scenes = 0;   // so far
-    Time m_linkFree{};            // when the last block will have left
-    Time m_looked{};              // the last call of next()
-    std::optional<Time> m_asked;  // for the receiver's MAC address, which is not known
-    Statistics m_sent;            // without what was asked for again
+    Pictures m_pictures;
+    Time m_linkFree{};           // when the last block will have left
+    Time m_looked{};             // the last call of next()
+    std::optional<Time> m_asked; // for the receiver's MAC address, which is not known
+    Statistics m_sent;           // without what was asked for again
 };
 
 } // namespace simcam

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 
 namespace simcam {
 
@@ -72,6 +73,11 @@ inline constexpr std::size_t kPastBlocks = 256;
 // gets an answer each.
 inline constexpr std::size_t kResendRequests = 256;
 inline constexpr std::uint32_t kMostRefusals = 64;
+
+// Pictures of a folder: how many, how large, and the bytes of rendered ones that are kept.
+inline constexpr std::size_t kMostPictures = 1000;
+inline constexpr std::uint32_t kMaxPictureSide = 8192;
+inline constexpr std::size_t kMaxRendered = 256u << 20;
 
 // How often the receiver's MAC address is asked for.
 inline constexpr milliseconds kArpRepeat{500};

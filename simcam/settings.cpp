@@ -184,6 +184,11 @@ const Row kRows[] = {
      [](Text value, CameraSettings& s, Error error) {
          return take(parseContents(value, error), s.contents);
      }},
+    {{"images", "folder with pictures (binary PGM, PPM) that the camera shows in turns"},
+     [](Text value, CameraSettings& s, Error error) {
+         s.images = PictureFolder::open(std::string(value), error);
+         return s.images != nullptr;
+     }},
     {{"state", "file that keeps what the camera keeps without power"},
      [](Text value, CameraSettings& s, Error error) {
          error = "is empty";

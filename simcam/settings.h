@@ -3,6 +3,7 @@
 
 #include "platform/ethernet_endpoint.h"
 #include "simcam/LinkFaults.h"
+#include "simcam/PictureFolder.h"
 #include "simcam/Station.h"
 #include "simcam/faults.h"
 #include "simcam/limits.h"
@@ -41,8 +42,9 @@ struct CameraSettings {
     LinkFaults linkFaults;
     std::vector<SlowWrite> slowWrites;
     PendingAcks pendingAcks = PendingAcks::Always;
-    std::vector<Content> contents; // put into memory at each start, regardless of access rights
-    std::string stateFile;         // keeps what the camera keeps without power; empty: for the process's life
+    std::vector<Content> contents;               // put into memory at each start, regardless of access rights
+    std::shared_ptr<const PictureFolder> images; // null: the camera shows a ramp
+    std::string stateFile; // keeps what the camera keeps without power; empty: for the process's life
 };
 
 struct SettingFact {

@@ -26,6 +26,7 @@ struct Options {
     std::string config;
     unsigned count = 0;
     std::string control;
+    std::string images;
 };
 
 int fail(const std::string& text) {
@@ -56,6 +57,11 @@ bool listCameras(const Options& options, std::vector<ethernet::Settings>& camera
     cameras.resize(cameras.size() + options.count);
     if (cameras.empty()) {
         cameras.emplace_back();
+    }
+    for (ethernet::Settings& camera : cameras) {
+        if (!options.images.empty()) {
+            camera.insert({"images", options.images});
+        }
     }
     const std::string where = options.tap.empty() ? options.interface : options.tap;
     const auto mac = netif::queryInterface(where).mac;
@@ -154,6 +160,7 @@ int main(int argc, char** argv) {
         ->allow_extra_args(false);
     app.add_option("--config", options.config, "File with a section [camera] for each camera");
     app.add_option("--count", options.count, "As many cameras besides, with default settings");
+    app.add_option("--images", options.images, "Folder with pictures (PGM, PPM) that the cameras show");
     app.add_option("--control", options.control, "Path of a socket that takes commands");
     auto* control = app.add_subcommand("control", "Sends a command to a gbe-simcam that runs");
     std::string path;

@@ -5,6 +5,7 @@
 #include "support/wait.h"
 
 #include <condition_variable>
+#include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <thread>
@@ -119,6 +120,8 @@ TEST(SimcamSettings, AreCheckedWithOneLine) {
     std::ofstream("own.zip") << "PK\x03\x04 and so on";
     std::ofstream("own.xml") << "<RegisterDescription/>";
     std::ofstream("empty.xml");
+    std::filesystem::create_directories("bad");
+    std::ofstream("bad/one.pgm") << "P5 16 99999 255 ";
     constexpr const char* kUnreadable = "cannot be read, is empty or larger than 64 MiB";
     const struct {
         ethernet::Settings settings; // the last one is named in the error
@@ -136,6 +139,9 @@ TEST(SimcamSettings, AreCheckedWithOneLine) {
          "camera: URL '{xml}': the description is an archive, there is no plain text of it"},
         {{{"set", "Width=640;UserDefinedName=a name;0xB000=7"}}, ""},
         {{{"set", "0xA111=7"}}, "'0xA111=7' is not REGISTER=VALUE"},
+        {{{"images", "."}}, "holds no .pgm or .ppm file"},
+        {{{"images", "none"}}, "cannot be read: No such file or directory"},
+        {{{"images", "bad"}}, "holds 'one.pgm', which is not a binary PGM or PPM picture"},
         {{{"slow-write", "5 Nowhere"}},
          "'5 Nowhere' is not a time up to 60000 ms, with or without a register"},
         {{{"colour", "red"}}, "camera: unknown setting 'colour'"},

@@ -1,12 +1,11 @@
 // The camera's stream, taken apart by a reader of its own that was written down from the standard's tables.
 #include "harness.h"
 
-#include "simcam/Block.h"
 #include "simcam/encoded_pattern.h"
-#include "support/golden.h"
 
+#include <filesystem>
+#include <fstream>
 #include <map>
-#include <numeric>
 
 namespace {
 
@@ -279,58 +278,6 @@ TEST(SimcamStream, TestPacketsHaveThePacketSize) {
     EXPECT_TRUE(bench.due().empty()) << "once";
 }
 
-TEST(SimcamStream, PacketsAreThoseOfTheGoldenFiles) {
-    simcam::Station station(0x021122334455, {0xA9FE0764, 0xFFFF0000, 0});
-    simcam::StreamFrames stream(station, {0x020000000001, 0xA9FE072A, 1520}, 20202, true);
-    simcam::Block image;
-    image.number = 7;
-    image.timestamp = 0x0000000102030405;
-    image.payloadType = 1;
-    image.pixelFormat = 0x01080001;
-    image.width = 12;
-    image.height = 4;
-    image.offsetX = 16;
-    image.offsetY = 8;
-    Bytes pixels(48);
-    std::iota(pixels.begin(), pixels.end(), std::uint8_t{0x10});
-    image.picture = std::make_shared<const Bytes>(pixels);
-    image.image = *image.picture;
-    image.packetSize = 1500;
-    simcam::Block extended = image;
-    extended.number = 4294967303;
-    extended.extendedIds = true;
-    simcam::Block chunks = image;
-    chunks.number = 8;
-    chunks.payloadType = 0x4001;
-    chunks.chunkLayout = 1;
-    chunks.chunks = be32(1) + be32(48) + be32(0) + be32(8) + be32(0x1002) + be32(8);
-    simcam::PacketBatch out;
-    std::vector<std::string> names;
-    const auto send = [&](const simcam::Block& block, std::uint32_t id, bool again, const char* name) {
-        stream.packet(block, id, again, out);
-        names.emplace_back(name);
-    };
-    send(image, 0, false, "gvsp_leader");
-    send(image, 1, false, "gvsp_payload");
-    send(image, 1, true, "gvsp_payload_resent");
-    send(image, 2, false, "gvsp_trailer");
-    send(extended, 0, false, "gvsp_leader_extended");
-    send(extended, 1, false, "gvsp_payload_extended");
-    send(extended, 1, true, "gvsp_payload_resent_extended");
-    send(extended, 2, false, "gvsp_trailer_extended");
-    send(chunks, 0, false, "gvsp_leader_chunks");
-    send(chunks, 1, false, "gvsp_payload_chunks");
-    send(chunks, 2, false, "gvsp_trailer_chunks");
-    stream.refusal(false, 7, 1, gvsp::Status::PacketUnavailable, out);
-    names.emplace_back("gvsp_payload_unavailable");
-    stream.test(92, out);
-    names.emplace_back("gvsp_test_packet");
-    const auto frames = out.copies();
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        EXPECT_EQ(frames[i], golden::load(names[i])) << names[i];
-    }
-}
-
 // The payload ends with the chunks that are on; packets that hold the end of the image hold chunks too.
 TEST(SimcamStream, ChunksFollowTheImage) {
     const Bytes image = be32(1) + be32(2048);
@@ -367,6 +314,54 @@ TEST(SimcamStream, ChunksFollowTheImage) {
             EXPECT_EQ(got.leader.size(), row.leader == be32(4) ? 12U : 36U) << row.name;
             EXPECT_EQ(got.trailer, row.trailer) << row.name;
         }
+    }
+}
+
+// Pictures of one's own come in turns: the first is as large as the image, the second is twice as large each
+// way, with a frame of other colours that is cut off.
+TEST(SimcamStream, ShowsThePicturesOfAFolder) {
+    std::filesystem::create_directories("pictures");
+    std::string grey;
+    std::string colour;
+    for (int i = 0; i < 32; ++i) {
+        grey += static_cast<char>(i * 2);
+    }
+    for (int y = 0; y < 8; ++y) {
+        for (int x = 0; x < 32; ++x) {
+            colour += y < 2 || y > 5 ? std::string(6, 'x') : std::string("\xFF\xFF\x80\x40\0\0", 6);
+        }
+    }
+    std::ofstream("pictures/a.pgm") << "P5 # with a comment\n16 2\n127\n" << grey;
+    std::ofstream("pictures/b.ppm") << "P6\n32\n8\n65535 " << colour;
+    std::ofstream("pictures/c.txt") << "no picture";
+    Bench bench(ethernet::Settings{{"images", "pictures"}});
+    bench.takeControl();
+    run(bench.registers(), "folder",
+        std::string(kOpen) + "Width=16; Height=2; PixelFormat=0x02180014; FrameRate=50; AcquisitionStart=1");
+    const auto images = imagesOf(packetsOf(bench.live(milliseconds(70))), 1500);
+    ASSERT_EQ(images.size(), 3U);
+    Bytes first;
+    Bytes second;
+    for (int i = 0; i < 32; ++i) {
+        first = first + Bytes(3, static_cast<std::uint8_t>(i * 2 * 65535 / 127 >> 8));
+        second = second + Bytes{0xFF, 0x80, 0};
+    }
+    EXPECT_EQ(images.at(1).payload, first);
+    EXPECT_EQ(images.at(2).payload, second);
+    EXPECT_EQ(images.at(3).payload, first);
+}
+
+TEST(SimcamStream, MeetsTheFaultsOfTheWire) {
+    const std::pair<const char*, std::size_t> rows[] = {
+        {"", 12}, {"out-drop=1", 0}, {"out-duplicate=1", 24}, {"out-drop=0.5", 7}};
+    for (const auto& [faults, arrived] : rows) {
+        Bench bench;
+        bench.takeControl();
+        run(bench.registers(), "open", kOpen + std::string(kSlow));
+        std::string error;
+        bench.camera->setLinkFaults(simcam::parseLinkFaults(faults, error).value());
+        EXPECT_EQ(packetsOf(bench.live(milliseconds(100))).size(), arrived) << faults;
+        EXPECT_EQ(bench.camera->report(bench.now).packets, 12U) << "what the camera has sent";
     }
 }
 
