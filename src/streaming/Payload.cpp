@@ -65,7 +65,7 @@ void Payload::describeChunks(const TavoImage& arrived, const std::byte* bytes, G
     if (!m_chunks.empty()) {
         image.size = m_chunks.front().size;
         m_chunks.erase(m_chunks.begin());
-    } else if ((arrived.payloadType & gvsp::kWithChunks) != 0) {
+    } else if (hasChunks(arrived.payloadType) && arrived.status != GBE_IMAGE_NOT_UNDERSTOOD) {
         image.size = imageSize(arrived);
     }
     image.chunks = m_chunks.empty() ? nullptr : m_chunks.data();

@@ -1,8 +1,7 @@
-// Images, from the camera's sensor to the caller's hands: in process, and over a virtual wire.
+// Images, from the camera's sensor to the caller's hands, in process.
 #include "system/images.h"
 
-#include "support/net_namespace.h"
-#include "support/wired_camera.h"
+#include "system/dissector.h"
 
 #include <atomic>
 #include <functional>
@@ -57,7 +56,7 @@ TEST(Images, EveryPixelOfEveryFormatIsTheCameras) {
 TEST(Images, LostPacketsComeAgainOrAreInTheMap) {
     OneCamera one;
     setUp(one.camera, {{"Width", 640}, {"Height", 200}});
-    for (const int resend : {0}) {
+    for (const int resend : {1, 0}) {
         SCOPED_TRACE(resend);
         GbeStreamOptions options = streamOptions();
         options.resend = resend;
@@ -90,6 +89,75 @@ TEST(Images, LostPacketsComeAgainOrAreInTheMap) {
         EXPECT_GT(statistics.duplicates, 0U);
         EXPECT_EQ(Gbe_stopAcquisition(one.camera), 0);
         EXPECT_EQ(Gbe_closeStream(stream), 0);
+    }
+}
+
+// Both as the camera's own kind of payload, and as an image with chunks behind it, which tells its geometry.
+TEST(Images, ChunksComeWithTheImage) {
+    OneCamera one;
+    EXPECT_EQ(Gbe_setBooleanValue(one.camera, "ChunkModeActive", 1), 0);
+    for (const char* const chunk : {"FrameID", "Timestamp"}) {
+        setUp(one.camera, {}, {{"ChunkSelector", chunk}});
+        EXPECT_EQ(Gbe_setBooleanValue(one.camera, "ChunkEnable", 1), 0);
+    }
+    for (const unsigned payloadType : {0x4001U, 4U}) {
+        SCOPED_TRACE(payloadType);
+        GbeStream* const stream = openStream(one.camera);
+        EXPECT_EQ(one.station->peekRegister(0x0D24), 1U) << "extended chunk data is on";
+        one.station->pokeRegister(0x0D24, payloadType == 4 ? 0 : 1);
+        ASSERT_EQ(Gbe_startAcquisition(one.camera), 0);
+        fetch(stream, 3, [&](const GbeImage& image) {
+            expectEncoded(image);
+            EXPECT_EQ(image.payloadType, payloadType);
+            EXPECT_EQ(image.geometryAssumed, payloadType == 4 ? 1 : 0);
+            ASSERT_GE(image.chunkCount, 2U);
+            const auto number = [&](std::size_t chunk) {
+                std::uint64_t value = 0;
+                for (std::size_t i = 0; i < image.chunks[chunk].size; ++i) {
+                    value = value << 8 | static_cast<const unsigned char*>(image.chunks[chunk].data)[i];
+                }
+                return value;
+            };
+            EXPECT_EQ(image.chunks[0].id, 0x1001U);
+            EXPECT_EQ(number(0), image.blockId);
+            EXPECT_EQ(image.chunks[1].id, 0x1002U);
+            EXPECT_EQ(number(1), image.timestamp);
+        });
+        EXPECT_EQ(Gbe_stopAcquisition(one.camera), 0);
+        EXPECT_EQ(Gbe_closeStream(stream), 0);
+    }
+}
+
+TEST(Images, AreSoundToAnIndependentDissector) {
+    OneCamera one;
+    setUp(one.camera, {{"Width", 640}});
+    std::string error;
+    ASSERT_TRUE(softboard::startCapture(0, 0, "images.pcap", error)) << error;
+    for (const int extendedIds : {1, 0}) {
+        GbeStreamOptions options = streamOptions();
+        options.extendedIds = extendedIds;
+        GbeStream* const stream = openStream(one.camera, options);
+        softboard::FaultPlan plan;
+        plan.receive.drop = 0.05; // so that packets are asked for
+        ASSERT_TRUE(softboard::setFaultPlan(0, 0, plan));
+        ASSERT_EQ(Gbe_startAcquisition(one.camera), 0);
+        EXPECT_TRUE(eventually([&] {
+            GbeImage image{};
+            EXPECT_EQ(Gbe_waitImage(stream, kPatient, &image), 0);
+            EXPECT_EQ(Gbe_giveBackImage(stream, image.id), 0);
+            return statisticsOf(stream).resentPackets > 3;
+        }));
+        ASSERT_TRUE(softboard::setFaultPlan(0, 0, {}));
+        EXPECT_EQ(Gbe_stopAcquisition(one.camera), 0);
+        EXPECT_EQ(Gbe_closeStream(stream), 0);
+    }
+    ASSERT_TRUE(softboard::stopCapture(0, 0));
+    const std::string asStream = "-d udp.port==1520,gvsp ";
+    ASSERT_FALSE(tshark("images.pcap", "--version").empty())
+        << "tshark is not installed: run scripts/setup test";
+    EXPECT_EQ(tshark("images.pcap", asStream + "-Y '_ws.malformed || ip.checksum.status == 0'"), "");
+    for (const char* const kind : {"gvsp.format == 1", "gvsp.format == 0x81", "gvcp.cmd.command == 0x0040"}) {
+        EXPECT_NE(tshark("images.pcap", asStream + "-Y '" + kind + "'"), "") << kind;
     }
 }
 
