@@ -38,7 +38,7 @@ void describe(const gvsp::Image& from, TavoImage& to) {
     to.block = from.block;
     to.timestamp = from.timestamp;
     to.arrivedNs = static_cast<std::uint64_t>(from.lastPacket.count());
-    to.payloadType = static_cast<std::uint16_t>(from.payloadType | (from.withChunks ? gvsp::kWithChunks : 0));
+    to.payloadType = from.payloadType;
     to.status = static_cast<std::uint8_t>(from.status);
     to.geometryAssumed = from.geometryAssumed ? 1 : 0;
     to.truncated = from.truncated ? 1 : 0;
