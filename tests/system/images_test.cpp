@@ -152,13 +152,17 @@ TEST(Images, AreSoundToAnIndependentDissector) {
         EXPECT_EQ(Gbe_closeStream(stream), 0);
     }
     ASSERT_TRUE(softboard::stopCapture(0, 0));
-    const std::string asStream = "-d udp.port==1520,gvsp ";
     ASSERT_FALSE(tshark("images.pcap", "--version").empty())
         << "tshark is not installed: run scripts/setup test";
-    EXPECT_EQ(tshark("images.pcap", asStream + "-Y '_ws.malformed || ip.checksum.status == 0'"), "");
-    for (const char* const kind : {"gvsp.format == 1", "gvsp.format == 0x81", "gvcp.cmd.command == 0x0040"}) {
-        EXPECT_NE(tshark("images.pcap", asStream + "-Y '" + kind + "'"), "") << kind;
+    const std::string asStream = "-d udp.port==1520,gvsp -Y ";
+    const std::string asCommands = "--disable-protocol gvsp -Y "; // those that leave from the stream's port
+    for (const std::string& how : {asStream, asCommands}) {
+        EXPECT_EQ(tshark("images.pcap", how + "'_ws.malformed || ip.checksum.status == 0'"), "");
     }
+    EXPECT_NE(tshark("images.pcap", asStream + "'gvsp.format == 1'"), "");
+    EXPECT_NE(tshark("images.pcap", asStream + "'gvsp.format == 0x81'"), "");
+    EXPECT_NE(tshark("images.pcap", asCommands + "'gvcp.cmd.resend.blockid > 0'"), "");
+    EXPECT_NE(tshark("images.pcap", asCommands + "'gvcp.cmd.resend.extendedblockid > 0'"), "");
 }
 
 TEST(Images, StartsAndStopsAsOftenAsWanted) {
