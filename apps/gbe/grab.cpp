@@ -1,5 +1,6 @@
 #include "grab.h"
 
+#include "ChunkFeatures.h"
 #include "Failure.h"
 #include "ImageStream.h"
 #include "Interrupt.h"
@@ -120,6 +121,7 @@ private:
     const GrabRequest& m_request;
     const PictureNames m_names;
     const FileFormat m_format;
+    ChunkFeatures m_chunkFeatures{""};
     Progress m_progress;
     Interrupt m_interrupt;
     unsigned m_done = 0;
@@ -138,6 +140,9 @@ unsigned Grab::run(const Selection& selection) {
     std::optional<SoftwareTrigger> trigger;
     if (m_request.trigger) {
         trigger.emplace(camera);
+    }
+    if (m_request.output == Format::Json) {
+        m_chunkFeatures = ChunkFeatures(readDescription(camera));
     }
     options.buffers = bufferCount(camera, m_request.count);
     ImageStream stream(camera, options);
@@ -177,6 +182,7 @@ void Grab::tell(const std::string& file, const GbeImage& image) {
     m_progress.clear();
     if (m_request.output == Format::Json) {
         QJsonObject object = imageJson(image);
+        object.insert("features", m_chunkFeatures.of(image));
         if (!file.empty()) {
             object.insert("file", QString::fromStdString(file));
         }

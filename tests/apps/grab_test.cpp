@@ -134,8 +134,8 @@ TEST_F(Grab, ThePictureIsWhatTheCameraShows) {
 }
 
 TEST_F(Grab, SeveralImagesHaveNumbersAndTellOfThemselves) {
-    const Outcome outcome = grab({"-n", "3", "--trigger", "--json", "--packet-size", "576", "--set",
-                                  "PixelFormat=Mono12", "-o", "some.pgm"})
+    const Outcome outcome = grab({"-n", "3", "--set", "ChunkModeActive=1", "--trigger", "--json",
+                                  "--packet-size", "576", "--set", "PixelFormat=Mono12", "-o", "some.pgm"})
                                 ->wait();
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     const QStringList lines = QString::fromStdString(outcome.out).split('\n', Qt::SkipEmptyParts);
@@ -147,6 +147,8 @@ TEST_F(Grab, SeveralImagesHaveNumbersAndTellOfThemselves) {
         EXPECT_EQ(image["status"].toString(), "complete");
         EXPECT_EQ(image["blockId"].toInt(), i + 1);
         EXPECT_EQ(image["pixelFormat"].toString(), "Mono12");
+        EXPECT_EQ(image["features"]["ChunkFrameID"].toInt(), i + 1);
+        EXPECT_GT(image["features"]["ChunkExposureTime"].toDouble(), 0);
         const std::string bytes = contents(file.toStdString());
         EXPECT_THAT(bytes, StartsWith("P5\n256 6\n65535\n"));
         EXPECT_EQ(bytes.size(), 15 + kWidth * kHeight * 2);
