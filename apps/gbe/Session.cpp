@@ -19,6 +19,12 @@ std::string placeText(const Selection& selection) {
     return text;
 }
 
+std::string cameraText(const Selection& selection) {
+    return selection.mac  ? "camera " + selection.mac->text()
+           : selection.ip ? "camera " + selection.ip->text()
+                          : "camera";
+}
+
 std::vector<unsigned> portsOf(const Selection& selection) {
     if (selection.port) {
         return {*selection.port};
@@ -186,7 +192,7 @@ PickedCamera pickCamera(BoardHandle* board, const Selection& selection) {
                    ? result
                    : code; // the most telling: a port without cameras says least
     }
-    throw Failure("camera on " + placeText(selection), code);
+    throw Failure(cameraText(selection) + " on " + placeText(selection), code);
 }
 
 std::string userText(CameraHandle* camera) {

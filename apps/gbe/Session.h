@@ -48,8 +48,7 @@ PickedCamera pickCamera(BoardHandle* board, const Selection& selection);
 // What a command wants of a camera: to look at it, beside whoever works with it, or to work with it.
 enum class Purpose { Look, Work };
 
-// Connects, with the checks of access, locks and availability on: what a person does wrong is to be told. So
-// is, on standard error, that the description holds what only the standard's meaning reads right.
+// Connects, with the checks of access, locks and availability on: what a person does wrong is to be told.
 void connectCamera(CameraHandle* camera, bool standard, Purpose purpose);
 
 // The program on this computer that works with a camera, "gbe, process 4711"; empty when none does.

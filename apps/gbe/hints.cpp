@@ -6,6 +6,7 @@
 #include <array>
 #include <cctype>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <numeric>
 #include <utility>
@@ -63,8 +64,11 @@ std::string nearest(CameraHandle* camera, const std::string& typed) {
 
 // As a person writes it, in every locale.
 std::string numberText(double value) {
-    std::array<char, 32> text{};
-    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+    constexpr double kLongest = 1e9; // what is larger is better told by its power of ten
+    const bool isPlain = std::abs(value) < kLongest && (value == 0 || std::abs(value) > 1 / kLongest);
+    std::array<char, 64> text{};
+    const auto format = isPlain ? std::chars_format::fixed : std::chars_format::general;
+    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value, format).ptr};
 }
 
 std::string integerRange(CameraHandle* camera, const std::string& name) {
