@@ -100,9 +100,9 @@ inline std::string feature(int feature) {
         element("Visibility", feature % 3 == 0 ? "Beginner" : "Expert") +
         (feature % 7 == 0 ? element("pIsLocked", "TLParamsLocked") : "");
     using Make = std::string (*)(int, const std::string&);
-    constexpr std::array<Make, kFeatureKinds> makers = {
+    constexpr std::array<Make, kFeatureKinds> kMakers = {
         integerFeature, floatFeature, enumerationFeature, booleanFeature, commandFeature};
-    return featureRegister(feature) + makers[static_cast<std::size_t>(kindOf(feature))](feature, common);
+    return featureRegister(feature) + kMakers[static_cast<std::size_t>(kindOf(feature))](feature, common);
 }
 
 inline std::string description(int features) {

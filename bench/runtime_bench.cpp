@@ -89,27 +89,27 @@ std::string integersOverOne(int count, bool inChain) {
 
 // A write to the register, after which every node is stale.
 void invalidate(benchmark::State& state, bool inChain) {
-    constexpr int count = 10'000;
-    Device device(integersOverOne(count, inChain));
+    constexpr int kCount = 10'000;
+    Device device(integersOverOne(kCount, inChain));
     tavo::GenICamIntegerInterface& below = device.integer("Register0");
     std::int64_t value = 0;
     for (auto _ : state) {
         below.setValue(++value & 0xFF);
     }
     state.counters["per_node"] = benchmark::Counter(
-        count, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+        kCount, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 // From the write to the last listener, which the signalling thread calls.
 void deliverSignals(benchmark::State& state) {
-    constexpr int count = 1000;
-    Device device(integersOverOne(count, false));
+    constexpr int kCount = 1000;
+    Device device(integersOverOne(kCount, false));
     std::atomic<std::int64_t> delivered = 0;
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < kCount; ++i) {
         using Signals = tavo::ImplGenICamIntegerInterfaceSignals;
         Signals* const signals = device.integer("Integer" + std::to_string(i)).getIntegerSignals();
         QObject::connect(signals, &Signals::signal_ValueChanged, [&delivered] {
-            if (++delivered % count == 0) {
+            if (++delivered % kCount == 0) {
                 delivered.notify_one();
             }
         });
@@ -119,11 +119,11 @@ void deliverSignals(benchmark::State& state) {
     std::int64_t value = 0;
     for (auto _ : state) {
         below.setValue(++value & 0xFF);
-        for (std::int64_t seen = delivered; seen < value * count; seen = delivered) {
+        for (std::int64_t seen = delivered; seen < value * kCount; seen = delivered) {
             delivered.wait(seen);
         }
     }
-    state.SetItemsProcessed(state.iterations() * count);
+    state.SetItemsProcessed(state.iterations() * kCount);
     device.camera.enableSignalling(false);
 }
 
@@ -131,8 +131,8 @@ void deliverSignals(benchmark::State& state) {
 
 // By name, as the exported calls do it; all threads read one device, or each its own.
 void readCached(benchmark::State& state, bool sharing) {
-    constexpr int mostThreads = 4;
-    static std::array<Device, mostThreads> devices = {
+    constexpr int kMostThreads = 4;
+    static std::array<Device, kMostThreads> devices = {
         Device(integersOverOne(1, false)), Device(integersOverOne(1, false)),
         Device(integersOverOne(1, false)), Device(integersOverOne(1, false))};
     Device& device = devices[sharing ? 0 : static_cast<std::size_t>(state.thread_index())];
@@ -161,10 +161,10 @@ unsigned char readFeature(tavo::GenICamNode& node) {
 
 // Integers, floats behind converters, enumerations, Booleans and commands in equal parts, by name.
 void readAllFeatures(benchmark::State& state) {
-    constexpr int count = 5000;
-    Device device(generated::description(count));
+    constexpr int kCount = 5000;
+    Device device(generated::description(kCount));
     std::vector<std::string> names;
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < kCount; ++i) {
         names.push_back(generated::featureName(i));
         readFeature(device.node(names.back())); // brings the value into the cache
     }
@@ -174,7 +174,7 @@ void readAllFeatures(benchmark::State& state) {
         }
     }
     state.counters["per_feature"] = benchmark::Counter(
-        count, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+        kCount, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 BENCHMARK_CAPTURE(invalidate, fan_of_10000, false)->Unit(benchmark::kMicrosecond);

@@ -124,14 +124,14 @@ TEST(DeviceLock, NestsInItsThreadAndIsOnePerDevice) {
 // ---- Spreading ----
 
 TEST(Invalidation, SpreadsThroughLongChainsAndWideFans) {
-    constexpr int count = 10000;
+    constexpr int kCount = 10000;
     for (const bool chain : {true, false}) {
         SCOPED_TRACE(chain ? "chain" : "fan");
         Device device;
         auto& root = device.addRegister<ImplGenICamIntReg>(0, 4);
         std::vector<ImplGenICamIntReg*> nodes;
         ImplGenICamNode* before = &root;
-        for (int i = 0; i < count; ++i) {
+        for (int i = 0; i < kCount; ++i) {
             auto& node = device.addRegister<ImplGenICamIntReg>(4, 4);
             node.addDependency(chain ? *before : root);
             node.getValue();

@@ -155,20 +155,20 @@ TEST(Nesting, BeyondTheLimitIsAParseError) {
 }
 
 TEST(Parsing, IsLinearInHostileRepetition) {
-    constexpr int count = 200'000;
+    constexpr int kCount = 200'000;
     EXPECT_EQ(
-        parse(inRoot("<pVariable>" + repeated("a<!---->", count) + "</pVariable>"))
+        parse(inRoot("<pVariable>" + repeated("a<!---->", kCount) + "</pVariable>"))
             ->getAllObjectsByName("pVariable")[0]
             .builder->getContent(),
         "a");
     EXPECT_EQ(
-        parse(inRoot("<ToolTip>" + repeated("a<!---->", count) + "</ToolTip>"))
+        parse(inRoot("<ToolTip>" + repeated("a<!---->", kCount) + "</ToolTip>"))
             ->getFirstElement("ToolTip", "")
             .size(),
-        count);
+        kCount);
     std::string attributes;
     std::string elements;
-    for (int i = count; i > 0; --i) {
+    for (int i = kCount; i > 0; --i) {
         attributes += " a" + std::to_string(i) + "=''";
         elements += "<e" + std::to_string(i) + "/>";
     }
@@ -176,8 +176,8 @@ TEST(Parsing, IsLinearInHostileRepetition) {
     GenICamTreeBuilder& node = *tree->getAllObjects()[0].builder;
     EXPECT_NE(node.findElement("e77"), nullptr);
     EXPECT_EQ(node.findAttribute("a77", "none"), "");
-    constexpr std::size_t most = genicam::kMaxBuilders;
-    EXPECT_EQ(parse(inRoot(repeated("<Node/>", int{most})))->getAllObjects().size(), most);
+    constexpr std::size_t kMost = genicam::kMaxBuilders;
+    EXPECT_EQ(parse(inRoot(repeated("<Node/>", int{kMost})))->getAllObjects().size(), kMost);
 }
 
 // ---- The builders and the parsers of their texts ----
@@ -258,10 +258,10 @@ TEST(Texts, OfKeywordsAreExact) {
 // Texts of the adopted buffer stay where they are, all others are copied; long ones are not mixed up.
 TEST(TreeBuilder, KeepsItsTexts) {
     GenICamTreeBuilder root(GenICamTypes::RegisterDescription);
-    constexpr std::string_view kept = "kept";
-    auto buffer = std::make_unique<char[]>(kept.size());
-    const std::string_view inBuffer(buffer.get(), kept.copy(buffer.get(), kept.size()));
-    root.adoptBuffer(std::move(buffer), kept.size());
+    constexpr std::string_view kKept = "kept";
+    auto buffer = std::make_unique<char[]>(kKept.size());
+    const std::string_view inBuffer(buffer.get(), kKept.copy(buffer.get(), kKept.size()));
+    root.adoptBuffer(std::move(buffer), kKept.size());
     std::vector<std::pair<std::string, std::string_view>> stored;
     for (std::size_t i = 0; i < 3000; ++i) {
         std::string text(i % 100 == 0 ? 30'000 * (i % 3) : i % 50, static_cast<char>('a' + i % 26));

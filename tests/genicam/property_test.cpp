@@ -264,15 +264,15 @@ private:
 };
 
 TEST(CachedDevice, CannotBeToldFromOneWithoutCaches) {
-    constexpr unsigned long long stepsOfOne = 60;
+    constexpr unsigned long long kStepsOfOne = 60;
     const unsigned long long steps = argument("steps", 12000);
     const unsigned long long first = argument("seed", 1);
     std::cout << "seeds from " << first << ", " << steps << " steps" << std::endl;
     int differences = 0;
     int pairs = 0;
-    for (unsigned long long done = 0, seed = first; done < steps; done += stepsOfOne, ++seed, ++pairs) {
+    for (unsigned long long done = 0, seed = first; done < steps; done += kStepsOfOne, ++seed, ++pairs) {
         Pair pair(seed, seed / 2 % 2 != 0, seed % 16 < 3);
-        for (unsigned long long step = 0; step < stepsOfOne; ++step) {
+        for (unsigned long long step = 0; step < kStepsOfOne; ++step) {
             if (const std::string found = pair.step(); !found.empty()) {
                 if (++differences <= 3) {
                     ADD_FAILURE() << "seed " << seed << ", step " << step << ": " << found << "\n"

@@ -59,7 +59,7 @@ std::string resultOf(const std::string& formula, const tavo::Quirks& quirks = {}
 }
 
 TEST(FormulaLimits, HugeFormulasEndInAValueOrAnErrorAtOnce) {
-    constexpr std::size_t full = tavo::math::kLengthLimit;
+    constexpr std::size_t kFull = tavo::math::kLengthLimit;
     const std::size_t deepest = tavo::math::kNestingLimit;
     const struct {
         const char* name;
@@ -68,21 +68,21 @@ TEST(FormulaLimits, HugeFormulasEndInAValueOrAnErrorAtOnce) {
     } rows[] = {
         {"brackets at the limit", nested("(", deepest, ")"), "1"},
         {"brackets beyond it", nested("(", deepest + 1, ")"), "bracket error"},
-        {"brackets to the full length", nested("(", full / 2 - 1, ")"), "bracket error"},
-        {"unclosed brackets", std::string(full, '('), "bracket error"},
+        {"brackets to the full length", nested("(", kFull / 2 - 1, ")"), "bracket error"},
+        {"unclosed brackets", std::string(kFull, '('), "bracket error"},
         {"calls at the limit", nested("ABS(", deepest, ")"), "1"},
         {"calls beyond it", nested("ABS(", deepest + 1, ")"), "bracket error"},
-        {"signs", std::string(full - 1, '-') + "1", "-1"},
-        {"a sum", "1" + repeated("+1", full / 2 - 1), "32768"},
-        {"conditionals", "1" + repeated("?2:3", full / 4 - 1), "2"},
+        {"signs", std::string(kFull - 1, '-') + "1", "-1"},
+        {"a sum", "1" + repeated("+1", kFull / 2 - 1), "32768"},
+        {"conditionals", "1" + repeated("?2:3", kFull / 4 - 1), "2"},
         {"values waiting", nested("1+1*1**(1|", 60, ")"), "2"},
         {"too many values waiting", nested("1+1*1**(1|", 100, ")"), "bracket error"},
-        {"a call with many arguments", "F(1" + repeated(",1", full / 2 - 2) + ")", "illegal math function"},
-        {"exponents", "1" + repeated("E+1", full / 3 - 1), "1"},
-        {"digits", std::string(full, '1'), "illegal number"},
-        {"blanks do not count", std::string(10 * full, ' ') + "1", "1"},
-        {"longer than the limit", std::string(full, '+') + "1", "term expected"},
-        {"as long as the limit", std::string(full - 1, '+') + "1", "1"},
+        {"a call with many arguments", "F(1" + repeated(",1", kFull / 2 - 2) + ")", "illegal math function"},
+        {"exponents", "1" + repeated("E+1", kFull / 3 - 1), "1"},
+        {"digits", std::string(kFull, '1'), "illegal number"},
+        {"blanks do not count", std::string(10 * kFull, ' ') + "1", "1"},
+        {"longer than the limit", std::string(kFull, '+') + "1", "term expected"},
+        {"as long as the limit", std::string(kFull - 1, '+') + "1", "1"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(resultOf(row.formula), row.result) << row.name;

@@ -68,11 +68,11 @@ TEST(Fork, HandlesDoNotSurviveIt) {
     ASSERT_EQ(Gbe_setIntegerValue(camera, "Number", 7), 0);
     // The sanitizers' own look at the end misses what the parent's threads hold.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    constexpr bool withStaticObjects = false;
+    constexpr bool kWithStaticObjects = false;
 #else
-    constexpr bool withStaticObjects = true;
+    constexpr bool kWithStaticObjects = true;
 #endif
-    for (const bool ends : {false, withStaticObjects}) {
+    for (const bool ends : {false, kWithStaticObjects}) {
         const pid_t child = ::fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
