@@ -9,6 +9,8 @@ namespace streaming {
 bool BufferMemory::take(unsigned count, std::size_t size) {
     constexpr std::size_t kPage = 4096;
     constexpr std::size_t kMost = std::numeric_limits<std::ptrdiff_t>::max();
+    constexpr std::size_t kMostAtOnce = std::size_t{512}
+                                        << 20; // what a camera says of its images may be wrong
     if (size > kMost - kPage) {
         return false;
     }
@@ -17,8 +19,8 @@ bool BufferMemory::take(unsigned count, std::size_t size) {
         return false;
     }
     const std::size_t length = count * stride;
-    void* const begin =
-        mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+    const int flags = MAP_PRIVATE | MAP_ANONYMOUS | (length <= kMostAtOnce ? MAP_POPULATE : 0);
+    void* const begin = mmap(nullptr, length, PROT_READ | PROT_WRITE, flags, -1, 0);
     if (begin == MAP_FAILED) {
         return false;
     }

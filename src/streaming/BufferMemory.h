@@ -14,7 +14,8 @@ public:
     BufferMemory(const BufferMemory&) = delete;
     BufferMemory& operator=(const BufferMemory&) = delete;
 
-    // `count` pieces of `size` bytes, all there from the beginning. False when the system has no such memory.
+    // `count` pieces of `size` bytes, all there from the beginning unless they are very large. False when the
+    // system has no such memory.
     bool take(unsigned count, std::size_t size);
     // Memory of somebody else's, which stays theirs.
     void lend(void* const* pieces, unsigned count) { m_pieces.assign(pieces, pieces + count); }

@@ -81,6 +81,7 @@ private:
     std::shared_ptr<board::Device> device() const;
     TavoImageStatistics pathStatistics();
     TestPackets testPackets();
+    std::string askForTrouble(board::Device& camera);
     std::string findPacketTrouble(const CameraRegisters& registers);
     void present(const TavoImage& arrived, GbeImage& image);
     std::uint64_t nanoseconds(std::uint64_t ticks) const;

@@ -101,20 +101,26 @@ std::string lossText(const board::Device& device) {
 
 } // namespace
 
-// A stream whose camera is gone tells so by its status.
+// Of a stream that has failed the camera is not asked any more.
 std::string ImageStream::findTrouble() {
     const std::shared_ptr<board::Device> camera = device();
     if (camera == nullptr) {
         return "The camera is not connected.";
     }
-    const CameraRegisters registers(m_place, *camera);
-    const std::uint64_t packets = pathStatistics().packets;
     std::string trouble = lossText(*camera);
-    if (trouble.empty()) {
-        trouble = findDestinationTrouble(registers, {net::Ipv4::at(m_settings.hostIp), m_settings.udpPort});
+    if (trouble.empty() && reason() != status::Success) {
+        trouble = "The link to the camera is gone.";
     }
+    return trouble.empty() ? askForTrouble(*camera) : trouble;
+}
+
+std::string ImageStream::askForTrouble(board::Device& camera) {
+    const CameraRegisters registers(m_place, camera);
+    const std::uint64_t packets = pathStatistics().packets;
+    std::string trouble =
+        findDestinationTrouble(registers, {net::Ipv4::at(m_settings.hostIp), m_settings.udpPort});
     if (trouble.empty()) {
-        trouble = findAcquisitionTrouble(*camera);
+        trouble = findAcquisitionTrouble(camera);
     }
     if (trouble.empty() && pathStatistics().packets == packets) {
         trouble = findPacketTrouble(registers);

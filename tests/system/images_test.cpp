@@ -6,6 +6,7 @@
 #include <atomic>
 #include <functional>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -181,6 +182,15 @@ TEST(Images, StartsAndStopsAsOftenAsWanted) {
     EXPECT_EQ(Gbe_closeStream(stream), 0);
 }
 
+bool isReadable(const void* byte) {
+    int ends[2];
+    EXPECT_EQ(pipe(ends), 0);
+    const bool readable = write(ends[1], byte, 1) == 1;
+    close(ends[0]);
+    close(ends[1]);
+    return readable;
+}
+
 // Whoever waits is told why there will be nothing more.
 TEST(Images, EveryEndWakesWhoWaits) {
     const struct {
@@ -213,6 +223,7 @@ TEST(Images, EveryEndWakesWhoWaits) {
         ASSERT_EQ(Gbe_startAcquisition(one.camera), 0);
         GbeImage borrowed{};
         ASSERT_EQ(Gbe_waitImage(stream, kPatient, &borrowed), 0);
+        EXPECT_TRUE(isReadable(borrowed.data));
         std::atomic<int> images{0};
         std::vector<std::thread> waiters;
         for (int i = 0; i < 3; ++i) {
@@ -237,8 +248,37 @@ TEST(Images, EveryEndWakesWhoWaits) {
         }
         EXPECT_EQ(Gbe_giveBackImage(stream, borrowed.id), closed ? GBE_ERROR_STREAM_CLOSED : 0);
         EXPECT_EQ(Gbe_closeStream(stream), closed ? GBE_ERROR_STREAM_CLOSED : 0);
+        EXPECT_FALSE(isReadable(borrowed.data)) << "the memory has gone";
         GbeStreamStatistics statistics{};
         EXPECT_EQ(Gbe_getStreamStatistics(stream, &statistics), GBE_ERROR_STREAM_CLOSED);
+    }
+}
+
+TEST(Images, OfFourCamerasComeAtOnce) {
+    Session session;
+    for (int port = 0; port < 4; ++port) {
+        session.rig.hang(0, port);
+    }
+    ASSERT_EQ(Gbe_scanNetwork(session.board(), -1, 0), 0);
+    std::vector<std::thread> threads;
+    for (unsigned port = 0; port < 4; ++port) {
+        threads.emplace_back([&, port] {
+            CameraHandle* camera = nullptr;
+            ASSERT_EQ(Gbe_getFirstCamera(session.board(), port, &camera), 0);
+            ASSERT_EQ(Gbe_connectCamera(camera), 0);
+            setUp(camera, {{"Width", 64}, {"Height", 48}});
+            for (int round = 0; round < 3; ++round) {
+                GbeStream* const stream = openStream(camera);
+                ASSERT_EQ(Gbe_startAcquisition(camera), 0);
+                fetch(stream, 10, [](const GbeImage& image) { expectEncoded(image); });
+                EXPECT_EQ(Gbe_closeStream(stream), 0);
+                EXPECT_EQ(Gbe_stopAcquisition(camera), 0);
+            }
+            Gbe_freeCamera(camera);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
     }
 }
 

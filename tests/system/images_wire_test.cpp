@@ -123,6 +123,7 @@ TEST_F(ImagesOverAWire, AWireThatIsPulledWakesWhoWaits) {
     pull();
     waiter.join();
     EXPECT_EQ(result, GBE_ERROR_CONNECTION);
+    EXPECT_EQ(troubleOf(stream), "The link to the camera is gone.");
     EXPECT_EQ(Gbe_closeStream(stream), 0);
     plug();
     ASSERT_EQ(Gbe_stopAcquisition(camera), 0);
