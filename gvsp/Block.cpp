@@ -7,8 +7,10 @@ void Block::begin(const Start& start, const Buffer& buffer, const Settings& sett
     m_buffer = buffer;
     m_assumed = settings.assumed;
     m_payloadSize = settings.payloadSize;
-    m_dataFormat =
-        static_cast<std::uint8_t>(static_cast<int>(Format::Payload) | (start.extendedIds ? kExtendedIds : 0));
+    constexpr std::uint64_t kFormatAt = 24; // bits below it in the header's first 8 bytes
+    const std::uint64_t format = static_cast<std::uint64_t>(Format::Payload);
+    m_header =
+        start.extendedIds ? (format | kExtendedIds) << kFormatAt : start.id << 32 | format << kFormatAt;
     if (start.packetPayload != 0) {
         setPacketPayload(start.packetPayload);
     }
@@ -24,7 +26,8 @@ void Block::beginWithout(const Start& start, Time now) {
     m_finished = true;
     m_truncated = m_cameraLost = m_unsure = false;
     m_packetPayload = m_firstSize = m_shortSize = 0;
-    m_whole = m_next = m_count = m_taken = m_dataCount = m_firstId = m_shortId = m_trailerId = 0;
+    m_whole = m_next = m_accounted = m_count = m_taken = m_dataCount = m_firstId = m_shortId = m_trailerId =
+        0;
     m_slots = kMostPackets;
     m_leader.reset();
     m_trailer.reset();
@@ -32,27 +35,29 @@ void Block::beginWithout(const Start& start, Time now) {
 }
 
 Block::Result Block::take(const Packet& packet, Time now) {
-    Result result{Taken::Malformed, 0};
-    if (packet.id <= kMostPackets) {
-        switch (packet.kind()) {
-        case Format::Leader:
-            result = takeLeader(packet);
-            break;
-        case Format::Trailer:
-            result = takeTrailer(packet);
-            break;
-        case Format::AllIn:
-            result = takeAllIn(packet);
-            break;
-        default:
-            result = takeData(packet.id, packet.content);
-        }
-    }
+    const Result result = takeAny(packet);
+    m_accounted = m_next;
     if (result.taken != Taken::Malformed) {
         m_lastPacket = now;
         m_cameraLost = m_cameraLost || packet.isError();
     }
     return result;
+}
+
+Block::Result Block::takeAny(const Packet& packet) {
+    if (packet.id > kMostPackets) {
+        return {Taken::Malformed, 0};
+    }
+    switch (packet.kind()) {
+    case Format::Leader:
+        return takeLeader(packet);
+    case Format::Trailer:
+        return takeTrailer(packet);
+    case Format::AllIn:
+        return takeAllIn(packet);
+    default:
+        return takeData(packet.id, packet.content);
+    }
 }
 
 Block::Result Block::takeLeader(const Packet& packet) {
@@ -176,6 +181,7 @@ bool Block::settle(std::uint32_t id, std::size_t size) {
 
 void Block::setPacketPayload(std::size_t size) {
     m_packetPayload = size;
+    m_wholeDatagram = size + (m_start.extendedIds ? kExtendedHeader : kHeader);
     m_whole = static_cast<std::uint32_t>(std::min<std::size_t>(m_buffer.size / size, kMostPackets));
     m_slots = static_cast<std::uint32_t>(
         std::min<std::size_t>(m_buffer.size / size + (m_buffer.size % size != 0 ? 1 : 0), kMostPackets));

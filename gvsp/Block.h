@@ -40,8 +40,11 @@ public:
     // A block that found no buffer: nothing of it is kept.
     void beginWithout(const Start& start, Time now);
 
-    // The good path: true when the packet was the next one in order, of full size, and is in place now.
-    bool takeNext(const Packet& packet, Time now);
+    // The good path: true when the datagram is the next data packet in order, of full size, and is in place
+    // now. It counts when account() is called, which must come before any other call.
+    bool takeNext(std::span<const std::uint8_t> datagram, Time now);
+    // How many packets takeNext() took since it was last called.
+    std::uint32_t account();
     // Any packet of this block, of those with an error status only leader and trailer.
     Result take(const Packet& packet, Time now);
 
@@ -59,6 +62,7 @@ public:
     std::uint32_t arrived() const { return m_taken; }
     // Everything has come, as far as the buffer reaches.
     bool complete() const { return m_trailer && m_count == std::min(m_trailerId, m_slots + 1); }
+    std::size_t packetPayload() const { return m_packetPayload; }
     // Payload of a data packet when that is beyond doubt, else 0.
     std::size_t settledPayload() const { return m_dataCount > 1 ? m_packetPayload : 0; }
 
@@ -83,6 +87,7 @@ private:
         bool known = false;
     };
 
+    Result takeAny(const Packet& packet);
     Result takeLeader(const Packet& packet);
     Result takeTrailer(const Packet& packet);
     Result takeData(std::uint32_t id, std::span<const std::uint8_t> content);
@@ -112,12 +117,14 @@ private:
     bool m_cameraLost = false; // data, as it says itself
 
     std::size_t m_packetPayload = 0;
-    std::uint8_t m_dataFormat = 0;
-    std::uint32_t m_whole = 0;            // data packets of full size that the buffer has room for
+    std::size_t m_wholeDatagram = 0; // with its header
+    std::uint64_t m_header = 0; // first 8 bytes of data packets; with short ids the packet's own comes on top
+    std::uint32_t m_whole = 0;  // data packets of full size that the buffer has room for
     std::uint32_t m_slots = kMostPackets; // data packets of which it has room for a part at least
     std::uint32_t m_next = 0;
-    std::uint32_t m_count = 0; // packets in m_arrived
-    std::uint32_t m_taken = 0; // those, the trailer, and packets behind the buffer
+    std::uint32_t m_accounted = 0; // m_next as take() left it
+    std::uint32_t m_count = 0;     // packets in m_arrived
+    std::uint32_t m_taken = 0;     // those, the trailer, and packets behind the buffer
     std::uint32_t m_dataCount = 0;
     PacketSet m_arrived; // of the leader and the data packets that the buffer has room for
     Time m_firstPacket{};
@@ -133,22 +140,39 @@ private:
     std::uint32_t m_trailerId = 0;
 };
 
-inline bool Block::takeNext(const Packet& packet, Time now) {
-    const std::uint32_t index = packet.id - 1;
-    // The first one is compared with the second by those who take their time.
-    if (packet.block != m_start.id || packet.format != m_dataFormat || packet.status != 0 ||
-        packet.id != m_next || packet.content.size() != m_packetPayload || index >= m_whole ||
-        m_dataCount == 0) {
+inline bool Block::takeNext(std::span<const std::uint8_t> datagram, Time now) {
+    const std::uint8_t* bytes = datagram.data();
+    if (datagram.size() != m_wholeDatagram || m_next - 1 >= m_whole) {
         return false;
     }
-    std::memcpy(m_buffer.data + index * m_packetPayload, packet.content.data(), m_packetPayload);
-    m_arrived.insert(packet.id);
+    if (m_start.extendedIds) {
+        if (big64(bytes) != m_header || big64(bytes + kExtendedBlockId) != m_start.id ||
+            big32(bytes + kExtendedPacketId) != m_next) {
+            return false;
+        }
+        bytes += kExtendedHeader;
+    } else {
+        if (big64(bytes) != (m_header | m_next)) {
+            return false;
+        }
+        bytes += kHeader;
+    }
+    std::memcpy(m_buffer.data + (m_next - 1) * m_packetPayload, bytes, m_packetPayload);
     ++m_next;
-    ++m_count;
-    ++m_taken;
-    ++m_dataCount;
     m_lastPacket = now;
     return true;
+}
+
+inline std::uint32_t Block::account() {
+    const std::uint32_t run = m_next - m_accounted;
+    if (run != 0) {
+        m_arrived.insert(m_accounted, m_next);
+        m_count += run;
+        m_taken += run;
+        m_dataCount += run;
+        m_accounted = m_next;
+    }
+    return run;
 }
 
 } // namespace gvsp

@@ -1,6 +1,7 @@
 // A set of packets of one block, by their ids.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -20,6 +21,14 @@ public:
     }
     // `id` has room.
     void insert(std::uint32_t id) { m_words[id / kBits] |= Word{1} << id % kBits; }
+    // Those from `first` to below `end`, which have room.
+    void insert(std::uint32_t first, std::uint32_t end) {
+        while (first < end) {
+            const std::uint32_t bits = std::min(end - first, kBits - first % kBits);
+            m_words[first / kBits] |= ~Word{0} >> (kBits - bits) << first % kBits;
+            first += bits;
+        }
+    }
     void erase(std::uint32_t id) { m_words[id / kBits] &= ~(Word{1} << id % kBits); }
 
 private:

@@ -65,6 +65,8 @@ public:
     bool nextWish(ResendWish& out);
     void restart();
     void setSettings(const Settings& settings);
+    // Counts what the good path took.
+    void account();
 
     Buffers buffers;
     Counters counters;
@@ -75,7 +77,8 @@ private:
         Wishes wishes;
     };
 
-    void otherPacket(const Packet& packet, std::size_t size, Time now);
+    void otherPacket(std::span<const std::uint8_t> datagram, Time now);
+    void packetOfBlock(const Packet& packet, Time now);
     void take(Entry& entry, const Packet& packet, Time now);
     void takeError(Entry& entry, const Packet& packet);
     Entry* find(std::uint64_t block, bool extendedIds);
@@ -102,23 +105,35 @@ private:
 };
 
 inline void Receiver::Impl::packet(std::span<const std::uint8_t> datagram, Time now) {
+    if (!m_current->takeNext(datagram, now)) {
+        otherPacket(datagram, now);
+    }
+}
+
+void Receiver::Impl::account() {
+    const std::uint64_t packets = m_current->account();
+    counters.packets += packets;
+    counters.bytes += packets * m_current->packetPayload();
+}
+
+void Receiver::Impl::otherPacket(std::span<const std::uint8_t> datagram, Time now) {
+    account();
     ++counters.packets;
     Packet packet;
     if (!read(datagram, packet)) {
         ++counters.malformed;
-    } else if (m_current->takeNext(packet, now)) {
-        counters.bytes += packet.content.size();
-    } else {
-        otherPacket(packet, datagram.size(), now);
-    }
-}
-
-void Receiver::Impl::otherPacket(const Packet& packet, std::size_t size, Time now) {
-    if (packet.block == kTestBlock) {
-        ++counters.testPackets;
-        counters.largestTestPacket = std::max<std::uint64_t>(counters.largestTestPacket, size + kIpAndUdp);
         return;
     }
+    if (packet.block == kTestBlock) {
+        ++counters.testPackets;
+        counters.largestTestPacket =
+            std::max<std::uint64_t>(counters.largestTestPacket, datagram.size() + kIpAndUdp);
+        return;
+    }
+    packetOfBlock(packet, now);
+}
+
+void Receiver::Impl::packetOfBlock(const Packet& packet, Time now) {
     Entry* entry = find(packet.block, packet.extended());
     if (entry == nullptr) {
         entry = begin(packet, now);
@@ -327,6 +342,7 @@ void Receiver::Impl::release(Entry& entry) {
 }
 
 void Receiver::Impl::advance(Time now) {
+    account();
     Time heldSince = Wishes::kNever; // since when a later block has waited for those before
     for (auto entry = m_order.rbegin(); entry != m_order.rend(); ++entry) {
         Block& block = (*entry)->block;
@@ -377,6 +393,7 @@ bool Receiver::Impl::nextWish(ResendWish& out) {
 }
 
 void Receiver::Impl::restart() {
+    account();
     for (Entry* entry : m_order) {
         if (entry->block.buffer().data != nullptr) {
             buffers.lend(entry->block.buffer());
@@ -437,6 +454,7 @@ void Receiver::setSettings(const Settings& settings) {
 }
 
 const Counters& Receiver::counters() const {
+    m_impl->account();
     return m_impl->counters;
 }
 
