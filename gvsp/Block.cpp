@@ -94,6 +94,7 @@ Block::Result Block::takeTrailer(const Packet& packet) {
         m_unsure = true;
     }
     m_next = packet.id + 1;
+    m_whole = 0;
     ++m_taken;
     return {};
 }
@@ -114,6 +115,7 @@ Block::Result Block::takeAllIn(const Packet& packet) {
     const std::size_t bytes = payload.empty() ? 0 : takeData(1, payload).bytes;
     m_trailer = readTrailer(packet.content.subspan(frame.leader, frame.trailer));
     m_trailerId = m_next++;
+    m_whole = 0;
     return {Taken::New, bytes};
 }
 
@@ -156,11 +158,12 @@ bool Block::agree(std::uint32_t id, std::size_t size) {
 bool Block::agreeOnFirst(std::uint32_t id, std::size_t size) {
     m_firstId = id;
     m_firstSize = size;
-    const bool notLast = m_trailer && id + 1 != m_trailerId;
-    m_unsure = size > m_packetPayload || (size < m_packetPayload && notLast);
-    if (m_unsure) {
+    m_unsure = size != m_packetPayload;
+    const bool canBeLast = !m_trailer || id + 1 == m_trailerId;
+    const bool fits = offsetOf(id) + size <= m_buffer.size;
+    if (size > m_packetPayload || (m_unsure && !(canBeLast && fits))) {
         setPacketPayload(size);
-    } else if (size < m_packetPayload) {
+    } else if (m_unsure) {
         m_shortId = id;
         m_shortSize = size;
     }
@@ -182,7 +185,8 @@ bool Block::settle(std::uint32_t id, std::size_t size) {
 void Block::setPacketPayload(std::size_t size) {
     m_packetPayload = size;
     m_wholeDatagram = size + (m_start.extendedIds ? kExtendedHeader : kHeader);
-    m_whole = static_cast<std::uint32_t>(std::min<std::size_t>(m_buffer.size / size, kMostPackets));
+    m_whole =
+        m_trailer ? 0 : static_cast<std::uint32_t>(std::min<std::size_t>(m_buffer.size / size, kMostPackets));
     m_slots = static_cast<std::uint32_t>(
         std::min<std::size_t>(m_buffer.size / size + (m_buffer.size % size != 0 ? 1 : 0), kMostPackets));
     m_arrived.grow(m_slots + 1);

@@ -119,7 +119,8 @@ private:
     std::size_t m_packetPayload = 0;
     std::size_t m_wholeDatagram = 0; // with its header
     std::uint64_t m_header = 0; // first 8 bytes of data packets; with short ids the packet's own comes on top
-    std::uint32_t m_whole = 0;  // data packets of full size that the buffer has room for
+    std::uint32_t m_whole =
+        0; // data packets that takeNext() may take: those of full size, before the trailer
     std::uint32_t m_slots = kMostPackets; // data packets of which it has room for a part at least
     std::uint32_t m_next = 0;
     std::uint32_t m_accounted = 0; // m_next as take() left it

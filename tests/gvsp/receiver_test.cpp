@@ -1,29 +1,370 @@
 #include "gvsp/rig.h"
 
+#include <functional>
+#include <numeric>
+
 namespace {
 
 using namespace gvsp;
-using std::chrono::milliseconds;
 using namespace rig;
+using std::chrono::milliseconds;
 
-TEST(Receiver, ImagesOfBothKindsOfIdsComeInOrder) {
-    for (const bool extended : {false, true}) {
-        Rig rig;
-        for (const std::uint64_t block : {65534, 65535, extended ? 65536 : 1, extended ? 65537 : 2}) {
-            Sent sent{.block = block, .extended = extended, .timestamp = 1};
-            rig.send(sent);
+constexpr Sent kShort{.width = 49}; // the last of its ten data packets has 80 bytes
+
+Settings settings(bool resend = false) {
+    Settings settings;
+    settings.payloadSize = 1000;
+    settings.assumed = {0x01080001, 50, 20};
+    settings.resend = resend;
+    return settings;
+}
+
+std::vector<std::uint32_t> ids(std::uint32_t first, std::uint32_t last) {
+    std::vector<std::uint32_t> all(last - first + 1);
+    std::iota(all.begin(), all.end(), first);
+    return all;
+}
+
+Bytes leaderOf(const Sent& sent, std::uint32_t width) {
+    Sent lies = sent;
+    lies.width = width;
+    return stream::packet(Format::Leader, sent.block, 0, lies.leader(), false);
+}
+
+Bytes allIn(const Sent& sent) {
+    Bytes content = sent.leader();
+    for (const Bytes& part : {sent.trailer(), Bytes(sent.data(1))}) {
+        content.insert(content.end(), part.begin(), part.end());
+    }
+    return stream::packet(Format::AllIn, sent.block, 0, content, false);
+}
+
+using Map = std::vector<std::pair<std::size_t, std::size_t>>;
+
+struct Row {
+    const char* name;
+    std::function<void(Rig&)> packets;
+    ImageStatus status;
+    std::size_t size;
+    Map missing;
+    bool assumed = false;
+    std::uint64_t malformed = 0;
+    Sent sent{};
+};
+
+constexpr auto kComplete = ImageStatus::Complete;
+constexpr auto kIncomplete = ImageStatus::Incomplete;
+constexpr auto kNotUnderstood = ImageStatus::NotUnderstood;
+
+const std::vector<Row>& rows() {
+    static const Sent kOther{.block = 1, .type = 6};
+    static const Sent kChunks{.block = 1, .type = 4};
+    static const Sent kSmall{.block = 1, .width = 10, .height = 5};
+    static const std::vector<Row> kRows{
+        {"lost leader", [](Rig& r) { r.send(Sent{}, ids(1, 11)); }, kComplete, 1000, {}, true},
+        {"lost trailer", [](Rig& r) { r.send(Sent{}, ids(0, 10)); }, kComplete, 1000, {}},
+        {"lost tail", [](Rig& r) { r.send(Sent{}, ids(0, 7)); }, kIncomplete, 1000, {{700, 300}}},
+        {"holes",
+         [](Rig& r) {
+             r.send(Sent{}, {0, 1, 3, 4, 7, 10, 11});
+         },
+         kIncomplete,
+         1000,
+         {{100, 100}, {400, 200}, {700, 200}}},
+        {"nothing but leader and trailer",
+         [](Rig& r) {
+             r.send(Sent{}, {0, 11});
+         },
+         kIncomplete,
+         1000,
+         {{0, 1000}}},
+        {"the last packet comes first",
+         [](Rig& r) {
+             r.send(kShort, {10, 0, 2, 1, 3, 4, 5, 6, 7, 8, 9, 11});
+         },
+         kComplete,
+         980,
+         {},
+         false,
+         0,
+         kShort},
+        {"from the last to the first",
+         [](Rig& r) {
+             r.send(kShort, {11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0});
+         },
+         kComplete,
+         980,
+         {},
+         false,
+         0,
+         kShort},
+        {"nothing but a packet whose place nobody knows",
+         [](Rig& r) {
+             r.send(Sent{.packetPayload = 90}, {0, 5});
+         },
+         kIncomplete,
+         1000,
+         {{0, 1000}}},
+        {"a leader that promises too much",
+         [](Rig& r) {
+             r.send(leaderOf(Sent{}, 500));
+             r.send(Sent{}, ids(1, 11));
+         },
+         kComplete,
+         1000,
+         {},
+         true},
+        {"a leader that promises too little",
+         [](Rig& r) {
+             r.send(leaderOf(Sent{}, 1));
+             r.send(Sent{}, ids(1, 11));
+         },
+         kComplete,
+         1000,
+         {},
+         true},
+        {"bytes that no packet carries",
+         [](Rig& r) {
+             r.send(leaderOf(kSmall, 160));
+             r.send(kSmall, {1, 2});
+         },
+         kIncomplete,
+         800,
+         {{50, 750}},
+         false,
+         0,
+         kSmall},
+        {"a payload that is no image",
+         [](Rig& r) { r.send(kOther); },
+         kNotUnderstood,
+         1000,
+         {},
+         false,
+         0,
+         kOther},
+        {"chunk data", [](Rig& r) { r.send(kChunks); }, kComplete, 1000, {}, true, 0, kChunks},
+        {"one packet is the block",
+         [](Rig& r) { r.send(allIn(kSmall)); },
+         kComplete,
+         50,
+         {},
+         false,
+         0,
+         kSmall},
+        {"a packet behind the trailer",
+         [](Rig& r) {
+             r.send(Sent{}, {0, 11});
+             r.send(Sent{.height = 30}, {12});
+             r.send(Sent{}, ids(1, 10));
+         },
+         kComplete,
+         1000,
+         {},
+         false,
+         1},
+        {"packets of other sizes",
+         [](Rig& r) {
+             r.send(Sent{}, {0, 1, 2, 3, 5, 6});
+             r.send(Sent{.packetPayload = 120}, {7});
+             r.send(Sent{.packetPayload = 80}, {4});
+             r.send(Sent{}, {4, 7, 8, 9, 10, 11});
+         },
+         kComplete,
+         1000,
+         {},
+         false,
+         2},
+    };
+    return kRows;
+}
+
+TEST(Receiver, OneImage) {
+    for (const std::size_t packetSize : {0, 136, 9000, 60}) { // not known; right; wrong
+        for (const Row& row : rows()) {
+            SCOPED_TRACE(row.name);
+            Settings set = settings();
+            set.packetSize = packetSize;
+            Rig rig(set, 1000, 1);
+            row.packets(rig);
+            rig.wait(milliseconds(500));
             Image image;
             ASSERT_TRUE(rig.receiver.nextImage(image));
-            EXPECT_EQ(image.status, ImageStatus::Complete);
-            EXPECT_EQ(image.block, block);
-            EXPECT_EQ(image.size, sent.size());
-            EXPECT_EQ(image.geometry.width, 50U);
-            expectBytes(image, sent);
+            EXPECT_EQ(image.status, row.status);
+            EXPECT_EQ(image.size, row.size);
+            Map missing;
+            for (const Range& range : image.missing) {
+                missing.emplace_back(range.offset, range.length);
+            }
+            EXPECT_EQ(missing, row.missing);
+            EXPECT_EQ(image.geometryAssumed, row.assumed);
+            EXPECT_EQ(image.payloadType, row.sent.type);
+            EXPECT_EQ(rig.receiver.counters().malformed, row.malformed);
+            expectBytes(image, row.sent);
+            EXPECT_FALSE(rig.receiver.deadline());
+        }
+    }
+}
+
+TEST(Receiver, LongerThanTheBuffer) {
+    for (const std::size_t size : {1, 99, 600, 650, 999}) {
+        SCOPED_TRACE(size);
+        Rig rig(settings(true), size, 1);
+        rig.memory.front().resize(size); // for the sanitizer
+        rig.send(Sent{});
+        Image image;
+        ASSERT_TRUE(rig.receiver.nextImage(image));
+        EXPECT_EQ(image.status, kIncomplete);
+        EXPECT_TRUE(image.truncated);
+        EXPECT_EQ(image.size, size);
+        EXPECT_TRUE(image.missing.empty());
+        expectBytes(image, Sent{});
+    }
+}
+
+std::vector<std::uint64_t> blocksOf(Rig& rig, bool giveBack = true) {
+    std::vector<std::uint64_t> blocks;
+    for (Image image; rig.receiver.nextImage(image);) {
+        blocks.push_back(image.block);
+        EXPECT_EQ(image.status, kComplete);
+        expectBytes(image, Sent{.block = image.block});
+        if (giveBack) {
             rig.receiver.lend(image.buffer);
         }
-        EXPECT_EQ(rig.receiver.counters().complete, 4U);
-        EXPECT_EQ(rig.receiver.counters().lostBlocks, 0U);
     }
+    return blocks;
+}
+using Blocks = std::vector<std::uint64_t>;
+
+TEST(Receiver, IdsWrapJumpAndBeginAgain) {
+    struct Step {
+        std::uint64_t block;
+        std::uint64_t timestamp;
+    };
+    struct Case {
+        std::vector<Step> steps;
+        std::uint64_t lost;
+        bool extended = false;
+    };
+    for (const Case& row : std::vector<Case>{
+             {{{65534, 1}, {65535, 2}, {1, 3}, {2, 4}}, 0},
+             {{{65535, 1}, {65536, 2}, {65537, 3}, {0x100000000, 4}}, 0, true},
+             {{{5, 1}, {8, 2}, {9, 3}, {65535, 4}}, 2},
+             {{{65535, 1}, {3, 2}}, 2},
+             {{{1, 1}, {2, 2}, {1, 3}, {2, 4}}, 0},
+             {{{500, 9}, {501, 10}, {1, 1}, {2, 2}}, 0},
+             {{{40000, 1}, {1, 2}, {2, 3}}, 0}}) {
+        Rig rig(settings());
+        Blocks sent;
+        for (const Step& step : row.steps) {
+            rig.send(Sent{.block = step.block, .extended = row.extended, .timestamp = step.timestamp});
+            sent.push_back(step.block);
+        }
+        EXPECT_EQ(blocksOf(rig), sent);
+        EXPECT_EQ(rig.receiver.counters().lostBlocks, row.lost);
+        rig.send(Sent{.block = sent.back(), .extended = row.extended}.packet(5));
+        EXPECT_EQ(rig.receiver.counters().late, 1U);
+    }
+}
+
+TEST(Receiver, ImagesWaitForTheOneBefore) {
+    Rig rig(settings(true));
+    rig.send(Sent{.block = 1}, ids(0, 9));
+    rig.send(Sent{.block = 2});
+    rig.send(Sent{.block = 3});
+    EXPECT_EQ(rig.receiver.waiting(), 0U);
+    rig.send(Sent{.block = 1}, {10, 11});
+    EXPECT_EQ(blocksOf(rig), (Blocks{1, 2, 3}));
+}
+
+TEST(Receiver, WithoutAFreeBuffer) {
+    for (const Overflow overflow : {Overflow::DropArriving, Overflow::DropOldest}) {
+        Settings set = settings();
+        set.overflow = overflow;
+        Rig rig(set, 1000, 2);
+        for (std::uint64_t block = 1; block <= 4; ++block) {
+            rig.send(Sent{.block = block});
+        }
+        const bool oldest = overflow == Overflow::DropOldest;
+        EXPECT_EQ(blocksOf(rig), oldest ? (Blocks{3, 4}) : (Blocks{1, 2}));
+        EXPECT_EQ(rig.receiver.counters().droppedOldest, oldest ? 2U : 0U);
+        EXPECT_EQ(rig.receiver.counters().droppedArriving, oldest ? 0U : 2U);
+        EXPECT_EQ(rig.receiver.counters().late + rig.receiver.counters().lostBlocks, 0U);
+        rig.send(Sent{.block = 5}, ids(0, 5));
+        rig.receiver.restart();
+        rig.send(Sent{.block = 1});
+        rig.send(Sent{.block = 2});
+        EXPECT_EQ(blocksOf(rig), (Blocks{1, 2})) << "every buffer is free again";
+    }
+}
+
+// --- asking again ---
+
+std::vector<std::uint32_t> wishes(Rig& rig) {
+    std::vector<std::uint32_t> bounds;
+    for (ResendWish wish; rig.receiver.nextWish(wish);) {
+        bounds.insert(bounds.end(), {wish.first, wish.last});
+    }
+    return bounds;
+}
+using Bounds = std::vector<std::uint32_t>;
+
+TEST(Resend, GapsAreAskedForInTime) {
+    Rig rig(settings(true));
+    rig.send(Sent{}, {0, 1, 4, 5, 7, 8});
+    rig.wait(milliseconds(1) - Time(1));
+    EXPECT_EQ(wishes(rig), Bounds{});
+    rig.send(Sent{}, {6});
+    rig.wait(Time(1));
+    EXPECT_EQ(wishes(rig), (Bounds{2, 3})) << "and not what came by itself";
+    rig.send(Sent{}, {3});
+    rig.wait(milliseconds(10));
+    EXPECT_EQ(wishes(rig), (Bounds{2, 2, 9, 11})) << "the rest, and the tail after a silence";
+    rig.wait(milliseconds(100));
+    EXPECT_EQ(wishes(rig), (Bounds{2, 2, 9, 11, 2, 2, 9, 11, 2, 2, 9, 11, 9, 11})) << "five times in all";
+    EXPECT_EQ(rig.receiver.counters().resentPackets, 1U);
+}
+
+TEST(Resend, ALaterBlockShowsThatTheTailIsLost) {
+    Rig rig(settings(true));
+    rig.send(Sent{}, ids(0, 8));
+    rig.send(Sent{.block = 2}, {0});
+    rig.wait(milliseconds(1));
+    EXPECT_EQ(wishes(rig), (Bounds{9, 11}));
+}
+
+TEST(Resend, WhatTheCameraDoesNotHaveIsNotAskedForAgain) {
+    const auto refuse = [](Rig& rig, std::uint32_t id, Status status) {
+        rig.send(stream::packet(Format::Payload, 1, id, {}, false, status));
+    };
+    struct Case {
+        Status status;
+        bool ends;
+    };
+    for (const Case& row :
+         {Case{Status::PacketUnavailable, false}, Case{Status::Removed, false},
+          Case{Status::RemovedWithAllBefore, true}, Case{Status::NotYetAvailable, false}}) {
+        Rig rig(settings(true));
+        rig.send(Sent{}, {0, 1, 3, 4, 6, 7, 8, 9, 10, 11});
+        refuse(rig, 5, row.status);
+        EXPECT_EQ(rig.receiver.waiting(), row.ends ? 1U : 0U);
+        rig.wait(milliseconds(1));
+        EXPECT_EQ(
+            wishes(rig), row.ends                                ? Bounds{}
+                         : row.status == Status::NotYetAvailable ? (Bounds{2, 2, 5, 5})
+                                                                 : (Bounds{2, 2}));
+        refuse(rig, 2, Status::PacketUnavailable);
+        EXPECT_EQ(rig.receiver.waiting(), row.status == Status::NotYetAvailable ? 0U : 1U);
+    }
+}
+
+TEST(Resend, NotWhenTooMuchIsLost) {
+    Rig rig(settings(true));
+    rig.send(Sent{.packetPayload = 10}, {0, 1, 60, 101}); // a quarter of 102 may be asked for
+    rig.wait(milliseconds(20));
+    EXPECT_EQ(wishes(rig), Bounds{});
+    EXPECT_EQ(rig.receiver.waiting(), 0U);
+    rig.wait(milliseconds(200));
+    EXPECT_EQ(rig.receiver.waiting(), 1U);
 }
 
 } // namespace
