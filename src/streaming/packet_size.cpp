@@ -16,16 +16,15 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::microseconds;
 using std::chrono::milliseconds;
 
-constexpr milliseconds kFirstPatience{300}; // while nobody knows how long a test packet takes
+constexpr milliseconds kFirstPatience{200}; // while nobody knows how long a test packet takes
 constexpr milliseconds kLeastPatience{20};
 constexpr milliseconds kMostPatience{100};
 constexpr int kTimesLonger = 8; // than the first one took
 constexpr int kTries = 2;       // a wire that loses a packet now and then must not decide
 
-// Waits until `isThere`, and tells whether it came to that.
-template<typename IsThere> bool waitUntil(microseconds patience, IsThere&& isThere) {
+// Waits until `isThere`, which may bring the end nearer, and tells whether it came to that.
+template<typename IsThere> bool waitUntil(const Clock::time_point& end, IsThere&& isThere) {
     constexpr microseconds kTick{500};
-    const Clock::time_point end = Clock::now() + patience;
     while (!isThere()) {
         if (Clock::now() >= end) {
             return false;
@@ -51,7 +50,7 @@ bool fire(
             const TestPackets before = look();
             if ((tries == 0 || before.largest < size) && fireTestPacket(registers, size)) {
                 fired = true;
-                waitUntil(kPause, [&] { return look().count != before.count; });
+                waitUntil(Clock::now() + kPause, [&] { return look().count != before.count; });
             }
         }
     }
@@ -79,15 +78,15 @@ void findPacketSize(const CameraRegisters& registers, unsigned most, const LookF
     for (auto sizes = search.next(); !sizes.empty(); sizes = search.next()) {
         const Clock::time_point begin = Clock::now();
         fire(registers, sizes, look);
-        std::optional<microseconds> learnt;
-        waitUntil(patience.value_or(kFirstPatience), [&] {
+        Clock::time_point end = Clock::now() + patience.value_or(kFirstPatience);
+        waitUntil(end, [&] {
             const unsigned largest = look().largest;
-            if (largest > search.best() && !learnt) {
-                learnt = patienceAfter(Clock::now() - begin);
+            if (largest > search.best() && !patience) {
+                patience = patienceAfter(Clock::now() - begin);
+                end = std::min(end, Clock::now() + *patience);
             }
             return largest >= sizes.back();
         });
-        patience = patience ? patience : learnt;
         search.arrived(look().largest);
     }
     writePacketSize(registers, search.best() != 0 ? search.best() : before);
@@ -99,7 +98,7 @@ testPacketArrives(const CameraRegisters& registers, unsigned size, const LookFor
     if (!fire(registers, {size}, look)) {
         return std::nullopt;
     }
-    return waitUntil(kFirstPatience, [&] { return look().count != before; });
+    return waitUntil(Clock::now() + kFirstPatience, [&] { return look().count != before; });
 }
 
 } // namespace streaming
