@@ -40,21 +40,18 @@ microseconds patienceAfter(Clock::duration took) {
 }
 
 // Has the camera send packets of these sizes, one after the other, for as long as larger ones have not
-// arrived: a camera that is told to send another one may forget the one before. False when it refuses all.
-bool fire(
+// arrived: a camera that is told to send another one may forget the one before.
+void fire(
     const CameraRegisters& registers, const std::vector<unsigned>& sizes, const LookForTestPackets& look) {
     constexpr milliseconds kPause{2};
-    bool fired = false;
     for (int tries = 0; tries < kTries; ++tries) {
         for (const unsigned size : sizes) {
             const TestPackets before = look();
             if ((tries == 0 || before.largest < size) && fireTestPacket(registers, size)) {
-                fired = true;
                 waitUntil(Clock::now() + kPause, [&] { return look().count != before.count; });
             }
         }
     }
-    return fired;
 }
 
 // The largest size that the camera's register takes. Cameras round sizes that are too large for them, or
@@ -95,10 +92,15 @@ void findPacketSize(const CameraRegisters& registers, unsigned most, const LookF
 std::optional<bool>
 testPacketArrives(const CameraRegisters& registers, unsigned size, const LookForTestPackets& look) {
     const std::uint64_t before = look().count;
-    if (!fire(registers, {size}, look)) {
-        return std::nullopt;
+    for (int tries = 0; tries < kTries; ++tries) {
+        if (!fireTestPacket(registers, size)) {
+            return std::nullopt;
+        }
+        if (waitUntil(Clock::now() + kMostPatience, [&] { return look().count != before; })) {
+            return true;
+        }
     }
-    return waitUntil(Clock::now() + kFirstPatience, [&] { return look().count != before; });
+    return false;
 }
 
 } // namespace streaming
