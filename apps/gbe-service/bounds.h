@@ -9,9 +9,9 @@ namespace gbe_service {
 inline constexpr unsigned kBoards = 8;
 inline constexpr unsigned kPorts = 4; // of a board
 
-inline constexpr std::size_t kMaxRequestLength = 64 * 1024; // a longer line ends the connection
+inline constexpr std::size_t kMaxRequestLength = std::size_t{64} * 1024; // a longer line ends the connection
 inline constexpr std::size_t kMaxWaitingOutput =
-    64 * 1024;                          // a client that reads nothing of so much is cut off
+    std::size_t{64} * 1024;             // a client that reads nothing of so much is cut off
 inline constexpr int kMaxClients = 256; // far below the usual limit of descriptors
 inline constexpr std::size_t kMaxConfigurationSize = std::size_t{1} << 20;
 
