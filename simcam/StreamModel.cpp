@@ -8,6 +8,15 @@ namespace simcam {
 
 using std::chrono::nanoseconds;
 
+namespace {
+
+// Of IPv4 multicast over Ethernet (RFC 1112).
+constexpr std::uint32_t kGroups = 0xE; // the first bits of a group's address
+constexpr Mac kGroupMac = 0x01005E000000;
+constexpr std::uint32_t kGroupBits = 0x7FFFFF;
+
+} // namespace
+
 bool StreamModel::isOpen() const {
     const bool destination =
         m_parts.registers.get(Reg::StreamPort) != 0 && m_parts.registers.get(Reg::StreamDestination) != 0;
@@ -61,6 +70,9 @@ std::optional<Mac> StreamModel::findReceiver(Time now, PacketBatch& out) {
     const std::uint32_t hop = near ? destination : own.gateway;
     if (destination == kBroadcastIp) {
         return kBroadcastMac;
+    }
+    if (destination >> 28 == kGroups) {
+        return kGroupMac | (destination & kGroupBits);
     }
     auto mac = m_parts.station.neighbour(destination); // a far one has been heard through its router
     mac = mac ? mac : m_parts.station.neighbour(hop);

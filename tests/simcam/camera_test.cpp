@@ -4,6 +4,7 @@
 #include "simcam/Camera.h"
 #include "support/wait.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <filesystem>
 #include <fstream>
@@ -85,6 +86,51 @@ TEST_F(SimcamCamera, AnUnpluggedSinkIsNeverUsedAgain) {
         camera->plug({});
         calls.reset(); // the sink would write into freed memory
     }
+}
+
+// Packets of the stream come in batches; whatever happens to the camera meanwhile, it answers and ends.
+TEST_F(SimcamCamera, StreamsAndDoesEverythingElseMeanwhile) {
+    make({{"set", "Width=64;Height=64;ExposureTime=100;FrameRate=1000"}});
+    std::atomic<std::uint64_t> packets{0};
+    std::atomic<std::uint64_t> answers{0};
+    const auto plug = [&] {
+        camera->plug(
+            [&](const std::uint8_t*, std::size_t) { ++answers; },
+            [&](const std::vector<simcam::PacketBatch::Parts>& frames) { packets += frames.size(); });
+    };
+    std::uint16_t id = 0;
+    const auto start = [&] {
+        constexpr std::uint32_t kWrites[][2] = {
+            {0x0A00, 2}, {0x0D18, 0xA9FE072A}, {0x0D00, 1520}, {0xA204, 1}};
+        for (const auto& [address, value] : kWrites) {
+            send(0x82, ++id, be32(address) + be32(value));
+        }
+        const std::uint64_t before = packets;
+        EXPECT_TRUE(eventually([&] { return packets > before + 100; }));
+    };
+    plug();
+    start();
+    const auto asked = simcam::Clock::now();
+    for (int i = 0; i < 20; ++i) {
+        const std::uint64_t before = answers;
+        send(0x80, ++id, be32(0xA110));
+        EXPECT_TRUE(eventually([&] { return answers > before; }));
+    }
+    EXPECT_LT(simcam::Clock::now() - asked, seconds(20));
+    camera->silence(milliseconds(5));
+    const std::uint64_t before = packets;
+    EXPECT_TRUE(eventually([&] { return packets > before + 100; })) << "it goes on behind the silence";
+    camera->plug({});
+    plug();
+    camera->reboot(milliseconds(5));
+    EXPECT_TRUE(eventually([&] { return !camera->report().silent; }));
+    EXPECT_FALSE(camera->report().acquiring);
+    start();
+    std::string error;
+    camera->setLinkFaults(simcam::parseLinkFaults("drop=0.1 duplicate=0.1 reorder=0.1", error).value());
+    const std::uint64_t single = answers;
+    EXPECT_TRUE(eventually([&] { return answers > single + 100; })) << "one by one over a bad wire";
+    camera.reset();
 }
 
 TEST_F(SimcamCamera, AFloodLosesFramesAndNothingElse) {

@@ -249,6 +249,10 @@ TEST(SimcamStream, AsksForTheReceiversAddress) {
     EXPECT_EQ(asked, 3U);
     EXPECT_EQ(bench.command(bench.other, 0x80, be32(0xA110)).status, 0) << "now it is heard";
     EXPECT_FALSE(bench.live(milliseconds(100)).empty());
+    run(bench.registers(), "a group", "StreamDestination=0xEFFE072A");
+    const auto sent = bench.live(milliseconds(100));
+    ASSERT_FALSE(sent.empty());
+    EXPECT_EQ(part(sent[0], 0, 6), Bytes({1, 0, 0x5E, 0x7E, 7, 0x2A}));
 }
 
 TEST(SimcamStream, TestPacketsHaveThePacketSize) {
