@@ -117,6 +117,7 @@ public:
 private:
     void next(ImageStream& stream, GbeImage& image);
     void tell(const std::string& file, const GbeImage& image);
+    void complainOf(ImageStream& stream, const GbeImage& image) const;
 
     const GrabRequest& m_request;
     const PictureNames m_names;
@@ -159,6 +160,10 @@ unsigned Grab::run(const Selection& selection) {
             save(file, m_format, image);
         }
         tell(file, image);
+        if (image.status == GBE_IMAGE_INCOMPLETE) {
+            ++m_broken;
+            complainOf(stream, image);
+        }
         stream.giveBack(image);
     }
     return m_broken;
@@ -191,12 +196,14 @@ void Grab::tell(const std::string& file, const GbeImage& image) {
         std::printf("%s  %ux%u %s\n", file.c_str(), image.width, image.height, image.pixelFormatName);
         std::fflush(stdout);
     }
-    if (image.status == GBE_IMAGE_INCOMPLETE) {
-        ++m_broken;
-        complain(
-            "image " + std::to_string(m_done) + ": " + std::to_string(image.missingBytes) + " of " +
-            std::to_string(image.size) + " bytes are missing");
-    }
+}
+
+// Of an image without a single pixel it is worth asking why.
+void Grab::complainOf(ImageStream& stream, const GbeImage& image) const {
+    const std::string why = image.missingBytes >= image.size ? stream.trouble() : "";
+    complain(
+        "image " + std::to_string(m_done) + ": " + std::to_string(image.missingBytes) + " of " +
+        std::to_string(image.size) + " bytes are missing" + why);
 }
 
 } // namespace

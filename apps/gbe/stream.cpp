@@ -124,6 +124,8 @@ bool Watch::run() {
         const auto now = Clock::now();
         if (came) {
             m_stream.giveBack(image);
+        }
+        if (came && image.missingBytes < image.size) {
             m_heard = now;
             any = true;
         } else if (now - m_heard >= kSilence) {

@@ -116,13 +116,14 @@ std::string ImageStream::findTrouble() {
 
 std::string ImageStream::askForTrouble(board::Device& camera) {
     const CameraRegisters registers(m_place, camera);
-    const std::uint64_t packets = pathStatistics().packets;
+    const std::uint64_t bytes =
+        pathStatistics().bytes; // of pixels: leaders are small, and pass where those do not
     std::string trouble =
         findDestinationTrouble(registers, {net::Ipv4::at(m_settings.hostIp), m_settings.udpPort});
     if (trouble.empty()) {
         trouble = findAcquisitionTrouble(camera);
     }
-    if (trouble.empty() && pathStatistics().packets == packets) {
+    if (trouble.empty() && pathStatistics().bytes == bytes) {
         trouble = findPacketTrouble(registers);
     }
     return trouble;
