@@ -3,17 +3,13 @@
 #include "gvsp/Block.h"
 #include "gvsp/BlockOrder.h"
 #include "gvsp/Buffers.h"
-#include "gvsp/Wishes.h"
+#include "gvsp/UnderWay.h"
 
 #include <array>
 #include <deque>
 
 namespace gvsp {
 namespace {
-
-// Under way, or finished behind one that is. So many that one can be asked for several times over while a
-// fast camera goes on.
-constexpr std::size_t kMostBlocks = 32;
 
 constexpr std::size_t kIpAndUdp = kPacketOverhead - kHeader;
 
@@ -53,11 +49,7 @@ bool saysGone(std::uint16_t status) {
 
 class Receiver::Impl {
 public:
-    explicit Impl(const Settings& settings) : m_settings(settings) {
-        for (Entry& entry : m_pool) {
-            m_idle.push_back(&entry);
-        }
-    }
+    explicit Impl(const Settings& settings) : m_settings(settings) {}
 
     void packet(std::span<const std::uint8_t> datagram, Time now);
     void advance(Time now);
@@ -72,16 +64,12 @@ public:
     Counters counters;
 
 private:
-    struct Entry {
-        Block block;
-        Wishes wishes;
-    };
+    using Entry = UnderWay::Entry;
 
     void otherPacket(std::span<const std::uint8_t> datagram, Time now);
     void packetOfBlock(const Packet& packet, Time now);
     void take(Entry& entry, const Packet& packet, Time now);
     void takeError(Entry& entry, const Packet& packet);
-    Entry* find(std::uint64_t block, bool extendedIds);
     Entry* begin(const Packet& packet, Time now);
     Entry* insert(const Packet& packet, std::uint64_t sequence, Time now);
     std::size_t likelyPayload(bool extendedIds) const;
@@ -90,30 +78,26 @@ private:
     void finish(Block& block);
     void finishAll();
     void deliver();
-    void release(Entry& entry);
 
     Settings m_settings;
     std::array<std::size_t, 2> m_learnt{}; // payload of data packets, by kind of ids; 0: not yet
-    std::array<Entry, kMostBlocks> m_pool;
-    std::vector<Entry*> m_idle;
-    std::vector<Entry*> m_order; // by sequence
-    Block m_none;
-    Block* m_current = &m_none; // of the last packet
+    UnderWay m_underWay;
     BlockOrder m_blockOrder;
+    AnswerTime m_answerTime;
     std::deque<ResendWish> m_wishes;
     Time m_lastEnd{};
 };
 
 inline void Receiver::Impl::packet(std::span<const std::uint8_t> datagram, Time now) {
-    if (!m_current->takeNext(datagram, now)) {
+    if (!m_underWay.current().takeNext(datagram, now)) {
         otherPacket(datagram, now);
     }
 }
 
 void Receiver::Impl::account() {
-    const std::uint64_t packets = m_current->account();
+    const std::uint64_t packets = m_underWay.current().account();
     counters.packets += packets;
-    counters.bytes += packets * m_current->packetPayload();
+    counters.bytes += packets * m_underWay.current().packetPayload();
 }
 
 void Receiver::Impl::otherPacket(std::span<const std::uint8_t> datagram, Time now) {
@@ -134,7 +118,7 @@ void Receiver::Impl::otherPacket(std::span<const std::uint8_t> datagram, Time no
 }
 
 void Receiver::Impl::packetOfBlock(const Packet& packet, Time now) {
-    Entry* entry = find(packet.block, packet.extended());
+    Entry* entry = m_underWay.find(packet.block, packet.extended());
     if (entry == nullptr) {
         entry = begin(packet, now);
     }
@@ -145,7 +129,7 @@ void Receiver::Impl::packetOfBlock(const Packet& packet, Time now) {
         counters.late += entry->block.buffer().data != nullptr ? 1 : 0;
         return;
     }
-    m_current = &entry->block;
+    m_underWay.setCurrent(entry->block);
     if (packet.isError() && !isLeaderOrTrailer(packet)) {
         takeError(*entry, packet);
     } else {
@@ -166,7 +150,11 @@ void Receiver::Impl::take(Entry& entry, const Packet& packet, Time now) {
         ++counters.duplicates;
         return;
     }
-    counters.resentPackets += packet.saysResent() || entry.wishes.wasAsked(packet.id) ? 1 : 0;
+    const Wishes::Asked asked = entry.wishes.asked(packet.id);
+    counters.resentPackets += packet.saysResent() || asked.wishes != 0 ? 1 : 0;
+    if (asked.wishes == 1) {
+        m_answerTime.saw(now - asked.last);
+    }
     if (packet.id > next) {
         entry.wishes.gap(next, std::min(packet.id - 1, block.lastWithPlace()), now, m_settings);
     }
@@ -187,7 +175,7 @@ void Receiver::Impl::takeError(Entry& entry, const Packet& packet) {
     }
     const bool withAllBefore = packet.status == static_cast<std::uint16_t>(Status::RemovedWithAllBefore);
     entry.wishes.unavailable(packet.id, withAllBefore);
-    for (Entry* other : m_order) {
+    for (Entry* other : m_underWay.order()) {
         if (withAllBefore && other->block.sequence() < entry.block.sequence()) {
             other->wishes.unavailable(kMostPackets, true);
             review(*other);
@@ -195,13 +183,6 @@ void Receiver::Impl::takeError(Entry& entry, const Packet& packet) {
     }
     review(entry);
     deliver();
-}
-
-Receiver::Impl::Entry* Receiver::Impl::find(std::uint64_t block, bool extendedIds) {
-    const auto found = std::find_if(m_order.rbegin(), m_order.rend(), [&](const Entry* entry) {
-        return entry->block.is(block, extendedIds);
-    });
-    return found == m_order.rend() ? nullptr : *found;
 }
 
 Receiver::Impl::Entry* Receiver::Impl::begin(const Packet& packet, Time now) {
@@ -213,7 +194,7 @@ Receiver::Impl::Entry* Receiver::Impl::begin(const Packet& packet, Time now) {
         ++counters.malformed;
         return nullptr;
     }
-    const bool quiet = m_order.empty() && now - m_lastEnd > m_settings.patience;
+    const bool quiet = m_underWay.empty() && now - m_lastEnd > m_settings.patience;
     const auto [verdict, sequence] = m_blockOrder.judge(packet, quiet);
     switch (verdict) {
     case BlockOrder::Verdict::Strange:
@@ -234,27 +215,15 @@ Receiver::Impl::Entry* Receiver::Impl::begin(const Packet& packet, Time now) {
 }
 
 Receiver::Impl::Entry* Receiver::Impl::insert(const Packet& packet, std::uint64_t sequence, Time now) {
-    if (m_idle.empty()) {
-        finish(m_order.front()->block);
+    if (m_underWay.full()) {
+        finish(m_underWay.front().block);
         deliver();
     }
     if (m_blockOrder.isDelivered(sequence)) {
         ++counters.late;
         return nullptr;
     }
-    Entry* entry = m_idle.back();
-    m_idle.pop_back();
-    const auto later = std::find_if(m_order.begin(), m_order.end(), [&](Entry* other) {
-        if (other->block.sequence() < sequence) {
-            other->wishes.overtaken(now);
-        }
-        return other->block.sequence() > sequence;
-    });
-    entry->wishes.begin(m_settings.resend);
-    if (later != m_order.end()) {
-        entry->wishes.overtaken(now);
-    }
-    m_order.insert(later, entry);
+    Entry* entry = &m_underWay.insert(sequence, m_settings.resend, now);
     m_blockOrder.began(packet, sequence);
 
     const Block::Start start{packet.block, packet.extended(), sequence, likelyPayload(packet.extended())};
@@ -287,8 +256,9 @@ void Receiver::Impl::review(Entry& entry) {
 
 // Where nothing is asked for, packets that are missing can only have been overtaken.
 void Receiver::Impl::giveUpOvertaken() {
+    const auto& order = m_underWay.order();
     std::uint32_t later = 0;
-    for (auto entry = m_order.rbegin(); entry != m_order.rend(); ++entry) {
+    for (auto entry = order.rbegin(); entry != order.rend(); ++entry) {
         if (later >= kOvertaken && !(*entry)->wishes.asking()) {
             finish((*entry)->block);
         }
@@ -312,45 +282,39 @@ void Receiver::Impl::finish(Block& block) {
 }
 
 void Receiver::Impl::finishAll() {
-    for (Entry* entry : m_order) {
+    for (Entry* entry : m_underWay.order()) {
         finish(entry->block);
     }
     deliver();
 }
 
 void Receiver::Impl::deliver() {
-    while (!m_order.empty() && m_order.front()->block.finished()) {
-        Entry* entry = m_order.front();
-        m_order.erase(m_order.begin());
-        counters.lostBlocks += m_blockOrder.delivered(entry->block.sequence());
-        if (entry->block.buffer().data != nullptr) {
+    while (!m_underWay.empty() && m_underWay.front().block.finished()) {
+        const Block& block = m_underWay.front().block;
+        counters.lostBlocks += m_blockOrder.delivered(block.sequence());
+        if (block.buffer().data != nullptr) {
             Image& image = buffers.append();
-            entry->block.describe(image);
+            block.describe(image);
             const bool whole = image.status == ImageStatus::Complete ||
                                (image.status == ImageStatus::NotUnderstood && image.missing.empty());
             ++(whole ? counters.complete : counters.incomplete);
         }
-        release(*entry);
-    }
-}
-
-void Receiver::Impl::release(Entry& entry) {
-    m_idle.push_back(&entry);
-    if (m_current == &entry.block) {
-        m_current = &m_none;
+        m_underWay.popFront();
     }
 }
 
 void Receiver::Impl::advance(Time now) {
     account();
+    const auto& order = m_underWay.order();
+    const Wishes::Means means{m_settings, m_answerTime, m_wishes};
     Time heldSince = Wishes::kNever; // since when a later block has waited for those before
-    for (auto entry = m_order.rbegin(); entry != m_order.rend(); ++entry) {
+    for (auto entry = order.rbegin(); entry != order.rend(); ++entry) {
         Block& block = (*entry)->block;
         if (block.finished()) {
             heldSince = std::min(heldSince, block.lastPacket());
             continue;
         }
-        (*entry)->wishes.ask(block, now, m_settings, m_wishes);
+        (*entry)->wishes.ask(block, now, means);
         const Time since = std::min(heldSince, block.lastPacket());
         if (now - since >= m_settings.patience) {
             finish(block);
@@ -362,9 +326,10 @@ void Receiver::Impl::advance(Time now) {
 }
 
 std::optional<Time> Receiver::Impl::deadline() const {
+    const auto& order = m_underWay.order();
     Time first = Wishes::kNever;
     Time heldSince = Wishes::kNever;
-    for (auto entry = m_order.rbegin(); entry != m_order.rend(); ++entry) {
+    for (auto entry = order.rbegin(); entry != order.rend(); ++entry) {
         const Block& block = (*entry)->block;
         if (block.finished()) {
             heldSince = std::min(heldSince, block.lastPacket());
@@ -382,7 +347,7 @@ bool Receiver::Impl::nextWish(ResendWish& out) {
     while (!m_wishes.empty()) {
         out = m_wishes.front();
         m_wishes.pop_front();
-        const Entry* entry = find(out.block, out.extendedIds);
+        const Entry* entry = m_underWay.find(out.block, out.extendedIds);
         if (entry != nullptr && !entry->block.finished()) {
             ++counters.wishes;
             counters.wishedPackets += out.last - out.first + 1;
@@ -394,14 +359,14 @@ bool Receiver::Impl::nextWish(ResendWish& out) {
 
 void Receiver::Impl::restart() {
     account();
-    for (Entry* entry : m_order) {
-        if (entry->block.buffer().data != nullptr) {
-            buffers.lend(entry->block.buffer());
+    while (!m_underWay.empty()) {
+        Block& block = m_underWay.front().block;
+        if (block.buffer().data != nullptr) {
+            buffers.lend(block.buffer());
         }
-        entry->block.finish();
-        release(*entry);
+        block.finish();
+        m_underWay.popFront();
     }
-    m_order.clear();
     m_wishes.clear();
     buffers.dropWaiting();
     m_blockOrder = {};

@@ -59,9 +59,9 @@ struct Image {
     // carried. Never more than the buffer has.
     std::size_t size = 0;
     std::uint64_t block = 0;
-    std::uint64_t timestamp = 0; // the camera's ticks
-    std::uint16_t payloadType = 0;
-    bool withChunks = false;
+    std::uint64_t timestamp = 0;   // the camera's ticks
+    std::uint16_t payloadType = 0; // as its leader or trailer has it
+    bool withChunks = false;       // of whatever kind
     ImageStatus status = ImageStatus::Complete;
     Geometry geometry;
     bool geometryAssumed = false; // no leader tells it, or one that its packets belie: what the settings say
@@ -89,7 +89,7 @@ struct Settings {
     Overflow overflow = Overflow::DropArriving;
     bool resend = true;
     Time firstWish{std::chrono::milliseconds(1)};  // a gap that is not filled by itself is asked for
-    Time nextWish{std::chrono::milliseconds(10)};  // and again, up to
+    Time nextWish{std::chrono::milliseconds(10)};  // and again, sooner where the camera answers sooner, up to
     unsigned mostWishes = 5;                       // times
     Time patience{std::chrono::milliseconds(200)}; // without any packet a block is given up
     double mostResent = 0.25; // of the packets of a block, and 8 at least; more are not asked for
@@ -127,7 +127,7 @@ public:
 
     // The payload of one UDP datagram, of which nothing is kept but what is copied into place.
     void packet(std::span<const std::uint8_t> datagram, Time now);
-    // Time passes: wishes fall due, blocks are given up.
+    // Time passes: wishes fall due, blocks are given up. What has arrived by then should have been handed in.
     void advance(Time now);
     // When advance() has something to do, if no packet comes before.
     std::optional<Time> deadline() const;

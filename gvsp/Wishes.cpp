@@ -12,7 +12,7 @@ void Wishes::begin(bool resend) {
     m_gone.clear(0);
     m_goneBelow = 0;
     m_overtaken.reset();
-    m_tailWishes = 0;
+    m_tailAsked = {};
     m_tailFirst = m_tailLast = 0;
     m_tailGivenUp = false;
 }
@@ -25,7 +25,7 @@ void Wishes::gap(std::uint32_t first, std::uint32_t last, Time now, const Settin
         m_gaps.back().last = last;
         return;
     }
-    m_gaps.push_back({first, last, now + settings.firstWish, 0});
+    m_gaps.push_back({first, last, now + settings.firstWish, {}});
     m_gapDue = std::min(m_gapDue, now + settings.firstWish);
 }
 
@@ -77,15 +77,15 @@ bool Wishes::tailIsGone(const Block& block) const {
     return true;
 }
 
-bool Wishes::wasAsked(std::uint32_t id) const {
-    if (m_tailWishes != 0 && id >= m_tailFirst && id <= m_tailLast) {
-        return true;
+Wishes::Asked Wishes::asked(std::uint32_t id) const {
+    if (m_tailAsked.wishes != 0 && id >= m_tailFirst && id <= m_tailLast) {
+        return m_tailAsked;
     }
     const auto gap =
         std::lower_bound(m_gaps.begin(), m_gaps.end(), id, [](const Gap& left, std::uint32_t right) {
             return left.last < right;
         });
-    return gap != m_gaps.end() && gap->first <= id && gap->wishes != 0;
+    return gap != m_gaps.end() && gap->first <= id ? gap->asked : Asked{};
 }
 
 Time Wishes::tailDue(const Block& block, const Settings& settings) const {
@@ -95,59 +95,56 @@ Time Wishes::tailDue(const Block& block, const Settings& settings) const {
     // A later block may have begun and this one go on all the same.
     const Time silence = m_overtaken ? std::max(*m_overtaken, block.lastPacket()) + settings.firstWish
                                      : block.lastPacket() + settings.nextWish;
-    return m_tailWishes == 0 ? silence : std::max(m_tailAsked + settings.nextWish, silence);
+    return m_tailAsked.wishes == 0 ? silence : std::max(m_tailNext, silence);
 }
 
 Time Wishes::due(const Block& block, const Settings& settings) const {
     return m_asking ? std::min(m_gapDue, tailDue(block, settings)) : kNever;
 }
 
-void Wishes::ask(const Block& block, Time now, const Settings& settings, std::deque<ResendWish>& out) {
-    if (!m_asking) {
-        return;
-    }
-    if (m_gapDue <= now) {
+void Wishes::ask(const Block& block, Time now, const Means& means) {
+    if (m_asking && m_gapDue <= now) {
         std::erase_if(m_gaps, [&](Gap& gap) {
-            return !shrink(block, gap) || (gap.due <= now && gap.wishes >= settings.mostWishes);
+            const bool inVain = gap.due <= now && gap.asked.wishes >= means.settings.mostWishes;
+            return inVain || !shrink(block, gap);
         });
         m_gapDue = kNever;
         for (Gap& gap : m_gaps) {
             if (gap.due <= now && m_asking) {
-                askForGap(block, gap, now, settings, out);
+                askForGap(block, gap, now, means);
             }
             m_gapDue = std::min(m_gapDue, gap.due);
         }
     }
-    if (m_asking && tailDue(block, settings) <= now) {
-        askForTail(block, now, settings, out);
+    if (m_asking && tailDue(block, means.settings) <= now) {
+        askForTail(block, now, means);
     }
 }
 
-void Wishes::askForGap(
-    const Block& block, Gap& gap, Time now, const Settings& settings, std::deque<ResendWish>& out) {
-    gap.due = now + settings.nextWish;
-    if (gap.wishes == 0 && !afford(block, gap.first, gap.last, settings)) {
+void Wishes::askForGap(const Block& block, Gap& gap, Time now, const Means& means) {
+    if (gap.asked.wishes == 0 && !afford(block, gap.first, gap.last, means.settings)) {
         return;
     }
-    ++gap.wishes;
-    append(block, gap.first, gap.last, out);
+    gap.asked = {gap.asked.wishes + 1, now};
+    gap.due = now + means.answerTime.afterWish(gap.asked.wishes, means.settings);
+    append(block, gap.first, gap.last, means.out);
 }
 
-void Wishes::askForTail(const Block& block, Time now, const Settings& settings, std::deque<ResendWish>& out) {
-    if (m_tailWishes >= settings.mostWishes) {
+void Wishes::askForTail(const Block& block, Time now, const Means& means) {
+    if (m_tailAsked.wishes >= means.settings.mostWishes) {
         m_tailGivenUp = true;
         return;
     }
     const std::uint32_t first = block.next();
     const std::uint32_t last = block.lastId();
-    if (m_tailWishes == 0 && !afford(block, first, last, settings)) {
+    if (m_tailAsked.wishes == 0 && !afford(block, first, last, means.settings)) {
         return;
     }
-    ++m_tailWishes;
-    m_tailAsked = now;
+    m_tailAsked = {m_tailAsked.wishes + 1, now};
+    m_tailNext = now + means.answerTime.afterWish(m_tailAsked.wishes, means.settings);
     m_tailFirst = first;
     m_tailLast = last;
-    append(block, first, last, out);
+    append(block, first, last, means.out);
 }
 
 // Too much is lost for asking to make it better: from then on nothing is asked for.

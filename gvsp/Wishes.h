@@ -9,6 +9,7 @@
 #include "gvsp/PacketSet.h"
 #include "gvsp/Receiver.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -16,8 +17,37 @@
 
 namespace gvsp {
 
+// How long the camera takes to answer, so that what was lost again is asked for again soon: at first and at
+// most what the settings say, and longer from one wish to the next.
+class AnswerTime {
+public:
+    // The answer to what had been asked for once.
+    void saw(Time took) {
+        constexpr int kSpare = 4; // as long as it may take besides
+        constexpr int kForget = 8;
+        m_enough =
+            m_enough == Time{} ? kSpare * took : std::max(kSpare * took, m_enough - m_enough / kForget);
+    }
+    Time afterWish(unsigned wishes, const Settings& settings) const {
+        constexpr unsigned kMostDoublings = 8;
+        const Time first = std::max(m_enough, settings.firstWish);
+        const Time wait = first * (1 << std::min(wishes - 1, kMostDoublings));
+        return m_enough == Time{} ? settings.nextWish : std::min(wait, settings.nextWish);
+    }
+
+private:
+    Time m_enough{}; // 0: there was no answer yet
+};
+
 class Wishes {
 public:
+    // What asks are made of, besides the block.
+    struct Means {
+        const Settings& settings;
+        const AnswerTime& answerTime;
+        std::deque<ResendWish>& out;
+    };
+
     // A new block, of which lost packets are asked for or not.
     void begin(bool resend);
 
@@ -28,8 +58,8 @@ public:
     // The camera does not have the packet any more, or none up to it.
     void unavailable(std::uint32_t id, bool withAllBefore);
 
-    // Appends what is due now to `out`, as long as that has room.
-    void ask(const Block& block, Time now, const Settings& settings, std::deque<ResendWish>& out);
+    // Appends what is due now to the wishes, as long as they have room.
+    void ask(const Block& block, Time now, const Means& means);
     // When ask() has something to do.
     Time due(const Block& block, const Settings& settings) const;
 
@@ -37,7 +67,12 @@ public:
     bool hopes(const Block& block);
     // False when nothing is asked for, or too much would have to be.
     bool asking() const { return m_asking; }
-    bool wasAsked(std::uint32_t id) const;
+
+    struct Asked {
+        unsigned wishes = 0; // how often; 0 when never
+        Time last{};
+    };
+    Asked asked(std::uint32_t id) const;
 
     static constexpr Time kNever = Time::max();
     static constexpr std::size_t kMostWaiting = 1024; // wishes that nobody has fetched
@@ -51,14 +86,13 @@ private:
         std::uint32_t first;
         std::uint32_t last;
         Time due;
-        unsigned wishes;
+        Asked asked;
     };
 
     bool isGone(std::uint32_t id) const { return id < m_goneBelow || m_gone.has(id); }
     bool shrink(const Block& block, Gap& gap) const;
-    void
-    askForGap(const Block& block, Gap& gap, Time now, const Settings& settings, std::deque<ResendWish>& out);
-    void askForTail(const Block& block, Time now, const Settings& settings, std::deque<ResendWish>& out);
+    void askForGap(const Block& block, Gap& gap, Time now, const Means& means);
+    void askForTail(const Block& block, Time now, const Means& means);
     bool afford(const Block& block, std::uint32_t first, std::uint32_t last, const Settings& settings);
     bool isWanted(const Block& block, std::uint32_t id) const;
     void append(const Block& block, std::uint32_t first, std::uint32_t last, std::deque<ResendWish>& out);
@@ -72,8 +106,8 @@ private:
     PacketSet m_gone;
     std::uint32_t m_goneBelow = 0;
     std::optional<Time> m_overtaken;
-    unsigned m_tailWishes = 0;
-    Time m_tailAsked{};
+    Asked m_tailAsked;
+    Time m_tailNext{};
     std::uint32_t m_tailFirst = 0; // of what was asked for
     std::uint32_t m_tailLast = 0;
     bool m_tailGivenUp = false;

@@ -48,7 +48,6 @@ private:
         Settings settings;
         settings.resend = m_plan.resend;
         settings.payloadSize = 1000;
-        settings.nextWish = milliseconds(2);
         return settings;
     }
     bool chance(double probability) { return std::uniform_real_distribution<>(0, 1)(m_random) < probability; }
