@@ -37,6 +37,7 @@ public:
 
     // Skips `count` instructions.
     void skipIfBits(std::uint32_t bits, std::uint8_t count) { branch(BPF_JSET, bits, count, kNext); }
+    void skipUnlessBits(std::uint32_t bits, std::uint8_t count) { branch(BPF_JSET, bits, kNext, count); }
     void skipUnless(std::uint32_t value, std::uint8_t count) { branch(BPF_JEQ, value, kNext, count); }
 
     // What reaches the end is dropped, or passes.
@@ -191,8 +192,20 @@ Filter imageFilter(const Mac& mac, const ImagePackets& packets) {
 }
 
 Filter imageEndFilter(const Mac& mac, const ImagePackets& packets) {
+    constexpr std::uint32_t kSentAgainOrError =
+        0x8000 | static_cast<std::uint32_t>(gvsp::Status::Resent); // of the status
     Program program;
     dropUnlessImage(program, mac, packets);
+    program.load16OfUdp(net::kUdpPayload + gvsp::kStatus);
+    program.passIfBits(kSentAgainOrError);
+    program.load8OfUdp(net::kUdpPayload + gvsp::kFormat);
+    program.skipIfBits(gvsp::kExtendedIds, 2);
+    program.load16OfUdp(net::kUdpPayload + gvsp::kBlockId);
+    program.passIf(gvsp::kTestBlock);
+    program.load8OfUdp(net::kUdpPayload + gvsp::kFormat);
+    program.skipUnlessBits(gvsp::kExtendedIds, 2);
+    program.load16OfUdp(net::kUdpPayload + gvsp::kFlags);
+    program.passIfBits(gvsp::kFlagResent);
     program.load8OfUdp(net::kUdpPayload + gvsp::kFormat);
     program.keepBits(static_cast<std::uint8_t>(~gvsp::kExtendedIds));
     program.passIf(static_cast<std::uint32_t>(gvsp::Format::Trailer));

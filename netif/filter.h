@@ -44,7 +44,8 @@ struct ImagePackets {
 // that another socket takes; and ARP for its address (zeros: none).
 Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort, const ImagePackets& except);
 
-// A station's image packets; and of those the last ones of images alone (GVSP).
+// A station's image packets; and of those (GVSP) what somebody may wait for: last packets of images, packets
+// that are sent again or cannot be, test packets.
 Filter imageFilter(const Mac& mac, const ImagePackets& packets);
 Filter imageEndFilter(const Mac& mac, const ImagePackets& packets);
 

@@ -98,10 +98,12 @@ void ImageStream::take(std::span<const Packet> packets, From from) {
     for (const Packet& packet : packets) {
         m_receiver.packet(packet, time);
     }
-    const auto deadline = from == From::Other ? m_receiver.deadline() : std::nullopt;
-    const bool hurry = deadline && *deadline < m_due;
-    if (hurry) {
-        m_due = *deadline;
+    bool hurry = false;
+    if (from == From::Other) {
+        const auto deadline = m_receiver.deadline();
+        const bool sooner = deadline && *deadline < m_due;
+        m_due = sooner ? *deadline : m_due;
+        hurry = sooner || (m_attending > 0 && m_receiver.waiting() > 0);
     }
     finish(lock);
     if (hurry) {
@@ -109,17 +111,22 @@ void ImageStream::take(std::span<const Packet> packets, From from) {
     }
 }
 
-std::optional<Clock::time_point> ImageStream::tend() {
+ImageStream::Tended ImageStream::tend() {
     std::unique_lock lock(m_mutex);
     if (m_ended) {
-        return std::nullopt;
+        return {};
     }
     m_receiver.advance(now());
     const auto deadline = m_receiver.deadline();
     m_due = deadline.value_or(gvsp::Time::max());
+    Tended tended;
+    tended.images = m_receiver.waiting() > 0;
+    tended.served = m_waiters <= m_receiver.waiting();
+    if (deadline) {
+        tended.due = Clock::time_point(std::chrono::duration_cast<Clock::duration>(*deadline));
+    }
     finish(lock);
-    return deadline ? std::optional(Clock::time_point(std::chrono::duration_cast<Clock::duration>(*deadline)))
-                    : std::nullopt;
+    return tended;
 }
 
 // Gives the lock back, wakes whoever waits for what has come, and asks for what has not.
@@ -156,33 +163,59 @@ void ImageStream::ask(std::span<const Request> requests) const {
     }
 }
 
+// With m_mutex held: what a wait comes to now, if to anything.
+std::optional<int> ImageStream::result(TavoImage& image) {
+    if (m_woken) {
+        return IMAGE_PATH_WOKEN;
+    }
+    if (m_ended) {
+        return IMAGE_PATH_NO_PORT;
+    }
+    if (m_receiver.nextImage(m_image)) {
+        handOut(image);
+        return IMAGE_PATH_OK;
+    }
+    return m_link ? std::nullopt : std::optional<int>(IMAGE_PATH_LINK_GONE);
+}
+
+void ImageStream::sleep(std::unique_lock<std::mutex>& lock, std::optional<Clock::time_point> deadline) {
+    ++m_waiters;
+    if (deadline) {
+        m_arrived.wait_until(lock, *deadline);
+    } else {
+        m_arrived.wait(lock);
+    }
+    --m_waiters;
+}
+
 int ImageStream::wait(int timeoutMs, TavoImage& image) {
-    const auto deadline = Clock::now() + milliseconds(std::max(timeoutMs, 0));
+    std::optional<Clock::time_point> deadline;
+    if (timeoutMs >= 0) {
+        deadline = Clock::now() + milliseconds(timeoutMs);
+    }
+    bool attended = false; // in vain
     std::unique_lock lock(m_mutex);
     for (;;) {
-        if (m_woken) {
-            return IMAGE_PATH_WOKEN;
+        auto done = result(image);
+        if (!done && deadline && Clock::now() >= *deadline) {
+            done = IMAGE_PATH_TIMEOUT;
         }
-        if (m_ended) {
-            return IMAGE_PATH_NO_PORT;
+        if (done) {
+            if (m_waiters > 0) {
+                m_arrived.notify_one(); // who may do the keeper's work now
+            }
+            return *done;
         }
-        if (m_receiver.nextImage(m_image)) {
-            handOut(image);
-            return IMAGE_PATH_OK;
+        if (attended) {
+            sleep(lock, deadline);
+            attended = false;
+            continue;
         }
-        if (!m_link) {
-            return IMAGE_PATH_LINK_GONE;
-        }
-        if (timeoutMs >= 0 && Clock::now() >= deadline) {
-            return IMAGE_PATH_TIMEOUT;
-        }
-        ++m_waiters;
-        if (timeoutMs < 0) {
-            m_arrived.wait(lock);
-        } else {
-            m_arrived.wait_until(lock, deadline);
-        }
-        --m_waiters;
+        ++m_attending;
+        lock.unlock();
+        attended = !m_keeper->attend(deadline.value_or(Clock::time_point::max()));
+        lock.lock();
+        --m_attending;
     }
 }
 
@@ -214,6 +247,7 @@ void ImageStream::wake() {
         m_woken = true;
     }
     m_arrived.notify_all();
+    m_keeper->hurry();
 }
 
 int ImageStream::restart(const TavoImageSettings& settings) {

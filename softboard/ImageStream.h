@@ -25,7 +25,8 @@ namespace softboard {
 // Any thread may call anything. No lock is held while frames are sent: a camera may answer at once.
 //
 // A stream has one keeper, which calls tend() when a deadline of the receiver has come. It ends with end():
-// from then on no byte of a buffer is touched.
+// from then on no byte of a buffer is touched. Where the keeper also fetches the packets, a thread that waits
+// for an image does its work meanwhile: then no thread has to be woken between the packets and the caller.
 class ImageStream {
 public:
     using Packet = std::span<const std::uint8_t>; // the data of a UDP datagram
@@ -36,6 +37,9 @@ public:
     public:
         virtual ~Keeper() = default;
         virtual void start() = 0;
+        // Does the keeper's work in the calling thread until an image is there, hurry(), `deadline`, or for a
+        // while. False when that cannot be, or somebody else does it.
+        virtual bool attend(Clock::time_point /*deadline*/) { return false; }
         // A deadline has come nearer than the last tend() said. Called from other threads.
         virtual void hurry() = 0;
         // The thread is to end, and
@@ -46,6 +50,11 @@ public:
         virtual std::uint64_t overrun() = 0;
     };
     enum class From { Keeper, Other };
+    struct Tended {
+        std::optional<Clock::time_point> due; // when something will be due again
+        bool images = false;                  // some wait
+        bool served = false;                  // there is an image for whoever waits
+    };
 
     // What a stream can be opened with. IMAGE_PATH_OK or IMAGE_PATH_BAD_ARGUMENT.
     static int check(const TavoImageSettings& settings);
@@ -63,8 +72,8 @@ public:
 
     // Packets that arrived together, in their order; who brings them: a keeper will tend anyway.
     void take(std::span<const Packet> packets, From from);
-    // Time has passed: what is due is done. When something will be due again.
-    std::optional<Clock::time_point> tend();
+    // Time has passed: what is due is done.
+    Tended tend();
 
     // The calls of the image path (platform/image_path.h).
     int wait(int timeoutMs, TavoImage& image);
@@ -91,6 +100,8 @@ private:
     std::size_t takeRequests(Requests& requests);
     void ask(std::span<const Request> requests) const;
     void handOut(TavoImage& out);
+    std::optional<int> result(TavoImage& image);
+    void sleep(std::unique_lock<std::mutex>& lock, std::optional<Clock::time_point> deadline);
 
     const StreamAddress m_address;
     const ResendRoute m_route;
@@ -105,7 +116,8 @@ private:
     std::vector<bool> m_borrowed;                    // by number of the buffer
     std::vector<std::vector<TavoMissing>> m_missing; // of the image in a borrowed buffer
     gvsp::Image m_image;                             // the last that was fetched
-    unsigned m_waiters = 0;
+    unsigned m_waiters = 0;                          // in m_arrived
+    unsigned m_attending = 0;                        // who may be doing the keeper's work
     bool m_woken = false;
     bool m_ended = false;
     bool m_link = true;

@@ -1,33 +1,38 @@
 #include "softboard/RingReader.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace softboard {
 
 namespace {
 
-// Within an image: what has come waits so long at most. At 10 Gbit/s that is an eighth of the ring.
-constexpr std::chrono::milliseconds kWithinImage{4};
+// So much is fetched at once: it takes some 50 microseconds.
+constexpr std::size_t kAtOnce = std::size_t{512} << 10;
+// How long what has come waits for the bell at most; at 10 Gbit/s that is half of the ring.
+constexpr std::chrono::milliseconds kLongestNap{15};
+constexpr std::chrono::microseconds kShortestNap{200};
 constexpr std::chrono::milliseconds kLookInterval{100}; // at the interface
-constexpr unsigned kMostBatches = 64;
-constexpr std::size_t kHeaders = net::kUdpPayload + gvsp::kHeader; // without IP options
+// How long the keeper's thread leaves its work to others before it looks whether they do it. The ring holds
+// what comes meanwhile.
+constexpr std::chrono::milliseconds kAside{10};
+constexpr unsigned kMostBatches = 64; // before anything else is looked at
 
-// Whether more of the image is to come behind this packet. One that is sent again comes alone.
-bool isWithinImage(const netif::PacketRing::Frame& frame) {
+// Whether an image ends with this packet.
+bool isEnd(const netif::PacketRing::Frame& frame) {
+    constexpr std::size_t kHeaders = net::kUdpPayload + gvsp::kHeader; // without IP options
     if (frame.size < kHeaders) {
         return false;
     }
-    const std::uint8_t* const header = frame.data + net::kUdpPayload;
-    const auto format = static_cast<gvsp::Format>(header[gvsp::kFormat] & ~gvsp::kExtendedIds);
-    return (header[gvsp::kStatus] | header[gvsp::kStatus + 1]) == 0 &&
-           (format == gvsp::Format::Leader || format == gvsp::Format::Payload);
+    const std::uint8_t format = frame.data[net::kUdpPayload + gvsp::kFormat];
+    return static_cast<gvsp::Format>(format & ~gvsp::kExtendedIds) == gvsp::Format::Trailer;
 }
 
 } // namespace
 
 RingReader::RingReader(ImageStream& stream, std::shared_ptr<netif::PacketRing> ring, Sink sink)
     : m_stream(stream), m_ring(std::move(ring)), m_earlierOverrun(m_ring->statistics().overrun),
-      m_sink(std::move(sink)) {}
+      m_sink(std::move(sink)), m_piece(kShortestNap) {}
 
 RingReader::~RingReader() {
     leave();
@@ -40,7 +45,11 @@ void RingReader::start() {
 }
 
 void RingReader::leave() {
-    m_leave = true;
+    {
+        const std::lock_guard lock(m_asideMutex);
+        m_leave = true;
+    }
+    m_aside.notify_one();
     m_ring->interrupt();
 }
 
@@ -52,38 +61,105 @@ void RingReader::join() {
 }
 
 void RingReader::run() {
-    using Until = netif::PacketRing::Until;
-    bool here = true;
     while (!m_leave) {
-        const bool came = takeSome();
-        const auto due = m_stream.tend();
-        look(!here);
-        // An image that nothing came of meanwhile has stopped: then every packet counts.
-        const bool within = came && m_withinImage;
-        const auto latest = within ? Clock::now() + kWithinImage : m_nextLook;
-        here = m_ring->wait(within ? Until::Bell : Until::Frame, due ? std::min(*due, latest) : latest);
+        std::unique_lock reading(m_reading, std::try_to_lock);
+        bool served = true;
+        while (reading && !m_leave && !(served && m_attended)) {
+            served = round(Clock::time_point::max(), false).served;
+        }
+        if (reading) {
+            reading.unlock();
+        }
+        do { // until nobody has come for a whole interval
+            m_attended = false;
+            std::unique_lock lock(m_asideMutex);
+            m_aside.wait_for(lock, kAside, [this] { return m_leave.load(); });
+        } while (m_attended && !m_leave);
     }
 }
 
-// Takes what is there, but looks up from time to time. False when there was nothing.
-bool RingReader::takeSome() {
-    unsigned batches = 0;
-    for (Frames frames = m_ring->take(); !frames.empty() && !m_leave; frames = m_ring->take()) {
-        m_withinImage = isWithinImage(frames.back());
-        m_sink(frames);
-        m_ring->release();
-        if (++batches == kMostBatches) {
-            m_withinImage = false; // no sleep where more may be there
-            break;
+bool RingReader::attend(Clock::time_point deadline) {
+    m_attended = true;
+    const std::unique_lock reading(m_reading, std::try_to_lock);
+    if (!reading || m_leave) {
+        return false;
+    }
+    round(deadline, true);
+    return true;
+}
+
+ImageStream::Tended RingReader::round(Clock::time_point deadline, bool returnWithImage) {
+    using Until = netif::PacketRing::Until;
+    takeSome();
+    const auto tended = m_stream.tend();
+    look();
+    if (m_more || (returnWithImage && tended.images)) {
+        return tended;
+    }
+    // While images come. When nothing came through a whole nap, every packet counts.
+    const auto napEnd = m_lastCame + (m_lastImage <= kAtOnce ? Clock::duration(kLongestNap) : m_piece);
+    const bool flowing = Clock::now() < napEnd;
+    auto latest = std::min(deadline, flowing ? napEnd : m_nextLook);
+    latest = tended.due ? std::min(*tended.due, latest) : latest;
+    m_lookNow = !m_ring->wait(flowing ? Until::Bell : Until::Frame, latest);
+    return tended;
+}
+
+// Takes what is there, but not for ever.
+void RingReader::takeSome() {
+    const bool within = m_image != 0;
+    std::size_t came = 0;
+    m_more = true;
+    for (unsigned batches = 0; m_more && batches < kMostBatches && !m_leave; ++batches) {
+        const Frames frames = m_ring->take();
+        m_more = frames.size() == netif::PacketRing::kMostTaken;
+        if (!frames.empty()) {
+            came += measure(frames);
+            m_sink(frames);
+            m_ring->release();
         }
     }
-    return batches > 0;
+    if (came > 0) {
+        m_lookNow = m_lookNow || !m_link;
+        const auto now = Clock::now();
+        if (within) {
+            learnPiece(came, now - m_lastCame);
+        }
+        m_lastCame = now;
+    }
 }
 
-void RingReader::look(bool now) {
+// Their bytes.
+std::size_t RingReader::measure(Frames frames) {
+    std::size_t bytes = 0;
+    for (const netif::PacketRing::Frame& frame : frames) {
+        bytes += frame.size;
+        m_image += frame.size;
+        if (isEnd(frame)) {
+            m_lastImage = std::exchange(m_image, 0);
+        }
+    }
+    return bytes;
+}
+
+// From how long it took until `bytes` of an image had come.
+void RingReader::learnPiece(std::size_t bytes, Clock::duration time) {
+    constexpr std::size_t kEnough = kAtOnce / 8;
+    if (bytes >= kEnough) {
+        const std::chrono::duration<double> piece =
+            time * (static_cast<double>(kAtOnce) / static_cast<double>(bytes));
+        m_piece = std::clamp<Clock::duration>(
+            std::chrono::duration_cast<Clock::duration>(piece), kShortestNap, kLongestNap);
+    }
+}
+
+// Now and then, and at once where what was seen last cannot be true any more.
+void RingReader::look() {
     const auto time = Clock::now();
-    if (now || time >= m_nextLook) {
-        m_stream.setLink(m_ring->look());
+    if (m_lookNow || time >= m_nextLook) {
+        m_link = m_ring->look();
+        m_stream.setLink(m_link);
+        m_lookNow = false;
         m_nextLook = time + kLookInterval;
     }
 }

@@ -7,6 +7,7 @@
 #include "netif/PacketRing.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -15,9 +16,9 @@
 
 namespace softboard {
 
-// Between images the thread sleeps until a packet comes; within one, until the packet that ends it, looking
-// in between at what is there already. So it wakes twice or thrice an image, and an image is handed out as
-// soon as its last packet has come.
+// When the thread wakes decides on what an image costs, and on how soon it is handed out. While images come,
+// it sleeps until the bell: the last packet of an image. Large images it fetches in pieces, so that little is
+// left to do then. Only when nothing has come for a while it sleeps until any packet comes.
 class RingReader final : public ImageStream::Keeper {
 public:
     using Frames = std::span<const netif::PacketRing::Frame>;
@@ -29,6 +30,7 @@ public:
     ~RingReader() override;
 
     void start() override;
+    bool attend(Clock::time_point deadline) override;
     void hurry() override { m_ring->interrupt(); }
     void leave() override;
     void join() override;
@@ -36,19 +38,31 @@ public:
 
 private:
     void run();
-    bool takeSome();
-    void look(bool now);
+    ImageStream::Tended round(Clock::time_point deadline, bool returnWithImage);
+    void takeSome();
+    std::size_t measure(Frames frames);
+    void learnPiece(std::size_t bytes, Clock::duration time);
+    void look();
 
     ImageStream& m_stream;
     const std::shared_ptr<netif::PacketRing> m_ring;
     const std::uint64_t m_earlierOverrun;
     const Sink m_sink;
     std::atomic<bool> m_leave{false};
-    std::mutex m_joining; // guards the thread
+    std::atomic<bool> m_attended{false}; // since the keeper's thread looked
+    std::mutex m_asideMutex;
+    std::condition_variable m_aside; // what the keeper's thread waits in while others do its work
+    std::mutex m_joining;            // guards the thread
     std::thread m_thread;
 
-    // Of the thread.
-    bool m_withinImage = false;
+    std::mutex m_reading; // guards what follows, and the ring
+    bool m_link = false;  // as seen last
+    bool m_lookNow = true;
+    bool m_more = false;         // may be there still
+    std::size_t m_image = 0;     // bytes of the image under way
+    std::size_t m_lastImage = 0; // and of the one before
+    Clock::time_point m_lastCame{};
+    Clock::duration m_piece; // in which so much of a large image comes as is fetched at once
     Clock::time_point m_nextLook{};
 };
 

@@ -41,7 +41,7 @@ void StreamTimer::run() {
     while (!m_leave) {
         m_hurry = false;
         lock.unlock();
-        const auto deadline = m_stream.tend();
+        const auto deadline = m_stream.tend().due;
         lock.lock();
         if (deadline) {
             m_changed.wait_until(lock, *deadline, called);

@@ -1,6 +1,8 @@
 // The image path of a port, with a camera of this process or behind a network interface.
 #include "stream_support.h"
 
+#include "support/golden.h"
+
 #include <atomic>
 #include <fstream>
 #include <thread>
@@ -186,10 +188,65 @@ TEST_P(ImagePath, GoesOnWhenTheCameraIsBack) {
         }));
         EXPECT_EQ(stream.bytes(image), pixels(image.block));
         stream.giveBack(image.buffer);
-        while (stream.wait(image, 20) == IMAGE_PATH_OK) { // what was sent meanwhile
-            stream.giveBack(image.buffer);
-        }
+        EXPECT_TRUE(eventually([&] { // what was sent meanwhile, and what is known of the link
+            const int result = stream.wait(image, 20);
+            if (result == IMAGE_PATH_OK) {
+                stream.giveBack(image.buffer);
+            }
+            return result == IMAGE_PATH_TIMEOUT;
+        }));
     }
+}
+
+TEST_P(ImagePath, AsksForWhatWasLostAndRecordsAllOfIt) {
+    const struct {
+        const char* golden;
+        std::uint64_t block;
+        std::ptrdiff_t first, last; // packets that are lost
+    } rows[] = {{"packetresend_cmd", 0x0102, 3, 5}, {"packetresend_cmd_extended", 0x100000007, 1, 5}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.golden);
+        OpenStream stream;
+        stream.settings.resend = 1;
+        stream.settings.nextWishUs = 3600U * 1000 * 1000; // not again
+        ASSERT_EQ(stream.open(), IMAGE_PATH_OK);
+        std::string error;
+        ASSERT_TRUE(softboard::startCapture(0, 0, "stream.pcap", error)) << error;
+        auto frames = imageFrames(row.block);
+        const auto first = frames.begin() + row.first;
+        const auto end = frames.begin() + row.last + 1;
+        const std::vector<Bytes> lost(first, end);
+        frames.erase(first, end);
+        send(frames);
+        const Bytes command = asked();
+        EXPECT_EQ(command, golden::load(row.golden));
+        send(lost);
+        TavoImage image{};
+        ASSERT_EQ(stream.wait(image), IMAGE_PATH_OK);
+        EXPECT_EQ(image.status, 0);
+        EXPECT_EQ(stream.bytes(image), pixels(row.block));
+        softboard::stopCapture(0, 0);
+        EXPECT_EQ(stream.statistics().wishes, 1U);
+        std::size_t recorded = 24 + 16 + command.size();
+        for (const Bytes& frame : imageFrames(row.block)) {
+            recorded += 16 + frame.size();
+        }
+        EXPECT_EQ(std::ifstream("stream.pcap", std::ios::ate).tellg(), static_cast<std::streamoff>(recorded));
+    }
+}
+
+TEST_P(ImagePath, HasTheFaultsOfThePortsWire) {
+    softboard::FaultPlan plan;
+    plan.receive.duplicate = 1;
+    plan.receive.delay = 0.5; // then another thread brings what comes late
+    softboard::setFaultPlan(0, 0, plan);
+    OpenStream stream;
+    ASSERT_EQ(stream.open(), IMAGE_PATH_OK);
+    send(imageFrames(1));
+    TavoImage image{};
+    ASSERT_EQ(stream.wait(image), IMAGE_PATH_OK);
+    EXPECT_EQ(stream.bytes(image), pixels(1));
+    EXPECT_TRUE(eventually([&] { return stream.statistics().packets == 2 * (kPayloadPackets + 2U); }));
 }
 
 TEST_P(ImagePath, GivesUpInTimeAndTellsWhatIsMissing) {

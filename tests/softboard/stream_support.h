@@ -32,9 +32,12 @@ inline void put(Bytes& bytes, std::size_t at, const Bytes& what) {
     std::copy(what.begin(), what.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
 }
 
-// One packet of a stream of 16-bit ids as a frame, without UDP checksum as cameras send it.
+// One packet of a stream as a frame, without UDP checksum as cameras send it. Blocks above 16 bits have
+// extended ids.
 inline Bytes streamFrame(gvsp::Format format, std::uint64_t block, std::uint32_t packet, const Bytes& data) {
-    const std::size_t size = net::kUdpPayload + gvsp::kHeader + data.size();
+    const bool extended = block > gvsp::kLastShortBlock;
+    const std::size_t header = extended ? gvsp::kExtendedHeader : gvsp::kHeader;
+    const std::size_t size = net::kUdpPayload + header + data.size();
     Bytes frame(std::max(size, net::kMinFrame));
     put(frame, net::kDestinationMac, kHostMac);
     put(frame, net::kSourceMac, kCameraMac);
@@ -47,11 +50,13 @@ inline Bytes streamFrame(gvsp::Format format, std::uint64_t block, std::uint32_t
     put(frame, net::kDestinationIp, kHostIp);
     put(frame, net::kUdpSourcePort, 0xC000, 2);
     put(frame, net::kUdpDestinationPort, 1520, 2);
-    put(frame, net::kUdpLength, net::kUdpHeader + gvsp::kHeader + data.size(), 2);
-    put(frame, net::kUdpPayload + gvsp::kBlockId, block, 2);
-    frame[net::kUdpPayload + gvsp::kFormat] = static_cast<std::uint8_t>(format);
-    put(frame, net::kUdpPayload + gvsp::kPacketId, packet, 3);
-    put(frame, net::kUdpPayload + gvsp::kHeader, data);
+    put(frame, net::kUdpLength, net::kUdpHeader + header + data.size(), 2);
+    put(frame, net::kUdpPayload + (extended ? gvsp::kExtendedBlockId : gvsp::kBlockId), block,
+        extended ? 8 : 2);
+    put(frame, net::kUdpPayload + (extended ? gvsp::kExtendedPacketId + 1 : gvsp::kPacketId), packet, 3);
+    frame[net::kUdpPayload + gvsp::kFormat] =
+        static_cast<std::uint8_t>(static_cast<int>(format) | (extended ? gvsp::kExtendedIds : 0));
+    put(frame, net::kUdpPayload + header, data);
     return frame;
 }
 
