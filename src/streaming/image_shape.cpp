@@ -6,11 +6,14 @@
 #include "liomol/node_kinds.h"
 
 #include <limits>
+#include <optional>
 
 namespace streaming {
+namespace {
 
-std::optional<std::int64_t> readNumber(const board::Device& device, const char* name) {
-    tavo::GenICamNode* const node = device.getNodeByName(name);
+// Of an Integer or Enumeration feature; nothing without such a feature.
+std::optional<std::int64_t> readNumber(const tavo::NodeTree& tree, const char* name) {
+    tavo::GenICamNode* const node = tree.findNode(name);
     if (node == nullptr) {
         return std::nullopt;
     }
@@ -21,8 +24,11 @@ std::optional<std::int64_t> readNumber(const board::Device& device, const char* 
     return enumeration != nullptr ? std::optional(enumeration->getIntValue()) : std::nullopt;
 }
 
+} // namespace
+
 ImageShape readShape(const board::Device& device) {
-    const std::optional<std::int64_t> payload = readNumber(device, "PayloadSize");
+    const auto tree = device.holdTree(); // somebody may connect the camera again meanwhile
+    const std::optional<std::int64_t> payload = readNumber(*tree, "PayloadSize");
     if (!payload) {
         throw tavo::GicIllegalNodeException();
     }
@@ -30,7 +36,7 @@ ImageShape readShape(const board::Device& device) {
         throw tavo::GicIllegalValueException();
     }
     const auto number = [&](const char* name) {
-        return static_cast<std::uint32_t>(readNumber(device, name).value_or(0));
+        return static_cast<std::uint32_t>(readNumber(*tree, name).value_or(0));
     };
     ImageShape shape;
     shape.payloadSize = static_cast<std::size_t>(*payload);

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 
 namespace streaming {
 
@@ -21,8 +20,5 @@ struct ImageShape {
 // What a camera has no feature for is 0; but "PayloadSize" must be there (tavo::GicIllegalNodeException), and
 // hold a number of bytes (tavo::GicIllegalValueException). Throws what reading features throws.
 ImageShape readShape(const board::Device& device);
-
-// The number that an Integer or Enumeration feature holds; nothing without such a feature.
-std::optional<std::int64_t> readNumber(const board::Device& device, const char* name);
 
 } // namespace streaming

@@ -16,9 +16,9 @@ namespace {
 // The states that "AcquisitionStatus" tells, one at a time. The selector is left as it was found.
 class AcquisitionStates {
 public:
-    explicit AcquisitionStates(const board::Device& device) {
-        tavo::GenICamNode* const selector = device.getNodeByName("AcquisitionStatusSelector");
-        tavo::GenICamNode* const state = device.getNodeByName("AcquisitionStatus");
+    explicit AcquisitionStates(const tavo::NodeTree& tree) {
+        tavo::GenICamNode* const selector = tree.findNode("AcquisitionStatusSelector");
+        tavo::GenICamNode* const state = tree.findNode("AcquisitionStatus");
         m_selector = selector != nullptr ? selector->asEnumeration() : nullptr;
         m_state = state != nullptr ? state->asBoolean() : nullptr;
         if (isKnown()) {
@@ -55,18 +55,18 @@ private:
     std::int64_t m_before = 0;
 };
 
-std::string textOf(const board::Device& device, const char* name) {
-    tavo::GenICamNode* const node = device.getNodeByName(name);
+std::string textOf(const tavo::NodeTree& tree, const char* name) {
+    tavo::GenICamNode* const node = tree.findNode(name);
     auto* const enumeration = node != nullptr ? node->asEnumeration() : nullptr;
     return enumeration != nullptr ? enumeration->getStringValue() : std::string();
 }
 
 std::string findAcquisitionTrouble(const board::Device& device) {
-    const AcquisitionStates states(device);
+    const auto tree = device.holdTree();
+    const AcquisitionStates states(*tree);
     if (!states.isKnown()) {
-        return textOf(device, "TriggerMode") == "On"
-                   ? "The camera is set to wait for a trigger (TriggerMode)."
-                   : "";
+        return textOf(*tree, "TriggerMode") == "On" ? "The camera is set to wait for a trigger (TriggerMode)."
+                                                    : "";
     }
     if (states.of("FrameTriggerWait").value_or(false)) {
         return "The camera waits for a trigger before each frame.";

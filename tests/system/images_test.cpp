@@ -432,4 +432,39 @@ TEST(Images, ManyThreadsShareAStream) {
     }
 }
 
+TEST(Images, StreamsOpenWhileConnectionsComeAndGo) {
+    OneCamera one;
+    std::atomic<bool> done{false};
+    std::atomic<int> opened{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&] {
+            GbeImage image{};
+            while (!done) {
+                GbeStream* stream = nullptr;
+                if (Gbe_openStream(one.camera, nullptr, &stream) == 0) {
+                    ++opened;
+                    Gbe_startAcquisition(one.camera);
+                    Gbe_waitImage(stream, 20, &image);
+                    EXPECT_EQ(Gbe_closeStream(stream), 0);
+                }
+                EXPECT_EQ(
+                    Gbe_closeStream(stream),
+                    stream != nullptr ? GBE_ERROR_STREAM_CLOSED : GBE_ERROR_ILLEGAL_PARAMETER);
+            }
+        });
+    }
+    for (int round = 0; round < 10; ++round) {
+        const int before = opened;
+        EXPECT_TRUE(eventually([&] { return opened > before; }));
+        EXPECT_EQ(Gbe_disconnectCamera(one.camera), 0);
+        EXPECT_EQ(Gbe_connectCamera(one.camera), 0);
+    }
+    done = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(Gbe_closeStream(openStream(one.camera)), 0);
+}
+
 } // namespace
