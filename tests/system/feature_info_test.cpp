@@ -81,6 +81,10 @@ TEST_F(FeatureInfoTest, TellsWhatAFeatureIsAndWhatMayBeDoneNow) {
         EXPECT_EQ(Gbe_getFeatureText(camera, row.name, GBE_TEXT_UNIT, &unit), 0);
         EXPECT_STREQ(unit, row.unit);
     }
+    ASSERT_EQ(Gbe_enableChecks(camera, 1), 0);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", 640), GBE_ERROR_LOCKED);
+    EXPECT_EQ(Gbe_unlockTLParams(camera), 0);
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", 320), 0);
     const char* text = nullptr;
     EXPECT_EQ(Gbe_getFeatureText(camera, "Width", GBE_TEXT_TOOL_TIP, &text), 0);
     EXPECT_STREQ(text, "Width of the image");

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <map>
+#include <set>
 
 namespace {
 
@@ -108,20 +108,6 @@ TEST_F(MainJobTest, StartsAndStopsTheAcquisition) {
     EXPECT_FALSE(station->report().acquiring);
 }
 
-TEST_F(MainJobTest, LocksWhatAnAcquisitionMustNotFindChanged) {
-    long long locked = 0;
-    ASSERT_EQ(Gbe_enableChecks(camera, 1), 0);
-    EXPECT_EQ(Gbe_lockTLParams(camera), 0);
-    EXPECT_EQ(Gbe_getIntegerValue(camera, "TLParamsLocked", &locked), 0);
-    EXPECT_EQ(locked, 1);
-    EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", 640), GBE_ERROR_LOCKED);
-    EXPECT_EQ(Gbe_enableChecks(camera, 0), 0);
-    EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", 640), 0);
-    EXPECT_EQ(Gbe_enableChecks(camera, 1), 0);
-    EXPECT_EQ(Gbe_unlockTLParams(camera), 0);
-    EXPECT_EQ(Gbe_setIntegerValue(camera, "Width", 320), 0);
-}
-
 TEST_F(MainJobTest, GivesTheDescriptionAsItIs) {
     unsigned size = 0;
     ASSERT_EQ(Gbe_getGenICamXML(camera, nullptr, &size), 0);
@@ -139,19 +125,17 @@ TEST_F(MainJobTest, ListsFeaturesInOrderWithTheirKinds) {
     const int count = Gbe_getFeatureCount(camera);
     ASSERT_GT(count, 150);
     std::vector<std::string> names;
-    std::map<int, int> kinds;
+    std::set<int> kinds;
     for (int index = 0; index < count; ++index) {
         const char* name = nullptr;
         int kind = -1;
         ASSERT_EQ(Gbe_getFeatureName(camera, static_cast<unsigned>(index), &name), 0);
         ASSERT_EQ(Gbe_getFeatureKind(camera, name, &kind), 0);
         names.emplace_back(name);
-        ++kinds[kind];
+        kinds.insert(kind);
     }
     EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));
-    for (int kind = GBE_KIND_INTEGER; kind <= GBE_KIND_REGISTER; ++kind) {
-        EXPECT_GT(kinds[kind], 0) << kind;
-    }
+    EXPECT_EQ(kinds.size(), GBE_KIND_REGISTER - GBE_KIND_INTEGER + 1U) << "one of each at least";
     const char* none = nullptr;
     int kind = -1;
     EXPECT_EQ(Gbe_getFeatureName(camera, static_cast<unsigned>(count), &none), GBE_ERROR_ILLEGAL_PARAMETER);
