@@ -64,6 +64,15 @@ TEST(SimcamGvcp, StatusOfEachMistake) {
     }
 }
 
+TEST(SimcamGvcp, ACommandHasWhatItAnnounces) {
+    Bytes message = Bench::message(0x80, 1, be32(kWidth));
+    for (const std::uint8_t length : {0, 8}) {
+        Bench bench;
+        message[5] = length;
+        EXPECT_EQ(ackOf(bench.exchange(bench.frame(bench.host, message)).at(0)).status, kInvalidHeader);
+    }
+}
+
 TEST(SimcamGvcp, SaysNothingToWhatIsNoCommandForIt) {
     const Bytes command = Bench::message(0x80, 1, be32(kWidth));
     const struct {

@@ -95,10 +95,12 @@ TEST_F(Links, ComeUpAfterResetLinesResetSequenceAndNegotiation) {
     board.send(2, numbered(60));
     EXPECT_EQ(state(2).framesSent, 1U);
 
-    mdio.write(2, 0, 0x1940);
-    EXPECT_FALSE(state(2).linkUp) << "powered down";
-    mdio.write(2, 0, 0x1140);
-    EXPECT_TRUE(mdio.awaitLink(2)) << "powered up again";
+    for (const unsigned control : {0x1940U, 0x1540U}) {
+        mdio.write(2, 0, control);
+        EXPECT_FALSE(state(2).linkUp) << "powered down, isolated";
+        mdio.write(2, 0, 0x1140);
+        EXPECT_TRUE(mdio.awaitLink(2)) << "and as before";
+    }
     board.write("GigE_Reset", 11);
     EXPECT_FALSE(state(2).linkUp) << "its reset line";
     board.write("GigE_Reset", 15);
