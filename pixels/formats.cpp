@@ -28,55 +28,57 @@ template<unsigned Pixels, unsigned Bytes, unsigned Bits, unsigned PlaneCount = 1
 };
 
 struct Byte : Group<1, 1, 8> {
-    static unsigned value(const std::uint8_t* in, unsigned, unsigned) { return *in; }
+    static unsigned value(const std::uint8_t* in, std::size_t, std::size_t) { return *in; }
 };
 // -128 becomes black.
 struct SignedByte : Group<1, 1, 8> {
-    static unsigned value(const std::uint8_t* in, unsigned, unsigned) { return *in ^ 0x80U; }
+    static unsigned value(const std::uint8_t* in, std::size_t, std::size_t) { return *in ^ 0x80U; }
 };
 template<unsigned Bits> struct Word : Group<1, 2, Bits> {
-    static unsigned value(const std::uint8_t* in, unsigned, unsigned) { return lowBits<Bits>(word(in)); }
+    static unsigned value(const std::uint8_t* in, std::size_t, std::size_t) {
+        return lowBits<Bits>(word(in));
+    }
 };
 
 // GigE Vision's packings: the upper 8 bits of two pixels, and between them a byte with what is left of the
 // first in its lower, of the second in its upper half.
 template<unsigned Bits> struct Packed : Group<2, 3, Bits> {
-    static unsigned value(const std::uint8_t* in, unsigned pixel, unsigned) {
+    static unsigned value(const std::uint8_t* in, std::size_t pixel, std::size_t) {
         return static_cast<unsigned>(in[2 * pixel]) << (Bits - 8) | lowBits<Bits - 8>(in[1] >> (4 * pixel));
     }
 };
 // The naming convention's "p": bits without gaps, lowest first.
 struct TenP : Group<4, 5, 10> {
-    static unsigned value(const std::uint8_t* in, unsigned pixel, unsigned) {
+    static unsigned value(const std::uint8_t* in, std::size_t pixel, std::size_t) {
         return lowBits<10>(word(in + pixel) >> (2 * pixel));
     }
 };
 struct TwelveP : Group<2, 3, 12> {
-    static unsigned value(const std::uint8_t* in, unsigned pixel, unsigned) {
+    static unsigned value(const std::uint8_t* in, std::size_t pixel, std::size_t) {
         return lowBits<12>(word(in + pixel) >> (4 * pixel));
     }
 };
 
 // Red, green and blue are the samples at these places of a pixel.
-template<unsigned Red, unsigned Blue, unsigned Samples = 3> struct Bytes3 : Group<1, Samples, 8, 3> {
-    static unsigned value(const std::uint8_t* in, unsigned, unsigned plane) {
+template<std::size_t Red, std::size_t Blue, unsigned Samples = 3> struct Bytes3 : Group<1, Samples, 8, 3> {
+    static unsigned value(const std::uint8_t* in, std::size_t, std::size_t plane) {
         return in[plane == 0 ? Red : plane == 1 ? 1 : Blue];
     }
 };
-template<unsigned Red, unsigned Blue, unsigned Bits> struct Words3 : Group<1, 6, Bits, 3> {
-    static unsigned value(const std::uint8_t* in, unsigned, unsigned plane) {
+template<std::size_t Red, std::size_t Blue, unsigned Bits> struct Words3 : Group<1, 6, Bits, 3> {
+    static unsigned value(const std::uint8_t* in, std::size_t, std::size_t plane) {
         return lowBits<Bits>(word(in + 2 * (plane == 0 ? Red : plane == 1 ? 1 : Blue)));
     }
 };
 // The lower 2 bits of red, green and blue in the first byte, then the upper 8 of each.
 struct TensV1 : Group<1, 4, 10, 3> {
-    static unsigned value(const std::uint8_t* in, unsigned, unsigned plane) {
+    static unsigned value(const std::uint8_t* in, std::size_t, std::size_t plane) {
         return static_cast<unsigned>(in[1 + plane]) << 2 | lowBits<2>(in[0] >> (2 * plane));
     }
 };
 // Red in the lowest bits of 32, then green and blue.
 struct TensV2 : Group<1, 4, 10, 3> {
-    static unsigned value(const std::uint8_t* in, unsigned, unsigned plane) {
+    static unsigned value(const std::uint8_t* in, std::size_t, std::size_t plane) {
         return lowBits<10>(word(in + plane) >> (2 * plane));
     }
 };
@@ -86,22 +88,22 @@ template<unsigned Pixels, unsigned Bytes> struct Yuv : Group<Pixels, Bytes, 8, 3
     static constexpr bool kYuv = true;
 };
 struct Yuv411 : Yuv<4, 6> { // U Y Y V Y Y
-    static unsigned value(const std::uint8_t* in, unsigned pixel, unsigned plane) {
+    static unsigned value(const std::uint8_t* in, std::size_t pixel, std::size_t plane) {
         return in[plane == 0 ? 1 + pixel + pixel / 2 : plane == 1 ? 0 : 3];
     }
 };
 struct Yuv422 : Yuv<2, 4> { // U Y V Y
-    static unsigned value(const std::uint8_t* in, unsigned pixel, unsigned plane) {
+    static unsigned value(const std::uint8_t* in, std::size_t pixel, std::size_t plane) {
         return in[plane == 0 ? 1 + 2 * pixel : plane == 1 ? 0 : 2];
     }
 };
 struct Yuyv : Yuv<2, 4> { // Y U Y V
-    static unsigned value(const std::uint8_t* in, unsigned pixel, unsigned plane) {
+    static unsigned value(const std::uint8_t* in, std::size_t pixel, std::size_t plane) {
         return in[plane == 0 ? 2 * pixel : plane == 1 ? 1 : 3];
     }
 };
 struct Yuv444 : Yuv<1, 3> { // U Y V
-    static unsigned value(const std::uint8_t* in, unsigned, unsigned plane) {
+    static unsigned value(const std::uint8_t* in, std::size_t, std::size_t plane) {
         return in[plane == 0 ? 1 : plane == 1 ? 0 : 2];
     }
 };

@@ -82,7 +82,9 @@ QJsonValue ChunkFeatures::valueOf(const Feature& feature, const std::uint8_t* by
         const auto* text = reinterpret_cast<const char*>(bytes);
         return QString::fromUtf8(text, static_cast<int>(strnlen(text, feature.length)));
     }
-    std::uint64_t value = 0;
+    const std::uint8_t highest = bytes[feature.bigEndian ? 0 : feature.length - 1];
+    std::uint64_t value =
+        feature.isSigned && highest >= 0x80 ? ~std::uint64_t{0} : 0; // bits above it are its sign
     for (std::size_t i = 0; i < feature.length; ++i) {
         value = value << 8 | bytes[feature.bigEndian ? i : feature.length - 1 - i];
     }
@@ -91,9 +93,7 @@ QJsonValue ChunkFeatures::valueOf(const Feature& feature, const std::uint8_t* by
                    ? static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(value)))
                    : std::bit_cast<double>(value);
     }
-    const auto unused = static_cast<unsigned>(64 - 8 * feature.length);
-    const auto extended = static_cast<std::int64_t>(value << unused) >> unused;
-    return static_cast<qint64>(feature.isSigned ? extended : static_cast<std::int64_t>(value));
+    return static_cast<qint64>(value);
 }
 
 QJsonObject ChunkFeatures::of(const GbeImage& image) const {

@@ -29,10 +29,6 @@ struct Rates {
     double megabytes = 0;
 };
 
-std::uint64_t framesOf(const GbeStreamStatistics& now) {
-    return now.complete + now.incomplete;
-}
-
 // Images that did not come whole.
 std::uint64_t lostOf(const GbeStreamStatistics& now) {
     return now.incomplete + now.lostImages;
@@ -46,7 +42,7 @@ Rates ratesOf(
     const GbeStreamStatistics& from, const GbeStreamStatistics& to, Clock::duration time, double seconds) {
     const double interval = std::max(std::chrono::duration<double>(time).count(), 1e-3);
     return {
-        seconds, static_cast<double>(framesOf(to) - framesOf(from)) / interval,
+        seconds, static_cast<double>(to.complete - from.complete) / interval,
         static_cast<double>(to.bytes - from.bytes) / kMegabyte / interval};
 }
 
@@ -168,7 +164,7 @@ void Watch::conclude() {
     const Rates rates = ratesOf({}, statistics, Clock::now() - m_begin, elapsed());
     if (m_terminal) {
         std::printf(
-            "\r%" PRIu64 " frames in %.1f s: %s\x1b[K\n", framesOf(statistics), rates.seconds,
+            "\r%" PRIu64 " frames in %.1f s: %s\x1b[K\n", statistics.complete, rates.seconds,
             lineOf(statistics, rates).c_str());
     } else {
         QJsonObject whole = objectOf(statistics, rates);
