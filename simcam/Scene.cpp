@@ -120,28 +120,31 @@ Scene::Scene(const SceneWish& wish) {
         m_bytes = std::make_shared<const Bytes>();
         return;
     }
-    const std::size_t line = layout->bytes(std::size_t{wish.width} * layout->samples);
-    m_size = line * wish.height;
+    const std::size_t samples = std::size_t{wish.width} * layout->samples; // of a line
+    m_size = layout->bytes(samples) * wish.height;
     if (wish.pattern == TestPattern::Encoded) {
         m_step = layout->bytes(kEncodedStep);
         m_phases = kEncodedBlocks;
         const std::size_t more = kEncodedStep * (kEncodedBlocks - 1);
-        m_bytes = std::make_shared<const Bytes>(
-            encode(*layout, std::size_t{wish.width} * wish.height * layout->samples + more));
-        return;
+        m_bytes = std::make_shared<const Bytes>(encode(*layout, samples * wish.height + more));
+    } else {
+        paint(wish, *layout);
     }
+}
+
+void Scene::paint(const SceneWish& wish, const PixelLayout& layout) {
     const PatternFact& fact = kPatterns[static_cast<std::size_t>(wish.pattern)];
     std::uint32_t lines = wish.height;
     if (fact.motion == Motion::Lines) {
         m_phases = (fact.period == 0 ? wish.height : fact.period) / kLineStep;
-        m_step = line * kLineStep;
+        m_step = m_size / wish.height * kLineStep;
         lines += static_cast<std::uint32_t>(m_phases - 1) * kLineStep;
     } else if (fact.motion == Motion::Pixels) {
         m_phases = wish.width / kPixelStep;
-        m_step = layout->bytes(std::size_t{kPixelStep} * layout->samples);
+        m_step = layout.bytes(std::size_t{kPixelStep} * layout.samples);
         ++lines;
     }
-    m_bytes = std::make_shared<const Bytes>(paintLines(wish, *layout, fact.paint, lines));
+    m_bytes = std::make_shared<const Bytes>(paintLines(wish, layout, fact.paint, lines));
 }
 
 Picture Scene::picture(std::uint64_t block) const {

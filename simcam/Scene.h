@@ -6,6 +6,8 @@
 
 namespace simcam {
 
+struct PixelLayout;
+
 // Values of the register TestPattern.
 enum class TestPattern : std::uint8_t {
     Off, // what the sensor sees: a ramp that moves, in colours where the format has them
@@ -42,6 +44,8 @@ public:
     Picture picture(std::uint64_t block) const;
 
 private:
+    void paint(const SceneWish& wish, const PixelLayout& layout);
+
     SharedBytes m_bytes;
     std::size_t m_size = 0;     // of a picture
     std::size_t m_step = 0;     // from one block to the next

@@ -3,9 +3,11 @@
 #include "harness.h"
 
 #include "simcam/Block.h"
+#include "simcam/Scene.h"
 #include "support/golden.h"
 #include "system/dissector.h"
 
+#include <algorithm>
 #include <fstream>
 #include <numeric>
 
@@ -109,6 +111,41 @@ TEST(SimcamStream, IsSoundToAnIndependentDissector) {
                  "-e gvsp.payloadlength -e gvsp.chunkdatapayloadlengthhex -e gvsp.chunklayoutidhex"),
         "0x0001\t32\t\t\t\n0x4001\t32\t\t0x00000838\t0x0000000f\n0x0004\t\t2104\t\t\n0x0001\t32\t\t\t\n"
         "0x4001\t32\t\t0x00000838\t0x0000000f\n");
+}
+
+// Of each pattern in RGB8: the first and the last pixel of the first line and of the last, and whether it
+// moves.
+TEST(SimcamScene, PatternsAreWhatTheyAreCalled) {
+    const struct {
+        simcam::TestPattern pattern;
+        std::uint8_t corners[4];
+        bool moves;
+    } rows[] = {
+        {simcam::TestPattern::GreyHorizontalRamp, {0, 255, 0, 255}, false},
+        {simcam::TestPattern::GreyVerticalRamp, {0, 0, 255, 255}, false},
+        {simcam::TestPattern::GreyHorizontalRampMoving, {0, 255, 0, 255}, true},
+        {simcam::TestPattern::HorizontalLineMoving, {32, 32, 255, 255}, true},
+        {simcam::TestPattern::VerticalLineMoving, {255, 32, 255, 32}, true},
+        {simcam::TestPattern::ColorBar, {255, 0, 255, 0}, false},
+        {simcam::TestPattern::Off, {0, 191, 187, 135}, true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(static_cast<int>(row.pattern));
+        const simcam::Scene scene({row.pattern, 0x02180014, 96, 94});
+        const Bytes first(scene.picture(0).bytes.begin(), scene.picture(0).bytes.end());
+        ASSERT_EQ(first.size(), 96U * 94 * 3);
+        const std::size_t places[] = {0, 95, 93 * 96, 94 * 96 - 1};
+        for (std::size_t i = 0; i < 4; ++i) {
+            EXPECT_EQ(first[places[i] * 3], row.corners[i]) << i;
+        }
+        EXPECT_EQ(!std::ranges::equal(first, scene.picture(1).bytes), row.moves);
+        for (std::uint64_t block = 2; block < 300; ++block) { // all phases lie within what was rendered
+            const auto bytes = scene.picture(block).bytes;
+            ASSERT_EQ(bytes.size(), first.size());
+            ASSERT_LE(
+                bytes.data() + bytes.size(), scene.picture(0).owner->data() + scene.picture(0).owner->size());
+        }
+    }
 }
 
 } // namespace

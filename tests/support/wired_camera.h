@@ -23,7 +23,9 @@ public:
         if (!camera) {
             throw std::runtime_error(error);
         }
-        camera->plug([this](const std::uint8_t* frame, std::size_t size) { m_socket->send(frame, size); });
+        camera->plug(
+            [this](const std::uint8_t* frame, std::size_t size) { m_socket->send(frame, size); },
+            [this](const std::vector<simcam::PacketBatch::Parts>& frames) { m_socket->sendMany(frames); });
         m_reader = std::thread([this] {
             while (!m_stop) {
                 const auto frame = m_socket->receive(netif::Clock::now() + std::chrono::seconds(60));
