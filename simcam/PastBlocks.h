@@ -29,6 +29,7 @@ public:
     void keep(std::shared_ptr<const Block> block);
     // Forgets blocks and requests.
     void clear();
+    void forgetRequests() { m_requests.clear(); }
     // Takes a request; one that finds kResendRequests before it is lost.
     void ask(const ResendRequest& request, const UnderWay& current);
     bool asked() const { return !m_requests.empty(); }

@@ -214,6 +214,7 @@ void StreamModel::next(Time now, PacketBatch& out) {
 void StreamModel::pass(Time now) {
     m_looked = now;
     m_parts.bootstrap.takeTestPacket();
+    m_past.forgetRequests();
     m_current.reset();
     if (m_parts.acquisition != nullptr) {
         m_parts.acquisition->refresh(now);

@@ -39,7 +39,7 @@ public:
 
     // Adds the packets whose time has come, until the batch is full.
     void next(Time now, PacketBatch& out);
-    // What would be sent by now is not: nobody can be reached.
+    // What would be sent by now, or is asked for, is not: nobody can be reached.
     void pass(Time now);
     // When next() has something to do, if nothing happens before.
     std::optional<Time> deadline() const;

@@ -235,6 +235,21 @@ TEST(SimcamStream, FallsBehindWithinLimitsAndBlockIdsGoOn) {
     EXPECT_EQ(images.size(), 65000U);
 }
 
+// Its thread would never sleep over what it cannot answer.
+TEST(SimcamStream, ASilentCameraForgetsWhatIsAskedOfIt) {
+    Bench bench;
+    bench.takeControl();
+    run(bench.registers(), "open",
+        kOpen +
+            std::string("Width=64; Height=128; StreamPacketSize=220; FrameRate=25; AcquisitionStart=1; +60"));
+    const Bytes wanted = be16(0) + be16(1) + be32(0) + be32(40);
+    const auto now = packetsOf(bench.exchange(bench.frame(bench.host, Bench::message(0x40, 900, wanted, 0))));
+    EXPECT_EQ(now.size(), 32U) << "beside new packets, the rest later";
+    bench.camera->silence(bench.now + milliseconds(1000));
+    EXPECT_TRUE(bench.due().empty());
+    EXPECT_GT(bench.camera->deadline(), bench.now);
+}
+
 TEST(SimcamStream, AsksForTheReceiversAddress) {
     Bench bench;
     bench.takeControl();
