@@ -12,6 +12,7 @@
 #include "pixels/pixels.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace gbe {
@@ -131,6 +132,9 @@ private:
 
 unsigned Grab::run(const Selection& selection) {
     const FeatureValues values = parseSettings(m_request.settings);
+    if (!std::isfinite(m_request.seconds)) {
+        throw Failure("--timeout: is no time");
+    }
     GbeStreamOptions options;
     Gbe_initStreamOptions(&options);
     options.packetSize = parsePacketSize(m_request.packetSize);
