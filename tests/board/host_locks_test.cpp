@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern "C" QLdevice TavoInitAllHWEx(int) {
+extern "C" __attribute__((visibility("default"))) QLdevice TavoInitAllHWEx(int) {
     return nullptr;
 }
 
