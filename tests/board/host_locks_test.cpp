@@ -60,7 +60,8 @@ private:
                 const PhySequence sequence(0);
                 static_cast<void>(answer(sequence ? 1 : 0) && hear(what) && answer(1));
             } else {
-                answer(PortClaim(0, what) ? 1 : 0);
+                const bool had = static_cast<bool>(PortClaim(0, what)); // given back before the answer
+                answer(had ? 1 : 0);
             }
         }
         _exit(0);
