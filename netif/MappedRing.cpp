@@ -18,16 +18,6 @@ constexpr std::size_t kBlock = std::size_t{128} << 10;
 // In front of a frame's bytes: the kernel's header, an address, and its own alignment (packet_mmap).
 constexpr std::size_t kBeforeFrame = TPACKET_ALIGN(TPACKET2_HDRLEN + 16);
 
-// The processor that put frames in has their headers in its cache: they are asked for so many slots before
-// they are read. Asking for memory behind the ring does nothing.
-constexpr std::size_t kAhead = 4;
-constexpr std::size_t kCacheLine = 64;
-
-void prefetch(const std::uint8_t* slot) {
-    __builtin_prefetch(slot, 1); // it is written to when it is given back
-    __builtin_prefetch(slot + kCacheLine);
-}
-
 bool request(int socket, std::size_t blocks, std::size_t block, std::size_t slot) {
     tpacket_req ring{};
     ring.tp_block_size = static_cast<unsigned>(block);
@@ -88,7 +78,6 @@ tpacket2_hdr* MappedRing::next() {
     if ((status & TP_STATUS_USER) == 0) {
         return nullptr;
     }
-    prefetch(reinterpret_cast<const std::uint8_t*>(header) + kAhead * m_slotSize);
     if (++m_slot == m_slotsOfBlock) {
         m_slot = 0;
         m_block += m_blockSize;

@@ -77,45 +77,34 @@ void PacketRing::close() {
     m_bellSocket->setFilter(kNothing);
     m_ring.drop();
     m_bell.drop();
-    m_taken = 0;
+    m_taken = nullptr;
 }
 
 bool PacketRing::makeRing(int mtu) {
+    m_taken = nullptr;
     return m_ring.make(m_socket->file(), frameOf(mtu), m_bytes);
 }
 
-std::span<const PacketRing::Frame> PacketRing::take() {
-    std::size_t count = takeSlots();
-    while (count == 0 && m_taken > 0) { // nothing but frames that are passed over
-        release();
-        count = takeSlots();
-    }
-    m_received.fetch_add(count, std::memory_order_relaxed);
-    return std::span(m_frames).first(count);
-}
-
-std::size_t PacketRing::takeSlots() {
-    std::size_t count = 0;
-    for (m_taken = 0; m_taken < kMostTaken; ++m_taken) {
-        tpacket2_hdr* const header = m_ring.next();
-        if (header == nullptr) {
+const PacketRing::Frame* PacketRing::next() {
+    for (;;) {
+        if (m_taken != nullptr) {
+            MappedRing::giveBack(m_taken);
+        }
+        m_taken = m_ring.next();
+        if (m_taken == nullptr) {
+            return nullptr;
+        }
+        if (m_taken->tp_snaplen < m_taken->tp_len) {
+            m_overrun.fetch_add(1, std::memory_order_relaxed);
+        } else if (!isForeign(*m_taken)) {
             break;
         }
-        m_slots[m_taken] = header;
-        if (header->tp_snaplen < header->tp_len) {
-            m_overrun.fetch_add(1, std::memory_order_relaxed);
-        } else if (!isForeign(*header)) {
-            m_frames[count++] = {
-                reinterpret_cast<std::uint8_t*>(header) + header->tp_mac, header->tp_snaplen,
-                checksumOf(header->tp_status)};
-        }
     }
-    return count;
-}
-
-void PacketRing::release() {
-    std::for_each_n(m_slots.begin(), m_taken, MappedRing::giveBack);
-    m_taken = 0;
+    m_received.fetch_add(1, std::memory_order_relaxed);
+    m_frame = {
+        reinterpret_cast<std::uint8_t*>(m_taken) + m_taken->tp_mac, m_taken->tp_snaplen,
+        checksumOf(m_taken->tp_status)};
+    return &m_frame;
 }
 
 bool PacketRing::wait(Until until, Clock::time_point deadline) {

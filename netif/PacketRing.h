@@ -6,12 +6,10 @@
 #include "netif/PacketSocket.h"
 #include "netif/Sleeper.h"
 
-#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <string>
 
 namespace netif {
@@ -23,15 +21,13 @@ namespace netif {
 // A reader that is woken for each frame works for little else. So it may wait for a bell: a second filter
 // says which frames ring it, say the last ones of images. By the time it rings what came before is here.
 //
-// One thread opens, takes, releases, waits, looks and closes; everything else may come from any thread at any
+// One thread at a time opens, takes, waits, looks and closes; everything else may come from any thread at any
 // time.
 class PacketRing {
 public:
     // A quarter of a second of a Gbit/s, 25 ms of 10 Gbit/s: longer than a busy machine keeps a thread from
     // running.
     static constexpr std::size_t kDefaultBytes = std::size_t{32} << 20;
-
-    static constexpr std::size_t kMostTaken = 64; // frames at a time
 
     struct Options {
         Filter filter;
@@ -58,9 +54,9 @@ public:
     // Gives the memory back. Nobody else uses the ring meanwhile.
     void close();
 
-    // Frames that are here, kMostTaken at most; none when there are none. They stay until release().
-    std::span<const Frame> take();
-    void release();
+    // The next frame that is here; null when there is none. It stays until the next call: one frame after the
+    // other is what the processor reads ahead best.
+    const Frame* next();
 
     enum class Until { Frame, Bell };
     // Until there is one, interrupt() is called or was called since the last wait, or `deadline`. False when
@@ -79,7 +75,6 @@ private:
 
     PacketRing(Socket socket, Socket bell);
     bool makeRing(int mtu);
-    std::size_t takeSlots();
 
     const Socket m_socket;
     const Socket m_bellSocket;
@@ -91,9 +86,8 @@ private:
     // Of the thread that takes.
     MappedRing m_ring;
     MappedRing m_bell;
-    std::array<Frame, kMostTaken> m_frames;
-    std::array<tpacket2_hdr*, kMostTaken> m_slots; // to be given back
-    std::size_t m_taken = 0;                       // of them
+    Frame m_frame;
+    tpacket2_hdr* m_taken = nullptr; // its slot
 };
 
 } // namespace netif

@@ -89,15 +89,8 @@ void ImageStream::keepBy(std::unique_ptr<Keeper> keeper) {
     m_keeper->start();
 }
 
-void ImageStream::take(std::span<const Packet> packets, From from) {
-    std::unique_lock lock(m_mutex);
-    if (m_ended) {
-        return;
-    }
-    const gvsp::Time time = now();
-    for (const Packet& packet : packets) {
-        m_receiver.packet(packet, time);
-    }
+// Gives the lock back.
+void ImageStream::taken(std::unique_lock<std::mutex>& lock, From from) {
     bool hurry = false;
     if (from == From::Other) {
         const auto deadline = m_receiver.deadline();

@@ -70,8 +70,19 @@ public:
 
     const StreamAddress& address() const { return m_address; }
 
-    // Packets that arrived together, in their order; who brings them: a keeper will tend anyway.
-    void take(std::span<const Packet> packets, From from);
+    // Packets that arrived together, in their order: `next` gives one after the other, then nothing; it is
+    // called with the lock held. Who brings them: a keeper will tend anyway.
+    template<class Next> void take(Next&& next, From from) {
+        std::unique_lock lock(m_mutex);
+        if (m_ended) {
+            return;
+        }
+        const gvsp::Time now = Clock::now().time_since_epoch();
+        for (std::optional<Packet> packet = next(); packet; packet = next()) {
+            m_receiver.packet(*packet, now);
+        }
+        taken(lock, from);
+    }
     // Time has passed: what is due is done.
     Tended tend();
 
@@ -96,6 +107,7 @@ private:
     };
     using Requests = std::array<Request, 16>;
 
+    void taken(std::unique_lock<std::mutex>& lock, From from);
     void finish(std::unique_lock<std::mutex>& lock);
     std::size_t takeRequests(Requests& requests);
     void ask(std::span<const Request> requests) const;

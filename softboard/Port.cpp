@@ -1,6 +1,5 @@
 #include "softboard/Port.h"
 
-#include "softboard/RingReader.h"
 #include "softboard/StreamTimer.h"
 #include "softboard/hw_results.h"
 
@@ -9,8 +8,8 @@
 #include "protocol/net.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
+#include <utility>
 
 namespace softboard {
 
@@ -230,11 +229,12 @@ bool Port::toStream(const std::uint8_t* frame, std::size_t size) {
         return false;
     }
     const auto open = stream();
-    const auto packet = open ? streamPacket(open->address(), frame, size, false) : std::nullopt;
-    if (packet) {
-        open->take(std::span(&*packet, 1), ImageStream::From::Other);
+    auto packet = open ? streamPacket(open->address(), frame, size, false) : std::nullopt;
+    if (!packet) {
+        return false;
     }
-    return packet.has_value();
+    open->take([&packet] { return std::exchange(packet, std::nullopt); }, ImageStream::From::Other);
+    return true;
 }
 
 std::shared_ptr<ImageStream> Port::stream() const {
@@ -275,37 +275,37 @@ Port::makeKeeper(ImageStream& stream, const netif::Mac& mac, int& error) {
     auto ring = m_wire.openRing(mac, {address.camera, address.udpPort}, error);
     if (ring) {
         return std::make_unique<RingReader>(
-            stream, std::move(ring),
-            [this, &stream](RingReader::Frames frames) { takeFromRing(stream, frames); });
+            stream, std::move(ring), [this, &stream](RingReader& reader) { takeFromRing(stream, reader); });
     }
     return error == 0 ? std::make_unique<StreamTimer>(stream) : nullptr;
 }
 
-void Port::takeFromRing(ImageStream& stream, RingReader::Frames frames) {
+void Port::takeFromRing(ImageStream& stream, RingReader& reader) {
     if (!m_wire.isSound() || m_recording.load(std::memory_order_acquire)) {
-        for (const netif::PacketRing::Frame& frame : frames) {
-            if (frame.checksum == netif::PacketRing::Checksum::Open) {
-                netif::fillTransportChecksum(frame.data, frame.size);
+        while (const netif::PacketRing::Frame* frame = reader.next()) {
+            if (frame->checksum == netif::PacketRing::Checksum::Open) {
+                netif::fillTransportChecksum(frame->data, frame->size);
             }
-            m_wire.arrive(frame.data, frame.size);
+            m_wire.arrive(frame->data, frame->size);
         }
         return;
     }
-    if (!m_phy.negotiated() || !m_lines.receive) {
-        m_ignored.fetch_add(frames.size(), std::memory_order_relaxed);
-        return;
-    }
-    std::array<ImageStream::Packet, netif::PacketRing::kMostTaken> packets;
-    std::size_t count = 0;
-    for (const netif::PacketRing::Frame& frame : frames) {
-        const bool verified = frame.checksum != netif::PacketRing::Checksum::Unknown;
-        if (const auto packet = streamPacket(stream.address(), frame.data, frame.size, verified)) {
-            packets[count++] = *packet;
+    std::uint64_t frames = 0;
+    const bool wanted = m_phy.negotiated() && m_lines.receive;
+    const auto nextPacket = [&]() -> std::optional<ImageStream::Packet> {
+        std::optional<ImageStream::Packet> packet;
+        for (const netif::PacketRing::Frame* frame = reader.next(); !packet && frame != nullptr;) {
+            ++frames;
+            const bool verified = frame->checksum != netif::PacketRing::Checksum::Unknown;
+            packet =
+                wanted ? streamPacket(stream.address(), frame->data, frame->size, verified) : std::nullopt;
+            frame = packet ? frame : reader.next();
         }
-    }
-    m_received.fetch_add(frames.size(), std::memory_order_relaxed);
-    m_toImagePath.fetch_add(frames.size(), std::memory_order_relaxed);
-    stream.take(std::span(packets).first(count), ImageStream::From::Keeper);
+        return packet;
+    };
+    stream.take(nextPacket, ImageStream::From::Keeper);
+    (wanted ? m_received : m_ignored).fetch_add(frames, std::memory_order_relaxed);
+    m_toImagePath.fetch_add(wanted ? frames : 0, std::memory_order_relaxed);
 }
 
 void Port::closeStream(const std::shared_ptr<ImageStream>& stream) {

@@ -7,6 +7,7 @@
 #include "softboard/Hub.h"
 #include "softboard/ImageStream.h"
 #include "softboard/Phy.h"
+#include "softboard/RingReader.h"
 #include "softboard/registers.h"
 #include "softboard/softboard.h"
 
@@ -17,7 +18,6 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <span>
 #include <string>
 
 namespace softboard {
@@ -90,7 +90,7 @@ private:
     bool forImagePath(const std::uint8_t* frame, std::size_t size) const;
     bool toStream(const std::uint8_t* frame, std::size_t size);
     std::unique_ptr<ImageStream::Keeper> makeKeeper(ImageStream& stream, const netif::Mac& mac, int& error);
-    void takeFromRing(ImageStream& stream, std::span<const netif::PacketRing::Frame> frames);
+    void takeFromRing(ImageStream& stream, RingReader& reader);
     std::shared_ptr<ImageStream> stream() const;
     void tellStreamOfLink();
     void setStreamAllowed(bool allowed);

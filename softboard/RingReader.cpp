@@ -16,6 +16,7 @@ constexpr std::chrono::milliseconds kLookInterval{100}; // at the interface
 // How long the keeper's thread leaves its work to others before it looks whether they do it. The ring holds
 // what comes meanwhile.
 constexpr std::chrono::milliseconds kAside{10};
+constexpr unsigned kBatch = 64;       // frames under one lock of the stream
 constexpr unsigned kMostBatches = 64; // before anything else is looked at
 
 // Whether an image ends with this packet.
@@ -108,38 +109,39 @@ ImageStream::Tended RingReader::round(Clock::time_point deadline, bool returnWit
 // Takes what is there, but not for ever.
 void RingReader::takeSome() {
     const bool within = m_image != 0;
-    std::size_t came = 0;
+    m_came = 0;
     m_more = true;
     for (unsigned batches = 0; m_more && batches < kMostBatches && !m_leave; ++batches) {
-        const Frames frames = m_ring->take();
-        m_more = frames.size() == netif::PacketRing::kMostTaken;
-        if (!frames.empty()) {
-            came += measure(frames);
-            m_sink(frames);
-            m_ring->release();
-        }
+        m_left = kBatch;
+        m_sink(*this);
     }
-    if (came > 0) {
+    if (m_came > 0) {
         m_lookNow = m_lookNow || !m_link;
         const auto now = Clock::now();
         if (within) {
-            learnPiece(came, now - m_lastCame);
+            learnPiece(m_came, now - m_lastCame);
         }
         m_lastCame = now;
     }
 }
 
-// Their bytes.
-std::size_t RingReader::measure(Frames frames) {
-    std::size_t bytes = 0;
-    for (const netif::PacketRing::Frame& frame : frames) {
-        bytes += frame.size;
-        m_image += frame.size;
-        if (isEnd(frame)) {
-            m_lastImage = std::exchange(m_image, 0);
-        }
+const netif::PacketRing::Frame* RingReader::next() {
+    if (m_left == 0) {
+        return nullptr;
     }
-    return bytes;
+    --m_left;
+    const netif::PacketRing::Frame* const frame = m_ring->next();
+    if (frame == nullptr) {
+        m_left = 0;
+        m_more = false;
+        return nullptr;
+    }
+    m_came += frame->size;
+    m_image += frame->size;
+    if (isEnd(*frame)) {
+        m_lastImage = std::exchange(m_image, 0);
+    }
+    return frame;
 }
 
 // From how long it took until `bytes` of an image had come.

@@ -11,7 +11,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <span>
 #include <thread>
 
 namespace softboard {
@@ -21,9 +20,8 @@ namespace softboard {
 // left to do then. Only when nothing has come for a while it sleeps until any packet comes.
 class RingReader final : public ImageStream::Keeper {
 public:
-    using Frames = std::span<const netif::PacketRing::Frame>;
-    // Takes frames to the stream; called from the reader's thread.
-    using Sink = std::function<void(Frames frames)>;
+    // Takes what next() gives to the stream; called from the thread that reads.
+    using Sink = std::function<void(RingReader& reader)>;
 
     // The stream outlives the keeper's thread.
     RingReader(ImageStream& stream, std::shared_ptr<netif::PacketRing> ring, Sink sink);
@@ -33,6 +31,10 @@ public:
     bool attend(Clock::time_point deadline) override;
     void hurry() override { m_ring->interrupt(); }
     void leave() override;
+
+    // Of the sink: a frame, valid until the next call, or null when it is enough for now.
+    const netif::PacketRing::Frame* next();
+
     void join() override;
     std::uint64_t overrun() override { return m_ring->statistics().overrun - m_earlierOverrun; }
 
@@ -40,7 +42,6 @@ private:
     void run();
     ImageStream::Tended round(Clock::time_point deadline, bool returnWithImage);
     void takeSome();
-    std::size_t measure(Frames frames);
     void learnPiece(std::size_t bytes, Clock::duration time);
     void look();
 
@@ -59,6 +60,8 @@ private:
     bool m_link = false;  // as seen last
     bool m_lookNow = true;
     bool m_more = false;         // may be there still
+    unsigned m_left = 0;         // frames that the sink may have
+    std::size_t m_came = 0;      // bytes since the round began
     std::size_t m_image = 0;     // bytes of the image under way
     std::size_t m_lastImage = 0; // and of the one before
     Clock::time_point m_lastCame{};
