@@ -221,15 +221,13 @@ TEST(Receiver, LongerThanTheBuffer) {
     }
 }
 
-std::vector<std::uint64_t> blocksOf(Rig& rig, bool giveBack = true) {
+std::vector<std::uint64_t> blocksOf(Rig& rig) {
     std::vector<std::uint64_t> blocks;
     for (Image image; rig.receiver.nextImage(image);) {
         blocks.push_back(image.block);
         EXPECT_EQ(image.status, kComplete);
         expectBytes(image, Sent{.block = image.block});
-        if (giveBack) {
-            rig.receiver.lend(image.buffer);
-        }
+        rig.receiver.lend(image.buffer);
     }
     return blocks;
 }
@@ -263,37 +261,6 @@ TEST(Receiver, IdsWrapJumpAndBeginAgain) {
         EXPECT_EQ(rig.receiver.counters().lostBlocks, row.lost);
         rig.send(Sent{.block = sent.back(), .extended = row.extended}.packet(5));
         EXPECT_EQ(rig.receiver.counters().late, 1U);
-    }
-}
-
-TEST(Receiver, ImagesWaitForTheOneBefore) {
-    Rig rig(settings(true));
-    rig.send(Sent{.block = 1}, ids(0, 9));
-    rig.send(Sent{.block = 2});
-    rig.send(Sent{.block = 3});
-    EXPECT_EQ(rig.receiver.waiting(), 0U);
-    rig.send(Sent{.block = 1}, {10, 11});
-    EXPECT_EQ(blocksOf(rig), (Blocks{1, 2, 3}));
-}
-
-TEST(Receiver, WithoutAFreeBuffer) {
-    for (const Overflow overflow : {Overflow::DropArriving, Overflow::DropOldest}) {
-        Settings set = settings();
-        set.overflow = overflow;
-        Rig rig(set, 1000, 2);
-        for (std::uint64_t block = 1; block <= 4; ++block) {
-            rig.send(Sent{.block = block});
-        }
-        const bool oldest = overflow == Overflow::DropOldest;
-        EXPECT_EQ(blocksOf(rig), oldest ? (Blocks{3, 4}) : (Blocks{1, 2}));
-        EXPECT_EQ(rig.receiver.counters().droppedOldest, oldest ? 2U : 0U);
-        EXPECT_EQ(rig.receiver.counters().droppedArriving, oldest ? 0U : 2U);
-        EXPECT_EQ(rig.receiver.counters().late + rig.receiver.counters().lostBlocks, 0U);
-        rig.send(Sent{.block = 5}, ids(0, 5));
-        rig.receiver.restart();
-        rig.send(Sent{.block = 1});
-        rig.send(Sent{.block = 2});
-        EXPECT_EQ(blocksOf(rig), (Blocks{1, 2})) << "every buffer is free again";
     }
 }
 
