@@ -15,6 +15,7 @@ void Wishes::begin(bool resend) {
     m_tailAsked = {};
     m_tailFirst = m_tailLast = 0;
     m_tailGivenUp = false;
+    m_tailNext = Time::min();
 }
 
 void Wishes::gap(std::uint32_t first, std::uint32_t last, Time now, const Settings& settings) {
@@ -95,7 +96,7 @@ Time Wishes::tailDue(const Block& block, const Settings& settings) const {
     // A later block may have begun and this one go on all the same.
     const Time silence = m_overtaken ? std::max(*m_overtaken, block.lastPacket()) + settings.firstWish
                                      : block.lastPacket() + settings.nextWish;
-    return m_tailAsked.wishes == 0 ? silence : std::max(m_tailNext, silence);
+    return std::max(m_tailNext, silence);
 }
 
 Time Wishes::due(const Block& block, const Settings& settings) const {
@@ -137,7 +138,14 @@ void Wishes::askForTail(const Block& block, Time now, const Means& means) {
     }
     const std::uint32_t first = block.next();
     const std::uint32_t last = block.lastId();
+    const auto asked = m_asked;
     if (m_tailAsked.wishes == 0 && !afford(block, first, last, means.settings)) {
+        if (!m_overtaken) { // the camera pauses in the middle of a block: most of the tail will come by
+                            // itself
+            m_asked = asked;
+            m_asking = true;
+            m_tailNext = now + means.settings.nextWish;
+        }
         return;
     }
     m_tailAsked = {m_tailAsked.wishes + 1, now};

@@ -28,8 +28,12 @@ public:
         m_enough =
             m_enough == Time{} ? kSpare * took : std::max(kSpare * took, m_enough - m_enough / kForget);
     }
+    // The last wish of all has what patience there is: a camera that pauses answers all of them afterwards.
     Time afterWish(unsigned wishes, const Settings& settings) const {
         constexpr unsigned kMostDoublings = 8;
+        if (wishes >= settings.mostWishes) {
+            return settings.patience;
+        }
         const Time first = std::max(m_enough, settings.firstWish);
         const Time wait = first * (1 << std::min(wishes - 1, kMostDoublings));
         return m_enough == Time{} ? settings.nextWish : std::min(wait, settings.nextWish);

@@ -324,6 +324,23 @@ TEST(Resend, WhatTheCameraDoesNotHaveIsNotAskedForAgain) {
     }
 }
 
+// What it has not sent yet is no loss, and it answers all wishes when it goes on.
+TEST(Resend, ACameraMayPauseInTheMiddleOfABlock) {
+    Rig rig(settings(true));
+    const Sent sent{.packetPayload = 10}; // the tail is more than may be asked for
+    rig.send(sent, {0, 1, 3});
+    rig.wait(milliseconds(80));
+    EXPECT_EQ(wishes(rig), (Bounds{2, 2, 2, 2, 2, 2, 2, 2, 2, 2}));
+    rig.send(sent, ids(4, 50));
+    rig.send(sent, ids(52, 101));
+    rig.wait(milliseconds(1));
+    EXPECT_EQ(wishes(rig), (Bounds{51, 51}));
+    rig.send(sent, {51});
+    EXPECT_EQ(rig.receiver.waiting(), 0U);
+    rig.send(sent, {2});
+    EXPECT_EQ(rig.receiver.counters().complete, 1U);
+}
+
 TEST(Resend, NotWhenTooMuchIsLost) {
     Rig rig(settings(true));
     rig.send(Sent{.packetPayload = 10}, {0, 1, 60, 101}); // a quarter of 102 may be asked for
