@@ -84,6 +84,27 @@ TEST(SignalUpdate, ContentOfVolatileRegistersIsToldOnlyWhenForced) {
     EXPECT_EQ(unheard.port.reads, 0) << "nothing is read that nobody listens to";
 }
 
+TEST(SignalUpdate, ReportsCauseNoReports) {
+    Device device(inRoot(reg("V", 0, 1, caching("NoCache", 0)) + reg("N", 0, 1)));
+    device.as<ImplGenICamIntReg>("V").getIntegerSignals();
+    device.expect("V -> 0; N -> 0; @0=06");
+    device.node("V").performSignalUpdate(false);
+    EXPECT_FALSE(tavo::ChangeQueue::holds(device.node("N"), false));
+    device.expect("N -> 6; @0=07; V -> 7");
+    EXPECT_TRUE(tavo::ChangeQueue::holds(device.node("N"), false)) << "other reads do";
+}
+
+TEST(SignalUpdate, ANodeWaitsOnce) {
+    Device device(inRoot(integer("First") + integer("Second")));
+    tavo::ChangeQueue queue;
+    for (const auto& [name, trigger] :
+         {std::pair{"First", false}, std::pair{"First", true}, std::pair{"Second", false}}) {
+        queue.add(device.node(name), trigger);
+    }
+    EXPECT_TRUE(queue.take().trigger) << "the second notice is told with the first";
+    EXPECT_EQ(queue.take().node, &device.node("Second"));
+}
+
 // ---- With the device's threads ----
 
 const std::string kDescription = inRoot(
