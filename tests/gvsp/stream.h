@@ -35,6 +35,7 @@ inline Bytes packet(
 // A Mono8 image whose bytes tell its block and their own place.
 struct Sent {
     std::uint64_t block = 1;
+    std::uint32_t promised = 0; // the width that the leader tells; 0: what is so
     std::uint32_t width = 50;
     std::uint32_t height = 20;
     std::size_t packetPayload = 100;
@@ -54,7 +55,7 @@ struct Sent {
         put(out, type, 4);
         put(out, timestamp, 8);
         put(out, 0x01080001, 4);
-        put(out, width, 4);
+        put(out, promised != 0 ? promised : width, 4);
         put(out, height, 4);
         out.insert(out.end(), 12, 0);
         return out;

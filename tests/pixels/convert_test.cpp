@@ -32,94 +32,54 @@ Place packed(std::size_t x, unsigned low) {
 const struct Row {
     const char* names; // several separated by blanks
     unsigned bits;
-    Find find;
+    unsigned pixel = 0; // bits from one pixel of the line to the next, where that is all
+    int plane = 0;      // and from one sample of a pixel to the next
+    unsigned first = 0; // where the first sample is
+    Find find = nullptr;
+
+    Place place(std::size_t x, unsigned index) const {
+        const int before = static_cast<int>(index) * plane + static_cast<int>(first);
+        return find != nullptr ? find(x, index) : Place{pixel * x + static_cast<std::size_t>(before), bits};
+    }
 } kRows[] = {
-    {"Mono8 Mono8Signed BayerGR8 BayerRG8 BayerGB8 BayerBG8 RGB8Planar", 8,
-     [](std::size_t x, unsigned) {
-         return Place{8 * x, 8};
-     }},
-    {"Mono10 BayerGR10 BayerRG10 BayerGB10 BayerBG10 RGB10Planar", 10,
-     [](std::size_t x, unsigned) {
-         return Place{16 * x, 10};
-     }},
-    {"Mono12 BayerGR12 BayerRG12 BayerGB12 BayerBG12 RGB12Planar", 12,
-     [](std::size_t x, unsigned) {
-         return Place{16 * x, 12};
-     }},
-    {"Mono16 BayerGR16 BayerRG16 BayerGB16 BayerBG16 RGB16Planar", 16,
-     [](std::size_t x, unsigned) {
-         return Place{16 * x, 16};
-     }},
-    {"Mono10Packed BayerGR10Packed BayerRG10Packed BayerGB10Packed BayerBG10Packed", 10,
+    {"Mono8 Mono8Signed BayerGR8 BayerRG8 BayerGB8 BayerBG8 RGB8Planar", 8, 8},
+    {"Mono10 BayerGR10 BayerRG10 BayerGB10 BayerBG10 RGB10Planar", 10, 16},
+    {"Mono12 BayerGR12 BayerRG12 BayerGB12 BayerBG12 RGB12Planar", 12, 16},
+    {"Mono16 BayerGR16 BayerRG16 BayerGB16 BayerBG16 RGB16Planar", 16, 16},
+    {"Mono10Packed BayerGR10Packed BayerRG10Packed BayerGB10Packed BayerBG10Packed", 10, 0, 0, 0,
      [](std::size_t x, unsigned) { return packed(x, 2); }},
-    {"Mono12Packed BayerGR12Packed BayerRG12Packed BayerGB12Packed BayerBG12Packed", 12,
+    {"Mono12Packed BayerGR12Packed BayerRG12Packed BayerGB12Packed BayerBG12Packed", 12, 0, 0, 0,
      [](std::size_t x, unsigned) { return packed(x, 4); }},
-    {"Mono10p BayerGR10p BayerRG10p BayerGB10p BayerBG10p", 10,
-     [](std::size_t x, unsigned) {
-         return Place{10 * x, 10};
-     }},
-    {"Mono12p BayerGR12p BayerRG12p BayerGB12p BayerBG12p", 12,
-     [](std::size_t x, unsigned) {
-         return Place{12 * x, 12};
-     }},
-    {"RGB8Packed", 8,
-     [](std::size_t x, unsigned plane) {
-         return Place{24 * x + 8 * plane, 8};
-     }},
-    {"BGR8Packed", 8,
-     [](std::size_t x, unsigned plane) {
-         return Place{24 * x + 16 - 8 * plane, 8};
-     }},
-    {"RGBA8Packed", 8,
-     [](std::size_t x, unsigned plane) {
-         return Place{32 * x + 8 * plane, 8};
-     }},
-    {"BGRA8Packed", 8,
-     [](std::size_t x, unsigned plane) {
-         return Place{32 * x + 16 - 8 * plane, 8};
-     }},
-    {"RGB10Packed", 10,
-     [](std::size_t x, unsigned plane) {
-         return Place{48 * x + 16 * plane, 10};
-     }},
-    {"BGR10Packed", 10,
-     [](std::size_t x, unsigned plane) {
-         return Place{48 * x + 32 - 16 * plane, 10};
-     }},
-    {"RGB12Packed", 12,
-     [](std::size_t x, unsigned plane) {
-         return Place{48 * x + 16 * plane, 12};
-     }},
-    {"BGR12Packed", 12,
-     [](std::size_t x, unsigned plane) {
-         return Place{48 * x + 32 - 16 * plane, 12};
-     }},
-    {"RGB16", 16,
-     [](std::size_t x, unsigned plane) {
-         return Place{48 * x + 16 * plane, 16};
-     }},
-    {"RGB10V1Packed", 10,
+    {"Mono10p BayerGR10p BayerRG10p BayerGB10p BayerBG10p", 10, 10},
+    {"Mono12p BayerGR12p BayerRG12p BayerGB12p BayerBG12p", 12, 12},
+    {"RGB8Packed", 8, 24, 8},
+    {"BGR8Packed", 8, 24, -8, 16},
+    {"RGBA8Packed", 8, 32, 8},
+    {"BGRA8Packed", 8, 32, -8, 16},
+    {"RGB10Packed", 10, 48, 16},
+    {"BGR10Packed", 10, 48, -16, 32},
+    {"RGB12Packed", 12, 48, 16},
+    {"BGR12Packed", 12, 48, -16, 32},
+    {"RGB16", 16, 48, 16},
+    {"RGB10V1Packed", 10, 0, 0, 0,
      [](std::size_t x, unsigned plane) {
          return Place{32 * x + 8 + 8 * plane, 8, 32 * x + 2 * plane, 2};
      }},
-    {"BGR10V2Packed", 10,
-     [](std::size_t x, unsigned plane) {
-         return Place{32 * x + 10 * plane, 10};
-     }},
-    {"YUV411Packed", 8,
+    {"BGR10V2Packed", 10, 32, 10},
+    {"YUV411Packed", 8, 0, 0, 0,
      [](std::size_t x, unsigned plane) {
          constexpr std::size_t kLuma[] = {8, 16, 32, 40};
          return Place{x / 4 * 48 + (plane == 0 ? kLuma[x % 4] : plane == 1 ? 0 : 24), 8};
      }},
-    {"YUV422Packed", 8,
+    {"YUV422Packed", 8, 0, 0, 0,
      [](std::size_t x, unsigned plane) {
          return Place{x / 2 * 32 + (plane == 0 ? 8 + x % 2 * 16 : plane == 1 ? 0 : 16), 8};
      }},
-    {"YUV422_8", 8,
+    {"YUV422_8", 8, 0, 0, 0,
      [](std::size_t x, unsigned plane) {
          return Place{x / 2 * 32 + (plane == 0 ? x % 2 * 16 : plane == 1 ? 8 : 24), 8};
      }},
-    {"YUV444Packed", 8,
+    {"YUV444Packed", 8, 0, 0, 0,
      [](std::size_t x, unsigned plane) {
          return Place{24 * x + (plane == 0 ? 8 : plane == 1 ? 0 : 16), 8};
      }},
@@ -171,7 +131,7 @@ private:
         return value;
     }
     unsigned sample(std::size_t x, std::size_t y, unsigned plane) const {
-        Place place = m_row.find(x, plane);
+        Place place = m_row.place(x, plane);
         if (place.at / 8 >= m_line) { // a colour for several pixels, of which some are not there
             const std::size_t group = m_name.starts_with("YUV411") ? 48 : 32;
             if (place.at < group) {

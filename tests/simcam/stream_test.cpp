@@ -86,56 +86,6 @@ std::map<std::uint64_t, Image> imagesOf(const std::vector<Packet>& packets, std:
 
 constexpr const char* kOpen = "StreamDestination=0xA9FE072A; StreamPort=1520;";
 
-TEST(SimcamStream, EveryByteOfEveryFormatIsWhatItIsToBe) {
-    const struct {
-        const char* format;
-        unsigned bits;
-        unsigned samples; // of a pixel
-        int packing;      // bytes, words of the low byte first, or two samples in three bytes
-    } rows[] = {
-        {"0x01080001", 8, 1, 8},   {"0x01100003", 10, 1, 16}, {"0x010C0004", 10, 1, 12},
-        {"0x01100005", 12, 1, 16}, {"0x010C0006", 12, 1, 12}, {"0x01100007", 16, 1, 16},
-        {"0x01080009", 8, 1, 8},   {"0x0110000D", 10, 1, 16}, {"0x01100011", 12, 1, 16},
-        {"0x02180014", 8, 3, 8},   {"0x02180015", 8, 3, 8},   {"0x0210001F", 8, 2, 8},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.format);
-        Bench bench;
-        bench.takeControl();
-        run(bench.registers(), row.format,
-            std::string(kOpen) + "Width=64; Height=30; OffsetX=8; OffsetY=4; TestPattern=7; PixelFormat=" +
-                row.format + "; StreamPacketSize=0x40000240; FrameRate=25; AcquisitionStart=1");
-        const auto images = imagesOf(packetsOf(bench.live(milliseconds(130))), 576);
-        ASSERT_EQ(images.size(), 3U);
-        for (const auto& [block, image] : images) {
-            const auto sample = [&, id = block](std::size_t i) -> unsigned {
-                return simcam::encodedSample(id, i, row.bits);
-            };
-            Bytes wanted;
-            for (std::size_t i = 0; i < std::size_t{64} * 30 * row.samples; ++i) {
-                wanted.push_back(
-                    static_cast<std::uint8_t>(row.packing == 12 ? sample(i) >> (row.bits - 8) : sample(i)));
-                if (row.packing == 16) {
-                    wanted.push_back(static_cast<std::uint8_t>(sample(i) >> 8));
-                } else if (row.packing == 12) {
-                    const unsigned low = (1U << (row.bits - 8)) - 1;
-                    wanted.push_back(
-                        static_cast<std::uint8_t>((sample(i) & low) | (sample(i + 1) & low) << 4));
-                    wanted.push_back(static_cast<std::uint8_t>(sample(++i) >> (row.bits - 8)));
-                }
-            }
-            EXPECT_EQ(image.payload, wanted);
-            const Bytes shape = be32(static_cast<std::uint32_t>(std::stoul(row.format, nullptr, 16))) +
-                                be32(64) + be32(30) + be32(8) + be32(4) + be32(0);
-            EXPECT_EQ(part(image.leader, 0, 4), be32(1)) << "an image";
-            EXPECT_EQ(be(image.leader, 4, 8) - 5000000 * block, be(images.at(1).leader, 4, 8) - 5000000)
-                << "40 ms in ticks of 8 ns";
-            EXPECT_EQ(part(image.leader, 12, 24), shape);
-            EXPECT_EQ(image.trailer, be32(1) + be32(30));
-        }
-    }
-}
-
 // Images of 64 x 32 in four packets of payload each, 40 ms apart, the packets of one at least 1 ms.
 constexpr const char* kSlow =
     "Width=64; Height=32; StreamPacketSize=0x40000240; StreamPacketDelay=125000; FrameRate=25;"
@@ -368,20 +318,6 @@ TEST(SimcamStream, ShowsThePicturesOfAFolder) {
     EXPECT_EQ(images.at(1).payload, first);
     EXPECT_EQ(images.at(2).payload, second);
     EXPECT_EQ(images.at(3).payload, first);
-}
-
-TEST(SimcamStream, MeetsTheFaultsOfTheWire) {
-    const std::pair<const char*, std::size_t> rows[] = {
-        {"", 12}, {"out-drop=1", 0}, {"out-duplicate=1", 24}, {"out-drop=0.5", 7}};
-    for (const auto& [faults, arrived] : rows) {
-        Bench bench;
-        bench.takeControl();
-        run(bench.registers(), "open", kOpen + std::string(kSlow));
-        std::string error;
-        bench.camera->setLinkFaults(simcam::parseLinkFaults(faults, error).value());
-        EXPECT_EQ(packetsOf(bench.live(milliseconds(100))).size(), arrived) << faults;
-        EXPECT_EQ(bench.camera->report(bench.now).packets, 12U) << "what the camera has sent";
-    }
 }
 
 } // namespace

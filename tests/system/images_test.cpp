@@ -1,8 +1,6 @@
 // Images, from the camera's sensor to the caller's hands, in process.
 #include "system/images.h"
 
-#include "system/dissector.h"
-
 #include <atomic>
 #include <functional>
 #include <thread>
@@ -127,43 +125,6 @@ TEST(Images, ChunksComeWithTheImage) {
         EXPECT_EQ(Gbe_stopAcquisition(one.camera), 0);
         EXPECT_EQ(Gbe_closeStream(stream), 0);
     }
-}
-
-TEST(Images, AreSoundToAnIndependentDissector) {
-    OneCamera one;
-    setUp(one.camera, {{"Width", 640}});
-    std::string error;
-    ASSERT_TRUE(softboard::startCapture(0, 0, "images.pcap", error)) << error;
-    for (const int extendedIds : {1, 0}) {
-        GbeStreamOptions options = streamOptions();
-        options.extendedIds = extendedIds;
-        GbeStream* const stream = openStream(one.camera, options);
-        softboard::FaultPlan plan;
-        plan.receive.drop = 0.05; // so that packets are asked for
-        ASSERT_TRUE(softboard::setFaultPlan(0, 0, plan));
-        ASSERT_EQ(Gbe_startAcquisition(one.camera), 0);
-        EXPECT_TRUE(eventually([&] {
-            GbeImage image{};
-            EXPECT_EQ(Gbe_waitImage(stream, kPatient, &image), 0);
-            EXPECT_EQ(Gbe_giveBackImage(stream, image.id), 0);
-            return statisticsOf(stream).resentPackets > 3;
-        }));
-        ASSERT_TRUE(softboard::setFaultPlan(0, 0, {}));
-        EXPECT_EQ(Gbe_stopAcquisition(one.camera), 0);
-        EXPECT_EQ(Gbe_closeStream(stream), 0);
-    }
-    ASSERT_TRUE(softboard::stopCapture(0, 0));
-    ASSERT_FALSE(tshark("images.pcap", "--version").empty())
-        << "tshark is not installed: run scripts/setup test";
-    const std::string asStream = "-d udp.port==1520,gvsp -Y ";
-    const std::string asCommands = "--disable-protocol gvsp -Y "; // those that leave from the stream's port
-    for (const std::string& how : {asStream, asCommands}) {
-        EXPECT_EQ(tshark("images.pcap", how + "'_ws.malformed || ip.checksum.status == 0'"), "");
-    }
-    EXPECT_NE(tshark("images.pcap", asStream + "'gvsp.format == 1'"), "");
-    EXPECT_NE(tshark("images.pcap", asStream + "'gvsp.format == 0x81'"), "");
-    EXPECT_NE(tshark("images.pcap", asCommands + "'gvcp.cmd.resend.blockid > 0'"), "");
-    EXPECT_NE(tshark("images.pcap", asCommands + "'gvcp.cmd.resend.extendedblockid > 0'"), "");
 }
 
 TEST(Images, StartsAndStopsAsOftenAsWanted) {

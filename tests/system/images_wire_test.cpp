@@ -91,24 +91,6 @@ TEST_F(ImagesOverAWire, PacketsThatThePathDoesNotCarryAreNamed) {
     setMtu(1500, 1500);
 }
 
-TEST_F(ImagesOverAWire, EveryPixelOfEveryFormatIsTheCameras) {
-    setMtu(9000, 9000);
-    for (const PixelsOfFormat& format : kFormats) {
-        for (const int extendedIds : {1, 0}) {
-            SCOPED_TRACE(format.name);
-            setUp(camera, {}, {{"PixelFormat", format.name}});
-            GbeStreamOptions options = streamOptions();
-            options.extendedIds = extendedIds;
-            GbeStream* const stream = openStream(camera, options);
-            ASSERT_EQ(Gbe_startAcquisition(camera), 0);
-            fetch(stream, 2, [&](const GbeImage& image) { expectEncoded(image, format); });
-            EXPECT_EQ(Gbe_stopAcquisition(camera), 0);
-            EXPECT_EQ(Gbe_closeStream(stream), 0);
-        }
-    }
-    setMtu(1500, 1500);
-}
-
 TEST_F(ImagesOverAWire, AWireThatIsPulledWakesWhoWaits) {
     GbeStream* stream = openStream(camera);
     ASSERT_EQ(Gbe_startAcquisition(camera), 0);
