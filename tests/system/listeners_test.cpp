@@ -60,10 +60,20 @@ const Deed kDeeds[] = {
      }},
 };
 
+// Whoever listens from then on does not hear of a retrieval before.
 CameraHandle* connect(const Session& session) {
     CameraHandle* camera = nullptr;
     EXPECT_EQ(Gbe_getFirstCamera(session.board(), 0, &camera), 0);
     EXPECT_EQ(Gbe_connectCamera(camera), 0);
+    std::atomic<int> heard = 0;
+    const auto connection = QObject::connect(
+        camera->device(), &ImplGenICamCamera::signal_StateChanged,
+        [&heard](ImplGenICamCamera*, ImplGenICamCamera::CameraState state) {
+            heard = state == ImplGenICamCamera::Retrieving ? 1 : 2 * heard;
+        });
+    retrieve(*camera->device());
+    EXPECT_TRUE(eventuallyHeard([&heard] { return heard == 2; }));
+    QObject::disconnect(connection);
     return camera;
 }
 
@@ -112,8 +122,9 @@ public:
         if (m_occasion == Occasion::Value) {
             Gbe_setIntegerValue(m_camera, "Width", 7);
         } else if (m_occasion == Occasion::Control) {
-            m_camera->device()->noteControlLoss(tavo::ControlLoss::TakenOver); // the heartbeat announces it
+            const auto device = m_camera->sharedDevice();
             m_camera->heartbeat->setPeriod(0);
+            device->noteControlLoss(tavo::ControlLoss::TakenOver); // the heartbeat announces it
         } else if (m_occasion == Occasion::Connecting) {
             EXPECT_EQ(Gbe_disconnectCamera(m_camera), 0);
             EXPECT_EQ(Gbe_connectCamera(m_camera), 0);
