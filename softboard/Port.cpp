@@ -214,7 +214,9 @@ void Port::receive(const std::uint8_t* frame, std::size_t size) {
         count(m_ignored);
     } else if (size < net::kEthernetHeader || size > DataQueue::kLargestFrame) {
         count(m_errors);
-    } else if (toStream(frame, size) || forImagePath(frame, size)) {
+    } else if (toStream(frame, size)) {
+        // counted there, so that whoever has the image finds its packets counted
+    } else if (forImagePath(frame, size)) {
         count(m_received);
         count(m_toImagePath);
     } else if (m_queue.pushFrame(frame, size)) {
@@ -233,6 +235,8 @@ bool Port::toStream(const std::uint8_t* frame, std::size_t size) {
     if (!packet) {
         return false;
     }
+    count(m_received);
+    count(m_toImagePath);
     open->take([&packet] { return std::exchange(packet, std::nullopt); }, ImageStream::From::Other);
     return true;
 }
@@ -301,11 +305,13 @@ void Port::takeFromRing(ImageStream& stream, RingReader& reader) {
                 wanted ? streamPacket(stream.address(), frame->data, frame->size, verified) : std::nullopt;
             frame = packet ? frame : reader.next();
         }
+        if (!packet) { // the last: whoever gets an image out of them finds them counted
+            (wanted ? m_received : m_ignored).fetch_add(frames, std::memory_order_relaxed);
+            m_toImagePath.fetch_add(wanted ? frames : 0, std::memory_order_relaxed);
+        }
         return packet;
     };
     stream.take(nextPacket, ImageStream::From::Keeper);
-    (wanted ? m_received : m_ignored).fetch_add(frames, std::memory_order_relaxed);
-    m_toImagePath.fetch_add(wanted ? frames : 0, std::memory_order_relaxed);
 }
 
 void Port::closeStream(const std::shared_ptr<ImageStream>& stream) {

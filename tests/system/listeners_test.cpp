@@ -103,10 +103,10 @@ public:
             [this](ImplGenICamCamera* told, ImplGenICamCamera::CameraState state) {
                 told->getState(); // as well
                 if (state == ImplGenICamCamera::Connected) {
-                    act(Occasion::Retrieved);
-                    act(Occasion::Connecting);
+                    act(Occasion::Retrieved); // whoever connects may be done by now
                 } else {
                     act(Occasion::Retrieving);
+                    act(Occasion::Connecting);
                 }
             },
             type);
