@@ -44,19 +44,7 @@ template<typename Rows, typename Check> void runAll(const Rows& rows, Check chec
     }
 }
 
-class Gbe : public testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        s_service = std::make_unique<test::ServiceProcess>();
-        ASSERT_TRUE(s_service->answers());
-    }
-    static void TearDownTestSuite() {
-        EXPECT_EQ(s_service->stop().status, 0);
-        s_service.reset();
-    }
-
-    static inline std::unique_ptr<test::ServiceProcess> s_service;
-};
+class Gbe : public test::WithService {};
 
 TEST_F(Gbe, WhatItPrintsAndNoFileMore) {
     const QStringList before = QDir().entryList(QDir::AllEntries);

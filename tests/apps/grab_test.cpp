@@ -67,16 +67,7 @@ struct Png {
     std::vector<int> samples;
 };
 
-class Grab : public testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        s_service = std::make_unique<test::ServiceProcess>();
-        ASSERT_TRUE(s_service->answers());
-    }
-    static void TearDownTestSuite() { s_service.reset(); }
-
-    static inline std::unique_ptr<test::ServiceProcess> s_service;
-};
+class Grab : public test::WithService {};
 
 int ramp(unsigned x, unsigned) {
     return static_cast<int>(x) * 257; // of 16 bits

@@ -19,6 +19,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 namespace test {
@@ -167,6 +168,21 @@ public:
 
 private:
     Program m_program;
+};
+
+// One service for all tests of a suite.
+class WithService : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        s_service = std::make_unique<ServiceProcess>();
+        ASSERT_TRUE(s_service->answers());
+    }
+    static void TearDownTestSuite() {
+        EXPECT_EQ(s_service->stop().status, 0);
+        s_service.reset();
+    }
+
+    static inline std::unique_ptr<ServiceProcess> s_service;
 };
 
 #endif

@@ -13,42 +13,32 @@ using board::Holder;
 using std::chrono::milliseconds;
 using tavo::ControlLoss;
 
-enum class What { Answer, Nobody, Self, Other, Somebody, LookInVain, Refused, Timeout };
+using Time = ControlWatch::Time;
+using Deed = void (*)(ControlWatch& watch, Time now, std::uint32_t timeout);
+
+template<Holder holder> void look(ControlWatch& watch, Time now, std::uint32_t timeout) {
+    ControlReading reading;
+    reading.holder = holder;
+    reading.answered = holder != Holder::Unknown;
+    reading.heartbeatTimeout = timeout;
+    watch.looked(reading, now);
+}
+
+namespace What {
+const Deed Answer = [](ControlWatch& watch, Time now, std::uint32_t) { watch.answered(now); };
+const Deed Refused = [](ControlWatch& watch, Time, std::uint32_t) { watch.controlRefused(); };
+const Deed Timeout = [](ControlWatch& watch, Time, std::uint32_t timeout) {
+    watch.heartbeatTimeoutWritten(milliseconds(timeout));
+};
+const Deed Nobody = look<Holder::Nobody>, Self = look<Holder::Self>, Other = look<Holder::Other>,
+           Somebody = look<Holder::Somebody>, LookInVain = look<Holder::Unknown>;
+} // namespace What
 
 struct Event {
     int at; // milliseconds
-    What what;
+    Deed deed;
     std::uint32_t timeout = 15000; // what the camera has in its register, or is told
 };
-
-void happen(ControlWatch& watch, const Event& event) {
-    const ControlWatch::Time now{std::chrono::hours(1) + milliseconds(event.at)};
-    const auto look = [&](Holder holder) {
-        ControlReading reading;
-        reading.holder = holder;
-        reading.answered = holder != Holder::Unknown;
-        reading.heartbeatTimeout = event.timeout;
-        watch.looked(reading, now);
-    };
-    switch (event.what) {
-    case What::Answer:
-        return watch.answered(now);
-    case What::Nobody:
-        return look(Holder::Nobody);
-    case What::Self:
-        return look(Holder::Self);
-    case What::Other:
-        return look(Holder::Other);
-    case What::Somebody:
-        return look(Holder::Somebody);
-    case What::LookInVain:
-        return look(Holder::Unknown);
-    case What::Refused:
-        return watch.controlRefused();
-    case What::Timeout:
-        return watch.heartbeatTimeoutWritten(milliseconds(event.timeout));
-    }
-}
 
 TEST(ControlWatch, KnowsWhyControlIsLost) {
     const struct {
@@ -81,11 +71,12 @@ TEST(ControlWatch, KnowsWhyControlIsLost) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         ControlWatch watch;
-        happen(watch, {0, What::Other});
+        const Time start{std::chrono::hours(1)};
+        What::Other(watch, start, 15000);
         EXPECT_EQ(watch.loss(), ControlLoss::None) << "not watched yet";
-        watch.start(milliseconds(15000), ControlWatch::Time{std::chrono::hours(1)});
+        watch.start(milliseconds(15000), start);
         for (const Event& event : row.events) {
-            happen(watch, event);
+            event.deed(watch, start + milliseconds(event.at), event.timeout);
         }
         EXPECT_EQ(watch.loss(), row.loss);
     }

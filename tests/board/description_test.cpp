@@ -120,16 +120,4 @@ TEST_F(DescriptionTest, FilesThatDoNotExistOrLeaveTheFolderAreNotThere) {
     }
 }
 
-TEST_F(DescriptionTest, ANewDescriptionReplacesTheOldOneOnTheSameDevice) {
-    hang("{zip}", "{xml}");
-    ASSERT_EQ(GenICamPortWrapper::initializeGenICamInterface(0, kPort), 0);
-    const auto* device = GenICamPortWrapper::getDevice(0, kPort);
-    ASSERT_NE(device->getNodeByName("InCameraValue"), nullptr);
-    hang("File:cam.xml", "Http:x");
-    ASSERT_EQ(GenICamPortWrapper::initializeGenICamInterface(0, kPort), 0);
-    EXPECT_EQ(GenICamPortWrapper::getDevice(0, kPort), device);
-    EXPECT_EQ(device->getNodeByName("InCameraValue"), nullptr);
-    EXPECT_NE(device->getNodeByName("FromFileValue"), nullptr);
-}
-
 } // namespace

@@ -76,7 +76,7 @@ TEST(DeviceObject, RetrievesAgainAndAgain) {
         EXPECT_EQ(camera.getCommandNodes()[0]->getName(), "Start");
         camera.getNodeByName("Width")->asInteger()->setValue(0x0102);
         EXPECT_THAT(port.bytes(0x100, 4), ElementsAre(0, 0, 1, 2));
-        port.put(0x100, {0, 0, 0, 0});
+        std::fill_n(port.memory.begin() + 0x100, 4, 0);
     }
 }
 

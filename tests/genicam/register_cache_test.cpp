@@ -13,8 +13,6 @@ TEST(RegisterCache, MakesExactlyTheseAccesses) {
         "#N -> 1r 0w; #N -> 1r 0w; #N=7 -> 0r 1w; #N -> 1r 0w; N -> 7; !stale; #N -> 1r 0w";
     const std::string low = "<LSB>4</LSB><MSB>7</MSB><Sign>Unsigned</Sign>";
     const std::string behindTheCache = "F -> 0; @0=0F 55; #F=10 -> 1r 1w; @0+2 -> AF 55; ";
-    const std::string readBefore =
-        "@0=11; N -> 17; !fail; N=119 -> transport layer exception; !heal; N -> 17";
     runScripts({
         {"write through", reg("N", 16, 4, caching("WriteThrough")), keeps},
         {"mode not given", reg("N", 16, 4), keeps},
@@ -48,24 +46,9 @@ TEST(RegisterCache, MakesExactlyTheseAccesses) {
          "N -> 0; M -> 0; A -> 0; #N -> 0r 0w; #M -> 0r 0w; #A -> 0r 0w; !stale; #A -> 1r 0w; #M -> 1r 0w; "
          "#N -> 1r 0w; #A -> 0r 0w; #M -> 0r 0w; !stale; @4=01; A -> 0; N -> 0; M -> 1; #A -> 1r 0w; #N -> 1r 0w; "
          "#M -> 0r 0w"},
-        {"failed read", reg("N", 0, 4), "@0=11; !fail; N -> transport layer exception; !heal; N -> 17"},
-        {"failed write", reg("N", 0, 4), readBefore},
-        {"failed read before a field is written", reg("F", 0, 2, low + caching("NoCache"), "MaskedIntReg"),
-         "@0=F0 55; F -> 15; !fail; F=1 -> transport layer exception; !heal; F -> 15"},
         {"no port", "<IntReg Name='N'><Length>4</Length></IntReg>",
          "N -> port not available; N=1 -> port not available"},
     });
-}
-
-TEST(RegisterCache, AFailedMaskedWriteIsNotTakenForTheContent) {
-    Device device(inRoot(reg("F", 0, 1, "<LSB>0</LSB><MSB>3</MSB>", "MaskedIntReg")));
-    class WriteFails : public MemoryPort {
-        void write(unsigned char*, long long, long long) override {
-            throw tavo::GicTransportLayerException();
-        }
-    } port;
-    device.as<tavo::ImplGenICamMaskedIntReg>("F").setPort(&port);
-    device.expect("F=5 -> transport layer exception; F -> 0");
 }
 
 TEST(RegisterCache, PortFailuresKeepTheirTypeOnReadsAndOnlyTheirCodeOnWrites) {

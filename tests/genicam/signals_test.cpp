@@ -97,10 +97,9 @@ TEST(SignalUpdate, ReportsCauseNoReports) {
 TEST(SignalUpdate, ANodeWaitsOnce) {
     Device device(inRoot(integer("First") + integer("Second")));
     tavo::ChangeQueue queue;
-    for (const auto& [name, trigger] :
-         {std::pair{"First", false}, std::pair{"First", true}, std::pair{"Second", false}}) {
-        queue.add(device.node(name), trigger);
-    }
+    queue.add(device.node("First"), false);
+    queue.add(device.node("First"), true);
+    queue.add(device.node("Second"), false);
     EXPECT_TRUE(queue.take().trigger) << "the second notice is told with the first";
     EXPECT_EQ(queue.take().node, &device.node("Second"));
 }

@@ -8,8 +8,6 @@
 #include "support/golden.h"
 #include "system/dissector.h"
 
-#include <fstream>
-
 namespace {
 
 using namespace gvsp;
@@ -103,23 +101,9 @@ TEST(Golden, PacketsAreAskedFor) {
     EXPECT_EQ(bytes({kExtendedBlock, 1, 5, true}), datagram("packetresend_cmd_extended"));
 }
 
-void little32(std::ofstream& out, std::size_t value) {
-    for (int i = 0; i < 4; ++i) {
-        out.put(static_cast<char>(value >> 8 * i));
-    }
-}
-
-// What the dissector prints of one golden frame; the port that the stream comes from, or none, is told to it.
+// What the dissector prints of one golden frame.
 std::string dissected(const std::string& name, const std::string& fields) {
-    const golden::Frame frame = golden::load(name);
-    std::ofstream file("golden.pcap", std::ios::binary);
-    for (const std::size_t word :
-         {std::size_t{0xA1B2C3D4}, std::size_t{0x40002}, std::size_t{0}, std::size_t{0}, std::size_t{65535},
-          std::size_t{1}, std::size_t{0}, std::size_t{0}, frame.size(), frame.size()}) {
-        little32(file, word);
-    }
-    file.write(reinterpret_cast<const char*>(frame.data()), static_cast<std::streamsize>(frame.size()));
-    file.close();
+    writeCapture("golden.pcap", {golden::load(name)});
     return tshark("golden.pcap", "-d udp.port==20202,gvsp -T fields -E separator=, " + fields);
 }
 

@@ -81,7 +81,7 @@ TEST(SimcamFeatures, Behave) {
     for (const auto& row : rows) {
         Bench bench;
         bench.takeControl();
-        run(bench.registers(), row.name, row.steps);
+        run(bench, row.name, row.steps);
     }
 }
 
@@ -106,15 +106,15 @@ TEST(SimcamFeatures, SoftwareTriggersExposeWhatTheySay) {
         bench.takeControl();
         const std::string trigger = row.trigger;
         const std::string state = trigger == "0" ? "0" : "2"; // waits for the acquisition's or a frame's
-        run(bench.registers(), row.name,
+        run(bench, row.name,
             "Width=64; Height=64; StreamDestination=0xA9FE072A; StreamPort=1520;" +
                 (row.settings + ("TriggerMode#" + trigger)) + "=1; AcquisitionStart=1; +1000; FramesSent?0;" +
                 "AcquisitionStatusSelector=" + state + "; AcquisitionStatus?1");
         for (int i = 0; i < row.fired; ++i) {
-            run(bench.registers(), row.name, "TriggerSoftware#" + trigger + "=1; +1");
+            run(bench, row.name, "TriggerSoftware#" + trigger + "=1; +1");
         }
         bench.live(milliseconds(1001 - row.fired));
-        run(bench.registers(), row.name, row.results);
+        run(bench, row.name, row.results);
     }
 }
 

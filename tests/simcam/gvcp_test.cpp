@@ -137,7 +137,7 @@ TEST(SimcamGvcp, PrivilegeAndHeartbeatDecideWhoMayDoWhat) {
     };
     for (const auto& row : rows) {
         Bench bench;
-        run(bench.registers(), row.name, row.steps);
+        run(bench, row.name, row.steps);
     }
 }
 

@@ -170,43 +170,41 @@ Bench::Target Bench::target(std::string name) {
     throw std::runtime_error("no register " + name);
 }
 
-Subject Bench::registers() {
-    const auto write = [this](const std::string& name, const std::string& value) {
-        const Target to = target(name);
-        const std::uint32_t bits = to.row.kind == simcam::Kind::Float
-                                       ? std::bit_cast<std::uint32_t>(std::stof(value))
-                                       : static_cast<std::uint32_t>(std::stoul(value, nullptr, 0));
-        return refusal(command(to.who, 0x82, to.address + be32(bits)));
-    };
-    const auto read = [this](const std::string& name, const std::string& like) {
-        const Target from = target(name);
-        const bool word = from.row.size == 4;
-        const Ack ack = word ? command(from.who, 0x80, from.address)
-                             : command(from.who, 0x84, from.address + be32(from.row.size));
-        std::uint64_t bits = 0;
-        for (std::size_t i = word ? 0 : 4; i < ack.payload.size(); ++i) {
-            bits = bits << 8 | ack.payload[i];
-        }
-        char text[32];
-        if (from.row.kind == simcam::Kind::Float) {
-            std::snprintf(text, sizeof text, "%g", std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
-        } else {
-            const char* format = like.starts_with("0x") ? "0x%llX" : "%llu";
-            std::snprintf(text, sizeof text, format, static_cast<unsigned long long>(bits));
-        }
-        return ack.status == 0 ? std::string(text) : refusal(ack);
-    };
-    return {write, read, [this](milliseconds time) { live(time); }};
+std::string Bench::writeNamed(const std::string& name, const std::string& value) {
+    const Target to = target(name);
+    const std::uint32_t bits = to.row.kind == simcam::Kind::Float
+                                   ? std::bit_cast<std::uint32_t>(std::stof(value))
+                                   : static_cast<std::uint32_t>(std::stoul(value, nullptr, 0));
+    return refusal(command(to.who, 0x82, to.address + be32(bits)));
 }
 
-void run(const Subject& subject, const std::string& name, const std::string& steps) {
+std::string Bench::readNamed(const std::string& name, const std::string& like) {
+    const Target from = target(name);
+    const bool word = from.row.size == 4;
+    const Ack ack = word ? command(from.who, 0x80, from.address)
+                         : command(from.who, 0x84, from.address + be32(from.row.size));
+    std::uint64_t bits = 0;
+    for (std::size_t i = word ? 0 : 4; i < ack.payload.size(); ++i) {
+        bits = bits << 8 | ack.payload[i];
+    }
+    char text[32];
+    if (from.row.kind == simcam::Kind::Float) {
+        std::snprintf(text, sizeof text, "%g", std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
+    } else {
+        const char* format = like.starts_with("0x") ? "0x%llX" : "%llu";
+        std::snprintf(text, sizeof text, format, static_cast<unsigned long long>(bits));
+    }
+    return ack.status == 0 ? std::string(text) : refusal(ack);
+}
+
+void run(Bench& bench, const std::string& name, const std::string& steps) {
     std::istringstream all(steps);
     for (std::string step; std::getline(all, step, ';');) {
         step.erase(0, std::min(step.find_first_not_of(' '), step.size()));
         SCOPED_TRACE(name + ": " + step);
         const std::size_t at = step.find_first_of("=?");
         if (step.starts_with('+')) {
-            subject.pass(milliseconds(std::stoll(step)));
+            bench.live(milliseconds(std::stoll(step)));
             continue;
         }
         ASSERT_NE(at, std::string::npos);
@@ -214,9 +212,9 @@ void run(const Subject& subject, const std::string& name, const std::string& ste
         const std::string value = step.substr(at + 1);
         const std::size_t refused = std::min(value.find('!'), value.size());
         if (step[at] == '?') {
-            EXPECT_EQ(subject.read(target, value), value);
+            EXPECT_EQ(bench.readNamed(target, value), value);
         } else {
-            EXPECT_EQ(subject.write(target, value.substr(0, refused)), value.substr(refused));
+            EXPECT_EQ(bench.writeNamed(target, value.substr(0, refused)), value.substr(refused));
         }
     }
 }

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,18 +15,6 @@ namespace simcam_test {
 
 using simcam::Bytes;
 using std::chrono::milliseconds;
-
-// What a script acts on: registers or the features over them. What is refused gives "!" and the code or text.
-struct Subject {
-    std::function<std::string(const std::string& name, const std::string& value)> write;
-    // `like` shows the notation in which the value is wanted.
-    std::function<std::string(const std::string& name, const std::string& like)> read;
-    std::function<void(milliseconds)> pass;
-};
-
-// Takes the steps of a script, which are separated by ';': "Name=value" writes, "Name=value!code" is refused,
-// "Name?value" or "Name?!code" reads, "+250" lets 250 ms pass. Failures name the script and the step.
-void run(const Subject& subject, const std::string& name, const std::string& steps);
 
 struct Ack {
     std::uint16_t status = 0;
@@ -67,8 +54,10 @@ public:
     void takeControl(); // and keeps it, however long the test lets the clock run
 
     // The camera's registers under their names in the table, an element as "Name#1". Numbers are those of the
-    // bytes in their order, except for floats. "2:Name" is accessed by `other`, "3:Name" by `neighbour`.
-    Subject registers();
+    // bytes in their order, except for floats; `like` shows the notation in which one is wanted. "2:Name" is
+    // accessed by `other`, "3:Name" by `neighbour`. What is refused gives "!" and the code.
+    std::string writeNamed(const std::string& name, const std::string& value);
+    std::string readNamed(const std::string& name, const std::string& like);
 
     void pass(milliseconds time) { now += time; }
     std::vector<Bytes> due() { return camera->due(now); }
@@ -86,6 +75,10 @@ private:
     };
     Target target(std::string name);
 };
+
+// Takes the steps of a script, which are separated by ';': "Name=value" writes, "Name=value!code" is refused,
+// "Name?value" or "Name?!code" reads, "+250" lets 250 ms pass. Failures name the script and the step.
+void run(Bench& bench, const std::string& name, const std::string& steps);
 
 // The acknowledgement in a frame; fails the test when the frame or its checksums are not sound.
 Ack ackOf(const Bytes& frame);

@@ -3,6 +3,8 @@
 #include "harness.h"
 #include "support/golden.h"
 
+#include <functional>
+
 namespace {
 
 using namespace simcam_test;

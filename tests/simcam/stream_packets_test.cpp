@@ -8,7 +8,6 @@
 #include "system/dissector.h"
 
 #include <algorithm>
-#include <fstream>
 #include <numeric>
 
 namespace {
@@ -70,19 +69,6 @@ TEST(SimcamStream, PacketsAreThoseOfTheGoldenFiles) {
 constexpr const char* kOpen =
     "StreamDestination=0xA9FE072A; StreamPort=1520; Width=64; Height=32; FrameRate=25;";
 
-// The frames as a recording of nanoseconds that all came at once.
-void record(const char* name, const std::vector<Bytes>& frames) {
-    std::ofstream file(name, std::ios::binary);
-    const auto put = [&](const Bytes& bytes) {
-        file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    };
-    put(be32(0xA1B23C4D) + be16(2) + be16(4) + be32(0) + be32(0) + be32(65535) + be32(1));
-    for (const Bytes& frame : frames) {
-        const auto size = static_cast<std::uint32_t>(frame.size());
-        put(be32(0) + be32(0) + be32(size) + be32(size) + frame);
-    }
-}
-
 TEST(SimcamStream, IsSoundToAnIndependentDissector) {
     std::vector<Bytes> all;
     for (const char* settings :
@@ -90,12 +76,12 @@ TEST(SimcamStream, IsSoundToAnIndependentDissector) {
           "GvspConfiguration=0x40000000", "GvspConfiguration=0x40000000; ChunkModeActive=1"}) {
         Bench bench;
         bench.takeControl();
-        run(bench.registers(), settings, kOpen + std::string(settings) + "; AcquisitionStart=1");
+        run(bench, settings, kOpen + std::string(settings) + "; AcquisitionStart=1");
         for (Bytes& frame : bench.live(milliseconds(60))) {
             all.push_back(std::move(frame));
         }
     }
-    record("stream.pcap", all);
+    writeCapture("stream.pcap", all);
     const std::string as = "-d udp.port==1520,gvsp ";
     ASSERT_FALSE(tshark("stream.pcap", "--version").empty())
         << "tshark is not installed: run scripts/setup test";

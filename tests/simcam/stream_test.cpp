@@ -110,8 +110,7 @@ TEST(SimcamStream, SendsAgainWhatItStillHas) {
     for (const bool extended : {false, true}) {
         Bench bench;
         bench.takeControl();
-        run(bench.registers(), "open",
-            kOpen + std::string(extended ? "GvspConfiguration=0x40000000;" : "") + kSlow);
+        run(bench, "open", kOpen + std::string(extended ? "GvspConfiguration=0x40000000;" : "") + kSlow);
         const auto sent =
             packetsOf(bench.live(milliseconds(122)), extended); // 120: leader of 3, 121: packet 1
         ASSERT_EQ(sent.size(), 14U);
@@ -157,9 +156,9 @@ TEST(SimcamStream, EndsWhenItIsTold) {
     for (const auto& row : rows) {
         Bench bench;
         bench.takeControl();
-        run(bench.registers(), row.name, kOpen + std::string(kSlow));
+        run(bench, row.name, kOpen + std::string(kSlow));
         EXPECT_EQ(packetsOf(bench.live(milliseconds(42))).size(), 2U) << row.name;
-        run(bench.registers(), row.name, row.steps);
+        run(bench, row.name, row.steps);
         EXPECT_EQ(packetsOf(bench.live(milliseconds(364))).size(), row.packets) << row.name;
     }
 }
@@ -167,7 +166,7 @@ TEST(SimcamStream, EndsWhenItIsTold) {
 TEST(SimcamStream, FallsBehindWithinLimitsAndBlockIdsGoOn) {
     Bench bench;
     bench.takeControl();
-    run(bench.registers(), "open",
+    run(bench, "open",
         std::string(kOpen) + "Width=16; Height=2; ExposureTime=100; FrameRate=100; AcquisitionStart=1");
     bench.pass(milliseconds(10000)); // the camera's thread does not run
     auto images = imagesOf(packetsOf(bench.live(milliseconds(1))), 1500);
@@ -178,7 +177,7 @@ TEST(SimcamStream, FallsBehindWithinLimitsAndBlockIdsGoOn) {
     EXPECT_TRUE(bench.live(milliseconds(990)).empty());
     images = imagesOf(packetsOf(bench.live(milliseconds(14))), 1500);
     EXPECT_EQ(images.begin()->first, 1100U);
-    run(bench.registers(), "faster", "AcquisitionStop=1; FrameRate=1000; AcquisitionStart=1");
+    run(bench, "faster", "AcquisitionStop=1; FrameRate=1000; AcquisitionStart=1");
     images = imagesOf(packetsOf(bench.live(milliseconds(65000))), 1500);
     EXPECT_EQ(images.begin()->first, 1U) << "follows 65535";
     EXPECT_EQ(images.rbegin()->first, 65535U);
@@ -189,7 +188,7 @@ TEST(SimcamStream, FallsBehindWithinLimitsAndBlockIdsGoOn) {
 TEST(SimcamStream, ASilentCameraForgetsWhatIsAskedOfIt) {
     Bench bench;
     bench.takeControl();
-    run(bench.registers(), "open",
+    run(bench, "open",
         kOpen +
             std::string("Width=64; Height=128; StreamPacketSize=220; FrameRate=25; AcquisitionStart=1; +60"));
     const Bytes wanted = be16(0) + be16(1) + be32(0) + be32(40);
@@ -203,7 +202,7 @@ TEST(SimcamStream, ASilentCameraForgetsWhatIsAskedOfIt) {
 TEST(SimcamStream, AsksForTheReceiversAddress) {
     Bench bench;
     bench.takeControl();
-    run(bench.registers(), "open",
+    run(bench, "open",
         "StreamDestination=0xA9FE072B; StreamPort=1520; Width=64; Height=32; FrameRate=10;"
         "AcquisitionStart=1");
     std::size_t asked = 0;
@@ -214,7 +213,7 @@ TEST(SimcamStream, AsksForTheReceiversAddress) {
     EXPECT_EQ(asked, 3U);
     EXPECT_EQ(bench.command(bench.other, 0x80, be32(0xA110)).status, 0) << "now it is heard";
     EXPECT_FALSE(bench.live(milliseconds(100)).empty());
-    run(bench.registers(), "a group", "StreamDestination=0xEFFE072A");
+    run(bench, "a group", "StreamDestination=0xEFFE072A");
     const auto sent = bench.live(milliseconds(100));
     ASSERT_FALSE(sent.empty());
     EXPECT_EQ(part(sent[0], 0, 6), Bytes({1, 0, 0x5E, 0x7E, 7, 0x2A}));
@@ -232,7 +231,7 @@ TEST(SimcamStream, TestPacketsHaveThePacketSize) {
             .size(),
         1U)
         << "there is no destination";
-    run(bench.registers(), "open", kOpen);
+    run(bench, "open", kOpen);
     for (const auto& row : rows) {
         const auto sent = bench.exchange(bench.frame(
             bench.host, Bench::message(0x82, bench.host.nextId++, be32(0x0D04) + be32(row.written))));
@@ -270,7 +269,7 @@ TEST(SimcamStream, ChunksFollowTheImage) {
         for (const char* size : {"548", "1500"}) {
             Bench bench;
             bench.takeControl();
-            run(bench.registers(), row.name,
+            run(bench, row.name,
                 kOpen + std::string("Width=64; Height=32; TestPattern=7; FrameRate=25; ChunkModeActive=1;") +
                     row.settings + "; StreamPacketSize=" + size +
                     "; AcquisitionStart=1; ChunkEnable=1!8007; ChunkModeActive=1!8007");
@@ -305,7 +304,7 @@ TEST(SimcamStream, ShowsThePicturesOfAFolder) {
     std::ofstream("pictures/c.txt") << "no picture";
     Bench bench(ethernet::Settings{{"images", "pictures"}});
     bench.takeControl();
-    run(bench.registers(), "folder",
+    run(bench, "folder",
         std::string(kOpen) + "Width=16; Height=2; PixelFormat=0x02180014; FrameRate=50; AcquisitionStart=1");
     const auto images = imagesOf(packetsOf(bench.live(milliseconds(70))), 1500);
     ASSERT_EQ(images.size(), 3U);

@@ -178,7 +178,7 @@ TEST(SimcamAddress, IsForced) {
 
 TEST(SimcamReboot, KeepsWhatIsKeptWithoutPower) {
     Bench bench(ethernet::Settings{{"name", "factory"}, {"set", "OffsetX=16;0xA114=600"}});
-    run(bench.registers(), "before",
+    run(bench, "before",
         "Privilege=2; OffsetX?16; Height?600; Height=64; Width=64; UserSetSelector=1; UserSetSave=1; "
         "Width=32; UserSetDefault=1;"
         "HeartbeatTimeout=9000; PersistentIp=0x0A000007; PersistentSubnetMask=0xFF000000;"
@@ -193,7 +193,7 @@ TEST(SimcamReboot, KeepsWhatIsKeptWithoutPower) {
     EXPECT_TRUE(bench.due().empty());
     EXPECT_EQ(bench.camera->report(bench.now).ip.address, 0x0A000007u) << "its persistent address";
     bench.cameraIp = 0x0A000007;
-    run(bench.registers(), "after",
+    run(bench, "after",
         "Privilege?0; Width?64; Height?600; UserSetSelector?0; UserSetDefault?1; HeartbeatTimeout?3000;"
         "PersistentIp?0xA000007; InterfaceConfiguration?5; StreamPort?0; FramesSent?0; DeviceStatus?1;"
         "Privilege=2; UserSetSelector=1; UserSetLoad=1; Width?64; InterfaceConfiguration=4");
@@ -205,7 +205,7 @@ TEST(SimcamReboot, KeepsWhatIsKeptWithoutPower) {
 
 TEST(SimcamReboot, WhatIsKeptStandsInAFile) {
     Bench bench;
-    run(bench.registers(), "written", "Privilege=2; Gain#2=3.5; UserSetSelector=2; UserSetSave=1");
+    run(bench, "written", "Privilege=2; Gain#2=3.5; UserSetSelector=2; UserSetSave=1");
     const auto kept = bench.camera->changedNonvolatile();
     ASSERT_TRUE(kept);
     EXPECT_FALSE(bench.camera->changedNonvolatile()) << "once";
@@ -260,7 +260,7 @@ TEST(SimcamSlowWrite, IsAnnouncedAndAnsweredWhenItIsDone) {
         SCOPED_TRACE(row.name);
         Bench bench({{"slow-write", row.slow}, {"pending-ack", row.announces}});
         bench.takeControl();
-        run(bench.registers(), "before", row.before);
+        run(bench, "before", row.before);
         const Bytes command = bench.frame(bench.host, Bench::message(row.code, 77, row.payload));
         const auto codeOf = [](const std::vector<Bytes>& sent) {
             return sent.empty() ? 0 : ackOf(sent[0]).code;

@@ -318,28 +318,4 @@ TEST_P(ImagePath, RefusesWhatCannotBe) {
     EXPECT_EQ(call(LIOMOL_IMAGE_PATH_VERSION + 1), nullptr);
 }
 
-// With a camera that sends all the time, from another thread.
-TEST_P(ImagePath, TouchesNoByteAfterClosing) {
-    std::atomic<bool> stop{false};
-    std::thread sender([&] {
-        for (std::uint64_t block = 1; !stop; block = block % 65535 + 1) {
-            send(imageFrames(block));
-            std::this_thread::sleep_for(std::chrono::microseconds(100));
-        }
-    });
-    for (int round = 0; round < 20; ++round) {
-        OpenStream stream;
-        ASSERT_EQ(stream.open(), IMAGE_PATH_OK);
-        TavoImage image{};
-        EXPECT_EQ(stream.wait(image), IMAGE_PATH_OK);
-        stream.close();
-        const auto before = stream.memory;
-        const auto received = state(0).framesReceived;
-        EXPECT_TRUE(eventually([&] { return state(0).framesReceived > received + 20; }));
-        EXPECT_EQ(stream.memory, before);
-    }
-    stop = true;
-    sender.join();
-}
-
 } // namespace

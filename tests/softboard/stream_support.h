@@ -98,10 +98,9 @@ inline std::vector<Bytes> imageFrames(std::uint64_t block) {
 // Port 0 of board 0 and a camera on it: in this process, or behind a network interface.
 class StreamPort : public testing::Test {
 protected:
-    // Keys of the port beside what it is.
-    void plugIn(bool overInterface, const std::string& keys = {}) {
+    void plugIn(bool overInterface) {
         if (!overInterface) {
-            configure("[board 0]\n[board 0 port 0]\n" + keys);
+            configure("[board 0]\n[board 0 port 0]\n");
             station = test::plugIn(0);
         } else {
             wire = std::make_unique<test_support::VirtualWire>();
@@ -115,7 +114,7 @@ protected:
             }
             ASSERT_TRUE(raw) << error;
             const test_support::NetNamespace::Inside inside(wire->host);
-            configure("[board 0]\n[board 0 port 0]\ninterface = host0\nmac = 02:00:00:00:00:01\n" + keys);
+            configure("[board 0]\n[board 0 port 0]\ninterface = host0\nmac = 02:00:00:00:00:01\n");
         }
         openBoard();
     }

@@ -4,11 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
+#include <fstream>
 #include <memory>
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
 
 // What tshark prints about the capture with these arguments.
 inline std::string tshark(const std::string& file, const std::string& arguments) {
@@ -23,6 +26,23 @@ inline std::string tshark(const std::string& file, const std::string& arguments)
         count = std::fread(piece.data(), 1, piece.size(), pipe.get());
     }
     return output;
+}
+
+// Ethernet frames as a capture without times.
+inline void writeCapture(const std::string& file, const std::vector<std::vector<std::uint8_t>>& frames) {
+    std::ofstream out(file, std::ios::binary);
+    const auto words = [&](std::initializer_list<std::size_t> values) {
+        for (const std::size_t value : values) {
+            for (const int shift : {24, 16, 8, 0}) {
+                out.put(static_cast<char>(value >> shift));
+            }
+        }
+    };
+    words({0xA1B2C3D4, 0x20004, 0, 0, 65535, 1});
+    for (const auto& frame : frames) {
+        words({0, 0, frame.size(), frame.size()});
+        out.write(reinterpret_cast<const char*>(frame.data()), static_cast<std::streamsize>(frame.size()));
+    }
 }
 
 // No frame is malformed, every checksum is right, and commands and acknowledgements of all kinds that a

@@ -158,6 +158,7 @@ TEST(Images, EveryEndWakesWhoWaits) {
         const char* name;
         std::function<void(OneCamera&, GbeStream*)> end;
         int status;
+        const char* trouble = nullptr;
     } rows[] = {
         {"closed", [](OneCamera&, GbeStream* stream) { Gbe_closeStream(stream); }, GBE_ERROR_STREAM_CLOSED},
         {"disconnected", [](OneCamera& one, GbeStream*) { EXPECT_EQ(Gbe_disconnectCamera(one.camera), 0); },
@@ -171,9 +172,9 @@ TEST(Images, EveryEndWakesWhoWaits) {
          },
          GBE_ERROR_CAMERA_NOT_CONNECTED},
         {"unplugged", [](OneCamera& one, GbeStream*) { softboard::detach(0, 0, one.station); },
-         GBE_ERROR_CONNECTION},
+         GBE_ERROR_CONNECTION, "The link to the camera is gone."},
         {"rebooted", [](OneCamera& one, GbeStream*) { one.station->reboot(std::chrono::milliseconds(0)); },
-         GBE_ERROR_CONNECTION},
+         GBE_ERROR_CONNECTION, "Control of the camera is lost: it has restarted."},
         {"control taken away", [](OneCamera& one, GbeStream*) { one.station->pokeRegister(0x0A00, 0); },
          GBE_ERROR_CONNECTION},
     };
@@ -202,6 +203,9 @@ TEST(Images, EveryEndWakesWhoWaits) {
         row.end(one, stream);
         for (std::thread& waiter : waiters) {
             waiter.join();
+        }
+        if (row.trouble != nullptr) {
+            EXPECT_EQ(troubleOf(stream), row.trouble);
         }
         const bool closed = row.status == GBE_ERROR_STREAM_CLOSED;
         if (!closed) {
@@ -346,12 +350,6 @@ TEST(Images, NothingArrivesForAReason) {
     const unsigned char elsewhere[] = {10, 0, 0, 9};
     ASSERT_EQ(Gbe_writeMemory(one.camera, 0x0D18, elsewhere, 4), 0);
     EXPECT_EQ(troubleOf(stream).find("The camera sends its images to 10.0.0.9, port 1520, instead of "), 0U);
-    one.station->reboot(std::chrono::milliseconds(0));
-    GbeImage image{};
-    while (Gbe_waitImage(stream, kPatient, &image) == 0) {
-        Gbe_giveBackImage(stream, image.id);
-    }
-    EXPECT_EQ(troubleOf(stream), "Control of the camera is lost: it has restarted.");
     EXPECT_EQ(Gbe_closeStream(stream), 0);
 }
 

@@ -5,7 +5,6 @@
 #include "support/wired_camera.h"
 
 #include <optional>
-#include <thread>
 
 namespace {
 
@@ -39,12 +38,6 @@ protected:
         ASSERT_TRUE(s_wire->host.shell("ip link set host0 mtu " + std::to_string(host)));
         ASSERT_TRUE(s_wire->camera.shell("ip link set camera0 mtu " + std::to_string(cameras)));
     }
-    static void pull() { ASSERT_TRUE(s_wire->camera.shell("ip link set camera0 down")); }
-    static void plug() {
-        ASSERT_TRUE(s_wire->camera.shell("ip link set camera0 up"));
-        EXPECT_TRUE(eventually([] { return softboard::portState(0, 0).linkUp; }));
-    }
-
     static inline std::unique_ptr<VirtualWire> s_wire;
     std::optional<NetNamespace::Inside> inside;
     std::optional<Session> session;
@@ -89,30 +82,6 @@ TEST_F(ImagesOverAWire, PacketsThatThePathDoesNotCarryAreNamed) {
                            "carry what the camera sends.");
     EXPECT_EQ(Gbe_closeStream(stream), 0);
     setMtu(1500, 1500);
-}
-
-TEST_F(ImagesOverAWire, AWireThatIsPulledWakesWhoWaits) {
-    GbeStream* stream = openStream(camera);
-    ASSERT_EQ(Gbe_startAcquisition(camera), 0);
-    fetch(stream, 2, [](const GbeImage& image) { expectEncoded(image); });
-    int result = 0;
-    std::thread waiter([&] {
-        GbeImage image{};
-        while ((result = Gbe_waitImage(stream, -1, &image)) == 0) {
-            Gbe_giveBackImage(stream, image.id);
-        }
-    });
-    pull();
-    waiter.join();
-    EXPECT_EQ(result, GBE_ERROR_CONNECTION);
-    EXPECT_EQ(troubleOf(stream), "The link to the camera is gone.");
-    EXPECT_EQ(Gbe_closeStream(stream), 0);
-    plug();
-    ASSERT_EQ(Gbe_stopAcquisition(camera), 0);
-    stream = openStream(camera);
-    ASSERT_EQ(Gbe_startAcquisition(camera), 0);
-    fetch(stream, 2, [](const GbeImage& image) { expectEncoded(image); });
-    EXPECT_EQ(Gbe_closeStream(stream), 0);
 }
 
 } // namespace

@@ -24,7 +24,7 @@ inline constexpr std::uint32_t kText = 0x10010; // 16 bytes
 inline constexpr std::uint32_t kWidth = 0x10020;
 } // namespace plain
 
-// A camera of plain memory behind a description with one feature of each kind.
+// A camera of plain memory behind a description of a few features.
 inline ethernet::Settings plainCamera(ethernet::Settings more = {}) {
     static const char* const kDescription = R"(<?xml version="1.0" encoding="utf-8"?>
 <RegisterDescription ModelName="Plain" VendorName="Test"
@@ -32,9 +32,6 @@ inline ethernet::Settings plainCamera(ethernet::Settings more = {}) {
     SchemaMajorVersion="1" SchemaMinorVersion="1" SchemaSubMinorVersion="0">
   <Category Name="Root"><pFeature>Number</pFeature></Category>
   <Integer Name="Number"><pValue>NumberReg</pValue><Min>0</Min><Max>2147483646</Max></Integer>
-  <Integer Name="Even"><pValue>NumberReg</pValue><Min>0</Min><Max>100</Max><Inc>2</Inc></Integer>
-  <Integer Name="ReadOnly"><pValue>ReadOnlyReg</pValue></Integer>
-  <Integer Name="Lockable"><pIsLocked>LockedReg</pIsLocked><pValue>NumberReg</pValue></Integer>
   <Integer Name="Width"><pValue>WidthReg</pValue></Integer>
   <Integer Name="TLParamsLocked"><Value>0</Value><Min>0</Min><Max>1</Max></Integer>
   <Enumeration Name="PixelFormat">
@@ -42,8 +39,6 @@ inline ethernet::Settings plainCamera(ethernet::Settings more = {}) {
     <EnumEntry Name="Mono12Packed"><Value>1</Value></EnumEntry>
     <Value>0</Value>
   </Enumeration>
-  <Float Name="Ratio"><Value>0.5</Value><Min>0.1</Min><Max>2</Max></Float>
-  <Boolean Name="Switch"><Value>0</Value></Boolean>
   <Command Name="AcquisitionStart">
     <pIsLocked>LockedReg</pIsLocked><pValue>CommandReg</pValue><CommandValue>1</CommandValue>
   </Command>
@@ -56,7 +51,6 @@ inline ethernet::Settings plainCamera(ethernet::Settings more = {}) {
     std::string text = kDescription;
     const std::tuple<const char*, const char*, const char*> words[] = {
         {"Number", "0x10000", "<AccessMode>RW</AccessMode>"},
-        {"ReadOnly", "0x10000", "<AccessMode>RO</AccessMode>"},
         {"Command", "0x10004", "<AccessMode>RW</AccessMode>"},
         {"Locked", "0x10008", "<AccessMode>RW</AccessMode><Cachable>NoCache</Cachable>"},
         {"Width", "0x10020", "<AccessMode>RW</AccessMode>"}};
@@ -91,15 +85,15 @@ public:
 
     BoardHandle* board() const { return boards.front(); }
 
-    // Scans a port of a board and gives its first camera.
-    CameraHandle* findFirst(unsigned port = 0, std::size_t board = 0) const {
+    // Scans a port of the first board and gives its first camera.
+    CameraHandle* findFirst(unsigned port = 0) const {
         CameraHandle* camera = nullptr;
-        EXPECT_EQ(Gbe_scanNetwork(boards[board], static_cast<int>(port), 0), 0);
-        EXPECT_EQ(Gbe_getFirstCamera(boards[board], port, &camera), 0);
+        EXPECT_EQ(Gbe_scanNetwork(board(), static_cast<int>(port), 0), 0);
+        EXPECT_EQ(Gbe_getFirstCamera(board(), port, &camera), 0);
         return camera;
     }
-    CameraHandle* connectFirst(unsigned port = 0, std::size_t board = 0) const {
-        CameraHandle* camera = findFirst(port, board);
+    CameraHandle* connectFirst(unsigned port = 0) const {
+        CameraHandle* camera = findFirst(port);
         EXPECT_EQ(Gbe_connectCamera(camera), 0);
         return camera;
     }

@@ -39,6 +39,13 @@ struct TavoBoard {
     std::function<void()> onEmpty; // a data queue has nothing for a reader
 };
 
+inline UDPPacket packetOf(const Frame& frame) {
+    UDPPacket packet;
+    packet.clear();
+    std::copy(frame.begin(), frame.end(), packet.bytes.begin());
+    return packet;
+}
+
 // A GigeCamera on such a board, with a camera selected on each port: MAC 02:11:22:33:44:55, 169.254.7.100.
 struct ScriptedBoard {
     ScriptedBoard();

@@ -4,13 +4,6 @@
 
 namespace {
 
-UDPPacket packetOf(const Frame& frame) {
-    UDPPacket packet;
-    packet.clear();
-    std::copy(frame.begin(), frame.end(), packet.bytes.begin());
-    return packet;
-}
-
 // Answers to the first, second, ... frame that is sent; the last one stays.
 using Script = std::vector<Answers>;
 

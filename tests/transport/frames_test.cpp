@@ -5,13 +5,6 @@
 
 namespace {
 
-UDPPacket packetOf(const Frame& frame) {
-    UDPPacket packet;
-    packet.clear();
-    std::copy(frame.begin(), frame.end(), packet.bytes.begin());
-    return packet;
-}
-
 // A camera that answers one command with the acknowledgement of the files, and compares that command.
 class Golden : public ScriptedBoard {
 public:

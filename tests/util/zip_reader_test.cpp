@@ -127,13 +127,4 @@ TEST(ZipReader, ShortReadsAreGatheredAndBrokenOnesEnd) {
     }
 }
 
-TEST(ZipReader, ADeviceIsUsedNotOwned) {
-    QFile missing("missing.zip");
-    EXPECT_EQ(ZipReader(&missing).status(), ZipReader::FileOpenError);
-    QBuffer device;
-    ASSERT_TRUE(device.open(QIODevice::WriteOnly));
-    EXPECT_FALSE(ZipReader(&device).hasEntries()) << "not readable";
-    EXPECT_TRUE(device.isOpen()) << "opened by someone else";
-}
-
 } // namespace
