@@ -5,6 +5,7 @@
 #include "liomol/signals.h"
 #include "support/events.h"
 #include "system/session.h"
+#include "util/qt_locks.h"
 
 #include <functional>
 
@@ -66,11 +67,14 @@ CameraHandle* connect(const Session& session) {
     EXPECT_EQ(Gbe_getFirstCamera(session.board(), 0, &camera), 0);
     EXPECT_EQ(Gbe_connectCamera(camera), 0);
     std::atomic<int> heard = 0;
-    const auto connection = QObject::connect(
-        camera->device(), &ImplGenICamCamera::signal_StateChanged,
-        [&heard](ImplGenICamCamera*, ImplGenICamCamera::CameraState state) {
-            heard = state == ImplGenICamCamera::Retrieving ? 1 : 2 * heard;
-        });
+    const auto connection = [&] {
+        const util::InsideQt quiet; // what it keeps of a connection is ordered by a lock inside Qt
+        return QObject::connect(
+            camera->device(), &ImplGenICamCamera::signal_StateChanged,
+            [&heard](ImplGenICamCamera*, ImplGenICamCamera::CameraState state) {
+                heard = state == ImplGenICamCamera::Retrieving ? 1 : 2 * heard;
+            });
+    }();
     retrieve(*camera->device());
     EXPECT_TRUE(eventuallyHeard([&heard] { return heard == 2; }));
     QObject::disconnect(connection);
