@@ -66,17 +66,18 @@ CameraHandle* connect(const Session& session) {
     CameraHandle* camera = nullptr;
     EXPECT_EQ(Gbe_getFirstCamera(session.board(), 0, &camera), 0);
     EXPECT_EQ(Gbe_connectCamera(camera), 0);
-    std::atomic<int> heard = 0;
+    static std::atomic<int> heard; // static: of an order that Qt makes the sanitizer sees nothing
+    heard = 0;
     const auto connection = [&] {
         const util::InsideQt quiet; // what it keeps of a connection is ordered by a lock inside Qt
         return QObject::connect(
             camera->device(), &ImplGenICamCamera::signal_StateChanged,
-            [&heard](ImplGenICamCamera*, ImplGenICamCamera::CameraState state) {
+            [](ImplGenICamCamera*, ImplGenICamCamera::CameraState state) {
                 heard = state == ImplGenICamCamera::Retrieving ? 1 : 2 * heard;
             });
     }();
     retrieve(*camera->device());
-    EXPECT_TRUE(eventuallyHeard([&heard] { return heard == 2; }));
+    EXPECT_TRUE(eventuallyHeard([] { return heard == 2; }));
     QObject::disconnect(connection);
     return camera;
 }
