@@ -17,10 +17,18 @@ using Signals = tavo::ImplGenICamIntegerInterfaceSignals;
 enum class Occasion { Value, Retrieving, Retrieved, Control, Connecting };
 const char* const kOccasions[] = {"value", "retrieving", "retrieved", "control", "connecting"};
 
+// Of the camera, as the first connection has got it; while a retrieval is under way a device has none to
+// give.
+std::string& description() {
+    static std::string text;
+    return text;
+}
+
 void retrieve(ImplGenICamCamera& device) {
-    char* const text = new char[device.getXmlDataSize()];
-    device.copyXmlData(text);
-    device.retrieveRegisterDescriptionFromMemory(text);
+    const std::string& text = description();
+    char* const owned = new char[text.size()];
+    text.copy(owned, text.size());
+    device.retrieveRegisterDescriptionFromMemory(owned);
 }
 
 struct Deed {
@@ -66,6 +74,10 @@ CameraHandle* connect(const Session& session) {
     CameraHandle* camera = nullptr;
     EXPECT_EQ(Gbe_getFirstCamera(session.board(), 0, &camera), 0);
     EXPECT_EQ(Gbe_connectCamera(camera), 0);
+    if (description().empty()) {
+        description().resize(camera->device()->getXmlDataSize());
+        camera->device()->copyXmlData(description().data());
+    }
     static std::atomic<int> heard; // static: of an order that Qt makes the sanitizer sees nothing
     heard = 0;
     const auto connection = [&] {
