@@ -1,5 +1,6 @@
 #include "softboard/resend_command.h"
 
+#include "gvsp/resend.h"
 #include "protocol/internet_checksum.h"
 #include "protocol/net.h"
 
@@ -12,9 +13,7 @@ namespace {
 constexpr std::uint16_t kDontFragment = 0x4000;
 constexpr std::uint8_t kTimeToLive = 128;
 constexpr std::uint8_t kIpv4WithoutOptions = 0x45;
-constexpr std::uint8_t kNoAck = 0; // what comes is the packets
 constexpr std::size_t kCommand = net::kUdpPayload;
-constexpr std::size_t kData = kCommand + gvcp::kHeader;
 
 using Frame = std::array<std::uint8_t, kResendFrame>;
 
@@ -62,25 +61,13 @@ void putChecksums(Frame& frame, std::uint16_t udpLength) {
 
 std::size_t
 buildResend(const ResendRoute& route, const gvsp::ResendWish& wish, std::uint16_t requestId, Frame& frame) {
-    namespace resend = gvcp::packet_resend;
-    const std::size_t size = wish.extendedIds ? resend::kExtendedSize : resend::kSize;
-    const auto udpLength = static_cast<std::uint16_t>(net::kUdpHeader + gvcp::kHeader + size);
+    const gvsp::ResendMessage message(wish, requestId);
+    const auto udpLength = static_cast<std::uint16_t>(net::kUdpHeader + message.bytes().size());
     frame = {};
     putHeaders(frame, route, udpLength);
-    frame[kCommand + gvcp::kCommandKey] = gvcp::kKey;
-    frame[kCommand + gvcp::kCommandFlags] = wish.extendedIds ? gvcp::kFlagExtendedIds : kNoAck;
-    put<2>(frame, kCommand + gvcp::kCommandCode, static_cast<std::uint16_t>(gvcp::Command::PacketResendCmd));
-    put<2>(frame, kCommand + gvcp::kLength, size);
-    put<2>(frame, kCommand + gvcp::kRequestId, requestId);
-    put<4>(frame, kData + resend::kFirst, wish.first);
-    put<4>(frame, kData + resend::kLast, wish.last);
-    if (wish.extendedIds) {
-        put<8>(frame, kData + resend::kExtendedBlock, wish.block);
-    } else {
-        put<2>(frame, kData + resend::kBlock, wish.block);
-    }
+    put(frame, kCommand, message.bytes());
     putChecksums(frame, udpLength);
-    return kData + size;
+    return kCommand + message.bytes().size();
 }
 
 } // namespace softboard
