@@ -57,7 +57,17 @@ void CameraCore::send(std::vector<Bytes> frames, Time when) {
     }
 }
 
+// Whoever comes first after a reboot finds the camera up, with its search for an address begun.
+void CameraCore::comeUp(Time now) {
+    if (m_upAt && now >= *m_upAt) {
+        m_upAt.reset();
+        tell(m_notices, Notice::Reboot, "up again");
+        m_addressing.start(m_unit->registers, now);
+    }
+}
+
 void CameraCore::receive(ByteView frame, Time now) {
+    comeUp(now);
     if (isSilent(now)) {
         return;
     }
@@ -121,11 +131,7 @@ void CameraCore::stream(Time now, PacketBatch& packets) {
 }
 
 std::vector<Bytes> CameraCore::due(Time now, PacketBatch& packets) {
-    if (m_upAt && now >= *m_upAt) {
-        m_upAt.reset();
-        tell(m_notices, Notice::Reboot, "up again");
-        m_addressing.start(m_unit->registers, now);
-    }
+    comeUp(now);
     const bool silent = isSilent(now);
     for (const Bytes& arrived : m_in.take(now)) {
         if (!silent) {
@@ -171,6 +177,7 @@ std::optional<Nonvolatile::Contents> CameraCore::changedNonvolatile() {
 }
 
 Report CameraCore::report(Time now) {
+    comeUp(now);
     m_unit->device.advance(now);
     m_unit->memory.refresh(now);
     Report report;

@@ -73,6 +73,7 @@ public:
 
 private:
     void build(Time now, const Nonvolatile::Contents& kept);
+    void comeUp(Time now);
     void hear(ByteView frame, Time now);
     void send(std::vector<Bytes> frames, Time when);
     void stream(Time now, PacketBatch& packets);

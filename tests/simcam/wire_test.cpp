@@ -203,6 +203,19 @@ TEST(SimcamReboot, KeepsWhatIsKeptWithoutPower) {
     EXPECT_EQ(bench.camera->report(bench.now).ip.address, 0xA9FE0764u) << "switched off";
 }
 
+// What arrives before anybody has asked what is due, as when the camera's thread comes late, is not lost.
+TEST(SimcamReboot, HearsAsSoonAsItSaysThatItIsNotSilent) {
+    for (const bool asked : {false, true}) {
+        Bench bench;
+        bench.camera->reboot(bench.now, milliseconds(5));
+        bench.now += milliseconds(5);
+        EXPECT_EQ(asked && bench.camera->report(bench.now).silent, false);
+        const Bytes question = bench.frame(bench.host, Bench::message(0x80, 900, be32(0x0A00)));
+        bench.camera->receive(question, bench.now);
+        EXPECT_EQ(bench.due().size(), 1U) << asked;
+    }
+}
+
 TEST(SimcamReboot, WhatIsKeptStandsInAFile) {
     Bench bench;
     run(bench, "written", "Privilege=2; Gain#2=3.5; UserSetSelector=2; UserSetSave=1");
