@@ -39,12 +39,10 @@ BlockOrder::Judgement BlockOrder::judgePast(const Packet& packet, std::uint64_t 
     if (!known && sequence > m_delivered) {
         return {Verdict::Begin, sequence}; // it was passed over
     }
-    if (quiet) {
-        return restart();
-    }
     const auto leader = packet.kind() == Format::Leader ? readLeader(packet.content) : std::nullopt;
-    if (leader && (known && past.timestamp ? leader->timestamp != *past.timestamp
-                                           : leader->timestamp > m_newestTimestamp)) {
+    const bool another = leader && (known && past.timestamp ? leader->timestamp != *past.timestamp
+                                                            : leader->timestamp > m_newestTimestamp);
+    if (another || (quiet && !(known && past.asked))) {
         return restart();
     }
     return {known && past.dropped ? Verdict::Ignored : Verdict::Late, sequence};
@@ -80,10 +78,6 @@ void BlockOrder::sawLeader(std::uint64_t sequence, std::uint64_t timestamp) {
     if (sequence == m_newest) {
         m_newestTimestamp = timestamp;
     }
-}
-
-void BlockOrder::ended(std::uint64_t sequence, bool dropped, std::optional<std::uint64_t> timestamp) {
-    m_past[sequence % kMemory] = {sequence, dropped, timestamp};
 }
 
 std::uint64_t BlockOrder::delivered(std::uint64_t sequence) {

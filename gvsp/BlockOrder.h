@@ -30,8 +30,14 @@ public:
     void began(const Packet& packet, std::uint64_t sequence);
     // The leader of a block came.
     void sawLeader(std::uint64_t sequence, std::uint64_t timestamp);
-    // No packet of the block is taken any more. `timestamp`: of its leader, if that had come.
-    void ended(std::uint64_t sequence, bool dropped, std::optional<std::uint64_t> timestamp);
+    // A block of which no packet is taken any more.
+    struct Past {
+        std::uint64_t sequence = 0;
+        bool dropped = false; // it found no buffer
+        bool asked = false;   // packets of it were asked for: answers may come, however late
+        std::optional<std::uint64_t> timestamp; // of its leader, if that had come
+    };
+    void ended(const Past& past) { m_past[past.sequence % kMemory] = past; }
     bool isDelivered(std::uint64_t sequence) const { return sequence <= m_delivered; }
     // Blocks up to this one are delivered. Returns how many of them never began.
     std::uint64_t delivered(std::uint64_t sequence);
@@ -41,11 +47,6 @@ private:
     static constexpr std::int64_t kMostLost = 1024;  // blocks in a row; more is a beginning
     static constexpr std::uint64_t kFirst = 1 << 20; // so that there is a past
 
-    struct Past {
-        std::uint64_t sequence = 0;
-        bool dropped = false;
-        std::optional<std::uint64_t> timestamp;
-    };
     std::int64_t distance(std::uint64_t id) const;
     Judgement restart();
     Judgement judgePast(const Packet& packet, std::uint64_t sequence, bool quiet);

@@ -75,7 +75,7 @@ private:
     std::size_t likelyPayload(bool extendedIds) const;
     void review(Entry& entry);
     void giveUpOvertaken();
-    void finish(Block& block);
+    void finish(Entry& entry);
     void finishAll();
     void deliver();
 
@@ -162,7 +162,7 @@ void Receiver::Impl::take(Entry& entry, const Packet& packet, Time now) {
         m_blockOrder.sawLeader(block.sequence(), block.leader()->timestamp);
     }
     if (block.complete()) {
-        finish(block);
+        finish(entry);
         deliver();
     }
     giveUpOvertaken();
@@ -216,7 +216,7 @@ Receiver::Impl::Entry* Receiver::Impl::begin(const Packet& packet, Time now) {
 
 Receiver::Impl::Entry* Receiver::Impl::insert(const Packet& packet, std::uint64_t sequence, Time now) {
     if (m_underWay.full()) {
-        finish(m_underWay.front().block);
+        finish(m_underWay.front());
         deliver();
     }
     if (m_blockOrder.isDelivered(sequence)) {
@@ -234,7 +234,7 @@ Receiver::Impl::Entry* Receiver::Impl::insert(const Packet& packet, std::uint64_
     }
     entry->block.beginWithout(start, now);
     ++counters.droppedArriving;
-    m_blockOrder.ended(sequence, true, std::nullopt);
+    m_blockOrder.ended({sequence, true, false, std::nullopt});
     deliver();
     return nullptr;
 }
@@ -250,7 +250,7 @@ std::size_t Receiver::Impl::likelyPayload(bool extendedIds) const {
 // A block ends when nothing that is missing of it may still come.
 void Receiver::Impl::review(Entry& entry) {
     if (!entry.block.finished() && entry.wishes.asking() && !entry.wishes.hopes(entry.block)) {
-        finish(entry.block);
+        finish(entry);
     }
 }
 
@@ -260,14 +260,15 @@ void Receiver::Impl::giveUpOvertaken() {
     std::uint32_t later = 0;
     for (auto entry = order.rbegin(); entry != order.rend(); ++entry) {
         if (later >= kOvertaken && !(*entry)->wishes.asking()) {
-            finish((*entry)->block);
+            finish(**entry);
         }
         later += (*entry)->block.arrived();
     }
     deliver();
 }
 
-void Receiver::Impl::finish(Block& block) {
+void Receiver::Impl::finish(Entry& entry) {
+    Block& block = entry.block;
     if (block.finished()) {
         return;
     }
@@ -277,13 +278,15 @@ void Receiver::Impl::finish(Block& block) {
     block.finish();
     counters.missingPackets += block.missingPackets();
     const auto& leader = block.leader();
-    m_blockOrder.ended(block.sequence(), false, leader ? std::optional(leader->timestamp) : std::nullopt);
+    m_blockOrder.ended(
+        {block.sequence(), false, entry.wishes.asked(),
+         leader ? std::optional(leader->timestamp) : std::nullopt});
     m_lastEnd = std::max(m_lastEnd, block.lastPacket());
 }
 
 void Receiver::Impl::finishAll() {
     for (Entry* entry : m_underWay.order()) {
-        finish(entry->block);
+        finish(*entry);
     }
     deliver();
 }
@@ -317,7 +320,7 @@ void Receiver::Impl::advance(Time now) {
         (*entry)->wishes.ask(block, now, means);
         const Time since = std::min(heldSince, block.lastPacket());
         if (now - since >= m_settings.patience) {
-            finish(block);
+            finish(**entry);
         } else {
             review(**entry);
         }

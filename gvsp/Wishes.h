@@ -71,6 +71,8 @@ public:
     bool hopes(const Block& block);
     // False when nothing is asked for, or too much would have to be.
     bool asking() const { return m_asking; }
+    // Whether anything has been asked for.
+    bool asked() const { return m_asked != 0; }
 
     struct Asked {
         unsigned wishes = 0; // how often; 0 when never

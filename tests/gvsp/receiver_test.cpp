@@ -216,6 +216,25 @@ TEST(Resend, GapsAreAskedForInTime) {
     EXPECT_EQ(rig.receiver.counters().resentPackets, 1U);
 }
 
+// Where the host or the wire stood still, what had been asked for comes when nobody waits for it any more.
+TEST(Resend, AnAnswerThatComesAfterALongSilenceIsNoOtherImage) {
+    for (const std::vector<std::uint32_t>& again : {ids(3, 3), ids(2, 11), ids(0, 11)}) {
+        Rig rig(settings(true));
+        rig.send(Sent{}, {0, 1, 8});
+        rig.wait(milliseconds(20));
+        EXPECT_NE(wishes(rig), Bounds{});
+        rig.send(Sent{}, ids(2, 11));
+        EXPECT_EQ(blocksOf(rig), Blocks{1});
+        rig.wait(milliseconds(300));
+        rig.send(Sent{}, again);
+        rig.wait(milliseconds(300));
+        EXPECT_EQ(blocksOf(rig), Blocks{});
+        EXPECT_EQ(rig.receiver.counters().late, again.size());
+        rig.send(Sent{.timestamp = 2});
+        EXPECT_EQ(blocksOf(rig), Blocks{1}) << "the camera has begun anew";
+    }
+}
+
 TEST(Resend, ALaterBlockShowsThatTheTailIsLost) {
     Rig rig(settings(true));
     rig.send(Sent{}, ids(0, 8));
