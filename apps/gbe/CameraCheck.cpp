@@ -50,20 +50,7 @@ void CameraCheck::run(const FoundCamera& camera) {
     const bool free = isFree(handle, camera, privilege, text);
     if (packetsPass(handle, camera, text) && free) {
         m_findings.good("camera", label(camera) + ": " + text);
-        tellDifferences(handle, camera);
     }
-}
-
-void CameraCheck::tellDifferences(CameraHandle* handle, const FoundCamera& camera) {
-    if (Gbe_connectCameraForReading(handle) < 0) {
-        return;
-    }
-    if (const std::string differences = standardDifferences(handle); !differences.empty()) {
-        m_findings.note(
-            "camera", label(camera) + ": the GenICam standard reads its description otherwise: " +
-                          differences + " (--standard does so)");
-    }
-    Gbe_disconnectCamera(handle);
 }
 
 bool CameraCheck::addressIsGood(const FoundCamera& camera) {

@@ -39,7 +39,6 @@ private:
     void explainSilence(const FoundCamera& camera);
     bool isFree(CameraHandle* handle, const FoundCamera& camera, unsigned privilege, std::string& text);
     bool packetsPass(CameraHandle* handle, const FoundCamera& camera, std::string& text);
-    void tellDifferences(CameraHandle* handle, const FoundCamera& camera);
 
     void bad(const FoundCamera& camera, const std::string& finding, const std::string& mend);
     std::string command(const std::string& words) const;

@@ -1,6 +1,7 @@
 // What ends a command: one line for standard error, and the exit status.
 #pragma once
 
+#include "ExitStatus.h"
 #include "common/terminal_text.h"
 #include "liomol/gige.h"
 
@@ -17,15 +18,25 @@ public:
         : std::runtime_error(
               what + ": " + Gbe_getErrorDescription(code) + " (" + std::to_string(code) + ")" +
               (hint.empty() ? "" : ": ") + hint),
-          m_reason(Gbe_getErrorDescription(code)) {}
+          m_reason(Gbe_getErrorDescription(code)), m_status(exitStatusOf(code)) {}
     // For what no call of the library has said.
-    explicit Failure(const std::string& text) : std::runtime_error(text), m_reason(text) {}
+    explicit Failure(const std::string& text, ExitStatus status = ExitStatus::Other)
+        : std::runtime_error(text), m_reason(text), m_status(status) {}
+
+    // The same failure, where its place tells more than its code.
+    Failure as(ExitStatus status) const {
+        Failure other = *this;
+        other.m_status = status;
+        return other;
+    }
 
     // Without what failed: the text of the code.
     const std::string& reason() const { return m_reason; }
+    ExitStatus status() const { return m_status; }
 
 private:
     std::string m_reason;
+    ExitStatus m_status;
 };
 
 // One line on standard error, behind all that was printed before.

@@ -1,12 +1,14 @@
 #include "Session.h"
 
 #include "Failure.h"
+#include "FeatureCache.h"
 #include "addresses.h"
+#include "link_report/link_report.h"
 #include "protocol/bootstrap.h"
-
-#include <QtCore/QStringList>
+#include "service.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace gbe {
 namespace {
@@ -38,7 +40,11 @@ std::vector<unsigned> portsOf(const Selection& selection) {
 
 void scan(BoardHandle* board, const Selection& selection) {
     const int port = selection.port ? static_cast<int>(*selection.port) : -1;
-    check(placeText(selection), Gbe_scanNetwork(board, port, 0));
+    const int code = Gbe_scanNetwork(board, port, 0);
+    if (code == GBE_ERROR_PORT_NOT_AVAILABLE) {
+        throw Failure(placeText(selection), code).as(ExitStatus::CameraBusy);
+    }
+    check(placeText(selection), code);
 }
 
 // Every camera of a port: picks them one by one, so that each is picked once, and lets all go again.
@@ -121,52 +127,73 @@ std::string whyNoDescription(CameraHandle* camera) {
     return " (its description is not a GenICam description, or cannot be had: " + urls + ")";
 }
 
-// What the camera tells of a connection that it did not give.
-std::string whyNot(CameraHandle* camera, int code) {
+// Of a connection that the camera did not give: with what it tells about the cause.
+Failure connectionFailure(CameraHandle* camera, const std::string& what, int code) {
+    if (code == GBE_ERROR_PORT_NOT_AVAILABLE) {
+        return Failure(what, code).as(ExitStatus::CameraBusy);
+    }
     const std::string user = code == GBE_ERROR_CAMERA_BUSY ? userText(camera) : "";
     if (!user.empty()) {
-        return " (in use by " + user + ")";
+        return {what + " (in use by " + user + ")", code};
     }
     GbeControlStatus control{};
     if (Gbe_getControlStatus(camera, &control) != 0) {
-        return "";
+        return {what, code};
     }
     switch (control.holder) {
     case GBE_CONTROL_OTHER:
-        return " (controlled by another application" +
-               (control.ip != 0 ? " at " + Ipv4::fromLowFirst(control.ip).text() : "") + ")";
+        return {
+            what + " (controlled by another application" +
+                (control.ip != 0 ? " at " + Ipv4::fromLowFirst(control.ip).text() : "") + ")",
+            code};
     case GBE_CONTROL_UNKNOWN:
-        return " (it does not answer)";
+        return Failure(what + " (it does not answer)", code).as(ExitStatus::Lost);
     default:
-        return code == GBE_ERROR_XML_READ ? whyNoDescription(camera) : "";
+        return {what + (code == GBE_ERROR_XML_READ ? whyNoDescription(camera) : ""), code};
     }
+}
+
+// After a refusal to let itself be read: nobody controls the camera, and it gives control.
+bool takesControl(CameraHandle* camera, int refusal) {
+    GbeControlStatus control{};
+    if (refusal != GBE_ERROR_CAMERA_BUSY || !userText(camera).empty() ||
+        Gbe_getControlStatus(camera, &control) != 0 || control.holder == GBE_CONTROL_UNKNOWN ||
+        Gbe_connectCamera(camera) < 0) {
+        return false;
+    }
+    complain("this camera lets itself be read only by who controls it: control is taken for that");
+    return true;
 }
 
 } // namespace
 
-std::string standardDifferences(CameraHandle* camera) {
-    char text[4096];
-    unsigned size = sizeof text;
-    if (Gbe_getStandardDifferences(camera, text, &size) != 0) {
-        return "";
+Failure boardFailure(const std::string& what, int board, int code) {
+    if (code != GBE_ERROR_BOARD_INITIALIZATION) {
+        return {what, code};
     }
-    QStringList kinds = QString::fromUtf8(text).split('\n', Qt::SkipEmptyParts);
-    const auto count = [](const QString& kind) { return kind.section(' ', 0, 0).toInt(); };
-    std::stable_sort(
-        kinds.begin(), kinds.end(), [&](const QString& a, const QString& b) { return count(a) > count(b); });
-    constexpr int kShown = 3;
-    const int more = static_cast<int>(kinds.size()) - kShown;
-    const QString shown = kinds.mid(0, kShown).join(", ");
-    return (more > 0 ? shown + QString(", and %1 more").arg(more) : shown).toStdString();
+    const int error = askService("COUNT BOARDS").error;
+    if (error == EACCES || error == EPERM) {
+        return Failure(what + " (no right to the service's socket: gbe doctor)", code)
+            .as(ExitStatus::NoRight);
+    }
+    if (error != 0) {
+        return Failure(what + " (is gbe-service running?)", code).as(ExitStatus::NoService);
+    }
+    for (unsigned port = 0; port < GBE_PORTS; ++port) {
+        const auto link = link_report::ofPort(board, port);
+        if (link && link->error == EPERM) {
+            return Failure(what + " (no right to raw frames on " + link->interface + ": gbe doctor)", code)
+                .as(ExitStatus::NoRight);
+        }
+    }
+    return {what, code};
 }
 
 Board openBoard(int board) {
     BoardHandle* handle = nullptr;
-    const int code = Gbe_initBoard(board, 0, &handle);
-    check(
-        "board " + std::to_string(board) +
-            (code == GBE_ERROR_BOARD_INITIALIZATION ? " (is gbe-service running?)" : ""),
-        code);
+    if (const int code = Gbe_initBoard(board, 0, &handle); code < 0) {
+        throw boardFailure("board " + std::to_string(board), board, code);
+    }
     return Board(handle, &Gbe_freeBoard);
 }
 
@@ -204,10 +231,11 @@ std::string userText(CameraHandle* camera) {
 
 void connectCamera(CameraHandle* camera, bool standard, Purpose purpose) {
     check("choosing how to read the description", Gbe_enableStandardBehaviour(camera, standard ? 1 : 0));
-    const std::string what = "connecting to " + Mac::at(Gbe_getCameraInfo(camera)->mac).text();
+    const std::string mac = Mac::at(Gbe_getCameraInfo(camera)->mac).text();
     const auto connect = purpose == Purpose::Look ? &Gbe_connectCameraForReading : &Gbe_connectCamera;
-    if (const int code = connect(camera); code < 0) {
-        throw Failure(what + whyNot(camera, code), code);
+    if (const int code = connect(camera);
+        code < 0 && !(purpose == Purpose::Look && takesControl(camera, code))) {
+        throw connectionFailure(camera, "connecting to " + mac, code);
     }
     check("switching checks on", Gbe_enableChecks(camera, 1));
 }
@@ -215,6 +243,7 @@ void connectCamera(CameraHandle* camera, bool standard, Purpose purpose) {
 Session::Session(const Selection& selection, Purpose purpose)
     : board(openBoard(selection.board)), camera(pickCamera(board.get(), selection).handle) {
     connectCamera(camera.get(), selection.standard, purpose);
+    rememberCamera(camera.get());
 }
 
 } // namespace gbe

@@ -1,26 +1,17 @@
 // A board and a camera for the length of a command.
 #pragma once
 
+#include "Failure.h"
+#include "Selection.h"
 #include "addresses.h"
 
 #include "liomol/gige.h"
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace gbe {
-
-// Which board, and which camera behind it; what is not given does not count.
-struct Selection {
-    int board = 0;
-    std::optional<unsigned> port;
-    std::optional<Mac> mac;
-    std::optional<Ipv4> ip;
-    std::string name;
-    bool standard = false; // read the description as the GenICam standard has it
-};
 
 struct FoundCamera {
     unsigned port = 0;
@@ -35,6 +26,9 @@ using Camera = std::unique_ptr<CameraHandle, decltype(&Gbe_freeCamera)>;
 
 Board openBoard(int board);
 
+// Why a board could not be opened, as far as it can be told.
+Failure boardFailure(const std::string& what, int board, int code);
+
 // Scans the port of the selection, or all, and tells what is there in the order of ports and discovery.
 std::vector<FoundCamera> findCameras(BoardHandle* board, const Selection& selection);
 
@@ -48,15 +42,13 @@ PickedCamera pickCamera(BoardHandle* board, const Selection& selection);
 // What a command wants of a camera: to look at it, beside whoever works with it, or to work with it.
 enum class Purpose { Look, Work };
 
-// Connects, with the checks of access, locks and availability on: what a person does wrong is to be told.
+// Connects, with the checks of access, locks and availability on: what a person does wrong is to be told. A
+// camera that lets nobody look who does not control it is connected to work with, with a word on standard
+// error.
 void connectCamera(CameraHandle* camera, bool standard, Purpose purpose);
 
 // The program on this computer that works with a camera, "gbe, process 4711"; empty when none does.
 std::string userText(CameraHandle* camera);
-
-// What of a connected camera's description the GenICam standard reads otherwise, most first; empty where
-// nothing is, or nothing is known.
-std::string standardDifferences(CameraHandle* camera);
 
 // A board and a connected camera: the beginning of most commands.
 struct Session {

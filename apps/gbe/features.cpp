@@ -3,18 +3,21 @@
 #include "Failure.h"
 #include "hints.h"
 
-#include <QtCore/QXmlStreamReader>
+#include "liomol/features.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <cstdlib>
+#include <set>
 #include <system_error>
 #include <thread>
 
 namespace gbe {
 namespace {
 
+constexpr const char* kRoot = "Root"; // of the categories
 constexpr std::chrono::seconds kCommandLimit{10};
 constexpr std::chrono::milliseconds kCommandPoll{10};
 
@@ -30,7 +33,7 @@ long long parseInteger(const std::string& name, const std::string& text) {
     errno = 0;
     const long long value = std::strtoll(text.c_str(), &end, text.find("0x") == text.npos ? 10 : 16);
     if (text.empty() || *end != '\0' || errno != 0) {
-        throw Failure(name + ": \"" + text + "\" is not an integer");
+        throw Failure(name + ": \"" + text + "\" is not an integer", ExitStatus::Refused);
     }
     return value;
 }
@@ -42,7 +45,7 @@ double parseFloat(const std::string& name, const std::string& text) {
     double value = 0;
     const auto [end, error] = std::from_chars(begin, last, value);
     if (error != std::errc() || end != last) {
-        throw Failure(name + ": \"" + text + "\" is not a number");
+        throw Failure(name + ": \"" + text + "\" is not a number", ExitStatus::Refused);
     }
     return value;
 }
@@ -54,7 +57,7 @@ int parseBoolean(const std::string& name, const std::string& text) {
     if (text == "false" || text == "0") {
         return 0;
     }
-    throw Failure(name + ": \"" + text + "\" is neither true nor false");
+    throw Failure(name + ": \"" + text + "\" is neither true nor false", ExitStatus::Refused);
 }
 
 } // namespace
@@ -65,6 +68,74 @@ const char* kindName(int kind) {
     };
     static_assert(std::size(kNames) == GBE_KIND_REGISTER + 1);
     return kind >= 0 && kind <= GBE_KIND_REGISTER ? kNames[kind] : "unknown";
+}
+
+std::vector<std::string> featureList(CameraHandle* camera, const std::string& name, int list) {
+    unsigned size = 0;
+    if (Gbe_getFeatureList(camera, name.c_str(), list, nullptr, &size) != GBE_SUCCESS) {
+        return {};
+    }
+    std::vector<char> texts(size);
+    if (Gbe_getFeatureList(camera, name.c_str(), list, texts.data(), &size) != GBE_SUCCESS) {
+        return {};
+    }
+    std::vector<std::string> names;
+    for (const char* text = texts.data(); *text != '\0'; text += names.back().size() + 1) {
+        names.emplace_back(text);
+    }
+    return names;
+}
+
+namespace {
+
+bool isCategory(CameraHandle* camera, const std::string& name) {
+    int kind = GBE_KIND_OTHER;
+    return Gbe_getFeatureKind(camera, name.c_str(), &kind) == GBE_SUCCESS && kind == GBE_KIND_CATEGORY;
+}
+
+// The root of the categories, or all of them where the description has no root.
+std::vector<std::string> firstCategories(CameraHandle* camera) {
+    std::vector<std::string> names{kRoot};
+    if (!isCategory(camera, kRoot)) {
+        names = allNames(camera);
+        std::erase_if(names, [&](const std::string& name) { return !isCategory(camera, name); });
+        std::reverse(names.begin(), names.end());
+    }
+    return names;
+}
+
+} // namespace
+
+std::vector<Category> categoriesOf(CameraHandle* camera) {
+    std::vector<Category> categories;
+    std::vector<std::string> open = firstCategories(camera); // the next one last
+    std::set<std::string> met(open.begin(), open.end());
+    while (!open.empty()) {
+        Category category{open.back(), {}};
+        open.pop_back();
+        const auto place = static_cast<std::ptrdiff_t>(open.size());
+        for (const std::string& name : featureList(camera, category.name, GBE_LIST_MEMBERS)) {
+            if (!isCategory(camera, name)) {
+                category.features.push_back(name);
+            } else if (met.insert(name).second) {
+                open.insert(open.begin() + place, name);
+            }
+        }
+        categories.push_back(std::move(category));
+    }
+    return categories;
+}
+
+std::vector<std::string> allNames(CameraHandle* camera) {
+    std::vector<std::string> names;
+    const int count = Gbe_getFeatureCount(camera);
+    check("features", count);
+    for (int i = 0; i < count; ++i) {
+        const char* name = nullptr;
+        check("features", Gbe_getFeatureName(camera, static_cast<unsigned>(i), &name));
+        names.emplace_back(name);
+    }
+    return names;
 }
 
 int featureKind(CameraHandle* camera, const std::string& name) {
@@ -137,7 +208,7 @@ std::vector<std::pair<std::string, std::string>> parseSettings(const std::vector
     for (const std::string& text : texts) {
         const std::size_t equals = text.find('=');
         if (equals == 0 || equals == text.npos) {
-            throw Failure("\"" + text + "\" is not NAME=VALUE");
+            throw Failure("\"" + text + "\" is not NAME=VALUE", ExitStatus::Usage);
         }
         values.emplace_back(text.substr(0, equals), text.substr(equals + 1));
     }
@@ -169,25 +240,6 @@ std::string readDescription(CameraHandle* camera) {
     std::string text(size, '\0');
     check("description", Gbe_getGenICamXML(camera, text.data(), &size));
     return text.c_str(); // without the NUL
-}
-
-std::vector<Category> readCategories(const std::string& description) {
-    std::vector<Category> categories;
-    bool inside = false;
-    QXmlStreamReader reader(QByteArray::fromStdString(description));
-    while (!reader.atEnd()) {
-        reader.readNext();
-        if (reader.isStartElement() && reader.name() == QLatin1String("Category")) {
-            categories.push_back(
-                {reader.attributes().value(QLatin1String("Name")).toString().toStdString(), {}});
-            inside = true;
-        } else if (reader.isEndElement() && reader.name() == QLatin1String("Category")) {
-            inside = false;
-        } else if (inside && reader.isStartElement() && reader.name() == QLatin1String("pFeature")) {
-            categories.back().features.push_back(reader.readElementText().trimmed().toStdString());
-        }
-    }
-    return categories;
 }
 
 } // namespace gbe

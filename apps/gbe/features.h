@@ -14,6 +14,18 @@ namespace gbe {
 // "integer", "float", ... for one of GbeFeatureKind.
 const char* kindName(int kind);
 
+struct Category {
+    std::string name;
+    std::vector<std::string> features; // without the categories among them
+};
+
+// Those that "Root" leads to and itself, each once, in the order of the description.
+std::vector<Category> categoriesOf(CameraHandle* camera);
+// Of all nodes, helpers behind the features too, in the order of names. Throws Failure.
+std::vector<std::string> allNames(CameraHandle* camera);
+// One of GbeFeatureList; empty for a kind that has none.
+std::vector<std::string> featureList(CameraHandle* camera, const std::string& name, int list);
+
 // These throw Failure with the feature's name.
 
 int featureKind(CameraHandle* camera, const std::string& name);
@@ -29,13 +41,5 @@ void execute(CameraHandle* camera, const std::string& name);
 
 // The camera's description, as it was loaded.
 std::string readDescription(CameraHandle* camera);
-
-struct Category {
-    std::string name;
-    std::vector<std::string> features; // other categories among them
-};
-
-// The categories of a description in its order. What is no well-formed XML ends the list.
-std::vector<Category> readCategories(const std::string& description);
 
 } // namespace gbe

@@ -2,7 +2,6 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
 
 #include <cstdio>
 #include <iterator>
@@ -68,11 +67,6 @@ QJsonObject imageJson(const GbeImage& image) {
         {"missing", missingOf(image)},
         {"chunks", chunksOf(image)},
     };
-}
-
-void printLine(const QJsonObject& object) {
-    std::printf("%s\n", QJsonDocument(object).toJson(QJsonDocument::Compact).constData());
-    std::fflush(stdout);
 }
 
 } // namespace gbe

@@ -9,7 +9,4 @@ namespace gbe {
 
 QJsonObject imageJson(const GbeImage& image);
 
-// One object in one line, on standard output.
-void printLine(const QJsonObject& object);
-
 } // namespace gbe

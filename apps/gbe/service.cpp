@@ -20,7 +20,8 @@ void demand(const std::string& what, const std::string& request) {
     if (reply.error != 0) {
         throw Failure(
             what + ": the service on " + serviceSocket() + ": " + std::strerror(reply.error) +
-            " (gbe doctor tells more)");
+                " (gbe doctor tells more)",
+            reply.error == EACCES || reply.error == EPERM ? ExitStatus::NoRight : ExitStatus::NoService);
     }
     if (!reply.good()) {
         throw Failure(
@@ -71,10 +72,11 @@ void setPortAddress(const std::string& port, const std::string& address) {
     unsigned number = 0;
     char rest = 0;
     if (std::sscanf(port.c_str(), "%u:%u%c", &board, &number, &rest) != 2) {
-        throw Failure("\"" + port + "\" is not BOARD:PORT");
+        throw Failure("\"" + port + "\" is not BOARD:PORT", ExitStatus::Usage);
     }
     if (address.find_first_not_of("0123456789./") != address.npos) {
-        throw Failure("\"" + address + "\" is not an IPv4 address with the length of its mask");
+        throw Failure(
+            "\"" + address + "\" is not an IPv4 address with the length of its mask", ExitStatus::Usage);
     }
     demand(
         "port " + port,

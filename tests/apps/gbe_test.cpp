@@ -58,7 +58,7 @@ TEST_F(Gbe, WhatItPrintsAndNoFileMore) {
         {{"--port", "0", "get", "Width", "PixelFormat"}, "Width        1920\n|PixelFormat  Mono8\n"},
         {{"--port", "0", "exec", "TimestampLatch"}, ""},
         {{"rescan", "--port", "1"}, ""},
-        {{"list", "--port", "0", "--standard"}, "ImageFormatControl\n|  Width |integer|PixelFormat|Mono8"},
+        {{"list", "--port", "0"}, "ImageFormatControl\n|  Width |integer|PixelFormat|Mono8"},
         {{"--port", "0", "xml"}, "<?xml|<RegisterDescription|</RegisterDescription>"},
         {{"--version"}, "gbe 0."},
     };
@@ -76,33 +76,41 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
     const struct {
         QStringList arguments;
         std::string err;
+        int status = 1;
     } rows[] = {
         {{"--port", "0", "get", "Widht"},
          "gbe: Widht: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no feature has this name; Width is one")},
         {{"--port", "0", "get", "Nonsense"},
          "gbe: Nonsense: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no feature has this name")},
         {{"--port", "0", "set", "Width=1000000"},
-         "gbe: Width: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": from 16 to 1920 in steps of 4")},
+         "gbe: Width: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": from 16 to 1920 in steps of 4"),
+         5},
         {{"--port", "0", "set", "ExposureTime=-1"},
-         "gbe: ExposureTime: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": from 10 to 10000000")},
+         "gbe: ExposureTime: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": from 10 to 10000000"),
+         5},
         {{"--mac", "02:00:00:00:00:99", "info"},
-         "gbe: camera 02:00:00:00:00:99 on board 0: " + fault(GBE_ERROR_CAMERA_DOES_NOT_EXIST)},
+         "gbe: camera 02:00:00:00:00:99 on board 0: " + fault(GBE_ERROR_CAMERA_DOES_NOT_EXIST),
+         3},
         {{"--port", "0", "set", "TriggerMode=Maybe"},
-         "gbe: TriggerMode: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": one of Off, On")},
+         "gbe: TriggerMode: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": one of Off, On"),
+         5},
         {{"--port", "0", "exec", "Width"}, "gbe: Width: is no command; its kind is integer\n"},
         {{"--port", "0", "set", "DeviceModelName=x"},
-         "gbe: DeviceModelName: " + fault(GBE_ERROR_NOT_WRITABLE)},
-        {{"--port", "0", "set", "Width=wide"}, "gbe: Width: \"wide\" is not an integer\n"},
+         "gbe: DeviceModelName: " + fault(GBE_ERROR_NOT_WRITABLE),
+         5},
+        {{"--port", "0", "set", "Width=wide"}, "gbe: Width: \"wide\" is not an integer\n", 5},
         {{"--port", "0", "set", "TimestampLatch=1"},
          "gbe: TimestampLatch: is a command: gbe exec TimestampLatch\n"},
         {{"--board", "3", "rescan"}, "gbe: rescan: board 3 cannot be opened\n"},
         {{"ip", "port", "0:1", "10.0.0.255/24"}, "gbe: port 0:1: not an IPv4 address of a station\n"},
-        {{"ip", "port", "0:1", "ten"}, "gbe: \"ten\" is not an IPv4 address with the length of its mask\n"},
-        {{"--port", "1", "info"}, "gbe: camera on board 0 port 1: " + fault(GBE_ERROR_NO_CAMERAS_FOUND)},
+        {{"ip", "port", "0:1", "ten"},
+         "gbe: \"ten\" is not an IPv4 address with the length of its mask\n",
+         2},
+        {{"--port", "1", "info"}, "gbe: camera on board 0 port 1: " + fault(GBE_ERROR_NO_CAMERAS_FOUND), 3},
         {{"--port", "0", "xml", "-o", "no/such/folder"}, "gbe: no/such/folder: No such file or directory\n"},
     };
     runAll(rows, [](const auto& row, const Outcome& outcome) {
-        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.status, row.status);
         EXPECT_EQ(outcome.err, row.err);
         EXPECT_EQ(outcome.out, "");
     });
@@ -113,13 +121,23 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
         some.err,
         "gbe: Widht: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no feature has this name; Width is one") +
             "gbe: Hieght: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no feature has this name; Height is one"));
-    for (const QStringList& wrong :
-         {QStringList{}, QStringList{"jump"}, QStringList{"ip"}, QStringList{"--port", "4", "scan"},
-          QStringList{"scan", "--mac", "x"}, QStringList{"get"}}) {
-        const Outcome outcome = gbe(wrong);
-        EXPECT_GT(outcome.status, 0) << wrong.join(' ').toStdString();
-        EXPECT_THAT(outcome.err, AllOf(StartsWith("gbe: "), HasSubstr("(see --help)\n")));
-    }
+    const struct {
+        QStringList arguments;
+        std::string err; // behind "gbe: "
+    } misread[] = {
+        {{}, "which verb? (see gbe --help)"},
+        {{"ip"}, "which verb? (see gbe ip --help)"},
+        {{"jump"}, "no such verb: jump (see gbe --help)"},
+        {{"gte", "Width"}, "no such verb: gte; get? (see gbe --help)"},
+        {{"get", "--jsn"}, "unknown option --jsn; --json? (see gbe get --help)"},
+        {{"--port", "4", "scan"}, "--port: \"4\" is not a number from 0 to 3 (see gbe scan --help)"},
+        {{"scan", "--mac", "x"}, "--mac: \"x\" is not a MAC address (see gbe scan --help)"},
+        {{"get"}, "NAME is required (see gbe get --help)"},
+    };
+    runAll(misread, [](const auto& row, const Outcome& outcome) {
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.err, "gbe: " + row.err + "\n");
+    });
 }
 
 TEST_F(Gbe, JsonIsJson) {
@@ -153,7 +171,7 @@ TEST_F(Gbe, AddressesAreShownAndSet) {
         {{"ip", "set", "02:00:00:00:00:99", "10.1.2.4", "--mask", "8"}, "-> 10.1.2.4 (other subnet)\n"},
         {{"ip", "set", "far", "auto"}, ": looks for an address itself"},
         {{"ip", "set", "10.1.2.3", "169.254.7.100"}, "gbe: 2 cameras are \"10.1.2.3\": name one by", 1},
-        {{"--port", "2", "ip", "set", "02:00:00:00:00:98", "169.254.7.100"}, fault(GBE_ERROR_CONNECTION), 1},
+        {{"--port", "2", "ip", "set", "02:00:00:00:00:98", "169.254.7.100"}, fault(GBE_ERROR_CONNECTION), 6},
         {{"ip", "set", "far", "169.254.7.42"}, "gbe: 169.254.7.42: is the address of port 0 itself\n", 1},
     };
     runAll(rows, [](const auto& row, const Outcome& outcome) {
@@ -172,16 +190,18 @@ TEST_F(Gbe, SaysWhyACameraIsNotToBeHad) {
     const struct {
         QStringList arguments;
         std::string text;
+        int status = 1;
     } rows[] = {
         {{"--port", "0", "get", "Width"},
-         " (controlled by another application): " + fault(GBE_ERROR_CAMERA_BUSY)},
-        {{"--port", "1", "get", "Width"}, " (it does not answer): " + fault(GBE_ERROR_XML_READ)},
+         " (controlled by another application): " + fault(GBE_ERROR_CAMERA_BUSY),
+         4},
+        {{"--port", "1", "get", "Width"}, " (it does not answer): " + fault(GBE_ERROR_XML_READ), 6},
         {{"--port", "2", "get", "Width"},
          "cannot be had: \"Local:x.xml;10000000;8\" and \"http://camera/x.xml\"): " +
              fault(GBE_ERROR_XML_READ)},
     };
     runAll(rows, [](const auto& row, const Outcome& outcome) {
-        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.status, row.status);
         EXPECT_THAT(outcome.err, HasSubstr(row.text));
     });
 }
@@ -282,7 +302,7 @@ TEST(GbeWithoutService, SaysSo) {
                                  HasSubstr("--    board 0   not looked at\n1 problem.")));
     for (const char* command : {"boards", "scan", "demo"}) {
         const Outcome outcome = gbe({command});
-        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.status, 8);
         EXPECT_THAT(
             outcome.err,
             AllOf(HasSubstr("is gbe-service running?"), HasSubstr(fault(GBE_ERROR_BOARD_INITIALIZATION))));

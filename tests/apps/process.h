@@ -5,6 +5,7 @@
 #include "support/wait.h"
 #include "support/write_file.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QStringList>
@@ -44,9 +45,18 @@ inline void endWithThisProcess([[maybe_unused]] QProcess& process) {
 #endif
 }
 
+// What a user has set must not count, and what programs keep goes to the test's own folder.
+inline void useOwnEnvironment() {
+    unsetenv("GBE_CAMERA");
+    const QString folder = QDir::currentPath() + "/cache";
+    QDir().mkpath(folder);
+    setenv("XDG_CACHE_HOME", folder.toLocal8Bit().constData(), 1);
+}
+
 class Program {
 public:
     Program(const char* file, const QStringList& arguments) {
+        useOwnEnvironment();
         endWithThisProcess(m_process);
         m_process.start(file, arguments);
     }

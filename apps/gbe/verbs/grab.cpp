@@ -1,19 +1,23 @@
-#include "grab.h"
-
-#include "ChunkFeatures.h"
-#include "Failure.h"
-#include "ImageStream.h"
-#include "Interrupt.h"
-#include "PictureNames.h"
-#include "Progress.h"
-#include "features.h"
-#include "image_json.h"
+// gbe grab: images of a camera as pictures.
+#include "gbe/ChunkFeatures.h"
+#include "gbe/Context.h"
+#include "gbe/Failure.h"
+#include "gbe/ImageStream.h"
+#include "gbe/Interrupt.h"
+#include "gbe/Json.h"
+#include "gbe/PictureNames.h"
+#include "gbe/Progress.h"
+#include "gbe/features.h"
+#include "gbe/image_json.h"
+#include "gbe/options.h"
 #include "pictures/picture_file.h"
 #include "pixels/pixels.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
+#include <optional>
 
 namespace gbe {
 namespace {
@@ -25,6 +29,15 @@ constexpr const char* kUsualFile = "image.png";
 // but not more than this many bytes.
 constexpr long long kBufferBytes = 512LL * 1024 * 1024;
 constexpr unsigned kFewestBuffers = 4;
+
+struct GrabRequest : StreamRequest {
+    unsigned count = 1;
+    std::string file;   // empty: the usual name, or none with `json`
+    std::string format; // empty: by the file's name
+    double seconds = 5; // for each image
+    bool trigger = false;
+    bool json = false;
+};
 
 FileFormat chooseFormat(const GrabRequest& request) {
     const bool given = !request.format.empty();
@@ -113,7 +126,7 @@ public:
         : m_request(request), m_names(request.file, request.count),
           m_format(request.file.empty() ? FileFormat::Raw : chooseFormat(request)) {}
 
-    unsigned run(const Selection& selection);
+    unsigned run(Context& context);
 
 private:
     void next(ImageStream& stream, GbeImage& image);
@@ -130,7 +143,7 @@ private:
     unsigned m_broken = 0;
 };
 
-unsigned Grab::run(const Selection& selection) {
+unsigned Grab::run(Context& context) {
     const FeatureValues values = parseSettings(m_request.settings);
     if (!std::isfinite(m_request.seconds)) {
         throw Failure("--timeout: is no time");
@@ -139,14 +152,13 @@ unsigned Grab::run(const Selection& selection) {
     Gbe_initStreamOptions(&options);
     options.packetSize = parsePacketSize(m_request.packetSize);
     options.dropOldest = 0;
-    const Session session(selection, Purpose::Work);
-    CameraHandle* camera = session.camera.get();
+    CameraHandle* camera = context.session(Purpose::Work).camera.get();
     prepareCamera(camera, values);
     std::optional<SoftwareTrigger> trigger;
     if (m_request.trigger) {
         trigger.emplace(camera);
     }
-    if (m_request.output == Format::Json) {
+    if (m_request.json) {
         m_chunkFeatures = ChunkFeatures(readDescription(camera));
     }
     options.buffers = bufferCount(camera, m_request.count);
@@ -189,7 +201,7 @@ void Grab::next(ImageStream& stream, GbeImage& image) {
 
 void Grab::tell(const std::string& file, const GbeImage& image) {
     m_progress.clear();
-    if (m_request.output == Format::Json) {
+    if (m_request.json) {
         QJsonObject object = imageJson(image);
         object.insert("features", m_chunkFeatures.of(image));
         if (!file.empty()) {
@@ -210,14 +222,56 @@ void Grab::complainOf(ImageStream& stream, const GbeImage& image) const {
         std::to_string(image.size) + " bytes are missing" + why);
 }
 
-} // namespace
-
-unsigned grabImages(const Selection& selection, const GrabRequest& request) {
+// The number of images that were not whole; each is named on standard error.
+unsigned grabImages(Context& context, const GrabRequest& request) {
     GrabRequest complete = request;
-    if (complete.file.empty() && complete.output == Format::Text) {
+    complete.json = context.json;
+    if (complete.file.empty() && !complete.json) {
         complete.file = kUsualFile;
     }
-    return Grab(complete).run(selection);
+    return Grab(complete).run(context);
 }
+
+Run define(CLI::App& command, Context& context) {
+    const auto request = std::make_shared<GrabRequest>();
+    command.add_option("-n,--count", request->count, "Images, successive ones (default: 1)")
+        ->check(CLI::Range(1U, 1'000'000'000U))
+        ->type_name("N");
+    command
+        .add_option(
+            "-o,--output", request->file,
+            "File; of several images each has its number in it, or where %d or %03d is (default: image.png, "
+            "with --json none)")
+        ->type_name("FILE");
+    command.add_option("--format", request->format, "png, tiff, pnm or raw (default: by the file's name)")
+        ->type_name("FORMAT");
+    command.add_option("--timeout", request->seconds, "Seconds to wait for each image (default: 5)")
+        ->check(CLI::Range(0.0, 1e6))
+        ->type_name("SECONDS");
+    command.add_flag("--trigger", request->trigger, "Each image by a software trigger");
+    addStreamOptions(command, *request);
+    addJson(command, context);
+    return [=, &context] {
+        return grabImages(context, *request) == 0 ? ExitStatus::Success : ExitStatus::Other;
+    };
+}
+
+constexpr Example kExamples[] = {
+    {"gbe grab -o first.png", "one image"},
+    {"gbe grab -n 3 -o shot.tif --set PixelFormat=Mono12", "three successive ones: shot-1.tif to shot-3.tif"},
+    {"gbe grab -n 2 -o 'left-%02d.pgm' --trigger", "each by a software trigger"},
+    {"gbe grab -n 5 --json", "no files: an object a line for each image"},
+};
+
+} // namespace
+
+extern const Verb kGrabVerb{
+    "grab",
+    Group::Images,
+    "Saves images as pictures",
+    &define,
+    kExamples,
+    "An image that is not whole is written all the same, with zeros for what is missing, named on standard "
+    "error, and the exit status is 1."};
 
 } // namespace gbe

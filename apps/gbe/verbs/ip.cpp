@@ -1,17 +1,26 @@
 // gbe ip: the IP addresses of ports and cameras.
-#include "commands.h"
-
-#include "Failure.h"
-#include "Table.h"
+#include "gbe/Context.h"
+#include "gbe/Failure.h"
+#include "gbe/Table.h"
+#include "gbe/options.h"
+#include "gbe/service.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <utility>
 
 namespace gbe {
 namespace {
 
 constexpr const char* kAutomatic = "auto";
+
+struct NewAddress {
+    std::string camera; // a MAC address, an IP address or a user-defined name
+    std::string ip;     // or "auto": the camera configures itself
+    std::string mask;   // empty: the port's
+    std::string gateway;
+};
 
 struct Target {
     unsigned port = 0;
@@ -21,7 +30,7 @@ struct Target {
 
 Ipv4 parse(const char* what, const std::string& text, const std::optional<Ipv4>& address) {
     if (!address) {
-        throw Failure("\"" + text + "\" is not " + what);
+        throw Failure("\"" + text + "\" is not " + what, ExitStatus::Usage);
     }
     return *address;
 }
@@ -95,8 +104,7 @@ void tellOutcome(BoardHandle* board, const Target& target, const Ipv4& ip, int c
     throw Failure(mac + ": does not answer", code < 0 ? code : GBE_ERROR_CAMERA_DOES_NOT_EXIST);
 }
 
-} // namespace
-
+// Ports, the cameras behind them, and their addresses.
 void showAddresses(const Selection& selection) {
     const Board board = openBoard(selection.board);
     const std::vector<FoundCamera> found = findCameras(board.get(), selection);
@@ -122,6 +130,7 @@ void showAddresses(const Selection& selection) {
     table.print();
 }
 
+// Gives a camera an IP address by its MAC address, and scans again to see that it has it.
 void setAddress(const Selection& selection, const NewAddress& wanted) {
     const bool automatic = wanted.ip == kAutomatic;
     const Ipv4 ip = automatic ? Ipv4{} : parse("an IPv4 address", wanted.ip, Ipv4::parse(wanted.ip));
@@ -148,5 +157,63 @@ void setAddress(const Selection& selection, const NewAddress& wanted) {
     }
     tellOutcome(board.get(), target, ip, code);
 }
+
+Run defineShow(CLI::App&, Context& context) {
+    return [&context] {
+        showAddresses(context.selection);
+        return ExitStatus::Success;
+    };
+}
+
+Run defineSet(CLI::App& command, Context& context) {
+    const auto address = std::make_shared<NewAddress>();
+    command.add_option("CAMERA", address->camera, "Its MAC address, IP address or name")->required();
+    command.add_option("IP", address->ip, "Its new address; \"auto\" lets it look for one itself")
+        ->required();
+    command.add_option("--mask", address->mask, "Subnet mask, 255.255.0.0 or 16 (default: the port's)")
+        ->type_name("MASK");
+    command.add_option("--gateway", address->gateway, "Default gateway (default: none)")->type_name("IP");
+    return [=, &context] {
+        setAddress(context.selection, *address);
+        return ExitStatus::Success;
+    };
+}
+
+Run definePort(CLI::App& command, Context&) {
+    const auto port = std::make_shared<std::string>();
+    const auto address = std::make_shared<std::string>();
+    command.add_option("PORT", *port, "BOARD:PORT, as in 0:1")->required();
+    command.add_option("IP", *address, "Its address and the length of its mask, 192.168.0.250/24")
+        ->required();
+    return [=] {
+        setPortAddress(*port, *address);
+        return ExitStatus::Success;
+    };
+}
+
+constexpr Example kShowExamples[] = {
+    {"gbe ip show", "each port, its address, and the cameras behind it with theirs"},
+};
+
+constexpr Example kSetExamples[] = {
+    {"gbe ip set 02:53:43:00:00:01 169.254.7.100", "by the MAC address that a scan shows"},
+};
+
+constexpr Example kPortExamples[] = {
+    {"gbe ip port 0:1 192.168.0.250/24", "port 1 of board 0, in a network of its own"},
+};
+
+} // namespace
+
+extern const Verb kIpShowVerb{
+    "ip show", Group::Addresses, "Lists the addresses of ports and cameras", &defineShow, kShowExamples};
+
+extern const Verb kIpSetVerb{
+    "ip set",   Group::Addresses, "Gives a camera an address, in whatever subnet it is now",
+    &defineSet, kSetExamples,     "The camera keeps the address until it is switched off or reset."};
+
+extern const Verb kIpPortVerb{
+    "ip port",   Group::Addresses, "Has the service give a port an address and keep it",
+    &definePort, kPortExamples,    "Boards that are opened from then on use it."};
 
 } // namespace gbe

@@ -1,16 +1,17 @@
 // gbe stream: how well a camera's images come.
-#include "grab.h"
-
-#include "Failure.h"
-#include "ImageStream.h"
-#include "Interrupt.h"
-#include "Progress.h"
-#include "features.h"
-#include "image_json.h"
+#include "gbe/Context.h"
+#include "gbe/Failure.h"
+#include "gbe/ImageStream.h"
+#include "gbe/Interrupt.h"
+#include "gbe/Json.h"
+#include "gbe/Progress.h"
+#include "gbe/features.h"
+#include "gbe/options.h"
 
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <memory>
 
 namespace gbe {
 namespace {
@@ -173,20 +174,48 @@ void Watch::conclude() {
     }
 }
 
-} // namespace
-
-void streamImages(const Selection& selection, const StreamRequest& request) {
+// Without end when `seconds` is 0.
+void streamImages(Context& context, const StreamRequest& request, double seconds) {
     const FeatureValues values = parseSettings(request.settings);
     GbeStreamOptions options;
     Gbe_initStreamOptions(&options);
     options.packetSize = parsePacketSize(request.packetSize);
-    const Session session(selection, Purpose::Work);
-    prepareCamera(session.camera.get(), values);
-    ImageStream stream(session.camera.get(), options);
+    CameraHandle* camera = context.session(Purpose::Work).camera.get();
+    prepareCamera(camera, values);
+    ImageStream stream(camera, options);
     stream.start();
-    if (!Watch(stream, request.seconds, isatty(STDOUT_FILENO) != 0).run()) {
+    if (!Watch(stream, seconds, !context.json && isatty(STDOUT_FILENO) != 0).run()) {
         throw Failure("waiting for an image" + stream.trouble(), GBE_ERROR_TIMEOUT);
     }
 }
+
+Run define(CLI::App& command, Context& context) {
+    const auto request = std::make_shared<StreamRequest>();
+    const auto seconds = std::make_shared<double>();
+    command.add_option("--seconds", *seconds, "Ends by itself after that time")
+        ->check(CLI::Range(0.0, 1e9))
+        ->type_name("SECONDS");
+    addStreamOptions(command, *request);
+    addJson(command, context);
+    return [=, &context] {
+        streamImages(context, *request, *seconds);
+        return ExitStatus::Success;
+    };
+}
+
+constexpr Example kExamples[] = {
+    {"gbe stream --seconds 2", "for two seconds; without the option until Ctrl-C"},
+    {"gbe stream --seconds 2 --json", "an object a second, and one for the whole"},
+};
+
+} // namespace
+
+extern const Verb kStreamVerb{
+    "stream",
+    Group::Images,
+    "Shows how images come, until Ctrl-C",
+    &define,
+    kExamples,
+    "On a terminal one line is written over and over again; anywhere else it is JSON."};
 
 } // namespace gbe

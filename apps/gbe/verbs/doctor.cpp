@@ -1,11 +1,12 @@
 // gbe doctor: why is there silence? From the service outwards to the cameras, each check in a line.
-#include "CameraCheck.h"
-#include "Eavesdropper.h"
-#include "Failure.h"
-#include "commands.h"
 #include "common/terminal_text.h"
+#include "gbe/CameraCheck.h"
+#include "gbe/Context.h"
+#include "gbe/Eavesdropper.h"
+#include "gbe/Failure.h"
+#include "gbe/options.h"
+#include "gbe/service.h"
 #include "link_report/link_report.h"
-#include "service.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -314,10 +315,19 @@ void Doctor::checkHeard(const CheckedPort& port, const std::vector<FoundCamera>&
     }
 }
 
+Run define(CLI::App&, Context& context) {
+    return
+        [&context] { return Doctor(context.selection).run() == 0 ? ExitStatus::Success : ExitStatus::Other; };
+}
+
+constexpr Example kExamples[] = {
+    {"gbe doctor", "from the service outwards to the cameras, a line for each check"},
+};
+
 } // namespace
 
-int runDoctor(const Selection& selection) {
-    return Doctor(selection).run();
-}
+extern const Verb kDoctorVerb{
+    "doctor", Group::Trouble, "Tells why cameras are not found or do not answer, and what mends it",
+    &define,  kExamples,      "The exit status is 1 when there is a problem. It takes control of no camera."};
 
 } // namespace gbe

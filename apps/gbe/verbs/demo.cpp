@@ -1,9 +1,9 @@
 // gbe demo: the library's main job on one camera, told step by step.
-#include "commands.h"
-
-#include "Failure.h"
 #include "common/terminal_text.h"
-#include "features.h"
+#include "gbe/Context.h"
+#include "gbe/Failure.h"
+#include "gbe/features.h"
+#include "gbe/options.h"
 #include "liomol/images.h"
 
 #include <chrono>
@@ -179,8 +179,7 @@ void makeMistakes(CameraHandle* camera) {
     }
 }
 
-} // namespace
-
+// Throws when a step does not come out as it should.
 void runDemo(const Selection& selection) {
     std::printf("liomol %s\n", Gbe_getVersion());
     step("Opens the board; the service tells the addresses of its ports");
@@ -204,5 +203,21 @@ void runDemo(const Selection& selection) {
     check("disconnecting", Gbe_disconnectCamera(camera.get()));
     say("done");
 }
+
+Run define(CLI::App&, Context& context) {
+    return [&context] {
+        runDemo(context.selection);
+        return ExitStatus::Success;
+    };
+}
+
+constexpr Example kExamples[] = {
+    {"gbe demo", "finds, connects, reads, writes, takes images, and makes mistakes"},
+};
+
+} // namespace
+
+extern const Verb kDemoVerb{"demo",  Group::Trouble, "Shows the main job on a camera, step by step",
+                            &define, kExamples,      "Values that it changes are put back."};
 
 } // namespace gbe

@@ -1,0 +1,17 @@
+#include "Context.h"
+
+namespace gbe {
+
+const Session& Context::session(Purpose purpose) {
+    const bool serves =
+        m_session && m_of == selection && (m_for == Purpose::Work || purpose == Purpose::Look);
+    if (!serves) {
+        m_session.reset();
+        m_session.emplace(selection, purpose);
+        m_of = selection;
+        m_for = purpose;
+    }
+    return *m_session;
+}
+
+} // namespace gbe

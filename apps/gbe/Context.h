@@ -1,0 +1,28 @@
+// What a verb runs with: the camera that was chosen, how it prints, and the connection.
+#pragma once
+
+#include "Session.h"
+
+#include <optional>
+
+namespace gbe {
+
+// Used by one thread.
+class Context {
+public:
+    Selection selection;
+    bool json = false; // --json
+
+    // A board and its camera, connected for a purpose. It stays until another camera is chosen or more is
+    // wanted of this one, so that verbs that follow one another share it. Throws Failure.
+    const Session& session(Purpose purpose);
+    // Ends the connection, if there is one.
+    void disconnect() { m_session.reset(); }
+
+private:
+    std::optional<Session> m_session;
+    Selection m_of;
+    Purpose m_for = Purpose::Look;
+};
+
+} // namespace gbe

@@ -1,0 +1,59 @@
+// gbe set and gbe exec: writes features, executes commands.
+#include "gbe/Context.h"
+#include "gbe/Failure.h"
+#include "gbe/features.h"
+#include "gbe/options.h"
+
+#include <memory>
+
+namespace gbe {
+namespace {
+
+// All texts are read before the first is written.
+ExitStatus setFeatures(Context& context, const std::vector<std::string>& texts) {
+    const auto values = parseSettings(texts);
+    CameraHandle* camera = context.session(Purpose::Work).camera.get();
+    for (const auto& [name, value] : values) {
+        writeText(camera, name, value);
+    }
+    return ExitStatus::Success;
+}
+
+Run defineSet(CLI::App& command, Context& context) {
+    const auto texts = std::make_shared<std::vector<std::string>>();
+    command.add_option("NAME=VALUE", *texts, "Names of features and their values")->required();
+    return [=, &context] { return setFeatures(context, *texts); };
+}
+
+Run defineExec(CLI::App& command, Context& context) {
+    const auto name = std::make_shared<std::string>();
+    command.add_option("COMMAND", *name, "Name of a command")->required();
+    return [=, &context] {
+        execute(context.session(Purpose::Work).camera.get(), *name);
+        return ExitStatus::Success;
+    };
+}
+
+constexpr Example kSetExamples[] = {
+    {"gbe set Width=640 PixelFormat=Mono8", "two features, in this order"},
+    {"gbe set ReverseX=true", "a boolean"},
+};
+
+constexpr Example kExecExamples[] = {
+    {"gbe exec TimestampLatch", "waits until the camera says that it is done"},
+};
+
+} // namespace
+
+extern const Verb kSetVerb{
+    "set",
+    Group::Features,
+    "Writes features",
+    &defineSet,
+    kSetExamples,
+    "They are written in the order given, up to the first that the camera does not take."};
+
+extern const Verb kExecVerb{
+    "exec", Group::Features, "Executes a command and waits until it is done", &defineExec, kExecExamples};
+
+} // namespace gbe
