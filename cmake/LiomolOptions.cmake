@@ -2,6 +2,10 @@
 set(LIOMOL_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address (with undefined), thread")
 set(LIOMOL_SERVICE_SOCKET "/var/run/tavo-gbe/sock" CACHE STRING
     "Path of the local service's socket, compiled into library and service; a relative path is below the working directory")
+set(LIOMOL_BOARD_FILE "/etc/liomol/softboard.conf" CACHE STRING
+    "File that describes the boards in software; the only one that liomol-netport believes")
+set(LIOMOL_NETPORT "${CMAKE_INSTALL_FULL_LIBEXECDIR}/liomol/liomol-netport" CACHE STRING
+    "Where the board in software finds the program that lends packet sockets; compiled in")
 option(LIOMOL_WERROR "Treat warnings as errors" ON)
 option(LIOMOL_BUILD_APPS "Build gbe, gbe-service and the examples" ON)
 option(LIOMOL_BUILD_TESTS "Build the tests" ON)

@@ -1,8 +1,11 @@
 #include "netif/InterfaceSocket.h"
 
+#include "netif/lending.h"
+
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <linux/if_ether.h>
 #include <linux/if_packet.h>
 #include <sys/socket.h>
@@ -13,20 +16,22 @@ namespace netif {
 namespace {
 
 constexpr std::chrono::milliseconds kCarrierKept{10};
+constexpr std::chrono::seconds kAskAgain{1}; // a lender that has refused
+constexpr int kReceiveBuffer = 4 << 20;      // asked for; the kernel gives what it allows
 
-sockaddr_ll linkAddress(int index) {
+sockaddr_ll linkAddress(int index, bool listens) {
     sockaddr_ll address{};
     address.sll_family = AF_PACKET;
-    address.sll_protocol = htons(ETH_P_ALL);
+    address.sll_protocol = listens ? htons(ETH_P_ALL) : 0;
     address.sll_ifindex = index;
     return address;
 }
 
+bool isRight(int error) {
+    return error == EPERM || error == EACCES;
+}
+
 std::string whyNoSocket(const std::string& name, int error) {
-    if (error == EPERM || error == EACCES) {
-        return "no right to use network interface " + name +
-               " for raw frames: run as root, or give the program CAP_NET_RAW: setcap cap_net_raw+ep PROGRAM";
-    }
     if (error == EAFNOSUPPORT || error == EPROTONOSUPPORT) {
         return "network interface " + name + ": this kernel has no packet sockets (CONFIG_PACKET)";
     }
@@ -35,8 +40,8 @@ std::string whyNoSocket(const std::string& name, int error) {
 
 } // namespace
 
-std::unique_ptr<InterfaceSocket>
-InterfaceSocket::create(const std::string& interface, bool everyStation, std::string& error, int& code) {
+std::unique_ptr<InterfaceSocket> InterfaceSocket::create(
+    const std::string& interface, bool everyStation, bool mayBorrow, std::string& error, int& code) {
     const InterfaceState state = queryInterface(interface);
     if (state.error != 0 && state.error != ENODEV) {
         code = state.error;
@@ -44,20 +49,34 @@ InterfaceSocket::create(const std::string& interface, bool everyStation, std::st
         return nullptr;
     }
     // Without a protocol nothing comes in before the filter is in place.
-    const int packets = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (packets < 0) {
-        code = errno;
+    int packets = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    code = packets < 0 ? errno : 0;
+    const bool lent = isRight(code);
+    if (lent) {
+        const Loan loan = mayBorrow ? borrowSocket(interface, {}) : Loan{-1, 0, code, kWithoutLender};
+        packets = loan.socket;
+        code = loan.code;
+        error = "no right to use network interface " + interface + " for raw frames: " + loan.error;
+    } else if (packets < 0) {
         error = whyNoSocket(interface, code);
-        return nullptr;
     }
-    code = 0;
-    return std::unique_ptr<InterfaceSocket>(new InterfaceSocket(interface, packets, everyStation));
+    return packets < 0 ? nullptr
+                       : std::unique_ptr<InterfaceSocket>(
+                             new InterfaceSocket(interface, packets, everyStation, lent));
 }
 
-InterfaceSocket::InterfaceSocket(std::string name, int socket, bool everyStation)
-    : m_name(std::move(name)), m_socket(socket), m_everyStation(everyStation) {
+InterfaceSocket::InterfaceSocket(std::string name, int socket, bool everyStation, bool lent)
+    : m_name(std::move(name)), m_socket(socket), m_everyStation(everyStation), m_lent(lent) {
+    prepare();
+}
+
+void InterfaceSocket::prepare() const {
     const int on = 1;
     setsockopt(m_socket, SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on);
+    setsockopt(m_socket, SOL_PACKET, PACKET_AUXDATA, &on, sizeof on);
+    if (setsockopt(m_socket, SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveBuffer, sizeof kReceiveBuffer) != 0) {
+        setsockopt(m_socket, SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
+    }
 }
 
 InterfaceSocket::~InterfaceSocket() {
@@ -72,22 +91,42 @@ void InterfaceSocket::joinLocked() {
     m_nextJoin = Clock::now() + kJoinInterval;
     m_carrierUntil = {};
     m_on = state.error == 0 && state.up;
-    if (state.error != 0) {
+    const bool exchange = m_lent && m_traffic.kind != Traffic::Kind::Nothing &&
+                          (m_lentIndex != state.index || m_lentFor != m_traffic);
+    if (state.error != 0 || (exchange && !borrowLocked(state.index))) {
+        m_on = false;
         return;
     }
     sockaddr_ll address{};
     socklen_t size = sizeof address;
     getsockname(m_socket, reinterpret_cast<sockaddr*>(&address), &size);
-    if (address.sll_ifindex == state.index) {
+    if (address.sll_ifindex == state.index && (address.sll_protocol != 0) == listens()) {
         return;
     }
-    address = linkAddress(state.index);
+    address = linkAddress(state.index, listens());
     if (bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         m_on = false;
         return;
     }
     m_index = state.index;
     applyPromiscuous(state, true);
+}
+
+// Another socket behind the same number, lent for what is wanted now.
+bool InterfaceSocket::borrowLocked(int index) {
+    const Loan loan = borrowSocket(m_name, m_traffic);
+    m_refusal = loan.code;
+    if (loan.socket < 0) {
+        m_nextJoin = Clock::now() + kAskAgain;
+        return false;
+    }
+    dup3(loan.socket, m_socket, O_CLOEXEC);
+    close(loan.socket);
+    prepare();
+    m_exchanges.fetch_add(1, std::memory_order_relaxed);
+    m_lentFor = m_traffic;
+    m_lentIndex = loan.index;
+    return loan.index == index; // else it came and went meanwhile
 }
 
 // An interface that is new to the socket knows nothing of its wishes yet.
@@ -137,6 +176,19 @@ void InterfaceSocket::setFilter(const Filter& filter) {
     setsockopt(m_socket, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program);
 }
 
+// A borrowed socket that is to hear nothing is not exchanged: it only stops to listen.
+int InterfaceSocket::hear(const Traffic& traffic) {
+    if (!m_lent) {
+        setFilter(makeFilter(traffic));
+        return 0;
+    }
+    const std::lock_guard lock(m_mutex);
+    m_refusal = 0;
+    m_traffic = traffic;
+    joinLocked();
+    return m_refusal;
+}
+
 void InterfaceSocket::setStation(const Mac& mac) {
     const std::lock_guard lock(m_mutex);
     m_station = mac;
@@ -151,10 +203,10 @@ bool InterfaceSocket::carrier() {
     const auto now = Clock::now();
     if (now >= m_carrierUntil) {
         const InterfaceState state = queryInterface(m_name, m_socket);
-        if (!m_on || state.index != m_index) {
+        if ((!m_on || state.index != m_index) && (m_refusal == 0 || now >= m_nextJoin)) {
             joinLocked();
         }
-        m_carrier = state.error == 0 && state.carrier;
+        m_carrier = state.error == 0 && state.carrier && (m_on || !m_lent);
         m_carrierUntil = now + kCarrierKept;
     }
     return m_carrier;

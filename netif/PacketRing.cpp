@@ -38,8 +38,8 @@ PacketRing::Checksum checksumOf(unsigned status) {
 } // namespace
 
 std::unique_ptr<PacketRing> PacketRing::create(const std::string& interface, std::string& error, int& code) {
-    auto bell = InterfaceSocket::create(interface, false, error, code);
-    auto socket = bell ? InterfaceSocket::create(interface, false, error, code) : nullptr;
+    auto bell = InterfaceSocket::create(interface, false, true, error, code);
+    auto socket = bell ? InterfaceSocket::create(interface, false, true, error, code) : nullptr;
     if (!socket) {
         return nullptr;
     }
@@ -57,13 +57,8 @@ PacketRing::PacketRing(Socket socket, Socket bell)
 
 bool PacketRing::open(const Options& options, int& code) {
     m_bytes = options.bytes;
-    m_socket->setFilter(options.filter);
-    m_bellSocket->setFilter(options.bell);
-    const InterfaceState state = m_socket->state();
-    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    if (!m_bell.make(m_bellSocket->file(), kBellFrame, page) ||
-        !makeRing(state.error == 0 ? state.mtu : kUsualMtu)) {
-        code = errno;
+    if (!hear(options.traffic, options.bell, code) || !makeRings()) {
+        code = code != 0 ? code : errno;
         close();
         return false;
     }
@@ -72,9 +67,25 @@ bool PacketRing::open(const Options& options, int& code) {
     return true;
 }
 
+// The bell first, so that it comes after the socket in what the kernel gives frames to (see wait()).
+bool PacketRing::hear(const Traffic& traffic, const Traffic& bell, int& code) {
+    code = m_bellSocket->hear(bell);
+    code = code == 0 ? m_socket->hear(traffic) : code;
+    return code == 0;
+}
+
+bool PacketRing::makeRings() {
+    const InterfaceState state = m_socket->state();
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    m_madeFor = m_socket->exchanges() + m_bellSocket->exchanges();
+    return m_bell.make(m_bellSocket->file(), kBellFrame, page) &&
+           makeRing(state.error == 0 ? state.mtu : kUsualMtu);
+}
+
 void PacketRing::close() {
-    m_socket->setFilter(kNothing);
-    m_bellSocket->setFilter(kNothing);
+    int ignored = 0;
+    statistics(); // of sockets that the next stream may not have
+    hear({}, {}, ignored);
     m_ring.drop();
     m_bell.drop();
     m_taken = nullptr;
@@ -124,7 +135,12 @@ bool PacketRing::wait(Until until, Clock::time_point deadline) {
     int error = 0;
     socklen_t size = sizeof error;
     getsockopt(waitIn.file(), SOL_SOCKET, SO_ERROR, &error, &size); // which is then forgotten
-    return waitIn.join();
+    return waitIn.join() && renew();
+}
+
+// Rings for sockets that were exchanged, which an interface that was made anew brings about.
+bool PacketRing::renew() {
+    return m_madeFor == m_socket->exchanges() + m_bellSocket->exchanges() || makeRings();
 }
 
 bool PacketRing::look() {
@@ -133,7 +149,8 @@ bool PacketRing::look() {
         makeRing(state.mtu);
     }
     const bool bell = m_bellSocket->carrier(); // in the order of wait()
-    return m_socket->carrier() && bell;
+    const bool carrier = m_socket->carrier() && bell;
+    return renew() && carrier;
 }
 
 PacketStatistics PacketRing::statistics() {

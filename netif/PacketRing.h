@@ -30,8 +30,8 @@ public:
     static constexpr std::size_t kDefaultBytes = std::size_t{32} << 20;
 
     struct Options {
-        Filter filter;
-        Filter bell; // of the frames that pass the first
+        Traffic traffic;
+        Traffic bell; // of the frames of the first
         std::size_t bytes = kDefaultBytes;
     };
 
@@ -49,7 +49,7 @@ public:
     // As PacketSocket::create. Nothing comes in yet.
     static std::unique_ptr<PacketRing> create(const std::string& interface, std::string& error, int& code);
 
-    // False, and an errno value in `code`, when there is not so much memory.
+    // False, and an errno value in `code`, when there is not so much memory, or who lends sockets refuses.
     bool open(const Options& options, int& code);
     // Gives the memory back. Nobody else uses the ring meanwhile.
     void close();
@@ -75,6 +75,9 @@ private:
 
     PacketRing(Socket socket, Socket bell);
     bool makeRing(int mtu);
+    bool makeRings();
+    bool renew();
+    bool hear(const Traffic& traffic, const Traffic& bell, int& code);
 
     const Socket m_socket;
     const Socket m_bellSocket;
@@ -84,6 +87,7 @@ private:
     std::atomic<std::uint64_t> m_overrun{0};
 
     // Of the thread that takes.
+    unsigned m_madeFor = 0; // how often the sockets had been exchanged by then
     MappedRing m_ring;
     MappedRing m_bell;
     Frame m_frame;

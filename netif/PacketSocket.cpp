@@ -17,7 +17,6 @@ namespace {
 constexpr std::chrono::milliseconds kSendWait{10};
 constexpr std::chrono::microseconds kQueuePause{50}; // while a queue below the socket is full
 constexpr std::size_t kMessages = 64;                // of one call of the system
-constexpr int kReceiveBuffer = 4 << 20;              // asked for; the kernel gives what it allows
 constexpr std::uint16_t kVlanNumber = 0x0FFF;        // of a tag
 
 // What the kernel tells about a frame beside its bytes.
@@ -46,8 +45,8 @@ Auxiliary auxiliaryOf(msghdr& message) {
 std::unique_ptr<PacketSocket>
 PacketSocket::create(const std::string& interface, Options options, std::string& error, int* code) {
     int dummy = 0;
-    auto socket =
-        InterfaceSocket::create(interface, options.promiscuous, error, code != nullptr ? *code : dummy);
+    auto socket = InterfaceSocket::create(
+        interface, options.promiscuous, options.traffic.has_value(), error, code != nullptr ? *code : dummy);
     if (!socket) {
         return nullptr;
     }
@@ -62,13 +61,21 @@ PacketSocket::create(const std::string& interface, Options options, std::string&
 
 PacketSocket::PacketSocket(std::unique_ptr<InterfaceSocket> socket, Options options)
     : m_socket(std::move(socket)), m_spin(options.spin), m_buffer(kLargestFrame) {
-    const int on = 1;
-    setsockopt(m_socket->file(), SOL_PACKET, PACKET_AUXDATA, &on, sizeof on);
-    if (setsockopt(m_socket->file(), SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveBuffer, sizeof kReceiveBuffer) !=
-        0) {
-        setsockopt(m_socket->file(), SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
+    if (options.traffic) {
+        m_socket->hear(*options.traffic);
+    } else {
+        m_socket->setFilter(options.filter);
     }
-    m_socket->setFilter(options.filter);
+}
+
+int PacketSocket::hear(const Traffic& traffic) {
+    statistics(); // of a socket that may go now
+    const unsigned before = m_socket->exchanges();
+    const int code = m_socket->hear(traffic);
+    if (m_socket->exchanges() != before) {
+        m_sleeper.wake();
+    }
+    return code;
 }
 
 bool PacketSocket::send(const std::uint8_t* frame, std::size_t size) {

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -27,7 +28,7 @@ struct PacketStatistics {
 };
 
 // Sends and receives whole frames, from the destination address to the last byte of data. It wants the right
-// CAP_NET_RAW. Frames that this host sends on the interface are not received.
+// CAP_NET_RAW, or a loan. Frames that this host sends on the interface are not received.
 //
 // The interface is found by its name (InterfaceSocket). While it is away nothing is received, and what is
 // sent counts as dropped.
@@ -47,6 +48,8 @@ public:
         // A receiver may look again and again for up to this time before it sleeps: it does where that
         // proves to be faster (SpinChoice). 0: never.
         std::chrono::microseconds spin{0};
+        // In place of the filter. Who says it this way needs no right where somebody lends it (lending.h).
+        std::optional<Traffic> traffic{};
     };
 
     // Null, and one sentence in `error` (with its errno value in `code`), when the right is missing or the
@@ -72,8 +75,9 @@ public:
     // Ends the `receive` under way, or the next one when none is.
     void interrupt() { m_sleeper.wake(); }
 
-    // As InterfaceSocket has it. The filter sorts what a station's address lets in.
-    void setFilter(const Filter& filter) { m_socket->setFilter(filter); }
+    // As InterfaceSocket has it, and who receives is woken. It sorts what a station's address lets in.
+    // Who made the socket with `traffic` goes on with that.
+    int hear(const Traffic& traffic);
     void setStation(const Mac& mac) { m_socket->setStation(mac); }
     bool carrier() { return m_socket->carrier(); }
     InterfaceState state() const { return m_socket->state(); }

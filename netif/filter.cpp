@@ -18,6 +18,9 @@ public:
     void load8(std::size_t at) { add(BPF_LD | BPF_B | BPF_ABS, at); }
     void load16(std::size_t at) { add(BPF_LD | BPF_H | BPF_ABS, at); }
     void load32(std::size_t at) { add(BPF_LD | BPF_W | BPF_ABS, at); }
+    void loadInterface() {
+        add(BPF_LD | BPF_W | BPF_ABS, static_cast<std::uint32_t>(SKF_AD_OFF + SKF_AD_IFINDEX));
+    }
 
     // A UDP field, by its offset in a frame without IP options: the header's real length is in the index
     // register.
@@ -38,8 +41,14 @@ public:
     // Skips `count` instructions.
     void skipIfBits(std::uint32_t bits, std::uint8_t count) { branch(BPF_JSET, bits, count, kNext); }
     void skipUnlessBits(std::uint32_t bits, std::uint8_t count) { branch(BPF_JSET, bits, kNext, count); }
+    void skipIf(std::uint32_t value, std::uint8_t count) { branch(BPF_JEQ, value, count, kNext); }
     void skipUnless(std::uint32_t value, std::uint8_t count) { branch(BPF_JEQ, value, kNext, count); }
 
+    // What reaches the end goes on to another filter.
+    Filter finishBefore(const Filter& filter) {
+        m_code.insert(m_code.end(), filter.begin(), filter.end());
+        return std::move(m_code);
+    }
     // What reaches the end is dropped, or passes.
     Filter finish(bool passAtEnd) {
         const std::size_t first = m_code.size(); // of the two verdicts
@@ -211,6 +220,44 @@ Filter imageEndFilter(const Mac& mac, const ImagePackets& packets) {
     program.passIf(static_cast<std::uint32_t>(gvsp::Format::Trailer));
     program.passIf(static_cast<std::uint32_t>(gvsp::Format::AllIn));
     return program.finish(false);
+}
+
+Filter makeFilter(const Traffic& traffic) {
+    switch (traffic.kind) {
+    case Traffic::Kind::Control:
+        return controlFilter({traffic.mac, traffic.address, traffic.udpPort, traffic.exceptPort});
+    case Traffic::Kind::Unasked:
+        return streamFilter(traffic.mac, traffic.address, traffic.udpPort, traffic.packets);
+    case Traffic::Kind::Images:
+        return imageFilter(traffic.mac, traffic.packets);
+    case Traffic::Kind::ImageEnds:
+        return imageEndFilter(traffic.mac, traffic.packets);
+    case Traffic::Kind::Acknowledgements:
+        return acknowledgementFilter();
+    case Traffic::Kind::Nothing:
+        break;
+    }
+    return kNothing;
+}
+
+Filter barred(const Filter& filter, int index, const std::vector<Ipv4>& addresses) {
+    if (addresses.size() > kMostBarred) {
+        return kNothing;
+    }
+    Program program;
+    program.loadInterface();
+    program.skipIf(static_cast<std::uint32_t>(index), 1);
+    program.drop();
+    if (!addresses.empty()) {
+        program.load16(net::kEtherType);
+        program.skipUnless(net::kEtherTypeIpv4, static_cast<std::uint8_t>(1 + 2 * addresses.size()));
+        program.load32(net::kDestinationIp);
+    }
+    for (const Ipv4& address : addresses) {
+        program.skipUnless(address.number(), 1);
+        program.drop();
+    }
+    return program.finishBefore(filter);
 }
 
 } // namespace netif

@@ -38,6 +38,8 @@ Filter acknowledgementFilter();
 struct ImagePackets {
     Ipv4 camera{};
     std::uint16_t udpPort = 0; // that they go to; 0: none
+
+    friend bool operator==(const ImagePackets&, const ImagePackets&) = default;
 };
 
 // What comes to a station unasked: UDP to one port, which is the image stream (0: none), but not the packets
@@ -48,5 +50,26 @@ Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort, 
 // that are sent again or cannot be, test packets.
 Filter imageFilter(const Mac& mac, const ImagePackets& packets);
 Filter imageEndFilter(const Mac& mac, const ImagePackets& packets);
+
+// One of the filters above that a port needs, in numbers: who has no right to make filters asks for them by
+// this (lending.h). What a kind does not need is zeros.
+struct Traffic {
+    enum class Kind : std::uint32_t { Nothing, Control, Unasked, Images, ImageEnds, Acknowledgements };
+
+    Kind kind = Kind::Nothing;
+    Mac mac{};
+    Ipv4 address{};
+    std::uint16_t udpPort = 0;
+    std::uint16_t exceptPort = 0;
+    ImagePackets packets{}; // of an image stream; of Unasked: those that another socket takes
+
+    friend bool operator==(const Traffic&, const Traffic&) = default;
+};
+Filter makeFilter(const Traffic& traffic);
+
+// The filter, and before it two bars: frames of other interfaces than that of this index do not pass, nor do
+// IPv4 packets to these addresses (as many as kMostBarred; with more nothing passes).
+inline constexpr std::size_t kMostBarred = 100;
+Filter barred(const Filter& filter, int index, const std::vector<Ipv4>& addresses);
 
 } // namespace netif

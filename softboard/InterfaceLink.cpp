@@ -57,11 +57,12 @@ std::chrono::microseconds defaultSpin() {
 
 std::unique_ptr<InterfaceLink>
 InterfaceLink::create(const InterfaceSettings& settings, std::string& error, int* code) {
-    const auto open = [&](const netif::Filter& filter, std::chrono::microseconds spin) {
-        return netif::PacketSocket::create(settings.interface, {filter, false, spin}, error, code);
+    const auto open = [&](std::chrono::microseconds spin) {
+        return netif::PacketSocket::create(
+            settings.interface, {{}, false, spin, netif::Traffic{}}, error, code);
     };
-    Socket control = open(netif::kNothing, settings.spin);
-    Socket stream = control ? open(netif::kNothing, std::chrono::microseconds(0)) : nullptr;
+    Socket control = open(settings.spin);
+    Socket stream = control ? open(std::chrono::microseconds(0)) : nullptr;
     int dummy = 0;
     Ring ring = stream ? netif::PacketRing::create(settings.interface, error, code != nullptr ? *code : dummy)
                        : nullptr;
@@ -135,11 +136,20 @@ void InterfaceLink::setImagePort(std::uint16_t udpPort) {
 
 // With m_filtering held.
 void InterfaceLink::applyFilters() {
-    m_traffic.exceptPort = m_imagePort;
-    m_control->setFilter(m_plugged ? netif::controlFilter(m_traffic) : netif::kNothing);
-    m_stream->setFilter(
-        m_plugged ? netif::streamFilter(m_traffic.mac, m_traffic.address, m_imagePort, m_ringPackets)
-                  : netif::kNothing);
+    using Kind = netif::Traffic::Kind;
+    const netif::ControlTraffic& own = m_traffic;
+    const std::uint16_t imagePort = m_imagePort;
+    netif::Traffic control{Kind::Control, own.mac, own.address, own.udpPort, 0, {}};
+    netif::Traffic unasked{Kind::Unasked, own.mac, own.address, imagePort, 0, {}};
+    // What would change nothing stays out: a borrowed socket would be exchanged for it.
+    if (own.udpPort == 0 || own.udpPort == imagePort) {
+        control.exceptPort = imagePort;
+    }
+    if (m_ringPackets.udpPort == imagePort) {
+        unasked.packets = m_ringPackets;
+    }
+    m_control->hear(m_plugged ? control : netif::Traffic{});
+    m_stream->hear(m_plugged ? unasked : netif::Traffic{});
     if (m_traffic.mac != netif::Mac{}) {
         m_control->setStation(m_traffic.mac); // what is let in for one socket is for the other too
     }
@@ -148,7 +158,9 @@ void InterfaceLink::applyFilters() {
 std::shared_ptr<netif::PacketRing>
 InterfaceLink::openRing(const netif::Mac& station, const netif::ImagePackets& packets, int& error) {
     const netif::PacketRing::Options options{
-        netif::imageFilter(station, packets), netif::imageEndFilter(station, packets), m_ringBytes};
+        {netif::Traffic::Kind::Images, station, {}, 0, 0, packets},
+        {netif::Traffic::Kind::ImageEnds, station, {}, 0, 0, packets},
+        m_ringBytes};
     if (!m_ring->open(options, error)) {
         return nullptr;
     }

@@ -25,7 +25,7 @@ const char* const kDefaultConfiguration = "[board 0]\n"
 namespace {
 
 constexpr const char* kFileVariable = "LIOMOL_SOFTBOARD";
-constexpr const char* kSystemFile = "/etc/liomol/softboard.conf";
+constexpr const char* kSystemFile = LIOMOL_BOARD_FILE;
 constexpr std::int32_t kFirstSerial = 0x2A07; // of board 0; the others follow
 constexpr std::chrono::milliseconds kDefaultNegotiation{50};
 

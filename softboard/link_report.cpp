@@ -34,7 +34,9 @@ void fail(SoftboardLinkReport& report, int error, const std::string& message) {
 void findFault(SoftboardLinkReport& report, const InterfaceSettings& settings, bool open) {
     std::string message;
     int error = 0;
-    if (!open && !netif::PacketSocket::create(settings.interface, {}, message, &error)) {
+    netif::PacketSocket::Options nothing;
+    nothing.traffic.emplace();
+    if (!open && !netif::PacketSocket::create(settings.interface, nothing, message, &error)) {
         fail(report, error, message);
     } else if (!report.up) {
         fail(

@@ -11,7 +11,8 @@ extern "C" {
 typedef struct {
     char interfaceName[16];
     int error; /* 0, or the errno value of what keeps frames from passing: ENODEV no such interface, EPERM no
-                  right, ENETDOWN switched off, ENOLINK nothing at the other end */
+                  right, EACCES not in the group that has it, ECONNREFUSED refused by who lends it, ENETDOWN
+                  switched off, ENOLINK nothing at the other end */
     int up;
     int carrier;
     int mtu;

@@ -43,7 +43,7 @@ std::optional<Heard> hear(Frame frame) {
 
 std::unique_ptr<Eavesdropper> Eavesdropper::open(const std::string& interface) {
     netif::PacketSocket::Options options;
-    options.filter = netif::acknowledgementFilter();
+    options.traffic = netif::Traffic{netif::Traffic::Kind::Acknowledgements};
     options.promiscuous = true;
     std::string error;
     auto socket = netif::PacketSocket::create(interface, options, error);

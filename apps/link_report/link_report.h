@@ -12,7 +12,7 @@ namespace link_report {
 
 struct LinkReport {
     std::string interface;
-    int error = 0; // errno value of what keeps frames from passing: EPERM, ENODEV, ENETDOWN, ENOLINK, ...
+    int error = 0; // errno value of what keeps frames from passing: EPERM, EACCES, ENODEV, ENETDOWN, ...
     std::string message; // what it means, in one sentence
     bool up = false;
     bool carrier = false;

@@ -2,6 +2,7 @@
 #include "support.h"
 
 #include "netif/PacketSocket.h"
+#include "netif/lending.h"
 
 #include "support/golden.h"
 #include "support/net_namespace.h"
@@ -10,8 +11,13 @@
 #include <arpa/inet.h>
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <linux/capability.h>
+#include <linux/if_packet.h>
+#include <net/ethernet.h>
+#include <net/if.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <thread>
@@ -21,6 +27,21 @@ namespace {
 
 using namespace test;
 using test_support::NetNamespace;
+
+// Gives up a thread's right to raw sockets, for good.
+void giveUpRights() {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct none[2]{};
+    ASSERT_EQ(syscall(SYS_capset, &header, none), 0);
+}
+
+// Puts the lender where the board looks for it. Threads without rights of this process start it as root.
+void installLender() {
+    ASSERT_EQ(
+        std::system("mkdir -p lender && install -m 0750 " BUILT_NETPORT " lender/"
+                    " && echo '[board 0 port 0]\ninterface = host0' >" LIOMOL_BOARD_FILE),
+        0);
+}
 
 class InterfacePort : public testing::Test {
 protected:
@@ -39,6 +60,15 @@ protected:
         const NetNamespace::Inside inside(wire.host);
         configure("[board 0]\n[board 0 port 0]\ninterface = host0\n" + keys);
     }
+    // With sockets that are borrowed: also later, by whichever thread, in the namespace that it is in.
+    void useInterfaceWithoutRight() {
+        installLender();
+        std::thread([&] {
+            giveUpRights();
+            configure("[board 0]\n[board 0 port 0]\ninterface = host0\n");
+        }).join();
+    }
+    void loseAndFindTheInterface();
     // The camera's next frame from the board; empty when nothing comes.
     Bytes atCamera() {
         const auto frame = camera->receive(Clock::now() + kGenerous);
@@ -65,7 +95,10 @@ Bytes tagged(Bytes frame, std::uint8_t vlan) {
     return frame;
 }
 
+// Without the right to raw frames the same, but for what is this computer's own.
 TEST_F(InterfacePort, TakesInWhatIsForItAndNothingElse) {
+    const NetNamespace::Inside inside(wire.host);
+    ASSERT_TRUE(wire.host.shell("ip addr add 10.9.9.9/24 dev host0"));
     const Bytes arp = golden::load("arp_request");
     const std::pair<const char*, Bytes> rows[] = {
         {"+ an acknowledgement", kAck},
@@ -77,6 +110,7 @@ TEST_F(InterfacePort, TakesInWhatIsForItAndNothingElse) {
         {"- IPv6", with(kAck, 12, {0x86, 0xDD})},
         {"- a first fragment", with(kAck, 20, {0x20, 0})},
         {"a ARP for the port, answered while nobody reads", arp},
+        {"m an acknowledgement to this computer", with(kAck, 30, {10, 9, 9, 9})},
         {"- an ARP reply", with(arp, 21, {2})},
         {"- ARP for another protocol", with(arp, 16, {0x86, 0xDD})},
         {"- ARP for others", with(arp, 41, {43})},
@@ -84,11 +118,13 @@ TEST_F(InterfacePort, TakesInWhatIsForItAndNothingElse) {
         {"- another image stream", with(kAck, 36, {1521 >> 8, 1521 & 0xFF})},
         {"- another network on the wire", tagged(kAck, 5)},
     };
-    for (const bool ownAddress : {false, true}) {
+    for (const int pass : {0, 1, 2, 3}) {
+        const bool ownAddress = pass > 1;
+        const bool borrowed = pass % 2 == 1;
         if (ownAddress) {
             ASSERT_TRUE(wire.host.shell("ip link set host0 address 02:00:00:00:00:01"));
         }
-        useInterface();
+        borrowed ? useInterfaceWithoutRight() : useInterface();
         const OpenBoard board;
         board.enable();
         board.send(0, kCommand);
@@ -104,7 +140,7 @@ TEST_F(InterfacePort, TakesInWhatIsForItAndNothingElse) {
             fromCamera(tagged(mark, 0)); // a priority alone is no other network
             Bytes got;
             EXPECT_EQ(board.receive(0, got, kWaitMs), 0) << name;
-            if (name[0] == '+') {
+            if (name[0] == '+' || (name[0] == 'm' && !borrowed)) {
                 EXPECT_EQ(got, frame) << name;
                 EXPECT_EQ(board.receive(0, got, kWaitMs), 0) << name;
             }
@@ -114,7 +150,7 @@ TEST_F(InterfacePort, TakesInWhatIsForItAndNothingElse) {
         EXPECT_TRUE(eventually([&] { return state(0).framesToImagePath == images; }));
         EXPECT_EQ(images, 1U);
         board.write("ImagePort0", 1521);
-        fromCamera(rows[13].second);
+        fromCamera(rows[14].second);
         EXPECT_TRUE(eventually([&] { return state(0).framesToImagePath == 2; })) << "the filter follows";
     }
 }
@@ -149,8 +185,7 @@ TEST_F(InterfacePort, FillsInChecksumsThatTheSenderLeftOpen) {
     close(sender);
 }
 
-TEST_F(InterfacePort, ComesBackWithItsInterface) {
-    useInterface();
+void InterfacePort::loseAndFindTheInterface() {
     const OpenBoard board;
     board.enable();
     board.send(0, kCommand);
@@ -200,6 +235,14 @@ TEST_F(InterfacePort, ComesBackWithItsInterface) {
     reader.join();
 }
 
+TEST_F(InterfacePort, ComesBackWithItsInterface) {
+    useInterface();
+    loseAndFindTheInterface();
+    const NetNamespace::Inside inside(wire.host);
+    useInterfaceWithoutRight();
+    loseAndFindTheInterface();
+}
+
 TEST(SpinChoice, LooksWhereThatIsFasterAndNoticesWhenItIsNot) {
     using std::chrono::microseconds;
     struct Row {
@@ -229,11 +272,94 @@ TEST(SpinChoice, LooksWhereThatIsFasterAndNoticesWhenItIsNot) {
     }
 }
 
-// Gives up a thread's right to raw sockets, for good.
-void giveUpRights() {
-    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-    __user_cap_data_struct none[2]{};
-    ASSERT_EQ(syscall(SYS_capset, &header, none), 0);
+// What anybody gets who may run the lender, whatever program asks.
+TEST_F(InterfacePort, ABorrowedSocketKeepsItsFilterAndItsInterface) {
+    installLender();
+    const NetNamespace::Inside inside(wire.host);
+    const netif::Loan loan = netif::borrowSocket("host0", {netif::Traffic::Kind::Acknowledgements});
+    ASSERT_EQ(loan.error, "");
+    std::thread([&] {
+        giveUpRights();
+        const int none = 0;
+        const sock_fprog all{1, const_cast<sock_filter*>(netif::kNothing.data())};
+        EXPECT_EQ(setsockopt(loan.socket, SOL_SOCKET, SO_ATTACH_FILTER, &all, sizeof all), -1);
+        EXPECT_EQ(setsockopt(loan.socket, SOL_SOCKET, SO_DETACH_FILTER, &none, sizeof none), -1);
+        EXPECT_EQ(setsockopt(loan.socket, SOL_SOCKET, SO_LOCK_FILTER, &none, sizeof none), -1);
+    }).join();
+    ASSERT_TRUE(wire.host.shell("ip link add other0 type veth peer name other1 && ip link set other0 up && "
+                                "ip link set other1 up"));
+    std::string error;
+    const auto there = netif::PacketSocket::create("other1", {}, error);
+    const auto listener = netif::PacketSocket::create("other0", {}, error);
+    const auto bindTo = [&](const char* interface) {
+        sockaddr_ll address{};
+        address.sll_family = AF_PACKET;
+        address.sll_protocol = htons(ETH_P_ALL);
+        address.sll_ifindex = static_cast<int>(if_nametoindex(interface));
+        EXPECT_EQ(bind(loan.socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    };
+    const auto hear = [&] {
+        Bytes frame(2048);
+        const ssize_t size = recv(loan.socket, frame.data(), frame.size(), MSG_DONTWAIT);
+        frame.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+        return frame;
+    };
+    bindTo("host0");
+    fromCamera(with(kAck, 23, {6})); // TCP
+    fromCamera(kAck);
+    pollfd something{loan.socket, POLLIN, 0};
+    EXPECT_EQ(poll(&something, 1, kWaitMs), 1);
+    EXPECT_EQ(hear(), kAck);
+    bindTo("other0");
+    EXPECT_TRUE(eventually([&] {
+        there->send(kAck.data(), kAck.size());
+        return !listener->receive(Clock::now() + std::chrono::milliseconds(10)).empty();
+    }));
+    EXPECT_EQ(hear(), Bytes()) << "another interface";
+    close(loan.socket);
+}
+
+TEST_F(InterfacePort, TheLenderRefusesInOneClearLine) {
+    using Kind = netif::Traffic::Kind;
+    const std::string file = LIOMOL_BOARD_FILE;
+    const netif::Mac group{{1, 0, 0, 0, 0, 1}};
+    const netif::ImagePackets dns{{{10, 0, 0, 1}}, 53};
+    struct Row {
+        const char* change; // a command of the shell
+        netif::Traffic traffic;
+        std::string line; // empty: lent
+        const char* interface = "host0";
+    } const rows[] = {
+        {":", {}, ""},
+        {":", {}, file + " does not name camera0", "camera0"},
+        {":", {Kind::Control, group}, "a port cannot have the MAC address of a group"},
+        {":", {Kind::Images, {}, {}, 0, 0, dns}, "a port cannot use the UDP ports below 1024"},
+        {":", {Kind::Images}, "an image stream has a camera and a UDP port"},
+        {":", {Kind{9}}, "there is no such kind of traffic"},
+        {"sed -i s/interface/mac/ $F", {}, file + " does not name host0"},
+        {"echo nonsense >>$F", {}, file + ":3: neither a [section] nor KEY = VALUE: nonsense"},
+        {"chmod 0664 $F", {}, file + " may be written by others than root, so that it is not believed"},
+        {"chown 1 $F", {}, file + " does not belong to root, so that it is not believed"},
+        {"rm $F; mkdir $F", {}, file + " is not a file"},
+        {"rm $F", {}, file + ": No such file or directory"},
+        {"chmod 0755 $L", {}, "liomol-netport may be run by anybody: chmod 0750 " LIOMOL_NETPORT},
+        {"chmod 0640 $L",
+         {},
+         "this user is not in the group root: sudo usermod -aG root $USER, then log in again"},
+        {"rm $L", {}, netif::kWithoutLender},
+    };
+    const NetNamespace::Inside inside(wire.host);
+    const std::string names = "F=" LIOMOL_BOARD_FILE " L=" LIOMOL_NETPORT "; ";
+    for (const Row& row : rows) {
+        ASSERT_EQ(std::system("rm -rf " LIOMOL_BOARD_FILE), 0);
+        installLender();
+        if (std::system((names + row.change).c_str()) == 0) {
+            const netif::Loan loan = netif::borrowSocket(row.interface, row.traffic);
+            EXPECT_EQ(loan.error, row.line) << row.change;
+            EXPECT_EQ(loan.socket >= 0, row.line.empty()) << row.change;
+            close(loan.socket);
+        }
+    }
 }
 
 TEST_F(InterfacePort, SaysWhatIsWrong) {

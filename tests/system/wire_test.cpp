@@ -9,6 +9,7 @@
 
 #include <QtCore/QFile>
 
+#include <cstdlib>
 #include <memory>
 
 namespace {
@@ -44,13 +45,18 @@ protected:
         return {"setpriv", "--inh-caps=-all", "--bounding-set=-all,+net_raw,+dac_override", "--no-new-privs"};
     }
 
-    void startService(const QStringList& as) {
+    // An ordinary user, without any right; of the group video or not.
+    static QStringList user(bool member) {
+        return {"setpriv", "--reuid=12345", "--regid=12345", member ? "--groups=video" : "--clear-groups"};
+    }
+
+    void startService(const QStringList& as, const QStringList& arguments = {}) {
         m_as = as;
-        m_service = start(s_wire->host, GBE_SERVICE, {"--state", "state"});
+        m_service = start(s_wire->host, GBE_SERVICE, QStringList{"--state", "state"} + arguments);
         ASSERT_TRUE(eventually(test::serviceAnswers));
     }
-    void startAll(const QStringList& as = {}) {
-        startService(as);
+    void startAll(const QStringList& as = {}, const QStringList& arguments = {}) {
+        startService(as, arguments);
         m_camera = start(
             s_wire->camera, GBE_SIMCAM,
             {"--interface", "camera0", "--camera", "mac=02:00:00:00:00:41,ip=169.254.1.65,name=over there"});
@@ -117,6 +123,44 @@ TEST_F(WireTest, TheRightToRawFramesIsEnough) {
     expectOutput({"--port", "0", "set", "Width=320"}, "");
     expectOutput({"--port", "0", "get", "Width"}, "320");
     stopAll();
+}
+
+// As it is installed: the system's file names the interface, and the group may run who lends sockets.
+TEST_F(WireTest, MembersOfTheGroupNeedNoRight) {
+    writeFile(LIOMOL_BOARD_FILE, kBoard);
+    writeFile("service.conf", "socket-group = video\n");
+    if (std::system("chmod 0755 . && mkdir -p lender && install -m 0750 -g video " BUILT_NETPORT
+                    " lender/ && "
+                    "setcap cap_net_raw+ep " LIOMOL_NETPORT) != 0) {
+        GTEST_SKIP() << "no group video, or files in this folder can have no capability";
+    }
+    if (std::system((user(true).join(' ') + " " GBE " --version >version").toLocal8Bit()) != 0) {
+        GTEST_SKIP() << "other users get not into the build's folder";
+    }
+    const QByteArray elsewhere = qgetenv("LIOMOL_SOFTBOARD");
+    qunsetenv("LIOMOL_SOFTBOARD");
+    startAll({}, {"--config", "service.conf"});
+    ASSERT_EQ(std::system("mkdir -m 0777 pictures"), 0);
+    m_as = user(true);
+    expectOutput({"--port", "0", "set", "Width=320", "Height=240"}, "");
+    expectOutput({"--port", "0", "get", "Width"}, "320");
+    expectOutput({"--port", "0", "grab", "-n", "3", "-o", "pictures/%d.png"}, "320x240");
+    expectOutput({"doctor"}, "All is well.");
+    m_as = user(false);
+    EXPECT_THAT(
+        start(s_wire->host, GBE, {"doctor"})->wait().out,
+        HasSubstr("FAIL  port 0    no right to raw frames on host0\n"
+                  "        mend    sudo usermod -aG video $USER, then log in again\n"));
+    m_as = user(true);
+    ASSERT_EQ(std::system("chmod 0666 " LIOMOL_BOARD_FILE), 0);
+    const Outcome outcome = start(s_wire->host, GBE, {"--port", "0", "get", "Width"})->wait();
+    EXPECT_THAT(
+        outcome.err, HasSubstr("softboard: " LIOMOL_BOARD_FILE ":2: no right to use network interface "
+                               "host0 for raw frames: " LIOMOL_BOARD_FILE
+                               " may be written by others than root, so that it is not believed\n"));
+    m_as.clear();
+    stopAll();
+    qputenv("LIOMOL_SOFTBOARD", elsewhere);
 }
 
 } // namespace

@@ -52,6 +52,7 @@ std::string groupOf(const char* file) {
 std::string whatIsWrong(const link_report::LinkReport& link) {
     switch (link.error) {
     case EPERM:
+    case EACCES:
         return "no right to raw frames on " + link.interface;
     case ENODEV:
         return "there is no network interface " + link.interface;
@@ -64,10 +65,19 @@ std::string whatIsWrong(const link_report::LinkReport& link) {
     }
 }
 
+// What keeps a program from opening the board at all.
+bool isRight(int error) {
+    return error == EPERM || error == EACCES || error == ECONNREFUSED;
+}
+
 std::string mendingInterface(const link_report::LinkReport& link) {
     switch (link.error) {
     case EPERM:
         return "sudo setcap cap_net_raw+ep " + programFile();
+    case EACCES: // the message ends with it
+        return link.message.substr(std::min(link.message.find("sudo "), link.message.size()));
+    case ECONNREFUSED: // by who lends sockets, for a reason that was told
+        return "mend that, or sudo setcap cap_net_raw+ep " + programFile();
     case ENODEV:
         return "\"ip link\" lists the interfaces; the board's file names this one";
     case ENETDOWN:
@@ -161,7 +171,7 @@ bool Doctor::checkInterfaces() {
         place.computerIp = link->ip;
         if (link->error != 0) {
             m_findings.bad(portName(port), whatIsWrong(*link), mendingInterface(*link));
-            mayOpen = mayOpen && link->error != EPERM;
+            mayOpen = mayOpen && !isRight(link->error);
         } else if (link->mtu < kUsualPacket) {
             m_findings.bad(
                 portName(port),
