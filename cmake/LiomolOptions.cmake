@@ -2,10 +2,14 @@
 set(LIOMOL_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address (with undefined), thread")
 set(LIOMOL_SERVICE_SOCKET "/var/run/tavo-gbe/sock" CACHE STRING
     "Path of the local service's socket, compiled into library and service; a relative path is below the working directory")
-set(LIOMOL_BOARD_FILE "/etc/liomol/softboard.conf" CACHE STRING
+set(LIOMOL_CONFIG_DIR "/etc/liomol" CACHE PATH
+    "Folder of gbe-service.conf and softboard.conf, compiled into service, board in software and gbe, wherever those are installed")
+set(LIOMOL_STATE_DIR "/var/lib/gbe-service" CACHE PATH "Folder in which the service keeps addresses that clients gave to ports")
+set(LIOMOL_BOARD_FILE "${LIOMOL_CONFIG_DIR}/softboard.conf" CACHE STRING
     "File that describes the boards in software; the only one that liomol-netport believes")
 set(LIOMOL_NETPORT "${CMAKE_INSTALL_FULL_LIBEXECDIR}/liomol/liomol-netport" CACHE STRING
     "Where the board in software finds the program that lends packet sockets; compiled in")
+option(LIOMOL_PACKAGES "Install what only packages have: changelogs, copyright, service configuration, tmpfiles" OFF)
 option(LIOMOL_WERROR "Treat warnings as errors" ON)
 option(LIOMOL_BUILD_APPS "Build gbe, gbe-service and the examples" ON)
 option(LIOMOL_BUILD_TESTS "Build the tests" ON)
@@ -28,6 +32,12 @@ find_program(LIOMOL_CCACHE ccache)
 if(LIOMOL_CCACHE)
     set(CMAKE_C_COMPILER_LAUNCHER "${LIOMOL_CCACHE}")
     set(CMAKE_CXX_COMPILER_LAUNCHER "${LIOMOL_CCACHE}")
+endif()
+
+# Nothing that is built names the folder that it was built in: two builds of one source are the same.
+option(LIOMOL_REPRODUCIBLE "Leave the names of the source's and the build's folders out of what is built" OFF)
+if(LIOMOL_REPRODUCIBLE)
+    add_compile_options("-ffile-prefix-map=${CMAKE_BINARY_DIR}=build" "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.")
 endif()
 
 # What every target of the project compiles with.

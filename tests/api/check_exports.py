@@ -55,9 +55,9 @@ class Declared:
 
 def check(library, declared):
     lines = subprocess.run(
-        ["nm", "--dynamic", "--defined-only", "--demangle", library], check=True, capture_output=True, text=True
+        ["nm", "--dynamic", "--defined-only", "--demangle", "--without-symbol-versions", library], check=True, capture_output=True, text=True
     ).stdout.splitlines()
-    shown = sorted({line.split(maxsplit=2)[2] for line in lines})
+    shown = sorted({line.split(maxsplit=2)[2] for line in lines if " A " not in line})  # A: a version's name
     faults = [symbol for symbol in shown if not declared.knows(symbol)]
     for symbol in faults:
         print(f"{symbol} is exported and not declared")

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <filesystem>
 
 namespace {
 
@@ -180,6 +181,17 @@ TEST(ServiceOnAWire, FollowsTheInterface) {
     EXPECT_TRUE(eventually([&] { return status().find(" up\n") != std::string::npos; }));
     ASSERT_TRUE(wire.unplug());
     EXPECT_THAT(status(), testing::AllOf(HasSubstr(" MAC 06:00:00:00:00:01\n"), HasSubstr(" down\n")));
+}
+
+TEST(Doctor, NamesAFileThatNobodyReads) {
+    std::filesystem::create_directories("prefix/bin");
+    std::filesystem::create_directories("prefix/etc/liomol");
+    std::filesystem::copy_file(GBE, "prefix/bin/gbe");
+    writeFile("prefix/etc/liomol/gbe-service.conf", "boards = 0\n");
+    const std::string found = Program::run("prefix/bin/gbe", {"doctor"}).out;
+    EXPECT_THAT(
+        found,
+        HasSubstr("prefix/etc/liomol/gbe-service.conf is read by nobody: what counts is /etc/liomol/gbe"));
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "gbe/Failure.h"
 #include "gbe/options.h"
 #include "gbe/service.h"
+#include "gbe/unread_files.h"
 #include "link_report/link_report.h"
 
 #include <sys/stat.h>
@@ -94,6 +95,7 @@ public:
     explicit Doctor(const Selection& selection) : m_selection(selection) {}
 
     int run() {
+        checkUnreadFiles(m_findings);
         if (checkService() & checkInterfaces()) { // both, whatever the first one finds
             checkBoard();
         } else {
