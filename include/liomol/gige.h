@@ -72,6 +72,18 @@ typedef struct CameraInfo {
 /* The text of a status: static, never null; "unknown error code" for a code that is not a status. */
 GBE_API const char* Gbe_getErrorDescription(int code);
 
+/* Why the latest call of this thread that failed did so, as one sentence with facts, beside the text of its
+ * status: limits, who locks, what decides, near names, who has the camera, what the camera answered. Empty
+ * when there is nothing to tell; never null. It is the thread's own, stays in place as long as the thread
+ * lives, and changes with the thread's next failure: look at it before the next call, and only after a call
+ * that failed. A call that succeeds may leave it or change it. Sentences are for people and may change; in
+ * C++, the exceptions of the faces leave one, too. docs/errors.md lists what is told of each status.
+ *     if (Gbe_setIntegerValue(camera, "Width", 1000000) == GBE_ERROR_ILLEGAL_VALUE) {
+ *         puts(Gbe_getLastErrorDetail());
+ *     }
+ * prints "1000000 is not within 16..1920 px in steps of 4". */
+GBE_API const char* Gbe_getLastErrorDetail(void);
+
 /* The library's version, "major.minor.patch"; static. */
 GBE_API const char* Gbe_getVersion(void);
 

@@ -2,6 +2,7 @@
 
 #include "api/disconnecting.h"
 #include "api/handles.h"
+#include "api/refusals.h"
 
 namespace api {
 
@@ -12,6 +13,9 @@ Change::Change(CameraHandle& handle, Call call) : m_handle(handle) {
     } while (m_refused == status::Success &&
              !handle.connection.compare_exchange_weak(m_before, State::Changing));
     m_after = m_before;
+    if (m_refused != status::Success) {
+        refusedInState(handle, handle.shown(m_before), m_refused);
+    }
 }
 
 Change::~Change() {

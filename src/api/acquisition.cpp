@@ -18,6 +18,12 @@ int setLineLength(const CameraHandle& camera, long long width, const std::string
     return status::Success;
 }
 
+// A feature that the call picks, not its caller.
+template<auto As, typename Work>
+int withOwn(const tavo::ImplGenICamCamera& device, const char* name, Work&& work) {
+    return api::about(name, api::withNode<As>(device, name, std::forward<Work>(work)));
+}
+
 } // namespace
 
 // The line length is set before the start, and stays set when the camera refuses to start.
@@ -29,10 +35,9 @@ int Gbe_startAcquisition(CameraHandle* camera) {
     }
     long long width = 0;
     std::string pixelFormat;
-    result = api::withNode<&GenICamNode::asInteger>(
-        *device, "Width", [&](auto& node) { width = node.getValue(); });
+    result = withOwn<&GenICamNode::asInteger>(*device, "Width", [&](auto& node) { width = node.getValue(); });
     if (result == status::Success) {
-        result = api::withNode<&GenICamNode::asEnumeration>(
+        result = withOwn<&GenICamNode::asEnumeration>(
             *device, "PixelFormat", [&](auto& node) { pixelFormat = node.getStringValue(); });
     }
     if (result == status::Success) {
@@ -40,12 +45,12 @@ int Gbe_startAcquisition(CameraHandle* camera) {
     }
     if (result == status::Success) {
         camera->stream->restart();
-        result = api::withNode<&GenICamNode::asCommand>(
-            *device, "AcquisitionStart", [](auto& node) { node.execute(); });
+        result =
+            withOwn<&GenICamNode::asCommand>(*device, "AcquisitionStart", [](auto& node) { node.execute(); });
     }
     return result;
 }
 
 int Gbe_stopAcquisition(CameraHandle* camera) {
-    return Gbe_executeCommand(camera, "AcquisitionStop");
+    return api::about("AcquisitionStop", Gbe_executeCommand(camera, "AcquisitionStop"));
 }

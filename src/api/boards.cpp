@@ -1,5 +1,6 @@
 // Boards: opening, closing, scanning.
 #include "api/handles.h"
+#include "api/refusals.h"
 #include "board/host_locks.h"
 #include "liomol/gige.h"
 #include "streaming/StreamTable.h"
@@ -29,22 +30,26 @@ bool readLinkState(GigeCamera& board, int port) {
 
 int Gbe_initBoard(int board, int flags, BoardHandle** out) {
     if (out == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("out");
     }
     *out = nullptr;
     if (util::isForkedChild()) {
-        return status::Connection;
+        return api::refusedAsFork();
     }
     util::claimProcess();
     board::Board* found = board::findBoard(board);
-    if (found == nullptr || !found->open(flags)) {
+    if (found == nullptr) {
+        return api::refused(status::BoardInitialization, [&] { return api::noBoard(board); });
+    }
+    util::setErrorDetail({});
+    if (!found->open(flags)) {
         return status::BoardInitialization;
     }
     if (flags == board::kServiceMode) {
         return status::Success;
     }
     if (found->get() == nullptr) {
-        return status::BoardDoesNotExist;
+        return api::boardClosed(board);
     }
     *out = new BoardHandle(*found);
     return status::Success;
@@ -65,48 +70,51 @@ void Gbe_freeBoard(BoardHandle* board) {
 int Gbe_scanNetwork(BoardHandle* board, int port, int timeout) {
     board::CameraPort* place = api::portOf(board, static_cast<unsigned>(port));
     if (board == nullptr || (port != kAllPorts && place == nullptr)) {
-        return status::IllegalParameter;
+        return api::badPort(board, port);
     }
     if (util::isForkedChild()) {
-        return status::Connection;
+        return api::refusedAsFork();
     }
     if (board->board().get() == nullptr) {
-        return status::BoardDoesNotExist;
+        return api::boardClosed(board->board().index);
     }
     const int result =
         place == nullptr ? board->board().discover(timeout) : board::Board::discover(*place, timeout);
-    return result == board::Board::kPortInUse ? status::PortNotAvailable : status::Success;
+    return result == board::Board::kPortInUse ? api::portTaken(*place) : status::Success;
 }
 
 int Gbe_getCameraCount(BoardHandle* board, unsigned port) {
     board::CameraPort* place = api::portOf(board, port);
     if (place == nullptr) {
-        return status::IllegalParameter;
+        return api::badPort(board, port);
     }
     if (util::isForkedChild()) {
-        return status::Connection;
+        return api::refusedAsFork();
     }
     const board::HeldPort held(*place);
-    return held.port() != nullptr ? held.port()->cameras().count() : status::BoardDoesNotExist;
+    return held.port() != nullptr ? held.port()->cameras().count() : api::boardClosed(place->boardIndex);
 }
 
 int Gbe_getLinkState(int board, unsigned port, int* up) {
     board::Board* found = board::findBoard(board);
     board::CameraPort* place = found != nullptr ? api::portOf(*found, port) : nullptr;
     if (up == nullptr || place == nullptr) {
-        return status::IllegalParameter;
+        return up == nullptr ? api::nullArgument("up") : api::refused(status::IllegalParameter, [&] {
+            return found == nullptr ? api::noBoard(board) : api::noPort(port);
+        });
     }
     if (util::isForkedChild()) {
-        return status::Connection;
+        return api::refusedAsFork();
     }
     const std::lock_guard lock(found->mdioMutex());
     GigeCamera* open = found->get();
     if (open == nullptr) {
-        return status::BoardDoesNotExist;
+        return api::boardClosed(board);
     }
     const board::PhySequence phys(board);
     if (!phys) {
-        return status::PortNotAvailable;
+        return api::refused(
+            status::PortNotAvailable, "another program has kept the PHYs of the board for 30 seconds");
     }
     *up = readLinkState(*open, place->number) ? 1 : 0;
     return status::Success;

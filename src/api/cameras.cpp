@@ -1,5 +1,6 @@
 // Cameras: picking one of a port's last scan, and what it told of itself.
 #include "api/handles.h"
+#include "api/refusals.h"
 #include "board/CamerasInUse.h"
 #include "board/camera.h"
 #include "liomol/gige.h"
@@ -56,11 +57,11 @@ std::unique_ptr<CameraInfo, api::FreeInfo> makeInfo(const camera& selection) {
 template<typename Pick>
 int lookUp(const BoardHandle& handle, board::CameraPort& place, CameraHandle** out, Pick&& pick) {
     if (util::isForkedChild()) {
-        return status::Connection;
+        return api::refusedAsFork();
     }
     const board::HeldPort held(place);
     if (held.port() == nullptr || held.port()->cameras().count() == 0) {
-        return status::NoCamerasFound;
+        return api::noCameras(held);
     }
     const board::KeepCurrent kept(held);
     camera selection(held.port());
@@ -73,15 +74,24 @@ int lookUp(const BoardHandle& handle, board::CameraPort& place, CameraHandle** o
     made->info = makeInfo(selection);
     handle.slots->put(place.number, made.get());
     *out = made.release();
-    return picked.status;
+    return picked.status == status::CameraNotUnique
+               ? api::refused(picked.status, "several cameras of the port have that name")
+               : picked.status;
 }
 
-// Takes a camera that a selection has found.
-int take(bool found, const Mac& mac) {
+// Takes a camera that a selection has found; `sought` makes what it was to have.
+template<typename Sought> int take(bool found, const Mac& mac, Sought&& sought) {
     if (!found) {
-        return status::CameraDoesNotExist;
+        return api::refused(status::CameraDoesNotExist, [&] {
+            return "no camera that the last scan of the port has found has " + sought();
+        });
     }
-    return board::CamerasInUse::instance().take(mac.data()) ? status::Success : status::CameraBusy;
+    return board::CamerasInUse::instance().take(mac.data())
+               ? status::Success
+               : api::refused(status::CameraBusy, [&] {
+                     return "another handle of this program has the camera " +
+                            net::Mac::at(mac.data()).text();
+                 });
 }
 
 // The checks of the look-up calls: the port, or null; `out` becomes null once they have passed.
@@ -101,7 +111,7 @@ int Gbe_getFirstCamera(BoardHandle* board, unsigned port, CameraHandle** out) {
         if (board == nullptr && out != nullptr && port < unsigned{board::kPorts}) {
             *out = nullptr; // this call alone, as documented
         }
-        return status::IllegalParameter;
+        return api::badLookUp(board, port, {{out, "out"}});
     }
     return lookUp(*board, *place, out, [](camera& selection, Picked& picked) {
         for (int number = 0; selection.selectCameraViaNumber(number, picked.mac.data()); ++number) {
@@ -109,52 +119,57 @@ int Gbe_getFirstCamera(BoardHandle* board, unsigned port, CameraHandle** out) {
                 return status::Success;
             }
         }
-        return status::CameraDoesNotExist;
+        return api::refused(
+            status::CameraDoesNotExist, "all cameras that the last scan of the port has found are in use");
     });
 }
 
 int Gbe_getCameraByIp(BoardHandle* board, unsigned port, unsigned ip, CameraHandle** out) {
     board::CameraPort* place = checked(board, port, out);
     if (place == nullptr) {
-        return status::IllegalParameter;
+        return api::badLookUp(board, port, {{out, "out"}});
     }
     return lookUp(*board, *place, out, [&](camera& selection, Picked& picked) {
-        return take(selection.selectCameraViaIp(ip, picked.mac.data()), picked.mac);
+        return take(selection.selectCameraViaIp(ip, picked.mac.data()), picked.mac, [&] {
+            return "the address " + net::Ipv4::fromLowFirst(ip).text();
+        });
     });
 }
 
 int Gbe_getCameraByMac(BoardHandle* board, unsigned port, const unsigned char* mac, CameraHandle** out) {
     board::CameraPort* place = checked(board, port, out);
     if (place == nullptr || mac == nullptr) {
-        return status::IllegalParameter;
+        return api::badLookUp(board, port, {{out, "out"}, {mac, "mac"}});
     }
     return lookUp(*board, *place, out, [&](camera& selection, Picked& picked) {
         std::memcpy(picked.mac.data(), mac, picked.mac.size());
-        return take(selection.selectCameraViaMac(mac), picked.mac);
+        return take(selection.selectCameraViaMac(mac), picked.mac, [&] {
+            return "the address " + net::Mac::at(mac).text();
+        });
     });
 }
 
 int Gbe_getCameraByUserName(BoardHandle* board, unsigned port, const char* name, CameraHandle** out) {
     board::CameraPort* place = checked(board, port, out);
     if (place == nullptr || name == nullptr) {
-        return status::IllegalParameter;
+        return api::badLookUp(board, port, {{out, "out"}, {name, "name"}});
     }
     return lookUp(*board, *place, out, [&](camera& selection, Picked& picked) {
         bool unique = true;
         const bool found = selection.selectCameraViaUserName(name, picked.mac.data(), &unique);
         picked.status = unique ? status::Success : status::CameraNotUnique;
-        return take(found, picked.mac);
+        return take(found, picked.mac, [&] { return std::string("the name \"") + name + '"'; });
     });
 }
 
 int copyCameraInfo(CameraHandle* handle, CameraInfo** out) {
     if (handle == nullptr || out == nullptr) {
-        return status::IllegalParameter;
+        return api::firstNull({{handle, "camera"}, {out, "out"}});
     }
     const board::HeldPort held(handle->place());
     auto info = makeInfo(camera(held.port()));
     if (info == nullptr) {
-        return status::IllegalParameter;
+        return api::refused(status::IllegalParameter, "no camera of the port is selected");
     }
     *out = info.release();
     return status::Success;

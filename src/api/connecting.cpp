@@ -7,6 +7,7 @@
 #include "api/disconnecting.h"
 #include "api/guard.h"
 #include "api/handles.h"
+#include "api/refusals.h"
 #include "api/taking.h"
 #include "board/description.h"
 #include "board/devices.h"
@@ -55,6 +56,7 @@ public:
         if (m_succeeded || !m_hasPort) {
             return;
         }
+        const util::KeepErrorDetail kept;
         if (m_hasControl) {
             stopWatching(m_handle);
             giveControlBack(m_handle);
@@ -73,13 +75,13 @@ public:
     int run() {
         m_hasPort = m_handle.place().claim(&m_handle);
         if (!m_hasPort) {
-            return status::PortNotAvailable;
+            return portTaken(m_handle.place());
         }
         if (!takeMac(m_handle)) {
-            return status::CameraBusy;
+            return cameraTaken();
         }
         if (!claimPort(m_handle, m_handle.place())) {
-            return status::PortNotAvailable;
+            return portLocked(m_handle.place());
         }
         int result = m_purpose == Purpose::Reading ? prepareReading(m_handle) : prepareWork();
         m_hasControl = result == status::Success;
@@ -87,7 +89,7 @@ public:
             result = loadDescription(m_handle);
         }
         if (result == status::Success && m_purpose == Purpose::Work && !startWatching(m_handle)) {
-            result = status::CameraBusy;
+            result = refused(status::CameraBusy, "another application has taken the camera meanwhile");
         }
         m_succeeded = result == status::Success;
         return result;
@@ -96,7 +98,7 @@ public:
 private:
     int prepareWork() {
         return lockOut(m_handle, m_handle.place()) ? takeControl(m_handle, m_handle.place(), Beforehand::Look)
-                                                   : status::CameraBusy;
+                                                   : cameraLocked(m_handle.mac.data());
     }
 
     CameraHandle& m_handle;
@@ -109,7 +111,7 @@ private:
 
 int connectCamera(CameraHandle* handle, Call call, Purpose purpose = Purpose::Work) {
     if (handle == nullptr) {
-        return status::IllegalParameter;
+        return nullArgument("camera");
     }
     std::shared_ptr<Device> device;
     {
@@ -118,7 +120,7 @@ int connectCamera(CameraHandle* handle, Call call, Purpose purpose = Purpose::Wo
             return change.refused();
         }
         if (!handle->place().isOpen()) {
-            return status::BoardDoesNotExist;
+            return boardClosed(handle->place().boardIndex);
         }
         if (change.before() == State::Connected) {
             change.to(State::Disconnected);
@@ -160,7 +162,7 @@ int Gbe_connectCameraForReading(CameraHandle* camera) {
 
 int Gbe_getCameraUser(CameraHandle* camera, int* pid, char* program, unsigned size) {
     if (camera == nullptr || pid == nullptr || (program == nullptr && size != 0)) {
-        return status::IllegalParameter;
+        return api::firstNull({{camera, "camera"}, {pid, "pid"}, {program, "program"}});
     }
     const auto holder = util::lockHolder(board::cameraLockName(camera->mac.data()));
     *pid = holder ? holder->pid : 0;

@@ -1,5 +1,6 @@
 // Who controls a handle's camera, and why the handle does not.
 #include "api/handles.h"
+#include "api/refusals.h"
 #include "api/visit.h"
 #include "board/control_registers.h"
 #include "liomol/gige.h"
@@ -54,18 +55,18 @@ GbeControlHolder shown(board::Holder holder, bool isHeld) {
 
 int Gbe_getControlStatus(CameraHandle* camera, GbeControlStatus* out) {
     if (camera == nullptr || out == nullptr) {
-        return status::IllegalParameter;
+        return api::firstNull({{camera, "camera"}, {out, "out"}});
     }
     if (util::isForkedChild()) {
-        return status::Connection;
+        return api::refusedAsFork();
     }
     const board::HeldPort held(camera->place());
     if (held.port() == nullptr) {
-        return status::BoardDoesNotExist;
+        return api::boardClosed(camera->place().boardIndex);
     }
     const board::PortClaim claim(camera->place().boardIndex, camera->place().number);
     if (!claim) {
-        return status::PortNotAvailable;
+        return api::portTaken(camera->place());
     }
     const board::ControlReading reading = look(*camera, held).value_or(board::ControlReading{});
     const int loss = api::lossOf(*camera, held);

@@ -1,4 +1,5 @@
 // From the bytes of an image to pixels that programs and people look at.
+#include "api/refusals.h"
 #include "liomol/images.h"
 #include "pixels/pixels.h"
 #include "util/status.h"
@@ -6,6 +7,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <span>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -45,21 +48,29 @@ Bytes bytesOf(const GbeImage& image, std::vector<std::uint8_t>& filled) {
 
 int Gbe_convertImage(const GbeImage* image, int pixels, void* buffer, size_t* size) {
     if (image == nullptr || size == nullptr || !isPixels(pixels)) {
-        return status::IllegalParameter;
+        const bool hasNull = image == nullptr || size == nullptr;
+        return hasNull ? api::firstNull({{image, "image"}, {size, "size"}})
+                       : api::refused(status::IllegalParameter, [&] {
+                             return std::to_string(pixels) + " is no GbePixels";
+                         });
     }
     const auto form = static_cast<pixels::Form>(pixels);
     pixels::View view{{}, image->pixelFormat, image->width, image->height, image->paddingX};
     const std::size_t needed = pixels::sizeOf(view, form);
     if (image->status == GBE_IMAGE_NOT_UNDERSTOOD || !pixels::canConvert(image->pixelFormat) || needed == 0) {
-        return status::NotImplemented;
+        return api::refused(status::NotImplemented, [&] {
+            return image->status == GBE_IMAGE_NOT_UNDERSTOOD
+                       ? std::string("the payload is no image")
+                       : "nothing is known of the pixel format " + std::to_string(image->pixelFormat);
+        });
     }
-    const bool fits = buffer == nullptr || *size >= needed;
-    *size = needed;
-    if (buffer == nullptr || !fits) {
-        return fits ? status::Success : status::BufferTooSmall;
+    const std::size_t room = std::exchange(*size, needed);
+    if (buffer == nullptr || room < needed) {
+        return buffer == nullptr ? status::Success : api::tooSmall(needed, room);
     }
     std::vector<std::uint8_t> filled;
     view.bytes = bytesOf(*image, filled);
-    return pixels::convert(view, form, {static_cast<std::uint8_t*>(buffer), needed}) ? status::Success
-                                                                                     : status::NotImplemented;
+    return pixels::convert(view, form, {static_cast<std::uint8_t*>(buffer), needed})
+               ? status::Success
+               : api::refused(status::NotImplemented, "the image cannot be converted");
 }

@@ -13,7 +13,8 @@ using tavo::GenICamNode;
 // Sets a Boolean; where the feature is none, an Integer.
 int setFlag(CameraHandle* camera, const char* name, int value) {
     const int result = Gbe_setBooleanValue(camera, name, value);
-    return result == status::IllegalNode ? Gbe_setIntegerValue(camera, name, value) : result;
+    return api::about(
+        name, result == status::IllegalNode ? Gbe_setIntegerValue(camera, name, value) : result);
 }
 
 constexpr const char* kTransportLayerLock = "TLParamsLocked";
@@ -35,7 +36,7 @@ int Gbe_unlockTLParams(CameraHandle* camera) {
 
 int Gbe_getValueAsString(CameraHandle* camera, const char* name, char* buffer, unsigned* size) {
     if (size == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("size");
     }
     return api::withAnyFeature(
         camera, name, [&](GenICamNode& node) { return copyText(node.getValueAsString(), buffer, size); });
@@ -52,7 +53,7 @@ int Gbe_getFeatureCount(CameraHandle* camera) {
 int Gbe_getFeatureName(CameraHandle* camera, unsigned index, const char** name) {
     tavo::ImplGenICamCamera* device = nullptr;
     if (name == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("name");
     }
     if (const int refused = api::deviceOf(camera, device); refused != status::Success) {
         return refused;
@@ -60,7 +61,9 @@ int Gbe_getFeatureName(CameraHandle* camera, unsigned index, const char** name) 
     const auto tree = device->holdTree();
     const auto& nodes = tree->nodes().byName();
     if (index >= nodes.size()) {
-        return status::IllegalParameter;
+        return api::refused(status::IllegalParameter, [&] {
+            return "index " + std::to_string(index) + " is not below " + std::to_string(nodes.size());
+        });
     }
     *name = nodes[index]->getName().c_str();
     return status::Success;
@@ -68,7 +71,7 @@ int Gbe_getFeatureName(CameraHandle* camera, unsigned index, const char** name) 
 
 int Gbe_getFeatureKind(CameraHandle* camera, const char* name, int* kind) {
     if (kind == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("kind");
     }
     return api::withAnyFeature(camera, name, [&](GenICamNode& node) {
         *kind = api::kindOf(node);
@@ -79,7 +82,7 @@ int Gbe_getFeatureKind(CameraHandle* camera, const char* name, int* kind) {
 // A device that is not connected has nothing cached that will ever be read.
 int Gbe_invalidateCache(CameraHandle* camera) {
     if (camera == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("camera");
     }
     return api::guarded([&] {
         tavo::ImplGenICamCamera* device = nullptr;
@@ -92,7 +95,7 @@ int Gbe_invalidateCache(CameraHandle* camera) {
 
 int Gbe_enableChecks(CameraHandle* camera, int enable) {
     if (camera == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("camera");
     }
     camera->checksEnabled = enable != 0;
     if (tavo::ImplGenICamCamera* device = camera->device()) {
@@ -103,7 +106,7 @@ int Gbe_enableChecks(CameraHandle* camera, int enable) {
 
 int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable) {
     if (camera == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("camera");
     }
     camera->standardBehaviour = enable != 0;
     return api::guarded([&] {
@@ -113,13 +116,15 @@ int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable) {
         }
         camera->watches.clear();
         camera->texts.clear();
-        return device->enableStandardBehaviour(enable != 0) ? status::Success : status::XmlRead;
+        return device->enableStandardBehaviour(enable != 0)
+                   ? status::Success
+                   : api::refused(status::XmlRead, [&] { return device->refusal(); });
     });
 }
 
 int Gbe_getStandardDifferences(CameraHandle* camera, char* buffer, unsigned* size) {
     if (size == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("size");
     }
     return api::withDevice(camera, [&](tavo::ImplGenICamCamera& device) {
         std::string text;
@@ -132,12 +137,12 @@ int Gbe_getStandardDifferences(CameraHandle* camera, char* buffer, unsigned* siz
 
 int Gbe_getGenICamXML(CameraHandle* camera, char* buffer, unsigned* size) {
     if (size == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("size");
     }
     return api::withDevice(camera, [&](tavo::ImplGenICamCamera& device) {
         const std::size_t needed = device.getXmlDataSize();
         if (buffer != nullptr && needed > *size) {
-            return status::BufferTooSmall;
+            return api::tooSmall(needed, *size);
         }
         if (buffer != nullptr) {
             device.copyXmlData(buffer);

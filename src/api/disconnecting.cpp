@@ -3,6 +3,7 @@
 
 #include "api/Change.h"
 #include "api/handles.h"
+#include "api/refusals.h"
 #include "api/taking.h"
 #include "liomol/gige.h"
 #include "util/process.h"
@@ -70,7 +71,7 @@ void freeHandle(CameraHandle* handle) {
 
 int Gbe_disconnectCamera(CameraHandle* camera) {
     if (camera == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("camera");
     }
     api::Change change(*camera, api::Call::Disconnect);
     if (change.refused() == status::Success) {

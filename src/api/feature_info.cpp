@@ -78,7 +78,7 @@ const std::string* textOf(GenICamNode& node, int which) {
 
 int Gbe_getFeatureInfo(CameraHandle* camera, const char* name, GbeFeatureInfo* out) {
     if (out == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("out");
     }
     return api::withAnyFeature(camera, name, [&](GenICamNode& node) {
         const auto* const selector = node.asSelector();
@@ -97,12 +97,13 @@ int Gbe_getFeatureInfo(CameraHandle* camera, const char* name, GbeFeatureInfo* o
 
 int Gbe_getFeatureText(CameraHandle* camera, const char* name, int which, const char** text) {
     if (text == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("text");
     }
     return api::withAnyFeature(camera, name, [&](GenICamNode& node) {
         const std::string* const found = textOf(node, which);
         if (found == nullptr) {
-            return status::IllegalParameter;
+            return api::refused(
+                status::IllegalParameter, [&] { return std::to_string(which) + " is no GbeFeatureText"; });
         }
         *text = found->c_str();
         return status::Success;
@@ -132,7 +133,7 @@ int Gbe_getFloatLimits(CameraHandle* camera, const char* name, double* min, doub
 
 int Gbe_getStringLimit(CameraHandle* camera, const char* name, long long* length) {
     if (length == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("length");
     }
     return api::withFeature<&GenICamNode::asString>(
         camera, name, [&](auto& node) { *length = node.getMaxLength(); });
@@ -140,14 +141,15 @@ int Gbe_getStringLimit(CameraHandle* camera, const char* name, long long* length
 
 int Gbe_getEntryValue(CameraHandle* camera, const char* name, const char* entry, long long* value) {
     if (entry == nullptr || value == nullptr) {
-        return status::IllegalParameter;
+        return api::firstNull({{entry, "entry"}, {value, "value"}});
     }
     return api::withFeature<&GenICamNode::asEnumeration>(camera, name, [&](auto& node) {
         const auto& all = node.getEntries();
         const auto found =
             std::ranges::find_if(all, [&](const auto* one) { return one->getSymbol() == entry; });
         if (found == all.end()) {
-            throw tavo::GicIllegalValueException();
+            util::fail<tavo::GicIllegalValueException>(
+                [&] { return std::string("there is no entry ") + entry; });
         }
         *value = (*found)->getValue();
     });

@@ -81,10 +81,13 @@ std::string joined(const Names& names) {
 
 int Gbe_getFeatureList(CameraHandle* camera, const char* name, int list, char* buffer, unsigned* size) {
     if (size == nullptr || list < GBE_LIST_ENTRIES || list > GBE_LIST_MEMBERS) {
-        return status::IllegalParameter;
+        return size == nullptr ? api::nullArgument("size") : api::refused(status::IllegalParameter, [&] {
+            return std::to_string(list) + " is no GbeFeatureList";
+        });
     }
     return api::withAnyFeature(camera, name, [&](GenICamNode& node) {
         const auto names = listOf(*camera->device(), node, static_cast<GbeFeatureList>(list));
-        return names ? api::copyBytes(joined(*names), buffer, size) : status::IllegalNode;
+        return names ? api::copyBytes(joined(*names), buffer, size)
+                     : api::refused(status::IllegalNode, "a feature of its kind has no such list");
     });
 }

@@ -12,7 +12,7 @@ int Gbe_setIntegerValue(CameraHandle* camera, const char* name, long long value)
 
 int Gbe_getIntegerValue(CameraHandle* camera, const char* name, long long* value) {
     if (value == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("value");
     }
     return withFeature<&GenICamNode::asInteger>(camera, name, [&](auto& node) { *value = node.getValue(); });
 }
@@ -23,7 +23,7 @@ int Gbe_setFloatValue(CameraHandle* camera, const char* name, double value) {
 
 int Gbe_getFloatValue(CameraHandle* camera, const char* name, double* value) {
     if (value == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("value");
     }
     return withFeature<&GenICamNode::asFloat>(camera, name, [&](auto& node) { *value = node.getValue(); });
 }
@@ -34,7 +34,7 @@ int Gbe_setBooleanValue(CameraHandle* camera, const char* name, int value) {
 
 int Gbe_getBooleanValue(CameraHandle* camera, const char* name, int* value) {
     if (value == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("value");
     }
     return withFeature<&GenICamNode::asBoolean>(
         camera, name, [&](auto& node) { *value = node.getValue() ? 1 : 0; });
@@ -42,14 +42,14 @@ int Gbe_getBooleanValue(CameraHandle* camera, const char* name, int* value) {
 
 int Gbe_setStringValue(CameraHandle* camera, const char* name, const char* value) {
     if (value == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("value");
     }
     return withFeature<&GenICamNode::asString>(camera, name, [&](auto& node) { node.setValue(value); });
 }
 
 int Gbe_getStringValue(CameraHandle* camera, const char* name, const char** value) {
     if (value == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("value");
     }
     return withFeature<&GenICamNode::asString>(
         camera, name, [&](auto& node) { *value = camera->texts.keepFor(name, node.getValue()); });
@@ -57,7 +57,7 @@ int Gbe_getStringValue(CameraHandle* camera, const char* name, const char** valu
 
 int Gbe_setEnumerationValue(CameraHandle* camera, const char* name, const char* entry) {
     if (entry == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("entry");
     }
     return withFeature<&GenICamNode::asEnumeration>(
         camera, name, [&](auto& node) { node.setStringValue(entry); });
@@ -65,7 +65,7 @@ int Gbe_setEnumerationValue(CameraHandle* camera, const char* name, const char* 
 
 int Gbe_getEnumerationValue(CameraHandle* camera, const char* name, const char** entry) {
     if (entry == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("entry");
     }
     return withFeature<&GenICamNode::asEnumeration>(
         camera, name, [&](auto& node) { *entry = camera->texts.intern(node.getStringValue()); });

@@ -3,6 +3,7 @@
 
 #include "api/guard.h"
 #include "api/handles.h"
+#include "api/refusals.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/interfaces.h"
 #include "liomol/node_kinds.h"
@@ -17,11 +18,15 @@ namespace api {
 // connected.
 inline int deviceOf(const CameraHandle* camera, tavo::ImplGenICamCamera*& device, Call call = Call::Look) {
     if (camera == nullptr) {
-        return status::IllegalParameter;
+        return nullArgument("camera");
     }
-    const int refused = camera->allowed(call);
+    const State state = camera->state();
+    const int refused = allowed(state, call);
     device = refused == status::Success ? camera->device() : nullptr;
-    return refused == status::Success && device == nullptr ? status::CameraNotConnected : refused;
+    if (device != nullptr) {
+        [[likely]] return status::Success;
+    }
+    return refused != status::Success ? refusedInState(*camera, state, refused) : noDescription();
 }
 
 // Calls `work` with the handle's device; its exceptions become statuses.
@@ -40,7 +45,7 @@ int withNode(const tavo::ImplGenICamCamera& device, const char* name, Work&& wor
         tavo::GenICamNode* const node = tree->findNode(name);
         auto* const interface = node != nullptr ? (node->*As)() : nullptr;
         if (interface == nullptr) {
-            return status::IllegalNode;
+            return noSuchFeature(*tree, name, node);
         }
         work(*interface);
         return status::Success;
@@ -51,7 +56,7 @@ int withNode(const tavo::ImplGenICamCamera& device, const char* name, Work&& wor
 inline int
 controlledDeviceOf(const CameraHandle* camera, const char* name, tavo::ImplGenICamCamera*& device) {
     if (name == nullptr) {
-        return status::IllegalParameter;
+        return nullArgument("name");
     }
     return deviceOf(camera, device, Call::Use);
 }
@@ -70,7 +75,7 @@ template<typename Work> int withAnyFeature(const CameraHandle* camera, const cha
     return refused != status::Success ? refused : guarded([&] {
         const auto tree = device->holdTree();
         tavo::GenICamNode* const node = tree->findNode(name);
-        return node != nullptr ? work(*node) : status::IllegalNode;
+        return node != nullptr ? work(*node) : noSuchFeature(*tree, name, nullptr);
     });
 }
 

@@ -112,9 +112,8 @@ struct CameraHandle {
         }
         return stored == api::State::Connected && isControlLost() ? api::State::Lost : stored;
     }
-    int allowed(api::Call call) const {
-        return api::allowed(shown(connection.load(std::memory_order_acquire)), call);
-    }
+    api::State state() const { return shown(connection.load(std::memory_order_acquire)); }
+    int allowed(api::Call call) const { return api::allowed(state(), call); }
     bool isConnected() const { return connection.load(std::memory_order_acquire) == api::State::Connected; }
 
     std::atomic<api::State> connection{api::State::Found}; // as a Change sets it

@@ -36,10 +36,16 @@ bool isMemory(const GbeStreamOptions& options) {
            });
 }
 
-bool makesSense(const GbeStreamOptions& options) {
-    return options.structSize == sizeof options && options.buffers >= 1 &&
-           options.buffers <= GBE_MOST_BUFFERS && isMemory(options) && isPacketSize(options.packetSize) &&
-           options.packetDelay >= -1;
+// What of the options makes no sense; null where all does.
+const char* faultOf(const GbeStreamOptions& options) {
+    return options.structSize != sizeof options
+               ? "structSize is not that of GbeStreamOptions: Gbe_initStreamOptions sets it"
+           : options.buffers < 1 || options.buffers > GBE_MOST_BUFFERS
+               ? "buffers is not within 1..GBE_MOST_BUFFERS"
+           : !isMemory(options)                ? "memory needs a bufferSize, and a piece for each buffer"
+           : !isPacketSize(options.packetSize) ? "packetSize is neither auto, keep nor within 64..65535"
+           : options.packetDelay < -1          ? "packetDelay is below -1"
+                                               : nullptr;
 }
 
 // The connection's device, and that its camera may be told something; a status.
@@ -52,18 +58,21 @@ int cameraOf(const CameraHandle* camera, std::shared_ptr<board::Device>& device)
     const board::HeldPort held(camera->place());
     device = held.device();
     if (device.get() != own) {
-        return status::CameraNotConnected;
+        return api::refused(status::CameraNotConnected, "another handle has taken the port meanwhile");
     }
-    return held.isReadOnly() ? status::NotWritable : status::Success;
+    return held.isReadOnly() ? api::refused(status::NotWritable, "the camera is connected for reading alone")
+                             : status::Success;
 }
 
 // A connection that ends meanwhile has ended the stream, or is seen here.
 int openConnected(CameraHandle& camera, const std::shared_ptr<ImageStream>& stream) {
     if (!camera.stream->take(stream)) {
-        return status::CameraBusy;
+        return api::refused(status::CameraBusy, "the camera has a stream already");
     }
-    const int refused = camera.allowed(api::Call::Use);
-    return refused != status::Success ? refused : api::guarded([&] { return stream->open(); });
+    const api::State state = camera.state();
+    const int refused = api::allowed(state, api::Call::Use);
+    return refused != status::Success ? api::refusedInState(camera, state, refused)
+                                      : api::guarded([&] { return stream->open(); });
 }
 
 int openStream(CameraHandle* camera, const GbeStreamOptions& options, GbeStream** out) {
@@ -74,36 +83,53 @@ int openStream(CameraHandle* camera, const GbeStreamOptions& options, GbeStream*
     }
     const TavoImagePath* const path = streaming::findImagePath();
     if (path == nullptr) {
-        return status::NotImplemented;
+        return api::refused(status::NotImplemented, "the hardware library has no path for images");
     }
     const auto stream = std::make_shared<ImageStream>(*path, camera->place(), std::move(device), options);
     int result = openConnected(*camera, stream);
     if (result == status::Success) {
         *out = StreamTable::instance().add(stream);
-        result = *out != nullptr ? status::Success : status::NotAvailable;
+        result = *out != nullptr ? status::Success
+                                 : api::refused(status::NotAvailable, "too many streams were opened");
     }
     if (result != status::Success) {
+        const util::KeepErrorDetail kept;
         stream->fail(result);
         stream->close();
     }
     return result;
 }
 
+int noStream(int code) {
+    return api::refused(
+        code, code == status::StreamClosed ? "the stream was closed by Gbe_closeStream" : "stream is none");
+}
+
+int noImage(const ImageStream& stream, int code, int timeoutMs) {
+    if (code != status::Timeout) {
+        return api::refused(code, [&] { return stream.reasonText(); });
+    }
+    return timeoutMs == 0 ? api::refused(code, "no image waits") : api::refused(code, [timeoutMs] {
+        return "no image has come within " + std::to_string(timeoutMs) +
+               " ms; Gbe_getStreamTrouble may know why";
+    });
+}
+
 // Calls `work` with an open or ended stream; exceptions become statuses.
 template<typename Work> int withStream(const GbeStream* value, Work&& work) {
     if (util::isForkedChild()) {
-        return status::Connection;
+        return api::refusedAsFork();
     }
     std::shared_ptr<ImageStream> stream;
-    const int refused = StreamTable::instance().find(value, stream);
-    return refused != status::Success ? refused : api::guarded([&] { return work(*stream); });
+    const int missing = StreamTable::instance().find(value, stream);
+    return missing != status::Success ? noStream(missing) : api::guarded([&] { return work(*stream); });
 }
 
 } // namespace
 
 int Gbe_initStreamOptions(GbeStreamOptions* options) {
     if (options == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("options");
     }
     *options = kDefaults;
     return status::Success;
@@ -111,25 +137,29 @@ int Gbe_initStreamOptions(GbeStreamOptions* options) {
 
 int Gbe_openStream(CameraHandle* camera, const GbeStreamOptions* options, GbeStream** stream) {
     if (stream == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("stream");
     }
     *stream = nullptr;
     const GbeStreamOptions& wished = options != nullptr ? *options : kDefaults;
-    return camera != nullptr && makesSense(wished) ? openStream(camera, wished, stream)
-                                                   : status::IllegalParameter;
+    const char* const fault = faultOf(wished);
+    return camera == nullptr  ? api::nullArgument("camera")
+           : fault != nullptr ? api::refused(status::IllegalParameter, fault)
+                              : openStream(camera, wished, stream);
 }
 
 int Gbe_waitImage(GbeStream* stream, int timeoutMs, GbeImage* image) {
     if (image == nullptr || timeoutMs < -1) {
-        return status::IllegalParameter;
+        return image == nullptr ? api::nullArgument("image")
+                                : api::refused(status::IllegalParameter, "a time below -1 is none");
     }
     return withStream(stream, [&](ImageStream& open) {
         const int result = open.wait(timeoutMs, *image);
         if (result == status::Success) {
             const std::string_view name = pixels::formatName(image->pixelFormat);
             image->pixelFormatName = name.empty() ? "" : name.data();
+            return result;
         }
-        return result;
+        return noImage(open, result, timeoutMs);
     });
 }
 
@@ -139,7 +169,7 @@ int Gbe_giveBackImage(GbeStream* stream, uint64_t id) {
 
 int Gbe_getStreamStatistics(GbeStream* stream, GbeStreamStatistics* statistics) {
     if (statistics == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("statistics");
     }
     return withStream(stream, [&](ImageStream& open) {
         open.getStatistics(*statistics);
@@ -149,7 +179,7 @@ int Gbe_getStreamStatistics(GbeStream* stream, GbeStreamStatistics* statistics) 
 
 int Gbe_getStreamTrouble(GbeStream* stream, char* buffer, unsigned* size) {
     if (size == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("size");
     }
     return withStream(stream, [&](ImageStream& open) {
         const std::string trouble = open.findTrouble();
@@ -159,12 +189,13 @@ int Gbe_getStreamTrouble(GbeStream* stream, char* buffer, unsigned* size) {
 
 int Gbe_closeStream(GbeStream* stream) {
     if (util::isForkedChild()) {
-        return status::Connection;
+        return api::refusedAsFork();
     }
     std::shared_ptr<ImageStream> open;
-    const int refused = StreamTable::instance().take(stream, open);
-    if (refused == status::Success) {
-        open->close();
+    const int missing = StreamTable::instance().take(stream, open);
+    if (missing != status::Success) {
+        return noStream(missing);
     }
-    return refused;
+    open->close();
+    return status::Success;
 }

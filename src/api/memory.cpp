@@ -20,7 +20,8 @@ constexpr std::int64_t kMaxRegister = 1 << 30;
 std::int64_t lengthOf(GenICamRegisterInterface& node) {
     const std::int64_t length = node.getLength();
     if (length < 0 || length > kMaxRegister) {
-        throw tavo::GicIllegalRegisterLengthException();
+        util::fail<tavo::GicIllegalRegisterLengthException>(
+            [&] { return "it has " + std::to_string(length) + " bytes"; });
     }
     return length;
 }
@@ -30,12 +31,19 @@ bool isRange(unsigned address, const void* buffer, unsigned size) {
     return (buffer != nullptr || size == 0) && std::uint64_t{address} + size <= kAddressSpace;
 }
 
+int badRange(unsigned address, const void* bytes, const char* name, unsigned size) {
+    return bytes == nullptr ? api::nullArgument(name) : api::refused(status::IllegalParameter, [&] {
+        return std::to_string(size) + " bytes from " + std::to_string(address) +
+               " on leave the 32 bits of an address";
+    });
+}
+
 // Calls `work` with the port that leads to the camera's memory.
 template<typename Work> int withMemory(const CameraHandle* camera, Work&& work) {
     return api::withDevice(camera, [&](tavo::ImplGenICamCamera& device) {
         tavo::GenICamPortInterface* const port = device.getPort(tavo::kDevicePort);
         if (port == nullptr) {
-            return status::PortNotAvailable;
+            return api::refused(status::PortNotAvailable, "nothing leads to the camera any more");
         }
         work(*port);
         return status::Success;
@@ -55,12 +63,12 @@ int Gbe_getRegisterPlace(CameraHandle* camera, const char* name, long long* addr
 
 int Gbe_getRegisterBytes(CameraHandle* camera, const char* name, void* buffer, unsigned* size) {
     if (size == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("size");
     }
     return api::withAnyFeature(camera, name, [&](GenICamNode& node) {
         GenICamRegisterInterface* const content = node.asRegister();
         if (content == nullptr) {
-            return status::IllegalNode;
+            return api::refused(status::IllegalNode, "it is no register");
         }
         std::string bytes(static_cast<std::size_t>(lengthOf(*content)), '\0');
         if (buffer != nullptr && bytes.size() <= *size) {
@@ -72,11 +80,14 @@ int Gbe_getRegisterBytes(CameraHandle* camera, const char* name, void* buffer, u
 
 int Gbe_setRegisterBytes(CameraHandle* camera, const char* name, const void* bytes, unsigned size) {
     if (bytes == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("bytes");
     }
     return api::withFeature<&GenICamNode::asRegister>(camera, name, [&](auto& node) {
         if (node.getLength() != std::int64_t{size}) {
-            throw tavo::GicIllegalRegisterLengthException();
+            util::fail<tavo::GicIllegalRegisterLengthException>([&] {
+                return "it has " + std::to_string(node.getLength()) + " bytes, and " + std::to_string(size) +
+                       " were given";
+            });
         }
         const auto* const begin = static_cast<const unsigned char*>(bytes);
         std::vector<unsigned char> copy(begin, begin + size); // the node takes bytes that it might change
@@ -86,7 +97,7 @@ int Gbe_setRegisterBytes(CameraHandle* camera, const char* name, const void* byt
 
 int Gbe_readMemory(CameraHandle* camera, unsigned address, void* buffer, unsigned size) {
     if (!isRange(address, buffer, size)) {
-        return status::IllegalParameter;
+        return badRange(address, buffer, "buffer", size);
     }
     return withMemory(camera, [&](tavo::GenICamPortInterface& port) {
         if (size > 0) {
@@ -97,7 +108,7 @@ int Gbe_readMemory(CameraHandle* camera, unsigned address, void* buffer, unsigne
 
 int Gbe_writeMemory(CameraHandle* camera, unsigned address, const void* bytes, unsigned size) {
     if (!isRange(address, bytes, size)) {
-        return status::IllegalParameter;
+        return badRange(address, bytes, "bytes", size);
     }
     return withMemory(camera, [&](tavo::GenICamPortInterface& port) {
         constexpr unsigned kMaxWrite = board::PortBridge::kMaxWrite;

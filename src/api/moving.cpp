@@ -2,8 +2,10 @@
 #include "api/Change.h"
 #include "api/disconnecting.h"
 #include "api/handles.h"
+#include "api/refusals.h"
 #include "api/taking.h"
 #include "board/devices.h"
+#include "board/failures.h"
 #include "liomol/gige.h"
 #include "util/status.h"
 
@@ -15,12 +17,15 @@ using board::HeldPort;
 namespace {
 
 // The checks before anything changes. The codes are as documented, surprising or not.
-int checkMove(const CameraHandle* handle, const BoardHandle* newBoard, const CameraPort* newPlace) {
+int checkMove(
+    const CameraHandle* handle, const BoardHandle* newBoard, unsigned newPort, const CameraPort* newPlace) {
     if (handle == nullptr || newPlace == nullptr) {
-        return status::IllegalParameter;
+        return handle == nullptr ? nullArgument("camera") : badPort(newBoard, newPort);
     }
     if (!newBoard->slots->isFree(newPlace->number)) {
-        return status::BoardDoesNotExist;
+        return refused(status::BoardDoesNotExist, [&] {
+            return board::placeText(*newPlace) + " has a camera handle already";
+        });
     }
     return status::Success;
 }
@@ -28,12 +33,12 @@ int checkMove(const CameraHandle* handle, const BoardHandle* newBoard, const Cam
 int checkNewPort(const CameraHandle& handle, CameraPort& place) {
     const HeldPort held(place);
     if (held.port() == nullptr) {
-        return status::BoardDoesNotExist;
+        return boardClosed(place.boardIndex);
     }
     if (held.port()->cameras().count() == 0) {
-        return status::NoCamerasFound;
+        return noCameras(held);
     }
-    return place.user() != nullptr && place.user() != &handle ? status::PortNotAvailable : status::Success;
+    return place.user() != nullptr && place.user() != &handle ? portTaken(place) : status::Success;
 }
 
 // Takes the device along: its description is the camera's on every port.
@@ -51,13 +56,14 @@ void moveTo(CameraHandle& handle, const BoardHandle& newBoard, CameraPort& newPl
 
 int takeNewPort(CameraHandle& handle, CameraPort& place) {
     if (!place.claim(&handle)) {
-        return status::PortNotAvailable;
+        return portTaken(place);
     }
     handle.isReading = false;
-    const int result = !claimPort(handle, place) ? status::PortNotAvailable
-                       : !lockOut(handle, place) ? status::CameraBusy
+    const int result = !claimPort(handle, place) ? portLocked(place)
+                       : !lockOut(handle, place) ? cameraLocked(handle.mac.data())
                                                  : takeControl(handle, place, Beforehand::DoNotLook);
     if (result != status::Success) {
+        const util::KeepErrorDetail kept;
         handle.hostLock.release();
         handle.portClaim = {};
         place.release(&handle);
@@ -77,7 +83,7 @@ int moveConnection(CameraHandle& handle, const BoardHandle& newBoard, CameraPort
         }
         const bool hadMac = handle.macIsTaken;
         if (!takeMac(handle)) {
-            return status::CameraBusy;
+            return cameraTaken();
         }
         change.to(State::Disconnected);
         endConnection(handle, change.before());
@@ -98,7 +104,7 @@ int moveConnection(CameraHandle& handle, const BoardHandle& newBoard, CameraPort
 
 int switchConnection(CameraHandle* handle, const BoardHandle* newBoard, unsigned newPort) {
     CameraPort* newPlace = portOf(newBoard, newPort);
-    const int refused = checkMove(handle, newBoard, newPlace);
+    const int refused = checkMove(handle, newBoard, newPort, newPlace);
     return refused != status::Success ? refused : moveConnection(*handle, *newBoard, *newPlace);
 }
 

@@ -1,9 +1,11 @@
 #include "api/results.h"
 
+#include "api/refusals.h"
 #include "util/status.h"
 
 #include <array>
 #include <cstring>
+#include <utility>
 
 namespace api {
 namespace {
@@ -47,8 +49,8 @@ int copyBytes(std::string_view bytes, void* buffer, unsigned* size) {
     if (buffer != nullptr && fits) {
         std::memcpy(buffer, bytes.data(), bytes.size());
     }
-    *size = static_cast<unsigned>(bytes.size());
-    return fits ? status::Success : status::BufferTooSmall;
+    const unsigned room = std::exchange(*size, static_cast<unsigned>(bytes.size()));
+    return fits ? status::Success : tooSmall(bytes.size(), room);
 }
 
 } // namespace api

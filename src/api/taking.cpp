@@ -1,10 +1,12 @@
 #include "api/taking.h"
 
 #include "api/handles.h"
+#include "api/refusals.h"
 #include "board/CamerasInUse.h"
 #include "board/camera.h"
 #include "board/control.h"
 #include "board/control_registers.h"
+#include "board/failures.h"
 #include "util/status.h"
 
 #include <cstring>
@@ -27,17 +29,25 @@ bool makeCurrent(const CameraHandle& handle, const HeldPort& held) {
     return record != nullptr && std::memcmp(record->mac, handle.mac.data(), handle.mac.size()) == 0;
 }
 
+int controlledBy(const board::ControlReading& reading) {
+    return refused(status::CameraBusy, [&] { return board::otherText(reading); });
+}
+
+int silent() {
+    return refused(status::XmlRead, "the camera does not answer");
+}
+
 // What the camera tells of its control before anything is changed. One that does not say who has control is
 // asked for it, unless that might take it away from somebody.
 int checkControl(const HeldPort& held) {
     const board::ControlReading found = board::readControl(held);
     switch (found.holder) {
     case board::Holder::Other:
-        return status::CameraBusy;
+        return controlledBy(found);
     case board::Holder::Somebody:
-        return found.canBeTakenOver || board::isControlRefused(held) ? status::CameraBusy : status::Success;
+        return found.canBeTakenOver || board::isControlRefused(held) ? controlledBy(found) : status::Success;
     case board::Holder::Unknown:
-        return found.answered ? status::Success : status::XmlRead;
+        return found.answered ? status::Success : silent();
     case board::Holder::Nobody:
     case board::Holder::Self:
         break;
@@ -50,7 +60,7 @@ int checkControl(const HeldPort& held) {
 int takeControl(CameraHandle& handle, CameraPort& place, Beforehand beforehand) {
     const HeldPort held(place);
     if (!makeCurrent(handle, held)) {
-        return status::CameraDoesNotExist;
+        return notFound(held.place, handle.mac.data());
     }
     held.setReadOnly(false);
     const int refused = beforehand == Beforehand::Look ? checkControl(held) : status::Success;
@@ -63,11 +73,11 @@ int takeControl(CameraHandle& handle, CameraPort& place, Beforehand beforehand) 
 int prepareReading(CameraHandle& handle) {
     const HeldPort held(handle.place());
     if (!makeCurrent(handle, held)) {
-        return status::CameraDoesNotExist;
+        return notFound(held.place, handle.mac.data());
     }
     held.setReadOnly(true);
     const board::ControlReading found = board::readControl(held);
-    return !found.answered ? status::XmlRead : found.isRefused ? status::CameraBusy : status::Success;
+    return !found.answered ? silent() : found.isRefused ? controlledBy(found) : status::Success;
 }
 
 void giveControlBack(CameraHandle& handle) {

@@ -4,10 +4,13 @@
 #include "board/init_gbe.h"
 #include "service/GbeTransmission.h"
 #include "service/commands.h"
+#include "util/error_detail.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <utility>
 
 namespace board {
@@ -22,8 +25,14 @@ bool setPortAddresses(int boardIndex, GigeCamera& open) {
         GbeTransmission service;
         unsigned char mac[6] = {};
         PortIp address;
-        if (!service.isEstablished() ||
-            !cmdStatus(service, boardIndex, static_cast<unsigned>(port), nullptr, mac, &address)) {
+        if (!service.isEstablished()) {
+            util::setErrorDetail(serviceSentence(errno));
+            return false;
+        }
+        if (!cmdStatus(service, boardIndex, static_cast<unsigned>(port), nullptr, mac, &address)) {
+            util::setErrorDetail(
+                "gbe-service serves no board " + std::to_string(boardIndex) + " port " +
+                std::to_string(port));
             return false;
         }
         open.SetMAC(port, mac);
@@ -43,6 +52,8 @@ bool shareAddresses(int boardIndex, GigeCamera& open) {
         }
         const std::optional<unsigned> number = processNumber();
         if (!number) {
+            util::setErrorDetail(
+                std::to_string(kMostProcesses) + " programs of this computer use network interfaces already");
             return false;
         }
         open.findPort(port)->shareAddresses(*number);

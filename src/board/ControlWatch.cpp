@@ -7,6 +7,7 @@ using tavo::ControlLoss;
 void ControlWatch::start(milliseconds heartbeatTimeout, Time now) {
     m_on = true;
     m_loss = ControlLoss::None;
+    m_takerIp = 0;
     m_timeout = heartbeatTimeout;
     m_firstTimeout = heartbeatTimeout;
     m_heard = now;
@@ -31,6 +32,7 @@ void ControlWatch::looked(const ControlReading& reading, Time now) {
                      : ControlLoss::HeartbeatMissed;
     } else if (isOpen && reading.holder == Holder::Other) {
         m_loss = ControlLoss::TakenOver;
+        m_takerIp = reading.ip;
     }
     m_heard = now;
 }

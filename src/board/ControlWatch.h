@@ -49,6 +49,12 @@ public:
     void stop() { m_on = false; }
     bool isOn() const { return m_on; }
     tavo::ControlLoss loss() const { return m_loss; }
+    // What belongs to the reason: of a camera that was taken over the other's IP address, first octet on top
+    // and 0 where the camera does not say; of silence the milliseconds of the heartbeat time-out.
+    std::uint32_t lossFact() const {
+        return m_loss == tavo::ControlLoss::TakenOver ? m_takerIp
+                                                      : static_cast<std::uint32_t>(m_timeout.count());
+    }
 
     void answered(Time now) { m_heard = now; }
     // Whether there was no answer for as long as the camera keeps control for a silent host: time for a look.
@@ -64,6 +70,7 @@ private:
 
     bool m_on = false;
     tavo::ControlLoss m_loss = tavo::ControlLoss::None;
+    std::uint32_t m_takerIp = 0;
     milliseconds m_timeout{};      // what this host wrote last
     milliseconds m_firstTimeout{}; // what the camera made of the first
     Time m_heard{};

@@ -2,6 +2,7 @@
 
 #include "board/Board.h"
 #include "board/control.h"
+#include "board/failures.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/exceptions.h"
 #include "protocol/bootstrap.h"
@@ -9,6 +10,7 @@
 #include "transport/command_channel.h"
 #include "transport/exchange.h"
 #include "transport/stream_setup.h"
+#include "util/error_detail.h"
 #include "util/logging.h"
 
 #include <QtCore/QDateTime>
@@ -43,6 +45,15 @@ public:
         m_before = counters();
     }
 
+    // GicTransportLayerException, after the last attempt.
+    [[noreturn]] void fail(int result) const {
+        util::fail<tavo::GicTransportLayerException>([&] {
+            const bool isBlock = m_isRead && !m_samples;
+            return accessSentence(
+                m_isRead, m_address, m_length, isBlock ? m_port.arrears().lastBlock : result);
+        });
+    }
+
     void failed(int result, int attempt) {
         log_transport_layer_exception(
             m_port.index(), m_address, m_length, m_isRead, result, attempt, m_before, counters(),
@@ -61,9 +72,14 @@ private:
     QDateTime m_beforeTime;
 };
 
+// An access that cannot be carried out; `why` says what is wrong with it.
+[[noreturn]] void failBefore(const char* why) {
+    util::fail<tavo::GicTransportLayerException>([why] { return std::string(why); });
+}
+
 void refuseIfLost(const Device& device) {
     if (device.getControlLoss() != tavo::ControlLoss::None) {
-        throw tavo::GicConnectionException();
+        failAsLost(device);
     }
 }
 
@@ -150,8 +166,8 @@ private:
 
     void throwIfLost() {
         if (controlLoss(m_held) != tavo::ControlLoss::None) {
-            m_device.noteControlLoss(m_control.loss());
-            throw tavo::GicConnectionException();
+            m_device.noteControlLoss(m_control.loss(), m_control.lossFact());
+            failAsLost(m_device);
         }
     }
 
@@ -177,7 +193,7 @@ void tryTwice(Visit& visit, AttemptLog& log, Attempt&& attempt, Recover&& recove
         log.failed(result, number);
         visit.failed(result);
         if (number == 2) {
-            throw tavo::GicTransportLayerException();
+            log.fail(result);
         }
         recover();
         log.sample();
@@ -195,7 +211,7 @@ void PortBridge::setConnection(int board, int port, unsigned int) {
 Device* PortBridge::servedDevice(const CameraPort& place) const {
     Device* device = place.device();
     if (device == nullptr || (m_device != nullptr && m_device != device)) {
-        throw tavo::GicTransportLayerException();
+        failBefore("the camera is not connected on this port any more");
     }
     return device;
 }
@@ -215,8 +231,11 @@ template<typename Access> void PortBridge::access(long long address, long long l
     const HeldPort held(*place);
     Device& device = *servedDevice(*place);
     refuseIfLost(device);
-    if (held.port() == nullptr || !isInAddressSpace(address, length)) {
-        throw tavo::GicTransportLayerException();
+    if (held.port() == nullptr) {
+        failBefore("the board is closed");
+    }
+    if (!isInAddressSpace(address, length)) {
+        failBefore("the address is beyond 32 bits");
     }
     Visit visit(held, device);
     work(visit);
@@ -240,10 +259,11 @@ void PortBridge::readRange(Visit& visit, unsigned char* buffer, Range range) {
 void PortBridge::write(unsigned char* buffer, long long address, long long length) {
     access(address, length, [&](Visit& visit) {
         if (visit.isReadOnly()) {
-            throw tavo::GicNotWritableException();
+            util::fail<tavo::GicNotWritableException>(
+                [] { return std::string("the camera is connected for reading alone"); });
         }
         if (length > kMaxWrite) {
-            throw tavo::GicTransportLayerException();
+            failBefore("more than 512 bytes are not written at once");
         }
         const Range range{static_cast<unsigned>(address), static_cast<unsigned>(length)};
         needsWholeWords(range) ? writeUnaligned(visit, buffer, range) : writeRange(visit, buffer, range);
@@ -252,7 +272,7 @@ void PortBridge::write(unsigned char* buffer, long long address, long long lengt
 
 void PortBridge::writeRange(Visit& visit, const unsigned char* buffer, Range range) {
     if (range.length % kRegisterSize != 0) {
-        throw tavo::GicTransportLayerException();
+        failBefore("what is written to a camera's memory are multiples of 4 bytes");
     }
     if (range.length == kRegisterSize) {
         writeRegister(visit, buffer, range.address);
@@ -273,7 +293,7 @@ PortBridge::Range PortBridge::wordsAround(const Range& range) {
     const long long begin = range.address & kMask;
     const long long end = (static_cast<long long>(range.address) + range.length + kRegisterSize - 1) & kMask;
     if (end - begin > std::numeric_limits<unsigned>::max()) {
-        throw tavo::GicTransportLayerException();
+        failBefore("the range is beyond 32 bits");
     }
     return {static_cast<unsigned>(begin), static_cast<unsigned>(end - begin)};
 }

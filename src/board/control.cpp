@@ -80,7 +80,7 @@ ControlReading lookAtControl(const HeldPort& held) {
     }
     Device* device = held.place.device();
     if (held.control().isOn() && device != nullptr) {
-        device->noteControlLoss(held.control().loss());
+        device->noteControlLoss(held.control().loss(), held.control().lossFact());
     }
     return reading;
 }

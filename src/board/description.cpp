@@ -2,6 +2,7 @@
 
 #include "board/description_file.h"
 #include "board/devices.h"
+#include "board/failures.h"
 #include "board/log.h"
 #include "genicam/description/limits.h"
 #include "genicam/device/ImplGenICamCamera.h"
@@ -9,6 +10,7 @@
 #include "protocol/bootstrap.h"
 #include "transport/command_channel.h"
 #include "util/ZipReader.h"
+#include "util/error_detail.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QByteArray>
@@ -23,10 +25,11 @@
 namespace board {
 namespace {
 
-// A description, in memory or in a file; with neither there is none.
+// A description, in memory or in a file; with neither there is none, for a reason.
 struct Document {
     std::unique_ptr<char[]> text; // ends with a NUL
     QString file;
+    std::string reason;
 
     explicit operator bool() const { return text != nullptr || !file.isEmpty(); }
 };
@@ -43,10 +46,18 @@ LastUrl& last() {
     return one;
 }
 
-bool readCameraMemory(CameraPort& place, unsigned address, unsigned length, char* buffer) {
+Document none(std::string reason) {
+    return {nullptr, {}, std::move(reason)};
+}
+
+// Empty when it was read, or why it was not.
+std::string readCameraMemory(CameraPort& place, unsigned address, unsigned length, char* buffer) {
     const HeldPort held(place);
-    return held.port() != nullptr &&
-           transport::readMemory(*held.port(), address, length, nullptr, buffer) == 0;
+    if (held.port() == nullptr) {
+        return "the board is closed";
+    }
+    const int result = transport::readMemory(*held.port(), address, length, nullptr, buffer);
+    return result == 0 ? "" : accessSentence(true, address, length, held.port()->arrears().lastBlock);
 }
 
 std::unique_ptr<char[]> copyOf(const QByteArray& bytes) {
@@ -62,13 +73,11 @@ std::unique_ptr<char[]> copyOf(const QByteArray& bytes) {
     return text;
 }
 
-// The first entry of an archive, or nothing.
-std::unique_ptr<char[]> unpack(QIODevice& archive) {
+// The first entry of an archive.
+Document unpack(QIODevice& archive) {
     ZipReader reader(&archive, genicam::kMaxDescriptionSize);
-    if (!reader.hasEntries()) {
-        return nullptr;
-    }
-    return copyOf(reader.fileData(reader.entryInfoAt(0).filePath));
+    auto text = reader.hasEntries() ? copyOf(reader.fileData(reader.entryInfoAt(0).filePath)) : nullptr;
+    return text != nullptr ? Document{std::move(text), {}, {}} : none("its zip archive gives no file");
 }
 
 bool isPlausibleRange(const DescriptionUrl& url) {
@@ -79,33 +88,36 @@ bool isPlausibleRange(const DescriptionUrl& url) {
 
 Document fetchFromCamera(CameraPort& place, const DescriptionUrl& url) {
     if (!isPlausibleRange(url)) {
-        return {};
+        return none("no description can have that length and address");
     }
     const auto length = static_cast<std::size_t>(url.length);
     std::unique_ptr<char[]> bytes(new (std::nothrow) char[length + 1]);
-    if (!bytes || !readCameraMemory(place, url.address, static_cast<unsigned>(length), bytes.get())) {
-        return {};
+    std::string reason =
+        bytes != nullptr ? readCameraMemory(place, url.address, static_cast<unsigned>(length), bytes.get())
+                         : "there is no memory for it";
+    if (!reason.empty()) {
+        return none(std::move(reason));
     }
     bytes[length] = '\0';
     if (!url.isZip) {
-        return {std::move(bytes), {}};
+        return {std::move(bytes), {}, {}};
     }
     QByteArray packed = QByteArray::fromRawData(bytes.get(), url.length);
     QBuffer archive(&packed);
     archive.open(QIODevice::ReadOnly);
-    return {unpack(archive), {}};
+    return unpack(archive);
 }
 
 Document fetchFromFile(const DescriptionUrl& url) {
     const QString path = findDescriptionFile(url.fileName);
     if (!url.isZip) {
-        return {nullptr, path};
+        return {nullptr, path, {}};
     }
     QFile archive(path);
     if (!archive.open(QIODevice::ReadOnly)) {
-        return {};
+        return none("the file cannot be read");
     }
-    return {unpack(archive), {}};
+    return unpack(archive);
 }
 
 Document fetch(CameraPort& place, const DescriptionUrl& url) {
@@ -114,12 +126,14 @@ Document fetch(CameraPort& place, const DescriptionUrl& url) {
         return fetchFromCamera(place, url);
     case UrlScheme::File:
         return fetchFromFile(url);
-    case UrlScheme::Http: // never fetched
+    case UrlScheme::Http:
+        return none("nothing is fetched from the web");
     case UrlScheme::Unusable:
+        return none("it names no description");
     case UrlScheme::Unread:
         break;
     }
-    return {};
+    return none({}); // why it was not read is told with it
 }
 
 bool connectDevice(tavo::ImplGenICamCamera& device, Document document) {
@@ -133,16 +147,33 @@ bool connectDevice(tavo::ImplGenICamCamera& device, Document document) {
 
 } // namespace
 
-DescriptionUrl readUrl(CameraPort& place, int which) {
-    const unsigned address = which == 0 ? bootstrap::kFirstUrl : bootstrap::kSecondUrl;
-    std::array<char, bootstrap::kUrlSize> text{};
+namespace {
+
+// A URL as it stands in the camera, and what it means; `reason` is why it could not be read.
+struct ReadUrl {
+    std::string text;
     DescriptionUrl url;
-    if (readCameraMemory(place, address, text.size(), text.data())) {
-        url = parseDescriptionUrl(std::string_view(text.data(), text.size()));
+    std::string reason;
+};
+
+ReadUrl readUrlText(CameraPort& place, int which) {
+    const unsigned address = which == 0 ? bootstrap::kFirstUrl : bootstrap::kSecondUrl;
+    std::array<char, bootstrap::kUrlSize + 1> text{};
+    ReadUrl read;
+    read.reason = readCameraMemory(place, address, bootstrap::kUrlSize, text.data());
+    if (read.reason.empty()) {
+        read.text = text.data();
+        read.url = parseDescriptionUrl(read.text);
     }
     const std::lock_guard lock(last().mutex);
-    last().url = url;
-    return url;
+    last().url = read.url;
+    return read;
+}
+
+} // namespace
+
+DescriptionUrl readUrl(CameraPort& place, int which) {
+    return readUrlText(place, which).url;
 }
 
 DescriptionUrl lastUrl() {
@@ -158,12 +189,33 @@ const char* ordinal(int which) {
 
 } // namespace
 
+namespace {
+
+// What is told when neither URL has led to a description.
+void addReason(std::string& all, int which, const ReadUrl& read, const std::string& reason) {
+    constexpr std::size_t kLongestUrl = 120;
+    all += all.empty() ? "" : "; ";
+    all += std::string(which == 0 ? "first" : "second") + " URL";
+    if (!read.reason.empty()) {
+        all += ": " + read.reason;
+    } else if (read.text.empty()) {
+        all += " empty";
+    } else {
+        all += " \"" + read.text.substr(0, kLongestUrl) + "\": " + reason;
+    }
+}
+
+} // namespace
+
 bool retrieveDescription(CameraPort& place, std::shared_ptr<Device>& device, bool standardBehaviour) {
+    std::string reasons;
     for (const int which : {0, 1}) {
-        Document document = fetch(place, readUrl(place, which));
+        const ReadUrl read = readUrlText(place, which);
+        Document document = fetch(place, read.url);
         qCDebug(boardLog) << "board" << place.boardIndex << "port" << place.number << ordinal(which)
                           << (document ? "URL leads to a description" : "URL leads to no description");
         if (!document) {
+            addReason(reasons, which, read, document.reason);
             continue;
         }
         if (device == nullptr) {
@@ -174,7 +226,9 @@ bool retrieveDescription(CameraPort& place, std::shared_ptr<Device>& device, boo
         if (connectDevice(*device, std::move(document))) {
             return true;
         }
+        addReason(reasons, which, read, device->refusal());
     }
+    util::setErrorDetail(reasons);
     return false;
 }
 

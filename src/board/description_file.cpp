@@ -2,6 +2,7 @@
 
 #include "genicam/description/limits.h"
 #include "liomol/exceptions.h"
+#include "util/error_detail.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -23,13 +24,21 @@ bool staysBelow(const QFileInfo& file, const QString& directory) {
 QString findDescriptionFile(const std::string& name) {
     const char* installation = std::getenv("TAVODIR5");
     if (installation == nullptr) {
-        throw tavo::GicTavoPathNotSetException();
+        util::fail<tavo::GicTavoPathNotSetException>([&] {
+            return "the description is the file genicam/" + name +
+                   " below the folder that TAVODIR5 names, and that is not set";
+        });
     }
     const QString directory = QFile::decodeName(installation) + QLatin1String("/genicam");
     const QFileInfo file(directory + QLatin1Char('/') + QFile::decodeName(name.c_str()));
-    if (!file.isFile() || !staysBelow(file, directory) ||
-        file.size() > qint64{genicam::kMaxDescriptionSize}) {
-        throw tavo::GicFileDoesNotExistException(file.absoluteFilePath());
+    const char* const fault = !file.isFile()                 ? " does not exist"
+                              : !staysBelow(file, directory) ? " leads out of its folder"
+                              : file.size() > qint64{genicam::kMaxDescriptionSize} ? " has more than 64 MiB"
+                                                                                   : nullptr;
+    if (fault != nullptr) {
+        const tavo::GicFileDoesNotExistException failure(file.absoluteFilePath());
+        util::setErrorDetail(QFile::encodeName(file.absoluteFilePath()).toStdString() + fault);
+        throw tavo::GicFileDoesNotExistException(failure);
     }
     return file.absoluteFilePath();
 }

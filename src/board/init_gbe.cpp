@@ -4,9 +4,11 @@
 #include "platform/kemrt.h"
 #include "platform/tavo_hw.h"
 #include "transport/GigeCamera.h"
+#include "util/error_detail.h"
 
 #include <chrono>
 #include <cstring>
+#include <string>
 #include <thread>
 
 namespace {
@@ -47,16 +49,21 @@ bool resetPhys(GigeCamera& board, int number) {
 
 GigeCamera* init_gbe(int board, int resetPhy) {
     QLdevice hardware = TavoInitAllHWEx(board);
+    const std::string name = "board " + std::to_string(board);
     if (hardware == nullptr) {
+        util::setErrorDetail("there is no " + name + ", or the hardware library cannot open it");
         return nullptr;
     }
-    fpga_design applet = isEthernetBoard(hardware) ? loadApplet(hardware) : nullptr;
+    const bool isEthernet = isEthernetBoard(hardware);
+    fpga_design applet = isEthernet ? loadApplet(hardware) : nullptr;
     if (applet == nullptr) {
+        util::setErrorDetail(name + (isEthernet ? " takes no applet for its firmware" : " is no GigE board"));
         TavoFreeHW(hardware);
         return nullptr;
     }
     auto* gbe = new GigeCamera(applet, hardware);
     if (resetPhy != 0 && !resetPhys(*gbe, board)) {
+        util::setErrorDetail("another program has kept the PHYs of " + name + " for 30 seconds");
         gbe->deinit();
         delete gbe;
         return nullptr;

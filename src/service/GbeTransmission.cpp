@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <charconv>
 #include <string_view>
+#include <system_error>
 
 class GbeTransmissionPrivate {
 public:
@@ -27,6 +28,20 @@ int parseCount(std::string_view text) {
 }
 
 } // namespace
+
+std::string serviceSentence(int cause) {
+    const std::string place = "at " LIOMOL_SERVICE_SOCKET ": " + std::generic_category().message(cause);
+    switch (cause) {
+    case ENOENT:
+    case ECONNREFUSED:
+        return "gbe-service does not run (" + place + ")";
+    case EACCES:
+    case EPERM:
+        return "this user has no right to the socket of gbe-service (" + place + ")";
+    default:
+        return "gbe-service does not answer (" + place + ")";
+    }
+}
 
 GbeTransmission::GbeTransmission() : d(std::make_unique<GbeTransmissionPrivate>()) {}
 

@@ -3,8 +3,12 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 class GbeTransmissionPrivate;
+
+// Why there is no exchange with the service, for people; `cause` is an errno.
+std::string serviceSentence(int cause);
 
 class GbeTransmission {
 public:

@@ -25,7 +25,8 @@ public:
     void mustWrite(bootstrap::Address address, std::uint32_t value) const;
 
 private:
-    template<typename Attempt> int access(Attempt&& attempt) const;
+    template<typename Attempt> int access(bootstrap::Address address, bool isRead, Attempt&& attempt) const;
+    int tryWrite(bootstrap::Address address, std::uint32_t value) const;
 
     board::CameraPort& m_place;
     board::Device& m_device;

@@ -1,8 +1,10 @@
 #include "streaming/ImageStream.h"
 
+#include "board/failures.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/exceptions.h"
 #include "streaming/stream_channel.h"
+#include "util/error_detail.h"
 
 #include <atomic>
 #include <utility>
@@ -113,7 +115,9 @@ int ImageStream::giveBack(std::uint64_t id) {
     {
         const std::lock_guard lock(m_borrowing);
         if (id == 0 || buffer >= m_borrowed.size() || m_borrowed[buffer].id != id) {
-            return status::IllegalParameter;
+            return util::refused(status::IllegalParameter, [id] {
+                return "no image with the id " + std::to_string(id) + " is borrowed";
+            });
         }
         m_borrowed[buffer].id = 0;
     }
@@ -193,6 +197,23 @@ std::shared_ptr<board::Device> ImageStream::device() const {
 int ImageStream::reason() const {
     const std::lock_guard lock(m_mutex);
     return m_reason;
+}
+
+std::string ImageStream::reasonText() const {
+    const std::shared_ptr<board::Device> camera = device();
+    if (camera != nullptr && camera->getControlLoss() != tavo::ControlLoss::None) {
+        return board::lossSentence(*camera);
+    }
+    switch (reason()) {
+    case status::Success:
+        return {};
+    case status::CameraNotConnected:
+        return "the camera was disconnected";
+    case status::StreamClosed:
+        return "the stream was closed";
+    default:
+        return "control of the camera was lost, the board closed or the network interface switched off";
+    }
 }
 
 bool ImageStream::isEnded() const {

@@ -59,6 +59,8 @@ public:
     void close();
     // 0 while it is open, and else the reason of its end.
     int reason() const;
+    // What there is to tell of it.
+    std::string reasonText() const;
     // Whether the port is free for another stream.
     bool isEnded() const;
 

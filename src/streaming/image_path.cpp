@@ -26,6 +26,25 @@ const TavoImagePath* findImagePath() {
     return path;
 }
 
+const char* sentenceOf(int pathResult) {
+    switch (pathResult) {
+    case IMAGE_PATH_BAD_ARGUMENT:
+        return "the image path refuses the buffers, or one that is not borrowed";
+    case IMAGE_PATH_NO_PORT:
+        return "the board is closed";
+    case IMAGE_PATH_BUSY:
+        return "the port has the stream of another camera already";
+    case IMAGE_PATH_NO_MEMORY:
+        return "there is no memory for the stream";
+    case IMAGE_PATH_NO_RIGHT:
+        return "the system refuses the socket for images";
+    case IMAGE_PATH_LINK_GONE:
+        return "the network interface was removed or switched off";
+    default:
+        return "";
+    }
+}
+
 int statusOf(int pathResult) {
     switch (pathResult) {
     case IMAGE_PATH_OK:

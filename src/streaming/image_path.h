@@ -8,6 +8,9 @@ namespace streaming {
 // Null where the library that opens boards has none. Any thread.
 const TavoImagePath* findImagePath();
 
+// What there is to tell of a result that is a failure (util/error_detail.h).
+const char* sentenceOf(int pathResult);
+
 // The status of the C interface that a result of the path amounts to.
 int statusOf(int pathResult);
 

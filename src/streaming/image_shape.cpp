@@ -4,9 +4,11 @@
 #include "liomol/exceptions.h"
 #include "liomol/interfaces.h"
 #include "liomol/node_kinds.h"
+#include "util/error_detail.h"
 
 #include <limits>
 #include <optional>
+#include <string>
 
 namespace streaming {
 namespace {
@@ -30,10 +32,12 @@ ImageShape readShape(const board::Device& device) {
     const auto tree = device.holdTree(); // somebody may connect the camera again meanwhile
     const std::optional<std::int64_t> payload = readNumber(*tree, "PayloadSize");
     if (!payload) {
-        throw tavo::GicIllegalNodeException();
+        util::fail<tavo::GicIllegalNodeException>(
+            [] { return std::string("the camera has no number PayloadSize"); });
     }
     if (*payload <= 0 || static_cast<std::uint64_t>(*payload) > std::numeric_limits<std::ptrdiff_t>::max()) {
-        throw tavo::GicIllegalValueException();
+        util::fail<tavo::GicIllegalValueException>(
+            [&] { return "PayloadSize is " + std::to_string(*payload); });
     }
     const auto number = [&](const char* name) {
         return static_cast<std::uint32_t>(readNumber(*tree, name).value_or(0));

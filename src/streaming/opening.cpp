@@ -3,8 +3,10 @@
 #include "liomol/exceptions.h"
 #include "streaming/ImageStream.h"
 #include "streaming/stream_channel.h"
+#include "util/error_detail.h"
 
 #include <algorithm>
+#include <string>
 
 namespace streaming {
 namespace {
@@ -17,7 +19,7 @@ constexpr unsigned kMostTestedSize = 16384;
 int ImageStream::open() {
     const std::shared_ptr<board::Device> camera = device();
     if (camera == nullptr) {
-        return reason();
+        return util::refused(reason(), [this] { return reasonText(); });
     }
     const CameraRegisters registers(m_place, *camera);
     const ImageShape shape = readShape(*camera);
@@ -26,7 +28,7 @@ int ImageStream::open() {
         return refused;
     }
     if (!setAddresses()) {
-        return status::CameraNotConnected;
+        return util::refused(status::CameraNotConnected, "the port serves another camera by now");
     }
     setShape(shape);
     const ChannelFacts facts = readFacts(registers);
@@ -40,19 +42,28 @@ int ImageStream::open() {
     choosePacketSize(registers);
     camera->invalidateAllNodes();
     restart();
-    return reason();
+    const int ended = reason();
+    return ended == status::Success ? ended : util::refused(ended, [this] { return reasonText(); });
 }
 
 int ImageStream::takeMemory(const ImageShape& shape) {
     m_bufferSize = m_options.bufferSize != 0 ? m_options.bufferSize : shape.payloadSize;
     if (m_bufferSize < shape.payloadSize) {
-        return status::BufferTooSmall;
+        return util::refused(status::BufferTooSmall, [&] {
+            return "bufferSize is " + std::to_string(m_bufferSize) + ", and an image takes " +
+                   std::to_string(shape.payloadSize) + " bytes (PayloadSize)";
+        });
     }
     if (m_options.memory != nullptr) {
         m_memory.lend(m_options.memory, m_options.buffers);
         return status::Success;
     }
-    return m_memory.take(m_options.buffers, m_bufferSize) ? status::Success : status::NotAvailable;
+    return m_memory.take(m_options.buffers, m_bufferSize)
+               ? status::Success
+               : util::refused(status::NotAvailable, [&] {
+                     return "there is no memory for " + std::to_string(m_options.buffers) + " buffers of " +
+                            std::to_string(m_bufferSize) + " bytes";
+                 });
 }
 
 void ImageStream::setShape(const ImageShape& shape) {
@@ -89,10 +100,10 @@ int ImageStream::openPath() {
     m_settings.dropOldest = m_options.dropOldest != 0 ? 1 : 0;
     m_settings.patienceMs = m_options.patienceMs;
     TavoImageStream* stream = nullptr;
-    const int result = statusOf(m_path.open(&m_settings, &stream));
+    const int result = m_path.open(&m_settings, &stream);
     const std::lock_guard lock(m_mutex);
     m_stream = stream;
-    return result;
+    return result == IMAGE_PATH_OK ? status::Success : util::refused(statusOf(result), sentenceOf(result));
 }
 
 void ImageStream::setUpChannel(const CameraRegisters& registers) {
@@ -101,7 +112,9 @@ void ImageStream::setUpChannel(const CameraRegisters& registers) {
     if (m_options.packetDelay >= 0 &&
         !registers.write(
             bootstrap::kStreamChannelPacketDelay, static_cast<std::uint32_t>(m_options.packetDelay))) {
-        throw tavo::GicIllegalValueException();
+        util::fail<tavo::GicIllegalValueException>([&] {
+            return "the camera does not take a packet delay of " + std::to_string(m_options.packetDelay);
+        });
     }
 }
 
@@ -111,7 +124,9 @@ void ImageStream::choosePacketSize(const CameraRegisters& registers) {
     } else if (
         m_options.packetSize != GBE_PACKET_SIZE_KEEP &&
         !writePacketSize(registers, static_cast<unsigned>(m_options.packetSize))) {
-        throw tavo::GicIllegalValueException();
+        util::fail<tavo::GicIllegalValueException>([&] {
+            return "the camera does not take packets of " + std::to_string(m_options.packetSize) + " bytes";
+        });
     }
     m_packetSize = readPacketSize(registers);
     const std::lock_guard settling(m_settling);

@@ -107,6 +107,7 @@ public:
     class Arrears {
     public:
         bool unsettled = false; // a command failed, so that its acknowledgement may still come
+        int lastBlock = 0;      // how the latest block of memory was refused, as a result
 
         // An id whose command may be answered (once more) at any time, as frame::rawRequestId gives it.
         void addSpent(std::uint16_t id) { m_spent[m_count++ % m_spent.size()] = id; }

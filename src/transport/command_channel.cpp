@@ -89,6 +89,7 @@ int storeMemory(
     const int stored = good ? frame::copyMemory(ack, size, buffer, capacity) : -1;
     if (stored < 0) {
         port.arrears().unsettled = true;
+        port.arrears().lastBlock = result != 0 ? result : frame::ackStatus(ack);
     }
     return stored;
 }

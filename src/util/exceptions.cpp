@@ -1,10 +1,14 @@
 #include "liomol/exceptions.h"
 
+#include "util/error_detail.h"
 #include "util/status.h"
 
 namespace tavo {
 
-CoreException::CoreException(const std::string& message, int code) : m_message(message), m_errno(code) {}
+// What a thread knows of an earlier failure is not of this one.
+CoreException::CoreException(const std::string& message, int code) : m_message(message), m_errno(code) {
+    util::setErrorDetail({});
+}
 
 CoreException::~CoreException() = default;
 
@@ -18,8 +22,9 @@ int CoreException::getErrno() const {
 
 ScMathException::ScMathException(const std::string& message) : CoreException(message, status::MathError) {}
 
-GenICamException::GenICamException(const std::string& message, int code)
-    : m_message(message), m_errno(code) {}
+GenICamException::GenICamException(const std::string& message, int code) : m_message(message), m_errno(code) {
+    util::setErrorDetail({});
+}
 
 GenICamException::~GenICamException() = default;
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <locale>
 #include <sstream>
@@ -56,6 +57,16 @@ std::string numberText(double value) {
     std::array<char, 32> digits;
     const auto end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::general, 6).ptr;
     return {digits.begin(), end};
+}
+
+std::string exactText(double value) {
+    constexpr double kLongest = 1e15;
+    constexpr double kShortest = 1e-6;
+    const double size = std::abs(value);
+    const bool isPlain = value == 0 || (size < kLongest && size >= kShortest);
+    std::array<char, 64> digits;
+    const auto format = isPlain ? std::chars_format::fixed : std::chars_format::general;
+    return {digits.begin(), std::to_chars(digits.begin(), digits.end(), value, format).ptr};
 }
 
 } // namespace util

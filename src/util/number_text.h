@@ -26,4 +26,8 @@ NumberRead<double> readDecimal(std::string_view text);
 // Six significant digits, with an exponent where that is shorter: "17.5", "1e+20", "inf".
 std::string numberText(double value);
 
+// As many digits as it takes to read the same number again, without an exponent as long as that stays short:
+// "1000000", "0.1", "1e+20".
+std::string exactText(double value);
+
 } // namespace util

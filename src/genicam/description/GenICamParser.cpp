@@ -5,12 +5,15 @@
 #include "genicam/description/blanks.h"
 #include "genicam/description/limits.h"
 #include "genicam/description/xml_outline.h"
+#include "util/error_detail.h"
 
 #include <rapidxml.hpp>
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <string_view>
 #include <utility>
@@ -27,8 +30,18 @@ constexpr int kParseFlags = 0;
 
 using Document = rapidxml::xml_document<char>; // too large for a thread's stack
 
-void reportParseError() {
+void reportParseError(const std::string& why) {
     std::cout << "RapidXML: Parse error!" << std::endl;
+    util::setErrorDetail(why);
+}
+
+// `where` is null, or somewhere in what was parsed, which need not be the text.
+std::string placedIn(const char* text, const rapidxml::parse_error& error) {
+    const char* const where = error.where<char>();
+    const char* const end = text + std::strlen(text);
+    const bool isInside = where != nullptr && !std::less<>()(where, text) && !std::less<>()(end, where);
+    const auto line = isInside ? std::count(text, where, '\n') + 1 : 1;
+    return "its XML is broken in line " + std::to_string(line) + ": " + error.what();
 }
 
 struct ElementKind {
@@ -168,11 +181,16 @@ std::unique_ptr<GenICamTreeBuilder> GenICamParser::parse(char* text, std::unique
     }
     const genicam::XmlOutline outline = genicam::outlineXml(text);
     if (!outline.isShallow || !outline.isSmall) {
-        reportParseError();
+        reportParseError(
+            outline.isShallow
+                ? "it has more elements than a description can have"
+                : "its elements are nested deeper than " + std::to_string(genicam::kMaxXmlNesting));
         return nullptr;
     }
+    util::setErrorDetail("it has no complete element RegisterDescription");
     auto root = outline.isPlain ? parsePieces(text, outline, std::move(owner)) : parseWhole(text);
     if (root != nullptr && root->getNodeType() != GenICamTypes::RegisterDescription) {
+        util::setErrorDetail("its outermost element is not RegisterDescription");
         return nullptr;
     }
     return root;
@@ -182,8 +200,8 @@ std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseWhole(char* text) {
     const auto document = std::make_unique<Document>();
     try {
         document->parse<kParseFlags>(text);
-    } catch (const rapidxml::parse_error&) {
-        reportParseError(); // what was complete before the error is used
+    } catch (const rapidxml::parse_error& error) {
+        reportParseError(placedIn(text, error)); // what was complete before the error is used
     }
     XmlNode* const first = document->first_node();
     return std::unique_ptr<GenICamTreeBuilder>(first == nullptr ? nullptr : parseNode(first, nullptr));
@@ -220,8 +238,8 @@ GenICamParser::parsePieces(char* text, const genicam::XmlOutline& outline, std::
             }
         }
         return root;
-    } catch (const rapidxml::parse_error&) { // in a text or an attribute; then the root is not complete
-        reportParseError();
+    } catch (const rapidxml::parse_error& error) { // in a text or an attribute; then the root is not complete
+        reportParseError(placedIn(text, error));
         return nullptr;
     }
 }

@@ -35,7 +35,8 @@ public:
     // Parses a zero-terminated text in place; the buffer is needed during the call only. A parse error prints
     // one line on standard output, and what was complete before it is used. Null when there is no complete
     // "RegisterDescription" element in front, or when elements are nested or numbered beyond reason (reported
-    // as a parse error). std::length_error for more builders than kMaxBuilders.
+    // as a parse error); the thread's sentence (util/error_detail.h) then says which. std::length_error for
+    // more builders than kMaxBuilders.
     std::unique_ptr<GenICamTreeBuilder> parseMemory(char* text);
     // The same without copying the strings: the tree keeps the buffer.
     std::unique_ptr<GenICamTreeBuilder> parseMemory(std::unique_ptr<char[]> text);

@@ -13,7 +13,7 @@ namespace {
 void charge(std::size_t& account, std::size_t amount, std::size_t limit) {
     account += amount;
     if (account > limit) {
-        throw std::length_error("the description grows beyond reason");
+        throw std::length_error("it grows beyond reason when it is read");
     }
 }
 

@@ -54,6 +54,11 @@ void ImplGenICamCamera::setState(CameraState state) {
     Q_EMIT signal_StateChanged(this, state);
 }
 
+std::string ImplGenICamCamera::refusal() const {
+    const std::lock_guard lock(m_registryLock);
+    return m_refusal;
+}
+
 // ---- Description -----------------------------------------------------------------------------------------
 
 bool ImplGenICamCamera::enableStandardBehaviour(bool on) {

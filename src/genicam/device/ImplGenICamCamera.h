@@ -47,6 +47,8 @@ public:
     // the caller is a listener for whose return the retrieving waits.
     int waitForConnection() const;
     CameraState getState() const { return m_state.load(std::memory_order_acquire); }
+    // Why the latest description was refused; empty where it was not, or where nobody knows.
+    std::string refusal() const;
     // Always emits signal_StateChanged.
     void setState(CameraState state);
 
@@ -110,8 +112,13 @@ public:
 
     // Why control of the camera is lost, as whoever accesses it for the port "Device" has noted.
     ControlLoss getControlLoss() const { return m_controlLoss.load(std::memory_order_acquire); }
+    // What belongs to the reason, as it was noted with it: a number of whoever notes.
+    std::uint32_t getControlLossFact() const { return m_controlLossFact.load(std::memory_order_relaxed); }
     // Emits nothing, so that it may be called under any lock.
-    void noteControlLoss(ControlLoss loss) { m_controlLoss.store(loss, std::memory_order_release); }
+    void noteControlLoss(ControlLoss loss, std::uint32_t fact = 0) {
+        m_controlLossFact.store(fact, std::memory_order_relaxed);
+        m_controlLoss.store(loss, std::memory_order_release);
+    }
     // Whether anybody has asked for a signal of the device or of one of its nodes.
     bool hasListeners() const;
     // Emits signal_ControlChanged when what is noted is not what was announced last. No lock may be held.
@@ -181,7 +188,7 @@ private:
     bool beginRetrieving(Request& request);
     void retrieve(Request request);
     void joinRetrieving();
-    bool buildTree(const std::string& fileName, std::unique_ptr<char[]> text);
+    std::string buildTree(const std::string& fileName, std::unique_ptr<char[]> text);
     std::shared_ptr<NodeTree> newTree() const;
     void useTree(std::shared_ptr<NodeTree> tree);
     void forgetTree();
@@ -197,10 +204,13 @@ private:
     mutable std::mutex m_stateLock; // taken for changes, and by those who wait for them
     mutable std::condition_variable m_stateChanged;
     std::atomic<ControlLoss> m_controlLoss{ControlLoss::None};
+    std::atomic<std::uint32_t> m_controlLossFact{0};
     std::atomic<ControlLoss> m_announcedLoss{ControlLoss::None};
     std::string m_description;
+    std::string m_refusal; // of the latest description
     std::unique_ptr<HelperThread> m_retrieving;
-    mutable std::mutex m_registryLock; // guards the tree, the quirks, the description and the connections
+    mutable std::mutex
+        m_registryLock; // guards the tree, the quirks, the description with its refusal and the connections
     std::vector<CameraConnection> m_connections{CameraConnection{}};
     CameraConnection m_connection;
     MacAddress m_macAddress{QString()}; // all zero until it is set

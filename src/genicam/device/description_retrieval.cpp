@@ -4,6 +4,7 @@
 #include "genicam/description/limits.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "util/error_detail.h"
 #include "util/late_release.h"
 
 #include <QtCore/QLoggingCategory>
@@ -22,12 +23,12 @@ std::string readFile(const std::string& fileName) {
     std::ifstream file(fileName, std::ios::binary | std::ios::ate);
     const std::streamoff size = file ? static_cast<std::streamoff>(file.tellg()) : -1;
     if (size < 0 || size > static_cast<std::streamoff>(genicam::kMaxDescriptionSize)) {
-        throw std::runtime_error("description cannot be read: " + fileName);
+        throw std::runtime_error("the file " + fileName + " cannot be read");
     }
     std::string text(static_cast<std::size_t>(size), '\0');
     file.seekg(0);
     if (!file.read(text.data(), size)) {
-        throw std::runtime_error("description cannot be read: " + fileName);
+        throw std::runtime_error("the file " + fileName + " cannot be read");
     }
     return text;
 }
@@ -162,14 +163,21 @@ void ImplGenICamCamera::forgetTree() {
 
 void ImplGenICamCamera::asyncRetrievingMethod(const std::string& fileName, std::unique_ptr<char[]> text) {
     CameraState outcome = NotConnected;
+    std::string refusal;
     try {
-        if (buildTree(fileName, std::move(text))) {
-            outcome = Connected;
-        }
+        refusal = buildTree(fileName, std::move(text));
+        outcome = refusal.empty() ? Connected : NotConnected;
     } catch (const std::exception& failure) { // the state tells that something went wrong
-        qCDebug(genicamLog) << "a description was refused:" << failure.what();
+        refusal = failure.what();
     } catch (...) {
-        qCDebug(genicamLog) << "a description was refused";
+        refusal = "nobody knows why";
+    }
+    if (outcome == NotConnected) {
+        qCDebug(genicamLog) << "a description was refused:" << refusal.c_str();
+    }
+    {
+        const std::lock_guard lock(m_registryLock);
+        m_refusal = std::move(refusal);
     }
     if (outcome == NotConnected) {
         forgetTree();
@@ -180,11 +188,12 @@ void ImplGenICamCamera::asyncRetrievingMethod(const std::string& fileName, std::
     setState(outcome);
 }
 
-// The builders go as soon as the nodes stand: nothing reads them any more.
-bool ImplGenICamCamera::buildTree(const std::string& fileName, std::unique_ptr<char[]> text) {
+// The result is why there is no tree; empty where there is one. The builders go as soon as the nodes stand:
+// nothing reads them any more.
+std::string ImplGenICamCamera::buildTree(const std::string& fileName, std::unique_ptr<char[]> text) {
     std::string description = text ? std::string(text.get()) : readFile(fileName);
     if (description.size() > genicam::kMaxDescriptionSize) {
-        return false;
+        return "it has more than " + std::to_string(genicam::kMaxDescriptionSize >> 20) + " MiB";
     }
     {
         const std::lock_guard lock(m_registryLock);
@@ -193,15 +202,16 @@ bool ImplGenICamCamera::buildTree(const std::string& fileName, std::unique_ptr<c
     auto tree = newTree();
     tree->setCancelRequest(m_retrieving->cancelRequest());
     GenICamParser parser(tree->quirks(), &m_retrieving->cancelRequest());
+    util::setErrorDetail("it is not wanted any more");
     const auto root = text ? parser.parseMemory(std::move(text)) : parser.parseFile(fileName);
     if (!root) {
-        return false;
+        return util::errorDetail();
     }
     root->propagateInitStage(GenICamTreeBuilder::CreateNodes, tree.get());
     root->propagateInitStage(GenICamTreeBuilder::ResolveReferences, tree.get());
     root->propagateInitStage(GenICamTreeBuilder::ReleaseTree, tree.get());
     useTree(std::move(tree));
-    return true;
+    return {};
 }
 
 } // namespace tavo

@@ -1,5 +1,6 @@
 #include "genicam/nodes/ImplGenICamBoolean.h"
 
+#include "genicam/nodes/failures.h"
 #include "liomol/exceptions.h"
 
 namespace tavo {
@@ -15,7 +16,10 @@ std::int64_t ImplGenICamBoolean::readInteger() {
     if (value == m_offValue) {
         return 0;
     }
-    throw GicIllegalValueException();
+    util::fail<GicIllegalValueException>([&] {
+        return wayTo(*this) + "the camera's value " + std::to_string(value) + " is neither " +
+               std::to_string(m_onValue) + " for true nor " + std::to_string(m_offValue) + " for false";
+    });
 }
 
 void ImplGenICamBoolean::writeInteger(std::int64_t value) {

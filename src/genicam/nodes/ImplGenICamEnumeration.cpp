@@ -1,6 +1,7 @@
 #include "genicam/nodes/ImplGenICamEnumeration.h"
 
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "genicam/nodes/failures.h"
 #include "liomol/exceptions.h"
 #include "util/Quirks.h"
 
@@ -37,19 +38,18 @@ GenICamEnumEntry& ImplGenICamEnumeration::currentEntry() {
     }
     GenICamEnumEntry* const entry = getEntryByValue(m_value);
     if (entry == nullptr) {
-        throw GicIllegalValueException();
+        util::fail<GicIllegalValueException>([this] {
+            return wayTo(*this) + "the camera's value " + std::to_string(m_value) + " is that of no entry";
+        });
     }
     return *entry;
 }
 
-void ImplGenICamEnumeration::writeEntry(const GenICamEnumEntry* entry) {
-    if (entry == nullptr) {
-        throw GicIllegalValueException();
-    }
+void ImplGenICamEnumeration::writeEntry(const GenICamEnumEntry& entry) {
     if (m_pValue) {
-        m_pValue.writeInteger(entry->getValue());
+        m_pValue.writeInteger(entry.getValue());
     } else {
-        m_value = entry->getValue();
+        m_value = entry.getValue();
         invalidateRegistersAndTriggerSignals();
     }
 }
@@ -63,7 +63,11 @@ std::int64_t ImplGenICamEnumeration::readInteger() {
 }
 
 void ImplGenICamEnumeration::writeInteger(std::int64_t value) {
-    writeEntry(getEntryByValue(value));
+    const GenICamEnumEntry* const entry = getEntryByValue(value);
+    if (entry == nullptr) {
+        failNoEntry(*this, *this, std::to_string(value));
+    }
+    writeEntry(*entry);
 }
 
 std::int64_t ImplGenICamEnumeration::getIntValue() {
@@ -73,7 +77,7 @@ std::int64_t ImplGenICamEnumeration::getIntValue() {
 
 void ImplGenICamEnumeration::setIntValue(std::int64_t value) {
     const Guard guard(this, Guard::WriteLock);
-    writeEntry(getEntryByValue(value));
+    writeInteger(value);
     settleWrite();
 }
 
@@ -84,7 +88,11 @@ std::string ImplGenICamEnumeration::getStringValue() {
 
 void ImplGenICamEnumeration::setStringValue(const std::string& symbol) {
     const Guard guard(this, Guard::WriteLock);
-    writeEntry(getEntryBySymbol(symbol));
+    const GenICamEnumEntry* const entry = getEntryBySymbol(symbol);
+    if (entry == nullptr) {
+        failNoEntry(*this, *this, symbol);
+    }
+    writeEntry(*entry);
     settleWrite();
 }
 

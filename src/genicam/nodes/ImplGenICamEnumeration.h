@@ -49,7 +49,7 @@ protected:
 
 private:
     GenICamEnumEntry& currentEntry();
-    void writeEntry(const GenICamEnumEntry* entry);
+    void writeEntry(const GenICamEnumEntry& entry);
 
     std::int64_t m_value = 0;
     NumberReference m_pValue;

@@ -1,5 +1,6 @@
 #include "genicam/nodes/ImplGenICamFloat.h"
 
+#include "genicam/nodes/failures.h"
 #include "liomol/exceptions.h"
 
 #include <cmath>
@@ -27,7 +28,7 @@ double ImplGenICamFloat::readFloat() {
 
 void ImplGenICamFloat::writeFloat(double value) {
     if (std::isnan(value) || value < getMin() || value > getMax()) {
-        throw GicIllegalValueException();
+        failOutsideLimits(*this, *this, value);
     }
     if (m_pValue) {
         m_pValue.writeFloat(value);

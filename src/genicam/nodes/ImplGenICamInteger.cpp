@@ -1,4 +1,5 @@
 #include "genicam/nodes/ImplGenICamInteger.h"
+#include "genicam/nodes/failures.h"
 
 #include "genicam/nodes/numbers.h"
 #include "liomol/exceptions.h"
@@ -53,7 +54,7 @@ bool ImplGenICamInteger::accepts(std::int64_t value) {
 
 void ImplGenICamInteger::writeInteger(std::int64_t value) {
     if (!accepts(value)) {
-        throw GicIllegalValueException();
+        failOutsideLimits(*this, *this, value);
     }
     if (m_pValue) {
         m_pValue.writeInteger(value);

@@ -2,6 +2,7 @@
 
 #include "genicam/nodes/ImplGenICamEnumeration.h"
 #include "genicam/nodes/NodeHost.h"
+#include "genicam/nodes/failures.h"
 #include "genicam/nodes/limits.h"
 #include "genicam/nodes/node_limits.h"
 #include "liomol/exceptions.h"
@@ -70,7 +71,7 @@ const GenICamEnumEntry* findEntry(const GenICamEnumerationInterface& enumeration
 EvaluationScope::EvaluationScope(const ImplGenICamNode& node) : m_hop(node, kFormulaDepth) {
     NodeHost* const host = node.getHost();
     if (host != nullptr && ++host->access().formulaEvaluations > kMaxFormulaEvaluations) {
-        throw GicIllegalNodeException();
+        failAt<GicIllegalNodeException>(node, ": more formulas than one access may evaluate");
     }
 }
 
@@ -245,6 +246,16 @@ const ImplGenICamMathVariables::Variable& ImplGenICamMathVariables::find(const s
         throw kNoVariable;
     }
     return *variable;
+}
+
+std::vector<ImplGenICamNode*> ImplGenICamMathVariables::variableNodes() const {
+    std::vector<ImplGenICamNode*> nodes;
+    for (const Variable& variable : m_variables) {
+        if (variable.node) {
+            nodes.push_back(variable.node.node());
+        }
+    }
+    return nodes;
 }
 
 std::int64_t ImplGenICamMathVariables::getIntegerVariable(const std::string& name) {

@@ -33,6 +33,9 @@ public:
     void addConstant(std::string_view name, MathValue value);
     MathParser& addExpression(std::string_view name, ImplGenICamNode& owner);
 
+    // The nodes with a number that variables are bound to, in the order of the variables' names.
+    std::vector<ImplGenICamNode*> variableNodes() const;
+
     std::int64_t getIntegerVariable(const std::string& name) override;
     double getFloatVariable(const std::string& name) override;
     int resolveVariable(std::string_view name) override;

@@ -2,6 +2,7 @@
 
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/NodeHost.h"
+#include "genicam/nodes/failures.h"
 #include "genicam/nodes/limits.h"
 #include "genicam/nodes/numbers.h"
 #include "genicam/nodes/reference_hop.h"
@@ -69,7 +70,7 @@ std::optional<ImplGenICamNode::Access> ImplGenICamNode::findAccess(AccessRule (I
 ImplGenICamNode::Access ImplGenICamNode::currentAccess() const {
     const std::optional<Access> access = findAccess(&ImplGenICamNode::currentAccessRule);
     if (!access) {
-        throw GicIllegalNodeException();
+        failAt<GicIllegalNodeException>(*this, ": pValue leads in a circle");
     }
     return *access;
 }
@@ -96,15 +97,15 @@ bool ImplGenICamNode::isWriteOnly() const {
 
 // ---- States ----------------------------------------------------------------------------------------------
 
-namespace {
-
 // What cannot be asked now says nothing.
-bool isNonZero(const NumberReference& decider) {
+bool ImplGenICamNode::isNonZero(const NumberReference& decider) {
     ImplGenICamNode& node = *decider.node();
     const DeviceLockScope scope(node.getHost());
     const ReferenceHop hop(node);
     try {
-        node.checkReadability();
+        if (node.refusalToRead() != Refusal::None) {
+            return false;
+        }
     } catch (const GicNotImplementedException&) {
         return false;
     } catch (const GicNotAvailableException&) {
@@ -115,21 +116,20 @@ bool isNonZero(const NumberReference& decider) {
     return decider.readFloat() != 0;
 }
 
-} // namespace
-
-bool ImplGenICamNode::anyDecides(NumberReference ImplGenICamNode::*decider, bool verdict) const {
+const NumberReference*
+ImplGenICamNode::findDecider(NumberReference ImplGenICamNode::*decider, bool verdict) const {
     const bool isAlone = quirks().ownStatesOnly;
     const ImplGenICamNode* node = this;
     for (unsigned hops = 0; hops < kMaxReferenceDepth; ++hops) {
         if (node->*decider && isNonZero(node->*decider) == verdict) {
-            return true;
+            return &(node->*decider);
         }
         node = isAlone ? nullptr : node->currentAccessRule().below;
         if (node == nullptr) {
-            return false;
+            return nullptr;
         }
     }
-    throw GicIllegalNodeException();
+    failAt<GicIllegalNodeException>(*this, ": what decides its state leads in a circle");
 }
 
 bool ImplGenICamNode::isImplemented() {
@@ -148,36 +148,47 @@ bool ImplGenICamNode::isLocked() {
     return anyDecides(&ImplGenICamNode::m_pIsLocked, true);
 }
 
-// What reading and writing ask alike; false where nothing is checked.
-bool ImplGenICamNode::checkPresence() {
-    if (m_host == nullptr || !m_host->isCheckingEnabled()) {
-        return false;
-    }
-    if (!isImplemented()) {
-        throw GicNotImplementedException();
-    }
-    if (!isAvailable()) {
-        throw GicNotAvailableException();
-    }
-    return true;
+// What reading and writing ask alike.
+ImplGenICamNode::Refusal ImplGenICamNode::absence() {
+    return !isImplemented() ? Refusal::NotImplemented
+           : !isAvailable() ? Refusal::NotAvailable
+                            : Refusal::None;
 }
 
 // A locked node can be read.
+ImplGenICamNode::Refusal ImplGenICamNode::refusalToRead() {
+    if (m_host == nullptr || !m_host->isCheckingEnabled()) {
+        return Refusal::None;
+    }
+    const Refusal absent = absence();
+    const bool isClosed =
+        absent == Refusal::None && (!currentAccess().isReadable || m_imposedAccessMode == AccessMode::WO);
+    return isClosed ? Refusal::NotReadable : absent;
+}
+
+ImplGenICamNode::Refusal ImplGenICamNode::refusalToWrite() {
+    if (m_host == nullptr || !m_host->isCheckingEnabled()) {
+        return Refusal::None;
+    }
+    if (const Refusal absent = absence(); absent != Refusal::None) {
+        return absent;
+    }
+    if (isLocked()) {
+        return Refusal::Locked;
+    }
+    const bool isClosed = !currentAccess().isWritable || m_imposedAccessMode == AccessMode::RO;
+    return isClosed ? Refusal::NotWritable : Refusal::None;
+}
+
 void ImplGenICamNode::checkReadability() {
-    if (checkPresence() && (!currentAccess().isReadable || m_imposedAccessMode == AccessMode::WO)) {
-        throw GicNotReadableException();
+    if (const Refusal refusal = refusalToRead(); refusal != Refusal::None) {
+        [[unlikely]] throwRefusal(refusal);
     }
 }
 
 void ImplGenICamNode::checkWritability() {
-    if (!checkPresence()) {
-        return;
-    }
-    if (isLocked()) {
-        throw GicLockedException();
-    }
-    if (!currentAccess().isWritable || m_imposedAccessMode == AccessMode::RO) {
-        throw GicNotWritableException();
+    if (const Refusal refusal = refusalToWrite(); refusal != Refusal::None) {
+        [[unlikely]] throwRefusal(refusal);
     }
 }
 
@@ -202,19 +213,19 @@ void ImplGenICamNode::releaseWriteLock(ImplGenICamNode* node) {
 // ---- Numbers ---------------------------------------------------------------------------------------------
 
 std::int64_t ImplGenICamNode::readInteger() {
-    throw GicIllegalNodeException();
+    failAt<GicIllegalNodeException>(*this, " has no number");
 }
 
 double ImplGenICamNode::readFloat() {
-    throw GicIllegalNodeException();
+    failAt<GicIllegalNodeException>(*this, " has no number");
 }
 
 void ImplGenICamNode::writeInteger(std::int64_t) {
-    throw GicIllegalNodeException();
+    failAt<GicIllegalNodeException>(*this, " has no number");
 }
 
 void ImplGenICamNode::writeFloat(double) {
-    throw GicIllegalNodeException();
+    failAt<GicIllegalNodeException>(*this, " has no number");
 }
 
 std::int64_t ImplGenICamNode::integerToWrite(double value) const {

@@ -191,9 +191,34 @@ private:
     // Nothing when pValue leads in a circle.
     std::optional<Access> findAccess(AccessRule (ImplGenICamNode::*ruleOf)() const) const;
     Access currentAccess() const;
-    // Whether what decides gives `verdict` for this node or one whose states count for it.
-    bool anyDecides(NumberReference ImplGenICamNode::*decider, bool verdict) const;
-    bool checkPresence();
+    // What decides `verdict` for this node or one whose states count for it; null where nothing does.
+    const NumberReference* findDecider(NumberReference ImplGenICamNode::*decider, bool verdict) const;
+    bool anyDecides(NumberReference ImplGenICamNode::*decider, bool verdict) const {
+        return findDecider(decider, verdict) != nullptr;
+    }
+    static bool isNonZero(const NumberReference& decider);
+
+    // What an access is refused for, in the order in which that is looked at; None where nothing is checked.
+    enum class Refusal : unsigned char {
+        None,
+        NotImplemented,
+        NotAvailable,
+        Locked,
+        NotReadable,
+        NotWritable
+    };
+    Refusal absence();
+    Refusal refusalToRead();
+    Refusal refusalToWrite();
+    // With what there is to tell of it. Nothing for None.
+    void throwRefusal(Refusal refusal);
+    std::string
+    stateSentence(const char* state, NumberReference ImplGenICamNode::*decider, bool verdict) const;
+    static std::string verdictText(ImplGenICamNode& decider);
+    static std::string factText(ImplGenICamNode& node);
+    ImplGenICamNode& shownBy();
+    const ImplGenICamNode* findBarrier(AccessMode barrier) const;
+    std::string barrierSentence(AccessMode barrier) const;
     Volatility volatility() const {
         const Volatility own = ownVolatility();
         return own != Volatility::Unknown ? own : m_volatility;

@@ -1,6 +1,7 @@
 #include "genicam/nodes/ImplGenICamPort.h"
 
 #include "genicam/nodes/NodeHost.h"
+#include "genicam/nodes/failures.h"
 #include "liomol/exceptions.h"
 
 namespace tavo {
@@ -8,7 +9,11 @@ namespace tavo {
 GenICamPortInterface& ImplGenICamPort::transport() const {
     GenICamPortInterface* const port = getHost() != nullptr ? getHost()->findPort(getName()) : nullptr;
     if (port == nullptr) {
-        throw GicPortNotAvailableException();
+        util::fail<GicPortNotAvailableException>([this] {
+            const bool isOld = getHost() != nullptr && getHost()->isClosed();
+            return isOld ? std::string("the features are those of an earlier connection")
+                         : "nothing leads to the camera for the port " + getName();
+        });
     }
     return *port;
 }

@@ -2,6 +2,7 @@
 
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/NodeHost.h"
+#include "genicam/nodes/failures.h"
 #include "genicam/nodes/limits.h"
 #include "genicam/nodes/numbers.h"
 
@@ -62,7 +63,7 @@ std::int64_t ImplGenICamRegister::getLength() {
 
 GenICamPortInterface& ImplGenICamRegister::port() const {
     if (m_port == nullptr) {
-        throw GicPortNotAvailableException();
+        failAt<GicPortNotAvailableException>(*this, " names no port of the description");
     }
     return *m_port;
 }
@@ -111,7 +112,7 @@ void ImplGenICamRegister::dropContent() {
 RegisterBytes ImplGenICamRegister::emptyContent() const {
     const std::int64_t length = currentLength();
     if (length < 0 || length > kMaxRegisterLength) {
-        throw GicIllegalRegisterLengthException();
+        failLength(*this, length, "; a register has 0 to 16777216");
     }
     RegisterBytes content;
     content.reset(static_cast<std::size_t>(usedLength(length)));
@@ -236,7 +237,7 @@ std::string ImplGenICamRegister::getValueAsString() {
         return "<buffer too large (more than 512 bytes)>";
     }
     if (length < 0) {
-        throw GicIllegalRegisterLengthException();
+        failLength(*this, length, "; a register has 0 to 16777216");
     }
     std::vector<unsigned char> bytes(static_cast<std::size_t>(length));
     get(bytes.data(), length);

@@ -3,6 +3,7 @@
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/ImplGenICamNode.h"
 #include "genicam/nodes/NodeHost.h"
+#include "genicam/nodes/failures.h"
 #include "genicam/nodes/limits.h"
 #include "genicam/nodes/reference_hop.h"
 #include "liomol/exceptions.h"
@@ -15,7 +16,7 @@ ReferenceHop::ReferenceHop(const ImplGenICamNode& node, unsigned cost)
         return;
     }
     if (m_access->depth + cost > kMaxReferenceDepth || ++m_access->hops > kMaxReferenceHops) {
-        throw GicIllegalNodeException();
+        failAt<GicIllegalNodeException>(node, " depends on itself, or on too many others");
     }
     m_access->depth += cost;
 }

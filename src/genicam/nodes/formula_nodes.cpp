@@ -1,6 +1,7 @@
 #include "genicam/nodes/formula_nodes.h"
 
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "genicam/nodes/failures.h"
 #include "genicam/nodes/node_limits.h"
 #include "genicam/nodes/numbers.h"
 #include "liomol/exceptions.h"
@@ -10,33 +11,45 @@
 #include <cmath>
 
 namespace tavo {
+namespace {
+
+// A fault of the formula is told with the name of its node.
+template<typename Evaluate> auto evaluated(const ImplGenICamNode& node, Evaluate&& evaluate) {
+    const EvaluationScope scope(node);
+    try {
+        return std::forward<Evaluate>(evaluate)();
+    } catch (const ScMathException& fault) {
+        tellFormula(node, fault);
+        throw;
+    }
+}
+
+} // namespace
 
 // ---- SwissKnives -----------------------------------------------------------------------------------------
 
 void ImplGenICamSwissKnife::setValue(double) {
-    throw GicNotWritableException();
+    failAt<GicNotWritableException>(*this, " is read-only: a formula gives its value");
 }
 
 void ImplGenICamSwissKnife::writeFloat(double) {
-    throw GicNotWritableException();
+    failAt<GicNotWritableException>(*this, " is read-only: a formula gives its value");
 }
 
 double ImplGenICamSwissKnife::readFloat() {
-    const EvaluationScope scope(*this);
-    return m_formula.evaluateFloat();
+    return evaluated(*this, [this] { return m_formula.evaluateFloat(); });
 }
 
 void ImplGenICamIntSwissKnife::setValue(std::int64_t) {
-    throw GicNotWritableException();
+    failAt<GicNotWritableException>(*this, " is read-only: a formula gives its value");
 }
 
 void ImplGenICamIntSwissKnife::writeInteger(std::int64_t) {
-    throw GicNotWritableException();
+    failAt<GicNotWritableException>(*this, " is read-only: a formula gives its value");
 }
 
 std::int64_t ImplGenICamIntSwissKnife::readInteger() {
-    const EvaluationScope scope(*this);
-    return m_formula.evaluateInteger();
+    return evaluated(*this, [this] { return m_formula.evaluateInteger(); });
 }
 
 // ---- Converters ------------------------------------------------------------------------------------------
@@ -58,7 +71,7 @@ void ConverterFormulas::setFromNode(GenICamNode* node) {
 // converter's own does, and a node of integers gets the nearest one.
 void ConverterFormulas::writeBelow(ImplGenICamNode& self) {
     if (!m_pValue) {
-        throw GicIllegalNodeException();
+        failAt<GicIllegalNodeException>(self, " has no pValue to write to");
     }
     const bool isStandard = !self.quirks().truncatingConverters;
     if (isStandard ? self.asInteger() != nullptr : m_integerBelow) {
@@ -123,16 +136,16 @@ double ImplGenICamConverter::getMax() {
 }
 
 double ImplGenICamConverter::readFloat() {
-    const EvaluationScope scope(*this);
-    return m_formulaFrom.evaluateFloat();
+    return evaluated(*this, [this] { return m_formulaFrom.evaluateFloat(); });
 }
 
 void ImplGenICamConverter::writeFloat(double value) {
-    const EvaluationScope scope(*this);
-    if (m_from) {
-        m_from.writeFloat(value);
-    }
-    writeBelow(*this);
+    evaluated(*this, [&] {
+        if (m_from) {
+            m_from.writeFloat(value);
+        }
+        writeBelow(*this);
+    });
 }
 
 std::int64_t ImplGenICamIntConverter::getMin() {
@@ -146,16 +159,16 @@ std::int64_t ImplGenICamIntConverter::getMax() {
 }
 
 std::int64_t ImplGenICamIntConverter::readInteger() {
-    const EvaluationScope scope(*this);
-    return m_formulaFrom.evaluateInteger();
+    return evaluated(*this, [this] { return m_formulaFrom.evaluateInteger(); });
 }
 
 void ImplGenICamIntConverter::writeInteger(std::int64_t value) {
-    const EvaluationScope scope(*this);
-    if (m_from) {
-        m_from.writeInteger(value);
-    }
-    writeBelow(*this);
+    evaluated(*this, [&] {
+        if (m_from) {
+            m_from.writeInteger(value);
+        }
+        writeBelow(*this);
+    });
 }
 
 } // namespace tavo

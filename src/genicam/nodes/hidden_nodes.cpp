@@ -1,6 +1,7 @@
 #include "genicam/nodes/hidden_nodes.h"
 
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
+#include "genicam/nodes/failures.h"
 #include "genicam/nodes/numbers.h"
 
 #include <limits>
@@ -35,12 +36,15 @@ void ValueWithCopies::writeFloat(double value) {
 
 const NumberReference& IndexedNodes::pick() const {
     if (!m_index) {
-        throw GicIllegalNodeException();
+        util::fail<GicIllegalNodeException>([] { return "no node says which of several values counts"; });
     }
-    const auto found = m_nodes.find(m_index.readInteger());
+    const std::int64_t index = m_index.readInteger();
+    const auto found = m_nodes.find(index);
     const NumberReference& picked = found != m_nodes.end() ? found->second : m_default;
     if (!picked) {
-        throw GicIllegalValueException();
+        util::fail<GicIllegalValueException>([&] {
+            return "nothing stands for the " + std::to_string(index) + " of " + m_index.node()->getName();
+        });
     }
     return picked;
 }

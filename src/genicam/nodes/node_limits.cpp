@@ -2,6 +2,7 @@
 
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/ImplGenICamNode.h"
+#include "genicam/nodes/failures.h"
 #include "genicam/nodes/reference_hop.h"
 #include "liomol/exceptions.h"
 
@@ -22,7 +23,7 @@ MathValue readLimit(ImplGenICamNode& node, NodeLimit limit) {
     }
     auto* const real = node.asFloat();
     if (real == nullptr || limit == NodeLimit::Inc) {
-        throw GicIllegalNodeException();
+        failAt<GicIllegalNodeException>(node, " has no such limit");
     }
     return MathValue::fromFloat(limit == NodeLimit::Min ? real->getMin() : real->getMax());
 }

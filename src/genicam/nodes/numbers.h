@@ -2,6 +2,8 @@
 #pragma once
 
 #include "liomol/exceptions.h"
+#include "util/error_detail.h"
+#include "util/number_text.h"
 
 #include <chrono>
 #include <cmath>
@@ -41,7 +43,8 @@ inline std::int64_t clampedInteger(double value) {
 // Without its fraction; GicIllegalValueException for a value that no integer can hold.
 inline std::int64_t checkedInteger(double value) {
     if (!(value >= -kTwoToThe63 && value < kTwoToThe63)) {
-        throw GicIllegalValueException();
+        util::fail<GicIllegalValueException>(
+            [value] { return util::exactText(value) + " is no integer of 64 bits"; });
     }
     return static_cast<std::int64_t>(value);
 }

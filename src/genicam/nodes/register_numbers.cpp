@@ -1,6 +1,7 @@
 // The registers that show their bytes as a number or a text.
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/ImplGenICamRegister.h"
+#include "genicam/nodes/failures.h"
 #include "genicam/nodes/numbers.h"
 #include "util/Quirks.h"
 
@@ -38,7 +39,7 @@ static_assert(lowMask(1) == 1 && lowMask(64) == ~std::uint64_t{0});
 std::int64_t ImplGenICamIntReg::valueBits() {
     const std::int64_t length = getLength();
     if (length < 1 || length > kMaxValueBits / 8) {
-        throw GicIllegalRegisterLengthException();
+        failLength(*this, length, "; an integer has 1 to 8");
     }
     return length * 8;
 }
@@ -83,11 +84,11 @@ std::int64_t ImplGenICamMaskedIntReg::bitPlace(std::int64_t stored, std::int64_t
 
 ImplGenICamMaskedIntReg::Field ImplGenICamMaskedIntReg::field(std::int64_t length) const {
     if (m_lsb < 0 || m_msb < 0) {
-        throw GicIllegalNodeException(); // the description names no field
+        failAt<GicIllegalNodeException>(*this, ": the description names no bits of it");
     }
     const auto [low, high] = std::minmax({bitPlace(m_lsb, length), bitPlace(m_msb, length)});
     if (low < 0 || high >= kMaxValueBits || high / 8 >= length) {
-        throw GicIllegalNodeException();
+        failAt<GicIllegalNodeException>(*this, ": its bits lie outside its bytes");
     }
     return {static_cast<unsigned>(low), static_cast<unsigned>(high - low + 1)};
 }
@@ -114,7 +115,7 @@ std::uint64_t ImplGenICamMaskedIntReg::getValueMask() {
 
 std::int64_t ImplGenICamMaskedIntReg::valueBits() {
     if (getBitLength() > kMaxValueBits) {
-        throw GicIllegalRegisterLengthException();
+        failAt<GicIllegalRegisterLengthException>(*this, " has more than 64 bits");
     }
     return field(getLength()).bits;
 }
@@ -142,9 +143,9 @@ void ImplGenICamMaskedIntReg::writeInteger(std::int64_t value) {
 
 namespace {
 
-bool isSinglePrecision(std::int64_t length) {
+bool isSinglePrecision(const ImplGenICamNode& node, std::int64_t length) {
     if (length != sizeof(float) && length != sizeof(double)) {
-        throw GicIllegalRegisterLengthException();
+        failLength(node, length, "; a float has 4 or 8");
     }
     return length == sizeof(float);
 }
@@ -170,25 +171,25 @@ double ImplGenICamFloatReg::getMin() {
     if (!quirks().positiveFloatMinimum) {
         return -getMax();
     }
-    return isSinglePrecision(getLength()) ? double{Single::min()} : Double::min();
+    return isSinglePrecision(*this, getLength()) ? double{Single::min()} : Double::min();
 }
 
 double ImplGenICamFloatReg::getMax() {
-    return isSinglePrecision(getLength()) ? double{Single::max()} : Double::max();
+    return isSinglePrecision(*this, getLength()) ? double{Single::max()} : Double::max();
 }
 
 double ImplGenICamFloatReg::readFloat() {
-    isSinglePrecision(currentLength()); // nothing is read for a length that cannot be
+    isSinglePrecision(*this, currentLength()); // nothing is read for a length that cannot be
     internalGet(false);
     const std::uint64_t bits = content().number(isBigEndian(m_endianess, content()));
-    if (isSinglePrecision(static_cast<std::int64_t>(content().size()))) {
+    if (isSinglePrecision(*this, static_cast<std::int64_t>(content().size()))) {
         return static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
     }
     return std::bit_cast<double>(bits);
 }
 
 void ImplGenICamFloatReg::writeFloat(double value) {
-    const bool single = isSinglePrecision(currentLength());
+    const bool single = isSinglePrecision(*this, currentLength());
     RegisterBytes bytes = emptyContent();
     bytes.setNumber(
         single ? std::bit_cast<std::uint32_t>(toSingle(value)) : std::bit_cast<std::uint64_t>(value),
