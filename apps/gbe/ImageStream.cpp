@@ -39,13 +39,13 @@ int parsePacketSize(const std::string& text) {
     return bytes;
 }
 
-void prepareCamera(CameraHandle* camera, const FeatureValues& values) {
+void prepareCamera(CameraHandle* camera, const std::vector<Setting>& settings) {
     constexpr const char* kMode = "AcquisitionMode";
-    for (const auto& [name, value] : values) {
-        writeText(camera, name, value);
+    for (const Setting& setting : settings) {
+        apply(camera, setting);
     }
     const bool chosen =
-        std::any_of(values.begin(), values.end(), [](const auto& each) { return each.first == kMode; });
+        std::any_of(settings.begin(), settings.end(), [](const auto& each) { return each.name == kMode; });
     if (!chosen && hasFeature(camera, kMode) && readText(camera, kMode) != "Continuous") {
         writeText(camera, kMode, "Continuous");
     }

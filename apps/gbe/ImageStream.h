@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Session.h"
+#include "features.h"
 
 #include "liomol/images.h"
 
@@ -17,11 +18,9 @@ class Interrupt;
 // "auto", "keep" or a number of bytes, as GbeStreamOptions.packetSize has it. Throws Failure.
 int parsePacketSize(const std::string& text);
 
-using FeatureValues = std::vector<std::pair<std::string, std::string>>;
-
 // Writes them in their order, up to the first that fails. Unless they say otherwise, the camera is to go on
 // sending images until it is stopped. Throws Failure.
-void prepareCamera(CameraHandle* camera, const FeatureValues& values);
+void prepareCamera(CameraHandle* camera, const std::vector<Setting>& settings);
 
 // The camera's frames begin with commands of this program; what it had before is restored in the end. Throws
 // Failure where the camera has no software trigger.
@@ -38,7 +37,7 @@ private:
     void restore();
 
     CameraHandle* m_camera;
-    FeatureValues m_before; // in the order of changes
+    std::vector<std::pair<std::string, std::string>> m_before; // in the order of changes
 };
 
 // All but the destructor throw Failure.

@@ -2,16 +2,14 @@
 
 #include "Failure.h"
 #include "hints.h"
+#include "numbers.h"
 
 #include "liomol/features.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <charconv>
 #include <chrono>
-#include <cstdlib>
+#include <cmath>
 #include <set>
-#include <system_error>
 #include <thread>
 
 namespace gbe {
@@ -28,26 +26,86 @@ void checkSet(CameraHandle* camera, const std::string& name, int code) {
     }
 }
 
-long long parseInteger(const std::string& name, const std::string& text) {
-    char* end = nullptr;
-    errno = 0;
-    const long long value = std::strtoll(text.c_str(), &end, text.find("0x") == text.npos ? 10 : 16);
-    if (text.empty() || *end != '\0' || errno != 0) {
-        throw Failure(name + ": \"" + text + "\" is not an integer", ExitStatus::Refused);
-    }
-    return value;
+// Any other kind than a number, or a register.
+std::string readPlainText(CameraHandle* camera, const std::string& name) {
+    std::string text;
+    unsigned size = 0;
+    int code = Gbe_getValueAsString(camera, name.c_str(), nullptr, &size);
+    do { // a text may have grown since its size was told
+        check(name, code);
+        text.assign(size, '\0');
+        code = Gbe_getValueAsString(camera, name.c_str(), text.data(), &size);
+    } while (code == GBE_ERROR_BUFFER_TOO_SMALL);
+    check(name, code);
+    return text.c_str();
 }
 
-// With a point in every locale.
-double parseFloat(const std::string& name, const std::string& text) {
-    const char* const begin = text.c_str() + (text.starts_with('+') ? 1 : 0);
-    const char* const last = text.c_str() + text.size();
-    double value = 0;
-    const auto [end, error] = std::from_chars(begin, last, value);
-    if (error != std::errc() || end != last) {
+// "0x" and two digits for each byte, in the order of their addresses.
+std::string readBytes(CameraHandle* camera, const std::string& name) {
+    unsigned size = 0;
+    check(name, Gbe_getRegisterBytes(camera, name.c_str(), nullptr, &size));
+    QByteArray bytes(static_cast<int>(size), '\0');
+    check(name, Gbe_getRegisterBytes(camera, name.c_str(), bytes.data(), &size));
+    return "0x" + bytes.toHex().toStdString();
+}
+
+void writeBytes(CameraHandle* camera, const std::string& name, const std::string& value) {
+    const QByteArray digits = QByteArray::fromStdString(value.starts_with("0x") ? value.substr(2) : value);
+    const QByteArray bytes = QByteArray::fromHex(digits);
+    if (bytes.toHex() != digits.toLower()) {
+        throw Failure(
+            name + ": \"" + value + "\" is not 0x and two digits for each byte", ExitStatus::Refused);
+    }
+    checkSet(
+        camera, name,
+        Gbe_setRegisterBytes(camera, name.c_str(), bytes.constData(), static_cast<unsigned>(bytes.size())));
+}
+
+std::string integerText(CameraHandle* camera, const std::string& name, long long value) {
+    GbeFeatureInfo info{};
+    const bool isHex = Gbe_getFeatureInfo(camera, name.c_str(), &info) == GBE_SUCCESS &&
+                       info.representation == GBE_REPRESENTATION_HEX_NUMBER;
+    return isHex ? hexText(static_cast<unsigned long long>(value)) : std::to_string(value);
+}
+
+std::string unitOf(CameraHandle* camera, const std::string& name) {
+    const char* unit = "";
+    return Gbe_getFeatureText(camera, name.c_str(), GBE_TEXT_UNIT, &unit) == GBE_SUCCESS ? unit : "";
+}
+
+// The number in the feature's own unit. Of one without a unit behind it, whole digits are kept.
+Quantity parseNumber(CameraHandle* camera, const std::string& name, const std::string& text) {
+    auto quantity = parseQuantity(text);
+    if (!quantity) {
         throw Failure(name + ": \"" + text + "\" is not a number", ExitStatus::Refused);
     }
-    return value;
+    if (quantity->unit.empty()) {
+        return *quantity;
+    }
+    const std::string unit = unitOf(camera, name);
+    const auto number = converted(quantity->number, quantity->unit, unit);
+    if (!number) {
+        throw Failure(
+            name + ": \"" + text + "\": " + (unit.empty() ? "it has no unit" : "its unit is " + unit),
+            ExitStatus::Refused);
+    }
+    return {*number, quantity->unit == unit ? quantity->integer : std::nullopt, ""};
+}
+
+long long parseInteger(CameraHandle* camera, const std::string& name, const std::string& text) {
+    constexpr double kExact = 9007199254740992.0; // up to here every integer is a double
+    const Quantity quantity = parseNumber(camera, name, text);
+    if (quantity.integer) {
+        return *quantity.integer;
+    }
+    if (std::abs(quantity.number) > kExact || quantity.number != std::floor(quantity.number)) {
+        throw Failure(name + ": \"" + text + "\" is not an integer", ExitStatus::Refused);
+    }
+    return static_cast<long long>(quantity.number);
+}
+
+double parseFloat(CameraHandle* camera, const std::string& name, const std::string& text) {
+    return parseNumber(camera, name, text).number;
 }
 
 int parseBoolean(const std::string& name, const std::string& text) {
@@ -148,17 +206,32 @@ int featureKind(CameraHandle* camera, const std::string& name) {
 }
 
 std::string readText(CameraHandle* camera, const std::string& name) {
-    featureKind(camera, name);
-    std::string text;
-    unsigned size = 0;
-    int code = Gbe_getValueAsString(camera, name.c_str(), nullptr, &size);
-    do { // a text may have grown since its size was told
-        check(name, code);
-        text.assign(size, '\0');
-        code = Gbe_getValueAsString(camera, name.c_str(), text.data(), &size);
-    } while (code == GBE_ERROR_BUFFER_TOO_SMALL);
-    check(name, code);
-    return text.c_str();
+    switch (featureKind(camera, name)) {
+    case GBE_KIND_INTEGER: {
+        long long value = 0;
+        check(name, Gbe_getIntegerValue(camera, name.c_str(), &value));
+        return integerText(camera, name, value);
+    }
+    case GBE_KIND_FLOAT: {
+        double value = 0;
+        check(name, Gbe_getFloatValue(camera, name.c_str(), &value));
+        return numberText(value);
+    }
+    case GBE_KIND_BOOLEAN: {
+        int value = 0;
+        check(name, Gbe_getBooleanValue(camera, name.c_str(), &value));
+        return value != 0 ? "true" : "false";
+    }
+    case GBE_KIND_REGISTER:
+        return readBytes(camera, name);
+    default:
+        return readPlainText(camera, name);
+    }
+}
+
+std::string shortened(const std::string& value) {
+    constexpr std::size_t kMostShown = 64;
+    return value.size() > kMostShown ? value.substr(0, kMostShown) + "..." : value;
 }
 
 QJsonValue readJson(CameraHandle* camera, const std::string& name) {
@@ -187,15 +260,18 @@ void writeText(CameraHandle* camera, const std::string& name, const std::string&
     const char* feature = name.c_str();
     switch (featureKind(camera, name)) {
     case GBE_KIND_INTEGER:
-        return checkSet(camera, name, Gbe_setIntegerValue(camera, feature, parseInteger(name, value)));
+        return checkSet(
+            camera, name, Gbe_setIntegerValue(camera, feature, parseInteger(camera, name, value)));
     case GBE_KIND_FLOAT:
-        return checkSet(camera, name, Gbe_setFloatValue(camera, feature, parseFloat(name, value)));
+        return checkSet(camera, name, Gbe_setFloatValue(camera, feature, parseFloat(camera, name, value)));
     case GBE_KIND_BOOLEAN:
         return checkSet(camera, name, Gbe_setBooleanValue(camera, feature, parseBoolean(name, value)));
     case GBE_KIND_STRING:
         return checkSet(camera, name, Gbe_setStringValue(camera, feature, value.c_str()));
     case GBE_KIND_ENUMERATION:
         return checkSet(camera, name, Gbe_setEnumerationValue(camera, feature, value.c_str()));
+    case GBE_KIND_REGISTER:
+        return writeBytes(camera, name, value);
     case GBE_KIND_COMMAND:
         throw Failure(name + ": is a command: gbe exec " + name);
     default:
@@ -203,16 +279,49 @@ void writeText(CameraHandle* camera, const std::string& name, const std::string&
     }
 }
 
-std::vector<std::pair<std::string, std::string>> parseSettings(const std::vector<std::string>& texts) {
-    std::vector<std::pair<std::string, std::string>> values;
+void apply(CameraHandle* camera, const Setting& setting) {
+    const auto& [name, step, value] = setting;
+    if (step == Setting::Step::None) {
+        return writeText(camera, name, value);
+    }
+    const bool isUp = step == Setting::Step::Up;
+    const int kind = featureKind(camera, name);
+    if (kind == GBE_KIND_INTEGER) {
+        const long long by = parseInteger(camera, name, value);
+        long long number = 0;
+        check(name, Gbe_getIntegerValue(camera, name.c_str(), &number));
+        const bool isTooMuch =
+            isUp ? __builtin_add_overflow(number, by, &number) : __builtin_sub_overflow(number, by, &number);
+        checkSet(
+            camera, name,
+            isTooMuch ? static_cast<int>(GBE_ERROR_ILLEGAL_VALUE)
+                      : Gbe_setIntegerValue(camera, name.c_str(), number));
+    } else if (kind == GBE_KIND_FLOAT) {
+        const double by = parseFloat(camera, name, value);
+        double number = 0;
+        check(name, Gbe_getFloatValue(camera, name.c_str(), &number));
+        checkSet(camera, name, Gbe_setFloatValue(camera, name.c_str(), isUp ? number + by : number - by));
+    } else {
+        throw Failure(
+            name + ": only numbers go in steps; its kind is " + kindName(kind), ExitStatus::Refused);
+    }
+}
+
+std::vector<Setting> parseSettings(const std::vector<std::string>& texts) {
+    std::vector<Setting> settings;
     for (const std::string& text : texts) {
         const std::size_t equals = text.find('=');
-        if (equals == 0 || equals == text.npos) {
+        const char before = equals == 0 || equals == text.npos ? '\0' : text[equals - 1];
+        const Setting::Step step = before == '+'   ? Setting::Step::Up
+                                   : before == '-' ? Setting::Step::Down
+                                                   : Setting::Step::None;
+        const std::size_t length = equals - (step == Setting::Step::None ? 0 : 1);
+        if (before == '\0' || length == 0) {
             throw Failure("\"" + text + "\" is not NAME=VALUE", ExitStatus::Usage);
         }
-        values.emplace_back(text.substr(0, equals), text.substr(equals + 1));
+        settings.push_back({text.substr(0, length), step, text.substr(equals + 1)});
     }
-    return values;
+    return settings;
 }
 
 void execute(CameraHandle* camera, const std::string& name) {

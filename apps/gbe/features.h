@@ -6,7 +6,6 @@
 #include <QtCore/QJsonValue>
 
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace gbe {
@@ -29,13 +28,27 @@ std::vector<std::string> featureList(CameraHandle* camera, const std::string& na
 // These throw Failure with the feature's name.
 
 int featureKind(CameraHandle* camera, const std::string& name);
+// As it is set: numbers with all their digits, or 0x... where the description wants them shown so; true and
+// false; the bytes of a register as 0x and two digits each.
 std::string readText(CameraHandle* camera, const std::string& name);
+// A value for a table: a long one is cut.
+std::string shortened(const std::string& value);
 // Numbers and booleans as such, everything else as text.
 QJsonValue readJson(CameraHandle* camera, const std::string& name);
-// Integers may be hexadecimal (0x...); booleans are true, false, 1 or 0; enumerations take an entry's name.
+// Numbers may be hexadecimal (0x...), or have a unit that can be changed into the feature's; booleans are
+// true, false, 1 or 0; enumerations take an entry's name, registers their bytes as readText gives them.
 void writeText(CameraHandle* camera, const std::string& name, const std::string& value);
-// NAME=VALUE texts as names and values.
-std::vector<std::pair<std::string, std::string>> parseSettings(const std::vector<std::string>& texts);
+
+struct Setting {
+    enum class Step { None, Up, Down };
+
+    std::string name;
+    Step step = Step::None; // Up and Down: from the value of now
+    std::string value;
+};
+// NAME=VALUE, NAME+=STEP and NAME-=STEP.
+std::vector<Setting> parseSettings(const std::vector<std::string>& texts);
+void apply(CameraHandle* camera, const Setting& setting);
 // Executes and waits until the command says that it is done.
 void execute(CameraHandle* camera, const std::string& name);
 

@@ -9,6 +9,7 @@ extern const Verb kBoardsVerb;
 extern const Verb kScanVerb;
 extern const Verb kInfoVerb;
 extern const Verb kListVerb;
+extern const Verb kDescribeVerb;
 extern const Verb kGetVerb;
 extern const Verb kSetVerb;
 extern const Verb kExecVerb;
@@ -27,15 +28,35 @@ extern const Verb kCompleteVerb;
 namespace {
 
 // Within a group in the order in which they are shown.
+// clang-format off
 constexpr const Verb* kVerbs[] = {
-    &kBoardsVerb,   &kScanVerb,   &kInfoVerb,                            // cameras
-    &kListVerb,     &kGetVerb,    &kSetVerb,    &kExecVerb,   &kXmlVerb, // features
-    &kGrabVerb,     &kStreamVerb,                                        // images
-    &kIpShowVerb,   &kIpSetVerb,  &kIpPortVerb, &kRescanVerb,            // addresses
-    &kDoctorVerb,   &kDemoVerb,                                          // trouble
-    &kHelpVerb,                                                          // help
-    &kCompleteVerb,                                                      // hidden
+    &kBoardsVerb,
+    &kScanVerb,
+    &kInfoVerb,
+
+    &kListVerb,
+    &kDescribeVerb,
+    &kGetVerb,
+    &kSetVerb,
+    &kExecVerb,
+    &kXmlVerb,
+
+    &kGrabVerb,
+    &kStreamVerb,
+
+    &kIpShowVerb,
+    &kIpSetVerb,
+    &kIpPortVerb,
+    &kRescanVerb,
+
+    &kDoctorVerb,
+    &kDemoVerb,
+
+    &kHelpVerb,
+
+    &kCompleteVerb,
 };
+// clang-format on
 
 constexpr Family kFamilies[] = {
     {"ip", "Addresses of ports and cameras"},

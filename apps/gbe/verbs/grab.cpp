@@ -144,7 +144,7 @@ private:
 };
 
 unsigned Grab::run(Context& context) {
-    const FeatureValues values = parseSettings(m_request.settings);
+    const std::vector<Setting> settings = parseSettings(m_request.settings);
     if (!std::isfinite(m_request.seconds)) {
         throw Failure("--timeout: is no time");
     }
@@ -153,7 +153,7 @@ unsigned Grab::run(Context& context) {
     options.packetSize = parsePacketSize(m_request.packetSize);
     options.dropOldest = 0;
     CameraHandle* camera = context.session(Purpose::Work).camera.get();
-    prepareCamera(camera, values);
+    prepareCamera(camera, settings);
     std::optional<SoftwareTrigger> trigger;
     if (m_request.trigger) {
         trigger.emplace(camera);

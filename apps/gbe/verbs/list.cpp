@@ -2,74 +2,199 @@
 #include "common/terminal_text.h"
 #include "gbe/Context.h"
 #include "gbe/Failure.h"
+#include "gbe/Interrupt.h"
+#include "gbe/Json.h"
+#include "gbe/Selectors.h"
 #include "gbe/Table.h"
 #include "gbe/Terminal.h"
 #include "gbe/features.h"
 #include "gbe/options.h"
+#include "gbe/similar.h"
+#include "liomol/features.h"
 
+#include <QtCore/QJsonArray>
+
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 namespace gbe {
 namespace {
 
-// The value for a person's eyes: what cannot be read tells why.
-std::string valueOrReason(CameraHandle* camera, const std::string& name, int kind) {
-    if (kind == GBE_KIND_COMMAND) {
-        return "";
+struct Request {
+    std::string category;
+    std::string match;
+    std::string visibility;
+    std::string changedSince;
+    bool all = false;
+    bool selectors = false;
+};
+
+constexpr const char* kVisibilities[] = {"beginner", "expert", "guru", "invisible"};
+
+int visibilityNamed(const std::string& name) {
+    const auto* found = std::find(std::begin(kVisibilities), std::end(kVisibilities), name);
+    return GBE_VISIBILITY_BEGINNER + static_cast<int>(found - std::begin(kVisibilities));
+}
+
+std::string lower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+class List {
+public:
+    List(CameraHandle* camera, const Request& request, bool json)
+        : m_camera(camera), m_request(request), m_json(json) {
+        if (request.selectors) {
+            m_selectors.emplace(camera);
+        }
     }
+
+    void run();
+
+private:
+    std::vector<Category> categories() const;
+    bool isWanted(const std::string& name) const;
+    void show(const Category& category);
+    void add(Table& table, const std::string& category, const std::string& name, const Place& place);
+
+    CameraHandle* m_camera;
+    const Request& m_request;
+    const bool m_json;
+    std::optional<Selectors> m_selectors;
+    Interrupt m_interrupt;
+    QJsonArray m_array;
+};
+
+std::vector<Category> List::categories() const {
+    if (m_request.all) {
+        return {{"", allNames(m_camera)}};
+    }
+    std::vector<Category> all = categoriesOf(m_camera);
+    if (m_request.category.empty()) {
+        return all;
+    }
+    std::vector<std::string> names;
+    for (const Category& category : all) {
+        names.push_back(category.name);
+        if (category.name == m_request.category) {
+            return {category};
+        }
+    }
+    throw Failure(
+        m_request.category + ": no such category" + suggestion(m_request.category, names), ExitStatus::Usage);
+}
+
+bool List::isWanted(const std::string& name) const {
+    if (lower(name).find(lower(m_request.match)) == std::string::npos) {
+        return false;
+    }
+    GbeFeatureInfo info{};
+    return m_request.visibility.empty() ||
+           (Gbe_getFeatureInfo(m_camera, name.c_str(), &info) == GBE_SUCCESS &&
+            info.visibility <= visibilityNamed(m_request.visibility));
+}
+
+void List::add(Table& table, const std::string& category, const std::string& name, const Place& place) {
+    const int kind = featureKind(m_camera, name);
+    QJsonObject object{
+        {"name", QString::fromStdString(name)},
+        {"kind", kindName(kind)},
+    };
+    std::string text;
     try {
-        return readText(camera, name);
-    } catch (const Failure& failure) {
-        return "(" + failure.reason() + ")";
+        if (kind != GBE_KIND_COMMAND && kind != GBE_KIND_CATEGORY) {
+            text = m_json ? "" : shortened(readText(m_camera, name));
+            object.insert("value", m_json ? readJson(m_camera, name) : QJsonValue());
+        }
+    } catch (const Failure& failure) { // also of what cannot be read a person wants to know
+        text = "(" + failure.reason() + ")";
+        object.insert("error", QString::fromStdString(failure.reason()));
     }
+    if (!category.empty()) {
+        object.insert("category", QString::fromStdString(category));
+    }
+    for (const auto& [selector, value] : place) {
+        QJsonObject selectors = object["selectors"].toObject();
+        selectors.insert(QString::fromStdString(selector), QString::fromStdString(value));
+        object["selectors"] = selectors;
+    }
+    m_json ? m_array.append(object) : table.add({name + placeText(place), kindName(kind), text});
 }
 
-void listAll(CameraHandle* camera) {
-    Table table({"NAME", "KIND", "VALUE"});
-    for (const std::string& name : allNames(camera)) {
-        const int kind = featureKind(camera, name);
-        table.add({name, kindName(kind), valueOrReason(camera, name, kind)});
-    }
-    table.print();
-}
-
-void listFeatures(CameraHandle* camera, bool all) {
-    if (all) {
-        listAll(camera);
-        return;
-    }
-    for (const Category& category : categoriesOf(camera)) {
-        Table table;
-        for (const std::string& feature : category.features) {
-            int kind = GBE_KIND_OTHER;
-            if (Gbe_getFeatureKind(camera, feature.c_str(), &kind) == 0) {
-                table.add({feature, kindName(kind), valueOrReason(camera, feature, kind)});
+void List::show(const Category& category) {
+    Table table;
+    for (const std::string& name : category.features) {
+        int kind = GBE_KIND_OTHER;
+        if (Gbe_getFeatureKind(m_camera, name.c_str(), &kind) < 0 || !isWanted(name)) {
+            continue;
+        }
+        if (!m_selectors) {
+            add(table, category.name, name, {});
+            continue;
+        }
+        m_selectors->each(name, [&](const Place& place) {
+            if (m_interrupt.asked()) {
+                throw Failure("interrupted");
             }
-        }
-        if (!table.empty()) {
-            std::printf("%s\n", heading(common::terminalText(category.name)).c_str());
-            table.print(2);
-        }
+            add(table, category.name, name, place);
+        });
+    }
+    if (!table.empty() && !category.name.empty()) {
+        std::printf("%s\n", heading(common::terminalText(category.name)).c_str());
+    }
+    table.print(category.name.empty() ? 0 : 2);
+}
+
+void List::run() {
+    for (const Category& category : categories()) {
+        show(category);
+    }
+    if (m_json) {
+        print(QJsonDocument(m_array));
     }
 }
 
 Run define(CLI::App& command, Context& context) {
-    const auto all = std::make_shared<bool>();
-    command.add_flag("--all", *all, "Helpers behind the features too, in the order of names");
+    const auto request = std::make_shared<Request>();
+    command.add_option("CATEGORY", request->category, "Only the features of this one");
+    command.add_option("--match", request->match, "Only those with this in their names, in whatever case")
+        ->type_name("PART");
+    command
+        .add_option(
+            "--visibility", request->visibility, "Only those up to beginner, expert, guru or invisible")
+        ->check(CLI::IsMember(std::vector<std::string>(std::begin(kVisibilities), std::end(kVisibilities))))
+        ->type_name("LEVEL");
+    command.add_flag(
+        "--selectors", request->selectors,
+        "In every position of their selectors, which are put back as they were; takes control");
+    command.add_flag("--all", request->all, "Helpers behind the features too, in the order of names");
+    addJson(command, context);
     return [=, &context] {
-        listFeatures(context.session(Purpose::Look).camera.get(), *all);
+        const Purpose purpose = request->selectors ? Purpose::Work : Purpose::Look;
+        List(context.session(purpose).camera.get(), *request, context.json).run();
         return ExitStatus::Success;
     };
 }
 
 constexpr Example kExamples[] = {
     {"gbe list", "every feature by category, with its kind and its value"},
+    {"gbe list AnalogControl --selectors", "one category, in every position of its selectors"},
+    {"gbe list --match trigger --visibility expert", "a part of a name, and nothing for gurus"},
+    {"gbe list --json --match exposure", "for a program"},
 };
 
 } // namespace
 
 extern const Verb kListVerb{
-    "list", Group::Features, "Lists the features with their values", &define, kExamples};
+    "list",
+    Group::Features,
+    "Lists the features with their values",
+    &define,
+    kExamples,
+    "What cannot be read tells why in brackets. Long values are cut; gbe get prints them whole."};
 
 } // namespace gbe

@@ -11,10 +11,10 @@ namespace {
 
 // All texts are read before the first is written.
 ExitStatus setFeatures(Context& context, const std::vector<std::string>& texts) {
-    const auto values = parseSettings(texts);
+    const std::vector<Setting> settings = parseSettings(texts);
     CameraHandle* camera = context.session(Purpose::Work).camera.get();
-    for (const auto& [name, value] : values) {
-        writeText(camera, name, value);
+    for (const Setting& setting : settings) {
+        apply(camera, setting);
     }
     return ExitStatus::Success;
 }
@@ -36,6 +36,9 @@ Run defineExec(CLI::App& command, Context& context) {
 
 constexpr Example kSetExamples[] = {
     {"gbe set Width=640 PixelFormat=Mono8", "two features, in this order"},
+    {"gbe set ExposureTime=10ms AcquisitionFrameRate=0.02kHz",
+     "in other units than those of the description"},
+    {"gbe set Width-=64 Gain+=1.5", "in steps from what they are now"},
     {"gbe set ReverseX=true", "a boolean"},
 };
 
@@ -51,7 +54,10 @@ extern const Verb kSetVerb{
     "Writes features",
     &defineSet,
     kSetExamples,
-    "They are written in the order given, up to the first that the camera does not take."};
+    "They are written in the order given, up to the first that the camera does not take. NAME+=STEP and "
+    "NAME-=STEP go on from the value of now. Numbers may be hexadecimal (0x...), and have a unit where the "
+    "description gives the feature one that measures the same: s, ms, us and ns; Hz, kHz and MHz; and the "
+    "like. Booleans are true and false, or 1 and 0; registers take their bytes as 0x and two digits each."};
 
 extern const Verb kExecVerb{
     "exec", Group::Features, "Executes a command and waits until it is done", &defineExec, kExecExamples};

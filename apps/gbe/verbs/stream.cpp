@@ -176,12 +176,12 @@ void Watch::conclude() {
 
 // Without end when `seconds` is 0.
 void streamImages(Context& context, const StreamRequest& request, double seconds) {
-    const FeatureValues values = parseSettings(request.settings);
+    const std::vector<Setting> settings = parseSettings(request.settings);
     GbeStreamOptions options;
     Gbe_initStreamOptions(&options);
     options.packetSize = parsePacketSize(request.packetSize);
     CameraHandle* camera = context.session(Purpose::Work).camera.get();
-    prepareCamera(camera, values);
+    prepareCamera(camera, settings);
     ImageStream stream(camera, options);
     stream.start();
     if (!Watch(stream, seconds, !context.json && isatty(STDOUT_FILENO) != 0).run()) {
