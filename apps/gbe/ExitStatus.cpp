@@ -31,6 +31,7 @@ constexpr CodeRow kCodes[] = {
     {GBE_ERROR_NOT_READABLE, ExitStatus::Refused},
     {GBE_ERROR_NOT_WRITABLE, ExitStatus::Refused},
     {GBE_ERROR_ILLEGAL_VALUE, ExitStatus::Refused},
+    {GBE_ERROR_ILLEGAL_REGISTER_LENGTH, ExitStatus::Refused},
     {GBE_ERROR_CONNECTION, ExitStatus::Lost},
     {GBE_ERROR_CAMERA_NOT_CONNECTED, ExitStatus::Lost},
     {GBE_ERROR_SERVICE_CONNECTION, ExitStatus::NoService},

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <iterator>
@@ -49,6 +50,12 @@ std::string unitBehind(const char* at, const std::string& text) {
     const std::string rest(at, text.c_str() + text.size());
     const std::size_t begin = rest.find_first_not_of(' ');
     return begin == rest.npos ? "" : rest.substr(begin);
+}
+
+// Not what is only typed wrong: "1,5" has no unit.
+bool isUnit(const std::string& text) {
+    const unsigned char first = text.empty() ? 'u' : static_cast<unsigned char>(text.front());
+    return first >= 0x80 || first == '%' || std::isalpha(first) != 0;
 }
 
 std::optional<Quantity> parseHexadecimal(const std::string& text, std::size_t digits, bool isNegative) {
@@ -101,7 +108,7 @@ std::optional<Quantity> parseQuantity(const std::string& text) {
         quantity.integer = integer;
     }
     quantity.unit = unitBehind(stop, text);
-    return quantity;
+    return isUnit(quantity.unit) ? std::optional(quantity) : std::nullopt;
 }
 
 std::optional<double> converted(double number, const std::string& from, const std::string& to) {

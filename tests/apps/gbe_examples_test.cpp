@@ -1,4 +1,5 @@
-// Every example of gbe's help, run as it is printed: with a real gbe-service and the default board in software.
+// Every example of gbe's help, run as it is printed: with a real gbe-service and the default board in
+// software.
 #include "process.h"
 
 #include <gtest/gtest.h>
@@ -35,8 +36,8 @@ TEST_F(Examples, OfEachVerbRunAsPrinted) {
         for (const QString& verb : verbs.mid(first, kAtOnce)) {
             const QStringList examples = linesOf(QStringList{"help"} + verb.split(' '), "^  (gbe .*)$");
             EXPECT_FALSE(examples.isEmpty()) << verb.toStdString();
-            programs[verb] = std::make_unique<test::Program>(
-                "/bin/bash", QStringList{"-c", path + examples.join('\n')});
+            programs[verb] =
+                std::make_unique<test::Program>("/bin/bash", QStringList{"-c", path + examples.join('\n')});
         }
         for (const auto& [verb, program] : programs) {
             const test::Outcome outcome = program->wait();

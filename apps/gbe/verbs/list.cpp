@@ -8,11 +8,14 @@
 #include "gbe/Table.h"
 #include "gbe/Terminal.h"
 #include "gbe/features.h"
+#include "gbe/files.h"
 #include "gbe/options.h"
 #include "gbe/similar.h"
 #include "liomol/features.h"
+#include "liomol/settings.h"
 
 #include <QtCore/QJsonArray>
+#include <QtCore/QStringList>
 
 #include <algorithm>
 #include <cctype>
@@ -99,6 +102,9 @@ bool List::isWanted(const std::string& name) const {
 }
 
 void List::add(Table& table, const std::string& category, const std::string& name, const Place& place) {
+    if (m_interrupt.asked()) {
+        throw Failure("interrupted");
+    }
     const int kind = featureKind(m_camera, name);
     QJsonObject object{
         {"name", QString::fromStdString(name)},
@@ -136,12 +142,7 @@ void List::show(const Category& category) {
             add(table, category.name, name, {});
             continue;
         }
-        m_selectors->each(name, [&](const Place& place) {
-            if (m_interrupt.asked()) {
-                throw Failure("interrupted");
-            }
-            add(table, category.name, name, place);
-        });
+        m_selectors->each(name, [&](const Place& place) { add(table, category.name, name, place); });
     }
     if (!table.empty() && !category.name.empty()) {
         std::printf("%s\n", heading(common::terminalText(category.name)).c_str());
@@ -158,6 +159,32 @@ void List::run() {
     }
 }
 
+// Against a file that gbe save has written.
+void listChanges(CameraHandle* camera, const std::string& file, bool json) {
+    const std::string before = readFile(file);
+    const char* differences = "";
+    const int code = Gbe_compareSettings(
+        camera, before.data(), static_cast<unsigned>(before.size()), nullptr, 0, &differences);
+    if (code == GBE_ERROR_ILLEGAL_PARAMETER) {
+        throw Failure(file + ": " + differences);
+    }
+    check(file, code);
+    Table table({"NAME", "SAVED", "NOW"});
+    QJsonArray array;
+    for (const QString& line : QString::fromUtf8(differences).split('\n', Qt::SkipEmptyParts)) {
+        const QStringList parts = line.split('\t');
+        array.append(QJsonObject{{"name", parts[0]}, {"saved", parts.value(1)}, {"now", parts.value(2)}});
+        table.add(
+            {parts[0].toStdString(), shortened(parts.value(1).toStdString()),
+             shortened(parts.value(2).toStdString())});
+    }
+    if (json) {
+        print(QJsonDocument(array));
+    } else if (!array.isEmpty()) {
+        table.print();
+    }
+}
+
 Run define(CLI::App& command, Context& context) {
     const auto request = std::make_shared<Request>();
     command.add_option("CATEGORY", request->category, "Only the features of this one");
@@ -171,9 +198,18 @@ Run define(CLI::App& command, Context& context) {
     command.add_flag(
         "--selectors", request->selectors,
         "In every position of their selectors, which are put back as they were; takes control");
+    command
+        .add_option(
+            "--changed-since", request->changedSince,
+            "Only those that gbe save has written into this file with other values; takes control")
+        ->type_name("FILE");
     command.add_flag("--all", request->all, "Helpers behind the features too, in the order of names");
     addJson(command, context);
     return [=, &context] {
+        if (!request->changedSince.empty()) {
+            listChanges(context.session(Purpose::Work).camera.get(), request->changedSince, context.json);
+            return ExitStatus::Success;
+        }
         const Purpose purpose = request->selectors ? Purpose::Work : Purpose::Look;
         List(context.session(purpose).camera.get(), *request, context.json).run();
         return ExitStatus::Success;
