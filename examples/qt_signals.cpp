@@ -7,26 +7,21 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 namespace {
 
 constexpr int kDeadlineMs = 30000;
 
-struct FreeBoard {
-    void operator()(BoardHandle* board) const { Gbe_freeBoard(board); }
-};
-struct FreeCamera {
-    void operator()(CameraHandle* camera) const { Gbe_freeCamera(camera); } // disconnects too
-};
+using FreeBoard = decltype([](BoardHandle* board) { Gbe_freeBoard(board); });
+using FreeCamera = decltype([](CameraHandle* camera) { Gbe_freeCamera(camera); }); // disconnects too
 
-bool succeeds(const char* what, int code) {
+void check(int code) {
     if (code != GBE_SUCCESS) {
-        std::fprintf(stderr, "%s: %s (%d)\n", what, Gbe_getErrorDescription(code), code);
+        throw std::runtime_error(Gbe_getErrorDescription(code));
     }
-    return code == GBE_SUCCESS;
 }
 
 // The values that were told, in their order, until there are as many as were written.
@@ -52,41 +47,32 @@ std::vector<std::int64_t> changesOf(
     return seen;
 }
 
-bool watchWidth(CameraHandle* camera) {
-    tavo::GenICamCamera* const device = tavo::getGenICamInterface(camera);
-    tavo::GenICamNode* const node = device->getNodeByName("Width");
-    tavo::GenICamIntegerInterface* const width = node != nullptr ? node->asInteger() : nullptr;
-    if (width == nullptr) {
-        std::fprintf(stderr, "the camera has no Width\n");
-        return false;
+void watchWidth(CameraHandle* camera) {
+    tavo::GenICamCamera& device = *tavo::getGenICamInterface(camera);
+    tavo::GenICamIntegerInterface& width = *device.getNodeByName("Width")->asInteger();
+    const std::int64_t before = width.getValue();
+    const std::int64_t other = before != width.getMin() ? width.getMin() : before + width.getInc();
+    if (changesOf(device, width, {other, before}) != std::vector<std::int64_t>{other, before}) {
+        throw std::runtime_error("the changes that were told are not those that were made");
     }
-    const std::int64_t before = width->getValue();
-    const std::int64_t other = before != width->getMin() ? width->getMin() : before + width->getInc();
-    return changesOf(*device, *width, {other, before}) == std::vector<std::int64_t>{other, before};
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
-    const int number = argc > 1 ? std::atoi(argv[1]) : 0;
     const unsigned port = argc > 2 ? static_cast<unsigned>(std::atoi(argv[2])) : 0;
-    BoardHandle* opened = nullptr;
-    if (!succeeds("opening the board", Gbe_initBoard(number, 0, &opened))) {
-        return 1;
-    }
-    const std::unique_ptr<BoardHandle, FreeBoard> board(opened);
-    CameraHandle* found = nullptr;
-    if (!succeeds("scanning", Gbe_scanNetwork(opened, static_cast<int>(port), 0)) ||
-        !succeeds("looking for a camera", Gbe_getFirstCamera(opened, port, &found))) {
-        return 1;
-    }
-    const std::unique_ptr<CameraHandle, FreeCamera> camera(found);
-    if (!succeeds("connecting", Gbe_connectCamera(found))) {
-        return 1;
-    }
     try {
-        return watchWidth(found) ? 0 : 1;
+        BoardHandle* board = nullptr;
+        check(Gbe_initBoard(argc > 1 ? std::atoi(argv[1]) : 0, 0, &board));
+        const std::unique_ptr<BoardHandle, FreeBoard> boardOwner(board);
+        check(Gbe_scanNetwork(board, static_cast<int>(port), 0));
+        CameraHandle* camera = nullptr;
+        check(Gbe_getFirstCamera(board, port, &camera));
+        const std::unique_ptr<CameraHandle, FreeCamera> cameraOwner(camera);
+        check(Gbe_connectCamera(camera));
+        watchWidth(camera);
+        return 0;
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "%s\n", failure.what());
         return 1;

@@ -245,22 +245,34 @@ TEST_F(Gbe, TheExamplesRun) {
     const struct {
         const char* name;
         const char* out;
+        QStringList arguments = {};
     } rows[] = {
-        {"list_cameras", "port 0: "},          {"read_write", "Width is 1920\nWidth was set to 960\n"},
-        {"acquire", "the camera has sent "},   {"save_image", "1920x1200 Mono8: image.pnm\n"},
+        {"list_cameras", "port 0: "},
+        {"read_write", "Width is 1920\nWidth was set to 960\n"},
+        {"acquire", "the camera has sent "},
+        {"save_image", "1920x1200 Mono8: image.pnm\n"},
+        {"several_cameras", "Width 1920, read 100 times\n"},
+        {"settings", "", {"save", "kept.txt"}},
         {"qt_signals", "Width is now 1920\n"},
+#ifdef HAS_QT_WINDOW
+        {"qt_window", "PayloadSize is now ", {"0", "0", "try"}},
+#endif
     };
+    qputenv("QT_QPA_PLATFORM", "offscreen");
     std::vector<std::unique_ptr<test::Program>> programs; // side by side: they mostly wait
     for (const auto& row : rows) {
         const std::string file = std::string(EXAMPLES) + row.name;
-        programs.push_back(std::make_unique<test::Program>(file.c_str(), QStringList()));
-        EXPECT_EQ(test::Program::run(file.c_str(), {"3"}).status, 1) << "no such board";
+        programs.push_back(std::make_unique<test::Program>(file.c_str(), row.arguments));
+        EXPECT_GT(test::Program::run(file.c_str(), {"3"}).status, 0) << "no such board";
     }
     for (std::size_t i = 0; i < programs.size(); ++i) {
         const Outcome outcome = programs[i]->wait();
         EXPECT_EQ(outcome.status, 0) << outcome.err;
         EXPECT_THAT(outcome.out, HasSubstr(rows[i].out));
     }
+    const std::string kept = test::Program::run(EXAMPLES "settings", {"restore", "kept.txt"}).out;
+    EXPECT_THAT(kept, HasSubstr(" values: 0 set, ")) << "of a camera that has them";
+    EXPECT_THAT(kept, HasSubstr(", 0 refused\n"));
 }
 
 TEST_F(Gbe, APortKeepsTheAddressThatItWasGiven) {
