@@ -42,6 +42,7 @@ typedef enum GbeRepresentation {
     GBE_REPRESENTATION_HEX_NUMBER = 5
 } GbeRepresentation;
 
+/* What a feature is, and what may be done with it now. */
 typedef struct GbeFeatureInfo {
     int kind;           /* a GbeFeatureKind */
     int access;         /* a GbeAccess */
@@ -82,6 +83,7 @@ GBE_API int Gbe_getEntryValue(CameraHandle* camera, const char* name, const char
 
 /* ---- Its neighbours ---------------------------------------------------------------------------------- */
 
+/* Lists of names that go with a feature. */
 typedef enum GbeFeatureList {
     GBE_LIST_ENTRIES = 0,           /* of an enumeration, in the order of the description */
     GBE_LIST_AVAILABLE_ENTRIES = 1, /* those of them that may be set now */

@@ -56,13 +56,13 @@ typedef struct CameraHandle CameraHandle;
 /* A camera's identity, as it told it in its last discovery answer (GigE Vision, DISCOVERY_ACK). 182 bytes
  * without padding. A text that fills its field has no terminating NUL. */
 typedef struct CameraInfo {
-    char manufacturerName[32];
-    char modelName[32];
-    char deviceVersion[32];
-    char manufacturerInfo[48];
-    char serialNumber[16];
-    char userDefinedName[16];
-    unsigned char mac[6]; /* as sent, most significant byte first */
+    char manufacturerName[32]; /* texts in the coding that the camera says elsewhere */
+    char modelName[32];        /* of the kind of camera */
+    char deviceVersion[32];    /* of hardware or firmware */
+    char manufacturerInfo[48]; /* whatever the manufacturer wants to tell */
+    char serialNumber[16];     /* empty where a camera has none */
+    char userDefinedName[16];  /* the name that its user has given the camera */
+    unsigned char mac[6];      /* as sent, most significant byte first */
 } CameraInfo;
 
 /* The value of `flags` with which the service process opens a board: the service is not asked for the ports'
@@ -269,6 +269,7 @@ typedef enum GbeControlLoss {
     GBE_LOSS_DISCONNECTED = 6
 } GbeControlLoss;
 
+/* Who controls a camera, and why the handle does not. */
 typedef struct GbeControlStatus {
     int holder;  /* a GbeControlHolder, as the camera tells it now */
     int loss;    /* a GbeControlLoss */

@@ -52,6 +52,7 @@ enum {
 /* The most buffers that a stream can have. */
 enum { GBE_MOST_BUFFERS = 4096 };
 
+/* How images are to come. The default stands behind the last semicolon, or in brackets. */
 typedef struct GbeStreamOptions {
     size_t structSize;   /* set by Gbe_initStreamOptions */
     unsigned buffers;    /* images that can be under way, waiting and borrowed together; 8 */
@@ -68,6 +69,7 @@ typedef struct GbeStreamOptions {
 /* Fills in the defaults. GBE_ERROR_ILLEGAL_PARAMETER: null. */
 GBE_API int Gbe_initStreamOptions(GbeStreamOptions* options);
 
+/* What of an image has arrived. */
 typedef enum GbeImageStatus {
     GBE_IMAGE_COMPLETE = 0,
     GBE_IMAGE_INCOMPLETE = 1,    /* bytes are missing; those are not of this image, whatever they hold */
@@ -76,68 +78,68 @@ typedef enum GbeImageStatus {
 
 /* Bytes of an image that did not arrive. */
 typedef struct GbeMissingBytes {
-    uint64_t offset;
-    uint64_t length;
+    uint64_t offset; /* from `data`, bytes */
+    uint64_t length; /* bytes */
 } GbeMissingBytes;
 
 /* A piece of data that the camera has appended to an image (GenICam SFNC, chunk data). */
 typedef struct GbeChunk {
-    uint32_t id;
-    const void* data;
-    size_t size;
+    uint32_t id;      /* as the description has it (ChunkID) */
+    const void* data; /* the chunk's bytes, as the camera sent them */
+    size_t size;      /* bytes */
 } GbeChunk;
 
 /* What the pointers lead to is valid until the image is given back. Missing bytes are those of image and
  * chunks together, as offsets from `data`; chunks are there only when all that tells where they lie has come.
  */
 typedef struct GbeImage {
-    uint64_t id; /* for Gbe_giveBackImage; never used twice */
-    const void* data;
-    size_t size;          /* bytes of the image itself, without chunks */
-    int status;           /* a GbeImageStatus */
-    unsigned payloadType; /* GigE Vision, as in the leader; 1 is an image, 0x4001 one with chunks */
-    unsigned width;       /* pixels */
-    unsigned height;      /* lines */
-    unsigned offsetX;     /* of the region of interest in the sensor, pixels */
-    unsigned offsetY;
+    uint64_t id;                 /* for Gbe_giveBackImage; never used twice */
+    const void* data;            /* the first byte of the image */
+    size_t size;                 /* bytes of the image itself, without chunks */
+    int status;                  /* a GbeImageStatus */
+    unsigned payloadType;        /* GigE Vision, as in the leader; 1 is an image, 0x4001 one with chunks */
+    unsigned width;              /* pixels */
+    unsigned height;             /* lines */
+    unsigned offsetX;            /* of the region of interest in the sensor, pixels */
+    unsigned offsetY;            /* likewise, lines */
     unsigned paddingX;           /* bytes at the end of each line */
     unsigned paddingY;           /* bytes at the end of the image */
     uint32_t pixelFormat;        /* number of the pixel format naming convention (PFNC) */
     const char* pixelFormatName; /* static; empty for a number that liomol does not know */
-    int geometryAssumed; /* 1: the camera's leader was lost; sizes and format are those of its features */
-    int truncated;       /* 1: the camera sent more than the buffer holds */
-    uint64_t blockId;
-    uint64_t timestamp;   /* the camera's ticks */
-    uint64_t timestampNs; /* the same in nanoseconds; 0 when its tick frequency is not known */
-    uint64_t arrivedNs;   /* CLOCK_MONOTONIC of the last packet, in nanoseconds */
-    uint64_t missingBytes;
+    int geometryAssumed;   /* 1: the camera's leader was lost; sizes and format are those of its features */
+    int truncated;         /* 1: the camera sent more than the buffer holds */
+    uint64_t blockId;      /* the camera's number of the image */
+    uint64_t timestamp;    /* the camera's ticks */
+    uint64_t timestampNs;  /* the same in nanoseconds; 0 when its tick frequency is not known */
+    uint64_t arrivedNs;    /* CLOCK_MONOTONIC of the last packet, in nanoseconds */
+    uint64_t missingBytes; /* all together */
     const GbeMissingBytes* missing; /* ascending; null when nothing is missing */
-    size_t missingCount;
-    const GbeChunk* chunks; /* in the order of the payload; null without */
-    size_t chunkCount;
+    size_t missingCount;            /* elements of `missing` */
+    const GbeChunk* chunks;         /* in the order of the payload; null without */
+    size_t chunkCount;              /* elements of `chunks` */
 } GbeImage;
 
 /* Counts since the stream was opened. */
 typedef struct GbeStreamStatistics {
-    uint64_t packets;
-    uint64_t bytes;           /* of payload */
-    uint64_t complete;        /* images */
-    uint64_t incomplete;      /* images that were handed out with holes */
-    uint64_t lostImages;      /* of which nothing arrived */
-    uint64_t droppedArriving; /* images that found all buffers full */
-    uint64_t droppedOldest;   /* images that nobody fetched in time */
-    uint64_t missingPackets;
-    uint64_t resendRequests;
-    uint64_t requestedPackets;
-    uint64_t resentPackets; /* that came because of it */
-    uint64_t unavailable;   /* packets that the camera does not have any more */
-    uint64_t duplicates;
-    uint64_t late; /* packets of images that had been given up */
-    uint64_t malformed;
-    uint64_t overrun;       /* packets that this computer lost: it was too slow */
-    unsigned packetSize;    /* in use, bytes with all headers; 0 when the camera does not tell */
-    unsigned buffersFree;   /* now */
-    unsigned imagesWaiting; /* likewise */
+    uint64_t packets;          /* of the stream, repeated ones as well */
+    uint64_t bytes;            /* of payload */
+    uint64_t complete;         /* images */
+    uint64_t incomplete;       /* images that were handed out with holes */
+    uint64_t lostImages;       /* of which nothing arrived */
+    uint64_t droppedArriving;  /* images that found all buffers full */
+    uint64_t droppedOldest;    /* images that nobody fetched in time */
+    uint64_t missingPackets;   /* that incomplete images lack */
+    uint64_t resendRequests;   /* commands to the camera to send packets again */
+    uint64_t requestedPackets; /* that they asked for */
+    uint64_t resentPackets;    /* that came because of it */
+    uint64_t unavailable;      /* packets that the camera does not have any more */
+    uint64_t duplicates;       /* packets that had come before */
+    uint64_t late;             /* packets of images that had been given up */
+    uint64_t malformed;        /* packets that are none of the stream protocol's */
+    uint64_t overrun;          /* packets that this computer lost: it was too slow */
+    unsigned packetSize;       /* in use, bytes with all headers; 0 when the camera does not tell */
+    unsigned buffersFree;      /* now */
+    unsigned imagesWaiting;    /* likewise */
 } GbeStreamStatistics;
 
 /* Makes the camera send its images to the port, and gets ready for them. The camera must be connected (not

@@ -40,6 +40,7 @@
 /* clang-format on */
 
 #define GBE_STATUS_ENUMERATOR(enumerator, name, code, text) enumerator = code,
+/* 0, or what went wrong. */
 typedef enum GbeStatus { GBE_STATUS_TABLE(GBE_STATUS_ENUMERATOR) } GbeStatus;
 #undef GBE_STATUS_ENUMERATOR
 
