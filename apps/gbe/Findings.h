@@ -1,5 +1,8 @@
-// What gbe doctor prints: a line for each check, and below a bad one what mends it.
+// What gbe doctor tells: a line for each check, and below a bad one what mends it; or all of them as JSON in
+// the end.
 #pragma once
+
+#include <QtCore/QJsonArray>
 
 #include <string>
 
@@ -7,16 +10,24 @@ namespace gbe {
 
 class Findings {
 public:
-    void good(const std::string& check, const std::string& finding) { line("ok", check, finding); }
+    explicit Findings(bool json = false) : m_json(json) {}
+
+    void good(const std::string& check, const std::string& finding) { tell("ok", check, finding, ""); }
     // Neither good nor bad, or not looked at.
-    void note(const std::string& check, const std::string& finding) { line("--", check, finding); }
+    void note(const std::string& check, const std::string& finding) { tell("--", check, finding, ""); }
     void bad(const std::string& check, const std::string& finding, const std::string& mend);
 
     int problems() const { return m_problems; }
+    // After the last of them.
+    void conclude() const;
 
 private:
-    static void line(const char* grade, const std::string& check, const std::string& finding);
+    void tell(
+        const std::string& grade, const std::string& check, const std::string& finding,
+        const std::string& mend);
 
+    const bool m_json;
+    QJsonArray m_array;
     int m_problems = 0;
 };
 

@@ -82,18 +82,20 @@ Selection parseSelection(const std::string& text) {
         for (const Part& each : kParts) {
             part = text.compare(at, std::char_traits<char>::length(each.word), each.word) == 0 ? &each : part;
         }
-        const std::string wrong = std::string(kSelectionVariable) + ": \"" + text.substr(at) + "\" is not ";
+        const std::string what = std::string(kSelectionVariable) + ": \"";
         if (part == nullptr) {
             throw Failure(
-                wrong + "board:N, port:N, mac:MAC, ip:IP or name:NAME, with commas between them",
+                what + text.substr(at) +
+                    "\" is not board:N, port:N, mac:MAC, ip:IP or name:NAME, with commas between them",
                 ExitStatus::Usage);
         }
         at += std::char_traits<char>::length(part->word);
         const std::size_t end = part->take == &takeName ? text.npos : text.find(',', at); // names have commas
+        const std::string value = text.substr(at, end - at);
         try {
-            part->take(selection, text.substr(at, end - at));
-        } catch (const std::invalid_argument& what) {
-            throw Failure(wrong + part->word + " and " + what.what(), ExitStatus::Usage);
+            part->take(selection, value);
+        } catch (const std::invalid_argument& wanted) {
+            throw Failure(what + value + "\" is not " + wanted.what(), ExitStatus::Usage);
         }
         at = end == text.npos ? text.size() : end + 1;
     }

@@ -181,7 +181,7 @@ Failure boardFailure(const std::string& what, int board, int code) {
     }
     for (unsigned port = 0; port < GBE_PORTS; ++port) {
         const auto link = link_report::ofPort(board, port);
-        if (link && link->error == EPERM) {
+        if (link && (link->error == EPERM || link->error == EACCES)) {
             return Failure(what + " (no right to raw frames on " + link->interface + ": gbe doctor)", code)
                 .as(ExitStatus::NoRight);
         }

@@ -16,7 +16,6 @@ namespace gbe {
 namespace {
 
 constexpr const char* kRoot = "Root"; // of the categories
-constexpr std::chrono::seconds kCommandLimit{10};
 constexpr std::chrono::milliseconds kCommandPoll{10};
 
 // What a call that sets a feature has returned.
@@ -324,12 +323,13 @@ std::vector<Setting> parseSettings(const std::vector<std::string>& texts) {
     return settings;
 }
 
-void execute(CameraHandle* camera, const std::string& name) {
+void execute(CameraHandle* camera, const std::string& name, double seconds) {
     if (const int kind = featureKind(camera, name); kind != GBE_KIND_COMMAND) {
         throw Failure(name + ": is no command; its kind is " + kindName(kind));
     }
     check(name, Gbe_executeCommand(camera, name.c_str()));
-    const auto deadline = std::chrono::steady_clock::now() + kCommandLimit;
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
     for (;;) {
         const int done = Gbe_isCommandDone(camera, name.c_str());
         check(name, done);
@@ -337,7 +337,7 @@ void execute(CameraHandle* camera, const std::string& name) {
             return;
         }
         if (std::chrono::steady_clock::now() > deadline) {
-            throw Failure(name + ": is not done after " + std::to_string(kCommandLimit.count()) + " s");
+            throw Failure(name + ": is not done after " + numberText(seconds) + " s");
         }
         std::this_thread::sleep_for(kCommandPoll);
     }

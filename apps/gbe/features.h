@@ -49,8 +49,9 @@ struct Setting {
 // NAME=VALUE, NAME+=STEP and NAME-=STEP.
 std::vector<Setting> parseSettings(const std::vector<std::string>& texts);
 void apply(CameraHandle* camera, const Setting& setting);
-// Executes and waits until the command says that it is done.
-void execute(CameraHandle* camera, const std::string& name);
+// Executes and waits until the command says that it is done, for so many seconds at most.
+inline constexpr double kCommandSeconds = 10;
+void execute(CameraHandle* camera, const std::string& name, double seconds = kCommandSeconds);
 
 // The camera's description, as it was loaded.
 std::string readDescription(CameraHandle* camera);

@@ -15,6 +15,17 @@ inline void addJson(CLI::App& command, Context& context) {
     command.add_flag("--json", context.json, "As JSON");
 }
 
+// Seconds, with any fraction; the verb's own time stays without it.
+inline void addTimeout(CLI::App& command, double& seconds, const char* text) {
+    const auto isNumber = [](const std::string& word) { // "nan" is in every range
+        return word.find_first_not_of("0123456789.eE+-") == word.npos ? "" : "\"" + word + "\" is no time";
+    };
+    command.add_option("--timeout", seconds, text)
+        ->check(CLI::Validator(isNumber, ""))
+        ->check(CLI::Range(0.0, 1e6))
+        ->type_name("SECONDS");
+}
+
 // What gbe grab and gbe stream both want of a stream.
 struct StreamRequest {
     std::vector<std::string> settings; // NAME=VALUE, written before

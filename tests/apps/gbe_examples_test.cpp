@@ -12,7 +12,12 @@
 
 namespace {
 
-class Examples : public test::WithService {};
+class GbeInAShell : public test::WithService {};
+
+// Where "gbe" is this one.
+QString shellPath() {
+    return QString("PATH=%1:$PATH\n").arg(QFileInfo(GBE).path());
+}
 
 // What matches in the lines of a program's output, in their order.
 QStringList linesOf(const QStringList& arguments, const char* pattern) {
@@ -26,23 +31,72 @@ QStringList linesOf(const QStringList& arguments, const char* pattern) {
     return found;
 }
 
-TEST_F(Examples, OfEachVerbRunAsPrinted) {
+TEST_F(GbeInAShell, RunsTheExamplesOfEachVerbAsPrinted) {
     const QStringList verbs = linesOf({"--help"}, "^  ([a-z]+(?: [a-z]+)?)  ");
     ASSERT_GE(verbs.size(), 17);
-    const QString path = QString("PATH=%1:$PATH\nset -ex\n").arg(QFileInfo(GBE).path());
     constexpr int kAtOnce = 4;
     for (int first = 0; first < verbs.size(); first += kAtOnce) {
         std::map<QString, std::unique_ptr<test::Program>> programs;
         for (const QString& verb : verbs.mid(first, kAtOnce)) {
             const QStringList examples = linesOf(QStringList{"help"} + verb.split(' '), "^  (gbe .*)$");
             EXPECT_FALSE(examples.isEmpty()) << verb.toStdString();
-            programs[verb] =
-                std::make_unique<test::Program>("/bin/bash", QStringList{"-c", path + examples.join('\n')});
+            programs[verb] = std::make_unique<test::Program>(
+                "/bin/bash", QStringList{"-c", shellPath() + "set -ex\n" + examples.join('\n')});
         }
         for (const auto& [verb, program] : programs) {
             const test::Outcome outcome = program->wait();
             EXPECT_EQ(outcome.status, 0) << verb.toStdString() << ":\n" << outcome.err << outcome.out;
         }
+    }
+}
+
+TEST_F(GbeInAShell, CompletesFromWhatItKeptOfACamera) {
+    EXPECT_EQ(test::Program::run(GBE, {"get", "Width"}).status, 0); // now it knows the camera
+    const struct {
+        const char* line;
+        const char* words;
+    } rows[] = {
+        {"gbe des", "describe"},
+        {"gbe ip s", "show set"},
+        {"gbe get --js", "--json"},
+        {"gbe get Wid", "WidthMax Width"},
+        {"gbe set ReverseX", "ReverseX="},
+        {"gbe set PixelFormat=Mono12", "Mono12 Mono12Packed"}, // bash has cut the word at "="
+        {"gbe set ReverseX=t", "true"},
+        {"gbe exec StatisticsR", "StatisticsReset"},
+        {"gbe --mac 02:53:43:00:00:0", "01"},
+        {"gbe --ip 1.2.3.4 get Wid", ""}, // no camera that it knows
+        {"gbe xml -o ", ""},
+    };
+    QString script = shellPath() + ". " COMPLETION "\n";
+    std::string expected;
+    for (const auto& [line, words] : rows) {
+        script +=
+            QString(
+                "COMP_LINE='%1' COMP_POINT=%2; COMPREPLY=(); _gbe 2>/dev/null; echo \"${COMPREPLY[*]}\"\n")
+                .arg(line)
+                .arg(std::string(line).size());
+        expected += std::string(words) + "\n";
+    }
+    EXPECT_EQ(test::Program::run("/bin/bash", {"-c", script}).out, expected);
+}
+
+TEST_F(GbeInAShell, TakesTheCameraFromTheEnvironment) {
+    const struct {
+        const char* line;
+        int status;
+        const char* err;
+    } rows[] = {
+        {"GBE_CAMERA=port:0 gbe info", 0, ""},
+        {"GBE_CAMERA=port:1 gbe info", 3, "gbe: camera on board 0 port 1: no cameras found (-40023)\n"},
+        {"GBE_CAMERA=board:3,port:1 gbe --port 0 info", 0, ""}, // the command line wins
+        {"GBE_CAMERA=port:0,name:a,b gbe info", 3, "gbe: camera \"a,b\": camera does not exist (-40024)\n"},
+        {"GBE_CAMERA=port:4 gbe info", 2, "gbe: GBE_CAMERA: \"4\" is not a number from 0 to 3\n"},
+    };
+    for (const auto& [line, status, err] : rows) {
+        const test::Outcome outcome = test::Program::run("/bin/bash", {"-c", shellPath() + line});
+        EXPECT_EQ(outcome.status, status) << line;
+        EXPECT_EQ(outcome.err, err);
     }
 }
 

@@ -169,6 +169,10 @@ TEST_F(Gbe, JsonIsJson) {
     EXPECT_TRUE(values["Gain"].isDouble());
     EXPECT_EQ(values["ReverseX"], QJsonValue(false));
     EXPECT_EQ(values["PixelFormat"], QJsonValue("Mono8"));
+    const Outcome doctor = gbe({"doctor", "--json"});
+    EXPECT_EQ(QJsonDocument::fromJson(doctor.out.c_str()).object()["problems"], QJsonValue(0)) << doctor.out;
+    const QJsonArray ports = QJsonDocument::fromJson(gbe({"ip", "show", "--json"}).out.c_str()).array();
+    EXPECT_EQ(ports[0].toObject()["cameras"].toArray()[0].toObject()["mac"], camera["mac"]);
 }
 
 // Cameras in another subnet than the port are found, marked and brought in.

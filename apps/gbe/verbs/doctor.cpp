@@ -23,17 +23,6 @@
 
 namespace gbe {
 
-void Findings::bad(const std::string& check, const std::string& finding, const std::string& mend) {
-    ++m_problems;
-    line("FAIL", check, finding);
-    line("", "  mend", mend);
-}
-
-void Findings::line(const char* grade, const std::string& check, const std::string& finding) {
-    std::printf("%-5s %-9s %s\n", grade, check.c_str(), common::terminalText(finding).c_str());
-    std::fflush(stdout); // some checks take seconds
-}
-
 namespace {
 
 constexpr int kUsualPacket = 1500;               // what the library asks cameras for
@@ -92,7 +81,7 @@ std::string mendingInterface(const link_report::LinkReport& link) {
 
 class Doctor {
 public:
-    explicit Doctor(const Selection& selection) : m_selection(selection) {}
+    Doctor(const Selection& selection, bool json) : m_selection(selection), m_findings(json) {}
 
     int run() {
         checkUnreadFiles(m_findings);
@@ -101,12 +90,8 @@ public:
         } else {
             m_findings.note("board " + std::to_string(m_selection.board), "not looked at");
         }
-        const int problems = m_findings.problems();
-        std::printf(
-            "%s\n", problems == 0   ? "All is well."
-                    : problems == 1 ? "1 problem."
-                                    : (std::to_string(problems) + " problems.").c_str());
-        return problems;
+        m_findings.conclude();
+        return m_findings.problems();
     }
 
 private:
@@ -327,13 +312,17 @@ void Doctor::checkHeard(const CheckedPort& port, const std::vector<FoundCamera>&
     }
 }
 
-Run define(CLI::App&, Context& context) {
-    return
-        [&context] { return Doctor(context.selection).run() == 0 ? ExitStatus::Success : ExitStatus::Other; };
+Run define(CLI::App& command, Context& context) {
+    addJson(command, context);
+    return [&context] {
+        const int problems = Doctor(context.selection, context.json).run();
+        return problems == 0 ? ExitStatus::Success : ExitStatus::Other;
+    };
 }
 
 constexpr Example kExamples[] = {
     {"gbe doctor", "from the service outwards to the cameras, a line for each check"},
+    {"gbe --port 0 doctor --json", "of one port, for a program"},
 };
 
 } // namespace

@@ -14,7 +14,6 @@
 #include "pixels/pixels.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -145,9 +144,6 @@ private:
 
 unsigned Grab::run(Context& context) {
     const std::vector<Setting> settings = parseSettings(m_request.settings);
-    if (!std::isfinite(m_request.seconds)) {
-        throw Failure("--timeout: is no time");
-    }
     GbeStreamOptions options;
     Gbe_initStreamOptions(&options);
     options.packetSize = parsePacketSize(m_request.packetSize);
@@ -245,9 +241,7 @@ Run define(CLI::App& command, Context& context) {
         ->type_name("FILE");
     command.add_option("--format", request->format, "png, tiff, pnm or raw (default: by the file's name)")
         ->type_name("FORMAT");
-    command.add_option("--timeout", request->seconds, "Seconds to wait for each image (default: 5)")
-        ->check(CLI::Range(0.0, 1e6))
-        ->type_name("SECONDS");
+    addTimeout(command, request->seconds, "Seconds to wait for each image (default: 5)");
     command.add_flag("--trigger", request->trigger, "Each image by a software trigger");
     addStreamOptions(command, *request);
     addJson(command, context);

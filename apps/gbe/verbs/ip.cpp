@@ -1,9 +1,12 @@
 // gbe ip: the IP addresses of ports and cameras.
 #include "gbe/Context.h"
 #include "gbe/Failure.h"
+#include "gbe/Json.h"
 #include "gbe/Table.h"
 #include "gbe/options.h"
 #include "gbe/service.h"
+
+#include <QtCore/QJsonArray>
 
 #include <algorithm>
 #include <cstdio>
@@ -104,19 +107,31 @@ void tellOutcome(BoardHandle* board, const Target& target, const Ipv4& ip, int c
     throw Failure(mac + ": does not answer", code < 0 ? code : GBE_ERROR_CAMERA_DOES_NOT_EXIST);
 }
 
+QJsonObject addressesOf(const FoundCamera& camera, const PortAddress& port) {
+    return {
+        {"mac", QString::fromStdString(Mac::at(camera.info.mac).text())},
+        {"ip", QString::fromStdString(camera.ip.text())},
+        {"otherSubnet", !port.reaches(camera.ip)},
+        {"userName", QString::fromStdString(fieldText(camera.info.userDefinedName))},
+    };
+}
+
 // Ports, the cameras behind them, and their addresses.
-void showAddresses(const Selection& selection) {
+void showAddresses(const Selection& selection, bool json) {
     const Board board = openBoard(selection.board);
     const std::vector<FoundCamera> found = findCameras(board.get(), selection);
     Table table({"PORT", "PORT MAC", "PORT IP", "CAMERA MAC", "CAMERA IP", "NAME"});
+    QJsonArray array;
     for (unsigned port = 0; port < GBE_PORTS; ++port) {
         if (selection.port && *selection.port != port) {
             continue;
         }
         const PortAddress at = portAddress(board.get(), port);
         std::vector<std::string> row{std::to_string(port), at.mac.text(), at.text()};
+        QJsonArray cameras;
         for (const FoundCamera& camera : found) {
             if (camera.port == port) {
+                cameras.append(addressesOf(camera, at));
                 row.insert(
                     row.end(), {Mac::at(camera.info.mac).text(), addressText(camera.ip, at),
                                 fieldText(camera.info.userDefinedName)});
@@ -126,8 +141,14 @@ void showAddresses(const Selection& selection) {
         if (!row.front().empty()) {
             table.add(row);
         }
+        array.append(QJsonObject{
+            {"board", selection.board},
+            {"port", static_cast<int>(port)},
+            {"mac", QString::fromStdString(at.mac.text())},
+            {"address", QString::fromStdString(at.text())},
+            {"cameras", cameras}});
     }
-    table.print();
+    json ? print(QJsonDocument(array)) : table.print();
 }
 
 // Gives a camera an IP address by its MAC address, and scans again to see that it has it.
@@ -158,9 +179,10 @@ void setAddress(const Selection& selection, const NewAddress& wanted) {
     tellOutcome(board.get(), target, ip, code);
 }
 
-Run defineShow(CLI::App&, Context& context) {
+Run defineShow(CLI::App& command, Context& context) {
+    addJson(command, context);
     return [&context] {
-        showAddresses(context.selection);
+        showAddresses(context.selection, context.json);
         return ExitStatus::Success;
     };
 }
