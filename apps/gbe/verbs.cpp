@@ -14,6 +14,9 @@ extern const Verb kGetVerb;
 extern const Verb kSetVerb;
 extern const Verb kExecVerb;
 extern const Verb kXmlVerb;
+extern const Verb kSaveVerb;
+extern const Verb kLoadVerb;
+extern const Verb kDiffVerb;
 extern const Verb kGrabVerb;
 extern const Verb kStreamVerb;
 extern const Verb kIpShowVerb;
@@ -40,6 +43,9 @@ constexpr const Verb* kVerbs[] = {
     &kSetVerb,
     &kExecVerb,
     &kXmlVerb,
+    &kSaveVerb,
+    &kLoadVerb,
+    &kDiffVerb,
 
     &kGrabVerb,
     &kStreamVerb,
