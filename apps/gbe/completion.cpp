@@ -16,6 +16,7 @@ struct Typed {
     Selection selection;
     std::string before; // the option that the last word belongs to; empty without one
     std::size_t arguments = 0;
+    CLI::App* family = nullptr; // that the last argument names
 };
 
 const CLI::Option* optionNamed(const CLI::App& command, const std::string& name) {
@@ -40,7 +41,7 @@ void select(Selection& selection, const std::string& option, const std::string& 
 }
 
 Typed readLine(CLI::App& app, const std::vector<std::string>& words, const Selection& usual) {
-    Typed typed{&app, {}, "", 0};
+    Typed typed{&app, {}, "", 0, nullptr};
     for (std::size_t i = 0; i + 1 < words.size(); ++i) {
         const std::string& word = words[i];
         if (!typed.before.empty()) {
@@ -56,6 +57,9 @@ Typed readLine(CLI::App& app, const std::vector<std::string>& words, const Selec
             typed.command = commands.front();
         } else if (!word.starts_with('-')) {
             ++typed.arguments;
+            const auto named =
+                app.get_subcommands([&](const CLI::App* each) { return each->get_name() == word; });
+            typed.family = named.empty() ? nullptr : named.front();
         }
     }
     if (typed.selection == Selection()) {
@@ -171,7 +175,8 @@ std::vector<HelpRow> possible(CLI::App& app, const Typed& typed, const std::stri
         return commands(*typed.command);
     }
     const std::string argument = nextArgument(typed);
-    return argument == "VERB" ? commands(app) : features(typed.selection, argument, last);
+    return argument == "VERB" ? commands(typed.family != nullptr ? *typed.family : app)
+                              : features(typed.selection, argument, last);
 }
 
 } // namespace

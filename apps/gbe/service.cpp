@@ -81,7 +81,6 @@ void setPortAddress(const std::string& port, const std::string& address) {
     demand(
         "port " + port,
         "CONFIGURE BOARD " + std::to_string(board) + " PORT " + std::to_string(number) + " IP " + address);
-    std::printf("port %s: %s, for boards that are opened from now on\n", port.c_str(), address.c_str());
 }
 
 } // namespace gbe

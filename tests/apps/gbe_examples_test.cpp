@@ -58,6 +58,7 @@ TEST_F(GbeInAShell, CompletesFromWhatItKeptOfACamera) {
     } rows[] = {
         {"gbe des", "describe"},
         {"gbe ip s", "show set"},
+        {"gbe help ip p", "port"},
         {"gbe get --js", "--json"},
         {"gbe get Wid", "WidthMax Width"},
         {"gbe set ReverseX", "ReverseX="},

@@ -189,6 +189,7 @@ TEST_F(Gbe, AddressesAreShownAndSet) {
         {{"ip", "show"}, "2     02:"},
         {{"ip", "set", "far", "169.254.7.100"}, ": 10.1.2.3 -> 169.254.7.100\n"},
         {{"ip", "set", "02:00:00:00:00:99", "10.1.2.4", "--mask", "8"}, "-> 10.1.2.4 (other subnet)\n"},
+        {{"ip", "set", "far", "169.254.7.101", "--json"}, "\"ip\": \"169.254.7.101\""},
         {{"ip", "set", "far", "auto"}, ": looks for an address itself"},
         {{"ip", "set", "10.1.2.3", "169.254.7.100"}, "gbe: 2 cameras are \"10.1.2.3\": name one by", 1},
         {{"--port", "2", "ip", "set", "02:00:00:00:00:98", "169.254.7.100"}, fault(GBE_ERROR_CONNECTION), 6},

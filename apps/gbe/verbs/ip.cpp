@@ -85,8 +85,15 @@ void checkFree(
     }
 }
 
+void tellAddress(const std::string& mac, const std::string& before, const std::string& ip) {
+    print(QJsonDocument(QJsonObject{
+        {"mac", QString::fromStdString(mac)},
+        {"before", QString::fromStdString(before)},
+        {"ip", QString::fromStdString(ip)}}));
+}
+
 // What a scan says after the address was given.
-void tellOutcome(BoardHandle* board, const Target& target, const Ipv4& ip, int code) {
+void tellOutcome(BoardHandle* board, const Target& target, const Ipv4& ip, int code, bool json) {
     Selection place;
     place.port = target.port;
     const std::string mac = target.mac.text();
@@ -98,6 +105,10 @@ void tellOutcome(BoardHandle* board, const Target& target, const Ipv4& ip, int c
             throw Failure(mac + ": still has " + camera.ip.text());
         }
         const std::string before = !target.ip.isNone() ? target.ip.text() : "unknown";
+        if (json) {
+            tellAddress(mac, before, ip.text());
+            return;
+        }
         std::printf(
             "%s: %s -> %s\n", mac.c_str(), before.c_str(),
             addressText(ip, portAddress(board, target.port)).c_str());
@@ -152,7 +163,7 @@ void showAddresses(const Selection& selection, bool json) {
 }
 
 // Gives a camera an IP address by its MAC address, and scans again to see that it has it.
-void setAddress(const Selection& selection, const NewAddress& wanted) {
+void setAddress(const Selection& selection, const NewAddress& wanted, bool json) {
     const bool automatic = wanted.ip == kAutomatic;
     const Ipv4 ip = automatic ? Ipv4{} : parse("an IPv4 address", wanted.ip, Ipv4::parse(wanted.ip));
     const Ipv4 gateway = wanted.gateway.empty()
@@ -171,12 +182,16 @@ void setAddress(const Selection& selection, const NewAddress& wanted) {
     if (code != GBE_ERROR_CONNECTION) { // then the next scan tells
         check(mac + ": " + ip.text() + " with mask " + mask.text(), code);
     }
+    if (automatic && json) {
+        tellAddress(mac, !target.ip.isNone() ? target.ip.text() : "unknown", kAutomatic);
+        return;
+    }
     if (automatic) {
         std::printf(
             "%s: looks for an address itself; gbe scan shows its address in some seconds\n", mac.c_str());
         return;
     }
-    tellOutcome(board.get(), target, ip, code);
+    tellOutcome(board.get(), target, ip, code, json);
 }
 
 Run defineShow(CLI::App& command, Context& context) {
@@ -195,20 +210,32 @@ Run defineSet(CLI::App& command, Context& context) {
     command.add_option("--mask", address->mask, "Subnet mask, 255.255.0.0 or 16 (default: the port's)")
         ->type_name("MASK");
     command.add_option("--gateway", address->gateway, "Default gateway (default: none)")->type_name("IP");
+    addJson(command, context);
     return [=, &context] {
-        setAddress(context.selection, *address);
+        setAddress(context.selection, *address, context.json);
         return ExitStatus::Success;
     };
 }
 
-Run definePort(CLI::App& command, Context&) {
+void tellPortAddress(const std::string& port, const std::string& address, bool json) {
+    if (json) {
+        print(QJsonDocument(QJsonObject{
+            {"port", QString::fromStdString(port)}, {"address", QString::fromStdString(address)}}));
+        return;
+    }
+    std::printf("port %s: %s, for boards that are opened from now on\n", port.c_str(), address.c_str());
+}
+
+Run definePort(CLI::App& command, Context& context) {
     const auto port = std::make_shared<std::string>();
     const auto address = std::make_shared<std::string>();
     command.add_option("PORT", *port, "BOARD:PORT, as in 0:1")->required();
     command.add_option("IP", *address, "Its address and the length of its mask, 192.168.0.250/24")
         ->required();
-    return [=] {
+    addJson(command, context);
+    return [=, &context] {
         setPortAddress(*port, *address);
+        tellPortAddress(*port, *address, context.json);
         return ExitStatus::Success;
     };
 }
