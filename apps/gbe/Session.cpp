@@ -181,7 +181,7 @@ Failure boardFailure(const std::string& what, int board, int code) {
     }
     for (unsigned port = 0; port < GBE_PORTS; ++port) {
         const auto link = link_report::ofPort(board, port);
-        if (link && (link->error == EPERM || link->error == EACCES)) {
+        if (link && link_report::isRightMissing(*link)) {
             return Failure(what + " (no right to raw frames on " + link->interface + ": gbe doctor)", code)
                 .as(ExitStatus::NoRight);
         }
@@ -232,8 +232,10 @@ std::string userText(CameraHandle* camera) {
 void connectCamera(CameraHandle* camera, bool standard, Purpose purpose) {
     check("choosing how to read the description", Gbe_enableStandardBehaviour(camera, standard ? 1 : 0));
     const std::string mac = Mac::at(Gbe_getCameraInfo(camera)->mac).text();
-    const auto connect = purpose == Purpose::Look ? &Gbe_connectCameraForReading : &Gbe_connectCamera;
-    if (const int code = connect(camera);
+    const GbeConnectMode mode = purpose == Purpose::Look   ? GBE_CONNECT_READ_ONLY
+                                : purpose == Purpose::Work ? GBE_CONNECT_CONTROL
+                                                           : GBE_CONNECT_EXCLUSIVE;
+    if (const int code = Gbe_connectCameraWith(camera, mode);
         code < 0 && !(purpose == Purpose::Look && takesControl(camera, code))) {
         throw connectionFailure(camera, "connecting to " + mac, code);
     }

@@ -39,8 +39,9 @@ struct PickedCamera {
 };
 PickedCamera pickCamera(BoardHandle* board, const Selection& selection);
 
-// What a command wants of a camera: to look at it, beside whoever works with it, or to work with it.
-enum class Purpose { Look, Work };
+// What a command wants of a camera: to look at it, beside whoever works with it, to work with it, or to do so
+// while nobody else can look. Each serves for those before it.
+enum class Purpose { Look, Work, WorkAlone };
 
 // Connects, with the checks of access, locks and availability on: what a person does wrong is to be told. A
 // camera that lets nobody look who does not control it is connected to work with, with a word on standard

@@ -26,10 +26,16 @@ inline void addTimeout(CLI::App& command, double& seconds, const char* text) {
         ->type_name("SECONDS");
 }
 
+inline void addExclusive(CLI::App& command, Purpose& purpose) {
+    command.add_flag_callback(
+        "--exclusive", [&purpose] { purpose = Purpose::WorkAlone; }, "Meanwhile nobody else can even read");
+}
+
 // What gbe grab and gbe stream both want of a stream.
 struct StreamRequest {
     std::vector<std::string> settings; // NAME=VALUE, written before
     std::string packetSize = "auto";
+    Purpose purpose = Purpose::Work;
 };
 
 inline void addStreamOptions(CLI::App& command, StreamRequest& request) {
@@ -41,6 +47,7 @@ inline void addStreamOptions(CLI::App& command, StreamRequest& request) {
             "--packet-size", request.packetSize,
             "Bytes; \"auto\": the largest that passes (default); \"keep\": the camera's own")
         ->type_name("SIZE");
+    addExclusive(command, request.purpose);
 }
 
 } // namespace gbe

@@ -2,6 +2,7 @@
 
 #include "softboard/link_report.h"
 
+#include <cerrno>
 #include <dlfcn.h>
 
 namespace link_report {
@@ -29,6 +30,10 @@ Ask lookUp() {
 
 bool isSoftware() {
     return lookUp() != nullptr;
+}
+
+bool isRightMissing(const LinkReport& report) {
+    return report.error == EPERM || report.error == EACCES || report.error == ECONNREFUSED;
 }
 
 std::optional<LinkReport> ofPort(int board, unsigned port) {

@@ -21,6 +21,9 @@ struct LinkReport {
     net::Ipv4 ip; // of the computer on it; none without
 };
 
+// Whether what keeps frames from passing is a right: the program's, its user's, or one that it is refused.
+bool isRightMissing(const LinkReport& report);
+
 // Whether the boards are made in software, so that looking at their links costs nothing.
 bool isSoftware();
 

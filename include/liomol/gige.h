@@ -232,6 +232,29 @@ GBE_API int Gbe_connectCameraWithoutService(CameraHandle* camera);
  * control of it. */
 GBE_API int Gbe_connectCameraForReading(CameraHandle* camera);
 
+/* What a connection takes of the camera. */
+typedef enum GbeConnectMode {
+    GBE_CONNECT_CONTROL = 0,   /* control; others may read */
+    GBE_CONNECT_EXCLUSIVE = 1, /* control, and others may not even read */
+    GBE_CONNECT_READ_ONLY = 2  /* nothing: Gbe_connectCameraForReading */
+} GbeConnectMode;
+
+/* Connects as Gbe_connectCameraWithoutService does, with the statuses of that call, but with the access that
+ * a GbeConnectMode names. GBE_ERROR_ILLEGAL_PARAMETER: null handle, or no such mode. With
+ * GBE_CONNECT_EXCLUSIVE the camera refuses the reads of every other application (whoever then connects to it
+ * gets GBE_ERROR_CAMERA_BUSY) until the handle is disconnected; moving the handle keeps the mode,
+ * Gbe_connectCamera takes plain control again. */
+GBE_API int Gbe_connectCameraWith(CameraHandle* camera, int mode);
+
+/* How long the camera keeps control for this handle when it hears nothing of it, in milliseconds, 3000 to
+ * 3600000; 0 gives the system's own again (15000 while connecting, 8000 from then on). A short one frees the
+ * camera soon after a program has died; a long one outlives breaks, as of a debugger or of a cable. For
+ * connections that follow and, when the handle controls its camera, for this one, at once. Cameras may round
+ * it. Any thread. GBE_ERROR_ILLEGAL_PARAMETER: null handle. GBE_ERROR_ILLEGAL_VALUE: out of range.
+ * GBE_ERROR_CONNECTION, GBE_ERROR_TRANSPORT_LAYER: the camera could not be told; the next heartbeat tells it.
+ */
+GBE_API int Gbe_setHeartbeatTimeout(CameraHandle* camera, unsigned milliseconds);
+
 /* Which program on this computer works with the camera: *pid becomes its process id, and 0 when none does or
  * it cannot be told; its name goes to the `size` bytes of `program` (null when size is 0), cut to fit, with a
  * NUL. Needs no connection and asks nobody but the computer. GBE_ERROR_ILLEGAL_PARAMETER: null pointer. */

@@ -44,13 +44,19 @@ int loadDescription(CameraHandle& handle) {
 
 enum class Purpose { Work, Reading };
 
+struct Wish {
+    Purpose purpose = Purpose::Work;
+    bool exclusive = false;
+};
+
 // Everything that an attempt to connect takes, and gives back unless it succeeds: a failed attempt leaves the
 // camera free and the port without a device, as if it had not been.
 class Attempt {
 public:
-    Attempt(CameraHandle& handle, Purpose purpose)
-        : m_handle(handle), m_purpose(purpose), m_hadMac(handle.macIsTaken) {
-        handle.isReading = purpose == Purpose::Reading;
+    Attempt(CameraHandle& handle, const Wish& wish)
+        : m_handle(handle), m_purpose(wish.purpose), m_hadMac(handle.macIsTaken) {
+        handle.isReading = wish.purpose == Purpose::Reading;
+        handle.isExclusive = wish.exclusive;
     }
     ~Attempt() {
         if (m_succeeded || !m_hasPort) {
@@ -109,7 +115,7 @@ private:
     bool m_succeeded = false;
 };
 
-int connectCamera(CameraHandle* handle, Call call, Purpose purpose = Purpose::Work) {
+int connectCamera(CameraHandle* handle, Call call, const Wish& wish = {}) {
     if (handle == nullptr) {
         return nullArgument("camera");
     }
@@ -126,7 +132,7 @@ int connectCamera(CameraHandle* handle, Call call, Purpose purpose = Purpose::Wo
             change.to(State::Disconnected);
             dropConnection(*handle);
         }
-        const int result = Attempt(*handle, purpose).run();
+        const int result = Attempt(*handle, wish).run();
         if (result != status::Success) {
             return result;
         }
@@ -134,7 +140,7 @@ int connectCamera(CameraHandle* handle, Call call, Purpose purpose = Purpose::Wo
         if (device != nullptr) {
             device->enableChecking(handle->checksEnabled);
         }
-        if (purpose == Purpose::Work) {
+        if (wish.purpose == Purpose::Work) {
             startHeartbeat(*handle);
         } else if (device != nullptr) {
             device->noteControlLoss(tavo::ControlLoss::None); // of an earlier connection
@@ -156,8 +162,22 @@ int Gbe_connectCameraWithoutService(CameraHandle* camera) {
     return api::connectCamera(camera, api::Call::ConnectWithoutService);
 }
 
+int Gbe_connectCameraWith(CameraHandle* camera, int mode) {
+    constexpr auto kCall = api::Call::ConnectWithoutService;
+    switch (mode) {
+    case GBE_CONNECT_CONTROL:
+        return api::connectCamera(camera, kCall);
+    case GBE_CONNECT_EXCLUSIVE:
+        return api::connectCamera(camera, kCall, {api::Purpose::Work, true});
+    case GBE_CONNECT_READ_ONLY:
+        return api::connectCamera(camera, kCall, {api::Purpose::Reading});
+    default:
+        return api::refused(status::IllegalParameter, "there is no such mode");
+    }
+}
+
 int Gbe_connectCameraForReading(CameraHandle* camera) {
-    return api::connectCamera(camera, api::Call::ConnectWithoutService, api::Purpose::Reading);
+    return Gbe_connectCameraWith(camera, GBE_CONNECT_READ_ONLY);
 }
 
 int Gbe_getCameraUser(CameraHandle* camera, int* pid, char* program, unsigned size) {

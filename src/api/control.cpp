@@ -1,4 +1,5 @@
 // Who controls a handle's camera, and why the handle does not.
+#include "api/guard.h"
 #include "api/handles.h"
 #include "api/refusals.h"
 #include "api/visit.h"
@@ -51,7 +52,46 @@ GbeControlHolder shown(board::Holder holder, bool isHeld) {
     return GBE_CONTROL_UNKNOWN;
 }
 
+// Of a connection under control; others have no heartbeat.
+int tellHeartbeatTimeout(const CameraHandle& camera, int timeout) {
+    std::shared_ptr<board::Device> device;
+    {
+        const board::HeldPort held(camera.place());
+        if (camera.place().user() != &camera || held.terms().readOnly || !held.control().isOn()) {
+            return status::Success;
+        }
+        held.terms().heartbeatTimeout = timeout;
+        device = held.device();
+    }
+    if (device == nullptr) {
+        return status::Success;
+    }
+    device->setHeartbeatTimeout(timeout);
+    const int result = api::guarded([&] { return device->sendHeartbeat(), status::Success; });
+    const board::HeldPort held(camera.place());
+    if (result == status::Success && held.device() == device) {
+        board::learnHeartbeatTimeout(held);
+    }
+    return result;
+}
+
 } // namespace
+
+int Gbe_setHeartbeatTimeout(CameraHandle* camera, unsigned milliseconds) {
+    constexpr unsigned kShortest = 3000; // a heartbeat a second, and two that may be lost
+    constexpr unsigned kLongest = 3600000;
+    if (camera == nullptr) {
+        return api::firstNull({{camera, "camera"}});
+    }
+    if (milliseconds != 0 && (milliseconds < kShortest || milliseconds > kLongest)) {
+        return api::refused(status::IllegalValue, "a heartbeat time-out is 3000 to 3600000 milliseconds");
+    }
+    if (util::isForkedChild()) {
+        return api::refusedAsFork();
+    }
+    camera->heartbeatTimeout = static_cast<int>(milliseconds);
+    return tellHeartbeatTimeout(*camera, static_cast<int>(milliseconds));
+}
 
 int Gbe_getControlStatus(CameraHandle* camera, GbeControlStatus* out) {
     if (camera == nullptr || out == nullptr) {

@@ -120,6 +120,7 @@ struct CameraHandle {
     std::atomic<int> loss{GBE_LOSS_NEVER_HELD};            // a GbeControlLoss, while not connected
     std::atomic<bool> checksEnabled{false};                // the wish, for the device that connecting makes
     std::atomic<bool> standardBehaviour{false};            // likewise
+    std::atomic<int> heartbeatTimeout{0};                  // milliseconds; 0: as the system has it
     std::unique_ptr<CameraInfo, api::FreeInfo> info;       // as the look-up made it
     api::HandedTexts texts;
     api::Watches watches;
@@ -134,6 +135,7 @@ struct CameraHandle {
     util::HostLock hostLock;       // of the camera, against other programs, while this handle works with it
     board::PortClaim portClaim;    // while connected
     bool isReading = false;        // connected without control
+    bool isExclusive = false;      // control of it keeps others from reading
     bool descriptionReady = false; // connecting leaves the description alone; nothing sets it yet
 
 private:

@@ -60,8 +60,9 @@ int cameraOf(const CameraHandle* camera, std::shared_ptr<board::Device>& device)
     if (device.get() != own) {
         return api::refused(status::CameraNotConnected, "another handle has taken the port meanwhile");
     }
-    return held.isReadOnly() ? api::refused(status::NotWritable, "the camera is connected for reading alone")
-                             : status::Success;
+    return held.terms().readOnly
+               ? api::refused(status::NotWritable, "the camera is connected for reading alone")
+               : status::Success;
 }
 
 // A connection that ends meanwhile has ended the stream, or is seen here.

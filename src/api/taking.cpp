@@ -55,6 +55,11 @@ int checkControl(const HeldPort& held) {
     return status::Success;
 }
 
+// To everybody but who has control. Some cameras still tell others who that is.
+bool isClosed(const board::ControlReading& found) {
+    return found.isRefused || (found.isExclusive && found.holder != board::Holder::Self);
+}
+
 } // namespace
 
 int takeControl(CameraHandle& handle, CameraPort& place, Beforehand beforehand) {
@@ -62,10 +67,10 @@ int takeControl(CameraHandle& handle, CameraPort& place, Beforehand beforehand) 
     if (!makeCurrent(handle, held)) {
         return notFound(held.place, handle.mac.data());
     }
-    held.setReadOnly(false);
+    held.terms() = {false, handle.isExclusive, handle.heartbeatTimeout};
     const int refused = beforehand == Beforehand::Look ? checkControl(held) : status::Success;
     if (refused == status::Success) {
-        camera(held.port()).init();
+        board::prepareCamera(held);
     }
     return refused;
 }
@@ -75,9 +80,9 @@ int prepareReading(CameraHandle& handle) {
     if (!makeCurrent(handle, held)) {
         return notFound(held.place, handle.mac.data());
     }
-    held.setReadOnly(true);
+    held.terms() = {true};
     const board::ControlReading found = board::readControl(held);
-    return !found.answered ? silent() : found.isRefused ? controlledBy(found) : status::Success;
+    return !found.answered ? silent() : isClosed(found) ? controlledBy(found) : status::Success;
 }
 
 void giveControlBack(CameraHandle& handle) {
@@ -128,6 +133,9 @@ void stopWatching(const CameraHandle& handle) {
 }
 
 void startHeartbeat(CameraHandle& handle) {
+    if (handle.device() != nullptr) {
+        handle.device()->setHeartbeatTimeout(handle.heartbeatTimeout);
+    }
     handle.heartbeat.reset(new GbeHeartbeatThread(
         handle.sharedDevice(), [stream = handle.stream] { stream->fail(status::Connection); }));
     handle.heartbeat->start(QThread::InheritPriority);

@@ -8,12 +8,14 @@
 #pragma once
 
 #include "board/ControlWatch.h"
+#include "protocol/bootstrap.h"
 #include "transport/GigeCamera.h"
 #include "util/qt_locks.h"
 
 #include <QtCore/QMutex>
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -26,6 +28,17 @@ class ImplGenICamCamera;
 namespace board {
 
 using Device = tavo::ImplGenICamCamera;
+
+// How whoever is connected deals with the camera.
+struct Terms {
+    bool readOnly = false;    // the door refuses writes
+    bool exclusive = false;   // control keeps others from reading
+    int heartbeatTimeout = 0; // milliseconds; 0: as the system has it
+
+    std::uint32_t privilege() const {
+        return exclusive ? bootstrap::kPrivilegeExclusive : bootstrap::kPrivilegeControl;
+    }
+};
 
 class CameraPort {
 public:
@@ -62,7 +75,7 @@ private:
     const std::atomic<GigeCamera*>& m_board;
     QMutex m_traffic;
     ControlWatch m_control;                // under m_traffic
-    bool m_readOnly = false;               // likewise
+    Terms m_terms;                         // likewise
     std::shared_ptr<Device> m_deviceShare; // under m_traffic
     std::atomic<Device*> m_device{nullptr};
     std::atomic<const void*> m_user{nullptr};
@@ -83,9 +96,7 @@ public:
 
     ControlWatch& control() const { return place.m_control; }
 
-    // Whether the camera is connected for reading alone: the door then refuses writes.
-    bool isReadOnly() const { return place.m_readOnly; }
-    void setReadOnly(bool readOnly) const { place.m_readOnly = readOnly; }
+    Terms& terms() const { return place.m_terms; }
 
     std::shared_ptr<Device> device() const { return place.m_deviceShare; }
     // The earlier device of the port, for the caller to let go when the lock is not held any more.

@@ -9,7 +9,7 @@ void ControlWatch::start(milliseconds heartbeatTimeout, Time now) {
     m_loss = ControlLoss::None;
     m_takerIp = 0;
     m_timeout = heartbeatTimeout;
-    m_firstTimeout = heartbeatTimeout;
+    m_madeOfIt = heartbeatTimeout;
     m_heard = now;
 }
 
@@ -17,7 +17,7 @@ void ControlWatch::start(milliseconds heartbeatTimeout, Time now) {
 // was told, exactly or as near as it can.
 bool ControlWatch::isKept(std::uint32_t heartbeatTimeout) const {
     const milliseconds kept{heartbeatTimeout};
-    return kept == m_timeout || kept == m_firstTimeout;
+    return kept == m_timeout || kept == m_madeOfIt;
 }
 
 void ControlWatch::looked(const ControlReading& reading, Time now) {

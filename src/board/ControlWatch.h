@@ -23,6 +23,7 @@ struct ControlReading {
     Holder holder = Holder::Unknown;
     bool answered = false;       // whether the camera said anything at all
     bool isRefused = false;      // the holder does not even let others read
+    bool isExclusive = false;    // the holder lets nobody else read
     bool canBeTakenOver = false; // the holder lets others take over
     std::uint32_t ip = 0;        // of the holder, first octet on top; 0 where the camera does not say
     std::uint16_t udpPort = 0;   // of the holder
@@ -62,8 +63,9 @@ public:
     void looked(const ControlReading& reading, Time now);
     // A camera that does not say who controls it has refused control to this host.
     void controlRefused();
-    // This host has written another heartbeat time-out.
+    // This host has written another heartbeat time-out; what the camera has made of one.
     void heartbeatTimeoutWritten(milliseconds heartbeatTimeout) { m_timeout = heartbeatTimeout; }
+    void heartbeatTimeoutRead(milliseconds heartbeatTimeout) { m_madeOfIt = heartbeatTimeout; }
 
 private:
     bool isKept(std::uint32_t heartbeatTimeout) const;
@@ -71,8 +73,8 @@ private:
     bool m_on = false;
     tavo::ControlLoss m_loss = tavo::ControlLoss::None;
     std::uint32_t m_takerIp = 0;
-    milliseconds m_timeout{};      // what this host wrote last
-    milliseconds m_firstTimeout{}; // what the camera made of the first
+    milliseconds m_timeout{};  // what this host wrote last
+    milliseconds m_madeOfIt{}; // what the camera was last seen to make of one
     Time m_heard{};
 };
 

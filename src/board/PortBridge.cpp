@@ -98,7 +98,7 @@ public:
     Visit(const HeldPort& held, Device& device)
         : port(*held.port()), m_access(port), m_held(held), m_device(device), m_control(held.control()) {}
 
-    bool isReadOnly() const { return m_held.isReadOnly(); }
+    bool isReadOnly() const { return m_held.terms().readOnly; }
 
     void answered() { m_control.answered(Clock::now()); }
 
@@ -132,7 +132,7 @@ public:
             }
         }
         const int result = transport::writeRegister(
-            port, bootstrap::kControlChannelPrivilege, static_cast<int>(bootstrap::kPrivilegeControl));
+            port, bootstrap::kControlChannelPrivilege, static_cast<int>(m_held.terms().privilege()));
         if (result >= 0) {
             answered();
         }

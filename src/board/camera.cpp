@@ -1,6 +1,5 @@
 #include "board/camera.h"
 
-#include "protocol/bootstrap.h"
 #include "transport/GigeCamera.h"
 #include "transport/command_channel.h"
 #include "transport/exchange.h"
@@ -30,17 +29,15 @@ unsigned addressOf(const DiscoveredCamera& record) {
 
 camera::camera(GigeCamera* board, int port) : m_port(board != nullptr ? board->findPort(port) : nullptr) {}
 
-int camera::init() {
+int camera::init(std::uint32_t privilege, int heartbeatTimeout) {
     if (m_port == nullptr) {
         return 0;
     }
     const transport::Access access(*m_port);
-    for (const auto privilege :
-         {bootstrap::kPrivilegeNone, bootstrap::kPrivilegeControl, bootstrap::kPrivilegeNone,
-          bootstrap::kPrivilegeControl}) {
-        writeRegister(bootstrap::kControlChannelPrivilege, static_cast<int>(privilege));
+    for (const auto step : {bootstrap::kPrivilegeNone, privilege, bootstrap::kPrivilegeNone, privilege}) {
+        writeRegister(bootstrap::kControlChannelPrivilege, static_cast<int>(step));
     }
-    writeRegister(bootstrap::kHeartbeatTimeout, kHeartbeatTimeout);
+    writeRegister(bootstrap::kHeartbeatTimeout, heartbeatTimeout);
     writeRegister(bootstrap::kStreamChannelDestination, static_cast<int>(m_port->ip().number()));
     int readBack = 0; // only the access counts
     readRegister(bootstrap::kStreamChannelDestination, &readBack);

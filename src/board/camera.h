@@ -3,7 +3,10 @@
 // Threads: the caller holds the port (board/CameraPort.h) during every call.
 #pragma once
 
+#include "protocol/bootstrap.h"
 #include "transport/DiscoveredCamera.h"
+
+#include <cstdint>
 
 class GigeCamera;
 
@@ -22,9 +25,10 @@ public:
     camera& operator=(const camera&) = default;
     virtual ~camera() = default;
 
-    // Takes control of the current camera and sends its stream to this port. Always 0: failed writes are not
-    // looked at, and a camera that does not answer costs 8 s.
-    int init();
+    // Takes control of the current camera, of the kind `privilege`, and sends its stream to this port. Always
+    // 0: failed writes are not looked at, and a camera that does not answer costs 8 s.
+    int
+    init(std::uint32_t privilege = bootstrap::kPrivilegeControl, int heartbeatTimeout = kHeartbeatTimeout);
     // Gives control back. Always 0.
     int deinit();
 

@@ -13,16 +13,23 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
+int firstTimeout(const HeldPort& held) {
+    const int wanted = held.terms().heartbeatTimeout;
+    return wanted != 0 ? wanted : camera::kHeartbeatTimeout;
+}
+
 // What the camera has made of the heartbeat time-out that it was given, or is given again here in case the
 // command was lost. One that does not say keeps control for as long as it was told.
-milliseconds heartbeatTimeoutOf(transport::Port& port) {
-    int timeout = camera::kHeartbeatTimeout;
+milliseconds heartbeatTimeoutOf(const HeldPort& held) {
+    transport::Port& port = *held.port();
+    const int given = firstTimeout(held);
+    int timeout = given;
     transport::readRegister(port, bootstrap::kHeartbeatTimeout, &timeout);
-    if (timeout != camera::kHeartbeatTimeout) {
-        transport::writeRegister(port, bootstrap::kHeartbeatTimeout, camera::kHeartbeatTimeout);
+    if (timeout != given) {
+        transport::writeRegister(port, bootstrap::kHeartbeatTimeout, given);
         transport::readRegister(port, bootstrap::kHeartbeatTimeout, &timeout);
     }
-    return milliseconds(timeout > 0 ? timeout : camera::kHeartbeatTimeout);
+    return milliseconds(timeout > 0 ? timeout : given);
 }
 
 // Looks until somebody has control, and prepares the camera again while nobody has: the command that took
@@ -37,7 +44,7 @@ Holder makeSureOfControl(const HeldPort& held) {
         holder = reading.holder;
         silences += reading.answered ? 0 : 1;
         if (holder == Holder::Nobody) {
-            camera(held.port()).init();
+            prepareCamera(held);
         } else if (holder != Holder::Unknown) {
             break;
         }
@@ -47,16 +54,28 @@ Holder makeSureOfControl(const HeldPort& held) {
 
 } // namespace
 
+void prepareCamera(const HeldPort& held) {
+    camera(held.port()).init(held.terms().privilege(), firstTimeout(held));
+}
+
 bool watchControl(const HeldPort& held) {
     const Holder holder = makeSureOfControl(held);
-    held.control().start(heartbeatTimeoutOf(*held.port()), Clock::now());
+    held.control().start(heartbeatTimeoutOf(held), Clock::now());
     held.port()->beat() = transport::Port::Beat{
-        bootstrap::kHeartbeatTimeout, static_cast<unsigned>(camera::kHeartbeatTimeout),
+        bootstrap::kHeartbeatTimeout, static_cast<unsigned>(firstTimeout(held)),
         bootstrap::kControlChannelPrivilege, held.port()->now()};
     if (Device* device = held.place.device()) {
         device->noteControlLoss(tavo::ControlLoss::None);
     }
     return holder != Holder::Other;
+}
+
+void learnHeartbeatTimeout(const HeldPort& held) {
+    int timeout = 0;
+    if (held.port() != nullptr &&
+        transport::readRegister(*held.port(), bootstrap::kHeartbeatTimeout, &timeout) == 0 && timeout > 0) {
+        held.control().heartbeatTimeoutRead(milliseconds(timeout));
+    }
 }
 
 void unwatchControl(const HeldPort& held) {

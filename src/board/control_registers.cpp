@@ -58,6 +58,7 @@ ControlReading readControl(const HeldPort& held) {
         return reading;
     }
     const auto bits = static_cast<std::uint32_t>(privilege);
+    reading.isExclusive = (bits & bootstrap::kPrivilegeExclusive) != 0;
     reading.canBeTakenOver = (bits & bootstrap::kPrivilegeSwitchover) != 0;
     if ((bits & kPrivilegeBits) != 0) {
         readHolder(held, reading);

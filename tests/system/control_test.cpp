@@ -135,6 +135,69 @@ TEST_F(ControlTest, OfAnotherApplicationIsToldAtOnceAndNotDisturbed) {
     EXPECT_EQ(Gbe_connectCamera(camera), 0);
 }
 
+TEST_F(ControlTest, ModesSayWhatOthersMayDoMeanwhile) {
+    constexpr std::uint32_t kControl = bootstrap::kPrivilegeControl;
+    constexpr std::uint32_t kExclusive = bootstrap::kPrivilegeExclusive;
+    const struct {
+        int mode;
+        std::uint32_t peer; // what another application has before
+        int code;
+        std::uint32_t privilege; // that the camera has given then
+    } rows[] = {
+        {GBE_CONNECT_CONTROL, 0, 0, kControl},
+        {GBE_CONNECT_EXCLUSIVE, 0, 0, kExclusive},
+        {GBE_CONNECT_READ_ONLY, 0, 0, 0},
+        {GBE_CONNECT_CONTROL, kControl, GBE_ERROR_CAMERA_BUSY, kControl},
+        {GBE_CONNECT_EXCLUSIVE, kControl, GBE_ERROR_CAMERA_BUSY, kControl},
+        {GBE_CONNECT_READ_ONLY, kControl, 0, kControl},
+        {GBE_CONNECT_READ_ONLY, kExclusive, GBE_ERROR_CAMERA_BUSY, kExclusive},
+        {3, 0, GBE_ERROR_ILLEGAL_PARAMETER, 0},
+    };
+    camera = session.findFirst();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::to_string(row.mode) + " beside " + std::to_string(row.peer));
+        peerTakes(row.peer);
+        EXPECT_EQ(Gbe_connectCameraWith(camera, row.mode), row.code);
+        EXPECT_EQ(station->report().privilege, row.privilege);
+        if (row.code == 0) {
+            const bool reads = row.mode == GBE_CONNECT_READ_ONLY;
+            EXPECT_EQ(Gbe_connectCameraWith(camera, row.mode), GBE_ERROR_CAMERA_ALREADY_CONNECTED);
+            // A write that fails takes control before it is repeated.
+            constexpr auto kBusyDevice = static_cast<std::uint32_t>(gvcp::Status::Busy);
+            if (!reads) {
+                station->faults().add({Fault::Kind::Status, kBusyDevice, 1, gvcp::Command::WriteRegCmd});
+            }
+            EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), reads ? GBE_ERROR_NOT_WRITABLE : 0);
+            EXPECT_EQ(station->report().privilege, row.privilege);
+            EXPECT_EQ(Gbe_disconnectCamera(camera), 0);
+        }
+        peerReleases();
+        EXPECT_EQ(station->report().privilege, 0U);
+    }
+}
+
+TEST_F(ControlTest, TheHeartbeatTimeoutIsTheHandles) {
+    const auto inCamera = [&] { return station->peekRegister(bootstrap::kHeartbeatTimeout).value(); };
+    const auto afterHeartbeat = [&] {
+        const auto before = station->log().count(gvcp::Command::WriteRegCmd);
+        EXPECT_TRUE(eventually([&] { return station->log().count(gvcp::Command::WriteRegCmd) > before; }));
+        return inCamera();
+    };
+    camera = session.findFirst();
+    EXPECT_EQ(Gbe_setHeartbeatTimeout(camera, 20000), 0);
+    EXPECT_EQ(Gbe_connectCamera(camera), 0);
+    EXPECT_EQ(inCamera(), 20000U);
+    EXPECT_EQ(afterHeartbeat(), 20000U);
+    for (const unsigned refused : {1U, 2999U, 3600001U}) {
+        EXPECT_EQ(Gbe_setHeartbeatTimeout(camera, refused), GBE_ERROR_ILLEGAL_VALUE);
+    }
+    for (const auto& [timeout, written] : {std::pair{3000U, 3000U}, {3600000U, 3600000U}, {0U, 8000U}}) {
+        EXPECT_EQ(Gbe_setHeartbeatTimeout(camera, timeout), 0);
+        EXPECT_EQ(inCamera(), written) << "at once";
+        EXPECT_EQ(afterHeartbeat(), written);
+    }
+}
+
 TEST_F(ControlTest, TakenAwayIsVisibleAndComesBackByConnecting) {
     connect();
     EXPECT_EQ(status().holder, GBE_CONTROL_SELF);
@@ -159,9 +222,14 @@ TEST_F(ControlTest, TakenAwayIsVisibleAndComesBackByConnecting) {
 TEST_F(ControlTest, IsTriedAgainAndAgain) {
     camera = session.findFirst();
     constexpr auto kBusyDevice = static_cast<std::uint32_t>(gvcp::Status::Busy);
-    station->faults().add({Fault::Kind::Status, kBusyDevice, 4 * 9, gvcp::Command::WriteRegCmd});
-    EXPECT_EQ(Gbe_connectCamera(camera), 0);
-    EXPECT_EQ(station->report().privilege, bootstrap::kPrivilegeControl);
+    for (const int mode : {GBE_CONNECT_CONTROL, GBE_CONNECT_EXCLUSIVE}) {
+        station->faults().add({Fault::Kind::Status, kBusyDevice, 4 * 9, gvcp::Command::WriteRegCmd});
+        EXPECT_EQ(Gbe_connectCameraWith(camera, mode), 0);
+        EXPECT_EQ(
+            station->report().privilege,
+            mode == GBE_CONNECT_CONTROL ? bootstrap::kPrivilegeControl : bootstrap::kPrivilegeExclusive);
+        EXPECT_EQ(Gbe_disconnectCamera(camera), 0);
+    }
 }
 
 TEST_F(ControlTest, EndsWithARestartOfTheCamera) {

@@ -121,6 +121,11 @@ TEST_F(WireTest, TheMainJobIsSoundToAnIndependentDissector) {
 TEST_F(WireTest, TheRightToRawFramesIsEnough) {
     startAll(onlyRawFrames());
     expectOutput({"--port", "0", "set", "Width=320"}, "");
+    const auto stream = start(s_wire->host, GBE, {"--port", "0", "stream", "--exclusive"});
+    EXPECT_TRUE(stream->prints("\n"));
+    EXPECT_THAT(start(s_wire->host, GBE, {"--port", "0", "get", "Width"})->wait().err, HasSubstr("(-40022)"));
+    stream->signal(SIGINT);
+    EXPECT_EQ(stream->wait().status, 0);
     expectOutput({"--port", "0", "get", "Width"}, "320");
     stopAll();
 }

@@ -55,11 +55,6 @@ std::string whatIsWrong(const link_report::LinkReport& link) {
     }
 }
 
-// What keeps a program from opening the board at all.
-bool isRight(int error) {
-    return error == EPERM || error == EACCES || error == ECONNREFUSED;
-}
-
 std::string mendingInterface(const link_report::LinkReport& link) {
     switch (link.error) {
     case EPERM:
@@ -158,7 +153,7 @@ bool Doctor::checkInterfaces() {
         place.computerIp = link->ip;
         if (link->error != 0) {
             m_findings.bad(portName(port), whatIsWrong(*link), mendingInterface(*link));
-            mayOpen = mayOpen && !isRight(link->error);
+            mayOpen = mayOpen && !link_report::isRightMissing(*link);
         } else if (link->mtu < kUsualPacket) {
             m_findings.bad(
                 portName(port),

@@ -148,7 +148,7 @@ unsigned Grab::run(Context& context) {
     Gbe_initStreamOptions(&options);
     options.packetSize = parsePacketSize(m_request.packetSize);
     options.dropOldest = 0;
-    CameraHandle* camera = context.session(Purpose::Work).camera.get();
+    CameraHandle* camera = context.session(m_request.purpose).camera.get();
     prepareCamera(camera, settings);
     std::optional<SoftwareTrigger> trigger;
     if (m_request.trigger) {

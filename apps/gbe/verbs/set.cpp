@@ -10,9 +10,9 @@ namespace gbe {
 namespace {
 
 // All texts are read before the first is written.
-ExitStatus setFeatures(Context& context, const std::vector<std::string>& texts) {
+ExitStatus setFeatures(Context& context, Purpose purpose, const std::vector<std::string>& texts) {
     const std::vector<Setting> settings = parseSettings(texts);
-    CameraHandle* camera = context.session(Purpose::Work).camera.get();
+    CameraHandle* camera = context.session(purpose).camera.get();
     for (const Setting& setting : settings) {
         apply(camera, setting);
     }
@@ -22,7 +22,9 @@ ExitStatus setFeatures(Context& context, const std::vector<std::string>& texts) 
 Run defineSet(CLI::App& command, Context& context) {
     const auto texts = std::make_shared<std::vector<std::string>>();
     command.add_option("NAME=VALUE", *texts, "Names of features and their values")->required();
-    return [=, &context] { return setFeatures(context, *texts); };
+    const auto purpose = std::make_shared<Purpose>(Purpose::Work);
+    addExclusive(command, *purpose);
+    return [=, &context] { return setFeatures(context, *purpose, *texts); };
 }
 
 Run defineExec(CLI::App& command, Context& context) {

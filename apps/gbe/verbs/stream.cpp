@@ -180,7 +180,7 @@ void streamImages(Context& context, const StreamRequest& request, double seconds
     GbeStreamOptions options;
     Gbe_initStreamOptions(&options);
     options.packetSize = parsePacketSize(request.packetSize);
-    CameraHandle* camera = context.session(Purpose::Work).camera.get();
+    CameraHandle* camera = context.session(request.purpose).camera.get();
     prepareCamera(camera, settings);
     ImageStream stream(camera, options);
     stream.start();

@@ -146,7 +146,10 @@ void ImplGenICamCamera::sendHeartbeat() {
     if (GenICamPortInterface* const port = getPort(kDevicePort)) {
         RegisterBytes timeout;
         timeout.reset(sizeof(kHeartbeatTimeoutMs));
-        timeout.setNumber(kHeartbeatTimeoutMs, true); // bootstrap registers are big-endian
+        const int wanted = m_heartbeatTimeout;
+        timeout.setNumber(
+            wanted != 0 ? static_cast<std::uint32_t>(wanted) : kHeartbeatTimeoutMs,
+            true); // bootstrap registers are big-endian
         port->write(timeout.data(), kHeartbeatTimeoutAddress, static_cast<long long>(timeout.size()));
     }
 }

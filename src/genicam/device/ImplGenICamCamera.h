@@ -104,9 +104,11 @@ public:
     // Null takes a port away.
     void setPort(GenICamPortInterface* port, const std::string& name) { m_commons->ports.set(name, port); }
     GenICamPortInterface* getPort(const std::string& name) const { return m_commons->ports.find(name); }
-    // Leaves 8000 milliseconds in the camera's heartbeat time-out register, through the port "Device". Does
-    // nothing without that port; throws what the port throws.
+    // Leaves the heartbeat time-out in the camera's register for it, through the port "Device": 8000
+    // milliseconds unless another one was set. Does nothing without that port; throws what the port throws.
     void sendHeartbeat();
+    // For the heartbeats that follow; 0: 8000 again.
+    void setHeartbeatTimeout(int milliseconds) { m_heartbeatTimeout = milliseconds; }
 
     // Control -------------------------------------------------------------------------------------------
 
@@ -203,6 +205,7 @@ private:
     std::atomic<CameraState> m_state{NotConnected};
     mutable std::mutex m_stateLock; // taken for changes, and by those who wait for them
     mutable std::condition_variable m_stateChanged;
+    std::atomic<int> m_heartbeatTimeout{0};
     std::atomic<ControlLoss> m_controlLoss{ControlLoss::None};
     std::atomic<std::uint32_t> m_controlLossFact{0};
     std::atomic<ControlLoss> m_announcedLoss{ControlLoss::None};
