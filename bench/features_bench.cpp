@@ -127,6 +127,14 @@ void writeInteger(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
+// A value beyond the limits, with the sentence that says so.
+void writeRefused(benchmark::State& state) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(Gbe_setIntegerValue(g_camera, "Width", 1000000));
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
 // Every node that has an integer, by name, once round; a few are read from the camera whenever their polling
 // time has passed.
 void readAllIntegers(benchmark::State& state) {
@@ -177,6 +185,7 @@ BENCHMARK(readAllIntegers)->Unit(benchmark::kMicrosecond)->UseRealTime();
 BENCHMARK(listFeatures)->Unit(benchmark::kMicrosecond);
 BENCHMARK(readUncached)->Unit(benchmark::kMicrosecond)->UseManualTime();
 BENCHMARK(writeInteger)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(writeRefused)->Unit(benchmark::kMicrosecond)->UseRealTime();
 BENCHMARK(forgetCached)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
 int main(int argc, char** argv) {

@@ -10,7 +10,8 @@
 
 static int failed(const char* what, int code) {
     if (code != 0) {
-        fprintf(stderr, "%s: %s (%d)\n", what, Gbe_getErrorDescription(code), code);
+        fprintf(
+            stderr, "%s: %s (%d): %s\n", what, Gbe_getErrorDescription(code), code, Gbe_getLastErrorDetail());
     }
     return code;
 }
@@ -47,8 +48,9 @@ static int acquire(CameraHandle* camera) {
     if (code == 0) {
         printf("the camera has sent images for half a second\n");
     }
+    failed("acquiring", code); /* the detail is that of the last call that failed */
     Gbe_unlockTLParams(camera);
-    return failed("acquiring", code);
+    return code;
 }
 
 int main(int argc, char** argv) {

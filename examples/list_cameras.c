@@ -43,7 +43,9 @@ int main(int argc, char** argv) {
     unsigned port;
     int code = Gbe_initBoard(argc > 1 ? atoi(argv[1]) : 0, 0, &board);
     if (code != 0) {
-        fprintf(stderr, "opening the board: %s (%d)\n", Gbe_getErrorDescription(code), code);
+        fprintf(
+            stderr, "opening the board: %s (%d): %s\n", Gbe_getErrorDescription(code), code,
+            Gbe_getLastErrorDetail());
         return 1;
     }
     code = Gbe_scanNetwork(board, -1, 0);

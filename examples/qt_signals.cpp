@@ -20,7 +20,12 @@ using FreeCamera = decltype([](CameraHandle* camera) { Gbe_freeCamera(camera); }
 
 void check(int code) {
     if (code != GBE_SUCCESS) {
+<<<<<<< HEAD
         throw std::runtime_error(Gbe_getErrorDescription(code));
+=======
+        std::fprintf(
+            stderr, "%s: %s (%d): %s\n", what, Gbe_getErrorDescription(code), code, Gbe_getLastErrorDetail());
+>>>>>>> d98cf1d (gbe, settings, examples, docs: the library's sentence stands behind text and code)
     }
 }
 
@@ -74,7 +79,7 @@ int main(int argc, char** argv) {
         watchWidth(camera);
         return 0;
     } catch (const std::exception& failure) {
-        std::fprintf(stderr, "%s\n", failure.what());
+        std::fprintf(stderr, "%s: %s\n", failure.what(), Gbe_getLastErrorDetail());
         return 1;
     }
 }

@@ -6,7 +6,7 @@
 #include <stdlib.h>
 
 static int failed(const char* what, int code) {
-    fprintf(stderr, "%s: %s (%d)\n", what, Gbe_getErrorDescription(code), code);
+    fprintf(stderr, "%s: %s (%d): %s\n", what, Gbe_getErrorDescription(code), code, Gbe_getLastErrorDetail());
     return code;
 }
 

@@ -47,14 +47,14 @@ int main(int argc, char** argv) {
         Gbe_getStreamTrouble(stream, why, &size);
         fprintf(stderr, "%s\n", why);
     }
+    if (code != 0) {
+        fprintf(stderr, "%s (%d): %s\n", Gbe_getErrorDescription(code), code, Gbe_getLastErrorDetail());
+    }
     if (stream != NULL) {
         Gbe_stopAcquisition(camera);
         Gbe_closeStream(stream);
     }
     Gbe_freeCamera(camera); /* disconnects too; null is ignored */
     Gbe_freeBoard(board);
-    if (code != 0) {
-        fprintf(stderr, "%s (%d)\n", Gbe_getErrorDescription(code), code);
-    }
     return code == 0 ? 0 : 1;
 }

@@ -13,11 +13,12 @@ namespace gbe {
 
 class Failure : public std::runtime_error {
 public:
-    // "<what>: <text of the code> (<code>)", and behind a colon the hint, if there is one.
-    Failure(const std::string& what, int code, const std::string& hint = {})
+    // "<what>: <text of the code> (<code>)", and behind a colon why, if that is known. Made right behind the
+    // call that failed, it takes along what the library says of it.
+    Failure(const std::string& what, int code, const std::string& why = Gbe_getLastErrorDetail())
         : std::runtime_error(
               what + ": " + Gbe_getErrorDescription(code) + " (" + std::to_string(code) + ")" +
-              (hint.empty() ? "" : ": ") + hint),
+              (why.empty() ? "" : ": ") + why),
           m_reason(Gbe_getErrorDescription(code)), m_status(exitStatusOf(code)) {}
     // For what no call of the library has said.
     explicit Failure(const std::string& text, ExitStatus status = ExitStatus::Other)

@@ -119,7 +119,7 @@ bool ImageStream::wait(std::chrono::milliseconds time, const Interrupt& interrup
         }
     }
     if (code != GBE_ERROR_TIMEOUT) {
-        check("waiting for an image" + (code < 0 ? trouble() : ""), code);
+        check("waiting for an image", code);
     }
     return code == GBE_SUCCESS;
 }
@@ -145,7 +145,7 @@ std::string ImageStream::trouble() {
         reason.pop_back();
     }
     reason.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(reason.front())));
-    return " (" + reason + ")";
+    return reason;
 }
 
 } // namespace gbe

@@ -55,7 +55,7 @@ public:
     bool wait(std::chrono::milliseconds time, const Interrupt& interrupt, GbeImage& image);
     void giveBack(const GbeImage& image);
     GbeStreamStatistics statistics();
-    // Why nothing comes, as " (...)" for a message; empty when nothing is known to be wrong.
+    // Why nothing comes, as the end of a message; empty when nothing is known to be wrong.
     std::string trouble();
 
 private:

@@ -80,7 +80,9 @@ Mac macOfName(BoardHandle* board, const Selection& selection) {
     if (count == 0) {
         throw Failure(
             "camera \"" + selection.name + "\"",
-            found.empty() ? GBE_ERROR_NO_CAMERAS_FOUND : GBE_ERROR_CAMERA_DOES_NOT_EXIST);
+            found.empty() ? GBE_ERROR_NO_CAMERAS_FOUND : GBE_ERROR_CAMERA_DOES_NOT_EXIST,
+            found.empty() ? "no camera has answered the scan"
+                          : "none of the " + std::to_string(found.size()) + " cameras found has that name");
     }
     if (count > 1) {
         throw Failure(
@@ -99,58 +101,15 @@ int pickOnPort(BoardHandle* board, unsigned port, const Selection& selection, Ca
     return Gbe_getFirstCamera(board, port, camera);
 }
 
-// Where the camera says that its description is: one of the two URLs of its bootstrap registers.
-std::string descriptionUrl(CameraHandle* camera, bootstrap::Address address) {
-    std::string url;
-    while (url.size() < bootstrap::kUrlSize && url.find('\0') == url.npos) {
-        unsigned word = 0;
-        if (Gbe_readRegister(camera, static_cast<unsigned>(address + url.size()), &word) != 0) {
-            break;
-        }
-        for (const unsigned shift : {24, 16, 8, 0}) {
-            url += static_cast<char>(word >> shift & 0xFF);
-        }
-    }
-    return url.substr(0, url.find('\0'));
-}
-
-// A camera that answers, and whose description was of no use.
-std::string whyNoDescription(CameraHandle* camera) {
-    std::string urls;
-    for (const bootstrap::Address address : {bootstrap::kFirstUrl, bootstrap::kSecondUrl}) {
-        const std::string url = descriptionUrl(camera, address);
-        urls += url.empty() ? "" : (urls.empty() ? "\"" : " and \"") + url + "\"";
-    }
-    if (urls.empty()) {
-        return " (it says nowhere where its description is)";
-    }
-    return " (its description is not a GenICam description, or cannot be had: " + urls + ")";
-}
-
-// Of a connection that the camera did not give: with what it tells about the cause.
-Failure connectionFailure(CameraHandle* camera, const std::string& what, int code) {
-    if (code == GBE_ERROR_PORT_NOT_AVAILABLE) {
-        return Failure(what, code).as(ExitStatus::CameraBusy);
-    }
-    const std::string user = code == GBE_ERROR_CAMERA_BUSY ? userText(camera) : "";
-    if (!user.empty()) {
-        return {what + " (in use by " + user + ")", code};
-    }
+// Of a connection that the camera did not give: the status says more than the code where the camera is
+// silent.
+Failure connectionFailure(CameraHandle* camera, const Failure& failure, int code) {
     GbeControlStatus control{};
-    if (Gbe_getControlStatus(camera, &control) != 0) {
-        return {what, code};
-    }
-    switch (control.holder) {
-    case GBE_CONTROL_OTHER:
-        return {
-            what + " (controlled by another application" +
-                (control.ip != 0 ? " at " + Ipv4::fromLowFirst(control.ip).text() : "") + ")",
-            code};
-    case GBE_CONTROL_UNKNOWN:
-        return Failure(what + " (it does not answer)", code).as(ExitStatus::Lost);
-    default:
-        return {what + (code == GBE_ERROR_XML_READ ? whyNoDescription(camera) : ""), code};
-    }
+    const bool isSilent = code == GBE_ERROR_XML_READ && Gbe_getControlStatus(camera, &control) == 0 &&
+                          control.holder == GBE_CONTROL_UNKNOWN;
+    return code == GBE_ERROR_PORT_NOT_AVAILABLE ? failure.as(ExitStatus::CameraBusy)
+           : isSilent                           ? failure.as(ExitStatus::Lost)
+                                                : failure;
 }
 
 // After a refusal to let itself be read: nobody controls the camera, and it gives control.
@@ -167,26 +126,24 @@ bool takesControl(CameraHandle* camera, int refusal) {
 
 } // namespace
 
-Failure boardFailure(const std::string& what, int board, int code) {
+Failure boardFailure(const std::string& what, int board, int code, const std::string& why) {
+    const Failure failure(what, code, why);
     if (code != GBE_ERROR_BOARD_INITIALIZATION) {
-        return {what, code};
+        return failure;
     }
     const int error = askService("COUNT BOARDS").error;
-    if (error == EACCES || error == EPERM) {
-        return Failure(what + " (no right to the service's socket: gbe doctor)", code)
-            .as(ExitStatus::NoRight);
-    }
     if (error != 0) {
-        return Failure(what + " (is gbe-service running?)", code).as(ExitStatus::NoService);
+        return failure.as(error == EACCES || error == EPERM ? ExitStatus::NoRight : ExitStatus::NoService);
     }
     for (unsigned port = 0; port < GBE_PORTS; ++port) {
         const auto link = link_report::ofPort(board, port);
         if (link && link_report::isRightMissing(*link)) {
-            return Failure(what + " (no right to raw frames on " + link->interface + ": gbe doctor)", code)
+            return Failure(
+                       what, code, "no right to raw frames on " + link->interface + "; gbe doctor tells more")
                 .as(ExitStatus::NoRight);
         }
     }
-    return {what, code};
+    return failure;
 }
 
 Board openBoard(int board) {
@@ -208,18 +165,23 @@ PickedCamera pickCamera(BoardHandle* board, const Selection& selection) {
     if (!selection.name.empty() && !selection.mac) {
         wanted.mac = macOfName(board, selection);
     }
-    int code = GBE_ERROR_NO_CAMERAS_FOUND;
+    const std::string what = cameraText(selection) + " on " + placeText(selection);
+    std::optional<Failure> failure;
     for (const unsigned port : portsOf(selection)) {
         CameraHandle* camera = nullptr;
         const int result = pickOnPort(board, port, wanted, &camera);
         if (result >= 0) {
             return {Camera(camera, &Gbe_freeCamera), port};
         }
-        code = code == GBE_ERROR_NO_CAMERAS_FOUND
-                   ? result
-                   : code; // the most telling: a port without cameras says least
+        if (!failure || result != GBE_ERROR_NO_CAMERAS_FOUND) { // a port without cameras says least
+            failure = Failure(
+                what, result,
+                portsOf(selection).size() == 1 || result != GBE_ERROR_NO_CAMERAS_FOUND
+                    ? Gbe_getLastErrorDetail()
+                    : "no camera has answered the scan");
+        }
     }
-    throw Failure(cameraText(selection) + " on " + placeText(selection), code);
+    throw *failure;
 }
 
 std::string userText(CameraHandle* camera) {
@@ -235,9 +197,11 @@ void connectCamera(CameraHandle* camera, bool standard, Purpose purpose) {
     const GbeConnectMode mode = purpose == Purpose::Look   ? GBE_CONNECT_READ_ONLY
                                 : purpose == Purpose::Work ? GBE_CONNECT_CONTROL
                                                            : GBE_CONNECT_EXCLUSIVE;
-    if (const int code = Gbe_connectCameraWith(camera, mode);
-        code < 0 && !(purpose == Purpose::Look && takesControl(camera, code))) {
-        throw connectionFailure(camera, "connecting to " + mac, code);
+    if (const int code = Gbe_connectCameraWith(camera, mode); code < 0) {
+        const Failure failure("connecting to " + mac, code);
+        if (purpose != Purpose::Look || !takesControl(camera, code)) {
+            throw connectionFailure(camera, failure, code);
+        }
     }
     check("switching checks on", Gbe_enableChecks(camera, 1));
 }

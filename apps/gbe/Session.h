@@ -27,7 +27,8 @@ using Camera = std::unique_ptr<CameraHandle, decltype(&Gbe_freeCamera)>;
 Board openBoard(int board);
 
 // Why a board could not be opened, as far as it can be told.
-Failure boardFailure(const std::string& what, int board, int code);
+Failure
+boardFailure(const std::string& what, int board, int code, const std::string& why = Gbe_getLastErrorDetail());
 
 // Scans the port of the selection, or all, and tells what is there in the order of ports and discovery.
 std::vector<FoundCamera> findCameras(BoardHandle* board, const Selection& selection);

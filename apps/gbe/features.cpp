@@ -1,7 +1,6 @@
 #include "features.h"
 
 #include "Failure.h"
-#include "hints.h"
 #include "numbers.h"
 
 #include "liomol/features.h"
@@ -17,13 +16,6 @@ namespace {
 
 constexpr const char* kRoot = "Root"; // of the categories
 constexpr std::chrono::milliseconds kCommandPoll{10};
-
-// What a call that sets a feature has returned.
-void checkSet(CameraHandle* camera, const std::string& name, int code) {
-    if (code < 0) {
-        throw Failure(name, code, code == GBE_ERROR_ILLEGAL_VALUE ? valueHint(camera, name) : "");
-    }
-}
 
 // Any other kind than a number, or a register.
 std::string readPlainText(CameraHandle* camera, const std::string& name) {
@@ -55,8 +47,8 @@ void writeBytes(CameraHandle* camera, const std::string& name, const std::string
         throw Failure(
             name + ": \"" + value + "\" is not 0x and two digits for each byte", ExitStatus::Refused);
     }
-    checkSet(
-        camera, name,
+    check(
+        name,
         Gbe_setRegisterBytes(camera, name.c_str(), bytes.constData(), static_cast<unsigned>(bytes.size())));
 }
 
@@ -199,7 +191,7 @@ int featureKind(CameraHandle* camera, const std::string& name) {
     int kind = GBE_KIND_OTHER;
     const int code = Gbe_getFeatureKind(camera, name.c_str(), &kind);
     if (code < 0) {
-        throw Failure(name, code, code == GBE_ERROR_ILLEGAL_NODE ? nameHint(camera, name) : "");
+        throw Failure(name, code);
     }
     return kind;
 }
@@ -259,16 +251,15 @@ void writeText(CameraHandle* camera, const std::string& name, const std::string&
     const char* feature = name.c_str();
     switch (featureKind(camera, name)) {
     case GBE_KIND_INTEGER:
-        return checkSet(
-            camera, name, Gbe_setIntegerValue(camera, feature, parseInteger(camera, name, value)));
+        return check(name, Gbe_setIntegerValue(camera, feature, parseInteger(camera, name, value)));
     case GBE_KIND_FLOAT:
-        return checkSet(camera, name, Gbe_setFloatValue(camera, feature, parseFloat(camera, name, value)));
+        return check(name, Gbe_setFloatValue(camera, feature, parseFloat(camera, name, value)));
     case GBE_KIND_BOOLEAN:
-        return checkSet(camera, name, Gbe_setBooleanValue(camera, feature, parseBoolean(name, value)));
+        return check(name, Gbe_setBooleanValue(camera, feature, parseBoolean(name, value)));
     case GBE_KIND_STRING:
-        return checkSet(camera, name, Gbe_setStringValue(camera, feature, value.c_str()));
+        return check(name, Gbe_setStringValue(camera, feature, value.c_str()));
     case GBE_KIND_ENUMERATION:
-        return checkSet(camera, name, Gbe_setEnumerationValue(camera, feature, value.c_str()));
+        return check(name, Gbe_setEnumerationValue(camera, feature, value.c_str()));
     case GBE_KIND_REGISTER:
         return writeBytes(camera, name, value);
     case GBE_KIND_COMMAND:
@@ -291,15 +282,14 @@ void apply(CameraHandle* camera, const Setting& setting) {
         check(name, Gbe_getIntegerValue(camera, name.c_str(), &number));
         const bool isTooMuch =
             isUp ? __builtin_add_overflow(number, by, &number) : __builtin_sub_overflow(number, by, &number);
-        checkSet(
-            camera, name,
-            isTooMuch ? static_cast<int>(GBE_ERROR_ILLEGAL_VALUE)
-                      : Gbe_setIntegerValue(camera, name.c_str(), number));
+        check(
+            name, isTooMuch ? static_cast<int>(GBE_ERROR_ILLEGAL_VALUE)
+                            : Gbe_setIntegerValue(camera, name.c_str(), number));
     } else if (kind == GBE_KIND_FLOAT) {
         const double by = parseFloat(camera, name, value);
         double number = 0;
         check(name, Gbe_getFloatValue(camera, name.c_str(), &number));
-        checkSet(camera, name, Gbe_setFloatValue(camera, name.c_str(), isUp ? number + by : number - by));
+        check(name, Gbe_setFloatValue(camera, name.c_str(), isUp ? number + by : number - by));
     } else {
         throw Failure(
             name + ": only numbers go in steps; its kind is " + kindName(kind), ExitStatus::Refused);

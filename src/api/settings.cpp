@@ -3,6 +3,7 @@
 
 #include "api/features.h"
 #include "api/results.h"
+#include "board/failures.h"
 #include "settings/compare.h"
 #include "settings/load.h"
 #include "settings/save.h"
@@ -47,7 +48,7 @@ template<typename Work> int withSettings(const CameraHandle* camera, Work&& work
         try {
             return work(*device);
         } catch (const settings::Refusal& refusal) {
-            return refusal.code();
+            return api::refused(refusal.code(), refusal.sentence());
         }
     });
 }
@@ -74,7 +75,7 @@ GbeLoadCounts countsOf(const settings::Loaded& loaded) {
 
 int Gbe_saveSettings(CameraHandle* camera, int options, char* buffer, unsigned* size) {
     if (size == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("size");
     }
     std::string text;
     const int result = save(camera, options, text);
@@ -87,7 +88,7 @@ int Gbe_loadSettings(
     api::put(counts, GbeLoadCounts{});
     api::put(report, "");
     if (text == nullptr) {
-        return status::IllegalParameter;
+        return api::nullArgument("text");
     }
     return withSettings(camera, [&](tavo::ImplGenICamCamera& device) {
         try {
@@ -95,10 +96,12 @@ int Gbe_loadSettings(
                 settings::load(device, settings::parse({text, size}), modeOf(options));
             api::put(counts, countsOf(loaded));
             api::put(report, keep(loaded.report));
-            return loaded.status;
+            return loaded.status == status::Success
+                       ? loaded.status
+                       : api::refused(loaded.status, [&] { return board::lossSentence(device); });
         } catch (const settings::Malformed& malformed) {
             api::put(report, keep(malformed.what()));
-            return status::IllegalParameter;
+            return api::refused(status::IllegalParameter, malformed.what());
         }
     });
 }
@@ -108,7 +111,7 @@ int Gbe_compareSettings(
     const char** differences) {
     api::put(differences, "");
     if (a == nullptr || differences == nullptr) {
-        return status::IllegalParameter;
+        return api::firstNull({{a, "a"}, {differences, "differences"}});
     }
     std::string present;
     if (const int result = b == nullptr ? save(camera, 0, present) : status::Success;
@@ -124,6 +127,6 @@ int Gbe_compareSettings(
         return status::Success;
     } catch (const settings::Malformed& malformed) {
         *differences = keep(std::string("the ") + which + " text: " + malformed.what());
-        return status::IllegalParameter;
+        return api::refused(status::IllegalParameter, *differences);
     }
 }

@@ -3,6 +3,7 @@
 
 #include "liomol/exceptions.h"
 #include "liomol/node_kinds.h"
+#include "util/error_detail.h"
 
 #include <stdexcept>
 #include <string>
@@ -29,9 +30,9 @@ template<typename Work> auto refusing(Work&& work) {
     try {
         return std::forward<Work>(work)();
     } catch (const tavo::GenICamException& refused) {
-        throw Refusal(refused.getErrno(), {});
+        throw Refusal(refused.getErrno(), util::errorDetail());
     } catch (const tavo::CoreException& refused) {
-        throw Refusal(refused.getErrno(), {});
+        throw Refusal(refused.getErrno(), util::errorDetail());
     }
 }
 

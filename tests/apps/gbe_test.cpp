@@ -87,24 +87,27 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
         int status = 1;
     } rows[] = {
         {{"--port", "0", "get", "Widht"},
-         "gbe: Widht: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no feature has this name; Width is one")},
+         "gbe: Widht: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no such feature; Width, WidthMax?")},
         {{"--port", "0", "get", "Nonsense"},
-         "gbe: Nonsense: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no feature has this name")},
+         "gbe: Nonsense: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no such feature")},
         {{"--port", "0", "set", "Width=1000000"},
-         "gbe: Width: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": from 16 to 1920 in steps of 4"),
+         "gbe: Width: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": 1000000 is not within 16..1920 px in steps of 4"),
          5},
         {{"--port", "0", "set", "ExposureTime=-1"},
-         "gbe: ExposureTime: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": from 10 to 10000000"),
+         "gbe: ExposureTime: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": -1 is not within 10..10000000 us"),
          5},
         {{"--mac", "02:00:00:00:00:99", "info"},
-         "gbe: camera 02:00:00:00:00:99 on board 0: " + fault(GBE_ERROR_CAMERA_DOES_NOT_EXIST),
+         "gbe: camera 02:00:00:00:00:99 on board 0: " +
+             fault(
+                 GBE_ERROR_CAMERA_DOES_NOT_EXIST,
+                 ": no camera that the last scan of the port has found has the address 02:00:00:00:00:99"),
          3},
         {{"--port", "0", "set", "TriggerMode=Maybe"},
-         "gbe: TriggerMode: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": one of Off, On"),
+         "gbe: TriggerMode: " + fault(GBE_ERROR_ILLEGAL_VALUE, ": Maybe is none of Off, On"),
          5},
         {{"--port", "0", "exec", "Width"}, "gbe: Width: is no command; its kind is integer\n"},
         {{"--port", "0", "set", "DeviceModelName=x"},
-         "gbe: DeviceModelName: " + fault(GBE_ERROR_NOT_WRITABLE),
+         "gbe: DeviceModelName: " + fault(GBE_ERROR_NOT_WRITABLE, ": read-only: the description says so"),
          5},
         {{"--port", "0", "set", "Width=wide"}, "gbe: Width: \"wide\" is not a number\n", 5},
         {{"set", "Width=16.5px"}, "gbe: Width: \"16.5px\" is not an integer\n", 5},
@@ -122,7 +125,10 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
         {{"ip", "port", "0:1", "ten"},
          "gbe: \"ten\" is not an IPv4 address with the length of its mask\n",
          2},
-        {{"--port", "1", "info"}, "gbe: camera on board 0 port 1: " + fault(GBE_ERROR_NO_CAMERAS_FOUND), 3},
+        {{"--port", "1", "info"},
+         "gbe: camera on board 0 port 1: " +
+             fault(GBE_ERROR_NO_CAMERAS_FOUND, ": no camera has answered a scan of board 0 port 1 so far"),
+         3},
         {{"--port", "0", "xml", "-o", "no/such/folder"}, "gbe: no/such/folder: No such file or directory\n"},
     };
     runAll(rows, [](const auto& row, const Outcome& outcome) {
@@ -135,8 +141,8 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
     EXPECT_EQ(some.out, "Width  1920\n");
     EXPECT_EQ(
         some.err,
-        "gbe: Widht: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no feature has this name; Width is one") +
-            "gbe: Hieght: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no feature has this name; Height is one"));
+        "gbe: Widht: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no such feature; Width, WidthMax?") +
+            "gbe: Hieght: " + fault(GBE_ERROR_ILLEGAL_NODE, ": no such feature; Height, HeightMax?"));
     const struct {
         QStringList arguments;
         std::string err; // behind "gbe: "
@@ -214,12 +220,15 @@ TEST_F(Gbe, SaysWhyACameraIsNotToBeHad) {
         int status = 1;
     } rows[] = {
         {{"--port", "0", "get", "Width"},
-         " (controlled by another application): " + fault(GBE_ERROR_CAMERA_BUSY),
+         fault(GBE_ERROR_CAMERA_BUSY, ": another application has exclusive control of the camera"),
          4},
-        {{"--port", "1", "get", "Width"}, " (it does not answer): " + fault(GBE_ERROR_XML_READ), 6},
+        {{"--port", "1", "get", "Width"}, fault(GBE_ERROR_XML_READ, ": the camera does not answer"), 6},
         {{"--port", "2", "get", "Width"},
-         "cannot be had: \"Local:x.xml;10000000;8\" and \"http://camera/x.xml\"): " +
-             fault(GBE_ERROR_XML_READ)},
+         fault(
+             GBE_ERROR_XML_READ,
+             ": first URL \"Local:x.xml;10000000;8\": the camera was to give 8 bytes at 0x10000000: it answers "
+             "GEV_STATUS_INVALID_ADDRESS (0x8003); second URL \"http://camera/x.xml\": nothing is fetched from "
+             "the web")},
     };
     runAll(rows, [](const auto& row, const Outcome& outcome) {
         EXPECT_EQ(outcome.status, row.status);
@@ -337,8 +346,9 @@ TEST(GbeWithoutService, SaysSo) {
         const Outcome outcome = gbe({command});
         EXPECT_EQ(outcome.status, 8);
         EXPECT_THAT(
-            outcome.err,
-            AllOf(HasSubstr("is gbe-service running?"), HasSubstr(fault(GBE_ERROR_BOARD_INITIALIZATION))));
+            outcome.err, HasSubstr(fault(
+                             GBE_ERROR_BOARD_INITIALIZATION,
+                             ": gbe-service does not run (at service.sock: No such file or directory)")));
     }
 }
 

@@ -155,12 +155,12 @@ TEST_F(Grab, MistakesAndSilenceAreOneLine) {
         {{"-o", "x.gif"}, "gbe: \"x.gif\": pictures are written as png, tiff, pnm or raw (--format)\n"},
         {{"-n", "2", "-o", "%x.png"}, "one %d, or %03d, is the place of the number"},
         {{"--packet-size", "big"}, "is neither auto, keep nor a number of bytes"},
-        {{"--set", "Widht=1"}, "gbe: Widht: illegal node (-40007): no feature has this name; Width is one\n"},
+        {{"--set", "Widht=1"}, "gbe: Widht: illegal node (-40007): no such feature; Width, WidthMax?\n"},
         {{"-o", "no/such/folder.png"}, "gbe: no/such/folder.png: No such file or directory\n"},
         {{"-o", "/dev/full", "--format", "png"}, "gbe: /dev/full: No space left on device\n"},
         {{"--set", "TriggerMode=On", "--timeout", "0.2"},
-         "gbe: waiting for an image (the camera waits for a trigger before it begins): " +
-             fault(GBE_ERROR_TIMEOUT)},
+         "gbe: waiting for an image: " +
+             fault(GBE_ERROR_TIMEOUT, ": the camera waits for a trigger before it begins")},
     };
     std::vector<std::unique_ptr<test::Program>> programs;
     for (const auto& row : rows) {

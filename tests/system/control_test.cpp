@@ -17,6 +17,13 @@ using tavo::ControlLoss;
 constexpr std::uint32_t kBoardIp = 0xA9FE072A; // of port 0 of the first board
 constexpr std::uint32_t kPeerIp = 0xA9FE0909;
 constexpr unsigned kPeerIpInC = 0x0909FEA9;
+constexpr const char* kLossDetails[] = {
+    "",
+    "the camera has been silent for longer than the 0.512 s that it keeps control for a silent host",
+    "the camera has dropped control: it heard nothing of this host for 0.512 s",
+    "another application, at 169.254.9.9, has taken control of the camera",
+    "the camera has restarted",
+};
 
 // Another application on the camera's network.
 void writePrivilege(simcam::Camera& camera, std::uint32_t ip, std::uint16_t port, std::uint32_t value) {
@@ -71,6 +78,7 @@ protected:
         long long value = 0;
         EXPECT_EQ(Gbe_getIntegerValue(camera, "Number", &value), GBE_ERROR_CONNECTION);
         EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), GBE_ERROR_CONNECTION);
+        EXPECT_STREQ(Gbe_getLastErrorDetail(), kLossDetails[static_cast<std::size_t>(loss)]);
         unsigned char bytes[4] = {};
         EXPECT_THROW(
             camera->device()->getPort("Device")->read(bytes, plain::kNumber, 4),
@@ -117,6 +125,10 @@ TEST_F(ControlTest, OfAnotherApplicationIsToldAtOnceAndNotDisturbed) {
         }
         station->log().clear();
         EXPECT_EQ(Gbe_connectCamera(camera), GBE_ERROR_CAMERA_BUSY);
+        EXPECT_STREQ(
+            Gbe_getLastErrorDetail(),
+            row.tellsWho ? "another application, at 169.254.9.9 UDP port 50000, controls the camera"
+                         : "another application controls the camera");
         EXPECT_EQ(station->log().count(gvcp::Command::WriteRegCmd), row.writes);
         if (!row.tellsWho) { // the refused write has put it there again
             station->pokeRegister(bootstrap::kPrimaryApplicationIp, 0);

@@ -1,10 +1,16 @@
 // What Gbe_getLastErrorDetail says: a sentence of facts for each failure of the C interface.
+#include "liomol/GenICamDevice.h"
+#include "liomol/exceptions.h"
 #include "liomol/features.h"
-#include "liomol/images.h"
+#include "liomol/interfaces.h"
+#include "liomol/node_kinds.h"
+#include "protocol/bootstrap.h"
 #include "system/session.h"
 
-#include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <thread>
 
@@ -202,6 +208,80 @@ TEST_F(ErrorDetailTest, SaysWhatACameraAndAHandleRefuse) {
         {"disconnected", [&] { return get("Width"); }, GBE_ERROR_CAMERA_NOT_CONNECTED,
          "the camera has been disconnected"},
     });
+}
+
+// Why there is no description, and no board.
+TEST_F(ErrorDetailTest, SaysWhyNothingCanBeConnected) {
+    const std::string broken = plainCamera().at("description-text").substr(0, 400) + "<Integer></Float>";
+    station = session.rig.hang(0, 0, plainCamera({{"description-text", broken}}));
+    camera = session.findFirst();
+    const auto connectTo = [&](const char* url) {
+        return [this, url] {
+            std::vector<std::uint8_t> text(bootstrap::kUrlSize);
+            std::copy_n(url, std::strlen(url), text.begin());
+            EXPECT_TRUE(station->poke(bootstrap::kFirstUrl, text));
+            EXPECT_TRUE(station->poke(bootstrap::kSecondUrl, std::vector<std::uint8_t>(bootstrap::kUrlSize)));
+            return Gbe_connectCamera(camera);
+        };
+    };
+    const std::string folder = std::filesystem::current_path();
+    std::filesystem::create_directory("genicam");
+    std::ofstream("genicam/other.xml") << "<Other/>";
+    expectDetails({
+        {"broken", connectTo("Local:simcam.xml;48000000;1A1"), GBE_ERROR_XML_READ,
+         "first URL \"Local:simcam.xml;48000000;1A1\": its XML is broken at byte 417: expected >; second URL empty"},
+        {"no folder", connectTo("File:cam.xml"), GBE_ERROR_ENVIRONMENT_NOT_SET,
+         "the description is the file genicam/cam.xml below the folder that TAVODIR5 names, and that is not set"},
+    });
+    setenv("TAVODIR5", folder.c_str(), 1);
+    expectDetails({
+        {"no file", connectTo("File:cam.xml"), GBE_ERROR_FILE_DOES_NOT_EXIST,
+         folder + "/genicam/cam.xml does not exist"},
+        {"other", connectTo("File:other.xml"), GBE_ERROR_XML_READ,
+         "first URL \"File:other.xml\": it has no complete element RegisterDescription; second URL empty"},
+        {"web", connectTo("http://x"), GBE_ERROR_XML_READ,
+         "first URL \"http://x\": nothing is fetched from the web; second URL empty"},
+        {"nonsense", connectTo("nonsense"), GBE_ERROR_XML_READ,
+         "first URL \"nonsense\": it names no description; second URL empty"},
+    });
+    unsetenv("TAVODIR5");
+    BoardHandle* board = nullptr;
+    char reply[64];
+    unsigned size = sizeof reply;
+    expectDetails({
+        {"no board", [&] { return Gbe_initBoard(5, 0, &board); }, GBE_ERROR_BOARD_INITIALIZATION,
+         "there is no board 5, or the hardware library cannot open it"},
+        {"bad board", [&] { return Gbe_initBoard(9, 0, &board); }, GBE_ERROR_BOARD_INITIALIZATION,
+         "board 9 is not within 0..7"},
+        {"refused", [&] { return Gbe_askService("NONSENSE", reply, &size); }, GBE_ERROR_TRANSPORT_LAYER,
+         "the service says: 500 unknown"},
+        {"null", [&] { return Gbe_askService(nullptr, reply, &size); }, GBE_ERROR_ILLEGAL_PARAMETER,
+         "request is null"},
+    });
+}
+
+TEST_F(ErrorDetailTest, IsEachThreadsOwnAndGoesWithTheNextFailure) {
+    EXPECT_EQ(Gbe_connectCamera(nullptr), GBE_ERROR_ILLEGAL_PARAMETER);
+    const char* const mine = Gbe_getLastErrorDetail();
+    std::thread([mine] {
+        EXPECT_STREQ(Gbe_getLastErrorDetail(), "");
+        EXPECT_EQ(Gbe_scanNetwork(nullptr, 0, 0), GBE_ERROR_ILLEGAL_PARAMETER);
+        EXPECT_STREQ(Gbe_getLastErrorDetail(), "board is null");
+        EXPECT_NE(Gbe_getLastErrorDetail(), mine);
+    }).join();
+    EXPECT_STREQ(mine, "camera is null");
+    station = session.rig.hang(0, 0, oddCamera());
+    camera = session.connectFirst();
+    try { // what() stays the class's own; the sentence is there for C++ callers, too
+        tavo::getGenICamInterface(camera)->getNodeByName("Stepped")->asInteger()->setValue(0);
+        ADD_FAILURE() << "it was set";
+    } catch (const tavo::GicIllegalValueException& failure) {
+        EXPECT_STREQ(failure.what(), "illegal value");
+        EXPECT_STREQ(mine, "0 is not within 16..1920 px in steps of 16");
+    }
+    const std::string name(3000, 'x'); // cut to the buffer
+    EXPECT_EQ(Gbe_setEnumerationValue(camera, "Mode", name.c_str()), GBE_ERROR_ILLEGAL_VALUE);
+    EXPECT_EQ(mine, std::string(64, 'x') + "... is none of Off, Auto");
 }
 
 } // namespace

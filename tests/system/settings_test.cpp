@@ -197,7 +197,7 @@ TEST_F(SettingsTest, LoadsWhatPeopleAndOtherToolsWriteAndSaysWhatItCouldNot) {
          "line 1: Widht: illegal node (-40007): the camera has no such feature\n"
          "line 4: PixelFormat: illegal value (-40006): \"Mono7\" is no entry of it\n"
          "line 5: AcquisitionStop: illegal node (-40007): is a command, which has no value\n"
-         "line 6: Width: illegal value (-40006)\n"
+         "line 6: Width: illegal value (-40006): 17 is not within 16..1920 px in steps of 4; 16 and 20 are\n"
          "line 7: WidthMax: feature not writable (-40005)\n",
          {5, 0, 0, 5, 0, 0}},
         {"locked when it was saved",

@@ -23,9 +23,11 @@ void showBoards(bool withLinks, bool json) {
     Table table(
         withLinks ? std::vector<std::string>{"BOARD", "PORT 0", "PORT 1", "PORT 2", "PORT 3"}
                   : std::vector<std::string>{"BOARD"});
+    std::string why;
     for (int number = 0; number < GBE_BOARDS; ++number) {
         BoardHandle* handle = nullptr;
         if (Gbe_initBoard(number, 0, &handle) != 0) {
+            why = number == 0 ? Gbe_getLastErrorDetail() : why;
             continue;
         }
         const Board board(handle, &Gbe_freeBoard);
@@ -40,7 +42,7 @@ void showBoards(bool withLinks, bool json) {
             withLinks ? QJsonObject{{"board", number}, {"links", links}} : QJsonObject{{"board", number}});
     }
     if (array.isEmpty()) {
-        throw boardFailure("boards", 0, GBE_ERROR_BOARD_INITIALIZATION);
+        throw boardFailure("boards", 0, GBE_ERROR_BOARD_INITIALIZATION, why);
     }
     json ? print(QJsonDocument(array)) : table.print();
 }

@@ -192,7 +192,7 @@ void Grab::next(ImageStream& stream, GbeImage& image) {
     if (m_interrupt.asked()) {
         throw Failure("interrupted after " + count + " images");
     }
-    throw Failure("waiting for an image" + stream.trouble(), GBE_ERROR_TIMEOUT);
+    throw Failure("waiting for an image", GBE_ERROR_TIMEOUT, stream.trouble());
 }
 
 void Grab::tell(const std::string& file, const GbeImage& image) {

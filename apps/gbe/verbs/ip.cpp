@@ -62,7 +62,7 @@ Target targetOf(const std::string& text, const Selection& selection, const std::
     if (count == 0) {
         throw Failure(
             "camera \"" + text + "\"",
-            found.empty() ? GBE_ERROR_NO_CAMERAS_FOUND : GBE_ERROR_CAMERA_DOES_NOT_EXIST);
+            found.empty() ? GBE_ERROR_NO_CAMERAS_FOUND : GBE_ERROR_CAMERA_DOES_NOT_EXIST, {});
     }
     const FoundCamera& camera = *std::find_if(found.begin(), found.end(), named);
     return {camera.port, Mac::at(camera.info.mac), camera.ip};
@@ -115,7 +115,7 @@ void tellOutcome(BoardHandle* board, const Target& target, const Ipv4& ip, int c
         std::printf("It keeps the address until it is switched off or reset.\n");
         return;
     }
-    throw Failure(mac + ": does not answer", code < 0 ? code : GBE_ERROR_CAMERA_DOES_NOT_EXIST);
+    throw Failure(mac + ": does not answer", code < 0 ? code : GBE_ERROR_CAMERA_DOES_NOT_EXIST, {});
 }
 
 QJsonObject addressesOf(const FoundCamera& camera, const PortAddress& port) {

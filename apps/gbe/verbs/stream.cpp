@@ -185,7 +185,7 @@ void streamImages(Context& context, const StreamRequest& request, double seconds
     ImageStream stream(camera, options);
     stream.start();
     if (!Watch(stream, seconds, !context.json && isatty(STDOUT_FILENO) != 0).run()) {
-        throw Failure("waiting for an image" + stream.trouble(), GBE_ERROR_TIMEOUT);
+        throw Failure("waiting for an image", GBE_ERROR_TIMEOUT, stream.trouble());
     }
 }
 

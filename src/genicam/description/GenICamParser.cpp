@@ -35,13 +35,18 @@ void reportParseError(const std::string& why) {
     util::setErrorDetail(why);
 }
 
-// `where` is null, or somewhere in what was parsed, which need not be the text.
-std::string placedIn(const char* text, const rapidxml::parse_error& error) {
+// A description while it is parsed, in place: where it begins and ends.
+struct Extent {
+    const char* begin;
+    const char* end;
+};
+
+// What was parsed may lie elsewhere: the root's opening tag does.
+std::string sentenceOf(const Extent& text, const rapidxml::parse_error& error) {
     const char* const where = error.where<char>();
-    const char* const end = text + std::strlen(text);
-    const bool isInside = where != nullptr && !std::less<>()(where, text) && !std::less<>()(end, where);
-    const auto line = isInside ? std::count(text, where, '\n') + 1 : 1;
-    return "its XML is broken in line " + std::to_string(line) + ": " + error.what();
+    const bool isInside = !std::less<>()(where, text.begin) && !std::less<>()(text.end, where);
+    const auto offset = isInside ? where - text.begin : 0;
+    return "its XML is broken at byte " + std::to_string(offset) + ": " + error.what();
 }
 
 struct ElementKind {
@@ -197,11 +202,12 @@ std::unique_ptr<GenICamTreeBuilder> GenICamParser::parse(char* text, std::unique
 }
 
 std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseWhole(char* text) {
+    const Extent extent{text, text + std::strlen(text)};
     const auto document = std::make_unique<Document>();
     try {
         document->parse<kParseFlags>(text);
     } catch (const rapidxml::parse_error& error) {
-        reportParseError(placedIn(text, error)); // what was complete before the error is used
+        reportParseError(sentenceOf(extent, error)); // what was complete before the error is used
     }
     XmlNode* const first = document->first_node();
     return std::unique_ptr<GenICamTreeBuilder>(first == nullptr ? nullptr : parseNode(first, nullptr));
@@ -212,6 +218,7 @@ std::unique_ptr<GenICamTreeBuilder> GenICamParser::parseWhole(char* text) {
 // leaves names and values in it.
 std::unique_ptr<GenICamTreeBuilder>
 GenICamParser::parsePieces(char* text, const genicam::XmlOutline& outline, std::unique_ptr<char[]> owner) {
+    const Extent extent{text, text + outline.end};
     const auto document = std::make_unique<Document>();
     try {
         std::string tag(text + outline.rootTag.begin, text + outline.rootTag.end);
@@ -239,7 +246,7 @@ GenICamParser::parsePieces(char* text, const genicam::XmlOutline& outline, std::
         }
         return root;
     } catch (const rapidxml::parse_error& error) { // in a text or an attribute; then the root is not complete
-        reportParseError(placedIn(text, error));
+        reportParseError(sentenceOf(extent, error));
         return nullptr;
     }
 }
