@@ -68,6 +68,7 @@ inline constexpr std::size_t kUserDefinedNameSize = 16;
 inline constexpr std::size_t kUrlSize = 512;
 
 // GVCP capability
+inline constexpr std::uint32_t kConcatenationBit = 0x1; // a command may read or write several registers
 inline constexpr std::uint32_t kPacketResendBit = 0x4;
 
 // GVSP (stream) capability and configuration

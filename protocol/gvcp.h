@@ -12,6 +12,7 @@ inline constexpr std::uint8_t kKey = 0x42;
 inline constexpr std::size_t kHeader = 8;
 inline constexpr std::size_t kMaxPayload = 540;     // so that the whole IP packet stays within 576 bytes
 inline constexpr std::size_t kMaxMemoryBlock = 536; // data bytes of one READMEM or WRITEMEM
+inline constexpr std::size_t kMaxRegisters = kMaxPayload / 4; // addresses of one READREG
 
 // Command header
 inline constexpr std::size_t kCommandKey = 0;

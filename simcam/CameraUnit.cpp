@@ -53,6 +53,9 @@ void CameraUnit::fillIn(const CameraSettings& settings, const Description& descr
     registers.setText(Reg::ManufacturerInfo, settings.info);
     registers.setText(Reg::SerialNumber, settings.serial);
     registers.setText(Reg::UserDefinedName, settings.name);
+    if (!settings.concatenates) {
+        registers.set(Reg::Capability, registers.get(Reg::Capability) & ~bootstrap::kConcatenationBit);
+    }
     registers.setText(Reg::FirstUrl, description.firstUrl);
     registers.setText(Reg::SecondUrl, description.secondUrl);
     memory.addFile(description.zip.address, description.zip.content);

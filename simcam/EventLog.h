@@ -18,7 +18,8 @@ struct Event {
     gvcp::Command command{};
     std::uint16_t requestId = 0;
     std::uint32_t address = 0; // the first one; 0 for commands without
-    std::uint32_t value = 0;   // WRITEREG: the first value; READMEM, WRITEMEM: the number of bytes
+    // READREG: how many registers; WRITEREG: the first value; READMEM, WRITEMEM: how many bytes
+    std::uint32_t value = 0;
     gvcp::Status status = gvcp::Status::Success;
     bool repeated = false; // a retransmission, answered from memory
 };

@@ -187,9 +187,17 @@ Response GvcpDevice::resend(const Request& request) {
     return none;
 }
 
+// Whether one command may be for so many registers.
+bool GvcpDevice::takes(std::size_t registers) const {
+    return registers == 1 || m_parts.settings.concatenates;
+}
+
 Response GvcpDevice::readRegisters(const Request& request) {
     if (request.length == 0 || !aligned(request.length) || request.length > gvcp::kMaxPayload) {
         return {Status::InvalidHeader, {}};
+    }
+    if (!takes(request.length / kWord)) {
+        return {Status::InvalidParameter, {}};
     }
     Response response;
     Reader reader(request.payload);
@@ -206,6 +214,9 @@ Response GvcpDevice::readRegisters(const Request& request) {
 Response GvcpDevice::writeRegisters(const Request& request) {
     if (request.length == 0 || request.length % kRegisterPair != 0 || request.length > gvcp::kMaxPayload) {
         return {Status::InvalidHeader, {}};
+    }
+    if (!takes(request.length / kRegisterPair)) {
+        return {Status::InvalidParameter, {}};
     }
     Response response;
     Reader reader(request.payload);

@@ -25,7 +25,8 @@ public:
         Memory& memory;
         EventLog& log;
         FaultPlan& faults;
-        const CameraSettings& settings; // its latency, slow writes and PENDING_ACKs, which may change
+        const CameraSettings&
+            settings; // its latency, slow writes and PENDING_ACKs, which may change, and more
         const NoticeSink& notices;
     };
     struct Hooks {
@@ -76,6 +77,7 @@ private:
     Response discovery(const Request& request);
     Response forceIp(const Request& request);
     Response resend(const Request& request);
+    bool takes(std::size_t registers) const;
     Response readRegisters(const Request& request);
     Response writeRegisters(const Request& request);
     Response readMemory(const Request& request);

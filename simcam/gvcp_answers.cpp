@@ -88,6 +88,7 @@ void GvcpDevice::note(const Request& request, Status status, bool repeated) {
     switch (event.command) {
     case Command::ReadRegCmd:
         event.address = reader.u32();
+        event.value = static_cast<std::uint32_t>(request.payload.size() / kWord);
         break;
     case Command::WriteRegCmd:
         event.address = reader.u32();

@@ -156,6 +156,10 @@ const Row kRows[] = {
      [](Text value, CameraSettings& s, Error error) {
          return choice(value, "model", false, "plain", true, s.plainMemory, error);
      }},
+    {{"concatenation", "whether one command may read or write several registers: 'on' or 'off'"},
+     [](Text value, CameraSettings& s, Error error) {
+         return choice(value, "on", true, "off", false, s.concatenates, error);
+     }},
     {{"file-end", "'padded' to 8 bytes or 'exact'"},
      [](Text value, CameraSettings& s, Error error) {
          return choice(value, "padded", FileEnd::Padded, "exact", FileEnd::Exact, s.fileEnd, error);

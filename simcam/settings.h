@@ -35,6 +35,7 @@ struct CameraSettings {
     std::string secondUrl;          // empty: {xml} where there is one, else {zip}
     std::string descriptionFile;    // XML or zip; empty: the built-in description
     std::string descriptionText;
+    bool concatenates = true; // one command may read or write several registers
     bool plainMemory = false; // no models: memory behind a description of one's own
     FileEnd fileEnd = FileEnd::Padded;
     milliseconds latency{0};

@@ -184,6 +184,13 @@ int GigeCamera::ReadRegister(int port, unsigned int address, int* value) {
     });
 }
 
+int GigeCamera::ReadRegisters(
+    int port, std::span<const std::uint32_t> addresses, std::uint32_t* values, std::size_t& done) {
+    return on(m_ports, port, kNoSuchPort, [&](auto& place) {
+        return transport::readRegisters(place.port, addresses, values, done);
+    });
+}
+
 int GigeCamera::WriteRegister(int port, unsigned int address, int value) {
     return on(m_ports, port, kNoSuchPort, [&](auto& place) {
         return transport::writeRegister(place.port, address, value);

@@ -26,6 +26,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 
 class GigeCamera : public QObject {
@@ -121,6 +122,9 @@ public:
 
     // --- Commands to the selected camera
     int ReadRegister(int port, unsigned int address, int* value);
+    // Up to 135 with one command: see command_channel.h.
+    int ReadRegisters(
+        int port, std::span<const std::uint32_t> addresses, std::uint32_t* values, std::size_t& done);
     int WriteRegister(int port, unsigned int address, int value);
     // Reads `count` bytes into `buffer`, in blocks of 536. 0, or 1 for any failure, with part of the buffer
     // filled. `done` (which may be null) gets the low 16 bits of `count` on success.

@@ -58,11 +58,9 @@ bool takeArrived(Port& port, AckWait& wait, const Command& command, UDPPacket& a
 // Another command's acknowledgement makes the very same command go out once more. Where that one was not
 // alone, its likes must not spoil the second attempt as well, nor must the answer to the first be lost with
 // them.
-int runRegisterCommand(Port& port, const Command& command, int* value) {
+int runRegisterCommand(Port& port, const Command& command, UDPPacket& ack, std::size_t& size) {
     const Access access(port);
     const std::uint16_t requestId = frame::rawRequestId(command.frame);
-    UDPPacket ack;
-    std::size_t size = 0;
     AckWait wait(requestId, AckWait::Foreign::EndsTheWait, port.now(), access.time());
     int result = runCommand(port, wait, command, ack, size);
     if (result == transport_error::kForeignReply) {
@@ -75,6 +73,13 @@ int runRegisterCommand(Port& port, const Command& command, int* value) {
             result = receiveAck(port, wait, &command, ack, size);
         }
     }
+    return result;
+}
+
+int runRegisterCommand(Port& port, const Command& command, int* value) {
+    UDPPacket ack;
+    std::size_t size = 0;
+    const int result = runRegisterCommand(port, command, ack, size);
     return result != 0 ? result : registerResult(ack, size, value);
 }
 
@@ -165,6 +170,34 @@ int readRegister(Port& port, unsigned address, int* value) {
     const unsigned length =
         frame::readRegister(command, port.toCurrentCamera(), port.takeRequestId(), address);
     return runRegisterCommand(port, {command, frame::padded(length)}, value);
+}
+
+// A refusal that comes with as many values as were asked for does not tell what was refused.
+int readRegisters(
+    Port& port, std::span<const std::uint32_t> addresses, std::uint32_t* values, std::size_t& done) {
+    done = 0;
+    if (addresses.size() > gvcp::kMaxRegisters) {
+        return transport_error::kOversized;
+    }
+    UDPPacket command;
+    const unsigned length =
+        frame::readRegisters(command, port.toCurrentCamera(), port.takeRequestId(), addresses);
+    UDPPacket ack;
+    std::size_t size = 0;
+    const int result = runRegisterCommand(port, {command, frame::padded(length)}, ack, size);
+    if (result != 0) {
+        return result;
+    }
+    const std::size_t carried = frame::registerCount(ack, size);
+    const int status = frame::ackStatus(ack);
+    const bool isWhole = carried >= addresses.size();
+    if ((status == 0) == isWhole) {
+        done = std::min(carried, addresses.size());
+        for (std::size_t i = 0; i < done; ++i) {
+            values[i] = frame::registerValue(ack, i);
+        }
+    }
+    return status == 0 && !isWhole ? transport_error::kTruncated : status;
 }
 
 int writeRegister(Port& port, unsigned address, int value) {

@@ -10,9 +10,19 @@
 
 #include "transport/Port.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
 namespace transport {
 
 int readRegister(Port& port, unsigned address, int* value);
+// Several registers with one command, in their order: up to gvcp::kMaxRegisters, of a camera that takes more
+// than one (bootstrap::kConcatenationBit); more are refused with kOversized. `values` has room for as many.
+// `done` becomes how many values have come: with a status those of the registers before the one that the
+// camera refused, as far as its answer tells which that is.
+int readRegisters(
+    Port& port, std::span<const std::uint32_t> addresses, std::uint32_t* values, std::size_t& done);
 int writeRegister(Port& port, unsigned address, int value);
 // Reads `count` bytes into `buffer`, in blocks of 536. 0, or 1 for any failure, with part of the buffer
 // filled. `done` (which may be null) gets the low 16 bits of `count` on success.

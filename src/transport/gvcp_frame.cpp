@@ -110,10 +110,35 @@ forceIp(UDPPacket& packet, const Route& route, std::uint16_t id, const ForcedAdd
 }
 
 unsigned short readRegister(UDPPacket& packet, const Route& route, std::uint16_t id, std::uint32_t address) {
-    command(packet, route, gvcp::Command::ReadRegCmd, gvcp::kFlagAckRequired, id, 4);
-    put32<kPayload>(packet, address);
-    udpChecksum(packet, gvcp::kHeader + 4);
-    return kPayload + 4;
+    return readRegisters(packet, route, id, {&address, 1});
+}
+
+unsigned short readRegisters(
+    UDPPacket& packet, const Route& route, std::uint16_t id, std::span<const std::uint32_t> addresses) {
+    static_assert(kPayload + gvcp::kMaxPayload <= UDPPacket::kSize);
+    const std::size_t payload = 4 * addresses.size();
+    command(packet, route, gvcp::Command::ReadRegCmd, gvcp::kFlagAckRequired, id, payload);
+    std::uint8_t* to = packet.at(kPayload);
+    for (const std::uint32_t address : addresses) {
+        for (const int shift : {24, 16, 8, 0}) {
+            *to++ = static_cast<std::uint8_t>(address >> shift);
+        }
+    }
+    udpChecksum(packet, static_cast<std::uint16_t>(gvcp::kHeader + payload));
+    return static_cast<unsigned short>(kPayload + payload);
+}
+
+std::size_t registerCount(const UDPPacket& ack, std::size_t size) {
+    const std::size_t held = size > kPayload ? size - kPayload : 0;
+    return std::min<std::size_t>(get16<kGvcp + gvcp::kLength>(ack), held) / 4;
+}
+
+std::uint32_t registerValue(const UDPPacket& ack, std::size_t index) {
+    std::uint32_t value = 0;
+    for (std::size_t byte = 0; byte < 4; ++byte) {
+        value = value << 8 | ack.bytes[kPayload + 4 * index + byte];
+    }
+    return value;
 }
 
 unsigned short writeRegister(

@@ -13,6 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 using MacBytes = net::Mac;
 using IpBytes = net::Ipv4;
@@ -97,6 +98,9 @@ unsigned short discovery(UDPPacket& packet, const Route& route, std::uint16_t id
 // For everybody, like a discovery: the device may not be reachable at its own address.
 unsigned short forceIp(UDPPacket& packet, const Route& route, std::uint16_t id, const ForcedAddress& address);
 unsigned short readRegister(UDPPacket& packet, const Route& route, std::uint16_t id, std::uint32_t address);
+// `addresses` are gvcp::kMaxRegisters at most; the caller sees to it.
+unsigned short readRegisters(
+    UDPPacket& packet, const Route& route, std::uint16_t id, std::span<const std::uint32_t> addresses);
 unsigned short writeRegister(
     UDPPacket& packet, const Route& route, std::uint16_t id, std::uint32_t address, std::uint32_t value);
 unsigned short readMemory(
@@ -159,6 +163,11 @@ std::uint16_t rawRequestId(const UDPPacket& packet);
 // The length field of an acknowledgement, taken as if it were little-endian, deliberately: with the lengths
 // that occur it then exceeds every buffer and every frame, and never decides anything.
 int announcedLength(const UDPPacket& packet);
+
+// The values that a read-register acknowledgement of `size` bytes of content carries: how many, and each of
+// them.
+std::size_t registerCount(const UDPPacket& ack, std::size_t size);
+std::uint32_t registerValue(const UDPPacket& ack, std::size_t index);
 
 // Copies the data of a read-memory acknowledgement of `size` bytes into `buffer`. The result is `capacity`,
 // or -1 when the acknowledgement does not hold (or announce) that much; nothing is copied then.

@@ -127,6 +127,8 @@ TEST(SimcamGolden, EachCommandGetsItsAcknowledgement) {
         {"discovery_cmd", "discovery_ack", false},
         {"forceip_cmd", "forceip_ack", false},
         {"readreg_cmd", "readreg_ack", true},
+        {"readregs_cmd", "readregs_ack", true},
+        {"readregs_part_cmd", "readregs_part_ack", true},
         {"writereg_cmd", "writereg_ack", false},
         {"readmem_cmd", "readmem_ack", false},
         {"writemem_cmd", "writemem_ack", true},

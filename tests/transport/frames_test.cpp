@@ -21,6 +21,14 @@ TEST(Frames, CommandsAndAcknowledgementsAreAsTheStandardsWriteThem) {
     int value = 0;
     EXPECT_EQ(Golden("readreg").camera->ReadRegister(0, 0x0A00, &value), 0);
     EXPECT_EQ(value, 2);
+    std::uint32_t values[3]{};
+    std::size_t done = 0;
+    EXPECT_EQ(Golden("readregs").camera->ReadRegisters(0, {{0x0A00, 0x0934, 0x0904}}, values, done), 0);
+    EXPECT_THAT(values, testing::ElementsAre(2, 0xF9A00027, 1));
+    EXPECT_EQ(done, 3U);
+    EXPECT_EQ(
+        Golden("readregs_part").camera->ReadRegisters(0, {{0x0A00, 0x0944, 0x0904}}, values, done), 0x8006);
+    EXPECT_EQ(done, 1U);
     EXPECT_EQ(Golden("writereg").camera->WriteRegister(0, 0x0A00, 2), 0);
     char url[512] = "";
     EXPECT_EQ(Golden("readmem").camera->ReadMemory(0, 0x0200, 512, nullptr, url), 0);
