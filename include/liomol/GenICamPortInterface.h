@@ -20,4 +20,25 @@ public:
     virtual ~GenICamPortInterface();
 };
 
+// What a port may be besides: it can read many places with few accesses. A class that derives from this as
+// well as from GenICamPortInterface is asked to when the values of many features are wanted; with any other
+// port they are read one by one.
+class LIOMOL_API GenICamBatchReadInterface {
+public:
+    struct Place {
+        unsigned char* buffer; // the caller's, of `length` bytes
+        long long address;
+        long long length;
+        bool isRead; // false at first
+    };
+
+    // Reads what it can of the places, in their order, and sets `isRead` where the buffer was filled. What is
+    // left is no failure: it is read by itself when somebody wants it. Places that follow each other without
+    // a gap may be read as one; nothing but the places themselves may be read. False when asking for more is
+    // of no use now. Throws, as read() would, what stands against every access. Any thread.
+    virtual bool readMany(Place* places, unsigned count) = 0;
+
+    virtual ~GenICamBatchReadInterface();
+};
+
 } // namespace tavo

@@ -123,6 +123,21 @@ GBE_API int Gbe_setRegisterBytes(CameraHandle* camera, const char* name, const v
 GBE_API int Gbe_readMemory(CameraHandle* camera, unsigned address, void* buffer, unsigned size);
 GBE_API int Gbe_writeMemory(CameraHandle* camera, unsigned address, const void* bytes, unsigned size);
 
+/* ---- Many at once ------------------------------------------------------------------------------------ */
+
+/* Reads ahead what the features of `count` names, or with null `names` all features, need of the camera:
+ * their access, lock, value and limits, and what these depend on. Many registers are read with each command,
+ * as far as the camera takes that, so that this takes a few round trips where reading the features one by one
+ * takes one each; the calls that ask for them afterwards are then answered from the cache, as if each
+ * register had been read by its first reader: the same values, invalidated by the same writes, with polling
+ * times that count from here. What those calls would not read (of a feature that is not available or
+ * write-only, for one) is not read here either. Registers that the description wants read at each access are
+ * left to these, and so are those that could not be read: the call that needs one tells why. Like the other
+ * feature calls it may be called by any thread; those of other threads come in between.
+ * GBE_ERROR_ILLEGAL_PARAMETER: null handle, or a null name. GBE_ERROR_ILLEGAL_NODE: no feature has one of the
+ * names; nothing is read. Otherwise 0, or what keeps every feature from being read (control is lost, say). */
+GBE_API int Gbe_prefetch(CameraHandle* camera, const char* const* names, unsigned count);
+
 /* ---- Changes ----------------------------------------------------------------------------------------- */
 
 /* What of a feature has changed. */

@@ -1,5 +1,6 @@
 #include "board/PortBridge.h"
 
+#include "board/BatchRead.h"
 #include "board/Board.h"
 #include "board/control.h"
 #include "board/failures.h"
@@ -246,6 +247,24 @@ void PortBridge::read(unsigned char* buffer, long long address, long long length
         const Range range{static_cast<unsigned>(address), static_cast<unsigned>(length)};
         needsWholeWords(range) ? readUnaligned(visit, buffer, range) : readRange(visit, buffer, range);
     });
+}
+
+bool PortBridge::readMany(Place* places, unsigned count) {
+    bool goesOn = false;
+    access(0, 0, [&](Visit& visit) {
+        const auto tell = [&](int result) { result == 0 ? visit.answered() : visit.failed(result); };
+        if (!m_canConcatenate) {
+            int capability = 0;
+            const int result = transport::readRegister(visit.port, bootstrap::kCapability, &capability);
+            tell(result);
+            if (result < 0) {
+                return;
+            }
+            m_canConcatenate = (static_cast<unsigned>(capability) & bootstrap::kConcatenationBit) != 0;
+        }
+        goesOn = BatchRead(visit.port, *m_canConcatenate, tell).run({places, count});
+    });
+    return goesOn;
 }
 
 void PortBridge::readRange(Visit& visit, unsigned char* buffer, Range range) {

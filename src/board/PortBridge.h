@@ -5,10 +5,11 @@
 #include "liomol/GenICamPortInterface.h"
 
 #include <atomic>
+#include <optional>
 
 namespace board {
 
-class PortBridge : public tavo::GenICamPortInterface {
+class PortBridge : public tavo::GenICamPortInterface, public tavo::GenICamBatchReadInterface {
 public:
     // The longest write; it is also a multiple of 4, as every write but that of a register must be.
     static constexpr long long kMaxWrite = 512;
@@ -31,6 +32,11 @@ public:
     // to a camera that is connected for reading alone throws tavo::GicNotWritableException.
     void read(unsigned char* buffer, long long address, long long length) override;
     void write(unsigned char* buffer, long long address, long long length) override;
+    // With one command for many registers, where the camera takes that, and one for neighbours in memory. An
+    // attempt is not repeated; what fails, is longer than a block of memory, or does not consist of words is
+    // left. False when the camera does not answer. Throws as a read does when the device is not the port's,
+    // the board is closed, or control is lost.
+    bool readMany(Place* places, unsigned count) override;
     // Leads the door to another port. The address is not needed: commands go to the port's current camera.
     void setConnection(int board, int port, unsigned int ip) override;
 
@@ -58,6 +64,7 @@ private:
 
     std::atomic<CameraPort*> m_place;
     Device* m_device;
+    std::optional<bool> m_canConcatenate; // read several registers with one command; under the port's lock
 };
 
 } // namespace board

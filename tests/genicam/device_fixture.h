@@ -12,6 +12,7 @@
 #include "genicam/nodes/ImplGenICamFloat.h"
 #include "genicam/nodes/ImplGenICamInteger.h"
 #include "genicam/nodes/ImplGenICamRegister.h"
+#include "genicam/nodes/Prefetch.h"
 #include "support/memory_port.h"
 #include "util/status.h"
 
@@ -124,11 +125,20 @@ inline std::string shown(int code) {
     return code == 0 ? "0" : status::description(code);
 }
 
+inline void readAhead(tavo::NodeHost& host, const std::vector<tavo::ImplGenICamNode*>& nodes) {
+    tavo::Prefetch prefetch(host);
+    for (tavo::ImplGenICamNode* const node : nodes) {
+        prefetch.add(*node);
+    }
+    prefetch.run();
+}
+
 // Steps of a script are separated by "; ". Each may say after " -> " what it gives, which is 0 otherwise:
 //   Name         reads the node: its value as text, or the text of the failure
 //   Name=value   writes the node, or executes it when it is a command
 //   #step        does the step, and gives the port's reads and writes meanwhile, as "1r 0w"
 //   @8+2         the hexadecimal bytes of the camera's memory there; @8=0A FF puts them there
+//   !ahead       reads all named nodes ahead
 //   !stale       makes all that is cached stale; !fail and !heal break and mend the port; !check has accesses
 //                checked
 // A result may tell both what this system has and what the standard has, as in "Text -> default | standard".
@@ -219,6 +229,9 @@ struct Device {
             port.failing = step == "!fail";
             if (step == "!stale") {
                 camera.invalidateAllNodes();
+            }
+            if (step == "!ahead") {
+                readAhead(camera.tree(), camera.tree().nodes().byName());
             }
             if (step == "!check") {
                 camera.enableChecking(true);

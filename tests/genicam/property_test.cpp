@@ -56,6 +56,19 @@ int write(tavo::GenICamNode& node, std::int64_t value) {
     });
 }
 
+// What users ask of a node besides.
+void inspect(tavo::ImplGenICamNode& node) {
+    codeOf([&] { node.isLocked(); });
+    codeOf([&] { node.getAccessMode(); });
+    codeOf([&] { node.isAvailable(); });
+    if (auto* const real = node.asFloat()) {
+        codeOf([&] { real->getMin(); });
+        codeOf([&] { real->getMax(); });
+    } else if (auto* const string = node.asString()) {
+        codeOf([&] { string->getMaxLength(); });
+    }
+}
+
 // The two devices of one description, each with its own camera.
 class Pair {
 public:
@@ -98,6 +111,8 @@ public:
                                    : Failure::None);
         } else if (kind == 10) {
             found = m_isAllCached ? readTwice() : pokeVolatile();
+        } else if (kind > 14) {
+            found = prefetch(kind == 15 ? 2 + m_plan.pick(2) : 0);
         } else if (kind < 13 && !m_signalling) {
             found = kind == 11 ? readFailing(name) : writeWithFailingReads(name);
         }
@@ -144,6 +159,39 @@ private:
         m_steps += "all twice; ";
         reads = m_cameras[0].reads - reads;
         return reads == 0 ? "" : std::to_string(reads) + " reads that brought nothing";
+    }
+
+    // Touches nothing that reading one by one would not touch, and leaves nothing to be read by the nodes
+    // that keep what they read.
+    std::string prefetch(int leavesOut) {
+        std::vector<tavo::ImplGenICamNode*> nodes;
+        for (const std::string& name : m_plan.nodes) {
+            if (m_plan.chance(60)) {
+                nodes.push_back(&node(0, name));
+            }
+        }
+        m_steps += "ahead; ";
+        if (m_signalling) { // another thread reads, too
+            readAhead(m_devices[0].tree(), nodes);
+            return {};
+        }
+        m_cameras[0].leavesOut = leavesOut;
+        m_cameras[0].placesRead.clear();
+        m_cameras[1].placesRead.clear();
+        readAhead(m_devices[0].tree(), nodes);
+        const ChangingCamera::Places ahead = m_cameras[0].placesRead;
+        readAhead(m_devices[0].tree(), nodes); // what the first one's news made due
+        const int reads = m_cameras[0].reads;
+        for (tavo::ImplGenICamNode* const node : nodes) {
+            valueOf(*node);
+            inspect(*node);
+            valueOf(this->node(1, node->getName()));
+            inspect(this->node(1, node->getName()));
+        }
+        if (!std::ranges::includes(m_cameras[1].placesRead, ahead)) {
+            return "more was read ahead than anybody reads";
+        }
+        return m_isAllCached && leavesOut == 0 && m_cameras[0].reads != reads ? "not all was read ahead" : "";
     }
 
     std::string pokeVolatile() {

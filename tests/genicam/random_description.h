@@ -5,6 +5,8 @@
 
 #include <array>
 #include <random>
+#include <set>
+#include <span>
 
 namespace test_support {
 
@@ -18,13 +20,16 @@ struct Extent {
 };
 
 // Camera memory. A write also changes the registers that name a register whose bytes changed, and so on.
-class ChangingCamera : public tavo::GenICamPortInterface {
+class ChangingCamera : public tavo::GenICamPortInterface, public tavo::GenICamBatchReadInterface {
 public:
+    using Places = std::set<std::pair<long long, long long>>;
+
     static constexpr int kSize = 64;
     enum class Failure { None, Reads, WritesBefore, WritesAfter };
 
     void read(unsigned char* buffer, long long address, long long length) override {
         ++reads;
+        placesRead.emplace(address, length);
         if (failure == Failure::Reads || address < 0 || address + length > kSize) {
             std::fill_n(buffer, length, static_cast<unsigned char>(0xEE));
             throw tavo::GicTransportLayerException();
@@ -43,14 +48,29 @@ public:
         }
     }
 
+    // Leaves out every so many places.
+    bool readMany(Place* places, unsigned count) override {
+        for (Place& place : std::span(places, count)) {
+            if (leavesOut == 0 || ++m_turn % leavesOut != 0) {
+                read(place.buffer, place.address, place.length);
+                place.isRead = true;
+            }
+        }
+        return true;
+    }
+
     void setConnection(int, int, unsigned) override {}
 
     std::array<unsigned char, kSize> memory{};
     std::vector<Extent> extents;
     std::atomic<Failure> failure = Failure::None;
     std::atomic<int> reads = 0;
+    Places placesRead;
+    int leavesOut = 0;
 
 private:
+    int m_turn = 0;
+
     int addressOf(const Extent& extent) const {
         return extent.address +
                (extent.indexByte < 0 ? 0 : 4 * (memory[static_cast<std::size_t>(extent.indexByte)] & 3));

@@ -46,6 +46,17 @@ TEST(RegisterCache, MakesExactlyTheseAccesses) {
          "N -> 0; M -> 0; A -> 0; #N -> 0r 0w; #M -> 0r 0w; #A -> 0r 0w; !stale; #A -> 1r 0w; #M -> 1r 0w; "
          "#N -> 1r 0w; #A -> 0r 0w; #M -> 0r 0w; !stale; @4=01; A -> 0; N -> 0; M -> 1; #A -> 1r 0w; #N -> 1r 0w; "
          "#M -> 0r 0w"},
+        {"read ahead: addresses first, then what lies there",
+         reg("At", 0, 4) + reg("Far", 4, 4, "<pAddress>At</pAddress>") + reg("N", 8, 4) +
+             reg("Polled", 12, 4, caching("NoCache")) + reg("Always", 16, 4, caching("NoCache", 0)) +
+             integer("F", below("N") + "<pMax>Far</pMax>") + reg("Long", 256, 513, "", "StringReg") +
+             integer("Off", below("Hidden") + "<pIsAvailable>N</pIsAvailable>") +
+             "<IntReg Name='WO'><Address>24</Address><Length>4</Length><AccessMode>WO</AccessMode>"
+             "<pPort>Device</pPort></IntReg>" +
+             reg("Hidden", 20, 4, caching("NoCache", 0)),
+         "!check; @0=20; #!ahead -> 2r 0w; #At -> 0r 0w; #Far -> 0r 0w; #F -> 0r 0w; #Polled -> 0r 0w; "
+         "#Always -> 1r 0w; #Long -> 1r 0w; #!ahead -> 0r 0w; At=40; #!ahead -> 1r 0w; #Far -> 0r 0w; N=1; "
+         "#Polled -> 0r 0w; Polled=1; #!ahead -> 1r 0w; #Off -> 1r 0w; !fail; Far -> 0; #!ahead -> 0r 0w"},
         {"no port", "<IntReg Name='N'><Length>4</Length></IntReg>",
          "N -> port not available; N=1 -> port not available"},
     });

@@ -6,11 +6,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <span>
 #include <vector>
 
 namespace test_support {
 
-class MemoryPort : public tavo::GenICamPortInterface {
+class MemoryPort : public tavo::GenICamPortInterface, public tavo::GenICamBatchReadInterface {
 public:
     void read(unsigned char* buffer, long long address, long long length) override {
         ++reads;
@@ -29,6 +30,17 @@ public:
         }
         checkRange(address, length);
         std::copy_n(buffer, length, memory.begin() + address);
+    }
+
+    // Counts as one read.
+    bool readMany(Place* places, unsigned count) override {
+        const int before = reads;
+        for (Place& place : std::span(places, count)) {
+            read(place.buffer, place.address, place.length);
+            place.isRead = true;
+        }
+        reads = before + 1;
+        return true;
     }
 
     void setConnection(int newBoard, int newPort, unsigned newIp) override {

@@ -3,6 +3,7 @@
 
 #include "api/handles.h"
 #include "genicam/device/ImplGenICamCamera.h"
+#include "liomol/features.h"
 
 #include <atomic>
 
@@ -72,6 +73,7 @@ void useTheOther(TwoCameras& two) {
         result == 0 || result == GBE_ERROR_CAMERA_NOT_CONNECTED || result == GBE_ERROR_TRANSPORT_LAYER ||
         result == GBE_ERROR_ILLEGAL_NODE || result == GBE_ERROR_PORT_NOT_AVAILABLE)
         << result;
+    Gbe_prefetch(two.other, nullptr, 0);
     EXPECT_EQ(Gbe_invalidateCache(two.other), 0);
 }
 
@@ -98,6 +100,8 @@ void readTheOther(TwoCameras& two) {
     EXPECT_TRUE(value == 7 || value == 0) << value;
     EXPECT_EQ(Gbe_getEnumerationValue(two.other, "PixelFormat", &entry), 0);
     EXPECT_EQ(std::string(entry).rfind("Mono", 0), 0U) << entry;
+    EXPECT_EQ(Gbe_invalidateCache(two.other), 0);
+    EXPECT_EQ(Gbe_prefetch(two.other, nullptr, 0), 0);
     std::string error;
     EXPECT_TRUE(softboard::startCapture(0, 0, "watched.pcap", error)) << error;
     const auto bystander = two.session.rig.hang(0, 0, plainCamera({{"mac", "02:00:00:00:00:77"}}));

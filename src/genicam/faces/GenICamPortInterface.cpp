@@ -3,5 +3,6 @@
 namespace tavo {
 
 GenICamPortInterface::~GenICamPortInterface() = default;
+GenICamBatchReadInterface::~GenICamBatchReadInterface() = default;
 
 } // namespace tavo

@@ -10,7 +10,20 @@ namespace {
 // listener of one device that calls into another makes it two.
 thread_local DeviceLockScope* heldLocks = nullptr;
 
+// The rows of accesses of this thread, the latest first.
+thread_local const AccessRow* rows = nullptr;
+
 } // namespace
+
+AccessRow::AccessRow(NodeHost& host) : m_host(host), m_outer(rows) {
+    host.lock(0);
+    rows = this;
+}
+
+AccessRow::~AccessRow() {
+    rows = m_outer;
+    m_host.unlock();
+}
 
 DeviceLockScope::DeviceLockScope(NodeHost* host, unsigned timeoutMs) : m_host(host) {
     if (host == nullptr) {
@@ -22,7 +35,10 @@ DeviceLockScope::DeviceLockScope(NodeHost* host, unsigned timeoutMs) : m_host(ho
             return;
         }
     }
-    if (host->lock(timeoutMs)) {
+    for (const AccessRow* row = rows; row != nullptr && !m_lent; row = row->m_outer) {
+        m_lent = &row->m_host == host;
+    }
+    if (m_lent || host->lock(timeoutMs)) {
         m_owns = true;
         m_outer = heldLocks;
         heldLocks = this;
@@ -39,7 +55,7 @@ void DeviceLockScope::release() {
         link = &(*link)->m_outer;
     }
     *link = m_outer;
-    m_host->unlock();
+    m_lent ? m_host->endAccess() : m_host->unlock();
 }
 
 GenICamScopedReadWriteLock::GenICamScopedReadWriteLock(

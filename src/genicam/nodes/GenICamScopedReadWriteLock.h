@@ -26,7 +26,24 @@ private:
     NodeHost* m_host;
     DeviceLockScope* m_outer = nullptr; // the scope of another device that this thread holds
     bool m_owns = false;
+    bool m_lent = false; // by a row of accesses
     bool m_nested = false;
+};
+
+// Holds a device's lock for a row of accesses of this thread, each of which counts, and is checked, as if it
+// had taken the lock by itself. Not for a thread that holds the lock already.
+class AccessRow {
+public:
+    explicit AccessRow(NodeHost& host);
+    ~AccessRow();
+    AccessRow(const AccessRow&) = delete;
+    AccessRow& operator=(const AccessRow&) = delete;
+
+private:
+    friend class DeviceLockScope;
+
+    NodeHost& m_host;
+    const AccessRow* m_outer; // of another device
 };
 
 // The lock with the access check of a node: the outermost access of a thread is checked after the lock was

@@ -32,6 +32,13 @@ void ImplGenICamPort::setConnection(int board, int port, unsigned int ip) {
     transport().setConnection(board, port, ip);
 }
 
+bool ImplGenICamPort::readMany(Place* places, unsigned count) {
+    const std::lock_guard lock(m_access);
+    GenICamPortInterface* const port = getHost() != nullptr ? getHost()->findPort(getName()) : nullptr;
+    auto* const batches = dynamic_cast<GenICamBatchReadInterface*>(port);
+    return batches != nullptr && batches->readMany(places, count);
+}
+
 std::int64_t ImplGenICamPort::getChunkId() const {
     return m_pChunkId ? m_pChunkId.getInteger() : m_chunkId;
 }

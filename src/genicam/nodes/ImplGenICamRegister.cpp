@@ -2,6 +2,7 @@
 
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/NodeHost.h"
+#include "genicam/nodes/Prefetch.h"
 #include "genicam/nodes/failures.h"
 #include "genicam/nodes/limits.h"
 #include "genicam/nodes/numbers.h"
@@ -142,14 +143,22 @@ void ImplGenICamRegister::internalGet(bool force) {
     }
 }
 
-// Only news spreads: whoever read the same bytes before holds nothing that they make wrong. Those of another
-// place are no news of it.
 void ImplGenICamRegister::readDevice(std::int64_t address) {
+    if (access() != nullptr && access()->prefetch != nullptr) {
+        access()->prefetch->defer(*this, m_port, address, emptyContent());
+    }
     dropContent(); // a read that fails leaves nothing behind that could be taken for the content
     RegisterBytes content = emptyContent();
     if (content.size() != 0) {
         port().read(content.data(), address, static_cast<long long>(content.size()));
     }
+    takeContent(std::move(content), address);
+}
+
+// Only news spreads: whoever read the same bytes before holds nothing that they make wrong. Those of another
+// place are no news of it.
+void ImplGenICamRegister::takeContent(RegisterBytes content, std::int64_t address) {
+    dropContent();
     const RegisterPlace before = m_place;
     moveTo(address, content.size());
     if (m_contentKnown && !(content == m_content) && access() != nullptr) {

@@ -59,6 +59,10 @@ public:
 
     // Whether a read is answered from the cache; for callers that hold the device's lock.
     bool isRegisterValid() const { return m_contentValid; }
+    // Whether what is read now still counts at a later access.
+    bool keepsContent() const { return m_cacheMode != CacheMode::NoCache || m_pollingTime > 0; }
+    // For a caller that holds the device's lock, and has just read this from the register's place.
+    void takeContent(RegisterBytes content, std::int64_t address);
 
 protected:
     // Brings the device's content here, unless the cache still holds it. A forced call always reads.

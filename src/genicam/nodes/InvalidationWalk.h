@@ -11,6 +11,7 @@
 namespace tavo {
 
 class ImplGenICamNode;
+class Prefetch;
 
 // Spreads a change along the graph, without recursion: a node's content is dropped, its dependants and then
 // the nodes that it invalidates are visited in order, and at last its notice is queued. Where content may
@@ -82,6 +83,7 @@ struct AccessContext {
     unsigned depth = 0;              // hops from node to node
     unsigned hops = 0;               // all of them since the lock was taken
     unsigned formulaEvaluations = 0; // likewise
+    Prefetch* prefetch = nullptr;    // notes what accesses need to read, instead of their reading it
 };
 
 } // namespace tavo

@@ -10,10 +10,14 @@ bool NodeHost::lock(unsigned timeoutMs) {
     return util::lockForWrite(m_device->lock, timeoutMs);
 }
 
-void NodeHost::unlock() {
+void NodeHost::endAccess() {
     ++m_access.number;
     m_access.hops = 0;
     m_access.formulaEvaluations = 0;
+}
+
+void NodeHost::unlock() {
+    endAccess();
     util::unlock(m_device->lock);
 }
 

@@ -39,6 +39,8 @@ public:
     bool lock(unsigned timeoutMs);
     // Ends the access, and releases the lock.
     void unlock();
+    // Ends the access: what comes next is another one.
+    void endAccess();
     // The state of the reading or writing that holds the lock.
     AccessContext& access() { return m_access; }
 

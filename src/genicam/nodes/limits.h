@@ -26,6 +26,13 @@ inline constexpr std::int64_t kMaxRegisterLength = 16LL * 1024 * 1024;
 // wrong value there must not hold the device's lock for a second. Texts of real cameras have up to 1024
 // bytes.
 inline constexpr std::int64_t kMaxTextLength = 64LL * 1024;
+// Reading ahead: longer registers have a command of their own either way.
+inline constexpr std::size_t kLongestReadAhead = 512;
+// Registers that are read at once while the device's lock is held: what four commands can bring.
+inline constexpr std::size_t kMostReadsAtOnce = 540;
+// How often one register is read before it is left alone, where each read makes others old that bring news.
+inline constexpr unsigned kMostReadsAhead = 3;
+
 // Longer registers are not shown as text.
 inline constexpr std::int64_t kMaxShownRegisterLength = 512;
 
