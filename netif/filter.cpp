@@ -170,6 +170,34 @@ Filter acknowledgementFilter() {
     return program.finish(false);
 }
 
+Filter captureFilter(const Mac& mac, bool all) {
+    Program program;
+    if (mac != Mac{}) {
+        constexpr std::uint8_t kTests = 4; // of one address: two loads, two jumps
+        program.load8(net::kDestinationMac);
+        program.skipIfBits(kGroupBit, 2 * kTests);
+        program.load32(net::kDestinationMac);
+        program.skipUnless(big(mac.data(), 4), 2);
+        program.load16(net::kDestinationMac + 4);
+        program.skipIf(big(mac.data() + 4, 2), kTests);
+        program.load32(net::kSourceMac);
+        program.dropUnless(big(mac.data(), 4));
+        program.load16(net::kSourceMac + 4);
+        program.dropUnless(big(mac.data() + 4, 2));
+    }
+    program.load16(net::kEtherType);
+    program.passIf(net::kEtherTypeArp);
+    dropUnlessUdp(program);
+    if (all) {
+        return program.finish(true);
+    }
+    for (const std::size_t port : {net::kUdpDestinationPort, net::kUdpSourcePort}) {
+        program.load16OfUdp(port);
+        program.passIf(gvcp::kPort);
+    }
+    return program.finish(false);
+}
+
 Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort, const ImagePackets& except) {
     Program program;
     dropForeignAddress(program, mac);

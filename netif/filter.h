@@ -34,6 +34,11 @@ Filter controlFilter(const ControlTraffic& traffic);
 // ARP, and all that comes from the GVCP port, whoever it is for.
 Filter acknowledgementFilter();
 
+// All that a listener wants to know of a port, both ways: ARP and GVCP that come from its address, go to it,
+// or go to a group; with `all` every UDP packet, image streams included. Without an address (zeros)
+// everybody's.
+Filter captureFilter(const Mac& mac, bool all);
+
 // The packets of one camera's image stream.
 struct ImagePackets {
     Ipv4 camera{};

@@ -1,6 +1,8 @@
 // What an independent dissector says of a recorded session.
 #pragma once
 
+#include "common/PcapngFile.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -9,6 +11,7 @@
 #include <fstream>
 #include <memory>
 #include <set>
+#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -31,17 +34,15 @@ inline std::string tshark(const std::string& file, const std::string& arguments)
 // Ethernet frames as a capture without times.
 inline void writeCapture(const std::string& file, const std::vector<std::vector<std::uint8_t>>& frames) {
     std::ofstream out(file, std::ios::binary);
-    const auto words = [&](std::initializer_list<std::size_t> values) {
-        for (const std::size_t value : values) {
-            for (const int shift : {24, 16, 8, 0}) {
-                out.put(static_cast<char>(value >> shift));
-            }
-        }
-    };
-    words({0xA1B2C3D4, 0x20004, 0, 0, 65535, 1});
+    common::PcapngFile capture(
+        [&](std::span<const std::uint8_t> block) {
+            out.write(
+                reinterpret_cast<const char*>(block.data()), static_cast<std::streamsize>(block.size()));
+        },
+        "test", "", {});
+    capture.addInterface({});
     for (const auto& frame : frames) {
-        words({0, 0, frame.size(), frame.size()});
-        out.write(reinterpret_cast<const char*>(frame.data()), static_cast<std::streamsize>(frame.size()));
+        capture.addFrame(0, 0, frame, common::PcapngFile::Direction::Unknown);
     }
 }
 
