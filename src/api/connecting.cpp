@@ -145,6 +145,8 @@ int connectCamera(CameraHandle* handle, Call call, const Wish& wish = {}) {
         } else if (device != nullptr) {
             device->noteControlLoss(tavo::ControlLoss::None); // of an earlier connection
         }
+        handle->place().showUse(
+            purpose == Purpose::Work ? GBE_LINK_CONTROL : GBE_LINK_READING, handle->mac.data());
         change.to(State::Connected);
     }
     return announced(device);

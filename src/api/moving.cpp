@@ -96,6 +96,7 @@ int moveConnection(CameraHandle& handle, const BoardHandle& newBoard, CameraPort
         moveTo(handle, newBoard, newPlace);
         startWatching(handle);
         startHeartbeat(handle);
+        newPlace.showUse(GBE_LINK_CONTROL, handle.mac.data());
         device = handle.sharedDevice();
         change.to(State::Connected);
     }

@@ -5,6 +5,7 @@
 #include "service/GbeTransmission.h"
 #include "service/commands.h"
 #include "util/error_detail.h"
+#include "util/link_pages.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -98,6 +99,10 @@ bool Board::open(int flags) {
         closeBoard(open);
         return false;
     }
+    for (int port = 0; port < kPorts; ++port) {
+        open->findPort(port)->setBoardIndex(index);
+    }
+    util::publishLinkCounters();
     m_open = open;
     return true;
 }

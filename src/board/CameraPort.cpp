@@ -1,5 +1,7 @@
 #include "board/CameraPort.h"
 
+#include "protocol/net.h"
+
 #include <utility>
 
 namespace board {
@@ -10,7 +12,19 @@ bool CameraPort::claim(const void* user) {
 }
 
 void CameraPort::release(const void* user) {
-    m_user.compare_exchange_strong(user, nullptr);
+    if (m_user.compare_exchange_strong(user, nullptr)) {
+        counters[util::Figure::Use].set(GBE_LINK_FREE);
+        counters[util::Figure::Mac].set(0);
+    }
+}
+
+void CameraPort::showUse(GbeLinkUse use, const std::uint8_t* mac) {
+    std::uint64_t bytes = 0;
+    for (std::size_t i = 0; i < net::kMacSize; ++i) {
+        bytes = bytes << 8 | mac[i];
+    }
+    counters[util::Figure::Mac].set(bytes);
+    counters[util::Figure::Use].set(use);
 }
 
 std::string CameraPort::localXmlFile() const {

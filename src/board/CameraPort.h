@@ -8,8 +8,10 @@
 #pragma once
 
 #include "board/ControlWatch.h"
+#include "liomol/diagnostics.h"
 #include "protocol/bootstrap.h"
 #include "transport/GigeCamera.h"
+#include "util/LinkCounters.h"
 #include "util/qt_locks.h"
 
 #include <QtCore/QMutex>
@@ -44,12 +46,13 @@ class CameraPort {
 public:
     // `board` is where the open board is found, if it is open; it outlives the port.
     CameraPort(int ofBoard, int port, const std::atomic<GigeCamera*>& board)
-        : boardIndex(ofBoard), number(port), m_board(board) {}
+        : boardIndex(ofBoard), number(port), counters(util::linkCounters(ofBoard, port)), m_board(board) {}
     CameraPort(const CameraPort&) = delete;
     CameraPort& operator=(const CameraPort&) = delete;
 
     const int boardIndex; // 0 to 7
     const int number;     // 0 to 3
+    util::LinkCounters& counters;
 
     // For who has to keep the port quiet without doing anything on it.
     QMutex& mutex() { return m_traffic; }
@@ -58,6 +61,8 @@ public:
     // A port carries the traffic of one connected camera handle, its user. False when another has it.
     bool claim(const void* user);
     void release(const void* user);
+    // What its user does with which camera (6 bytes), for who looks at the counters.
+    void showUse(GbeLinkUse use, const std::uint8_t* mac);
     // Null when no connected handle uses the port.
     const void* user() const { return m_user; }
 

@@ -147,6 +147,8 @@ public:
     // that no access would notice.
     void heartbeatTimeoutWritten(unsigned timeout) {
         m_control.heartbeatTimeoutWritten(std::chrono::milliseconds(timeout));
+        port.counters()[util::Figure::Heartbeats].add();
+        port.counters()[util::Figure::HeartbeatMoment].set(port.counters()[util::Figure::AnswerMoment].get());
         if (port.beat()) {
             port.beat()->value = timeout;
             port.beat()->last = port.now();
@@ -168,6 +170,7 @@ private:
     void throwIfLost() {
         if (controlLoss(m_held) != tavo::ControlLoss::None) {
             m_device.noteControlLoss(m_control.loss(), m_control.lossFact());
+            m_held.place.counters[util::Figure::Use].set(GBE_LINK_LOST);
             failAsLost(m_device);
         }
     }

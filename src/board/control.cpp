@@ -100,6 +100,9 @@ ControlReading lookAtControl(const HeldPort& held) {
     Device* device = held.place.device();
     if (held.control().isOn() && device != nullptr) {
         device->noteControlLoss(held.control().loss(), held.control().lossFact());
+        if (held.control().loss() != tavo::ControlLoss::None) {
+            held.place.counters[util::Figure::Use].set(GBE_LINK_LOST);
+        }
     }
     return reading;
 }

@@ -11,6 +11,8 @@
 
 namespace streaming {
 
+using util::Figure;
+
 // A call of the path, for a scope: the path is not closed meanwhile.
 class ImageStream::Use {
 public:
@@ -55,6 +57,7 @@ int ImageStream::wait(int timeoutMs, GbeImage& image) {
     }
     TavoImage arrived{};
     const int result = m_path.wait(use.stream(), timeoutMs, &arrived);
+    countPacketsIfDue(use.stream());
     if (result == IMAGE_PATH_OK) {
         present(arrived, image);
         return status::Success;
@@ -72,6 +75,7 @@ int ImageStream::wait(int timeoutMs, GbeImage& image) {
 void ImageStream::present(const TavoImage& arrived, GbeImage& image) {
     static std::atomic<std::uint64_t> serial{0};
     const std::lock_guard lock(m_borrowing);
+    countImage(arrived);
     Borrowed& borrowed = m_borrowed.at(arrived.buffer);
     borrowed.id = ++serial * GBE_MOST_BUFFERS + arrived.buffer;
     image = {};
@@ -187,6 +191,41 @@ void ImageStream::getStatistics(GbeStreamStatistics& out) {
     out.imagesWaiting = now.imagesWaiting;
 }
 
+// --- Figures for everybody, of the port and not of this stream alone
+
+// Images are borrowed one at a time.
+void ImageStream::countImage(const TavoImage& arrived) {
+    constexpr std::uint8_t kIncomplete = GBE_IMAGE_INCOMPLETE;
+    m_place.counters[Figure::Images].add();
+    m_place.counters[Figure::ImageBytes].add(arrived.size);
+    m_place.counters[Figure::ImagesBroken].add(arrived.status == kIncomplete ? 1 : 0);
+}
+
+void ImageStream::countPackets(const TavoImageStatistics& now) {
+    const TavoImageStatistics before = std::exchange(m_counted, now);
+    util::LinkCounters& counters = m_place.counters;
+    counters[Figure::StreamPackets].add(now.packets - before.packets);
+    counters[Figure::ImagesLost].add(now.lostBlocks - before.lostBlocks);
+    counters[Figure::ImagesDropped].add(
+        now.droppedArriving - before.droppedArriving + now.droppedOldest - before.droppedOldest);
+    counters[Figure::MissingPackets].add(now.missingPackets - before.missingPackets);
+    counters[Figure::ResentPackets].add(now.resentPackets - before.resentPackets);
+    counters[Figure::Overrun].add(now.overrun - before.overrun);
+}
+
+// Asking the path for its figures costs more than an image should.
+void ImageStream::countPacketsIfDue(TavoImageStream* stream) {
+    constexpr std::chrono::milliseconds kPeriod{250};
+    const std::unique_lock lock(m_counting, std::try_to_lock);
+    const auto now = std::chrono::steady_clock::now();
+    if (lock.owns_lock() && now >= m_nextCount) {
+        m_nextCount = now + kPeriod;
+        TavoImageStatistics statistics{};
+        m_path.statistics(stream, &statistics);
+        countPackets(statistics);
+    }
+}
+
 // --- The end
 
 std::shared_ptr<board::Device> ImageStream::device() const {
@@ -245,6 +284,8 @@ void ImageStream::end(int reason) {
     }
     if (stream != nullptr) {
         m_path.statistics(stream, &m_last);
+        const std::lock_guard counting(m_counting);
+        countPackets(m_last);
         m_path.close(stream);
     }
     const std::lock_guard lock(m_mutex);

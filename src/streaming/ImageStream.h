@@ -21,6 +21,7 @@
 #include "streaming/packet_size.h"
 #include "util/status.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -82,6 +83,9 @@ private:
     void closeChannel();
     std::shared_ptr<board::Device> device() const;
     TavoImageStatistics pathStatistics();
+    void countImage(const TavoImage& arrived);
+    void countPackets(const TavoImageStatistics& now);
+    void countPacketsIfDue(TavoImageStream* stream);
     TestPackets testPackets();
     std::string askForTrouble(board::Device& camera);
     std::string findPacketTrouble(const CameraRegisters& registers);
@@ -113,6 +117,10 @@ private:
     std::mutex m_borrowing;
     std::vector<Borrowed> m_borrowed; // under m_borrowing; by the number of the buffer
     TavoImageStatistics m_last{};     // of a stream that has ended; under m_ending
+
+    std::mutex m_counting;
+    std::chrono::steady_clock::time_point m_nextCount; // under m_counting, as the next one
+    TavoImageStatistics m_counted{};
 };
 
 } // namespace streaming

@@ -76,6 +76,10 @@ public:
     Verdict take(const AckFacts& facts, Time now);
     // Whether the command is to go out again now; each time is told once.
     bool takeResend(Time now);
+    // When the wait began, and whether the command has gone out again since: its answer may then be that to
+    // any of the copies.
+    Time sent() const { return m_sent; }
+    bool wasRepeated() const { return m_resends != 0; }
     // The camera has said that the answer is still to come.
     bool isPending() const { return m_pending; }
     // When something is to be done: the command is to go out again, or the wait is over.

@@ -28,6 +28,11 @@ Port::Port(int index, fpga_design design, QLdevice board)
     }
 }
 
+void Port::setBoardIndex(int board) {
+    m_boardIndex = board;
+    m_counters = &util::linkCounters(board, m_index);
+}
+
 void Port::enable() {
     writeRegister(PortRegister::TxStart, 1);
     writeRegister(PortRegister::RequestIdLoad, 1);

@@ -14,6 +14,7 @@
 #include "transport/DiscoveryTable.h"
 #include "transport/errors.h"
 #include "transport/gvcp_frame.h"
+#include "util/LinkCounters.h"
 
 #include <algorithm>
 #include <array>
@@ -46,6 +47,11 @@ public:
     Time now() const { return m_clock(); }
 
     int index() const { return m_index; }
+
+    // The number of the board in this process, 0 to 7: from then on the port's traffic is counted where
+    // everybody sees it, and traced as that board's. Before, it is board 0's and counted for nobody.
+    void setBoardIndex(int board);
+    util::LinkCounters& counters() { return *m_counters; }
 
     // --- Own addresses
     const MacBytes& mac() const { return m_mac; }
@@ -152,6 +158,9 @@ private:
 
     const int m_index;
     const QLdevice m_board;
+    int m_boardIndex = 0;
+    util::LinkCounters m_unseen;
+    util::LinkCounters* m_counters = &m_unseen;
     std::array<int, fpga::kPortRegisters.size()> m_registers{};
     MacBytes m_mac{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
     IpBytes m_ip;

@@ -66,6 +66,7 @@ int runRegisterCommand(Port& port, const Command& command, UDPPacket& ack, std::
     if (result == transport_error::kForeignReply) {
         result = 0;
         const bool arrived = takeArrived(port, wait, command, ack, size);
+        port.counters()[util::Figure::Repeated].add();
         port.send(&command.frame, command.length);
         port.arrears().addSpent(requestId);
         if (!arrived) {

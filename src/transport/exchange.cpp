@@ -1,5 +1,6 @@
 #include "transport/exchange.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -7,6 +8,7 @@ namespace transport {
 namespace {
 
 using std::chrono::milliseconds;
+using util::Figure;
 
 // Late acknowledgements to look at before a command is sent, and how long that may take: a wire on which more
 // comes in all the time cannot be emptied.
@@ -30,10 +32,30 @@ Port::Time nextEvent(Port& port, const AckWait& wait) {
 void act(Port& port, AckWait& wait, const Command* command) {
     if (wait.takeResend(port.now()) && command != nullptr && port.mayRepeat(command->frame)) {
         port.arrears().addSpent(frame::rawRequestId(command->frame));
+        port.counters()[Figure::Repeated].add();
         port.send(&command->frame, command->length);
     }
     if (wait.isPending()) {
         beatIfDue(port);
+    }
+}
+
+std::uint64_t nanoseconds(Port::Time::duration time) {
+    return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(time).count());
+}
+
+void countAnswer(Port& port, const AckWait& wait, const UDPPacket& ack, Port::Time now) {
+    util::LinkCounters& counters = port.counters();
+    counters[Figure::AnswerMoment].set(nanoseconds(now.time_since_epoch()));
+    if (frame::ackStatus(ack) != 0) {
+        counters[Figure::Refused].add();
+    }
+    if (!wait.wasRepeated()) {
+        const std::uint64_t time = nanoseconds(now - wait.sent());
+        counters[Figure::RoundTrips].add();
+        counters[Figure::RoundTripTime].add(time);
+        counters[Figure::LastRoundTrip].set(time);
+        counters[Figure::LongestRoundTrip].set(std::max(counters[Figure::LongestRoundTrip].get(), time));
     }
 }
 
@@ -59,8 +81,10 @@ int waitForAck(Port& port, AckWait& wait, const Command* command, UDPPacket& ack
         if (size < frame::kPayload) {
             continue;
         }
-        switch (wait.take(factsOf(port, ack, size, command), port.now())) {
+        const Port::Time arrived = port.now();
+        switch (wait.take(factsOf(port, ack, size, command), arrived)) {
         case AckWait::Verdict::Answer:
+            countAnswer(port, wait, ack, arrived);
             return 0;
         case AckWait::Verdict::Foreign:
             return transport_error::kForeignReply;
@@ -94,6 +118,7 @@ void sendCommand(Port& port, const Command& command) {
         }
     }
     if (!port.access() || port.now() < port.access()->end()) {
+        port.counters()[Figure::Commands].add();
         port.send(&command.frame, command.length);
     }
 }
@@ -101,6 +126,7 @@ void sendCommand(Port& port, const Command& command) {
 int receiveAck(Port& port, AckWait& wait, const Command* command, UDPPacket& ack, std::size_t& size) {
     const int result = waitForAck(port, wait, command, ack, size);
     if (result != 0) {
+        port.counters()[Figure::Unanswered].add(result != transport_error::kForeignReply ? 1 : 0);
         port.arrears().unsettled = true;
         if (command != nullptr) {
             port.arrears().addSpent(frame::rawRequestId(command->frame));

@@ -31,7 +31,7 @@ void storeHalfwords(UDPPacket& packet, std::size_t offset, const std::uint32_t* 
 } // namespace
 
 int Port::send(const void* data, unsigned length) {
-    trace::packet(trace::Sent, m_index, data, length);
+    trace::packet(trace::Sent, m_boardIndex, m_index, data, length);
     prepare(data, length);
     return sendPrepared();
 }
@@ -48,6 +48,7 @@ int Port::prepare(const void* data, unsigned length) {
 }
 
 int Port::sendPrepared() {
+    counters()[util::Figure::FramesSent].add();
     return writeRegister(PortRegister::WriteComplete, 0);
 }
 
@@ -101,12 +102,13 @@ int Port::receiveFrame(UDPPacket* packet, unsigned* length, int timeout) {
     if (result != 0 || !fits) {
         return result != 0 ? result : transport_error::kOversized;
     }
+    counters()[util::Figure::FramesReceived].add();
     if (length != nullptr) {
         *length = size;
     }
     if (packet != nullptr) {
         std::fill(packet->bytes.begin() + size, packet->bytes.end(), 0);
-        trace::packet(trace::Received, m_index, packet, size);
+        trace::packet(trace::Received, m_boardIndex, m_index, packet, size);
     }
     return 0;
 }

@@ -1,4 +1,5 @@
 /* The public headers are C99, and null handles and numbers out of range give their documented codes. */
+#include "liomol/diagnostics.h"
 #include "liomol/features.h"
 #include "liomol/images.h"
 
@@ -30,9 +31,10 @@ static void refusals(void) {
     CameraInfo* info = NULL;
     const unsigned char mac[6] = {0};
     const char* text = NULL;
-    unsigned number = 0;
+    unsigned number = 1;
     int up = 0;
     long long integer = 0;
+    GbeLinkStatistics link;
     GbeControlStatus control = {GBE_CONTROL_UNKNOWN, GBE_LOSS_NEVER_HELD, 0, 0};
     const int results[] = {
         Gbe_initBoard(0, 0, NULL),
@@ -59,6 +61,8 @@ static void refusals(void) {
         Gbe_readMemory(NULL, 0, &integer, sizeof integer),
         Gbe_watchFeature(NULL, "Width", NULL, NULL),
         Gbe_lockTLParams(NULL),
+        Gbe_getLinkStatistics(NULL, &link),
+        Gbe_getAllLinkStatistics(NULL, &number),
         Gbe_invalidateCache(NULL),
         Gbe_getGenICamXML(NULL, NULL, &number),
         Gbe_startAcquisition(NULL)};
