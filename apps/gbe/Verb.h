@@ -32,7 +32,8 @@ struct Verb {
     Group group;
     const char* line; // what it does, in one line without a stop
     // Adds the options and arguments, and tells what is to be run once they are read. It keeps what they are
-    // read into. An argument called NAME, NAME=VALUE, COMMAND or VERB is completed as such, one called FILE
+    // read into. An argument called NAME, NAME=VALUE, COMMAND or VERB is completed as such, one called
+    // ADDRESS as the name of a register, one called FILE
     // as a file.
     Run (*define)(CLI::App& command, Context& context);
     std::span<const Example> examples;

@@ -3,6 +3,7 @@
 #include "CommandLine.h"
 #include "Failure.h"
 #include "FeatureCache.h"
+#include "protocol/bootstrap_registers.h"
 #include "verbs.h"
 
 #include <algorithm>
@@ -150,14 +151,26 @@ std::vector<HelpRow> features(const Selection& selection, const std::string& kin
     return rows;
 }
 
+std::vector<HelpRow> bootstrapRegisters() {
+    std::vector<HelpRow> rows;
+    for (const bootstrap::Register& each : bootstrap::kRegisters) {
+        rows.push_back({std::string(each.name), std::to_string(each.length) + " bytes"});
+    }
+    return rows;
+}
+
 // What the argument is that comes next; the last one may be repeated.
 std::string nextArgument(const Typed& typed) {
     std::string name;
     std::size_t at = 0;
     for (const CLI::Option* option : typed.command->get_options()) {
-        if (option->get_positional() && (at++ <= typed.arguments || option->get_expected_max() > 1)) {
+        if (!option->get_positional()) {
+            continue;
+        }
+        if (at == typed.arguments || (at < typed.arguments && option->get_expected_max() > 1)) {
             name = option->get_name(true);
         }
+        ++at;
     }
     return name;
 }
@@ -175,8 +188,9 @@ std::vector<HelpRow> possible(CLI::App& app, const Typed& typed, const std::stri
         return commands(*typed.command);
     }
     const std::string argument = nextArgument(typed);
-    return argument == "VERB" ? commands(typed.family != nullptr ? *typed.family : app)
-                              : features(typed.selection, argument, last);
+    return argument == "VERB"      ? commands(typed.family != nullptr ? *typed.family : app)
+           : argument == "ADDRESS" ? bootstrapRegisters()
+                                   : features(typed.selection, argument, last);
 }
 
 } // namespace

@@ -17,6 +17,8 @@ extern const Verb kXmlVerb;
 extern const Verb kSaveVerb;
 extern const Verb kLoadVerb;
 extern const Verb kDiffVerb;
+extern const Verb kReadVerb;
+extern const Verb kWriteVerb;
 extern const Verb kGrabVerb;
 extern const Verb kStreamVerb;
 extern const Verb kIpShowVerb;
@@ -24,6 +26,9 @@ extern const Verb kIpSetVerb;
 extern const Verb kIpPortVerb;
 extern const Verb kRescanVerb;
 extern const Verb kDoctorVerb;
+extern const Verb kTopVerb;
+extern const Verb kCaptureVerb;
+extern const Verb kReportVerb;
 extern const Verb kDemoVerb;
 extern const Verb kHelpVerb;
 extern const Verb kCompleteVerb;
@@ -46,6 +51,8 @@ constexpr const Verb* kVerbs[] = {
     &kSaveVerb,
     &kLoadVerb,
     &kDiffVerb,
+    &kReadVerb,
+    &kWriteVerb,
 
     &kGrabVerb,
     &kStreamVerb,
@@ -56,6 +63,9 @@ constexpr const Verb* kVerbs[] = {
     &kRescanVerb,
 
     &kDoctorVerb,
+    &kTopVerb,
+    &kCaptureVerb,
+    &kReportVerb,
     &kDemoVerb,
 
     &kHelpVerb,

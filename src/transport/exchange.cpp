@@ -149,6 +149,7 @@ void beatIfDue(Port& port) {
     UDPPacket command;
     const auto send = [&](unsigned length) {
         port.arrears().addSpent(frame::rawRequestId(command));
+        port.counters()[Figure::Commands].add();
         port.send(&command, frame::padded(length));
     };
     const frame::Route route = port.toCurrentCamera();
