@@ -1,7 +1,8 @@
 // Images over a virtual wire: what the image path costs beside a bare reader that copies each payload once
 // into place and does nothing else, in turns in one run. The figures are processor time of the receiving
 // process an image, and the time from the last packet's sending to the caller's return.
-//   stream_bench [seconds]   (of each run; arguments that begin with -- are for other programs)
+//   stream_bench [seconds [case]]   (of each run; cases count from 1; arguments that begin with -- are for
+//   other programs)
 #include "platform/image_path.h"
 #include "platform/kemrt.h"
 #include "platform/tavo_hw.h"
@@ -424,8 +425,11 @@ int main(int argc, char** argv) {
     const test_support::VirtualWire wire;
     require(wire.error().empty(), wire.error());
     std::printf("image      MTU  /s     who          CPU us  images/s  images   lost  median/us  p90/us\n");
-    for (const Case& c : kCases) {
-        run(wire, c, seconds);
+    const std::size_t only = argc > 2 ? std::strtoul(argv[2], nullptr, 10) : 0;
+    for (std::size_t i = 0; i < std::size(kCases); ++i) {
+        if (only == 0 || only == i + 1) {
+            run(wire, kCases[i], seconds);
+        }
     }
     return 0;
 }

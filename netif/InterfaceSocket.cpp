@@ -198,16 +198,25 @@ void InterfaceSocket::setStation(const Mac& mac) {
     }
 }
 
+void InterfaceSocket::followLocked(const InterfaceState& state) {
+    const auto now = Clock::now();
+    if ((!m_on || state.index != m_index) && (m_refusal == 0 || now >= m_nextJoin)) {
+        joinLocked();
+    }
+    m_carrier = state.error == 0 && state.carrier && (m_on || !m_lent);
+    m_carrierUntil = now + kCarrierKept;
+}
+
+bool InterfaceSocket::follow(const InterfaceState& state) {
+    const std::lock_guard lock(m_mutex);
+    followLocked(state);
+    return m_carrier;
+}
+
 bool InterfaceSocket::carrier() {
     const std::lock_guard lock(m_mutex);
-    const auto now = Clock::now();
-    if (now >= m_carrierUntil) {
-        const InterfaceState state = queryInterface(m_name, m_socket);
-        if ((!m_on || state.index != m_index) && (m_refusal == 0 || now >= m_nextJoin)) {
-            joinLocked();
-        }
-        m_carrier = state.error == 0 && state.carrier && (m_on || !m_lent);
-        m_carrierUntil = now + kCarrierKept;
+    if (Clock::now() >= m_carrierUntil) {
+        followLocked(queryInterface(m_name, m_socket));
     }
     return m_carrier;
 }

@@ -59,6 +59,8 @@ public:
 
     // Looked up, and kept for some milliseconds.
     bool carrier();
+    // The same of a state that was looked up just now.
+    bool follow(const InterfaceState& state);
     InterfaceState state() const { return queryInterface(m_name, m_socket); }
 
 private:
@@ -68,6 +70,7 @@ private:
     void joinLocked();
     bool listens() const { return !m_lent || m_traffic.kind != Traffic::Kind::Nothing; }
     bool borrowLocked(int index);
+    void followLocked(const InterfaceState& state);
     void applyPromiscuous(const InterfaceState& state, bool anew);
 
     const std::string m_name;

@@ -148,8 +148,8 @@ bool PacketRing::look() {
     if (state.error == 0 && frameOf(state.mtu) > m_ring.frameSize()) {
         makeRing(state.mtu);
     }
-    const bool bell = m_bellSocket->carrier(); // in the order of wait()
-    const bool carrier = m_socket->carrier() && bell;
+    const bool bell = m_bellSocket->follow(state); // in the order of wait()
+    const bool carrier = m_socket->follow(state) && bell;
     return renew() && carrier;
 }
 

@@ -113,8 +113,7 @@ ImageStream::Tended ImageStream::tend() {
     const auto deadline = m_receiver.deadline();
     m_due = deadline.value_or(gvsp::Time::max());
     Tended tended;
-    tended.images = m_receiver.waiting() > 0;
-    tended.served = m_waiters <= m_receiver.waiting();
+    tended.answer = m_receiver.waiting() > 0 || m_woken || !m_link;
     if (deadline) {
         tended.due = Clock::time_point(std::chrono::duration_cast<Clock::duration>(*deadline));
     }

@@ -37,7 +37,7 @@ public:
     public:
         virtual ~Keeper() = default;
         virtual void start() = 0;
-        // Does the keeper's work in the calling thread until an image is there, hurry(), `deadline`, or for a
+        // Does the keeper's work in the calling thread until who waits has an answer, `deadline`, or for a
         // while. False when that cannot be, or somebody else does it.
         virtual bool attend(Clock::time_point /*deadline*/) { return false; }
         // A deadline has come nearer than the last tend() said. Called from other threads.
@@ -52,8 +52,7 @@ public:
     enum class From { Keeper, Other };
     struct Tended {
         std::optional<Clock::time_point> due; // when something will be due again
-        bool images = false;                  // some wait
-        bool served = false;                  // there is an image for whoever waits
+        bool answer = false;                  // to who waits: an image, or that there will be none
     };
 
     // What a stream can be opened with. IMAGE_PATH_OK or IMAGE_PATH_BAD_ARGUMENT.

@@ -13,9 +13,9 @@ constexpr std::size_t kAtOnce = std::size_t{512} << 10;
 constexpr std::chrono::milliseconds kLongestNap{15};
 constexpr std::chrono::microseconds kShortestNap{200};
 constexpr std::chrono::milliseconds kLookInterval{100}; // at the interface
-// How long the keeper's thread leaves its work to others before it looks whether they do it. The ring holds
-// what comes meanwhile.
-constexpr std::chrono::milliseconds kAside{10};
+// How long the ring goes unread when a caller has gone. Whoever fetches one image after the other is back by
+// then, even on a busy machine; half a megabyte comes at a gigabit a second.
+constexpr std::chrono::milliseconds kAside{4};
 constexpr unsigned kBatch = 64;       // frames under one lock of the stream
 constexpr unsigned kMostBatches = 64; // before anything else is looked at
 
@@ -46,11 +46,8 @@ void RingReader::start() {
 }
 
 void RingReader::leave() {
-    {
-        const std::lock_guard lock(m_asideMutex);
-        m_leave = true;
-    }
-    m_aside.notify_one();
+    m_leave = true;
+    m_aside.set(std::chrono::nanoseconds(0)); // who clears it sets it again
     m_ring->interrupt();
 }
 
@@ -63,39 +60,40 @@ void RingReader::join() {
 
 void RingReader::run() {
     while (!m_leave) {
-        std::unique_lock reading(m_reading, std::try_to_lock);
-        bool served = true;
-        while (reading && !m_leave && !(served && m_attended)) {
-            served = round(Clock::time_point::max(), false).served;
+        if (std::unique_lock reading(m_reading, std::try_to_lock); reading) {
+            m_attended = m_imageEnded = false;
+            while (!m_leave && !(m_imageEnded && m_attended)) {
+                m_imageEnded = false;
+                round(Clock::time_point::max(), false);
+            }
+            m_aside.set(kAside);
         }
-        if (reading) {
-            reading.unlock();
-        }
-        do { // until nobody has come for a whole interval
-            m_attended = false;
-            std::unique_lock lock(m_asideMutex);
-            m_aside.wait_for(lock, kAside, [this] { return m_leave.load(); });
-        } while (m_attended && !m_leave);
+        m_aside.await();
     }
 }
 
 bool RingReader::attend(Clock::time_point deadline) {
     m_attended = true;
-    const std::unique_lock reading(m_reading, std::try_to_lock);
-    if (!reading || m_leave) {
-        return false;
+    {
+        const std::unique_lock reading(m_reading, std::try_to_lock);
+        if (!reading || m_leave) {
+            return false;
+        }
+        m_aside.clear();
+        while (!round(deadline, true) && !m_leave && Clock::now() < deadline) {
+        }
     }
-    round(deadline, true);
+    m_aside.set(kAside);
     return true;
 }
 
-ImageStream::Tended RingReader::round(Clock::time_point deadline, bool returnWithImage) {
+bool RingReader::round(Clock::time_point deadline, bool returnWithAnswer) {
     using Until = netif::PacketRing::Until;
     takeSome();
     const auto tended = m_stream.tend();
     look();
-    if (m_more || (returnWithImage && tended.images)) {
-        return tended;
+    if (m_more || (returnWithAnswer && tended.answer)) {
+        return tended.answer;
     }
     // While images come. When nothing came through a whole nap, every packet counts.
     const auto napEnd = m_lastCame + (m_lastImage <= kAtOnce ? Clock::duration(kLongestNap) : m_piece);
@@ -103,7 +101,7 @@ ImageStream::Tended RingReader::round(Clock::time_point deadline, bool returnWit
     auto latest = std::min(deadline, flowing ? napEnd : m_nextLook);
     latest = tended.due ? std::min(*tended.due, latest) : latest;
     m_lookNow = !m_ring->wait(flowing ? Until::Bell : Until::Frame, latest);
-    return tended;
+    return false;
 }
 
 // Takes what is there, but not for ever.
@@ -140,6 +138,7 @@ const netif::PacketRing::Frame* RingReader::next() {
     m_image += frame->size;
     if (isEnd(*frame)) {
         m_lastImage = std::exchange(m_image, 0);
+        m_imageEnded = true;
     }
     return frame;
 }

@@ -2,12 +2,12 @@
 // between.
 #pragma once
 
+#include "softboard/Alarm.h"
 #include "softboard/ImageStream.h"
 
 #include "netif/PacketRing.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -18,6 +18,10 @@ namespace softboard {
 // When the thread wakes decides on what an image costs, and on how soon it is handed out. While images come,
 // it sleeps until the bell: the last packet of an image. Large images it fetches in pieces, so that little is
 // left to do then. Only when nothing has come for a while it sleeps until any packet comes.
+//
+// A caller that waits for an image does the reading itself. The keeper's thread sleeps meanwhile, and takes
+// over when the caller has gone and nobody has come for a moment; the next caller gets it back together with
+// an image.
 class RingReader final : public ImageStream::Keeper {
 public:
     // Takes what next() gives to the stream; called from the thread that reads.
@@ -40,7 +44,8 @@ public:
 
 private:
     void run();
-    ImageStream::Tended round(Clock::time_point deadline, bool returnWithImage);
+    // True when who waits for an image has an answer.
+    bool round(Clock::time_point deadline, bool returnWithAnswer);
     void takeSome();
     void learnPiece(std::size_t bytes, Clock::duration time);
     void look();
@@ -50,16 +55,16 @@ private:
     const std::uint64_t m_earlierOverrun;
     const Sink m_sink;
     std::atomic<bool> m_leave{false};
-    std::atomic<bool> m_attended{false}; // since the keeper's thread looked
-    std::mutex m_asideMutex;
-    std::condition_variable m_aside; // what the keeper's thread waits in while others do its work
-    std::mutex m_joining;            // guards the thread
+    std::atomic<bool> m_attended{false}; // since the keeper's thread took over
+    Alarm m_aside;                       // what the keeper's thread waits for while others do its work
+    std::mutex m_joining;                // guards the thread
     std::thread m_thread;
 
     std::mutex m_reading; // guards what follows, and the ring
     bool m_link = false;  // as seen last
     bool m_lookNow = true;
     bool m_more = false;         // may be there still
+    bool m_imageEnded = false;   // since it was looked at
     unsigned m_left = 0;         // frames that the sink may have
     std::size_t m_came = 0;      // bytes since the round began
     std::size_t m_image = 0;     // bytes of the image under way
