@@ -4,31 +4,51 @@
 
 namespace gvsp {
 
-// From the newest block's id to this one, the short way round.
-std::int64_t BlockOrder::distance(std::uint64_t id) const {
-    if (m_extendedIds) {
-        return static_cast<std::int64_t>(id - m_newestId);
+namespace {
+
+// From one id to another, the short way round.
+std::int64_t way(std::uint64_t from, std::uint64_t to, bool extendedIds) {
+    if (extendedIds) {
+        return static_cast<std::int64_t>(to - from);
     }
     constexpr auto kIds = static_cast<std::int64_t>(kLastShortBlock);
     const std::int64_t forward =
-        (static_cast<std::int64_t>(id) - static_cast<std::int64_t>(m_newestId) + kIds) % kIds;
+        (static_cast<std::int64_t>(to) - static_cast<std::int64_t>(from) + kIds) % kIds;
     return forward > kIds / 2 ? forward - kIds : forward;
+}
+
+} // namespace
+
+// From the newest block's id to this one.
+std::int64_t BlockOrder::distance(std::uint64_t id) const {
+    return way(m_newestId, id, m_extendedIds);
+}
+
+// Whether it is one of the last blocks of before. Where the new ids have come near them it is taken for a new
+// one.
+bool BlockOrder::isFormer(const Packet& packet) const {
+    if (!m_former || m_newest >= m_former->until || packet.extended() != m_former->extendedIds) {
+        return false;
+    }
+    const std::int64_t back = way(packet.block, m_former->newestId, m_former->extendedIds);
+    return back >= 0 && back < static_cast<std::int64_t>(kMemory);
 }
 
 BlockOrder::Judgement BlockOrder::judge(const Packet& packet, bool quiet) {
     if (!m_any) {
         return {Verdict::Begin, m_newest + 1};
     }
-    if (packet.extended() != m_extendedIds) {
-        return judgeStrange(packet, quiet);
-    }
-    const std::int64_t step = distance(packet.block);
+    const std::int64_t step = packet.extended() == m_extendedIds ? distance(packet.block) : INT64_MAX;
     const std::uint64_t sequence = m_newest + static_cast<std::uint64_t>(step);
-    if (step > 0 && step <= kMostLost) {
-        return {Verdict::Begin, sequence};
-    }
     if (step <= 0 && step > -static_cast<std::int64_t>(kMemory)) {
         return judgePast(packet, sequence, quiet);
+    }
+    const bool near = step > 0 && step <= kFewLost;
+    if (!near && !quiet && isFormer(packet)) {
+        return {Verdict::Late, sequence};
+    }
+    if (step > 0 && step <= kMostLost) {
+        return {Verdict::Begin, sequence};
     }
     return judgeStrange(packet, quiet);
 }
@@ -43,7 +63,7 @@ BlockOrder::Judgement BlockOrder::judgePast(const Packet& packet, std::uint64_t 
     const bool another = leader && (known && past.timestamp ? leader->timestamp != *past.timestamp
                                                             : leader->timestamp > m_newestTimestamp);
     if (another || (quiet && !(known && past.asked))) {
-        return restart();
+        return restart(quiet);
     }
     return {known && past.dropped ? Verdict::Ignored : Verdict::Late, sequence};
 }
@@ -51,15 +71,20 @@ BlockOrder::Judgement BlockOrder::judgePast(const Packet& packet, std::uint64_t 
 BlockOrder::Judgement BlockOrder::judgeStrange(const Packet& packet, bool quiet) {
     const bool again = m_strangeBlock == packet.block && m_strangePacket != packet.id;
     if (quiet || again || packet.kind() == Format::Leader) {
-        return restart();
+        return restart(quiet);
     }
     m_strangeBlock = packet.block;
     m_strangePacket = packet.id;
     return {Verdict::Strange, 0};
 }
 
-BlockOrder::Judgement BlockOrder::restart() {
+// After a silence nothing of before comes any more.
+BlockOrder::Judgement BlockOrder::restart(bool quiet) {
     m_past.fill({});
+    m_former.reset();
+    if (!quiet) {
+        m_former = Former{m_newestId, m_extendedIds, m_newest + kMemory};
+    }
     return {Verdict::Restart, m_newest + 1};
 }
 

@@ -15,7 +15,7 @@ class BlockOrder {
 public:
     enum class Verdict {
         Begin,   // a new block
-        Late,    // of one that has ended
+        Late,    // of one that has ended, or of before the camera began anew
         Ignored, // of one that found no buffer
         Restart, // the camera began anew: blocks under way come to nothing more, then this one begins
         Strange, // an id out of all order; if another packet has it, too, it is a restart
@@ -45,10 +45,18 @@ public:
 private:
     static constexpr std::uint64_t kMemory = 64;     // blocks of the past of which more is known than the id
     static constexpr std::int64_t kMostLost = 1024;  // blocks in a row; more is a beginning
+    static constexpr std::int64_t kFewLost = 32;     // of which nothing came although their neighbours did
     static constexpr std::uint64_t kFirst = 1 << 20; // so that there is a past
 
+    // What had come before the camera began anew: stray packets of it may follow.
+    struct Former {
+        std::uint64_t newestId = 0;
+        bool extendedIds = false;
+        std::uint64_t until = 0; // a sequence: nothing of it comes any more
+    };
     std::int64_t distance(std::uint64_t id) const;
-    Judgement restart();
+    bool isFormer(const Packet& packet) const;
+    Judgement restart(bool quiet);
     Judgement judgePast(const Packet& packet, std::uint64_t sequence, bool quiet);
     Judgement judgeStrange(const Packet& packet, bool quiet);
 
@@ -59,6 +67,7 @@ private:
     std::uint64_t m_newestTimestamp = 0;
     std::uint64_t m_delivered = kFirst; // sequence
     std::array<Past, kMemory> m_past{};
+    std::optional<Former> m_former;
     std::optional<std::uint64_t> m_strangeBlock;
     std::uint32_t m_strangePacket = 0;
 };

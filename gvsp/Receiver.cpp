@@ -4,6 +4,7 @@
 #include "gvsp/BlockOrder.h"
 #include "gvsp/Buffers.h"
 #include "gvsp/UnderWay.h"
+#include "gvsp/packet_sense.h"
 
 #include <array>
 #include <deque>
@@ -15,35 +16,6 @@ constexpr std::size_t kIpAndUdp = kPacketOverhead - kHeader;
 
 // When so many packets of later blocks have come, what is missing of an earlier one was not just overtaken.
 constexpr std::uint32_t kOvertaken = 32;
-
-bool canBegin(const Packet& packet) {
-    switch (packet.kind()) {
-    case Format::Leader:
-        return packet.id == 0 && readLeader(packet.content);
-    case Format::AllIn:
-        return readLeader(packet.content).has_value();
-    case Format::Trailer:
-        return packet.id != 0 && packet.id <= kMostPackets && readTrailer(packet.content);
-    case Format::Payload:
-    case Format::H264:
-    case Format::MultiZone:
-    case Format::MultiPart:
-    case Format::GenDc:
-        return packet.id != 0 && packet.id <= kMostPackets && !packet.content.empty();
-    }
-    return false;
-}
-
-// That a camera lost data it says in a trailer, which is one all the same.
-bool isLeaderOrTrailer(const Packet& packet) {
-    return (packet.kind() == Format::Leader && readLeader(packet.content)) ||
-           (packet.kind() == Format::Trailer && readTrailer(packet.content));
-}
-
-bool saysGone(std::uint16_t status) {
-    return status != static_cast<std::uint16_t>(Status::NotYetAvailable) &&
-           status != static_cast<std::uint16_t>(Status::TemporarilyUnavailable);
-}
 
 } // namespace
 

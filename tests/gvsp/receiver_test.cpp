@@ -189,6 +189,28 @@ TEST(Receiver, IdsWrapJumpAndBeginAgain) {
     }
 }
 
+TEST(Receiver, WhatIsLeftOfBeforeARestartBeginsNothing) {
+    struct Case {
+        std::uint64_t before;
+        bool extendedBefore, extended;
+    };
+    for (const Case& row : {Case{501, false, false}, {40000, false, false}, {501, true, true},
+                            {0x100000001, true, true}, {7, true, false}}) {
+        Rig rig(settings());
+        const auto sentBefore = [&](std::uint64_t block, std::uint64_t time) {
+            return Sent{.block = block, .extended = row.extendedBefore, .timestamp = time};
+        };
+        rig.send(sentBefore(row.before - 1, 8));
+        rig.send(sentBefore(row.before, 9));
+        rig.send(Sent{.block = 1, .extended = row.extended});
+        rig.send(sentBefore(row.before, 9), {0, 5, 6});
+        rig.send(Sent{.block = 2, .extended = row.extended, .timestamp = 2});
+        EXPECT_EQ(blocksOf(rig), (Blocks{row.before - 1, row.before, 1, 2}));
+        EXPECT_EQ(rig.receiver.counters().late, 3U);
+        EXPECT_EQ(rig.receiver.counters().lostBlocks, 0U);
+    }
+}
+
 // --- asking again ---
 
 std::vector<std::uint32_t> wishes(Rig& rig) {
