@@ -58,12 +58,17 @@ int ImageStream::wait(int timeoutMs, GbeImage& image) {
     TavoImage arrived{};
     const int result = m_path.wait(use.stream(), timeoutMs, &arrived);
     countPacketsIfDue(use.stream());
+    m_linkGone = result == IMAGE_PATH_LINK_GONE;
     if (result == IMAGE_PATH_OK) {
         present(arrived, image);
         return status::Success;
     }
     if (result == IMAGE_PATH_TIMEOUT) {
         return status::Timeout;
+    }
+    if (result == IMAGE_PATH_LINK_GONE) { // it may come back before control is lost
+        const int lost = reason();
+        return lost != status::Success ? lost : statusOf(result);
     }
     if (result != IMAGE_PATH_WOKEN) {
         fail(statusOf(result));
@@ -304,7 +309,7 @@ void ImageStream::closeChannel() {
 }
 
 void ImageStream::close() {
-    const bool wasOpen = reason() == status::Success;
+    const bool wasOpen = reason() == status::Success && !m_linkGone;
     fail(status::StreamClosed);
     if (wasOpen) {
         closeChannel();

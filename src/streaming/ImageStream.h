@@ -4,8 +4,8 @@
 //     open ────────────────────────────────────► failed ───────────────► ended ───────────────► closed
 //       └─────────────────────────── end(), close() pass through ───────────────────────────────┘
 //
-// What failed keeps its first reason. What has ended uses nothing of the port any more; borrowed images stay
-// until it is closed.
+// While the link is gone waiters are told so; nothing fails for that, it may come back. What failed keeps its
+// first reason. What has ended uses nothing of the port any more; borrowed images stay until it is closed.
 //
 // Threads: any, at any time, once it is open. None of the calls holds a lock while it waits for an image or
 // asks the camera. No port may be held.
@@ -21,6 +21,7 @@
 #include "streaming/packet_size.h"
 #include "util/status.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -101,6 +102,8 @@ private:
     // Set by open() alone.
     std::uint64_t m_tickFrequency = 0;
     unsigned m_packetSize = 0;
+
+    std::atomic<bool> m_linkGone{false}; // as the path said last
 
     std::mutex m_settling;
     TavoImageSettings m_settings{}; // under m_settling

@@ -108,7 +108,7 @@ std::string ImageStream::findTrouble() {
         return "The camera is not connected.";
     }
     std::string trouble = lossText(*camera);
-    if (trouble.empty() && reason() != status::Success) {
+    if (trouble.empty() && (m_linkGone || reason() != status::Success)) {
         trouble = "The link to the camera is gone.";
     }
     return trouble.empty() ? askForTrouble(*camera) : trouble;
