@@ -1,6 +1,7 @@
 // A port that is a network interface of Linux, on a virtual wire with a raw socket as the camera.
 #include "support.h"
 
+#include "netif/PacketRing.h"
 #include "netif/PacketSocket.h"
 #include "netif/lending.h"
 
@@ -156,6 +157,27 @@ TEST_F(InterfacePort, TakesInWhatIsForItAndNothingElse) {
 }
 
 // What the kernel sends over a virtual wire has no checksum yet: it would be the card's work.
+TEST_F(InterfacePort, ARingThatRunsOverCountsWhatItLost) {
+    constexpr unsigned kFrames = 200;
+    const NetNamespace::Inside inside(wire.host);
+    std::string error;
+    int code = 0;
+    const auto ring = netif::PacketRing::create("host0", error, code);
+    ASSERT_TRUE(ring) << error;
+    ASSERT_TRUE(ring->open({{}, {}, std::size_t{64} << 10}, code));
+    for (unsigned i = 0; i < kFrames; ++i) {
+        fromCamera(with(Bytes(1400), 0, kAck));
+    }
+    EXPECT_TRUE(eventually([&] { return ring->statistics().overrun > 0; }));
+    unsigned taken = 0;
+    EXPECT_TRUE(eventually([&] {
+        taken += ring->next() != nullptr ? 1 : 0;
+        return taken + ring->statistics().overrun == kFrames;
+    }));
+    fromCamera(kAck);
+    EXPECT_TRUE(eventually([&] { return ring->next() != nullptr; })) << "it goes on";
+}
+
 TEST_F(InterfacePort, FillsInChecksumsThatTheSenderLeftOpen) {
     useInterface();
     const OpenBoard board;

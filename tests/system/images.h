@@ -112,3 +112,48 @@ template<typename Look> void fetch(GbeStream* stream, int count, Look&& look) {
         EXPECT_EQ(Gbe_giveBackImage(stream, image.id), 0);
     }
 }
+
+inline void setChunks(CameraHandle* camera, std::initializer_list<const char*> chunks) {
+    EXPECT_EQ(Gbe_setBooleanValue(camera, "ChunkModeActive", chunks.size() != 0 ? 1 : 0), 0);
+    for (const char* const chunk : chunks) {
+        EXPECT_EQ(Gbe_setEnumerationValue(camera, "ChunkSelector", chunk), 0);
+        EXPECT_EQ(Gbe_setBooleanValue(camera, "ChunkEnable", 1), 0);
+    }
+}
+
+// Every format, with both kinds of ids, as plain images and with chunks behind them.
+inline void expectEveryPixelOfEveryFormat(CameraHandle* camera) {
+    setUp(camera, {{"Width", 64}, {"Height", 48}, {"OffsetX", 8}, {"OffsetY", 4}});
+    for (const PixelsOfFormat& format : kFormats) {
+        setUp(camera, {}, {{"PixelFormat", format.name}});
+        for (const int extendedIds : {1, 0}) {
+            GbeStreamOptions options = streamOptions();
+            options.extendedIds = extendedIds;
+            options.packetSize = 1500;
+            options.patienceMs = kPatient;
+            options.bufferSize = std::size_t{64} * 48 * 3 + 1000;
+            GbeStream* const stream = openStream(camera, options);
+            for (const bool chunks : {false, true}) {
+                SCOPED_TRACE(std::string(format.name) + (chunks ? " with chunks" : ""));
+                chunks ? setChunks(camera, {"FrameID"}) : setChunks(camera, {});
+                ASSERT_EQ(Gbe_startAcquisition(camera), 0);
+                std::uint64_t last = 0;
+                std::uint64_t lastNs = 0;
+                fetch(stream, 3, [&](const GbeImage& image) {
+                    expectEncoded(image, format);
+                    EXPECT_EQ(image.payloadType, chunks ? 0x4001U : 1U);
+                    EXPECT_EQ(image.chunkCount > 0, chunks);
+                    EXPECT_EQ(image.offsetX, 8U);
+                    EXPECT_EQ(image.offsetY, 4U);
+                    EXPECT_GT(image.blockId, last); // a camera that is short of time leaves frames out
+                    EXPECT_EQ(image.timestampNs, image.timestamp * 8) << "125 MHz";
+                    EXPECT_GT(image.timestampNs, lastNs);
+                    last = image.blockId;
+                    lastNs = image.timestampNs;
+                });
+                EXPECT_EQ(Gbe_stopAcquisition(camera), 0);
+            }
+            EXPECT_EQ(Gbe_closeStream(stream), 0);
+        }
+    }
+}

@@ -2,6 +2,7 @@
 #include "system/images.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <functional>
 #include <thread>
 #include <unistd.h>
@@ -24,32 +25,7 @@ struct OneCamera {
 
 TEST(Images, EveryPixelOfEveryFormatIsTheCameras) {
     OneCamera one;
-    setUp(one.camera, {{"OffsetX", 8}, {"OffsetY", 4}});
-    for (const PixelsOfFormat& format : kFormats) {
-        SCOPED_TRACE(format.name);
-        setUp(one.camera, {}, {{"PixelFormat", format.name}});
-        for (const int extendedIds : {1, 0}) {
-            GbeStreamOptions options = streamOptions();
-            options.extendedIds = extendedIds;
-            GbeStream* const stream = openStream(one.camera, options);
-            ASSERT_EQ(Gbe_startAcquisition(one.camera), 0);
-            std::uint64_t last = 0;
-            std::uint64_t lastNs = 0;
-            fetch(stream, 3, [&](const GbeImage& image) {
-                expectEncoded(image, format);
-                EXPECT_EQ(image.payloadType, 1U);
-                EXPECT_EQ(image.offsetX, 8U);
-                EXPECT_EQ(image.offsetY, 4U);
-                EXPECT_GT(image.blockId, last); // a camera that is short of time leaves frames out
-                EXPECT_EQ(image.timestampNs, image.timestamp * 8) << "125 MHz";
-                EXPECT_GT(image.timestampNs, lastNs);
-                last = image.blockId;
-                lastNs = image.timestampNs;
-            });
-            EXPECT_EQ(Gbe_stopAcquisition(one.camera), 0);
-            EXPECT_EQ(Gbe_closeStream(stream), 0);
-        }
-    }
+    expectEveryPixelOfEveryFormat(one.camera);
 }
 
 TEST(Images, LostPacketsComeAgainOrAreInTheMap) {
@@ -94,11 +70,7 @@ TEST(Images, LostPacketsComeAgainOrAreInTheMap) {
 // Both as the camera's own kind of payload, and as an image with chunks behind it, which tells its geometry.
 TEST(Images, ChunksComeWithTheImage) {
     OneCamera one;
-    EXPECT_EQ(Gbe_setBooleanValue(one.camera, "ChunkModeActive", 1), 0);
-    for (const char* const chunk : {"FrameID", "Timestamp"}) {
-        setUp(one.camera, {}, {{"ChunkSelector", chunk}});
-        EXPECT_EQ(Gbe_setBooleanValue(one.camera, "ChunkEnable", 1), 0);
-    }
+    setChunks(one.camera, {"FrameID", "Timestamp"});
     for (const unsigned payloadType : {0x4001U, 4U}) {
         SCOPED_TRACE(payloadType);
         GbeStream* const stream = openStream(one.camera);
@@ -127,10 +99,13 @@ TEST(Images, ChunksComeWithTheImage) {
     }
 }
 
+// IMAGES_ROUNDS in the environment makes it more.
 TEST(Images, StartsAndStopsAsOftenAsWanted) {
     OneCamera one;
     GbeStream* const stream = openStream(one.camera);
-    for (int round = 0; round < 30; ++round) {
+    const char* const asked = std::getenv("IMAGES_ROUNDS");
+    const int rounds = asked != nullptr ? std::atoi(asked) : 30;
+    for (int round = 0; round < rounds; ++round) {
         setUp(one.camera, {{"Height", round % 2 == 0 ? 24 : 48}});
         ASSERT_EQ(Gbe_startAcquisition(one.camera), 0);
         fetch(stream, 2, [&](const GbeImage& image) {
@@ -140,6 +115,13 @@ TEST(Images, StartsAndStopsAsOftenAsWanted) {
         ASSERT_EQ(Gbe_stopAcquisition(one.camera), 0);
     }
     EXPECT_EQ(statisticsOf(stream).incomplete, 0U);
+
+    constexpr auto kFrame = std::chrono::seconds(10);
+    EXPECT_EQ(Gbe_setFloatValue(one.camera, "ExposureTime", 1e6 * kFrame.count()), 0);
+    ASSERT_EQ(Gbe_startAcquisition(one.camera), 0);
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(Gbe_stopAcquisition(one.camera), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, kFrame) << "within a frame";
     EXPECT_EQ(Gbe_closeStream(stream), 0);
 }
 
@@ -175,6 +157,13 @@ TEST(Images, EveryEndWakesWhoWaits) {
          GBE_ERROR_CONNECTION, "The link to the camera is gone."},
         {"rebooted", [](OneCamera& one, GbeStream*) { one.station->reboot(std::chrono::milliseconds(0)); },
          GBE_ERROR_CONNECTION, "Control of the camera is lost: it has restarted."},
+        {"moved",
+         [](OneCamera& one, GbeStream*) {
+             softboard::attach(0, 1, one.station); // which it answers to from now on
+             ASSERT_EQ(Gbe_scanNetwork(one.session.board(), 1, 0), 0);
+             ASSERT_EQ(Gbe_switchCameraConnection(one.camera, one.session.board(), 1), 0);
+         },
+         GBE_ERROR_CAMERA_NOT_CONNECTED},
         {"control taken away", [](OneCamera& one, GbeStream*) { one.station->pokeRegister(0x0A00, 0); },
          GBE_ERROR_CONNECTION},
     };

@@ -71,6 +71,51 @@ TEST_F(ImagesOverAWire, PacketsAreAsLargeAsThePathCarries) {
     setMtu(1500, 1500);
 }
 
+TEST_F(ImagesOverAWire, EveryPixelOfEveryFormatIsTheCameras) {
+    expectEveryPixelOfEveryFormat(camera);
+}
+
+// Packets for which the ring has no room are cut by the kernel; a while later it has.
+TEST_F(ImagesOverAWire, TheRingGrowsWithTheInterface) {
+    GbeStream* const stream = openStream(camera);
+    setMtu(9000, 9000);
+    ASSERT_EQ(Gbe_setIntegerValue(camera, "GevSCPSPacketSize", 8000), 0);
+    ASSERT_EQ(Gbe_startAcquisition(camera), 0);
+    EXPECT_TRUE(eventually([&] {
+        GbeImage image{};
+        if (Gbe_waitImage(stream, kPatient, &image) == 0) {
+            expectEncoded(image);
+            EXPECT_EQ(Gbe_giveBackImage(stream, image.id), 0);
+        }
+        return image.status == GBE_IMAGE_COMPLETE && image.size != 0;
+    }));
+    EXPECT_EQ(Gbe_closeStream(stream), 0);
+    setMtu(1500, 1500);
+}
+
+// Whoever waits is told; the stream goes on as long as the camera is still controlled.
+TEST_F(ImagesOverAWire, AnInterfaceThatWasOffForAMomentEndsNothing) {
+    EXPECT_EQ(Gbe_setIntegerValue(camera, "GevHeartbeatTimeout", 60000), 0);
+    GbeStream* const stream = openStream(camera);
+    ASSERT_EQ(Gbe_startAcquisition(camera), 0);
+    for (int round = 0; round < 2; ++round) {
+        fetch(stream, 2, [](const GbeImage& image) { expectEncoded(image); });
+        ASSERT_TRUE(s_wire->host.shell("ip link set host0 down"));
+        GbeImage image{};
+        int code = 0;
+        EXPECT_TRUE(eventually([&] {
+            code = Gbe_waitImage(stream, kPatient, &image);
+            return code != 0 || Gbe_giveBackImage(stream, image.id) != 0;
+        }));
+        EXPECT_EQ(code, GBE_ERROR_CONNECTION);
+        EXPECT_EQ(troubleOf(stream), "The link to the camera is gone.");
+        ASSERT_TRUE(s_wire->host.shell("ip link set host0 up"));
+        EXPECT_TRUE(eventually([&] { return Gbe_waitImage(stream, kPatient, &image) == 0; }));
+        EXPECT_EQ(Gbe_giveBackImage(stream, image.id), 0);
+    }
+    EXPECT_EQ(Gbe_closeStream(stream), 0);
+}
+
 TEST_F(ImagesOverAWire, PacketsThatThePathDoesNotCarryAreNamed) {
     setMtu(1500, 9000);
     GbeStreamOptions options = streamOptions();

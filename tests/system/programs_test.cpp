@@ -4,7 +4,7 @@
 #include "protocol/bootstrap.h"
 #include "support/net_namespace.h"
 #include "support/wired_camera.h"
-#include "system/session.h"
+#include "system/images.h"
 
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -96,12 +96,12 @@ protected:
     void TearDown() override { munmap(common, sizeof(Common)); }
 
     // Cameras and service; from now on this process has threads.
-    void begin(unsigned cameras) {
+    void begin(unsigned cameras, bool plain = true) {
         for (unsigned i = 0; i < cameras; ++i) {
             const std::string last = std::to_string(41 + i);
-            stations.push_back(std::make_unique<WiredCamera>(
-                wire.camera, "camera0",
-                plainCamera({{"mac", "02:00:00:00:00:" + last}, {"ip", "169.254.1." + last}})));
+            const ethernet::Settings own{{"mac", "02:00:00:00:00:" + last}, {"ip", "169.254.1." + last}};
+            stations.push_back(
+                std::make_unique<WiredCamera>(wire.camera, "camera0", plain ? plainCamera(own) : own));
         }
         service.emplace();
         common->go = true;
@@ -175,6 +175,45 @@ TEST_F(ProgramsTest, WithACameraEachGetTheirOwnAnswers) {
             EXPECT_EQ(result.failed, 0);
             EXPECT_EQ(result.wrong, 0);
         }
+    }
+}
+
+// Fetches images that tell whose they are by their width, while the other program does.
+void stream(int number, Common& common, Common::Result& result) {
+    const Program program(kLastBytes[number]);
+    EXPECT_EQ(Gbe_connectCamera(program.camera), 0);
+    const unsigned width = number == 0 ? 64 : 96;
+    setUp(program.camera, {{"Width", width}, {"Height", 48}});
+    GbeStream* const open = openStream(program.camera);
+    EXPECT_EQ(Gbe_startAcquisition(program.camera), 0);
+    ++common.ready;
+    while (common.ready < 2) {
+        usleep(1000);
+    }
+    fetch(open, 100, [&](const GbeImage& image) {
+        expectEncoded(image);
+        count(result, 0, image.width == width);
+    });
+    result.failed += static_cast<long>(statisticsOf(open).malformed);
+    ++common.ready;
+    while (common.ready < 4) {
+        usleep(1000);
+    }
+    EXPECT_EQ(Gbe_closeStream(open), 0);
+    Gbe_freeBoard(program.board);
+    result.wrong += testing::Test::HasFailure() ? 1 : 0;
+}
+
+TEST_F(ProgramsTest, WithACameraEachGetTheirOwnImages) {
+    Child first(*common, wire.host, [this] { stream(0, *common, common->of[0]); });
+    Child second(*common, wire.host, [this] { stream(1, *common, common->of[1]); });
+    begin(2, false);
+    first.wait();
+    second.wait();
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(common->of[i].good, 100);
+        EXPECT_EQ(common->of[i].failed, 0);
+        EXPECT_EQ(common->of[i].wrong, 0);
     }
 }
 
