@@ -7,7 +7,7 @@
 #include <cctype>
 #include <filesystem>
 #include <fstream>
-#include <optional>
+#include <map>
 
 namespace simcam {
 
@@ -53,79 +53,96 @@ std::optional<Header> readHeader(std::istream& file) {
     return sound ? std::optional(header) : std::nullopt;
 }
 
-// A picture in memory, whose pixels are asked for by places in another one's size.
-class Source {
-public:
-    explicit Source(const std::string& path) {
-        std::ifstream file(path, std::ios::binary);
-        const auto header = readHeader(file);
-        if (!header) {
-            return;
-        }
-        m_bytes.resize(header->samples() * header->sampleBytes());
-        file.read(reinterpret_cast<char*>(m_bytes.data()), static_cast<std::streamsize>(m_bytes.size()));
-        if (static_cast<std::size_t>(file.gcount()) == m_bytes.size()) {
-            m_header = *header;
-        }
+std::optional<FilePicture> readNetpbm(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    const auto header = readHeader(file);
+    if (!header) {
+        return std::nullopt;
     }
-
-    // Pixel `x`, `y` of a picture of that size, which this one covers.
-    Colour at(const SceneWish& size, std::uint32_t x, std::uint32_t y) const {
-        if (m_header.width == 0) {
-            return {};
-        }
-        const double scale = std::min(
-            static_cast<double>(m_header.width) / size.width,
-            static_cast<double>(m_header.height) / size.height);
-        const auto place = [&](std::uint32_t own, std::uint32_t wanted, std::uint32_t at) {
-            const double middle = (own - wanted * scale) / 2 + (at + 0.5) * scale;
-            return std::min(static_cast<std::uint32_t>(std::max(middle, 0.0)), own - 1);
-        };
-        const std::size_t pixel = std::size_t{place(m_header.height, size.height, y)} * m_header.width +
-                                  place(m_header.width, size.width, x);
-        const std::size_t first = m_header.colour ? pixel * 3 : pixel;
-        const std::size_t step = m_header.colour ? 1 : 0;
-        return {sample(first), sample(first + step), sample(first + 2 * step)};
+    Bytes bytes(header->samples() * header->sampleBytes());
+    file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (static_cast<std::size_t>(file.gcount()) != bytes.size()) {
+        return std::nullopt;
     }
-
-private:
-    std::uint16_t sample(std::size_t index) const {
-        const bool wide = m_header.sampleBytes() == 2;
-        const std::uint32_t value =
-            wide ? static_cast<std::uint32_t>(m_bytes[2 * index] << 8 | m_bytes[2 * index + 1])
-                 : m_bytes[index];
-        return static_cast<std::uint16_t>(std::min(value, m_header.brightest) * 65535U / m_header.brightest);
+    FilePicture picture{header->colour, header->width, header->height, {}};
+    picture.samples.reserve(header->samples());
+    const std::size_t size = header->sampleBytes();
+    for (std::size_t at = 0; at < bytes.size(); at += size) {
+        const std::uint32_t value = size == 2 ? bytes[at] * 256U + bytes[at + 1] : bytes[at];
+        picture.samples.push_back(
+            static_cast<std::uint16_t>(std::min(value, header->brightest) * 65535U / header->brightest));
     }
+    return picture;
+}
 
-    Header m_header; // of width 0 when there is no picture
-    Bytes m_bytes;
-};
+bool isNetpbm(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return readHeader(file).has_value();
+}
 
-bool isPicture(const std::filesystem::path& path) {
-    const std::string kind = path.extension();
-    return kind == ".pgm" || kind == ".ppm" || kind == ".pnm";
+// Of a picture of `size`, pixel `x`, `y`, when this one covers that.
+Colour colourAt(const FilePicture& picture, const SceneWish& size, std::uint32_t x, std::uint32_t y) {
+    const double scale = std::min(
+        static_cast<double>(picture.width) / size.width, static_cast<double>(picture.height) / size.height);
+    const auto place = [&](std::uint32_t own, std::uint32_t wanted, std::uint32_t at) {
+        const double middle = (own - wanted * scale) / 2 + (at + 0.5) * scale;
+        return std::min(static_cast<std::uint32_t>(std::max(middle, 0.0)), own - 1);
+    };
+    const std::size_t pixel = std::size_t{place(picture.height, size.height, y)} * picture.width +
+                              place(picture.width, size.width, x);
+    const std::uint16_t* const sample = &picture.samples[picture.colour ? pixel * 3 : pixel];
+    return picture.colour ? Colour{sample[0], sample[1], sample[2]} : Colour{sample[0], sample[0], sample[0]};
+}
+
+// Filled before there are cameras.
+std::map<std::string, PictureReader>& kinds() {
+    static auto& all = *new std::map<std::string, PictureReader>{
+        {".pgm", &readNetpbm}, {".ppm", &readNetpbm}, {".pnm", &readNetpbm}};
+    return all;
+}
+
+PictureReader readerOf(const std::filesystem::path& path) {
+    const auto found = kinds().find(path.extension().string());
+    return found != kinds().end() ? found->second : nullptr;
+}
+
+std::string endings() {
+    std::string all;
+    for (const auto& [ending, reader] : kinds()) {
+        all += (all.empty() ? "" : ", ") + ending;
+    }
+    return all;
+}
+
+// Of the kinds that are read from the start the header shows it.
+bool isSound(const std::string& path) {
+    const PictureReader reader = readerOf(path);
+    return reader == &readNetpbm ? isNetpbm(path) : reader(path).has_value();
 }
 
 } // namespace
+
+void addPictureKind(const std::string& ending, PictureReader reader) {
+    kinds()[ending] = reader;
+}
 
 std::shared_ptr<const PictureFolder> PictureFolder::open(const std::string& path, std::string& error) {
     auto folder = std::make_shared<PictureFolder>();
     std::error_code failure;
     for (const auto& entry : std::filesystem::directory_iterator(path, failure)) {
-        if (isPicture(entry.path()) && folder->m_files.size() < kMostPictures) {
+        if (readerOf(entry.path()) != nullptr && folder->m_files.size() < kMostPictures) {
             folder->m_files.push_back(entry.path());
         }
     }
     std::ranges::sort(folder->m_files);
     if (folder->m_files.empty()) {
-        error = failure ? "cannot be read: " + failure.message() : "holds no .pgm or .ppm file";
+        error = failure ? "cannot be read: " + failure.message() : "holds no picture (" + endings() + ")";
         return nullptr;
     }
     for (const std::string& name : folder->m_files) {
-        std::ifstream file(name, std::ios::binary);
-        if (!readHeader(file)) {
-            error = "holds '" + std::filesystem::path(name).filename().string() +
-                    "', which is not a binary PGM or PPM picture";
+        if (!isSound(name)) {
+            error = "holds '" + std::filesystem::path(name).filename().string() + "', which is not a " +
+                    (readerOf(name) == &readNetpbm ? "binary PGM or PPM picture" : "picture of its kind");
             return nullptr;
         }
     }
@@ -138,12 +155,12 @@ Bytes PictureFolder::render(std::size_t number, const SceneWish& wish) const {
     if (layout == nullptr) {
         return bytes;
     }
-    const Source source(m_files[number]);
+    const std::optional<FilePicture> picture = readerOf(m_files[number])(m_files[number]);
     std::vector<Colour> line(wish.width);
     Samples scratch;
     for (std::uint32_t y = 0; y < wish.height; ++y) {
         for (std::uint32_t x = 0; x < wish.width; ++x) {
-            line[x] = source.at(wish, x, y);
+            line[x] = picture ? colourAt(*picture, wish, x, y) : Colour{};
         }
         packLine(*layout, line, y, scratch, bytes);
     }

@@ -5,6 +5,7 @@
 #include "print.h"
 
 #include "netif/interface.h"
+#include "pictures/read_png.h"
 #include "simcam/text.h"
 
 #include <CLI/CLI.hpp>
@@ -160,7 +161,7 @@ int main(int argc, char** argv) {
         ->allow_extra_args(false);
     app.add_option("--config", options.config, "File with a section [camera] for each camera");
     app.add_option("--count", options.count, "As many cameras besides, with default settings");
-    app.add_option("--images", options.images, "Folder with pictures (PGM, PPM) that the cameras show");
+    app.add_option("--images", options.images, "Folder with pictures (PNG, PGM, PPM) that the cameras show");
     app.add_option("--control", options.control, "Path of a socket that takes commands");
     auto* control = app.add_subcommand("control", "Sends a command to a gbe-simcam that runs");
     std::string path;
@@ -181,6 +182,7 @@ int main(int argc, char** argv) {
         return std::string("gbe-simcam: ") + error.what() + " (see --help)\n";
     });
     CLI11_PARSE(app, argc, argv);
+    simcam::addPictureKind(".png", &pictures::readPng);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGTTIN, SIG_IGN); // in the background standard input is as good as closed
     if (control->parsed()) {

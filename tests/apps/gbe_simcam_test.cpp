@@ -5,11 +5,14 @@
 #include "Console.h"
 #include "bounds.h"
 #include "configuration.h"
+#include "pictures/picture_file.h"
+#include "pictures/read_png.h"
 #include "simcam/text.h"
 #include "support/net_namespace.h"
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <fstream>
 
 namespace {
@@ -118,6 +121,26 @@ TEST_F(GbeSimcam, SaysWhyItDoesNotStart) {
         EXPECT_THAT(outcome.err, testing::StartsWith("gbe-simcam: "));
         EXPECT_THAT(outcome.err, HasSubstr(row.error));
     }
+}
+
+TEST(PngPictures, AreReadAsTheyWereWritten) {
+    const std::vector<std::uint8_t> bytes = {0, 1, 2, 127, 128, 200, 254, 255, 3,
+                                             4, 5, 6, 7,   8,   9,   10,  11,  12};
+    for (const bool colour : {false, true}) {
+        const std::uint32_t width = colour ? 3 : 9;
+        pictures::save("a.png", pictures::FileFormat::Png, {bytes, width, 2, colour, false});
+        const auto picture = pictures::readPng("a.png");
+        ASSERT_TRUE(picture);
+        EXPECT_EQ(picture->colour, colour);
+        EXPECT_EQ(picture->width * 100 + picture->height, width * 100 + 2);
+        ASSERT_EQ(picture->samples.size(), bytes.size());
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            EXPECT_EQ(picture->samples[i], bytes[i] * 257);
+        }
+        std::filesystem::resize_file("a.png", std::filesystem::file_size("a.png") - 20);
+        EXPECT_FALSE(pictures::readPng("a.png")) << "cut off";
+    }
+    EXPECT_FALSE(pictures::readPng("none.png"));
 }
 
 } // namespace

@@ -185,7 +185,7 @@ TEST(SimcamSettings, AreCheckedWithOneLine) {
          "camera: URL '{xml}': the description is an archive, there is no plain text of it"},
         {{{"set", "Width=640;UserDefinedName=a name;0xB000=7"}}, ""},
         {{{"set", "0xA111=7"}}, "'0xA111=7' is not REGISTER=VALUE"},
-        {{{"images", "."}}, "holds no .pgm or .ppm file"},
+        {{{"images", "."}}, "holds no picture (.pgm, .pnm, .ppm)"},
         {{{"images", "none"}}, "cannot be read: No such file or directory"},
         {{{"images", "bad"}}, "holds 'one.pgm', which is not a binary PGM or PPM picture"},
         {{{"slow-write", "5 Nowhere"}},
