@@ -348,9 +348,7 @@ void Receiver::Impl::restart() {
 }
 
 void Receiver::Impl::setSettings(const Settings& settings) {
-    if (settings.packetSize != m_settings.packetSize) {
-        m_learnt = {};
-    }
+    m_learnt = settings.packetSize != m_settings.packetSize ? decltype(m_learnt){} : m_learnt;
     m_settings = settings;
 }
 

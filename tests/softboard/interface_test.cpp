@@ -164,7 +164,11 @@ TEST_F(InterfacePort, ARingThatRunsOverCountsWhatItLost) {
     int code = 0;
     const auto ring = netif::PacketRing::create("host0", error, code);
     ASSERT_TRUE(ring) << error;
-    ASSERT_TRUE(ring->open({{}, {}, std::size_t{64} << 10}, code));
+    netif::Traffic traffic{.kind = netif::Traffic::Kind::Images};
+    std::copy_n(kAck.begin(), 6, traffic.mac.begin());
+    std::copy_n(kAck.begin() + 26, 4, traffic.packets.camera.begin());
+    traffic.packets.udpPort = static_cast<std::uint16_t>(kAck[36] << 8 | kAck[37]);
+    ASSERT_TRUE(ring->open({traffic, {}, std::size_t{64} << 10}, code));
     for (unsigned i = 0; i < kFrames; ++i) {
         fromCamera(with(Bytes(1400), 0, kAck));
     }
