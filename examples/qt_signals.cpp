@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace {
@@ -20,12 +21,8 @@ using FreeCamera = decltype([](CameraHandle* camera) { Gbe_freeCamera(camera); }
 
 void check(int code) {
     if (code != GBE_SUCCESS) {
-<<<<<<< HEAD
-        throw std::runtime_error(Gbe_getErrorDescription(code));
-=======
-        std::fprintf(
-            stderr, "%s: %s (%d): %s\n", what, Gbe_getErrorDescription(code), code, Gbe_getLastErrorDetail());
->>>>>>> d98cf1d (gbe, settings, examples, docs: the library's sentence stands behind text and code)
+        throw std::runtime_error(
+            std::string(Gbe_getErrorDescription(code)) + ": " + Gbe_getLastErrorDetail());
     }
 }
 

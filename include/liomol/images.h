@@ -21,12 +21,11 @@
  *
  * The end of a stream: whoever waits for an image is woken, with a status that says why, when the stream is
  * closed (GBE_ERROR_STREAM_CLOSED), the camera disconnected, moved or freed (GBE_ERROR_CAMERA_NOT_CONNECTED),
- * its control lost or its board freed (GBE_ERROR_CONNECTION). From then on waiting returns that status, images
- * that are borrowed stay valid and can be given back, and the stream is still to be closed. A camera that has
- * been connected again gets a stream anew.
- * While the link is gone, the camera unplugged or the interface switched off, waiting returns
- * GBE_ERROR_CONNECTION, too, at once; if it comes back before control is lost, images come again. Images that
- * wait when it goes are still handed out.
+ * its control lost or its board freed (GBE_ERROR_CONNECTION). From then on waiting returns that status,
+ * images that are borrowed stay valid and can be given back, and the stream is still to be closed. A camera
+ * that has been connected again gets a stream anew. While the link is gone, the camera unplugged or the
+ * interface switched off, waiting returns GBE_ERROR_CONNECTION, too, at once; if it comes back before control
+ * is lost, images come again. Images that wait when it goes are still handed out.
  *
  * In a process that was forked every call gives GBE_ERROR_CONNECTION. A board whose library has no image path
  * answers with GBE_ERROR_NOT_IMPLEMENTED. docs/pictures.md tells how an image travels.

@@ -146,7 +146,7 @@ int connectCamera(CameraHandle* handle, Call call, const Wish& wish = {}) {
             device->noteControlLoss(tavo::ControlLoss::None); // of an earlier connection
         }
         handle->place().showUse(
-            purpose == Purpose::Work ? GBE_LINK_CONTROL : GBE_LINK_READING, handle->mac.data());
+            wish.purpose == Purpose::Work ? GBE_LINK_CONTROL : GBE_LINK_READING, handle->mac.data());
         change.to(State::Connected);
     }
     return announced(device);
