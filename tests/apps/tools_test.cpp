@@ -88,7 +88,8 @@ TEST_F(Tools, RegistersByNameAndByAddress) {
         const Outcome outcome = gbe(row.words);
         EXPECT_EQ(outcome.status, row.status) << outcome.err;
         EXPECT_THAT(outcome.out, HasSubstr(row.out));
-        EXPECT_THAT(outcome.err, *row.err != '\0' ? HasSubstr(row.err) : std::string());
+        EXPECT_THAT(outcome.err, HasSubstr(row.err));
+        EXPECT_EQ(outcome.err.empty(), *row.err == '\0') << outcome.err;
     }
 }
 

@@ -54,7 +54,7 @@ GbeLinkStatistics statisticsOf(CameraHandle* camera) {
 }
 
 TEST(LinkStatistics, AreWhatWentOverTheWire) {
-    const Session session;
+    Session session;
     const auto station = session.rig.hang(0, 0, plainCamera({{"mac", "02:00:00:00:00:31"}}));
     CameraHandle* camera = session.findFirst();
     const GbeLinkStatistics before = statisticsOf(camera);
