@@ -3,6 +3,8 @@
 #include "link_report/link_report.h"
 #include "service.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <fstream>
 #include <map>
@@ -94,7 +96,9 @@ LinkState lookAtLinks(std::optional<int> board) {
     state.time = std::chrono::steady_clock::now();
     const auto isMeant = [&](int number) { return !board || *board == number; };
     state.links = allLinks();
-    std::erase_if(state.links, [&](const auto& link) { return !isMeant(link.board); });
+    std::erase_if(state.links, [&](const auto& link) {
+        return !isMeant(link.board) || link.pid == getpid(); // what looks is not looked at
+    });
     std::sort(state.links.begin(), state.links.end(), [](const auto& a, const auto& b) {
         return placeOf(a) < placeOf(b);
     });

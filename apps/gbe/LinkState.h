@@ -41,7 +41,7 @@ struct LinkState {
     std::vector<GbeLinkStatistics> links; // likewise, and by program
 };
 
-// Of one board, or of all.
+// Of one board, or of all; without this program itself.
 LinkState lookAtLinks(std::optional<int> board);
 
 // The same program's figures of the same port in an earlier state; null when there are none.

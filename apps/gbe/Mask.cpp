@@ -149,7 +149,7 @@ std::string Mask::word(const std::string& kind, const std::string& text) {
 
 std::string Mask::text(const std::string& text) {
     static const QRegularExpression macs(
-        "(?<![0-9A-Fa-f:])(?:[0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}(?![0-9A-Fa-f:])");
+        "(?<![0-9A-Fa-f])(?<![0-9A-Fa-f]:)(?:[0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}(?![0-9A-Fa-f]|:[0-9A-Fa-f])");
     static const QRegularExpression ips("(?<![0-9.])[0-9]{1,3}(?:\\.[0-9]{1,3}){3}(?![0-9.])");
     if (!m_hides) {
         return text;

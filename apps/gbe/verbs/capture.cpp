@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <thread>
 
 namespace gbe {
@@ -55,9 +56,8 @@ std::size_t listen(Capture& capture, const Context& context, const Request& requ
     return interfaces;
 }
 
-void waitForEnd(double seconds, OutputFile& file) {
+void waitForEnd(const Interrupt& interrupt, double seconds, OutputFile& file) {
     constexpr std::chrono::milliseconds kLook{100};
-    const Interrupt interrupt;
     const auto begin = Clock::now();
     while (!interrupt.asked() &&
            (seconds == 0 || std::chrono::duration<double>(Clock::now() - begin).count() < seconds)) {
@@ -82,6 +82,10 @@ ExitStatus captureTraffic(Context& context, const Request& request) {
         std::string("gbe ") + Gbe_getVersion(), systemText(),
         command.empty() ? std::vector<std::string>{} : std::vector{textOf(command)});
     Capture capture(pcapng);
+    std::optional<Interrupt> interrupt; // before there is anything in the file that a signal could spoil
+    if (command.empty()) {
+        interrupt.emplace();
+    }
     const std::size_t interfaces = listen(capture, context, request);
     if (command.empty() && interfaces == 0) {
         throw Failure(
@@ -91,7 +95,7 @@ ExitStatus captureTraffic(Context& context, const Request& request) {
     }
     ExitStatus status = ExitStatus::Success;
     if (command.empty()) {
-        waitForEnd(request.seconds, file);
+        waitForEnd(*interrupt, request.seconds, file);
     } else {
         isUnderWay = true;
         context.disconnect(); // what connecting takes is part of it
