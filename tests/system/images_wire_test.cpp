@@ -98,8 +98,20 @@ TEST_F(ImagesOverAWire, AnInterfaceThatWasOffForAMomentEndsNothing) {
     EXPECT_EQ(Gbe_setIntegerValue(camera, "GevHeartbeatTimeout", 60000), 0);
     GbeStream* const stream = openStream(camera);
     ASSERT_EQ(Gbe_startAcquisition(camera), 0);
+    const auto goesOn = [&] { // with more images than may have waited
+        int images = 0;
+        return eventually([&] {
+            GbeImage image{};
+            if (Gbe_waitImage(stream, kPatient, &image) == 0) {
+                expectEncoded(image);
+                EXPECT_EQ(Gbe_giveBackImage(stream, image.id), 0);
+                ++images;
+            }
+            return images > 20;
+        });
+    };
     for (int round = 0; round < 2; ++round) {
-        fetch(stream, 2, [](const GbeImage& image) { expectEncoded(image); });
+        ASSERT_TRUE(goesOn());
         ASSERT_TRUE(s_wire->host.shell("ip link set host0 down"));
         GbeImage image{};
         int code = 0;
@@ -110,9 +122,8 @@ TEST_F(ImagesOverAWire, AnInterfaceThatWasOffForAMomentEndsNothing) {
         EXPECT_EQ(code, GBE_ERROR_CONNECTION);
         EXPECT_EQ(troubleOf(stream), "The link to the camera is gone.");
         ASSERT_TRUE(s_wire->host.shell("ip link set host0 up"));
-        EXPECT_TRUE(eventually([&] { return Gbe_waitImage(stream, kPatient, &image) == 0; }));
-        EXPECT_EQ(Gbe_giveBackImage(stream, image.id), 0);
     }
+    EXPECT_TRUE(goesOn());
     EXPECT_EQ(Gbe_closeStream(stream), 0);
 }
 
