@@ -194,8 +194,12 @@ TEST(Receiver, WhatIsLeftOfBeforeARestartBeginsNothing) {
         std::uint64_t before;
         bool extendedBefore, extended;
     };
-    for (const Case& row : {Case{501, false, false}, {40000, false, false}, {501, true, true},
-                            {0x100000001, true, true}, {7, true, false}}) {
+    for (const Case& row :
+         {Case{501, false, false},
+          {40000, false, false},
+          {501, true, true},
+          {0x100000001, true, true},
+          {7, true, false}}) {
         Rig rig(settings());
         const auto sentBefore = [&](std::uint64_t block, std::uint64_t time) {
             return Sent{.block = block, .extended = row.extendedBefore, .timestamp = time};
