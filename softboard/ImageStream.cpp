@@ -246,6 +246,7 @@ int ImageStream::restart(const TavoImageSettings& settings) {
     if (settings.payloadSize > m_bufferSize) {
         return IMAGE_PATH_BAD_ARGUMENT;
     }
+    m_keeper->catchUp(); // so that nothing of before comes after
     const std::lock_guard lock(m_mutex);
     m_receiver.setSettings(receiverSettings(settings));
     m_receiver.restart();

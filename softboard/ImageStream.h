@@ -42,6 +42,8 @@ public:
         virtual bool attend(Clock::time_point /*deadline*/) { return false; }
         // A deadline has come nearer than the last tend() said. Called from other threads.
         virtual void hurry() = 0;
+        // What has come by now is handed in, as far as the keeper fetches it. Called from other threads.
+        virtual void catchUp() {}
         // The thread is to end, and
         virtual void leave() = 0;
         // has ended: the stream is not called any more. May be called again.

@@ -18,6 +18,7 @@ constexpr std::chrono::milliseconds kLookInterval{100}; // at the interface
 constexpr std::chrono::milliseconds kAside{4};
 constexpr unsigned kBatch = 64;       // frames under one lock of the stream
 constexpr unsigned kMostBatches = 64; // before anything else is looked at
+constexpr unsigned kMostPieces = 16;  // of so many batches; more than a ring holds of usual packets
 
 // Whether an image ends with this packet.
 bool isEnd(const netif::PacketRing::Frame& frame) {
@@ -62,7 +63,7 @@ void RingReader::run() {
     while (!m_leave) {
         if (std::unique_lock reading(m_reading, std::try_to_lock); reading) {
             m_attended = m_imageEnded = false;
-            while (!m_leave && !(m_imageEnded && m_attended)) {
+            while (!isSentHome() && !(m_imageEnded && m_attended)) {
                 m_imageEnded = false;
                 round(Clock::time_point::max(), false);
             }
@@ -76,15 +77,30 @@ bool RingReader::attend(Clock::time_point deadline) {
     m_attended = true;
     {
         const std::unique_lock reading(m_reading, std::try_to_lock);
-        if (!reading || m_leave) {
+        if (!reading || isSentHome()) {
             return false;
         }
         m_aside.clear();
-        while (!round(deadline, true) && !m_leave && Clock::now() < deadline) {
+        while (!round(deadline, true) && !isSentHome() && Clock::now() < deadline) {
         }
     }
     m_aside.set(kAside);
     return true;
+}
+
+// Whoever reads goes away for it; the keeper's thread is back soon.
+void RingReader::catchUp() {
+    ++m_catchingUp;
+    m_ring->interrupt();
+    {
+        const std::lock_guard reading(m_reading);
+        --m_catchingUp;
+        m_more = true;
+        for (unsigned pieces = 0; m_more && pieces < kMostPieces && !m_leave; ++pieces) {
+            takeSome();
+        }
+    }
+    m_aside.set(kAside);
 }
 
 bool RingReader::round(Clock::time_point deadline, bool returnWithAnswer) {

@@ -34,6 +34,7 @@ public:
     void start() override;
     bool attend(Clock::time_point deadline) override;
     void hurry() override { m_ring->interrupt(); }
+    void catchUp() override;
     void leave() override;
 
     // Of the sink: a frame, valid until the next call, or null when it is enough for now.
@@ -44,6 +45,7 @@ public:
 
 private:
     void run();
+    bool isSentHome() const { return m_leave || m_catchingUp > 0; }
     // True when who waits for an image has an answer.
     bool round(Clock::time_point deadline, bool returnWithAnswer);
     void takeSome();
@@ -55,9 +57,10 @@ private:
     const std::uint64_t m_earlierOverrun;
     const Sink m_sink;
     std::atomic<bool> m_leave{false};
-    std::atomic<bool> m_attended{false}; // since the keeper's thread took over
-    Alarm m_aside;                       // what the keeper's thread waits for while others do its work
-    std::mutex m_joining;                // guards the thread
+    std::atomic<bool> m_attended{false};   // since the keeper's thread took over
+    std::atomic<unsigned> m_catchingUp{0}; // threads that want the ring
+    Alarm m_aside;                         // what the keeper's thread waits for while others do its work
+    std::mutex m_joining;                  // guards the thread
     std::thread m_thread;
 
     std::mutex m_reading; // guards what follows, and the ring
