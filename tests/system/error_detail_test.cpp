@@ -38,7 +38,10 @@ ethernet::Settings oddCamera() {
   <IntConverter Name="Scaled"><FormulaTo>FROM*10</FormulaTo><FormulaFrom>TO/10</FormulaFrom>
     <pValue>Byte</pValue></IntConverter>
   <Float Name="Time"><Value>20</Value><Min>10</Min><Max>15000000.5</Max><Unit>us</Unit></Float>
-  <IntSwissKnife Name="IsByte"><pVariable Name="X">NumberReg</pVariable><Formula>X&lt;256</Formula></IntSwissKnife>
+  <IntSwissKnife Name="IsByte"><pVariable Name="X">LevelReg</pVariable><Formula>X&lt;256</Formula></IntSwissKnife>
+  <Integer Name="Level"><pValue>LevelReg</pValue></Integer>
+  <IntReg Name="LevelReg"><Address>0x10014</Address><Length>4</Length><AccessMode>RW</AccessMode>
+    <pPort>Device</pPort></IntReg>
   <Integer Name="OnlyBytes"><pIsAvailable>IsByte</pIsAvailable><Value>1</Value></Integer>
   <Boolean Name="Busy"><pValue>LockedReg</pValue></Boolean>
   <Integer Name="Held"><pIsLocked>Busy</pIsLocked><Value>1</Value></Integer>
@@ -90,6 +93,7 @@ TEST_F(ErrorDetailTest, SaysWhatAFeatureRefuses) {
     camera = session.connectFirst();
     ASSERT_EQ(Gbe_enableChecks(camera, 1), 0);
     ASSERT_EQ(set("Number", 4711), 0);
+    ASSERT_EQ(set("Level", 4711), 0);
     ASSERT_EQ(Gbe_setBooleanValue(camera, "Busy", 1), 0);
     char bytes[16] = {};
     unsigned size = 4;
@@ -114,7 +118,7 @@ TEST_F(ErrorDetailTest, SaysWhatAFeatureRefuses) {
          },
          GBE_ERROR_ILLEGAL_VALUE, "the camera's value 4711 is that of no entry"},
         {"not available", [&] { return get("OnlyBytes"); }, GBE_ERROR_NOT_AVAILABLE,
-         "not available while IsByte is 0 (NumberReg is 4711)"},
+         "not available while IsByte is 0 (Level is 4711)"},
         {"not implemented", [&] { return get("Missing"); }, GBE_ERROR_NOT_IMPLEMENTED,
          "not implemented while Byte is 0"},
         {"locked", [&] { return set("Held", 1); }, GBE_ERROR_LOCKED, "locked while Busy is true"},
@@ -166,7 +170,7 @@ TEST_F(ErrorDetailTest, SaysWhatACameraAndAHandleRefuse) {
          "port 7 is not within 0..3"},
         {"null", [&] { return Gbe_connectCamera(nullptr); }, GBE_ERROR_ILLEGAL_PARAMETER, "camera is null"},
     });
-    station = session.rig.hang(0, 0, {});
+    station = session.rig.hang(0, 0, {{"mac", "02:00:00:00:00:07"}});
     camera = session.findFirst();
     const auto memory = [&](unsigned address, unsigned count) {
         return Gbe_readMemory(camera, address, bytes, count);
@@ -174,7 +178,7 @@ TEST_F(ErrorDetailTest, SaysWhatACameraAndAHandleRefuse) {
     expectDetails({
         {"in use",
          [&] { return Gbe_getCameraByMac(session.board(), 0, Gbe_getCameraInfo(camera)->mac, &other); },
-         GBE_ERROR_CAMERA_BUSY, "another handle of this program has the camera 02:53:43:00:00:02"},
+         GBE_ERROR_CAMERA_BUSY, "another handle of this program has the camera 02:00:00:00:00:07"},
         {"all in use", [&] { return Gbe_getFirstCamera(session.board(), 0, &other); },
          GBE_ERROR_CAMERA_DOES_NOT_EXIST, "all cameras that the last scan of the port has found are in use"},
         {"no such mac", [&] { return Gbe_getCameraByMac(session.board(), 0, nobody, &other); },
@@ -229,7 +233,7 @@ TEST_F(ErrorDetailTest, SaysWhyNothingCanBeConnected) {
     std::ofstream("genicam/other.xml") << "<Other/>";
     expectDetails({
         {"broken", connectTo("Local:simcam.xml;48000000;1A1"), GBE_ERROR_XML_READ,
-         "first URL \"Local:simcam.xml;48000000;1A1\": its XML is broken at byte 417: expected >; second URL empty"},
+         "first URL \"Local:simcam.xml;48000000;1A1\": its XML is broken at byte 400: expected >; second URL empty"},
         {"no folder", connectTo("File:cam.xml"), GBE_ERROR_ENVIRONMENT_NOT_SET,
          "the description is the file genicam/cam.xml below the folder that TAVODIR5 names, and that is not set"},
     });

@@ -14,14 +14,19 @@ constexpr std::size_t kMostVariables = 3; // of a formula that decides
 
 } // namespace
 
-// The feature that shows a register's number, where there is one: people know that.
+// The feature that shows a register's number, where there is one: people know that. Of several the first by
+// name: the order of the edges is that of addresses, which differs from run to run.
 ImplGenICamNode& ImplGenICamNode::shownBy() {
     const auto shows = [this](ImplGenICamNode* above) {
         const bool isValue = above->hasNumber() && !above->getName().empty();
         return isValue && above->asRegister() == nullptr && above->accessRule().below == this;
     };
-    const auto found = std::ranges::find_if(m_reverseDependencies, shows);
-    return asRegister() != nullptr && found != m_reverseDependencies.end() ? **found : *this;
+    ImplGenICamNode* first = this;
+    for (ImplGenICamNode* const above : m_reverseDependencies) {
+        const bool isFirst = first == this || above->getName() < first->getName();
+        first = asRegister() != nullptr && isFirst && shows(above) ? above : first;
+    }
+    return *first;
 }
 
 // "TriggerSource is Line1", of the register behind it.
