@@ -7,9 +7,11 @@
 #include "liomol/exceptions.h"
 #include "service/GbeTransmission.h"
 #include "service/commands.h"
+#include "util/error_detail.h"
 
 #include <QtCore/QCoreApplication>
 
+#include <cerrno>
 #include <stdexcept>
 
 using board::findBoard;
@@ -48,8 +50,9 @@ int GenICamPortWrapper::discover(int board, int value) {
 
 void GenICamPortWrapper::discoverAll() {
     GbeTransmission service;
+    const int cause = service.isEstablished() ? EPROTO : errno;
     if (!service.isEstablished() || !cmdRescan(service, kAllBoards, kAllPorts)) {
-        throw tavo::GicConnectionException();
+        util::fail<tavo::GicConnectionException>([cause] { return serviceSentence(cause); });
     }
 }
 

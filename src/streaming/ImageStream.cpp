@@ -131,7 +131,8 @@ int ImageStream::giveBack(std::uint64_t id) {
         m_borrowed[buffer].id = 0;
     }
     const Use use(*this);
-    return use.stream() != nullptr ? statusOf(m_path.giveBack(use.stream(), buffer)) : status::Success;
+    const int result = use.stream() != nullptr ? m_path.giveBack(use.stream(), buffer) : int{IMAGE_PATH_OK};
+    return result == IMAGE_PATH_OK ? status::Success : util::refused(statusOf(result), sentenceOf(result));
 }
 
 void ImageStream::restart() {

@@ -3,6 +3,7 @@
 #include "genicam/nodes/GenICamScopedReadWriteLock.h"
 #include "genicam/nodes/RegisterBytes.h"
 #include "liomol/exceptions.h"
+#include "util/error_detail.h"
 #include "util/qt_locks.h"
 
 #include <QtCore/QMetaMethod>
@@ -199,7 +200,12 @@ void ImplGenICamCamera::setConnection(CameraConnection connection, unsigned ip) 
     const std::vector<CameraConnection> known = getConnectionList();
     GenICamPortInterface* const port = getPort(kDevicePort);
     if (port == nullptr || std::find(known.begin(), known.end(), connection) == known.end()) {
-        throw GicConnectionException();
+        util::fail<GicConnectionException>([&] {
+            return port == nullptr
+                       ? std::string("nothing leads to the camera")
+                       : "board " + std::to_string(connection.board) + " port " +
+                             std::to_string(connection.port) + " is none of the camera's connections";
+        });
     }
     const auto tree = holdTree();
     const DeviceLockScope scope(tree.get()); // no access is under way while the camera moves
