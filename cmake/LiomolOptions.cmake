@@ -7,8 +7,11 @@ set(LIOMOL_CONFIG_DIR "/etc/liomol" CACHE PATH
 set(LIOMOL_STATE_DIR "/var/lib/gbe-service" CACHE PATH "Folder in which the service keeps addresses that clients gave to ports")
 set(LIOMOL_BOARD_FILE "${LIOMOL_CONFIG_DIR}/softboard.conf" CACHE STRING
     "File that describes the boards in software; the only one that liomol-netport believes")
-set(LIOMOL_NETPORT "${CMAKE_INSTALL_FULL_LIBEXECDIR}/liomol/liomol-netport" CACHE STRING
-    "Where the board in software finds the program that lends packet sockets; compiled in")
+set(LIOMOL_NETPORT "" CACHE STRING
+    "Where the board in software finds the program that lends packet sockets, compiled in; empty: where it is installed")
+if(NOT LIOMOL_NETPORT) # not kept: it follows the install prefix
+    set(LIOMOL_NETPORT "${CMAKE_INSTALL_FULL_LIBEXECDIR}/liomol/liomol-netport")
+endif()
 option(LIOMOL_PACKAGES "Install what only packages have: changelogs, copyright, service configuration, tmpfiles" OFF)
 option(LIOMOL_WERROR "Treat warnings as errors" ON)
 option(LIOMOL_BUILD_APPS "Build gbe, gbe-service and the examples" ON)
