@@ -44,23 +44,23 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "init-system-helpers (>= 1.52)")
 set(CPACK_DEBIAN_SOFTBOARD_PACKAGE_DEPENDS "libcap2-bin")
 
 set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "GigE Vision cameras behind four-port frame grabbers
- Finds GigE Vision cameras on the ports of a frame grabber board, or of any
- network interface, reads and writes their features by name, and takes their
- images.
- .
- This package has the shared library.")
+Finds GigE Vision cameras on the ports of a frame grabber board, or of any
+network interface, reads and writes their features by name, and takes their
+images.
+
+This package has the shared library.")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "GigE Vision cameras behind four-port frame grabbers - development files
- Headers, pkg-config and CMake files and examples for programs that use GigE
- Vision cameras through liomol's C interface or its Qt objects. The latter want
- Qt's development package as well.")
+Headers, pkg-config and CMake files and examples for programs that use GigE
+Vision cameras through liomol's C interface or its Qt objects. The latter want
+Qt's development package as well.")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "command line, service and camera in software for GigE Vision cameras
- The command gbe finds GigE Vision cameras, shows and changes their features,
- saves images, and says why there is silence. The service gbe-service owns the
- network addresses of the ports. The program gbe-simcam puts cameras in
- software on a network interface. The guides are here, too.")
+The command gbe finds GigE Vision cameras, shows and changes their features,
+saves images, and says why there is silence. The service gbe-service owns the
+network addresses of the ports. The program gbe-simcam puts cameras in
+software on a network interface. The guides are here, too.")
 set(CPACK_DEBIAN_SOFTBOARD_DESCRIPTION "frame grabber in software for liomol
- Stands in for a frame grabber where none is installed: its ports are network
- interfaces of this computer, or cameras in software.")
+Stands in for a frame grabber where none is installed: its ports are network
+interfaces of this computer, or cameras in software.")
 
 # Debian's own files of each package; "gzip -n" leaves the time out.
 function(compress_into file source)
@@ -102,4 +102,10 @@ set(CPACK_DEBIAN_SOFTBOARD_PACKAGE_CONTROL_EXTRA "${packaging}/triggers" "${made
 
 install(FILES "${packaging}/gbe-service.conf" DESTINATION "${LIOMOL_CONFIG_DIR}")
 install(FILES "${packaging}/liomol.conf" DESTINATION lib/tmpfiles.d)
+install(CODE [[
+    file(GLOB pages "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man1/*.1")
+    if(pages)
+        execute_process(COMMAND gzip -9nf ${pages} COMMAND_ERROR_IS_FATAL ANY)
+    endif()
+]] COMPONENT tools)
 include(CPack)
