@@ -8,7 +8,7 @@ import pathlib
 import re
 import sys
 
-EXAMPLES = {  # of a group, or of a header's part before its first
+EXAMPLES = {  # of a group, or of a header's part before its first: a file, or a few lines
     "Boards": "list_cameras.c",
     "Cameras": "read_write.c",
     "Features": "read_write.c",
@@ -18,6 +18,8 @@ EXAMPLES = {  # of a group, or of a header's part before its first
     "Its neighbours": "read_write.c",
     "Its bytes, and the camera's": "read_write.c",
     "Changes": "qt_signals.cpp",
+    "Many at once": "int code = Gbe_prefetch(camera, NULL, 0); /* all features */",
+    "diagnostics": "GbeLinkStatistics figures;\nint code = Gbe_getLinkStatistics(camera, &figures);",
     "images": "save_image.c",
     "settings": "settings.c",
     "gige": "list_cameras.c",
@@ -31,7 +33,10 @@ def group(stem, title):
     if title not in EXAMPLES:
         sys.exit(f"{stem}.h: the group \"{title}\" has no example: docs/reference_filter.py")
     name = re.sub(r"\W+", "_", f"{stem} {title}".lower())
-    return f"/** \\defgroup {name} {title[0].upper() + title[1:]}\n *  \\include {EXAMPLES[title]}\n *  @{{ */"
+    shown = EXAMPLES[title]
+    lines = f"\\include {shown}" if re.fullmatch(r"\w+\.\w+", shown) else f"\\code{{.c}}\n{shown}\n\\endcode"
+    # The lines of an example may have comments of their own.
+    return f"/// \\defgroup {name} {title[0].upper() + title[1:]}\n" + re.sub("^", "/// ", f"{lines}\n@{{", flags=re.MULTILINE)
 
 
 def like_the_one_before(text):
@@ -53,7 +58,7 @@ def main(path):
     text = like_the_one_before(text)
     head, body = re.match(r"/\* (.*?)\*/\n(.*)", text, re.DOTALL).groups()
     titles = [stem] + HEADING.findall(body)
-    body = HEADING.sub(lambda found: "/** @} */ " + group(stem, found[1]), body)
+    body = HEADING.sub(lambda found: "/** @} */\n" + group(stem, found[1]), body)
     body = re.sub(r"^(\s*)/\* ", r"\1/** ", body, flags=re.MULTILINE)
     first, rest = re.match(r"(.*?#ifdef __cplusplus\nextern \"C\" \{\n#endif\n|.*?#define LIOMOL_STATUS_H\n)(.*)", body, re.DOTALL).groups()
     last = rest.rfind("#ifdef __cplusplus")

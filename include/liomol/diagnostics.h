@@ -24,35 +24,35 @@ typedef enum GbeLinkUse {
  * closing do not set them back. Times are nanoseconds, ages count from now. Each figure is exact, all of them
  * together are of about the same moment. */
 typedef struct GbeLinkStatistics {
-    int pid;          /* of the program */
-    char program[32]; /* its name, printable ASCII, with a NUL */
-    int board;
-    unsigned port;
-    int use;              /* a GbeLinkUse */
-    unsigned char mac[6]; /* of the connected camera, most significant byte first; zeros without */
-    uint64_t framesSent;  /* all frames that the program's commands and ARP answers took */
-    uint64_t framesReceived;
-    uint64_t commands;    /* GVCP commands */
-    uint64_t repeated;    /* commands that went out again, because of silence or of a foreign answer */
-    uint64_t unanswered;  /* commands that were given up */
-    uint64_t refused;     /* commands that were answered with another status than success */
+    int pid;                 /* of the program */
+    char program[32];        /* its name, printable ASCII, with a NUL */
+    int board;               /* 0 to 7 */
+    unsigned port;           /* 0 to 3 */
+    int use;                 /* a GbeLinkUse */
+    unsigned char mac[6];    /* of the connected camera, most significant byte first; zeros without */
+    uint64_t framesSent;     /* all frames that the program's commands and ARP answers took */
+    uint64_t framesReceived; /* all frames that the port gave the program */
+    uint64_t commands;       /* GVCP commands */
+    uint64_t repeated;       /* commands that went out again, because of silence or of a foreign answer */
+    uint64_t unanswered;     /* commands that were given up */
+    uint64_t refused;        /* commands that were answered with another status than success */
     uint64_t roundTrips;  /* commands whose round trip was measured: answered without having been repeated */
     uint64_t roundTripNs; /* of all of these together */
-    uint64_t lastRoundTripNs;
-    uint64_t longestRoundTripNs;
-    uint64_t answerAgeNs; /* since the latest answer; UINT64_MAX: there was none */
-    uint64_t heartbeats;
+    uint64_t lastRoundTripNs;    /* of the latest of them */
+    uint64_t longestRoundTripNs; /* of the slowest of them */
+    uint64_t answerAgeNs;        /* since the latest answer; UINT64_MAX: there was none */
+    uint64_t heartbeats;         /* that were sent */
     uint64_t heartbeatAgeNs; /* since the camera answered the latest heartbeat; UINT64_MAX: there was none */
     /* Of the port's image streams, at most half a second old while the program asks for images. */
-    uint64_t images;        /* that were handed out, those with holes too */
-    uint64_t imageBytes;    /* of these */
-    uint64_t imagesBroken;  /* of these, with holes */
-    uint64_t streamPackets; /* the rest as in GbeStreamStatistics */
-    uint64_t imagesLost;
-    uint64_t imagesDropped; /* arriving and oldest ones together */
-    uint64_t missingPackets;
-    uint64_t resentPackets;
-    uint64_t overrun;
+    uint64_t images;         /* that were handed out, those with holes too */
+    uint64_t imageBytes;     /* of these */
+    uint64_t imagesBroken;   /* of these, with holes */
+    uint64_t streamPackets;  /* the rest as in GbeStreamStatistics */
+    uint64_t imagesLost;     /* lostImages there */
+    uint64_t imagesDropped;  /* arriving and oldest ones together */
+    uint64_t missingPackets; /* likewise */
+    uint64_t resentPackets;  /* likewise */
+    uint64_t overrun;        /* likewise */
 } GbeLinkStatistics;
 
 /* The figures of the camera's port in this program. While the camera is connected nothing but its handle, and
