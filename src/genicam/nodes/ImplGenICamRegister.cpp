@@ -145,7 +145,7 @@ void ImplGenICamRegister::internalGet(bool force) {
 
 void ImplGenICamRegister::readDevice(std::int64_t address) {
     if (access() != nullptr && access()->prefetch != nullptr) {
-        access()->prefetch->defer(*this, m_port, address, emptyContent());
+        return access()->prefetch->defer(*this, m_port, address, emptyContent());
     }
     dropContent(); // a read that fails leaves nothing behind that could be taken for the content
     RegisterBytes content = emptyContent();

@@ -78,10 +78,15 @@ constexpr long long kWord = 4;
 void Prefetch::add(ImplGenICamNode& node) {
     const auto ask = [&](ImplGenICamNode& of, std::initializer_list<Ask> asks) {
         for (const Ask one : asks) {
-            m_questions.push_back({&of, one});
+            m_questions.push_back({&of, one, nullptr});
         }
     };
-    ask(node, {askImplemented, askAvailable, askLocked, askAccessMode, askValue});
+    ask(node, {askImplemented, askAvailable, askLocked});
+    if (node.asRegister() != nullptr) { // its limits need its length, and so does reading it
+        m_contents.push_back({&node, askValue, dynamic_cast<ImplGenICamRegister*>(&node)});
+        return;
+    }
+    ask(node, {askAccessMode, askValue});
     if (node.asInteger() != nullptr) {
         ask(node, {askMin, askMax, askInc});
     } else if (node.asFloat() != nullptr) {
@@ -98,17 +103,25 @@ void Prefetch::add(ImplGenICamNode& node) {
 // ---- Rounds ----------------------------------------------------------------------------------------------
 
 void Prefetch::run() {
-    bool goesOn = true;
-    while (goesOn && !m_questions.empty()) {
-        const AccessRow row(m_host);
-        askAll();
-        goesOn = !m_wants.empty() && read();
-        take();
+    if (settle(m_contents)) {
+        settle(m_questions);
     }
 }
 
+// Whether the port can still be asked.
+bool Prefetch::settle(Questions& questions) {
+    bool goesOn = true;
+    while (goesOn && !questions.empty()) {
+        const AccessRow row(m_host);
+        askAll(questions);
+        goesOn = m_wants.empty() || read();
+        take();
+    }
+    return goesOn;
+}
+
 // Leaves the questions that wait for what is noted.
-void Prefetch::askAll() {
+void Prefetch::askAll(Questions& questions) {
     struct Noting {
         AccessContext& access;
         ~Noting() { access.prefetch = nullptr; }
@@ -117,21 +130,22 @@ void Prefetch::askAll() {
     noting.access.prefetch = this;
     const util::KeepErrorDetail kept;
     ++m_round;
-    std::erase_if(m_questions, [this](const Question& question) {
+    std::erase_if(questions, [this](const Question& question) {
         return m_wants.size() < kMostReadsAtOnce && isAnswered(question);
     });
 }
 
+// What fails is to be told by the access that somebody wants.
 bool Prefetch::isAnswered(const Question& question) {
+    m_waits = false;
+    m_asked = question.content;
     try {
-        m_waits = false;
         question.ask(*question.node);
     } catch (const Deferred&) {
-        return !m_waits;
-    } catch (const GenICamException&) { // to be told by the access that somebody wants
+    } catch (const GenICamException&) {
     } catch (const CoreException&) {
     }
-    return true;
+    return !m_waits;
 }
 
 void Prefetch::defer(
@@ -144,7 +158,9 @@ void Prefetch::defer(
         }
         m_waits = reads.round == m_round;
     }
-    throw Deferred{};
+    if (&needed != m_asked) {
+        throw Deferred{};
+    }
 }
 
 // ---- Reading ---------------------------------------------------------------------------------------------

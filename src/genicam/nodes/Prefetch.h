@@ -32,8 +32,9 @@ public:
     void run();
 
     // For registers: one needs to be read, `content` being empty bytes of its length. Ends the access, with
-    // what is no failure of it.
-    [[noreturn]] void defer(
+    // what is no failure of it; returns when it is the register's value that is asked for, on which nothing
+    // depends.
+    void defer(
         ImplGenICamRegister& needed, GenICamPortInterface* port, std::int64_t address, RegisterBytes content);
 
 private:
@@ -41,7 +42,9 @@ private:
     struct Question {
         ImplGenICamNode* node;
         Ask ask;
+        const ImplGenICamRegister* content; // the node, when it is a register asked for its value
     };
+    using Questions = std::vector<Question>;
     struct Want {
         ImplGenICamRegister* needed;
         GenICamPortInterface* port;
@@ -55,15 +58,18 @@ private:
     };
     struct Deferred {};
 
-    void askAll();
+    bool settle(Questions& questions);
+    void askAll(Questions& questions);
     bool isAnswered(const Question& question);
     bool read();
     static bool readFrom(GenICamPortInterface* port, Want* first, Want* end);
     void take();
 
     NodeHost& m_host;
-    std::vector<Question> m_questions; // without an answer
-    std::vector<Want> m_wants;         // of this round
+    Questions m_contents;                         // come first: most others need no second attempt then
+    Questions m_questions;                        // without an answer
+    const ImplGenICamRegister* m_asked = nullptr; // for its value
+    std::vector<Want> m_wants;                    // of this round
     std::unordered_map<const ImplGenICamRegister*, Reads> m_reads;
     unsigned m_round = 0;
     bool m_waits = false; // the access that has ended may go further in the next round
