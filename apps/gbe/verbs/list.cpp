@@ -60,6 +60,8 @@ public:
 
 private:
     std::vector<Category> categories() const;
+    void readAhead(const std::vector<Category>& categories) const;
+    bool isNamed(const std::string& name) const;
     bool isWanted(const std::string& name) const;
     void show(const Category& category);
     void add(Table& table, const std::string& category, const std::string& name, const Place& place);
@@ -91,8 +93,28 @@ std::vector<Category> List::categories() const {
         m_request.category + ": no such category" + suggestion(m_request.category, names), ExitStatus::Usage);
 }
 
+// With a few commands in place of one for each feature. What fails is told where it is shown.
+void List::readAhead(const std::vector<Category>& categories) const {
+    std::vector<const char*> names;
+    for (const Category& category : categories) {
+        for (const std::string& name : category.features) {
+            int kind = GBE_KIND_OTHER;
+            if (isNamed(name) && Gbe_getFeatureKind(m_camera, name.c_str(), &kind) == GBE_SUCCESS) {
+                names.push_back(name.c_str());
+            }
+        }
+    }
+    if (!names.empty()) { // no names would mean all
+        Gbe_prefetch(m_camera, names.data(), static_cast<unsigned>(names.size()));
+    }
+}
+
+bool List::isNamed(const std::string& name) const {
+    return lower(name).find(lower(m_request.match)) != std::string::npos;
+}
+
 bool List::isWanted(const std::string& name) const {
-    if (lower(name).find(lower(m_request.match)) == std::string::npos) {
+    if (!isNamed(name)) {
         return false;
     }
     GbeFeatureInfo info{};
@@ -151,7 +173,9 @@ void List::show(const Category& category) {
 }
 
 void List::run() {
-    for (const Category& category : categories()) {
+    const std::vector<Category> all = categories();
+    readAhead(all);
+    for (const Category& category : all) {
         show(category);
     }
     if (m_json) {
