@@ -216,8 +216,9 @@ TEST_F(ErrorDetailTest, SaysWhatACameraAndAHandleRefuse) {
 
 // Why there is no description, and no board.
 TEST_F(ErrorDetailTest, SaysWhyNothingCanBeConnected) {
-    const std::string broken = plainCamera().at("description-text").substr(0, 400) + "<Integer></Float>";
-    station = session.rig.hang(0, 0, plainCamera({{"description-text", broken}}));
+    const std::string broken = "<?xml version=\"1.0\"?>\n<RegisterDescription>\n<Integer Name=Width/>\n";
+    ASSERT_EQ(broken.size(), 0x42U);
+    station = session.rig.hang(0, 0, {{"registers", "plain"}, {"description-text", broken}});
     camera = session.findFirst();
     const auto connectTo = [&](const char* url) {
         return [this, url] {
@@ -232,8 +233,8 @@ TEST_F(ErrorDetailTest, SaysWhyNothingCanBeConnected) {
     std::filesystem::create_directory("genicam");
     std::ofstream("genicam/other.xml") << "<Other/>";
     expectDetails({
-        {"broken", connectTo("Local:simcam.xml;48000000;1A1"), GBE_ERROR_XML_READ,
-         "first URL \"Local:simcam.xml;48000000;1A1\": its XML is broken at byte 400: expected >; second URL empty"},
+        {"broken", connectTo("Local:simcam.xml;48000000;42"), GBE_ERROR_XML_READ,
+         "first URL \"Local:simcam.xml;48000000;42\": its XML is broken at byte 58: expected ' or \"; second URL empty"},
         {"no folder", connectTo("File:cam.xml"), GBE_ERROR_ENVIRONMENT_NOT_SET,
          "the description is the file genicam/cam.xml below the folder that TAVODIR5 names, and that is not set"},
     });
