@@ -67,6 +67,13 @@ DescriptionGraph::DescriptionGraph(const std::string& description, const std::ve
 }
 
 // A StructReg stands for its entries: what it refers to, they all do.
+void DescriptionGraph::share(const std::vector<std::string>& entries, const std::vector<Reference>& shared) {
+    for (const std::string& entry : entries) {
+        auto& references = m_nodes[entry].references;
+        references.insert(references.end(), shared.begin(), shared.end());
+    }
+}
+
 void DescriptionGraph::read(const std::string& description) {
     QXmlStreamReader reader(QByteArray::fromStdString(description));
     std::string current;
@@ -77,11 +84,7 @@ void DescriptionGraph::read(const std::string& description) {
         reader.readNext();
         const std::string element = reader.name().toString().toStdString();
         if (reader.isEndElement() && element == "StructReg") {
-            for (const std::string& entry : std::exchange(entries, {})) {
-                auto& references = m_nodes[entry].references;
-                references.insert(references.end(), shared.begin(), shared.end());
-            }
-            shared.clear();
+            share(std::exchange(entries, {}), std::exchange(shared, {}));
             isStruct = false;
         }
         if (!reader.isStartElement()) {

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace gbe {
@@ -25,7 +26,10 @@ public:
         std::string feature;
         Role role = Role::Value;
 
-        auto operator<=>(const Link&) const = default;
+        bool operator==(const Link&) const = default;
+        bool operator<(const Link& other) const {
+            return std::tie(feature, role) < std::tie(other.feature, other.role);
+        }
     };
 
     // What is no well-formed XML ends it. Features are those that the categories have.
@@ -51,6 +55,7 @@ private:
     };
 
     void read(const std::string& description);
+    void share(const std::vector<std::string>& entries, const std::vector<Reference>& shared);
     // The feature that a node is, or whose value it has; empty without one.
     std::string featureOf(const std::string& node) const;
 

@@ -18,7 +18,7 @@ namespace gbe {
 namespace {
 
 constexpr const char* kHead = "gbe camera 1"; // the first line of a file
-constexpr qint64 kMostBytes = 4 * 1024 * 1024;
+constexpr qint64 kMostBytes = qint64{4} * 1024 * 1024;
 constexpr int kMostFiles = 64; // as many cameras as a port can have
 
 QDir folder() {

@@ -18,7 +18,7 @@ constexpr long long kMostPositions =
 std::string placeText(const Place& place) {
     std::string text;
     for (const auto& [selector, value] : place) {
-        text += (text.empty() ? "[" : ", ") + selector + "=" + value;
+        text.append(text.empty() ? "[" : ", ").append(selector).append("=").append(value);
     }
     return text.empty() ? text : text + "]";
 }

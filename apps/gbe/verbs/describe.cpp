@@ -287,7 +287,8 @@ void Description::print() {
     }
     table.print(2);
     Table entryTable({"ENTRY", "VALUE", "NOW"});
-    for (const QJsonValue& each : entries()) {
+    const QJsonArray all = entries();
+    for (const auto& each : all) {
         const QJsonObject entry = each.toObject();
         entryTable.add(
             {entry["name"].toString().toStdString(), std::to_string(entry["value"].toVariant().toLongLong()),
