@@ -245,6 +245,7 @@ constexpr Example kExamples[] = {
     {"gbe list AnalogControl --selectors", "one category, in every position of its selectors"},
     {"gbe list --match trigger --visibility expert", "a part of a name, and nothing for gurus"},
     {"gbe list --json --match exposure", "for a program"},
+    {"gbe save before.txt; gbe list --changed-since before.txt", "what is not as it was any more"},
 };
 
 } // namespace
