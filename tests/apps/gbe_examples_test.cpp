@@ -2,6 +2,7 @@
 // software.
 #include "process.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <QtCore/QRegularExpression>
@@ -89,15 +90,16 @@ TEST_F(GbeInAShell, TakesTheCameraFromTheEnvironment) {
         const char* err;
     } rows[] = {
         {"GBE_CAMERA=port:0 gbe info", 0, ""},
-        {"GBE_CAMERA=port:1 gbe info", 3, "gbe: camera on board 0 port 1: no cameras found (-40023)\n"},
+        {"GBE_CAMERA=port:1 gbe info", 3, "gbe: camera on board 0 port 1: no cameras found (-40023)"},
         {"GBE_CAMERA=board:3,port:1 gbe --port 0 info", 0, ""}, // the command line wins
-        {"GBE_CAMERA=port:0,name:a,b gbe info", 3, "gbe: camera \"a,b\": camera does not exist (-40024)\n"},
+        {"GBE_CAMERA=port:0,name:a,b gbe info", 3, "gbe: camera \"a,b\": camera does not exist (-40024)"},
         {"GBE_CAMERA=port:4 gbe info", 2, "gbe: GBE_CAMERA: \"4\" is not a number from 0 to 3\n"},
     };
     for (const auto& [line, status, err] : rows) {
         const test::Outcome outcome = test::Program::run("/bin/bash", {"-c", shellPath() + line});
         EXPECT_EQ(outcome.status, status) << line;
-        EXPECT_EQ(outcome.err, err);
+        EXPECT_THAT(outcome.err, testing::StartsWith(err)); // behind it: why
+        EXPECT_EQ(outcome.err.empty(), status == 0);
     }
 }
 
