@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace gbe {
 
@@ -40,10 +41,24 @@ private:
     ExitStatus m_status;
 };
 
+// Where in a script the program is, for all that is complained of while it lives.
+class ComplaintPlace {
+public:
+    explicit ComplaintPlace(std::string text) { s_text = std::move(text); }
+    ~ComplaintPlace() { s_text.clear(); }
+    ComplaintPlace(const ComplaintPlace&) = delete;
+    ComplaintPlace& operator=(const ComplaintPlace&) = delete;
+
+    static const std::string& text() { return s_text; }
+
+private:
+    static inline std::string s_text; // of the main thread
+};
+
 // One line on standard error, behind all that was printed before.
 inline void complain(const std::string& text) {
     std::fflush(stdout);
-    std::fprintf(stderr, "gbe: %s\n", common::terminalText(text).c_str());
+    std::fprintf(stderr, "gbe: %s%s\n", ComplaintPlace::text().c_str(), common::terminalText(text).c_str());
 }
 
 inline void check(const std::string& what, int code) {

@@ -17,6 +17,9 @@ extern const Verb kXmlVerb;
 extern const Verb kSaveVerb;
 extern const Verb kLoadVerb;
 extern const Verb kDiffVerb;
+extern const Verb kWatchVerb;
+extern const Verb kWaitVerb;
+extern const Verb kShellVerb;
 extern const Verb kReadVerb;
 extern const Verb kWriteVerb;
 extern const Verb kGrabVerb;
@@ -51,6 +54,9 @@ constexpr const Verb* kVerbs[] = {
     &kSaveVerb,
     &kLoadVerb,
     &kDiffVerb,
+    &kWatchVerb,
+    &kWaitVerb,
+    &kShellVerb,
     &kReadVerb,
     &kWriteVerb,
 

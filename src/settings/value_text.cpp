@@ -155,10 +155,19 @@ void writeRegister(tavo::GenICamRegisterInterface& node, Bytes bytes) {
     node.set(bytes.data(), static_cast<std::int64_t>(bytes.size()));
 }
 
+std::string namesOf(const std::vector<tavo::GenICamEnumEntry*>& entries) {
+    constexpr std::size_t kMost = 16; // more than a reader takes in
+    std::string names;
+    for (std::size_t i = 0; i < std::min(entries.size(), kMost); ++i) {
+        names += (i == 0 ? "" : ", ") + entries[i]->getSymbol();
+    }
+    return entries.size() > kMost ? names + ", ..." : names;
+}
+
 void checkEntry(const tavo::GenICamEnumerationInterface& node, const std::string& text) {
     const auto& entries = node.getEntries();
     if (std::ranges::none_of(entries, [&](const auto* entry) { return entry->getSymbol() == text; })) {
-        throw Refusal(status::IllegalValue, quoted(text) + " is no entry of it");
+        throw Refusal(status::IllegalValue, quotedIfNeeded(text) + " is none of " + namesOf(entries));
     }
 }
 

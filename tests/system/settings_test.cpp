@@ -192,10 +192,10 @@ TEST_F(SettingsTest, LoadsWhatPeopleAndOtherToolsWriteAndSaysWhatItCouldNot) {
          "line 5: no \"=\" behind \"Width\"",
          {0, 0, 0, 0, 0, 0}},
         {"values of no use",
-         "Widht=4\n\nWidth=broad\nPixelFormat=Mono7\nAcquisitionStop=1\nWidth=17\nWidthMax=5",
+         "Widht=4\n\nWidth=broad\nTriggerMode=Maybe\nAcquisitionStop=1\nWidth=17\nWidthMax=5",
          0,
          "line 1: Widht: illegal node (-40007): the camera has no such feature\n"
-         "line 4: PixelFormat: illegal value (-40006): \"Mono7\" is no entry of it\n"
+         "line 4: TriggerMode: illegal value (-40006): Maybe is none of Off, On\n"
          "line 5: AcquisitionStop: illegal node (-40007): is a command, which has no value\n"
          "line 6: Width: illegal value (-40006): 17 is not within 16..1920 px in steps of 4; 16 and 20 are\n"
          "line 7: WidthMax: feature not writable (-40005)\n",
@@ -215,7 +215,7 @@ TEST_F(SettingsTest, LoadsWhatPeopleAndOtherToolsWriteAndSaysWhatItCouldNot) {
          "[TriggerSelector=LineStart]\nTriggerMode=Off\n",
          0,
          "line 2: TriggerMode[TriggerSelector=LineStart]: illegal value (-40006): TriggerSelector does not go to "
-         "LineStart: \"LineStart\" is no entry of it\n",
+         "LineStart: LineStart is none of AcquisitionStart, FrameStart, FrameBurstStart\n",
          {1, 0, 0, 1, 0, 0}},
     };
     for (const auto& row : rows) {
