@@ -4,6 +4,7 @@
 #include "gbe/features.h"
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 
 namespace gbe {
@@ -15,6 +16,8 @@ using std::chrono::milliseconds;
 // What is cached costs nothing to be read again, and what is not is read when the description says that it is
 // due, often enough for the shortest times that descriptions give.
 constexpr milliseconds kReadAgain{200};
+// Between two looks: a feature that counts its own reads has a signal for each.
+constexpr milliseconds kPause{50};
 // A camera that somebody else controls: what is cached may be old.
 constexpr milliseconds kForget{1000};
 
@@ -40,6 +43,7 @@ FeatureWatch::FeatureWatch(CameraHandle* camera, std::vector<std::string> names)
     for (std::size_t i = 0; i < m_names.size(); ++i) {
         featureKind(camera, m_names[i]);
         m_watched.push_back({this, i});
+        m_values.push_back(valueNow(i));
     }
     GbeControlStatus control{};
     m_isAlone = Gbe_getControlStatus(camera, &control) != 0 || control.holder == GBE_CONTROL_SELF;
@@ -75,32 +79,78 @@ void FeatureWatch::tellLoss(CameraHandle*, int loss, void* user) {
 std::vector<FeatureChange> FeatureWatch::wait(milliseconds longest) {
     const auto end = Clock::now() + longest;
     for (;;) {
-        readAgain();
+        std::this_thread::sleep_until(m_pauseEnds);
+        m_pauseEnds = Clock::now() + kPause;
+        std::vector<FeatureChange> changes = take();
+        for (const std::size_t feature : dueFeatures(changes)) {
+            lookAt(feature, changes);
+        }
+        if (!changes.empty() || Clock::now() >= end) {
+            return changes;
+        }
         std::unique_lock lock(m_mutex);
         const auto isNews = [&] { return !m_changes.empty() || m_loss != 0; };
-        m_told.wait_until(lock, std::min(end, Clock::now() + kReadAgain), isNews);
-        if (m_changes.empty() && m_loss != 0) {
-            fail(m_loss);
-        }
-        if (!m_changes.empty() || Clock::now() >= end) {
-            return std::exchange(m_changes, {});
-        }
+        m_told.wait_until(lock, std::min(end, m_nextRound), isNews);
     }
 }
 
-// News in it come as changes of their own.
-void FeatureWatch::readAgain() {
+// All of them once in a while, those that signals name between.
+std::set<std::size_t> FeatureWatch::dueFeatures(const std::vector<FeatureChange>& changes) {
+    std::set<std::size_t> due;
+    for (const FeatureChange& change : changes) {
+        due.insert(change.feature);
+    }
+    if (Clock::now() >= m_nextRound) {
+        m_nextRound = Clock::now() + kReadAgain;
+        forgetWhatIsOld();
+        for (std::size_t i = 0; i < m_names.size(); ++i) {
+            due.insert(i);
+        }
+    }
+    return due;
+}
+
+// What callbacks have brought.
+std::vector<FeatureChange> FeatureWatch::take() {
+    const std::lock_guard lock(m_mutex);
+    if (m_changes.empty() && m_loss != 0) {
+        fail(m_loss);
+    }
+    return std::exchange(m_changes, {});
+}
+
+void FeatureWatch::forgetWhatIsOld() {
     if (!m_isAlone && Clock::now() >= m_nextForget) {
         Gbe_invalidateCache(m_camera);
         m_nextForget = Clock::now() + kForget;
     }
-    for (const std::string& name : m_names) {
-        unsigned size = 0;
-        if (Gbe_getValueAsString(m_camera, name.c_str(), nullptr, &size) == GBE_ERROR_CONNECTION) {
+}
+
+// A value counts as changed when it is another one than was told, with or without a signal.
+void FeatureWatch::lookAt(std::size_t feature, std::vector<FeatureChange>& changes) {
+    std::string now = valueNow(feature);
+    const auto isOfIt = [&](const FeatureChange& change) {
+        return change.feature == feature && change.what == GBE_CHANGE_VALUE;
+    };
+    if (now == m_values[feature]) {
+        std::erase_if(changes, isOfIt);
+    } else if (std::none_of(changes.begin(), changes.end(), isOfIt)) {
+        changes.push_back({feature, GBE_CHANGE_VALUE, std::chrono::system_clock::now()});
+    }
+    m_values[feature] = std::move(now);
+}
+
+// What cannot be read counts as a value, too.
+std::string FeatureWatch::valueNow(std::size_t feature) const {
+    try {
+        return readText(m_camera, m_names[feature]);
+    } catch (const Failure& failure) {
+        if (failure.status() == ExitStatus::Lost) {
             GbeControlStatus control{};
             Gbe_getControlStatus(m_camera, &control);
             fail(control.loss);
         }
+        return failure.reason();
     }
 }
 

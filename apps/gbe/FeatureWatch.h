@@ -1,5 +1,6 @@
-// Waits for changes of a camera's features. What the camera changes by itself, and what others write, shows
-// when it is read again: once a while that is done here.
+// Waits for changes of a camera's features. Signals tell what follows from an access of this program; what
+// the camera changes by itself, and what others write, shows when it is read again: once a while that is done
+// here.
 #pragma once
 
 #include "liomol/features.h"
@@ -7,6 +8,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -39,14 +41,21 @@ private:
     };
     static void tellChange(CameraHandle* camera, const char* name, int change, void* user);
     static void tellLoss(CameraHandle* camera, int loss, void* user);
-    void readAgain();
+    std::vector<FeatureChange> take();
+    std::string valueNow(std::size_t feature) const;
+    std::set<std::size_t> dueFeatures(const std::vector<FeatureChange>& changes);
+    void forgetWhatIsOld();
+    void lookAt(std::size_t feature, std::vector<FeatureChange>& changes);
     [[noreturn]] void fail(int loss) const;
 
     CameraHandle* const m_camera;
     const std::vector<std::string> m_names;
-    std::vector<Watched> m_watched; // what the callbacks know of themselves
-    bool m_isAlone = true;          // nobody else writes to the camera
+    std::vector<Watched> m_watched;    // what the callbacks know of themselves
+    std::vector<std::string> m_values; // as they were told last
+    bool m_isAlone = true;             // nobody else writes to the camera
     std::chrono::steady_clock::time_point m_nextForget;
+    std::chrono::steady_clock::time_point m_nextRound; // of looks at all features
+    std::chrono::steady_clock::time_point m_pauseEnds;
 
     std::mutex m_mutex;
     std::condition_variable m_told;
