@@ -12,6 +12,7 @@
 #include <editline/readline.h>
 
 #include <csignal>
+#include <cstdio>
 #include <exception>
 
 namespace gbe {
@@ -98,6 +99,7 @@ std::optional<std::string> LineEditor::read(const char* prompt) {
     const std::unique_ptr<char, decltype(&std::free)> line(readline(prompt), &std::free);
     sigaction(SIGINT, &before, nullptr);
     if (line == nullptr) {
+        std::printf("\n"); // the prompt stands there still
         return g_interrupted != 0 ? std::optional<std::string>("") : std::nullopt;
     }
     if (*line != '\0') {
