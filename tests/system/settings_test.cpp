@@ -155,6 +155,13 @@ TEST_F(SettingsTest, AFileRestoresEveryStreamableFeature) {
         meddler.changeMany(30, selectors);
         const std::string file = save();
         EXPECT_THAT(file, Not(HasSubstr("#! ")));
+        for (const std::string& name : features) {
+            GbeFeatureInfo info{};
+            Gbe_getFeatureInfo(camera, name.c_str(), &info);
+            const bool isThere = info.access == GBE_ACCESS_READ_WRITE;
+            EXPECT_TRUE(!isThere || file.find('\n' + name + (info.locked != 0 ? "?=" : "=")) != file.npos)
+                << name;
+        }
         ASSERT_EQ(Gbe_disconnectCamera(camera), 0);
         station->reboot(std::chrono::milliseconds(0));
         ASSERT_TRUE(eventually([&] { return Gbe_connectCamera(camera) == 0; }));
