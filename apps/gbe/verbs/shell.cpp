@@ -140,8 +140,8 @@ Run define(CLI::App& command, Context& context) {
 }
 
 constexpr Example kExamples[] = {
-    {"echo 'get Width' | gbe shell", "a script"},
-    {"printf 'set Width=640\\nget Width\\n' | gbe shell", "two lines, one connection"},
+    {"gbe shell <<< 'get Width'", "a script of one line"},
+    {"gbe shell <<< $'set Width=640\\nget Width'", "two lines, one connection"},
 };
 
 } // namespace
