@@ -52,7 +52,7 @@ Typed readLine(CLI::App& app, const std::vector<std::string>& words, const Selec
         const auto commands =
             typed.command->get_subcommands([&](const CLI::App* each) { return each->get_name() == word; });
         const CLI::Option* option = word.starts_with('-') ? optionNamed(*typed.command, word) : nullptr;
-        if (option != nullptr && option->get_type_size() > 0) {
+        if (option != nullptr && option->get_items_expected_max() > 0) {
             typed.before = word;
         } else if (!commands.empty()) {
             typed.command = commands.front();

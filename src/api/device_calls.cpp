@@ -116,9 +116,7 @@ int Gbe_enableStandardBehaviour(CameraHandle* camera, int enable) {
         }
         camera->watches.clear();
         camera->texts.clear();
-        return device->enableStandardBehaviour(enable != 0)
-                   ? status::Success
-                   : api::refused(status::XmlRead, [&] { return device->refusal(); });
+        return device->enableStandardBehaviour(enable != 0) ? status::Success : status::XmlRead;
     });
 }
 

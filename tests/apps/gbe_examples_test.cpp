@@ -62,6 +62,7 @@ TEST_F(GbeInAShell, CompletesFromWhatItKeptOfACamera) {
         {"gbe help ip p", "port"},
         {"gbe get --js", "--json"},
         {"gbe get Wid", "WidthMax Width"},
+        {"gbe get -q Wid", "WidthMax Width"}, // a flag takes no word
         {"gbe set ReverseX", "ReverseX="},
         {"gbe set PixelFormat=Mono12", "Mono12 Mono12Packed"}, // bash has cut the word at "="
         {"gbe set ReverseX=t", "true"},

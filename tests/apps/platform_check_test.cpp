@@ -13,6 +13,7 @@ using testing::HasSubstr;
 
 TEST(PlatformCheck, FindsNothingWrongWithTheBoardInSoftware) {
     test::useOwnEnvironment();
+    qputenv("LD_LIBRARY_PATH", LIBRARIES); // AddressSanitizer's dlopen does not see the program's own path
     const test::Outcome outcome = Program::run(PLATFORM_CHECK, {"--send"});
     EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
     for (const char* line :

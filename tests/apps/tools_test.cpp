@@ -10,11 +10,12 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QStringList>
 
 #include <filesystem>
 #include <iterator>
 #include <map>
-#include <regex>
 
 namespace {
 
@@ -99,35 +100,38 @@ TEST_F(Tools, RegistersByNameAndByAddress) {
 
 // A text in the format of OpenMetrics; its samples by name and labels.
 std::map<std::string, double> readMetrics(const std::string& text) {
-    static const std::regex sample(R"re((\w+)(\{(\w+="([^"\\]|\\["\\n])*",?)*\}) ([0-9.e+-]+))re");
-    static const std::regex meta(R"re(# (TYPE|UNIT|HELP) (\w+) (.+))re");
+    static const QRegularExpression sample(
+        R"re(^(\w+)(\{(?:\w+="(?:[^"\\]|\\["\\n])*",?)*\}) ([0-9.e+-]+)$)re");
+    static const QRegularExpression meta("^# (TYPE|UNIT|HELP) (\\w+) (.+)$");
     std::map<std::string, double> samples;
-    std::set<std::string> families;
-    std::string family;
-    std::string type;
-    std::istringstream lines(text);
-    std::string line;
-    for (std::smatch match; std::getline(lines, line) && line != "# EOF";) {
-        if (std::regex_match(line, match, meta)) {
-            if (match[1] == "TYPE") {
-                family = match[2];
-                type = match[3];
-                EXPECT_TRUE(families.insert(family).second) << "in two pieces: " << line;
+    QStringList families;
+    QString family;
+    QString type;
+    QStringList lines = QString::fromStdString(text).split('\n');
+    EXPECT_EQ(lines.takeLast().toStdString(), "") << "behind the last line";
+    EXPECT_EQ(lines.takeLast().toStdString(), "# EOF");
+    for (const QString& line : lines) {
+        SCOPED_TRACE(line.toStdString());
+        if (const auto told = meta.match(line); told.hasMatch()) {
+            if (told.captured(1) == "TYPE") {
+                family = told.captured(2);
+                type = told.captured(3);
+                EXPECT_FALSE(families.contains(family)) << "in two pieces";
+                families += family;
             }
-            EXPECT_EQ(match[2], family) << line;
-        } else if (std::regex_match(line, match, sample)) {
-            const std::set<std::string> ends = type == "counter"   ? std::set<std::string>{"_total"}
-                                               : type == "summary" ? std::set<std::string>{"_count", "_sum"}
-                                                                   : std::set<std::string>{""};
-            const std::string name = match[1];
-            EXPECT_TRUE(name.starts_with(family) && ends.count(name.substr(family.size())) == 1) << line;
-            EXPECT_TRUE(samples.emplace(name + match[2].str(), std::stod(match[5])).second) << line;
+            EXPECT_EQ(told.captured(2), family);
+        } else if (const auto value = sample.match(line); value.hasMatch()) {
+            const QStringList ends = type == "counter"   ? QStringList{"_total"}
+                                     : type == "summary" ? QStringList{"_count", "_sum"}
+                                                         : QStringList{""};
+            const QString name = value.captured(1);
+            EXPECT_TRUE(name.startsWith(family) && ends.contains(name.mid(family.size())));
+            const std::string place = (name + value.captured(2)).toStdString();
+            EXPECT_TRUE(samples.emplace(place, value.captured(3).toDouble()).second);
         } else {
-            ADD_FAILURE() << "not understood: " << line;
+            ADD_FAILURE() << "not understood";
         }
     }
-    EXPECT_EQ(line, "# EOF");
-    EXPECT_FALSE(std::getline(lines, line)) << "behind the end: " << line;
     return samples;
 }
 

@@ -186,6 +186,7 @@ TEST_F(ControlTest, ModesSayWhatOthersMayDoMeanwhile) {
         peerReleases();
         EXPECT_EQ(station->report().privilege, 0U);
     }
+    Gbe_freeCamera(camera);
 }
 
 TEST_F(ControlTest, TheHeartbeatTimeoutIsTheHandles) {
@@ -242,6 +243,7 @@ TEST_F(ControlTest, IsTriedAgainAndAgain) {
             mode == GBE_CONNECT_CONTROL ? bootstrap::kPrivilegeControl : bootstrap::kPrivilegeExclusive);
         EXPECT_EQ(Gbe_disconnectCamera(camera), 0);
     }
+    Gbe_freeCamera(camera);
 }
 
 TEST_F(ControlTest, EndsWithARestartOfTheCamera) {

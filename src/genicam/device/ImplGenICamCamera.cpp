@@ -82,7 +82,11 @@ bool ImplGenICamCamera::enableStandardBehaviour(bool on) {
     std::memcpy(text.get(), description.c_str(), description.size() + 1);
     const auto presence = m_presence;
     retrieveRegisterDescriptionFromMemory(text.release());
-    return !presence->isGone && waitForConnection() != 0; // gone when a listener has destroyed it
+    if (!presence->isGone && waitForConnection() != 0) {
+        return true;
+    }
+    util::setErrorDetail(presence->isGone ? "a listener has ended the connection meanwhile" : refusal());
+    return false;
 }
 
 std::vector<QuirkUse> ImplGenICamCamera::quirksTouched() const {

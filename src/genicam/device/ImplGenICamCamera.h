@@ -90,8 +90,8 @@ public:
 
     // Whether descriptions are read, and values computed, as the GenICam standard has it instead of this
     // system's own way (see Quirks); off at first. On a device with a description the tree is replaced: nodes
-    // obtained before are gone. False when that fails; the device is then NotConnected. In a listener of
-    // signal_StateChanged it happens when the listener has returned, and the result is true.
+    // obtained before are gone. False, with the thread's error detail, when that fails (the device is then
+    // NotConnected) or a listener destroys it. In one of signal_StateChanged it happens afterwards: true.
     bool enableStandardBehaviour(bool on);
     const Quirks& quirks() const { return tree().quirks(); }
     // What of the description this system's own way reads otherwise than the standard, by quirk; the same
