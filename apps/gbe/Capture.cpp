@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <ctime>
 #include <exception>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -132,15 +133,19 @@ void Capture::hear(void* user, int board, unsigned port, int sent, const void* f
     }
 }
 
-// What has come in before the stop is taken out, too.
+// What has come in before the stop is taken out, too, and nothing that has come later: where frames come
+// faster than they are written there is always another one.
 void Capture::listen(Source& source) {
+    std::optional<std::uint64_t> end;
     for (;;) {
-        const bool isLast = m_stop;
+        if (!end && m_stop) {
+            end = now();
+        }
         const auto time = netif::Clock::now();
-        const auto frame = source.socket->next(isLast ? time : time + std::chrono::seconds(1));
-        if (frame) {
+        const auto frame = source.socket->next(end ? time : time + std::chrono::seconds(1));
+        if (frame && frame->time <= end.value_or(frame->time)) {
             write(source, frame->time, frame->bytes, frame->isOutgoing);
-        } else if (isLast) {
+        } else if (end) {
             return;
         }
     }

@@ -313,7 +313,7 @@ private:
 
 TEST(CachedDevice, CannotBeToldFromOneWithoutCaches) {
     constexpr unsigned long long kStepsOfOne = 60;
-    const unsigned long long steps = argument("steps", 12000);
+    const unsigned long long steps = argument("steps", 5000);
     const unsigned long long first = argument("seed", 1);
     std::cout << "seeds from " << first << ", " << steps << " steps" << std::endl;
     int differences = 0;

@@ -89,11 +89,9 @@ TEST(Prefetch, ShowsWhatSingleReadsShowWithFewerCommands) {
                 EXPECT_EQ(text, expected[name]) << name;
             }
         }
-        const int left = featureReads(*station);
-        station->log().clear();
-        showAll(camera);
-        // What is read at each access is left, and two registers that nobody knows of before such a read.
-        EXPECT_EQ(left, featureReads(*station) + 2);
+        // What is read at each access is left, and what has been known for too long; how much that is, time
+        // says.
+        EXPECT_LE(featureReads(*station), single / 2);
         Gbe_freeCamera(camera);
     }
 }
