@@ -103,10 +103,9 @@ private:
     static constexpr Register kNumber{"Number", gvcp::Command::WriteRegCmd};
     static constexpr Register kText{"Text", gvcp::Command::WriteMemCmd};
 
-    // Runs a read or write; true when it reports success. The station's log begins with the call.
+    // Runs a read or write; true when it reports success.
     template<typename Access> bool access(const std::string& name, Access&& run) {
         Gbe_invalidateCache(m_camera);
-        station->log().clear();
         const int result = call(name.c_str(), run);
         if (result != 0 && result != GBE_ERROR_TRANSPORT_LAYER && result != kControlLost) {
             complain(name + " gave " + std::to_string(result));
@@ -116,8 +115,9 @@ private:
         return result == 0;
     }
 
-    // How often the camera carried out a write of the register since the call began. Copies that the wire has
-    // kept of earlier commands are among them.
+    // How often the camera carried out a write of the register since its log was cleared. Copies that the
+    // wire has kept of earlier commands are among them, and come at any time: so the log is cleared before
+    // what is held is read for the first time, and looked at after it is read for the last.
     unsigned writesOf(const Register& place) const {
         unsigned count = 0;
         for (const simcam::Event& event : station->log().events()) {
@@ -139,18 +139,22 @@ private:
         const unsigned number = static_cast<unsigned>((m_board * kPorts + m_port) << 24) + ++m_counter;
         const std::string value = (&place == &kText ? "text " : "") + std::to_string(number);
         m_written.push_back(value);
+        station->log().clear();
         const bool done = access(std::string("write ") + place.name, [&] {
             return &place == &kText ? Gbe_setStringValue(m_camera, "Text", value.c_str())
                                     : Gbe_setIntegerValue(m_camera, "Number", number);
         });
-        const unsigned writes = writesOf(place);
         const std::string now = held(place);
+        const unsigned writes = writesOf(place);
         if (done && (writes == 0 || (now != value && !(writes > 1 && isKnown(now))))) {
-            complain("'" + value + "' was written, '" + now + "' is there");
+            complain(
+                "'" + value + "' was written, '" + now + "' is there after " + std::to_string(writes) +
+                " writes");
         }
     }
 
     void read(const Register& place) {
+        station->log().clear();
         const std::string before = held(place);
         std::string value;
         const bool done = access(std::string("read ") + place.name, [&] {
