@@ -40,6 +40,7 @@ const char* lossText(int loss) {
 
 FeatureWatch::FeatureWatch(CameraHandle* camera, std::vector<std::string> names)
     : m_camera(camera), m_names(std::move(names)), m_nextForget(Clock::now() + kForget) {
+    readAhead(camera, m_names);
     for (std::size_t i = 0; i < m_names.size(); ++i) {
         featureKind(camera, m_names[i]);
         m_watched.push_back({this, i});
@@ -122,6 +123,7 @@ std::vector<FeatureChange> FeatureWatch::take() {
 void FeatureWatch::forgetWhatIsOld() {
     if (!m_isAlone && Clock::now() >= m_nextForget) {
         Gbe_invalidateCache(m_camera);
+        readAhead(m_camera, m_names);
         m_nextForget = Clock::now() + kForget;
     }
 }

@@ -187,6 +187,20 @@ std::vector<std::string> allNames(CameraHandle* camera) {
     return names;
 }
 
+void readAhead(CameraHandle* camera, const std::vector<std::string>& names) {
+    std::vector<const char*> known;
+    for (const std::string& name : names) {
+        int kind = GBE_KIND_OTHER;
+        if (Gbe_getFeatureKind(camera, name.c_str(), &kind) == GBE_SUCCESS) {
+            known.push_back(name.c_str());
+        }
+    }
+    constexpr std::size_t kWorthIt = 4; // a few take no longer by themselves, and none would mean all
+    if (known.size() >= kWorthIt) {
+        Gbe_prefetch(camera, known.data(), static_cast<unsigned>(known.size()));
+    }
+}
+
 int featureKind(CameraHandle* camera, const std::string& name) {
     int kind = GBE_KIND_OTHER;
     const int code = Gbe_getFeatureKind(camera, name.c_str(), &kind);

@@ -25,6 +25,10 @@ std::vector<std::string> allNames(CameraHandle* camera);
 // One of GbeFeatureList; empty for a kind that has none.
 std::vector<std::string> featureList(CameraHandle* camera, const std::string& name, int list);
 
+// Reads ahead what reading these features needs, with a few commands in place of one for each. Names that are
+// none do not count, and what fails is told by who reads the feature.
+void readAhead(CameraHandle* camera, const std::vector<std::string>& names);
+
 // These throw Failure with the feature's name.
 
 int featureKind(CameraHandle* camera, const std::string& name);

@@ -4,6 +4,7 @@
 #include "api/features.h"
 #include "api/results.h"
 #include "board/failures.h"
+#include "genicam/nodes/Prefetch.h"
 #include "settings/compare.h"
 #include "settings/load.h"
 #include "settings/save.h"
@@ -36,6 +37,30 @@ std::string cameraText(const CameraInfo& info, int options) {
     return text;
 }
 
+class TreeAccess final : public settings::NodeAccess {
+public:
+    explicit TreeAccess(tavo::NodeHost& host) : m_host(host) {}
+
+    void readAhead(const std::vector<tavo::GenICamNode*>& nodes) override {
+        tavo::Prefetch prefetch(m_host);
+        for (tavo::GenICamNode* const node : nodes) {
+            prefetch.addValue(*node->asImplementation());
+        }
+        try {
+            prefetch.run();
+        } catch (const tavo::GenICamException&) { // also stands against the accesses that follow
+        } catch (const tavo::CoreException&) {
+        }
+    }
+    void requirePresence(tavo::GenICamNode& node) override { node.asImplementation()->requirePresence(); }
+    void requireWritability(tavo::GenICamNode& node) override {
+        node.asImplementation()->requireWritability();
+    }
+
+private:
+    tavo::NodeHost& m_host;
+};
+
 // Calls `work` with the device of a handle under control, whose tree stays meanwhile; what it refuses becomes
 // a status.
 template<typename Work> int withSettings(const CameraHandle* camera, Work&& work) {
@@ -45,8 +70,9 @@ template<typename Work> int withSettings(const CameraHandle* camera, Work&& work
     }
     return api::guarded([&] {
         const auto tree = device->holdTree();
+        TreeAccess access(*tree);
         try {
-            return work(*device);
+            return work(*device, access);
         } catch (const settings::Refusal& refusal) {
             return api::refused(refusal.code(), refusal.sentence());
         }
@@ -54,8 +80,8 @@ template<typename Work> int withSettings(const CameraHandle* camera, Work&& work
 }
 
 int save(CameraHandle* camera, int options, std::string& text) {
-    return withSettings(camera, [&](tavo::ImplGenICamCamera& device) {
-        text = settings::save(device, cameraText(*camera->info, options));
+    return withSettings(camera, [&](tavo::ImplGenICamCamera& device, settings::NodeAccess& access) {
+        text = settings::save(device, cameraText(*camera->info, options), access);
         return status::Success;
     });
 }
@@ -90,10 +116,10 @@ int Gbe_loadSettings(
     if (text == nullptr) {
         return api::nullArgument("text");
     }
-    return withSettings(camera, [&](tavo::ImplGenICamCamera& device) {
+    return withSettings(camera, [&](tavo::ImplGenICamCamera& device, settings::NodeAccess& access) {
         try {
             const settings::Loaded loaded =
-                settings::load(device, settings::parse({text, size}), modeOf(options));
+                settings::load(device, settings::parse({text, size}), modeOf(options), access);
             api::put(counts, countsOf(loaded));
             api::put(report, keep(loaded.report));
             return loaded.status == status::Success

@@ -51,6 +51,26 @@ double MathParser::evaluateFloat() {
     return evaluate<EvaluationType::Float>().toFloat();
 }
 
+std::string MathParser::illegalIdentifier() const {
+    for (const MathToken& token : tokens()) {
+        const bool isConstant = token.name == "PI" || token.name == "E";
+        if (token.kind != MathTokenKind::Variable || isConstant) {
+            continue;
+        }
+        const int slot =
+            m_variables ? m_variables->resolveVariable(token.name) : MathVariablesInterface::kNoVariable;
+        if (slot < 0) {
+            return token.name;
+        }
+        try {
+            m_variables->getVariable(slot);
+        } catch (int) {
+            return token.name;
+        }
+    }
+    return {};
+}
+
 void MathParser::reset() {
     m_tokens.clear();
     m_program.clear();

@@ -42,6 +42,10 @@ public:
 
     void reset();
 
+    // After an "illegal identifier" of an evaluation: the first variable that has no value, in upper case;
+    // empty where it is none of these. Reads the variables.
+    std::string illegalIdentifier() const;
+
     bool isEmpty() const { return m_tokens.empty(); }
     // A copy of the queue.
     std::vector<MathToken> tokens() const;

@@ -98,32 +98,14 @@ std::vector<Target> targetsOf(tavo::GenICamCamera& device, const Document& docum
 
 // ---- From targets to the camera --------------------------------------------------------------------------
 
-void checkThere(GenICamNode& node) {
-    if (!node.isImplemented()) {
-        throw Refusal(status::NotImplemented, {});
-    }
-    if (!node.isAvailable()) {
-        throw Refusal(status::NotAvailable, {});
-    }
-}
-
-void checkWritable(GenICamNode& node) {
-    if (node.isLocked()) {
-        throw Refusal(status::Locked, {});
-    }
-    if (node.getAccessMode() == AccessMode::RO) {
-        throw Refusal(status::NotWritable, {});
-    }
-}
-
 class Loader {
 public:
-    Loader(tavo::GenICamCamera& device, std::vector<Target>& targets)
-        : m_device(device), m_targets(targets), m_selectors(device) {}
+    Loader(tavo::GenICamCamera& device, std::vector<Target>& targets, NodeAccess& access)
+        : m_device(device), m_targets(targets), m_access(access), m_selectors(device) {}
 
     // Throws the Refusal that says that the camera is lost.
     void run(Mode mode) {
-        m_device.invalidateAllNodes();
+        forgetAll();
         m_checks = mode == Mode::Look || !m_device.isCheckingEnabled();
         bool again = true;
         for (unsigned pass = 0; again && pass < kMaxPasses; ++pass) {
@@ -140,6 +122,38 @@ public:
     }
 
 private:
+    // Nothing is known of the camera then but what stands in no selector.
+    void forgetAll() {
+        m_device.invalidateAllNodes();
+        std::vector<GenICamNode*> nodes;
+        for (const Target& target : m_targets) {
+            if (target.node != nullptr && target.place.empty()) {
+                nodes.push_back(target.node);
+            }
+        }
+        m_access.readAhead(nodes);
+        m_place = {};
+    }
+
+    // To its place, where the targets that follow it in the same one are read ahead.
+    void moveTo(const Target& target) {
+        m_selectors.moveTo(target.place);
+        if (target.place == m_place) {
+            return;
+        }
+        m_place = target.place;
+        const auto first = m_targets.begin() + (&target - m_targets.data());
+        const auto end =
+            std::find_if(first, m_targets.end(), [&](const Target& other) { return other.place != m_place; });
+        std::vector<GenICamNode*> nodes;
+        std::for_each(first, end, [&](const Target& other) {
+            if (other.node != nullptr) {
+                nodes.push_back(other.node);
+            }
+        });
+        m_access.readAhead(nodes);
+    }
+
     // Whether the feature has another value now. What the camera has made another value of is tried again in
     // the next pass: a limit may have moved.
     bool attempt(Target& target, Mode mode) {
@@ -148,7 +162,7 @@ private:
         }
         target.refusal.reset();
         try {
-            m_selectors.moveTo(target.place);
+            moveTo(target);
             return refusing([&] { return set(target, mode); });
         } catch (const Refusal& refusal) {
             remember(target, refusal);
@@ -160,7 +174,7 @@ private:
     bool set(Target& target, Mode mode) const {
         GenICamNode& node = *target.node;
         if (m_checks) {
-            checkThere(node);
+            m_access.requirePresence(node);
         }
         const bool canRead = node.getAccessMode() != AccessMode::WO;
         const std::string current = canRead ? readText(node) : "";
@@ -170,7 +184,7 @@ private:
         }
         target.before = target.before.value_or(current);
         if (m_checks) {
-            checkWritable(node);
+            m_access.requireWritability(node);
         }
         target.isChanged = true;
         if (mode == Mode::Look) {
@@ -190,13 +204,13 @@ private:
 
     // What the camera itself holds in the end.
     void verify() {
-        m_device.invalidateAllNodes();
+        forgetAll();
         for (Target& target : m_targets) {
             if (target.node == nullptr || target.refusal || target.node->getAccessMode() == AccessMode::WO) {
                 continue;
             }
             try {
-                m_selectors.moveTo(target.place);
+                moveTo(target);
                 target.accepted = readText(*target.node);
             } catch (const Refusal& refusal) {
                 remember(target, refusal);
@@ -207,7 +221,9 @@ private:
 
     tavo::GenICamCamera& m_device;
     std::vector<Target>& m_targets;
+    NodeAccess& m_access;
     SelectorStack m_selectors;
+    Place m_place;        // whose targets were read ahead
     bool m_checks = true; // of access and locks, here
 };
 
@@ -244,11 +260,11 @@ std::string remark(const Target& target, Mode mode, Loaded& counts) {
 
 } // namespace
 
-Loaded load(tavo::GenICamCamera& device, const Document& document, Mode mode) {
+Loaded load(tavo::GenICamCamera& device, const Document& document, Mode mode, NodeAccess& access) {
     std::vector<Target> targets = targetsOf(device, document);
     Loaded loaded;
     try {
-        Loader(device, targets).run(mode);
+        Loader(device, targets, access).run(mode);
     } catch (const Refusal& lost) {
         loaded.status = lost.code();
     }

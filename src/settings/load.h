@@ -2,6 +2,7 @@
 #pragma once
 
 #include "settings/Document.h"
+#include "settings/NodeAccess.h"
 
 #include "liomol/GenICamCamera.h"
 
@@ -29,6 +30,6 @@ struct Loaded {
 // Sets what the text gives, in its order, and begins again until nothing changes any more: limits of one
 // feature depend on others. Moves selectors and puts them back, unless the text itself gives a selector.
 // Whether the device checks accesses makes no difference.
-Loaded load(tavo::GenICamCamera& device, const Document& document, Mode mode);
+Loaded load(tavo::GenICamCamera& device, const Document& document, Mode mode, NodeAccess& access);
 
 } // namespace settings

@@ -58,6 +58,16 @@ std::vector<Group> groupsOf(const Catalogue& catalogue) {
     return sorted;
 }
 
+// What stands in no selector, and the selectors.
+std::vector<GenICamNode*> unselectedOf(const std::vector<Group>& groups) {
+    std::vector<GenICamNode*> nodes;
+    for (const Group& group : groups) {
+        const std::vector<GenICamNode*>& of = group.selectors.empty() ? group.features : group.selectors;
+        nodes.insert(nodes.end(), of.begin(), of.end());
+    }
+    return nodes;
+}
+
 bool isThere(GenICamNode& node) {
     return refusing([&] { return node.isImplemented() && node.isAvailable(); });
 }
@@ -98,11 +108,14 @@ std::vector<std::string> positionsNow(GenICamNode& selector) {
 
 class Saver {
 public:
-    explicit Saver(tavo::GenICamCamera& device) : m_device(device), m_selectors(device) {}
+    Saver(tavo::GenICamCamera& device, NodeAccess& access)
+        : m_device(device), m_access(access), m_selectors(device) {}
 
     std::string save(const std::string& camera) {
         addHeading(camera);
-        for (const Group& group : groupsOf(Catalogue(m_device))) {
+        const std::vector<Group> groups = groupsOf(Catalogue(m_device));
+        m_access.readAhead(unselectedOf(groups));
+        for (const Group& group : groups) {
             addCategory(group);
             addGroup(group);
         }
@@ -175,6 +188,9 @@ private:
         if (++m_leaves > kMaxPlaces) {
             throw Refusal(status::IllegalValue, "the selectors have more positions than are kept");
         }
+        if (!place.empty()) {
+            m_access.readAhead(group.features);
+        }
         for (GenICamNode* const feature : group.features) {
             try {
                 if (isThere(*feature)) {
@@ -207,6 +223,7 @@ private:
     }
 
     tavo::GenICamCamera& m_device;
+    NodeAccess& m_access;
     SelectorStack m_selectors;
     std::string m_text;
     GenICamNode* m_category = nullptr;
@@ -217,8 +234,8 @@ private:
 
 } // namespace
 
-std::string save(tavo::GenICamCamera& device, const std::string& camera) {
-    return Saver(device).save(camera);
+std::string save(tavo::GenICamCamera& device, const std::string& camera, NodeAccess& access) {
+    return Saver(device, access).save(camera);
 }
 
 } // namespace settings

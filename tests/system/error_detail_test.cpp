@@ -59,6 +59,7 @@ ethernet::Settings oddCamera() {
     <pPort>Event</pPort></IntReg>
   <Port Name="Event"/>
   <IntSwissKnife Name="Broken"><pVariable Name="X">Byte</pVariable><Formula>1/X</Formula></IntSwissKnife>
+  <IntSwissKnife Name="Astray"><pVariable Name="X">Byte</pVariable><Formula>X+Y*X</Formula></IntSwissKnife>
   <Integer Name="Circle"><pValue>Circle</pValue></Integer>
   <Enumeration Name="Mode">
     <EnumEntry Name="Off"><Value>0</Value></EnumEntry>
@@ -140,6 +141,8 @@ TEST_F(ErrorDetailTest, SaysWhatAFeatureRefuses) {
          GBE_ERROR_ILLEGAL_REGISTER_LENGTH, "it has 4 bytes, and 3 were given"},
         {"division", [&] { return get("Broken"); }, GBE_ERROR_MATH,
          "division by zero in the formula of Broken"},
+        {"identifier", [&] { return get("Astray"); }, GBE_ERROR_MATH,
+         "illegal identifier Y in the formula of Astray"},
         {"circle", [&] { return get("Circle"); }, GBE_ERROR_ILLEGAL_NODE, "Circle: pValue leads in a circle"},
         {"no port", [&] { return get("Loose"); }, GBE_ERROR_PORT_NOT_AVAILABLE,
          "Loose names no port of the description"},

@@ -1,6 +1,7 @@
 // A camera's features as a text: what a file keeps, a camera gets back.
 #include "liomol/features.h"
 #include "liomol/settings.h"
+#include "protocol/bootstrap.h"
 #include "system/session.h"
 
 #include <gmock/gmock.h>
@@ -199,19 +200,23 @@ TEST_F(SettingsTest, LoadsWhatPeopleAndOtherToolsWriteAndSaysWhatItCouldNot) {
          "line 5: no \"=\" behind \"Width\"",
          {0, 0, 0, 0, 0, 0}},
         {"values of no use",
-         "Widht=4\n\nWidth=broad\nTriggerMode=Maybe\nAcquisitionStop=1\nWidth=17\nWidthMax=5",
+         "Widht=4\n\nWidth=broad\nTriggerMode=Maybe\nAcquisitionStop=1\nWidth=17\nWidthMax=5\n"
+         "ExposureAuto=Continuous\nExposureTime=2000\nGamma=2\n",
          0,
          "line 1: Widht: illegal node (-40007): the camera has no such feature\n"
          "line 4: TriggerMode: illegal value (-40006): Maybe is none of Off, On\n"
          "line 5: AcquisitionStop: illegal node (-40007): is a command, which has no value\n"
          "line 6: Width: illegal value (-40006): 17 is not within 16..1920 px in steps of 4; 16 and 20 are\n"
-         "line 7: WidthMax: feature not writable (-40005)\n",
-         {5, 0, 0, 5, 0, 0}},
+         "line 7: WidthMax: feature not writable (-40005): read-only because WidthMaxReg is\n"
+         "line 9: ExposureTime: feature locked (-40003): locked while ExposureIsAutomatic is 1 "
+         "(ExposureAuto is Continuous)\n"
+         "line 10: Gamma: feature not available (-40002): not available while GammaEnable is false\n",
+         {8, 0, 1, 7, 0, 0}},
         {"locked when it was saved",
          "ExposureTime?=2000\nExposureAuto=Continuous\nExposureAuto=Off",
          0,
          "",
-         {2, 1, 1, 0, 0, 0}},
+         {2, 0, 2, 0, 0, 0}},
         {"selectors as values, tabs",
          "# {05D8}\r\nTriggerSelector\tFrameStart\r\nTriggerMode\tOn\r\nTriggerSelector\tAcquisitionStart\r\n"
          "TriggerMode\tOff\r\nTriggerSelector\tFrameBurstStart\r\n",
@@ -237,6 +242,26 @@ TEST_F(SettingsTest, LoadsWhatPeopleAndOtherToolsWriteAndSaysWhatItCouldNot) {
     }
     EXPECT_EQ(text("TriggerSelector"), "FrameBurstStart") << "the file's last word";
     EXPECT_THAT(save(), HasSubstr("[TriggerSelector=FrameStart]\nTriggerMode=On\n"));
+}
+
+TEST_F(SettingsTest, ManyValuesComeWithEachCommand) {
+    // Beside the heartbeat's, which are below the features' addresses.
+    const auto reads = [&] {
+        const auto events = station->log().events();
+        return std::ranges::count_if(events, [](const auto& event) {
+            return event.address >= bootstrap::kManufacturerSpecific &&
+                   (event.command == gvcp::Command::ReadRegCmd || event.command == gvcp::Command::ReadMemCmd);
+        });
+    };
+    const std::string file = save();
+    Gbe_invalidateCache(camera);
+    station->log().clear();
+    EXPECT_EQ(save(), file);
+    const auto saved = reads();
+    station->log().clear();
+    EXPECT_EQ(load(file, GBE_LOAD_VERIFY), "");
+    EXPECT_LT(saved, counts.values * 3 / 4);
+    EXPECT_LT(reads(), counts.values) << "twice each value";
 }
 
 TEST_F(SettingsTest, ComparesFilesAndTheCamera) {

@@ -23,6 +23,7 @@ ExitStatus getFeatures(CameraHandle* camera, const Request& request) {
     QJsonObject object;
     Table table;
     std::vector<Failure> failures;
+    readAhead(camera, request.names);
     for (const std::string& name : request.names) {
         try {
             if (request.json) {

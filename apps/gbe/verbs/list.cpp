@@ -93,20 +93,13 @@ std::vector<Category> List::categories() const {
         m_request.category + ": no such category" + suggestion(m_request.category, names), ExitStatus::Usage);
 }
 
-// With a few commands in place of one for each feature. What fails is told where it is shown.
 void List::readAhead(const std::vector<Category>& categories) const {
-    std::vector<const char*> names;
+    std::vector<std::string> names;
     for (const Category& category : categories) {
-        for (const std::string& name : category.features) {
-            int kind = GBE_KIND_OTHER;
-            if (isNamed(name) && Gbe_getFeatureKind(m_camera, name.c_str(), &kind) == GBE_SUCCESS) {
-                names.push_back(name.c_str());
-            }
-        }
+        std::ranges::copy_if(
+            category.features, std::back_inserter(names), [&](const auto& name) { return isNamed(name); });
     }
-    if (!names.empty()) { // no names would mean all
-        Gbe_prefetch(m_camera, names.data(), static_cast<unsigned>(names.size()));
-    }
+    gbe::readAhead(m_camera, names);
 }
 
 bool List::isNamed(const std::string& name) const {

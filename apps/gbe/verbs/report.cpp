@@ -186,7 +186,9 @@ void Reporter::addCamera() {
 
 std::string Reporter::features(CameraHandle* camera) {
     std::string text;
-    for (const std::string& name : allNames(camera)) {
+    const std::vector<std::string> names = allNames(camera);
+    readAhead(camera, names);
+    for (const std::string& name : names) {
         try {
             text += name + " = " + m_mask.value(name, readText(camera, name)) + "\n";
         } catch (const Failure& failure) {

@@ -167,9 +167,11 @@ ImplGenICamNode::Refusal ImplGenICamNode::refusalToRead() {
 }
 
 ImplGenICamNode::Refusal ImplGenICamNode::refusalToWrite() {
-    if (m_host == nullptr || !m_host->isCheckingEnabled()) {
-        return Refusal::None;
-    }
+    const bool isChecked = m_host != nullptr && m_host->isCheckingEnabled();
+    return isChecked ? presentRefusalToWrite() : Refusal::None;
+}
+
+ImplGenICamNode::Refusal ImplGenICamNode::presentRefusalToWrite() {
     if (const Refusal absent = absence(); absent != Refusal::None) {
         return absent;
     }
@@ -190,6 +192,16 @@ void ImplGenICamNode::checkWritability() {
     if (const Refusal refusal = refusalToWrite(); refusal != Refusal::None) {
         [[unlikely]] throwRefusal(refusal);
     }
+}
+
+void ImplGenICamNode::requirePresence() {
+    const DeviceLockScope lock(m_host);
+    throwRefusal(absence());
+}
+
+void ImplGenICamNode::requireWritability() {
+    const DeviceLockScope lock(m_host);
+    throwRefusal(presentRefusalToWrite());
 }
 
 bool ImplGenICamNode::acquireReadLock(ImplGenICamNode* node, unsigned timeoutMs) {

@@ -103,6 +103,10 @@ public:
     // Throw when the device's checking is on and the node must not be read or written now.
     void checkReadability();
     void checkWritability();
+    // The same whether the device checks or not: the first where the node is not implemented or not
+    // available.
+    void requirePresence();
+    void requireWritability();
 
     // The device's lock, which reading takes exclusively too: a read changes caches. 0 milliseconds wait
     // without limit; the result tells whether the lock was taken. A node without a device needs none.
@@ -210,6 +214,7 @@ private:
     Refusal absence();
     Refusal refusalToRead();
     Refusal refusalToWrite();
+    Refusal presentRefusalToWrite();
     // With what there is to tell of it. Nothing for None.
     void throwRefusal(Refusal refusal);
     std::string

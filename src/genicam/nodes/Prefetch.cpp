@@ -75,18 +75,26 @@ constexpr long long kWord = 4;
 
 } // namespace
 
-void Prefetch::add(ImplGenICamNode& node) {
-    const auto ask = [&](ImplGenICamNode& of, std::initializer_list<Ask> asks) {
-        for (const Ask one : asks) {
-            m_questions.push_back({&of, one, nullptr});
-        }
-    };
+void Prefetch::ask(ImplGenICamNode& node, std::initializer_list<Ask> asks) {
+    for (const Ask one : asks) {
+        m_questions.push_back({&node, one, nullptr});
+    }
+}
+
+void Prefetch::addValue(ImplGenICamNode& node) {
     ask(node, {askImplemented, askAvailable, askLocked});
-    if (node.asRegister() != nullptr) { // its limits need its length, and so does reading it
+    if (node.asRegister() != nullptr) {
         m_contents.push_back({&node, askValue, dynamic_cast<ImplGenICamRegister*>(&node)});
+    } else {
+        ask(node, {askAccessMode, askValue});
+    }
+}
+
+void Prefetch::add(ImplGenICamNode& node) {
+    addValue(node);
+    if (node.asRegister() != nullptr) { // its limits need its length, and so does reading it
         return;
     }
-    ask(node, {askAccessMode, askValue});
     if (node.asInteger() != nullptr) {
         ask(node, {askMin, askMax, askInc});
     } else if (node.asFloat() != nullptr) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <unordered_map>
 #include <vector>
 
@@ -28,6 +29,8 @@ public:
     explicit Prefetch(NodeHost& host) : m_host(host) {}
 
     void add(ImplGenICamNode& node);
+    // Without its limits and the states of its entries.
+    void addValue(ImplGenICamNode& node);
     // Throws what the port throws, which stands against every access.
     void run();
 
@@ -58,6 +61,7 @@ private:
     };
     struct Deferred {};
 
+    void ask(ImplGenICamNode& node, std::initializer_list<Ask> asks);
     bool settle(Questions& questions);
     void askAll(Questions& questions);
     bool isAnswered(const Question& question);

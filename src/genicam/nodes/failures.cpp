@@ -2,6 +2,8 @@
 
 #include "genicam/nodes/NodeHost.h"
 #include "genicam/nodes/limits.h"
+#include "math/MathParser.h"
+#include "math/messages.h"
 #include "util/Quirks.h"
 #include "util/number_text.h"
 
@@ -114,12 +116,14 @@ void failLength(const ImplGenICamNode& node, std::int64_t length, const char* al
         [&] { return node.getName() + " has " + std::to_string(length) + " bytes" + allowed; });
 }
 
-void tellFormula(const ImplGenICamNode& node, const ScMathException& fault) {
+void tellFormula(const ImplGenICamNode& node, const MathParser& formula, const ScMathException& fault) {
     if (*util::errorDetail() == '\0') {
         util::setErrorDetail(util::sentenceOf([&] {
             const std::string& name = node.getName();
-            return std::string(fault.what()) + " in " +
-                   (name.empty() ? "a formula" : "the formula of " + name);
+            const std::string what = fault.what();
+            const std::string identifier =
+                what == math::message::kIllegalIdentifier ? ' ' + formula.illegalIdentifier() : "";
+            return what + identifier + " in " + (name.empty() ? "a formula" : "the formula of " + name);
         }));
     }
 }

@@ -11,6 +11,8 @@
 
 namespace tavo {
 
+class MathParser;
+
 // "WidthReg: " for a node that an access has come to through others; empty for the one that it began with,
 // which its caller knows.
 std::string wayTo(const ImplGenICamNode& node);
@@ -35,6 +37,6 @@ template<typename Exception>
 [[noreturn]] void failLength(const ImplGenICamNode& node, std::int64_t length, const char* allowed);
 
 // Adds to a formula's fault whose it is, unless a formula further below has.
-void tellFormula(const ImplGenICamNode& node, const ScMathException& fault);
+void tellFormula(const ImplGenICamNode& node, const MathParser& formula, const ScMathException& fault);
 
 } // namespace tavo

@@ -14,12 +14,13 @@ namespace tavo {
 namespace {
 
 // A fault of the formula is told with the name of its node.
-template<typename Evaluate> auto evaluated(const ImplGenICamNode& node, Evaluate&& evaluate) {
+template<typename Evaluate>
+auto evaluated(const ImplGenICamNode& node, const MathParser& formula, Evaluate&& evaluate) {
     const EvaluationScope scope(node);
     try {
         return std::forward<Evaluate>(evaluate)();
     } catch (const ScMathException& fault) {
-        tellFormula(node, fault);
+        tellFormula(node, formula, fault);
         throw;
     }
 }
@@ -37,7 +38,7 @@ void ImplGenICamSwissKnife::writeFloat(double) {
 }
 
 double ImplGenICamSwissKnife::readFloat() {
-    return evaluated(*this, [this] { return m_formula.evaluateFloat(); });
+    return evaluated(*this, m_formula, [this] { return m_formula.evaluateFloat(); });
 }
 
 void ImplGenICamIntSwissKnife::setValue(std::int64_t) {
@@ -49,7 +50,7 @@ void ImplGenICamIntSwissKnife::writeInteger(std::int64_t) {
 }
 
 std::int64_t ImplGenICamIntSwissKnife::readInteger() {
-    return evaluated(*this, [this] { return m_formula.evaluateInteger(); });
+    return evaluated(*this, m_formula, [this] { return m_formula.evaluateInteger(); });
 }
 
 // ---- Converters ------------------------------------------------------------------------------------------
@@ -136,11 +137,11 @@ double ImplGenICamConverter::getMax() {
 }
 
 double ImplGenICamConverter::readFloat() {
-    return evaluated(*this, [this] { return m_formulaFrom.evaluateFloat(); });
+    return evaluated(*this, m_formulaFrom, [this] { return m_formulaFrom.evaluateFloat(); });
 }
 
 void ImplGenICamConverter::writeFloat(double value) {
-    evaluated(*this, [&] {
+    evaluated(*this, m_formulaTo, [&] {
         if (m_from) {
             m_from.writeFloat(value);
         }
@@ -159,11 +160,11 @@ std::int64_t ImplGenICamIntConverter::getMax() {
 }
 
 std::int64_t ImplGenICamIntConverter::readInteger() {
-    return evaluated(*this, [this] { return m_formulaFrom.evaluateInteger(); });
+    return evaluated(*this, m_formulaFrom, [this] { return m_formulaFrom.evaluateInteger(); });
 }
 
 void ImplGenICamIntConverter::writeInteger(std::int64_t value) {
-    evaluated(*this, [&] {
+    evaluated(*this, m_formulaTo, [&] {
         if (m_from) {
             m_from.writeInteger(value);
         }
