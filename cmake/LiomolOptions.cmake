@@ -55,6 +55,10 @@ target_compile_options(liomol_options INTERFACE
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "Release")
     target_compile_options(liomol_options INTERFACE -Wno-stringop-overflow -Wno-restrict)
 endif()
+# What one source declares for itself, the ones that are compiled together with it see too.
+if(CMAKE_UNITY_BUILD)
+    target_compile_options(liomol_options INTERFACE -Wno-shadow $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
+endif()
 # Qt's signals and slots are written Q_SIGNALS, Q_SLOTS, Q_EMIT: names like "slots" stay free for others.
 target_compile_definitions(liomol_options INTERFACE QT_NO_KEYWORDS)
 

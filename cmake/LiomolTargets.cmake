@@ -13,6 +13,9 @@ function(liomol_component name)
     endif()
 endfunction()
 
+# Tests are compiled more often than they are run, and spend their time in the library: so they are optimised less.
+set(liomol_test_flags "$<$<BOOL:${LIOMOL_SANITIZE}>:-O0;-g1>")
+
 # A test program of GoogleTest cases; it runs in a temporary folder of its own (see tests/support/main.cpp).
 #   liomol_test(transport_frames SOURCES frames_test.cpp LIBS liomol_transport)
 function(liomol_test name)
@@ -22,6 +25,7 @@ function(liomol_test name)
     endif()
     add_executable(${name}_test ${ARG_SOURCES})
     target_link_libraries(${name}_test PRIVATE ${ARG_LIBS} test_support GTest::gmock liomol_options)
+    target_compile_options(${name}_test PRIVATE "${liomol_test_flags}")
     if(ARG_MOC)
         set_target_properties(${name}_test PROPERTIES AUTOMOC ON)
     endif()

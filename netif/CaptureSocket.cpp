@@ -13,7 +13,7 @@ namespace netif {
 namespace {
 
 constexpr std::size_t kLargestFrame = 65536;
-constexpr int kReceiveBuffer = 64 << 20; // asked for: a stream fills it in half a second
+constexpr int kCaptureBuffer = 64 << 20; // asked for: a stream fills it in half a second
 constexpr std::uint64_t kSecond = 1'000'000'000;
 
 std::uint64_t nanoseconds(const timespec& time) {
@@ -72,9 +72,9 @@ CaptureSocket::CaptureSocket(std::unique_ptr<InterfaceSocket> socket)
     setsockopt(m_socket->file(), SOL_PACKET, PACKET_IGNORE_OUTGOING, &off, sizeof off);
     setsockopt(m_socket->file(), SOL_PACKET, PACKET_AUXDATA, &on, sizeof on);
     setsockopt(m_socket->file(), SOL_SOCKET, SO_TIMESTAMPNS, &on, sizeof on);
-    if (setsockopt(m_socket->file(), SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveBuffer, sizeof kReceiveBuffer) !=
+    if (setsockopt(m_socket->file(), SOL_SOCKET, SO_RCVBUFFORCE, &kCaptureBuffer, sizeof kCaptureBuffer) !=
         0) {
-        setsockopt(m_socket->file(), SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
+        setsockopt(m_socket->file(), SOL_SOCKET, SO_RCVBUF, &kCaptureBuffer, sizeof kCaptureBuffer);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "netif/PacketRing.h"
 
+#include "netif/interface.h"
 #include "protocol/net.h"
 
 #include <algorithm>
@@ -13,7 +14,6 @@ namespace netif {
 
 namespace {
 
-constexpr std::uint16_t kVlanNumber = 0x0FFF; // of a tag
 constexpr std::size_t kVlanTag = 4;
 constexpr int kUsualMtu = 1500; // while there is no interface, and at least
 constexpr int kLargestMtu = 65535;

@@ -1,6 +1,7 @@
 #include "netif/PacketSocket.h"
 
 #include "netif/checksum.h"
+#include "netif/interface.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -17,7 +18,6 @@ namespace {
 constexpr std::chrono::milliseconds kSendWait{10};
 constexpr std::chrono::microseconds kQueuePause{50}; // while a queue below the socket is full
 constexpr std::size_t kMessages = 64;                // of one call of the system
-constexpr std::uint16_t kVlanNumber = 0x0FFF;        // of a tag
 
 // What the kernel tells about a frame beside its bytes.
 struct Auxiliary {

@@ -3,9 +3,13 @@
 
 #include "protocol/addresses.h"
 
+#include <cstdint>
 #include <string>
 
 namespace netif {
+
+// The number of a virtual LAN within its tag (IEEE 802.1Q).
+inline constexpr std::uint16_t kVlanNumber = 0x0FFF;
 
 using net::Ipv4;
 using net::Mac;

@@ -20,7 +20,7 @@ namespace {
 constexpr const char* kLender = LIOMOL_NETPORT; // nothing else says where it is
 constexpr timeval kPatience{10, 0};
 
-Loan failed(int code, std::string error) {
+Loan noLoan(int code, std::string error) {
     return {-1, 0, code, std::move(error)};
 }
 
@@ -37,15 +37,15 @@ std::string groupOfLender() {
 
 Loan whyNotRun(int error) {
     if (error == ENOENT || error == ENOTDIR) {
-        return failed(EPERM, kWithoutLender);
+        return noLoan(EPERM, kWithoutLender);
     }
     if (error == EACCES || error == EPERM) {
         const std::string group = groupOfLender();
-        return failed(
+        return noLoan(
             EACCES, "this user is not in the group " + group + ": sudo usermod -aG " + group +
                         " $USER, then log in again");
     }
-    return failed(error, std::string(kLender) + ": " + std::strerror(error));
+    return noLoan(error, std::string(kLender) + ": " + std::strerror(error));
 }
 
 // What a child process starts with: one socket as its standard input, no signal blocked or ignored.
@@ -104,7 +104,7 @@ Loan receiveLoan(int from) {
     do {
         size = recvmsg(from, &message, MSG_CMSG_CLOEXEC);
     } while (size < 0 && errno == EINTR);
-    Loan loan = failed(ECONNREFUSED, std::string(kLender) + " does not answer");
+    Loan loan = noLoan(ECONNREFUSED, std::string(kLender) + " does not answer");
     if (size != static_cast<ssize_t>(sizeof reply)) {
         return loan;
     }
@@ -142,7 +142,7 @@ Loan borrowSocket(const std::string& interface, const Traffic& traffic) {
     interface.copy(request.interface, sizeof request.interface - 1);
     int pair[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair) != 0) {
-        return failed(errno, std::strerror(errno));
+        return noLoan(errno, std::strerror(errno));
     }
     const Loan loan = ask(pair[0], pair[1], request);
     close(pair[0]);

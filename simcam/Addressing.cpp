@@ -7,8 +7,6 @@ namespace simcam {
 
 namespace {
 
-constexpr std::uint32_t kLinkLocalMask = 0xFFFF0000;
-
 IpConfiguration persistent(const Registers& registers) {
     const auto part = [&](Reg reg) { return static_cast<std::uint32_t>(registers.get(reg)); };
     const bool on = (part(Reg::InterfaceConfiguration) & bootstrap::kPersistentIpBit) != 0;

@@ -8,7 +8,7 @@ using gvcp::Status;
 
 namespace {
 
-enum Automatic : std::uint64_t { kOff, kOnce, kContinuous };
+enum Automatic : std::uint64_t { kAutoOff, kAutoOnce, kAutoContinuous };
 
 // Which values an automatic function takes over.
 struct Function {
@@ -60,19 +60,19 @@ void AnalogModel::adjust(Reg automatic) {
 Status AnalogModel::check(const Candidate& candidate) const {
     const auto function =
         std::ranges::find_if(kFunctions, [&](const Function& row) { return row.adjusted == candidate.reg; });
-    const bool held = function != kFunctions.end() && m_registers.get(function->automatic) == kContinuous;
+    const bool held = function != kFunctions.end() && m_registers.get(function->automatic) == kAutoContinuous;
     return held ? Status::WriteProtect : Status::Success;
 }
 
 void AnalogModel::written(Reg reg, std::uint32_t, Time) {
     const bool isFunction =
         std::ranges::any_of(kFunctions, [&](const Function& row) { return row.automatic == reg; });
-    if (!isFunction || m_registers.get(reg) == kOff) {
+    if (!isFunction || m_registers.get(reg) == kAutoOff) {
         return;
     }
     adjust(reg);
-    if (m_registers.get(reg) == kOnce) {
-        m_registers.set(reg, kOff);
+    if (m_registers.get(reg) == kAutoOnce) {
+        m_registers.set(reg, kAutoOff);
     }
 }
 

@@ -7,8 +7,6 @@
 namespace simcam {
 
 using gvsp::Format;
-using gvsp::Status;
-
 namespace {
 
 // An image among other chunks, of which nothing but its bytes is said.
@@ -29,7 +27,7 @@ std::uint32_t Block::lastPacket() const {
 // --- its packets ---
 
 void StreamFrames::header(
-    bool extendedIds, std::uint64_t block, Format format, std::uint32_t packet, Status status) {
+    bool extendedIds, std::uint64_t block, Format format, std::uint32_t packet, gvsp::Status status) {
     const auto kind = static_cast<std::uint8_t>(format);
     m_header.clear();
     if (!extendedIds) {
@@ -37,7 +35,7 @@ void StreamFrames::header(
         m_header.u8(kind).u24(packet);
         return;
     }
-    const bool again = status == Status::Resent; // has a flag of its own here
+    const bool again = status == gvsp::Status::Resent; // has a flag of its own here
     m_header.u16(again ? 0 : static_cast<std::uint16_t>(status)).u16(again ? gvsp::kFlagResent : 0);
     m_header.u8(kind | gvsp::kExtendedIds).u24(0).u64(block).u32(packet);
 }
@@ -60,7 +58,7 @@ void StreamFrames::trailer(const Block& block) {
 }
 
 std::size_t StreamFrames::packet(const Block& block, std::uint32_t id, bool again, PacketBatch& out) {
-    const Status status = again ? Status::Resent : Status::Success;
+    const gvsp::Status status = again ? gvsp::Status::Resent : gvsp::Status::Success;
     const std::uint32_t last = block.lastPacket();
     const Format format = id == 0 ? Format::Leader : id == last ? Format::Trailer : Format::Payload;
     header(block.extendedIds, block.id(), format, id, status);
@@ -85,13 +83,13 @@ std::size_t StreamFrames::packet(const Block& block, std::uint32_t id, bool agai
 }
 
 void StreamFrames::refusal(
-    bool extendedIds, std::uint64_t block, std::uint32_t packet, Status status, PacketBatch& out) {
+    bool extendedIds, std::uint64_t block, std::uint32_t packet, gvsp::Status status, PacketBatch& out) {
     header(extendedIds, block, Format::Payload, packet, status);
     send({}, nullptr, out);
 }
 
 void StreamFrames::test(std::size_t packetSize, PacketBatch& out) {
-    header(false, gvsp::kTestBlock, Format::Payload, 0, Status::Success);
+    header(false, gvsp::kTestBlock, Format::Payload, 0, gvsp::Status::Success);
     m_header.zeros(packetSize - gvsp::kPacketOverhead);
     send({}, nullptr, out);
 }

@@ -10,8 +10,13 @@ using std::chrono::microseconds;
 
 namespace {
 
-enum Source : std::uint64_t { kOff, kFrames, kMicroseconds, kLine0 }; // nothing is wired to the line
-enum CounterStatus : std::uint64_t { kIdle, kActive, kCompleted };
+enum CounterSource : std::uint64_t {
+    kNothing,
+    kFrames,
+    kMicroseconds,
+    kLine0
+}; // nothing is wired to the line
+enum CounterStatus : std::uint64_t { kIdleCounter, kActive, kCompleted };
 enum TimerSource : std::uint64_t { kTimerOff, kTimerAcquisitionStart, kTimerFrame };
 constexpr std::uint64_t kResetAtAcquisitionStart = 1;
 
@@ -43,8 +48,8 @@ void CounterModel::refreshCounter(std::uint32_t counter, Time now) {
         std::min(m_counted[counter] + events(counter, now) - m_zero[counter], duration);
     m_registers.set(Reg::CounterValue, value, counter);
     std::uint64_t status = value >= duration ? kCompleted : kActive;
-    if (m_registers.get(Reg::CounterEventSource, counter) == kOff) {
-        status = kIdle;
+    if (m_registers.get(Reg::CounterEventSource, counter) == kNothing) {
+        status = kIdleCounter;
     }
     m_registers.set(Reg::CounterStatus, status, counter);
 }
@@ -57,14 +62,14 @@ void CounterModel::refreshTimer(std::uint32_t timer, Time now) {
     if (trigger && (!m_timerStart[timer] || *trigger > *m_timerStart[timer])) {
         m_timerStart[timer] = trigger;
     }
-    std::uint64_t status = kIdle;
+    std::uint64_t status = kIdleCounter;
     std::int64_t value = 0;
     if (m_timerStart[timer]) {
         const auto elapsed = std::chrono::duration_cast<microseconds>(now - *m_timerStart[timer]).count();
         const auto duration = static_cast<std::int64_t>(m_registers.get(Reg::TimerDuration, timer));
         const std::int64_t run = elapsed - static_cast<std::int64_t>(m_registers.get(Reg::TimerDelay, timer));
         value = std::clamp<std::int64_t>(run, 0, duration);
-        status = run >= duration ? kCompleted : run >= 0 ? kActive : kIdle;
+        status = run >= duration ? kCompleted : run >= 0 ? kActive : kIdleCounter;
     }
     m_registers.set(Reg::TimerValue, static_cast<std::uint64_t>(value), timer);
     m_registers.set(Reg::TimerStatus, status, timer);

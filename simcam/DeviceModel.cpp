@@ -14,7 +14,7 @@ constexpr std::uint64_t kControlled = 4;
 
 // Temperatures: what each place has at rest, how far acquisition warms it, and how fast; a slow swing of the
 // room besides, so that no two readings a second apart need to agree.
-constexpr double kIdle[] = {38.0, 41.5, 45.0};
+constexpr double kIdleTemperatures[] = {38.0, 41.5, 45.0};
 constexpr double kWarming = 9.0;
 constexpr double kWarmingSeconds = 60.0;
 constexpr double kSwing = 0.5;
@@ -40,7 +40,7 @@ DeviceModel::DeviceModel(Registers& registers, Sources sources, Time start)
 
 double DeviceModel::temperature(std::uint32_t sensor, Time now) const {
     const double seconds = std::chrono::duration<double>(now - m_start).count();
-    return kIdle[sensor] + m_warmth + kSwing * std::sin(kTau * seconds / kSwingSeconds);
+    return kIdleTemperatures[sensor] + m_warmth + kSwing * std::sin(kTau * seconds / kSwingSeconds);
 }
 
 void DeviceModel::refresh(Time now) {

@@ -13,8 +13,8 @@ constexpr std::uint32_t kLines = 4;
 constexpr std::uint32_t kFirstOutput = 2;
 constexpr std::uint64_t kOutput = 1;
 
-enum Source : std::uint64_t {
-    kOff,
+enum LineSource : std::uint64_t {
+    kNoSource,
     kUserOutput0,
     kUserOutput1,
     kExposureActive,

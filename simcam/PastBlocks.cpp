@@ -6,8 +6,6 @@
 
 namespace simcam {
 
-using gvsp::Status;
-
 void PastBlocks::keep(std::shared_ptr<const Block> block) {
     // Pictures of other settings are not kept for their sake.
     std::erase_if(m_blocks, [&](const auto& old) { return old->settings != block->settings; });
@@ -61,9 +59,9 @@ void PastBlocks::answerOne(
         ++m_statistics.packets;
         return;
     }
-    const Status why = early           ? Status::NotYetAvailable
-                       : request.block ? Status::PacketUnavailable
-                                       : Status::Removed;
+    const gvsp::Status why = early           ? gvsp::Status::NotYetAvailable
+                             : request.block ? gvsp::Status::PacketUnavailable
+                                             : gvsp::Status::Removed;
     frames.refusal(wanted.extendedIds, wanted.block, wanted.first, why, out);
     ++m_statistics.refused;
 }

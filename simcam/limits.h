@@ -18,6 +18,9 @@ inline constexpr std::size_t kInboxFrames = 256;
 // bound.
 inline constexpr std::size_t kOutboxFrames = 1024;
 
+// Of the link-local range, 169.254.0.0 (RFC 3927).
+inline constexpr std::uint32_t kLinkLocalMask = 0xFFFF0000;
+
 // An Ethernet frame without its frame check sequence, VLAN tag included: longer ones are no frames.
 inline constexpr std::size_t kMaxFrame = 9018;
 

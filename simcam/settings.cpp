@@ -12,7 +12,6 @@ namespace {
 
 constexpr Mac kFirstMac = 0x025343000001;
 constexpr std::uint32_t kLinkLocalNet = 0xA9FE0000; // 169.254.0.0
-constexpr std::uint32_t kLinkLocalMask = 0xFFFF0000;
 constexpr std::string_view kLinkLocal = "link-local";
 
 bool text(std::string_view value, std::size_t size, std::string& field, std::string& error) {

@@ -15,10 +15,6 @@ namespace softboard {
 
 namespace {
 
-std::uint16_t big16(const std::uint8_t* bytes) {
-    return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
-}
-
 void storeBig16(std::uint8_t* bytes, std::uint32_t value) {
     bytes[0] = static_cast<std::uint8_t>(value >> 8);
     bytes[1] = static_cast<std::uint8_t>(value);

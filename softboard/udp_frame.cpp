@@ -14,10 +14,6 @@ constexpr std::size_t kDestination = net::kUdpDestinationPort - net::kUdpSourceP
 constexpr std::size_t kLength = net::kUdpLength - net::kUdpSourcePort;
 constexpr std::size_t kChecksum = net::kUdpChecksum - net::kUdpSourcePort;
 
-std::uint16_t big16(const std::uint8_t* bytes) {
-    return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
-}
-
 bool rightChecksum(const std::uint8_t* frame, const std::uint8_t* udp, std::uint16_t length) {
     return big16(udp + kChecksum) == 0 || net::InternetChecksum()
                                                   .add(frame + net::kSourceIp, std::size_t{2} * net::kIpSize)

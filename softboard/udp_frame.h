@@ -10,6 +10,10 @@
 
 namespace softboard {
 
+inline std::uint16_t big16(const std::uint8_t* bytes) {
+    return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
+}
+
 // Where a stream comes from and where it goes to: packets of one camera to one UDP port.
 struct StreamAddress {
     net::Ipv4 camera;

@@ -12,6 +12,8 @@ namespace platform_check {
 
 class Report;
 
+inline constexpr unsigned kPorts = 4; // of a board
+
 // Null where the call is missing.
 struct Platform {
     decltype(&TavoInitAllHWEx) init = nullptr;

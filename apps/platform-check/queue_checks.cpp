@@ -19,7 +19,6 @@ using Clock = std::chrono::steady_clock;
 using fpga::PortRegister;
 using std::chrono::milliseconds;
 
-constexpr unsigned kPorts = 4;
 constexpr std::uint32_t kEndMark = 1U << 16;
 constexpr std::uint32_t kLongestFrame = 16384;
 

@@ -13,7 +13,6 @@ namespace {
 using fpga::Access;
 using fpga::BoardRegister;
 
-constexpr unsigned kPorts = 4;
 constexpr unsigned kPhyWithoutChip = 31;
 constexpr std::chrono::milliseconds kMdioPause{100}; // the FPGA shows no busy flag
 

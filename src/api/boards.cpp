@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kAllPorts = -1;
+constexpr int kEveryPort = -1;
 
 // PHY register 1, "status", of IEEE 802.3 clause 22. The link bit stays low once the link has been down,
 // until it is read: the second read tells how it is now.
@@ -69,7 +69,7 @@ void Gbe_freeBoard(BoardHandle* board) {
 
 int Gbe_scanNetwork(BoardHandle* board, int port, int timeout) {
     board::CameraPort* place = api::portOf(board, static_cast<unsigned>(port));
-    if (board == nullptr || (port != kAllPorts && place == nullptr)) {
+    if (board == nullptr || (port != kEveryPort && place == nullptr)) {
         return api::badPort(board, port);
     }
     if (util::isForkedChild()) {

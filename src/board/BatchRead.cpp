@@ -14,7 +14,6 @@ namespace {
 using Place = BatchRead::Place;
 
 constexpr long long kWord = 4;
-constexpr long long kAddressSpace = 1LL << 32;
 constexpr long long kBlock = gvcp::kMaxMemoryBlock;
 constexpr long long kGranularity = 8; // a block of another size is read beyond its end
 

@@ -10,6 +10,8 @@
 
 namespace board {
 
+inline constexpr long long kAddressSpace = 1LL << 32; // bytes of a camera
+
 // Within one access of a port, which the caller holds. A register that the camera refuses costs a command or
 // a few, and is left out.
 class BatchRead {

@@ -25,7 +25,6 @@ namespace board {
 namespace {
 
 constexpr long long kRegisterSize = 4;
-constexpr long long kAddressSpace = 1LL << 32;
 
 bool isInAddressSpace(long long address, long long length) {
     return address >= 0 && address < kAddressSpace && length >= 0 && length <= kAddressSpace - address &&

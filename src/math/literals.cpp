@@ -11,10 +11,6 @@ namespace tavo::math {
 
 namespace {
 
-constexpr bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 constexpr bool isHexDigit(char c) {
     return isDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }

@@ -7,6 +7,10 @@
 
 namespace tavo::math {
 
+constexpr bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
 // The text is read twice: as an integer whose prefix gives its base (0X hexadecimal, 0 octal), then as a
 // double; each read takes what fits at the start and leaves the rest. Where only the integer read succeeds it
 // gives the double too.

@@ -1,6 +1,7 @@
 #include "math/splits.h"
 
 #include "liomol/exceptions.h"
+#include "math/literals.h"
 #include "math/messages.h"
 
 #include <algorithm>
@@ -9,12 +10,6 @@
 namespace tavo::math {
 
 namespace {
-
-constexpr std::uint32_t kNone = Split::kNone;
-
-constexpr bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 using CharacterSet = std::array<bool, 256>;
 
@@ -45,7 +40,7 @@ SplitTree::SplitTree(std::string_view text, const Quirks& quirks) : m_text(text)
 }
 
 void SplitTree::findClosingBrackets() {
-    m_closing.assign(m_text.size(), kNone);
+    m_closing.assign(m_text.size(), Split::kNone);
     std::vector<std::uint32_t> open;
     for (std::uint32_t i = 0; i < m_text.size(); ++i) {
         if (m_text[i] == '(') {
@@ -60,14 +55,14 @@ void SplitTree::findClosingBrackets() {
 std::uint32_t SplitTree::scan(std::uint32_t begin, std::uint32_t end) {
     m_begin = begin;
     m_end = end;
-    m_root = kNone;
+    m_root = Split::kNone;
     m_spine.clear();
     for (std::uint32_t i = begin; i < end;) {
         if (!isOfInterest(m_text[i])) {
             ++i;
         } else if (m_text[i] == '(') {
             const std::uint32_t closing = m_closing[i];
-            if (closing >= end && m_root == kNone) {
+            if (closing >= end && m_root == Split::kNone) {
                 throw ScMathException(message::kBracket);
             }
             if (closing >= end) {
@@ -110,7 +105,7 @@ void SplitTree::addSplit(Split split) {
 
 // A colon belongs to the nearest ? before it that has none yet, and ends the conditionals between them.
 void SplitTree::addColon(std::uint32_t position) {
-    Split colon{position, kNone, kNone, Operation::Unknown, 1, 0};
+    Split colon{position, Split::kNone, Split::kNone, Operation::Unknown, 1, 0};
     while (!m_spine.empty() && !isOpenConditional(m_splits[m_spine.back()])) {
         colon.left = m_spine.back();
         m_spine.pop_back();
@@ -126,7 +121,8 @@ void SplitTree::addColon(std::uint32_t position) {
 }
 
 bool SplitTree::isOpenConditional(const Split& split) const {
-    const bool isClosed = split.right != kNone && m_splits[split.right].operation == Operation::Unknown;
+    const bool isClosed =
+        split.right != Split::kNone && m_splits[split.right].operation == Operation::Unknown;
     return split.operation == Operation::Conditional && !isClosed;
 }
 
@@ -161,8 +157,8 @@ Split SplitTree::splitAt(std::uint32_t position, std::string_view text, const Bi
     const unsigned level = m_quirks.ownPrecedence ? row.level : row.standardLevel;
     return {
         position,
-        kNone,
-        kNone,
+        Split::kNone,
+        Split::kNone,
         row.operation,
         static_cast<std::uint8_t>(text.size()),
         static_cast<std::uint8_t>(level)};

@@ -2,6 +2,7 @@
 
 #include "liomol/exceptions.h"
 #include "math/limits.h"
+#include "math/literals.h"
 #include "math/messages.h"
 #include "math/splits.h"
 
@@ -11,12 +12,6 @@
 namespace tavo::math {
 
 namespace {
-
-constexpr std::uint32_t kNone = Split::kNone;
-
-constexpr bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 constexpr bool isLetter(char c) {
     return c >= 'A' && c <= 'Z';
@@ -34,7 +29,7 @@ private:
     struct Part {
         std::uint32_t begin;
         std::uint32_t end;
-        std::uint32_t root; // its split where `scanned`; kNone if it has no operator
+        std::uint32_t root; // its split where `scanned`; Split::kNone if it has no operator
         bool scanned;
         unsigned nesting;
     };
@@ -62,7 +57,7 @@ private:
 };
 
 void Splitter::run() {
-    m_parts.push_back({0, static_cast<std::uint32_t>(m_text.size()), kNone, false, 0});
+    m_parts.push_back({0, static_cast<std::uint32_t>(m_text.size()), Split::kNone, false, 0});
     while (!m_parts.empty()) {
         const Part part = m_parts.back();
         m_parts.pop_back();
@@ -78,7 +73,7 @@ void Splitter::tokenizePart(Part part) {
         part.root = m_splits.scan(part.begin, part.end);
         part.scanned = true;
     }
-    if (part.root == kNone) {
+    if (part.root == Split::kNone) {
         tokenizeTerm(part);
     } else if (const Split split = m_splits.at(part.root); split.operation == Operation::Conditional) {
         m_quirks.leftConditionals ? splitLeftConditional(part, split) : splitRightConditional(part, split);
@@ -89,11 +84,11 @@ void Splitter::tokenizePart(Part part) {
 
 // The rightmost ? splits, so no other stands behind it: exactly one : must, with brackets that balance.
 std::uint32_t Splitter::findColon(const Part& part, std::uint32_t begin) const {
-    std::uint32_t colon = kNone;
+    std::uint32_t colon = Split::kNone;
     for (std::uint32_t i = begin; i < part.end; ++i) {
         const char c = m_text[i];
         const bool isUnbalanced = c == ')' || (c == '(' && m_splits.closing(i) >= part.end);
-        if (isUnbalanced || (c == ':' && colon != kNone)) {
+        if (isUnbalanced || (c == ':' && colon != Split::kNone)) {
             throw ScMathException(message::kConditional);
         }
         if (c == ':') {
@@ -102,7 +97,7 @@ std::uint32_t Splitter::findColon(const Part& part, std::uint32_t begin) const {
             i = m_splits.closing(i);
         }
     }
-    if (colon == kNone) {
+    if (colon == Split::kNone) {
         throw ScMathException(message::kConditional);
     }
     return colon;
@@ -111,8 +106,8 @@ std::uint32_t Splitter::findColon(const Part& part, std::uint32_t begin) const {
 void Splitter::splitLeftConditional(const Part& part, const Split& split) {
     const std::uint32_t colon = findColon(part, split.position + 1);
     append(MathTokenKind::Function, split.position, split.position + 1, 3, split.operation);
-    m_parts.push_back({colon + 1, part.end, kNone, false, part.nesting});
-    m_parts.push_back({split.position + 1, colon, kNone, false, part.nesting});
+    m_parts.push_back({colon + 1, part.end, Split::kNone, false, part.nesting});
+    m_parts.push_back({split.position + 1, colon, Split::kNone, false, part.nesting});
     m_parts.push_back({part.begin, split.position, split.left, true, part.nesting});
 }
 
@@ -123,7 +118,7 @@ void Splitter::splitRightConditional(const Part& part, const Split& split) {
     }
     const Split colon = m_splits.at(split.right);
     append(MathTokenKind::Function, split.position, split.position + 1, 3, split.operation);
-    m_parts.push_back({colon.position + 1, part.end, colon.right, colon.right != kNone, part.nesting});
+    m_parts.push_back({colon.position + 1, part.end, colon.right, colon.right != Split::kNone, part.nesting});
     m_parts.push_back({split.position + 1, colon.position, colon.left, true, part.nesting});
     m_parts.push_back({part.begin, split.position, split.left, true, part.nesting});
 }
@@ -133,7 +128,7 @@ void Splitter::splitOperator(const Part& part, const Split& split) {
     append(MathTokenKind::Function, split.position, right, 2, split.operation);
     // An unclosed bracket can only stand on the right of the last operator; that part is scanned again for
     // it.
-    m_parts.push_back({right, part.end, split.right, split.right != kNone, part.nesting});
+    m_parts.push_back({right, part.end, split.right, split.right != Split::kNone, part.nesting});
     m_parts.push_back({part.begin, split.position, split.left, true, part.nesting});
 }
 
@@ -145,7 +140,7 @@ void Splitter::tokenizeTerm(const Part& part) {
         append(MathTokenKind::Number, part.begin, part.end, 0, Operation::Unknown);
     } else if (first == '(') {
         // Kept as it is: the last character is dropped whether or not it is the bracket's end.
-        m_parts.push_back({part.begin + 1, part.end - 1, kNone, false, deeper(part)});
+        m_parts.push_back({part.begin + 1, part.end - 1, Split::kNone, false, deeper(part)});
     } else if (first == '+') {
         m_parts.push_back(rest);
     } else if (first == '-' || first == '~') {
@@ -190,7 +185,7 @@ void Splitter::tokenizeCall(const Part& part, std::uint32_t open) {
     const std::size_t firstArgument = m_parts.size();
     std::uint32_t begin = open + 1;
     for (const std::uint32_t end : ends) {
-        m_parts.push_back({begin, end, kNone, false, nesting});
+        m_parts.push_back({begin, end, Split::kNone, false, nesting});
         begin = end + 1;
     }
     std::reverse(m_parts.begin() + static_cast<std::ptrdiff_t>(firstArgument), m_parts.end());
@@ -281,7 +276,7 @@ void TokenQueue::tokenize(std::string_view expression, const Quirks& quirks) {
     if (text.empty() || text.size() > kLengthLimit) {
         throw ScMathException(message::kTermExpected);
     }
-    if (m_text.size() > kNone - text.size()) {
+    if (m_text.size() > Split::kNone - text.size()) {
         throw ScMathException(message::kTermExpected);
     }
     const auto offset = static_cast<std::uint32_t>(m_text.size());

@@ -14,7 +14,6 @@ public:
 
 namespace {
 
-constexpr std::string_view kDone = "200 ";
 constexpr std::string_view kMore = "200-";
 
 // What replyCount gives for a reply that ended well, instead of the count.
@@ -67,7 +66,7 @@ bool GbeTransmission::replyDone() {
     char* line = nullptr;
     const int length = receive(&line);
     const std::unique_ptr<char[]> owner(line);
-    return length >= 0 && std::string_view(line).starts_with(kDone);
+    return length >= 0 && std::string_view(line).starts_with(kServiceDone);
 }
 
 int GbeTransmission::replyCount() {

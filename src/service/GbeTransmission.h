@@ -4,8 +4,12 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 class GbeTransmissionPrivate;
+
+// What the last line of a good reply begins with.
+inline constexpr std::string_view kServiceDone = "200 ";
 
 // Why there is no exchange with the service, for people; `cause` is an errno.
 std::string serviceSentence(int cause);

@@ -17,7 +17,6 @@ namespace {
 constexpr std::size_t kRequestSize = 40; // the longest: "RESCAN BOARD <ten digits> PORT <ten digits>"
 constexpr int kMaxReplyLines = 1024;     // no reply is near it; a peer that never ends one is given up
 
-constexpr std::string_view kDone = "200 ";
 constexpr std::string_view kGone = "410 ";
 constexpr std::string_view kFailed = "510 ";
 
@@ -122,7 +121,7 @@ int cmdOpenPrivate(GbeTransmission& transmission, const char* request, OpenReply
         if (line->starts_with("200")) {
             reply.take(*line);
         }
-        if (line->starts_with(kDone)) {
+        if (line->starts_with(kServiceDone)) {
             return 0;
         }
     }
@@ -172,7 +171,7 @@ bool cmdStatus(
         if (!line) {
             return false;
         }
-        if (line->starts_with(kFailed) || line->starts_with(kDone)) {
+        if (line->starts_with(kFailed) || line->starts_with(kServiceDone)) {
             if (ip != nullptr) {
                 *ip = reply.ip;
             }
@@ -197,7 +196,7 @@ int cmdAsk(GbeTransmission& transmission, const char* request, std::string& repl
         }
         reply += (reply.empty() ? "" : "\n") + *line;
         if (line->size() > 3 && (*line)[3] == ' ') { // the last one; the others have a '-' there
-            return line->starts_with(kDone) ? 1 : 0;
+            return line->starts_with(kServiceDone) ? 1 : 0;
         }
     }
     return -EPROTO;

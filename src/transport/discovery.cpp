@@ -14,7 +14,7 @@ using std::chrono::milliseconds;
 // Quick cameras answer within the first pause; a camera slower than both together is missed.
 constexpr milliseconds kFirstPause{100};
 constexpr milliseconds kSecondPause{1000};
-constexpr milliseconds kLongestDrain{500};
+constexpr milliseconds kLongestSweep{500};
 
 std::uint16_t randomRequestId() {
     thread_local std::minstd_rand engine{std::random_device{}()};
@@ -23,7 +23,7 @@ std::uint16_t randomRequestId() {
 
 // Ends also where frames come in without end.
 void drain(Port& port, std::uint16_t requestId) {
-    const Port::Time end = port.now() + kLongestDrain;
+    const Port::Time end = port.now() + kLongestSweep;
     while (receiveDiscoveryAck(port, 0, requestId, end)) {
     }
 }

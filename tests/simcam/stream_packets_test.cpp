@@ -66,7 +66,7 @@ TEST(SimcamStream, PacketsAreThoseOfTheGoldenFiles) {
     }
 }
 
-constexpr const char* kOpen =
+constexpr const char* kOpenAndWide =
     "StreamDestination=0xA9FE072A; StreamPort=1520; Width=64; Height=32; FrameRate=25;";
 
 TEST(SimcamStream, IsSoundToAnIndependentDissector) {
@@ -76,7 +76,7 @@ TEST(SimcamStream, IsSoundToAnIndependentDissector) {
           "GvspConfiguration=0x40000000", "GvspConfiguration=0x40000000; ChunkModeActive=1"}) {
         Bench bench;
         bench.takeControl();
-        run(bench, settings, kOpen + std::string(settings) + "; AcquisitionStart=1");
+        run(bench, settings, kOpenAndWide + std::string(settings) + "; AcquisitionStart=1");
         for (Bytes& frame : bench.live(milliseconds(60))) {
             all.push_back(std::move(frame));
         }

@@ -18,7 +18,7 @@ constexpr bool Quirks::*kSplittingQuirks[] = {
     &Quirks::blanksJoin,    &Quirks::fewerSymbols,     &Quirks::plainNames,
 };
 
-template<class Range, class T> bool contains(const Range& range, const T& item) {
+template<class Range, class T> bool isAmong(const Range& range, const T& item) {
     return std::ranges::find(range, item) != std::ranges::end(range);
 }
 
@@ -48,8 +48,8 @@ bool givesDouble(const tavo::MathToken& token) {
     constexpr std::string_view kFunctions[] = {"ACOS", "ASIN", "ATAN", "COS",  "EXP",
                                                "LG",   "LN",   "SIN",  "SQRT", "TAN"};
     constexpr std::string_view kConstants[] = {"E", "PI"}; // where no variable bears the name
-    return token.kind == tavo::MathTokenKind::Function ? contains(kFunctions, token.name)
-                                                       : contains(kConstants, token.name);
+    return token.kind == tavo::MathTokenKind::Function ? isAmong(kFunctions, token.name)
+                                                       : isAmong(kConstants, token.name);
 }
 
 bool takesBits(const tavo::MathToken& token) {
@@ -62,7 +62,7 @@ bool takesBits(const tavo::MathToken& token) {
 bool roundsItself(std::string_view formula) {
     constexpr std::string_view kFunctions[] = {"CEIL", "FLOOR", "ROUND", "TRUNC"};
     const auto tokens = tokensOf(std::string(formula), Quirks::none());
-    return !tokens.empty() && tokens.front().arguments == 1 && contains(kFunctions, tokens.front().name);
+    return !tokens.empty() && tokens.front().arguments == 1 && isAmong(kFunctions, tokens.front().name);
 }
 
 // A quirk counts when it alone changes what the standard makes of the formula.
