@@ -1,5 +1,7 @@
 #include "transport/Port.h"
 
+#include "protocol/kept_control.h"
+
 #include <algorithm>
 #include <random>
 #include <string>
@@ -56,9 +58,10 @@ void Port::shareAddresses(unsigned number) {
 }
 
 std::uint16_t Port::takeRequestId() {
-    const std::uint16_t id = m_requestId++;
-    m_requestId = std::max<std::uint16_t>(m_requestId, 1);
-    return id;
+    while (m_requestId == 0 || kept_control::isRequestId(m_requestId)) {
+        ++m_requestId;
+    }
+    return m_requestId++;
 }
 
 void Port::setIp(const IpBytes& ip, const IpBytes& mask) {

@@ -86,10 +86,10 @@ public:
     // --- Frames out
     frame::Route toCurrentCamera() const;
     frame::Route toEverybody() const;
-    // Counts up; 0 is nobody's.
+    // Counts up; 0 is nobody's, and some belong to who keeps control while the process is stopped.
     std::uint16_t takeRequestId();
-    // The next id; 0 counts as 1.
-    void setRequestId(std::uint16_t id) { m_requestId = std::max<std::uint16_t>(id, 1); }
+    // The next id, or the first one behind it that is a command's.
+    void setRequestId(std::uint16_t id) { m_requestId = id; }
     int send(const void* data, unsigned length);
     // The halves of send: a trailing odd byte is not sent.
     int prepare(const void* data, unsigned length);

@@ -1,5 +1,7 @@
 #include "transport/exchange.h"
 
+#include "protocol/kept_control.h"
+
 #include <algorithm>
 #include <chrono>
 #include <utility>
@@ -96,12 +98,14 @@ int waitForAck(Port& port, AckWait& wait, const Command* command, UDPPacket& ack
 
 } // namespace
 
-// The command may be the very one whose id is spent: it was sent more than once.
+// The command may be the very one whose id is spent: it was sent more than once. Commands that were sent for
+// this process while it was stopped are none of its own.
 AckFacts factsOf(Port& port, const UDPPacket& ack, std::size_t size, const Command* command) {
     AckFacts facts = frame::ackFacts(ack, size);
     const bool own = command != nullptr && frame::rawRequestId(command->frame) == facts.id;
-    facts.other = (!own && port.arrears().isSpent(facts.id)) ||
-                  (command != nullptr && !frame::isFromTarget(ack, command->frame));
+    const bool spent =
+        port.arrears().isSpent(facts.id) || kept_control::isRequestId(frame::get16<frame::kRequestId>(ack));
+    facts.other = (!own && spent) || (command != nullptr && !frame::isFromTarget(ack, command->frame));
     if (own && facts.pending && facts.sound && !facts.other && port.access()) {
         port.access()->patient = true;
     }

@@ -146,6 +146,7 @@ TEST(Commands, EndWithinTheirTimeWhateverChattersOnTheWire) {
         {"short datagrams", with16(ack, 16, 30)},
         {"answers from elsewhere", with(ack, 29, {101})},
         {"acknowledgements of a failed command", with16(ack, kIdAt, 0x7777)},
+        {"those of commands sent while this process was stopped", with16(ack, kIdAt, 0xFFFD)},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

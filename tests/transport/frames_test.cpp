@@ -1,5 +1,6 @@
 // What goes over the wire, byte by byte, and what of the wire is taken for what.
 #include "ScriptedBoard.h"
+#include "protocol/kept_control.h"
 
 #include <numeric>
 
@@ -135,7 +136,8 @@ TEST(Frames, RequestIdsCountByPortAndWrap) {
     EXPECT_EQ(frame::get16<frame::kRequestId>(packet), 0x1234);
     EXPECT_EQ(packet.bytes[43], 0x01) << "an odd flag forbids broadcast answers";
     EXPECT_EQ(nextId(0), 3) << "an id that is given leaves the port's alone";
-    while (nextId(0) != 65535) {
+    for (int id = 0; id != 65535; id = nextId(0)) {
+        EXPECT_FALSE(kept_control::isRequestId(static_cast<std::uint16_t>(id))) << "of who keeps control";
     }
     EXPECT_EQ(nextId(0), 1) << "0 is nobody's";
 }
