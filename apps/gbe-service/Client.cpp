@@ -82,9 +82,27 @@ void Client::begin(const std::string& line) {
 }
 
 void Client::tryToAnswer() {
-    if (const auto lines = m_desk.answer(m_waiting->request, m_waiting->ticket)) {
+    const Request& request = m_waiting->request;
+    const bool had = m_keep != nullptr;
+    const auto lines = request.kind == RequestKind::Keep ? m_desk.keep(request, m_fd, m_keep)
+                                                         : m_desk.answer(request, m_waiting->ticket);
+    if (m_keep && !had) {
+        beginKeep();
+    }
+    if (lines) {
         reply(*lines);
     }
+}
+
+// The connection stays for as long as control is kept, asked or not.
+void Client::beginKeep() {
+    connect(&m_keepTimer, &QTimer::timeout, this, [this] {
+        if (!m_keep->look()) {
+            end();
+            settle();
+        }
+    });
+    m_keepTimer.start(kKeepLook);
 }
 
 void Client::retry() {
@@ -96,7 +114,11 @@ void Client::retry() {
 
 void Client::reply(const QByteArray& lines) {
     m_waiting.reset();
-    m_timer.start(m_idleLimit);
+    if (m_keep && !m_closing) {
+        m_timer.stop();
+    } else {
+        m_timer.start(m_idleLimit);
+    }
     m_out.append(lines.constData(), static_cast<std::size_t>(lines.size()));
     flush();
 }
@@ -125,6 +147,8 @@ void Client::settle() {
 void Client::end() {
     m_closing = true;
     m_timer.stop();
+    m_keepTimer.stop();
+    m_keep.reset();
     if (!std::exchange(m_over, true)) {
         Q_EMIT gone();
     }

@@ -46,13 +46,17 @@ private:
     void settle();
     void end();
     void onTimer();
+    void beginKeep();
 
     Desk& m_desk;
     const std::chrono::seconds m_idleLimit;
     const int m_fd;
     QSocketNotifier m_readable;
     QSocketNotifier m_writable;
-    QTimer m_timer; // runs always: the idle limit, or while a request waits that of the reply
+    // Runs while control is not kept: the idle limit, or while a request waits that of the reply.
+    QTimer m_timer;
+    std::shared_ptr<Keep> m_keep; // for the process at the other end
+    QTimer m_keepTimer;
     std::string m_in;
     std::size_t m_taken = 0; // bytes of m_in that were worked on
     std::string m_out;       // replies that are not sent

@@ -1,5 +1,7 @@
 #include "Desk.h"
 
+#include "link_report/link_report.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -47,6 +49,8 @@ std::optional<QByteArray> Desk::answer(const Request& request, Ticket& ticket) {
         return openPort(*request.board, *request.port);
     case RequestKind::OpenMac:
         return openMac(request.text);
+    case RequestKind::Keep:
+        break;
     }
     return QByteArray();
 }
@@ -190,6 +194,57 @@ std::optional<QByteArray> Desk::openMac(const std::string& text) const {
         }
     }
     return "410 no port has this MAC address\n";
+}
+
+// The source address is the port's own, whatever the process says.
+std::optional<QByteArray> Desk::keep(const Request& request, int socket, std::shared_ptr<Keep>& place) {
+    const BoardWorker* board = find(request.board);
+    if (board == nullptr || *request.port >= kPorts) {
+        return kNoSuchPort;
+    }
+    switch (board->view().phase) {
+    case Phase::Opening:
+        return std::nullopt;
+    case Phase::Absent:
+        return cannotOpen(board->board());
+    case Phase::Open:
+        break;
+    }
+    const std::string refusal = beginKeep(request, macOf(*board, *request.port), socket, place);
+    return refusal.empty() ? QByteArray(kDone) : line("510 " + refusal);
+}
+
+std::string
+Desk::beginKeep(const Request& request, const Mac& mac, int socket, std::shared_ptr<Keep>& place) {
+    const std::optional<Peer> peer = Peer::of(socket);
+    std::string error = place   ? "this connection keeps control already"
+                        : !peer ? "the process is not to be seen from here"
+                                : whyNoKeep(request.keep);
+    error = error.empty() ? whyNoMore(*peer) : error;
+    if (!error.empty()) {
+        return error;
+    }
+    const auto link = link_report::ofPort(static_cast<int>(*request.board), *request.port);
+    if (!link) {
+        return "this port is not a network interface";
+    }
+    place = Keep::begin(*peer, request.keep, mac, link->interface, error);
+    if (place) {
+        m_keeps.push_back(place);
+    }
+    return error;
+}
+
+std::string Desk::whyNoMore(const Peer& peer) {
+    m_keeps.erase(
+        std::remove_if(m_keeps.begin(), m_keeps.end(), [](const auto& each) { return each.expired(); }),
+        m_keeps.end());
+    const auto own = std::count_if(m_keeps.begin(), m_keeps.end(), [&](const auto& each) {
+        const std::shared_ptr<Keep> keep = each.lock();
+        return keep && keep->peer().id() == peer.id();
+    });
+    const bool isFull = m_keeps.size() >= kMaxKeeps || own >= kMaxKeepsOfOne;
+    return isFull ? "control of too many cameras is kept already" : "";
 }
 
 } // namespace gbe_service

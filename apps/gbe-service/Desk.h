@@ -2,6 +2,7 @@
 #pragma once
 
 #include "BoardWorker.h"
+#include "Keep.h"
 #include "Request.h"
 #include "Settings.h"
 
@@ -28,6 +29,10 @@ public:
     // The lines of the reply, each with its end; nothing while the request must wait for a board.
     std::optional<QByteArray> answer(const Request& request, Ticket& ticket);
 
+    // The same for KEEP, which only its own connection can ask for. A good end puts the keep in place: it
+    // lasts as long as somebody holds it.
+    std::optional<QByteArray> keep(const Request& request, int socket, std::shared_ptr<Keep>& place);
+
     // Closes the boards; false when one of them is being opened or does not end in time (told on standard
     // error): the process must be ended hard.
     bool stop();
@@ -44,10 +49,13 @@ private:
     std::optional<PortIp> ipOf(PortKey port) const;
     Reply openPort(unsigned board, unsigned port) const;
     Reply openMac(const std::string& text) const;
+    std::string whyNoMore(const Peer& peer);
+    std::string beginKeep(const Request& request, const Mac& mac, int socket, std::shared_ptr<Keep>& place);
 
     Settings m_settings;
     AddressBook m_addresses;
     std::vector<std::unique_ptr<BoardWorker>> m_boards;
+    std::vector<std::weak_ptr<Keep>> m_keeps;
 };
 
 } // namespace gbe_service

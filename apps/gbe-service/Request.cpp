@@ -5,7 +5,8 @@
 namespace gbe_service {
 namespace {
 
-// Small letters stand for what a request carries: b the board's number, p the port's, t a text.
+// Small letters stand for what a request carries: b the board's number, p the port's, t a text; of KEEP m the
+// camera's MAC address, c its IP address, i the process's, u its UDP port, s the seconds.
 constexpr struct {
     RequestKind kind;
     std::string_view pattern;
@@ -18,6 +19,7 @@ constexpr struct {
     {RequestKind::Status, "STATUS BOARD b PORT p"},
     {RequestKind::OpenPort, "OPEN BOARD b PORT p"},
     {RequestKind::OpenMac, "OPEN MAC t"},
+    {RequestKind::Keep, "KEEP BOARD b PORT p CAMERA m AT c FROM i u FOR s"},
 };
 
 // Cuts the text up to the next blank off; nothing is left behind the last word.
@@ -31,25 +33,42 @@ std::optional<std::string_view> nextWord(std::optional<std::string_view>& rest) 
     return word;
 }
 
-bool parseNumber(std::string_view word, std::optional<unsigned>& number) {
+std::optional<unsigned> numberOf(std::string_view word) {
     unsigned value = 0;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-    number = value;
-    return error == std::errc() && end == word.data() + word.size();
+    const bool isWhole = error == std::errc() && end == word.data() + word.size();
+    return isWhole ? std::optional(value) : std::nullopt;
+}
+
+template<typename From, typename To> bool take(const std::optional<From>& from, To& to) {
+    if (from) {
+        to = *from;
+    }
+    return from.has_value();
 }
 
 bool matchWord(std::string_view pattern, std::string_view word, Request& request) {
-    if (pattern == "b") {
-        return parseNumber(word, request.board);
-    }
-    if (pattern == "p") {
-        return parseNumber(word, request.port);
-    }
-    if (pattern == "t") {
+    switch (pattern.front()) {
+    case 'b':
+        return take(numberOf(word), request.board);
+    case 'p':
+        return take(numberOf(word), request.port);
+    case 't':
         request.text = word;
         return !word.empty();
+    case 'm':
+        return take(net::Mac::parse(word), request.keep.camera);
+    case 'c':
+        return take(net::Ipv4::parse(word), request.keep.cameraIp);
+    case 'i':
+        return take(net::Ipv4::parse(word), request.keep.ip);
+    case 'u':
+        return take(numberOf(word), request.keep.udpPort);
+    case 's':
+        return take(numberOf(word), request.keep.seconds);
+    default:
+        return pattern == word;
     }
-    return pattern == word;
 }
 
 bool match(std::string_view pattern, std::string_view line, Request& request) {

@@ -1,7 +1,9 @@
+#include "Keep.h"
 #include "Request.h"
 #include "Server.h"
 #include "Settings.h"
 #include "local_mac.h"
+#include "support/golden.h"
 #include "support/write_file.h"
 
 #include <gmock/gmock.h>
@@ -47,6 +49,47 @@ TEST(ServiceRequests, LinesThatAreRequestsAndLinesThatAreNot) {
         EXPECT_FALSE(parseRequest(line)) << line;
     }
     EXPECT_FALSE(parseRequest(std::string("RESCAN\0", 7)));
+}
+
+// A process may call itself whatever it likes, and be stopped or not.
+TEST(ServiceKeeps, BelieveTheKernelAboutProcessesAndSockets) {
+    const std::string numbers = " 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 777 20\n";
+    const struct {
+        std::string text;
+        bool isStat;
+        bool isStopped;
+    } rows[] = {
+        {"9 (name) T" + numbers, true, true},  {"9 (name) t" + numbers, true, true},
+        {"9 (name) S" + numbers, true, false}, {"9 (a) T 1) S" + numbers, true, false},
+        {"9 (name) T 1 2 3", false, false},    {"9 (name) TT" + numbers, false, false},
+        {"9 name T" + numbers, false, false},  {"", false, false},
+    };
+    for (const auto& row : rows) {
+        const auto stat = parseStat(row.text);
+        ASSERT_EQ(stat.has_value(), row.isStat) << row.text;
+        EXPECT_EQ(stat && stat->isStopped(), row.isStopped) << row.text;
+        EXPECT_EQ(stat ? stat->start : 777, 777U) << row.text;
+    }
+    const char* const sockets = "sk               RefCnt Type Proto  Iface R Rmem   User   Inode\n"
+                                "00000000d00f     3      3    0003   2     1 0      1000   4711\n"
+                                "00000000d00f     3      3    0003   12    1 0      0      4711";
+    EXPECT_TRUE(hasPacketSocket(sockets, 1000, 2));
+    EXPECT_TRUE(hasPacketSocket(sockets, 0, 12));
+    EXPECT_FALSE(hasPacketSocket(sockets, 1000, 12));
+    EXPECT_FALSE(hasPacketSocket("", 0, 0));
+}
+
+TEST(ServiceKeeps, SendOneHarmlessCommandForALimitedTimeOfEachStop) {
+    const KeepRoute route{
+        {2, 0, 0, 0, 0, 1}, {2, 0x11, 0x22, 0x33, 0x44, 0x55}, {169, 254, 7, 42}, {169, 254, 7, 100}, 3015};
+    EXPECT_THAT(buildKeepFrame(route, 1), testing::ElementsAreArray(golden::load("readreg_cmd")));
+    StopWatch watch(std::chrono::seconds(2));
+    const std::tuple<int, bool, bool> looks[] = {{0, false, false}, {1, true, true},  {2, true, true},
+                                                 {3, true, false},  {9, true, false}, {10, false, false},
+                                                 {11, true, true},  {13, true, false}};
+    for (const auto& [second, stopped, due] : looks) {
+        EXPECT_EQ(watch.isDue(stopped, StopWatch::Time(std::chrono::seconds(second))), due) << second;
+    }
 }
 
 TEST(ServiceMacs, LocalOnesDifferAndAreTaken) {
