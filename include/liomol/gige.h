@@ -255,6 +255,20 @@ GBE_API int Gbe_connectCameraWith(CameraHandle* camera, int mode);
  */
 GBE_API int Gbe_setHeartbeatTimeout(CameraHandle* camera, unsigned milliseconds);
 
+/* A process that is stopped, by a debugger at a breakpoint or by SIGSTOP, sends no heartbeats. With this,
+ * gbe-service keeps its control of the camera meanwhile, for up to `seconds` of each stop, 1 to 3600; 0 ends
+ * it (the default). For connections that follow and, when the handle controls its camera, for this one, at
+ * once; it lasts as long as the connection has control and the service runs. A stop counts when the whole
+ * process stands still, threads that only the debugger halts do not. For cameras on network interfaces: a
+ * frame grabber's port has one queue, in which the service cannot send. Any thread; waits for the service.
+ *
+ * A connection that follows goes on without when the service refuses it; asking again then says why.
+ * GBE_ERROR_ILLEGAL_PARAMETER: null handle. GBE_ERROR_ILLEGAL_VALUE: out of range.
+ * GBE_ERROR_PORT_NOT_AVAILABLE: the camera's port is no network interface; nothing changes.
+ * GBE_ERROR_CONNECTION: the service is not reached. GBE_ERROR_TRANSPORT_LAYER: it refuses, and
+ * Gbe_getLastErrorDetail tells what it says. After these two the wish stays for connections that follow. */
+GBE_API int Gbe_keepControlWhileStopped(CameraHandle* camera, unsigned seconds);
+
 /* Which program on this computer works with the camera: *pid becomes its process id, and 0 when none does or
  * it cannot be told; its name goes to the `size` bytes of `program` (null when size is 0), cut to fit, with a
  * NUL. Needs no connection and asks nobody but the computer. GBE_ERROR_ILLEGAL_PARAMETER: null pointer. */

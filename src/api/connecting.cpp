@@ -7,6 +7,7 @@
 #include "api/disconnecting.h"
 #include "api/guard.h"
 #include "api/handles.h"
+#include "api/keeping.h"
 #include "api/refusals.h"
 #include "api/taking.h"
 #include "board/description.h"
@@ -142,6 +143,7 @@ int connectCamera(CameraHandle* handle, Call call, const Wish& wish = {}) {
         }
         if (wish.purpose == Purpose::Work) {
             startHeartbeat(*handle);
+            tryToKeepControl(*handle);
         } else if (device != nullptr) {
             device->noteControlLoss(tavo::ControlLoss::None); // of an earlier connection
         }

@@ -19,6 +19,7 @@ void dropConnection(CameraHandle& handle) {
     handle.transmission.reset();
     handle.loss = static_cast<int>(handle.device()->getControlLoss());
     stopWatching(handle);
+    handle.keep->end();
     handle.watches.clear();
     handle.texts.clear();
 }
@@ -31,6 +32,7 @@ void endConnection(CameraHandle& handle, State before) {
         stopWatching(handle);
         handle.loss = GBE_LOSS_DISCONNECTED;
     }
+    handle.keep->end(); // before control is given back
     giveControlBack(handle);
     handle.portClaim = {};
     handle.place().release(&handle);

@@ -9,6 +9,7 @@
 #include "board/host_locks.h"
 #include "genicam/device/ImplGenICamCamera.h"
 #include "liomol/gige.h"
+#include "service/ControlKeep.h"
 #include "service/GbeTransmission.h"
 #include "streaming/CurrentStream.h"
 #include "util/process.h"
@@ -126,6 +127,10 @@ struct CameraHandle {
     api::Watches watches;
     // Of the connection. Shared with the heartbeat, which may outlive the handle.
     const std::shared_ptr<streaming::CurrentStream> stream = std::make_shared<streaming::CurrentStream>();
+
+    // For the stops of this process (api/keeping.h). Shared with the heartbeat, likewise.
+    const std::shared_ptr<ControlKeep> keep = std::make_shared<ControlKeep>();
+    std::atomic<unsigned> keepSeconds{0}; // the wish; 0: none
 
     // --- For a Change
     std::shared_ptr<api::BoardSlots> slots;        // of the board handle that the camera was found through

@@ -2,6 +2,7 @@
 #include "api/Change.h"
 #include "api/disconnecting.h"
 #include "api/handles.h"
+#include "api/keeping.h"
 #include "api/refusals.h"
 #include "api/taking.h"
 #include "board/devices.h"
@@ -96,6 +97,7 @@ int moveConnection(CameraHandle& handle, const BoardHandle& newBoard, CameraPort
         moveTo(handle, newBoard, newPlace);
         startWatching(handle);
         startHeartbeat(handle);
+        tryToKeepControl(handle);
         newPlace.showUse(GBE_LINK_CONTROL, handle.mac.data());
         device = handle.sharedDevice();
         change.to(State::Connected);

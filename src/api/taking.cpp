@@ -136,8 +136,11 @@ void startHeartbeat(CameraHandle& handle) {
     if (handle.device() != nullptr) {
         handle.device()->setHeartbeatTimeout(handle.heartbeatTimeout);
     }
-    handle.heartbeat.reset(new GbeHeartbeatThread(
-        handle.sharedDevice(), [stream = handle.stream] { stream->fail(status::Connection); }));
+    handle.heartbeat.reset(
+        new GbeHeartbeatThread(handle.sharedDevice(), [stream = handle.stream, keep = handle.keep] {
+            keep->end();
+            stream->fail(status::Connection);
+        }));
     handle.heartbeat->start(QThread::InheritPriority);
 }
 
