@@ -205,7 +205,8 @@ TEST_F(ControlTest, TheHeartbeatTimeoutIsTheHandles) {
         EXPECT_EQ(Gbe_setHeartbeatTimeout(camera, refused), GBE_ERROR_ILLEGAL_VALUE);
     }
     EXPECT_EQ(Gbe_keepControlWhileStopped(camera, 3601), GBE_ERROR_ILLEGAL_VALUE);
-    EXPECT_EQ(Gbe_keepControlWhileStopped(camera, 1), GBE_ERROR_PORT_NOT_AVAILABLE) << "of this process alone";
+    EXPECT_EQ(Gbe_keepControlWhileStopped(camera, 1), GBE_ERROR_PORT_NOT_AVAILABLE)
+        << "of this process alone";
     for (const auto& [timeout, written] : {std::pair{3000U, 3000U}, {3600000U, 3600000U}, {0U, 8000U}}) {
         EXPECT_EQ(Gbe_setHeartbeatTimeout(camera, timeout), 0);
         EXPECT_EQ(inCamera(), written) << "at once";
