@@ -4,7 +4,6 @@
 #include "api/refusals.h"
 #include "board/host_locks.h"
 #include "liomol/gige.h"
-#include "protocol/kept_control.h"
 #include "service/commands.h"
 #include "util/process.h"
 #include "util/status.h"
@@ -87,7 +86,7 @@ int Gbe_keepControlWhileStopped(CameraHandle* camera, unsigned seconds) {
     if (camera == nullptr) {
         return api::nullArgument("camera");
     }
-    if (seconds > kept_control::kLongestStop) {
+    if (seconds > kLongestKeep) {
         return api::refused(status::IllegalValue, "control is kept for 0 to 3600 seconds of a stop");
     }
     if (util::isForkedChild()) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "protocol/addresses.h"
+#include "protocol/kept_control.h"
 
 #include <string>
 
@@ -43,6 +44,7 @@ bool cmdStatus(
 // '\n' between them; a negated errno when there is no whole reply.
 int cmdAsk(GbeTransmission& transmission, const char* request, std::string& reply);
 
+inline constexpr unsigned kLongestKeep = kept_control::kLongestStop; // seconds
 // What the service is to do for this process while that is stopped: keep its control of a camera.
 struct KeepOrder {
     int board = 0;
@@ -51,7 +53,7 @@ struct KeepOrder {
     net::Ipv4 cameraIp;
     net::Ipv4 ip; // that this process's commands come from
     unsigned udpPort = 0;
-    unsigned seconds = 0; // of each stop
+    unsigned seconds = 0; // of each stop, 1 to kLongestKeep
 
     friend bool operator==(const KeepOrder&, const KeepOrder&) = default;
 };

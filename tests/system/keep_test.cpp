@@ -1,42 +1,26 @@
 // Two programs stand still at a breakpoint for longer than their cameras wait: one of them has asked the
 // service to keep its control. Programs, service and cameras are real; the cameras' clocks are the test's.
 #include "apps/process.h"
-#include "protocol/bootstrap.h"
+#include "netif/PacketSocket.h"
 #include "protocol/kept_control.h"
-#include "support/net_namespace.h"
-#include "support/wired_camera.h"
-#include "system/session.h"
+#include "system/children.h"
 
 #include <gmock/gmock.h>
 
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
-
-#include <atomic>
-#include <mutex>
 
 namespace {
 
 using test::RawClient;
 using test_support::NetNamespace;
 
-const char* const kBoard = "[board 0]\n[board 0 port 0]\ninterface = host0\n";
 constexpr unsigned kPatience = 3000;
-
-// What a program and the test share.
-struct Shared {
-    std::atomic<bool> go, ready, wake;
-    std::atomic<int> codes[4];
-    std::atomic<bool> done;
-};
 
 // A camera whose clock stands still unless the test moves it.
 class SteppedCamera {
 public:
-    SteppedCamera(const NetNamespace& space, const ethernet::Settings& settings, unsigned char last)
-        : m_last(last) {
+    SteppedCamera(const NetNamespace& space, const ethernet::Settings& settings) {
         const NetNamespace::Inside inside(space);
         std::string error;
         netif::PacketSocket::Options options;
@@ -58,14 +42,12 @@ public:
         m_reader.join();
     }
 
-    unsigned kept() const { return m_kept; } // commands that another than its program has sent for that
-    void pass(simcam::milliseconds time) {
+    unsigned kept() const { return m_kept; } // commands on the wire that no program has sent for itself
+    // Whether it is controlled when that time has passed.
+    bool pass(simcam::milliseconds time) {
         const std::lock_guard lock(m_mutex);
         m_now += time;
         m_core->due(m_now);
-    }
-    bool isControlled() {
-        const std::lock_guard lock(m_mutex);
         return m_core->report(m_now).controller.has_value();
     }
 
@@ -76,14 +58,12 @@ private:
         for (const auto& answer : m_core->due(m_now)) {
             m_socket->send(answer.data(), answer.size());
         }
-        const auto at = [&](std::size_t place) { return frame[place] << 8 | frame[place + 1]; };
-        const bool isOwn = frame.size() >= net::kMinFrame && frame[net::kDestinationMac + 5] == m_last &&
-                           at(net::kUdpDestinationPort) == gvcp::kPort;
-        const auto id = isOwn ? at(net::kUdpPayload + gvcp::kRequestId) : 0;
-        m_kept += kept_control::isRequestId(static_cast<std::uint16_t>(id)) ? 1 : 0;
+        constexpr std::size_t kId = net::kUdpPayload + gvcp::kRequestId;
+        const bool isLong = frame.size() >= net::kMinFrame;
+        const auto id = static_cast<std::uint16_t>(isLong ? frame[kId] << 8 | frame[kId + 1] : 0);
+        m_kept += kept_control::isRequestId(id) ? 1 : 0;
     }
 
-    const unsigned char m_last;
     std::unique_ptr<netif::PacketSocket> m_socket;
     std::mutex m_mutex;
     simcam::Time m_now = simcam::Clock::now();
@@ -93,62 +73,27 @@ private:
     std::thread m_reader;
 };
 
-void waitFor(const std::atomic<bool>& flag) {
-    while (!flag) {
+// Takes control, is stopped, and works with the camera after that.
+void work(unsigned char lastByte, unsigned seconds, Common& common, Common::Result& result) {
+    const Program program(lastByte);
+    Gbe_setHeartbeatTimeout(program.camera, kPatience);
+    result.codes[0] = Gbe_connectCamera(program.camera);
+    result.codes[1] = Gbe_keepControlWhileStopped(program.camera, seconds);
+    ++common.ready;
+    while (!common.done) {
         usleep(1000);
     }
-}
-
-// Takes control, is stopped, and works with the camera after that.
-void program(Shared& shared, unsigned char lastByte, unsigned seconds) {
-    waitFor(shared.go);
-    std::string error;
-    BoardHandle* board = nullptr;
-    CameraHandle* camera = nullptr;
-    const unsigned char mac[] = {2, 0, 0, 0, 0, lastByte};
-    const bool found = softboard::loadConfiguration(kBoard, error) && Gbe_initBoard(0, 0, &board) == 0 &&
-                       Gbe_scanNetwork(board, 0, 0) == 0 && Gbe_getCameraByMac(board, 0, mac, &camera) == 0;
-    shared.codes[0] =
-        found && Gbe_setHeartbeatTimeout(camera, kPatience) == 0 ? Gbe_connectCamera(camera) : 1;
-    shared.codes[1] = Gbe_keepControlWhileStopped(camera, seconds);
-    shared.ready = true;
-    waitFor(shared.wake);
     GbeControlStatus status{};
-    Gbe_getControlStatus(camera, &status);
-    shared.codes[2] = status.loss;
-    shared.codes[3] = Gbe_setIntegerValue(camera, "Number", 5);
-    shared.done = true;
-    pause();
+    Gbe_getControlStatus(program.camera, &status);
+    result.codes[2] = status.loss;
+    result.codes[3] = Gbe_setIntegerValue(program.camera, "Number", 5);
 }
 
-class Child {
-public:
-    Child(const NetNamespace& space, unsigned char lastByte, unsigned seconds)
-        : m_shared(new (mmap(
-              nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Shared{}) {
-        m_process = fork();
-        if (m_process == 0) {
-            const NetNamespace::Inside inside(space);
-            program(*m_shared, lastByte, seconds);
-        }
-    }
-    ~Child() {
-        kill(m_process, SIGKILL);
-        waitpid(m_process, nullptr, 0);
-        munmap(m_shared, sizeof(Shared));
-    }
-    Shared* operator->() const { return m_shared; }
-    bool stop() const {
-        int status = 0;
-        return kill(m_process, SIGSTOP) == 0 && waitpid(m_process, &status, WUNTRACED) == m_process &&
-               WIFSTOPPED(status);
-    }
-    void goOn() const { kill(m_process, SIGCONT); }
-
-private:
-    Shared* m_shared;
-    pid_t m_process;
-};
+bool stop(const Child& child) {
+    int status = 0;
+    return kill(child.id(), SIGSTOP) == 0 && waitpid(child.id(), &status, WUNTRACED) == child.id() &&
+           WIFSTOPPED(status);
+}
 
 // Another user than the service's, who has no socket on the interface; asks from this thread.
 std::string askAsStranger(const std::string& request) {
@@ -210,47 +155,42 @@ TEST(Keep, ControlLastsThroughABreakpointForWhoAskedForIt) {
     const struct {
         unsigned seconds;
         bool isControlled; // at the end of the stop
-        int loss;
-        int written;
-    } rows[] = {{60, true, GBE_LOSS_NONE, 0}, {0, false, GBE_LOSS_HEARTBEAT, GBE_ERROR_CONNECTION}};
-    const Child children[] = {{wire.host, 0x41, rows[0].seconds}, {wire.host, 0x42, rows[1].seconds}};
+        std::vector<int> codes;
+    } rows[] = {
+        {60, true, {0, 0, GBE_LOSS_NONE, 0}}, {0, false, {0, 0, GBE_LOSS_HEARTBEAT, GBE_ERROR_CONNECTION}}};
+    const CommonMemory common;
+    Child children[] = {
+        {*common, wire.host, [&] { work(0x41, rows[0].seconds, *common, common->of[0]); }},
+        {*common, wire.host, [&] { work(0x42, rows[1].seconds, *common, common->of[1]); }}};
     SteppedCamera cameras[] = {
-        {wire.camera, {{"mac", "02:00:00:00:00:41"}, {"ip", "169.254.1.65"}}, 0x41},
-        {wire.camera, {{"mac", "02:00:00:00:00:42"}, {"ip", "169.254.1.66"}}, 0x42}};
+        {wire.camera, {{"mac", "02:00:00:00:00:41"}, {"ip", "169.254.1.65"}}},
+        {wire.camera, {{"mac", "02:00:00:00:00:42"}, {"ip", "169.254.1.66"}}}};
     const test::EnvironmentFile board("LIOMOL_SOFTBOARD", kBoard);
-    writeFile("service.conf", "idle-limit = 1\n"); // the time of the stop is longer
+    writeFile("service.conf", "idle-limit = 1\n"); // the stop takes longer
     std::optional<test::ServiceProcess> service;
     {
         const NetNamespace::Inside inside(wire.host);
         service.emplace(QStringList{"--config", "service.conf", "--boards", "0"});
     }
     ASSERT_TRUE(service->answers());
-    for (const Child& child : children) {
-        child->go = true;
-    }
-    for (const Child& child : children) {
-        ASSERT_TRUE(eventually([&] { return child->ready.load(); }));
-        EXPECT_EQ(child->codes[0], 0);
-        EXPECT_EQ(child->codes[1], 0);
-        EXPECT_TRUE(child.stop());
-    }
+    common->go = true;
+    ASSERT_TRUE(eventually([&] { return common->ready == 2; }));
+    ASSERT_TRUE(stop(children[0]) && stop(children[1]));
+    bool isControlled[2] = {};
     for (int step = 0; step < 4; ++step) {
         const unsigned heard = cameras[0].kept();
         ASSERT_TRUE(eventually([&] { return cameras[0].kept() > heard; }));
-        for (SteppedCamera& camera : cameras) {
-            camera.pass(simcam::milliseconds(kPatience * 2 / 3));
+        for (std::size_t i = 0; i < 2; ++i) {
+            isControlled[i] = cameras[i].pass(simcam::milliseconds(kPatience * 2 / 3));
         }
     }
-    for (int i = 0; i < 2; ++i) {
-        SCOPED_TRACE(rows[i].seconds);
-        EXPECT_EQ(cameras[i].isControlled(), rows[i].isControlled);
-        children[i].goOn();
-        children[i]->wake = true;
-        ASSERT_TRUE(eventually([&] { return children[i]->done.load(); }));
-        EXPECT_EQ(children[i]->codes[2], rows[i].loss);
-        EXPECT_EQ(children[i]->codes[3], rows[i].written);
+    common->done = true;
+    for (std::size_t i = 0; i < 2; ++i) {
+        EXPECT_EQ(isControlled[i], rows[i].isControlled) << i;
+        kill(children[i].id(), SIGCONT);
+        children[i].wait();
+        EXPECT_EQ(std::vector<int>(common->of[i].codes, common->of[i].codes + 4), rows[i].codes) << i;
     }
-    EXPECT_EQ(cameras[1].kept(), 0U);
     expectBounds();
     EXPECT_EQ(service->stop().status, 0);
 }

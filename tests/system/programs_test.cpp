@@ -2,85 +2,18 @@
 // the same one. PROGRAMS_SECONDS in the environment makes the long look longer.
 #include "board/Board.h"
 #include "protocol/bootstrap.h"
-#include "support/net_namespace.h"
 #include "support/wired_camera.h"
+#include "system/children.h"
 #include "system/images.h"
 
-#include <sys/mman.h>
-#include <sys/wait.h>
-
-#include <atomic>
 #include <cstdlib>
-#include <functional>
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using test_support::NetNamespace;
 using test_support::VirtualWire;
 
-const char* const kBoard = "[board 0]\n[board 0 port 0]\ninterface = host0\n";
 constexpr unsigned char kLastBytes[] = {0x41, 0x42, 0x43, 0x44};
-
-// What the processes share.
-struct Common {
-    std::atomic<bool> go{false}; // the cameras are there
-    std::atomic<int> ready{0};
-    std::atomic<bool> done{false};
-    struct Result {
-        std::atomic<long> good{0};
-        std::atomic<long> failed{0};
-        std::atomic<long> wrong{0};
-        std::atomic<int> codes[8]{};
-    } of[4];
-};
-
-// A process that is made while this one has one thread, and begins its work when it is told to.
-class Child {
-public:
-    Child(Common& common, const NetNamespace& space, const std::function<void()>& work) {
-        m_process = fork();
-        if (m_process == 0) {
-            const NetNamespace::Inside inside(space);
-            while (!common.go) {
-                usleep(1000);
-            }
-            work();
-            _exit(0);
-        }
-    }
-    ~Child() {
-        if (m_process > 0) { // -1 would be everybody
-            kill(m_process, SIGKILL);
-        }
-        wait();
-    }
-    void wait() {
-        int status = 0;
-        m_process > 0 ? waitpid(std::exchange(m_process, -1), &status, 0) : 0;
-    }
-    pid_t id() const { return m_process; }
-
-private:
-    pid_t m_process;
-};
-
-// The board of this process, and the camera with a MAC address that ends so.
-struct Program {
-    explicit Program(unsigned char lastByte) {
-        std::string error;
-        softboard::loadConfiguration(kBoard, error);
-        const unsigned char mac[] = {2, 0, 0, 0, 0, lastByte};
-        const bool found = Gbe_initBoard(0, 0, &board) == 0 && Gbe_scanNetwork(board, 0, 0) == 0 &&
-                           Gbe_getCameraByMac(board, 0, mac, &camera) == 0;
-        if (!found) {
-            _exit(1);
-        }
-    }
-
-    BoardHandle* board = nullptr;
-    CameraHandle* camera = nullptr;
-};
 
 class ProgramsTest : public testing::Test {
 protected:
@@ -88,12 +21,7 @@ protected:
         if (!wire.error().empty()) {
             GTEST_SKIP() << wire.error();
         }
-        void* memory =
-            mmap(nullptr, sizeof(Common), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        ASSERT_NE(memory, MAP_FAILED);
-        common = new (memory) Common;
     }
-    void TearDown() override { munmap(common, sizeof(Common)); }
 
     // Cameras and service; from now on this process has threads.
     void begin(unsigned cameras, bool plain = true) {
@@ -108,7 +36,7 @@ protected:
     }
 
     VirtualWire wire;
-    Common* common = nullptr;
+    const CommonMemory common;
     std::vector<std::unique_ptr<WiredCamera>> stations;
     std::optional<FakeService> service;
 };
@@ -155,7 +83,7 @@ TEST_F(ProgramsTest, WithACameraEachGetTheirOwnAnswers) {
         SCOPED_TRACE(programs);
         stations.clear();
         service.reset();
-        new (common) Common;
+        new (&*common) Common;
         std::vector<std::unique_ptr<Child>> children;
         for (int i = 0; i < programs; ++i) {
             children.push_back(std::make_unique<Child>(
