@@ -4,7 +4,6 @@
 #include "api/refusals.h"
 #include "board/host_locks.h"
 #include "liomol/gige.h"
-#include "service/commands.h"
 #include "util/process.h"
 #include "util/status.h"
 
@@ -86,7 +85,7 @@ int Gbe_keepControlWhileStopped(CameraHandle* camera, unsigned seconds) {
     if (camera == nullptr) {
         return api::nullArgument("camera");
     }
-    if (seconds > kLongestKeep) {
+    if (seconds > KeepOrder::kLongest) {
         return api::refused(status::IllegalValue, "control is kept for 0 to 3600 seconds of a stop");
     }
     if (util::isForkedChild()) {

@@ -202,14 +202,6 @@ int cmdAsk(GbeTransmission& transmission, const char* request, std::string& repl
     return -EPROTO;
 }
 
-int cmdKeep(GbeTransmission& transmission, const KeepOrder& order, std::string& reply) {
-    const std::string request = "KEEP BOARD " + std::to_string(static_cast<unsigned>(order.board)) +
-                                " PORT " + std::to_string(order.port) + " CAMERA " + order.camera.text() +
-                                " AT " + order.cameraIp.text() + " FROM " + order.ip.text() + " " +
-                                std::to_string(order.udpPort) + " FOR " + std::to_string(order.seconds);
-    return cmdAsk(transmission, request.c_str(), reply);
-}
-
 int cmdOpen(GbeTransmission& transmission, const int& board, const unsigned& port, unsigned char* mac) {
     char request[kRequestSize];
     std::snprintf(request, sizeof request, "OPEN BOARD %u PORT %u", static_cast<unsigned>(board), port);

@@ -4,7 +4,6 @@
 #pragma once
 
 #include "protocol/addresses.h"
-#include "protocol/kept_control.h"
 
 #include <string>
 
@@ -43,22 +42,6 @@ bool cmdStatus(
 // `reply`,
 // '\n' between them; a negated errno when there is no whole reply.
 int cmdAsk(GbeTransmission& transmission, const char* request, std::string& reply);
-
-inline constexpr unsigned kLongestKeep = kept_control::kLongestStop; // seconds
-// What the service is to do for this process while that is stopped: keep its control of a camera.
-struct KeepOrder {
-    int board = 0;
-    unsigned port = 0;
-    net::Mac camera;
-    net::Ipv4 cameraIp;
-    net::Ipv4 ip; // that this process's commands come from
-    unsigned udpPort = 0;
-    unsigned seconds = 0; // of each stop, 1 to kLongestKeep
-
-    friend bool operator==(const KeepOrder&, const KeepOrder&) = default;
-};
-// As cmdAsk. After a 1 the service does it for as long as the transmission lives.
-int cmdKeep(GbeTransmission& transmission, const KeepOrder& order, std::string& reply);
 
 // The MAC address of a port, or the port that bears a MAC address: 0; -ENODEV when the service knows no such
 // port (410); -EIO when it cannot serve it (510); -EPROTO when the reply lacks what was asked; otherwise the
