@@ -1,15 +1,15 @@
 # Debian packages, one a component of what is installed; scripts/package builds them. Their version and their time are
 # those of the newest entry in the packaging changelog, so that two builds of one source are the same.
-set(LIOMOL_PACKAGING_CHANGELOG "${PROJECT_SOURCE_DIR}/packaging/changelog" CACHE FILEPATH "Debian changelog of the packages")
 if(NOT LIOMOL_PACKAGES)
     return()
 endif()
 
 set(packaging "${PROJECT_SOURCE_DIR}/packaging")
 set(made "${PROJECT_BINARY_DIR}/packaging")
-file(STRINGS "${LIOMOL_PACKAGING_CHANGELOG}" newest LIMIT_COUNT 1)
+set(changelog "${packaging}/changelog")
+file(STRINGS "${changelog}" newest LIMIT_COUNT 1)
 if(NOT newest MATCHES "^liomol \\(${PROJECT_VERSION}-([^)]+)\\)")
-    message(FATAL_ERROR "${LIOMOL_PACKAGING_CHANGELOG}: the newest entry, \"${newest}\", is not of version ${PROJECT_VERSION}")
+    message(FATAL_ERROR "${changelog}: the newest entry, \"${newest}\", is not of version ${PROJECT_VERSION}")
 endif()
 set(debian_revision "${CMAKE_MATCH_1}")
 
@@ -69,7 +69,7 @@ function(compress_into file source)
     execute_process(COMMAND gzip -9nf "${file}" COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 compress_into("${made}/changelog" "${PROJECT_SOURCE_DIR}/CHANGELOG.md")
-compress_into("${made}/changelog.Debian" "${LIOMOL_PACKAGING_CHANGELOG}")
+compress_into("${made}/changelog.Debian" "${changelog}")
 file(READ "${PROJECT_SOURCE_DIR}/LICENSE" license)
 string(REGEX REPLACE "^.*(Permission is hereby)" "\\1" license "${license}")
 string(REGEX REPLACE "\n+$" "" license "${license}")

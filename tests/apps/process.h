@@ -73,9 +73,9 @@ public:
             return seen.find(text) != seen.npos;
         });
     }
-    Outcome wait() {
+    Outcome wait(int deadlineMs = kDeadlineMs) {
         Outcome outcome;
-        if (m_process.state() == QProcess::NotRunning || m_process.waitForFinished(kDeadlineMs)) {
+        if (m_process.state() == QProcess::NotRunning || m_process.waitForFinished(deadlineMs)) {
             outcome.status = m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
         }
         outcome.out = m_process.readAllStandardOutput().toStdString();
