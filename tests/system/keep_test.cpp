@@ -126,12 +126,13 @@ void expectBounds() {
         {with("FOR", "FOR  "), "510 unknown request\n"},
         {good, "200 OK\n"},
         {good, "510 this connection keeps control already\n"},
-        {"COUNT BOARDS", "200-1\n200 OK\n"},
     };
     RawClient client;
     for (const auto& [request, reply] : rows) {
         EXPECT_EQ(client.ask(request), reply) << request;
     }
+    EXPECT_EQ(RawClient().line(), "") << "closed, because it asks for nothing";
+    EXPECT_EQ(client.ask("COUNT BOARDS"), "200-1\n200 OK\n") << "older, and open";
     std::vector<std::unique_ptr<RawClient>> more;
     std::string last = "200 OK\n";
     while (last == "200 OK\n" && more.size() < 100) {
@@ -166,7 +167,7 @@ TEST(Keep, ControlLastsThroughABreakpointForWhoAskedForIt) {
         {wire.camera, {{"mac", "02:00:00:00:00:41"}, {"ip", "169.254.1.65"}}},
         {wire.camera, {{"mac", "02:00:00:00:00:42"}, {"ip", "169.254.1.66"}}}};
     const test::EnvironmentFile board("LIOMOL_SOFTBOARD", kBoard);
-    writeFile("service.conf", "idle-limit = 1\n"); // the stop takes longer
+    writeFile("service.conf", "idle-limit = 4\n");
     std::optional<test::ServiceProcess> service;
     {
         const NetNamespace::Inside inside(wire.host);
