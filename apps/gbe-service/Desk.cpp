@@ -24,7 +24,7 @@ QByteArray line(const std::string& text) {
 
 } // namespace
 
-Desk::Desk(Settings settings, AddressBook addresses, std::function<void()> changed)
+Desk::Desk(Settings settings, AddressBook addresses, const std::function<void()>& changed)
     : m_settings(std::move(settings)), m_addresses(std::move(addresses)) {
     const bool expected = !m_settings.boards.empty();
     for (unsigned board = 0; board < kBoards; ++board) {

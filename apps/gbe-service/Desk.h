@@ -24,7 +24,7 @@ struct Ticket {
 class Desk {
 public:
     // `changed` is called by the boards' threads whenever a request that waits is worth another try.
-    Desk(Settings settings, AddressBook addresses, std::function<void()> changed);
+    Desk(Settings settings, AddressBook addresses, const std::function<void()>& changed);
 
     // The lines of the reply, each with its end; nothing while the request must wait for a board.
     std::optional<QByteArray> answer(const Request& request, Ticket& ticket);
