@@ -41,6 +41,8 @@ endif()
 option(LIOMOL_REPRODUCIBLE "Leave the names of the source's and the build's folders out of what is built" OFF)
 if(LIOMOL_REPRODUCIBLE)
     add_compile_options("-ffile-prefix-map=${CMAKE_BINARY_DIR}=build" "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.")
+    # Programs find the library beside them; the name of its folder would stay in them, blanked, by its length.
+    set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 endif()
 
 # What every target of the project compiles with.
