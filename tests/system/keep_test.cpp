@@ -87,6 +87,7 @@ void work(unsigned char lastByte, unsigned seconds, Common& common, Common::Resu
     Gbe_getControlStatus(program.camera, &status);
     result.codes[2] = status.loss;
     result.codes[3] = Gbe_setIntegerValue(program.camera, "Number", 5);
+    Gbe_freeBoard(program.board);
 }
 
 bool stop(const Child& child) {
