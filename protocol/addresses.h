@@ -20,6 +20,9 @@ struct Mac {
 
     // Six pairs of hexadecimal digits of either case joined by colons, and nothing else.
     static constexpr std::optional<Mac> parse(std::string_view text);
+    // A number with the first byte in bits 47 to 40; higher ones do not count.
+    static constexpr Mac fromNumber(std::uint64_t number);
+    constexpr std::uint64_t number() const;
     // Copies six bytes.
     static constexpr Mac at(const unsigned char* bytes);
     // Lower-case digits.
@@ -147,6 +150,22 @@ constexpr Mac Mac::at(const unsigned char* bytes) {
         mac.bytes[i] = bytes[i];
     }
     return mac;
+}
+
+constexpr Mac Mac::fromNumber(std::uint64_t number) {
+    Mac mac;
+    for (std::size_t i = size(); i-- > 0; number >>= 8) {
+        mac.bytes[i] = static_cast<std::uint8_t>(number);
+    }
+    return mac;
+}
+
+constexpr std::uint64_t Mac::number() const {
+    std::uint64_t number = 0;
+    for (const std::uint8_t byte : bytes) {
+        number = number << 8 | byte;
+    }
+    return number;
 }
 
 inline std::string Mac::text() const {

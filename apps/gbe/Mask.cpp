@@ -189,7 +189,8 @@ std::string Mask::value(const std::string& feature, const std::string& text) {
         return this->text(text);
     }
     const std::string changed = this->text(text);
-    return changed != text || text == "0" ? changed : word(found->kind, text);
+    const bool isAddress = Ipv4::parse(text) || Mac::parse(text); // what is left of those is nobody's
+    return changed != text || text == "0" || isAddress ? changed : word(found->kind, text);
 }
 
 void Mask::macAt(Bytes bytes) {

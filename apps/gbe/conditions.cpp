@@ -1,6 +1,7 @@
 #include "gbe/conditions.h"
 
 #include "gbe/Failure.h"
+#include "gbe/addresses.h"
 
 #include <charconv>
 #include <optional>
@@ -12,8 +13,14 @@ namespace {
 // The longer ones first, since they begin like the others.
 constexpr std::string_view kComparisons[] = {"!=", "<=", ">=", "=", "<", ">"};
 
-// With a point in every locale; 0x... is a number, too.
+// With a point in every locale; 0x... is a number, too, and so are addresses.
 std::optional<double> numberOf(std::string_view text) {
+    if (const auto ip = Ipv4::parse(text)) {
+        return ip->number();
+    }
+    if (const auto mac = Mac::parse(text)) {
+        return static_cast<double>(mac->number());
+    }
     const bool isHex = text.starts_with("0x");
     double value = 0;
     const char* const end = text.data() + text.size();

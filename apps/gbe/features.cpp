@@ -1,6 +1,7 @@
 #include "features.h"
 
 #include "Failure.h"
+#include "addresses.h"
 #include "numbers.h"
 
 #include "liomol/features.h"
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <optional>
 #include <set>
 #include <thread>
 
@@ -52,11 +54,10 @@ void writeBytes(CameraHandle* camera, const std::string& name, const std::string
         Gbe_setRegisterBytes(camera, name.c_str(), bytes.constData(), static_cast<unsigned>(bytes.size())));
 }
 
-std::string integerText(CameraHandle* camera, const std::string& name, long long value) {
+int representationOf(CameraHandle* camera, const std::string& name) {
     GbeFeatureInfo info{};
-    const bool isHex = Gbe_getFeatureInfo(camera, name.c_str(), &info) == GBE_SUCCESS &&
-                       info.representation == GBE_REPRESENTATION_HEX_NUMBER;
-    return isHex ? hexText(static_cast<unsigned long long>(value)) : std::to_string(value);
+    return Gbe_getFeatureInfo(camera, name.c_str(), &info) == GBE_SUCCESS ? info.representation
+                                                                          : GBE_REPRESENTATION_NOT_GIVEN;
 }
 
 std::string unitOf(CameraHandle* camera, const std::string& name) {
@@ -83,7 +84,22 @@ Quantity parseNumber(CameraHandle* camera, const std::string& name, const std::s
     return {*number, quantity->unit == unit ? quantity->integer : std::nullopt, ""};
 }
 
+// Of a feature that is shown as one; nothing for any other text.
+std::optional<long long>
+parseAddress(CameraHandle* camera, const std::string& name, const std::string& text) {
+    const auto ip = Ipv4::parse(text);
+    const auto mac = Mac::parse(text);
+    const int wanted = ip ? GBE_REPRESENTATION_IPV4_ADDRESS : GBE_REPRESENTATION_MAC_ADDRESS;
+    if ((!ip && !mac) || representationOf(camera, name) != wanted) {
+        return std::nullopt;
+    }
+    return ip ? static_cast<long long>(ip->number()) : static_cast<long long>(mac->number());
+}
+
 long long parseInteger(CameraHandle* camera, const std::string& name, const std::string& text) {
+    if (const auto address = parseAddress(camera, name, text)) {
+        return *address;
+    }
     constexpr double kExact = 9007199254740992.0; // up to here every integer is a double
     const Quantity quantity = parseNumber(camera, name, text);
     if (quantity.integer) {
@@ -208,6 +224,18 @@ int featureKind(CameraHandle* camera, const std::string& name) {
         throw Failure(name, code);
     }
     return kind;
+}
+
+std::string integerText(CameraHandle* camera, const std::string& name, long long value) {
+    constexpr auto kIps = 1ULL << 32;
+    constexpr auto kMacs = 1ULL << 48;
+    const auto bits = static_cast<unsigned long long>(value);
+    const int representation = representationOf(camera, name);
+    return representation == GBE_REPRESENTATION_HEX_NUMBER ? hexText(bits)
+           : representation == GBE_REPRESENTATION_IPV4_ADDRESS && bits < kIps
+               ? Ipv4::fromNumber(static_cast<std::uint32_t>(bits)).text()
+           : representation == GBE_REPRESENTATION_MAC_ADDRESS && bits < kMacs ? Mac::fromNumber(bits).text()
+                                                                              : std::to_string(value);
 }
 
 std::string readText(CameraHandle* camera, const std::string& name) {

@@ -32,15 +32,18 @@ void readAhead(CameraHandle* camera, const std::vector<std::string>& names);
 // These throw Failure with the feature's name.
 
 int featureKind(CameraHandle* camera, const std::string& name);
-// As it is set: numbers with all their digits, or 0x... where the description wants them shown so; true and
-// false; the bytes of a register as 0x and two digits each.
+// As it is set: numbers with all their digits, or 0x... or an address where the description wants them shown
+// so; true and false; the bytes of a register as 0x and two digits each.
 std::string readText(CameraHandle* camera, const std::string& name);
+// A value of this feature, as readText would give it.
+std::string integerText(CameraHandle* camera, const std::string& name, long long value);
 // A value for a table: a long one is cut.
 std::string shortened(const std::string& value);
 // Numbers and booleans as such, everything else as text.
 QJsonValue readJson(CameraHandle* camera, const std::string& name);
-// Numbers may be hexadecimal (0x...), or have a unit that can be changed into the feature's; booleans are
-// true, false, 1 or 0; enumerations take an entry's name, registers their bytes as readText gives them.
+// Numbers may be hexadecimal (0x...) or, where they are shown so, addresses, or have a unit that can be
+// changed into the feature's; booleans are true, false, 1 or 0; enumerations take an entry's name, registers
+// their bytes as readText gives them.
 void writeText(CameraHandle* camera, const std::string& name, const std::string& value);
 
 struct Setting {

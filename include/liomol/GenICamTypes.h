@@ -46,6 +46,8 @@ struct GenICamTypes {
         PureNumber = 4,
         HexNumber = 5,
     };
+    // The two representations that make an address of a number; GenICamRepresentationType has none for them.
+    enum class GenICamAddressType { NotGiven = 0, IPV4Address = 1, MACAddress = 2 };
     enum class GenICamSignType { NotGiven = 0, Signed = 1, Unsigned = 2 };
     enum class GenICamEndianessType { NotGiven = 0, LittleEndian = 1, BigEndian = 2 };
     enum class GenICamSlopeType { NotGiven = 0, Increasing = 1, Decreasing = 2, Varying = 3, Automatic = 4 };

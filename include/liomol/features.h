@@ -39,7 +39,9 @@ typedef enum GbeRepresentation {
     GBE_REPRESENTATION_LOGARITHMIC = 2,
     GBE_REPRESENTATION_BOOLEAN = 3,
     GBE_REPRESENTATION_PURE_NUMBER = 4,
-    GBE_REPRESENTATION_HEX_NUMBER = 5
+    GBE_REPRESENTATION_HEX_NUMBER = 5,
+    GBE_REPRESENTATION_IPV4_ADDRESS = 6, /* of the lowest 32 bits, the first byte on top */
+    GBE_REPRESENTATION_MAC_ADDRESS = 7   /* of the lowest 48 bits, the first byte on top */
 } GbeRepresentation;
 
 /* What a feature is, and what may be done with it now. */

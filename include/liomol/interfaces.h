@@ -70,6 +70,9 @@ public:
     virtual std::int64_t getMax() = 0;
     virtual std::int64_t getInc() = 0;
     virtual GenICamTypes::GenICamRepresentationType getRepresentation() const = 0;
+    // Of a number that is shown as an address, whose first byte is on top: the lowest 32 bits are an IP
+    // address, the lowest 48 a MAC address.
+    virtual GenICamTypes::GenICamAddressType getAddressType() const = 0;
     virtual ImplGenICamIntegerInterfaceSignals* getIntegerSignals() = 0;
     ~GenICamIntegerInterface() override;
 };

@@ -10,6 +10,7 @@ namespace {
 
 using tavo::GenICamNode;
 using AccessMode = tavo::GenICamTypes::GenICamAccessModeType;
+using AddressType = tavo::GenICamTypes::GenICamAddressType;
 using Representation = tavo::GenICamTypes::GenICamRepresentationType;
 using Visibility = tavo::GenICamTypes::GenICamVisibilityType;
 
@@ -34,12 +35,14 @@ int accessNow(GenICamNode& node) {
     return node.isAvailable() ? static_cast<int>(node.getAccessMode()) : GBE_ACCESS_NOT_AVAILABLE;
 }
 
-Representation representationOf(GenICamNode& node) {
+int representationOf(GenICamNode& node) {
     if (const auto* const integer = node.asInteger()) {
-        return integer->getRepresentation();
+        return integer->getAddressType() == AddressType::IPV4Address  ? GBE_REPRESENTATION_IPV4_ADDRESS
+               : integer->getAddressType() == AddressType::MACAddress ? GBE_REPRESENTATION_MAC_ADDRESS
+                                                                      : int(integer->getRepresentation());
     }
     const auto* const real = node.asFloat();
-    return real != nullptr ? real->getRepresentation() : Representation::NotGiven;
+    return real != nullptr ? int(real->getRepresentation()) : GBE_REPRESENTATION_NOT_GIVEN;
 }
 
 const std::string& unitOf(GenICamNode& node) {

@@ -122,6 +122,7 @@ void readStatement(LineReader& line, Statement& statement) {
     statement.name = line.takeName();
     if (line.take("\t")) {
         statement.value = line.takeVerbatim(kMaxValue);
+        statement.isText = !isBare(statement.value);
         return;
     }
     const bool hasBlank = line.rest().starts_with(' ');
@@ -135,6 +136,7 @@ void readStatement(LineReader& line, Statement& statement) {
     line.skipBlanks();
     const bool isQuoted = line.rest().starts_with('"');
     statement.value = line.takeValue({}, kMaxValue);
+    statement.isText = isQuoted || !isBare(statement.value);
     if (isQuoted) {
         line.expectEnd("the closing quotation mark");
     }
@@ -157,7 +159,7 @@ public:
         if (m_document.size() == kMaxStatements) {
             line.fail("more than " + std::to_string(kMaxStatements) + " values");
         }
-        Statement statement{m_number, m_place, {}, {}, false};
+        Statement statement{m_number, m_place, {}, {}, false, false};
         readStatement(line, statement);
         m_document.push_back(std::move(statement));
     }
@@ -207,8 +209,12 @@ Document parse(std::string_view text) {
     return reader.take();
 }
 
+std::string valueText(const Statement& statement) {
+    return statement.isText ? quoted(statement.value) : quotedIfNeeded(statement.value);
+}
+
 std::string statementLine(const Statement& statement) {
-    return statement.name + (statement.ifUnlocked ? "?=" : "=") + quotedIfNeeded(statement.value);
+    return statement.name + (statement.ifUnlocked ? "?=" : "=") + valueText(statement);
 }
 
 std::string placeLine(const Place& place) {

@@ -39,10 +39,11 @@ struct Statement {
     std::string name;
     std::string value;
     bool ifUnlocked = false; // "?=": it was locked when it was saved, and may be so again
+    bool isText = false;     // in quotation marks: no number, whatever it looks like
 
     bool operator==(const Statement& other) const {
         return *place == *other.place && name == other.name && value == other.value &&
-               ifUnlocked == other.ifUnlocked;
+               ifUnlocked == other.ifUnlocked && isText == other.isText;
     }
 };
 
@@ -65,6 +66,8 @@ Document parse(std::string_view text);
 // What parse reads as the same document, a line for each statement and each change of place.
 std::string write(const Document& document);
 
+// The value as it stands behind "=".
+std::string valueText(const Statement& statement);
 // The two kinds of line, for who writes comments between them.
 std::string statementLine(const Statement& statement);
 std::string placeLine(const Place& place);

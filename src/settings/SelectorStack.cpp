@@ -7,7 +7,7 @@ namespace settings {
 namespace {
 
 void setPosition(tavo::GenICamNode& node, const std::string& position) {
-    if (!sameValue(readText(node), position)) {
+    if (!sameValue(node, readText(node), position)) {
         writeText(node, position);
     }
 }

@@ -1,7 +1,6 @@
 #include "settings/compare.h"
 
 #include "settings/value_text.h"
-#include "settings/words.h"
 
 #include <map>
 #include <utility>
@@ -34,8 +33,12 @@ std::map<Key, const Statement*> indexOf(const Document& document) {
     return index;
 }
 
+bool isSame(const Statement& a, const Statement& b) {
+    return a.isText || b.isText ? a.value == b.value : sameValue(a.value, b.value);
+}
+
 std::string line(const Key& key, const Statement* a, const Statement* b) {
-    const auto shown = [](const Statement* one) { return one != nullptr ? quotedIfNeeded(one->value) : ""; };
+    const auto shown = [](const Statement* one) { return one != nullptr ? valueText(*one) : ""; };
     return key.first + (key.second > 1 ? " (" + std::to_string(key.second) + ")" : "") + '\t' + shown(a) +
            '\t' + shown(b) + '\n';
 }
@@ -50,7 +53,7 @@ std::string compare(const Document& a, const Document& b) {
         const Key key = keys.keyOf(statement);
         const auto found = others.find(key);
         const Statement* const other = found != others.end() ? found->second : nullptr;
-        if (other == nullptr || !sameValue(statement.value, other->value)) {
+        if (other == nullptr || !isSame(statement, *other)) {
             differences += line(key, &statement, other);
         }
         if (found != others.end()) {

@@ -178,7 +178,7 @@ private:
         }
         const bool canRead = node.getAccessMode() != AccessMode::WO;
         const std::string current = canRead ? readText(node) : "";
-        if (canRead ? sameValue(current, target.wanted()) : target.accepted.has_value()) {
+        if (canRead ? sameValue(node, current, target.wanted()) : target.accepted.has_value()) {
             target.accepted = target.wanted();
             return false;
         }
@@ -192,7 +192,7 @@ private:
         }
         writeText(node, target.wanted());
         target.accepted = canRead ? readText(node) : target.wanted();
-        return canRead && !sameValue(*target.accepted, current);
+        return canRead && !sameValue(node, *target.accepted, current);
     }
 
     static void remember(Target& target, const Refusal& refusal) {
@@ -251,7 +251,7 @@ std::string remark(const Target& target, Mode mode, Loaded& counts) {
                (target.refusal ? std::string("; now: ") + target.refusal->what() : "");
     }
     ++(target.isChanged ? counts.changed : counts.same);
-    if (!target.accepted || nearlySameValue(*target.accepted, target.wanted())) {
+    if (!target.accepted || nearlySameValue(*target.node, *target.accepted, target.wanted())) {
         return {};
     }
     ++counts.different;

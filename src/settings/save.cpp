@@ -203,7 +203,8 @@ private:
     }
 
     void addStatement(GenICamNode& feature, const Place& place) {
-        Statement statement{0, nullptr, feature.getName(), readText(feature), false};
+        Statement statement{0, nullptr, feature.getName(), readText(feature), false, false};
+        statement.isText = holdsText(feature) && looksLikeNumber(statement.value);
         if (statement.value.size() > kMaxValue) {
             throw Refusal(status::IllegalValue, "its text is too long for a file");
         }

@@ -1,6 +1,7 @@
 #include "settings/value_text.h"
 
 #include "liomol/exceptions.h"
+#include "protocol/addresses.h"
 #include "settings/words.h"
 #include "util/number_text.h"
 #include "util/status.h"
@@ -17,6 +18,7 @@ namespace settings {
 namespace {
 
 using tavo::GenICamNode;
+using AddressType = tavo::GenICamTypes::GenICamAddressType;
 using Bytes = std::vector<unsigned char>;
 
 constexpr std::int64_t kMaxRegister = 64 << 10; // bytes
@@ -44,6 +46,20 @@ std::optional<std::int64_t> integerOf(std::string_view text) {
         return std::nullopt;
     }
     return static_cast<std::int64_t>(minus ? 0 - read.value : read.value);
+}
+
+// 192.168.0.1, 02:00:00:00:00:0a
+std::optional<std::int64_t> addressOf(std::string_view text) {
+    if (const auto ip = net::Ipv4::parse(text)) {
+        return ip->number();
+    }
+    const auto mac = net::Mac::parse(text);
+    return mac ? std::optional(static_cast<std::int64_t>(mac->number())) : std::nullopt;
+}
+
+std::optional<std::int64_t> integerOrAddressOf(std::string_view text) {
+    const auto integer = integerOf(text);
+    return integer ? integer : addressOf(text);
 }
 
 std::optional<double> floatOf(std::string_view text) {
@@ -106,9 +122,24 @@ std::string hexText(const Bytes& bytes) {
     return text;
 }
 
+// Empty for what is shown as no address, and for what is none.
+std::string addressText(tavo::GenICamIntegerInterface& node, std::int64_t value) {
+    const bool isMac = node.getAddressType() == AddressType::MACAddress;
+    const std::int64_t end = std::int64_t{1} << 8 * (isMac ? net::kMacSize : net::kIpSize);
+    if (node.getAddressType() == AddressType::NotGiven || value < 0 || value >= end) {
+        return {};
+    }
+    const auto number = static_cast<std::uint64_t>(value);
+    return isMac ? net::Mac::fromNumber(number).text()
+                 : net::Ipv4::fromNumber(static_cast<std::uint32_t>(number)).text();
+}
+
 std::string integerText(tavo::GenICamIntegerInterface& node) {
     using Representation = tavo::GenICamTypes::GenICamRepresentationType;
     const std::int64_t value = node.getValue();
+    if (const std::string text = addressText(node, value); !text.empty()) {
+        return text;
+    }
     if (value < 0 || node.getRepresentation() != Representation::HexNumber) {
         return std::to_string(value);
     }
@@ -213,7 +244,10 @@ struct Take {
     bool isWanted;
 
     void operator()(tavo::GenICamIntegerInterface& node) const {
-        const std::int64_t value = required(integerOf(text), text, "integer");
+        const bool isAddress = node.getAddressType() != AddressType::NotGiven;
+        const std::int64_t value = isAddress
+                                       ? required(integerOrAddressOf(text), text, "address, nor an integer")
+                                       : required(integerOf(text), text, "integer");
         isWanted ? node.setValue(value) : void();
     }
     void operator()(tavo::GenICamFloatInterface& node) const {
@@ -261,11 +295,17 @@ void writeText(GenICamNode& node, const std::string& text) {
     refusing([&] { withValue(node, Take{text, true}); });
 }
 
+bool holdsText(GenICamNode& node) {
+    const bool isNumber =
+        node.asInteger() != nullptr || node.asFloat() != nullptr || node.asBoolean() != nullptr;
+    return !isNumber && (node.asString() != nullptr || node.asEnumeration() != nullptr);
+}
+
 bool sameValue(std::string_view a, std::string_view b) {
     if (a == b) {
         return true;
     }
-    if (const auto first = integerOf(a), second = integerOf(b); first && second) {
+    if (const auto first = integerOrAddressOf(a), second = integerOrAddressOf(b); first && second) {
         return *first == *second;
     }
     if (const auto first = floatOf(a), second = floatOf(b); first && second) {
@@ -275,12 +315,22 @@ bool sameValue(std::string_view a, std::string_view b) {
     return first && first == booleanOf(b);
 }
 
-bool nearlySameValue(std::string_view a, std::string_view b) {
+bool looksLikeNumber(std::string_view text) {
+    return integerOrAddressOf(text) || floatOf(text) || booleanOf(text);
+}
+
+bool sameValue(GenICamNode& node, std::string_view a, std::string_view b) {
+    return a == b || (!holdsText(node) && sameValue(a, b));
+}
+
+bool nearlySameValue(GenICamNode& node, std::string_view a, std::string_view b) {
     constexpr double kNear = 1e-6;
+    if (sameValue(node, a, b) || node.asInteger() != nullptr || node.asFloat() == nullptr) {
+        return sameValue(node, a, b);
+    }
     const auto first = floatOf(a);
     const auto second = floatOf(b);
-    return sameValue(a, b) || (first && second && !integerOf(a) && !integerOf(b) &&
-                               std::abs(*first - *second) <= kNear * std::abs(*first));
+    return first && second && std::abs(*first - *second) <= kNear * std::abs(*first);
 }
 
 } // namespace settings

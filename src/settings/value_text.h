@@ -39,7 +39,7 @@ template<typename Work> auto refusing(Work&& work) {
 // Whether a feature has a value that a file can hold: a command and a category have none.
 bool hasValue(tavo::GenICamNode& node);
 
-// These throw Refusal. Decimal integers, or 0x... where the description wants
+// These throw Refusal. Decimal integers, or 0x... or an address where the description wants
 // them shown so; as many digits of a float as tell it from all others; true and false; an entry's name; the
 // bytes of a register as 0x and two digits each.
 std::string readText(tavo::GenICamNode& node);
@@ -49,9 +49,17 @@ void checkText(tavo::GenICamNode& node, const std::string& text);
 // Sets the feature.
 void writeText(tavo::GenICamNode& node, const std::string& text);
 
-// Whether two texts mean the same value: 16 and 0x10, 1.5 and 1.50, true and 1.
+// Whether a feature's value is a text, so that "007" and "7" are two.
+bool holdsText(tavo::GenICamNode& node);
+
+// Whether two texts mean the same value where nothing is known of the feature: 16 and 0x10, 1.5 and 1.50,
+// true and 1, 192.168.0.1 and 0xc0a80001.
 bool sameValue(std::string_view a, std::string_view b);
+// Whether a text means the same as another one may mean.
+bool looksLikeNumber(std::string_view text);
+// Of this feature.
+bool sameValue(tavo::GenICamNode& node, std::string_view a, std::string_view b);
 // The same, or nearer than the digits of a small float tell.
-bool nearlySameValue(std::string_view a, std::string_view b);
+bool nearlySameValue(tavo::GenICamNode& node, std::string_view a, std::string_view b);
 
 } // namespace settings

@@ -37,20 +37,6 @@ std::size_t characterLength(std::string_view text) {
     return bad ? 0 : length;
 }
 
-bool isBare(std::string_view value) {
-    if (value.empty() || isBlank(value.front()) || isBlank(value.back()) || value.front() == '"') {
-        return false;
-    }
-    while (!value.empty()) {
-        const std::size_t length = characterLength(value);
-        if (length == 0 || isControl(value.front())) {
-            return false;
-        }
-        value.remove_prefix(length);
-    }
-    return true;
-}
-
 void appendEscaped(std::string& text, char c) {
     for (const auto& [letter, meaning] : kEscapes) {
         if (c == meaning) {
@@ -93,6 +79,20 @@ std::string_view trimmed(std::string_view text) {
         text.remove_suffix(1);
     }
     return text;
+}
+
+bool isBare(std::string_view value) {
+    if (value.empty() || isBlank(value.front()) || isBlank(value.back()) || value.front() == '"') {
+        return false;
+    }
+    while (!value.empty()) {
+        const std::size_t length = characterLength(value);
+        if (length == 0 || isControl(value.front())) {
+            return false;
+        }
+        value.remove_prefix(length);
+    }
+    return true;
 }
 
 std::string quotedIfNeeded(std::string_view value) {

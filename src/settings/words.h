@@ -21,6 +21,9 @@ constexpr bool isNameCharacter(char c) {
 // Without the blanks around it.
 std::string_view trimmed(std::string_view text);
 
+// Whether a value reads as the same without quotation marks.
+bool isBare(std::string_view value);
+
 // Bare where that reads as the same; otherwise in quotation marks, with \n, \r, \t, \", \\ and, for the other
 // control characters and for bytes that are no UTF-8, \xHH. Never holds a line break.
 std::string quotedIfNeeded(std::string_view value);

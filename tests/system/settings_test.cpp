@@ -223,6 +223,17 @@ TEST_F(SettingsTest, LoadsWhatPeopleAndOtherToolsWriteAndSaysWhatItCouldNot) {
          GBE_LOAD_VERIFY,
          "",
          {3, 1, 2, 0, 0, 0}},
+        {"addresses, and texts that look like numbers",
+         "GevPersistentIPAddress=192.168.7.9\nGevPersistentDefaultGateway=0xC0A80701\nDeviceUserID=007\n"
+         "Width=1.2.3.4\n",
+         GBE_LOAD_VERIFY,
+         "line 4: Width: illegal value (-40006): \"1.2.3.4\" is no integer\n",
+         {4, 0, 3, 1, 0, 0}},
+        {"in other words",
+         "GevPersistentIPAddress=3232237321\nGevPersistentDefaultGateway=192.168.7.1\nDeviceUserID=7\n",
+         0,
+         "",
+         {3, 2, 1, 0, 0, 0}},
         {"a position that there is not",
          "[TriggerSelector=LineStart]\nTriggerMode=Off\n",
          0,
@@ -281,7 +292,58 @@ TEST_F(SettingsTest, ComparesFilesAndTheCamera) {
         compare(file, nullptr), AllOf(
                                     HasSubstr("TriggerDelay[TriggerSelector=FrameBurstStart]\t0\t13\n"),
                                     HasSubstr("GammaEnable\tfalse\ttrue\n"), HasSubstr("\nGamma\t\t1\n")));
+    EXPECT_EQ(
+        compare(
+            "A=\"007\"\nB=\"1\"\nC=10.0.0.1\nD=02:00:00:00:00:0a",
+            "A=\"7\"\nB=1\nC=0xA000001\nD=2199023255562"),
+        "A\t\"007\"\t\"7\"\n");
     EXPECT_EQ(compare("A=16\nB=\"\"\nB=x y\nC=1.50", "C=1.5\nA 0x10\nB=\"\"\n"), "B (2)\tx y\t\n");
+}
+
+TEST(SettingsOfKinds, AddressesAndTextsComeBackAsTheyWere) {
+    auto settings = plainCamera();
+    std::string& description = settings.at("description-text");
+    const std::string end = "</RegisterDescription>";
+    description.replace(description.find(end), end.npos, R"(
+  <StringReg Name="Label"><Streamable>Yes</Streamable><Address>0x10010</Address><Length>16</Length>
+    <AccessMode>RW</AccessMode><pPort>Device</pPort></StringReg>
+  <Integer Name="Peer"><Streamable>Yes</Streamable><Value>0</Value>
+    <Representation>IPV4Address</Representation></Integer>
+  <Integer Name="Station"><Streamable>Yes</Streamable><Value>0</Value>
+    <Representation>MACAddress</Representation></Integer>
+  <Integer Name="Mask"><Streamable>Yes</Streamable><Value>0</Value>
+    <Representation>HexNumber</Representation></Integer>)" + end);
+    Session session;
+    const auto station = session.rig.hang(0, 0, settings);
+    CameraHandle* const camera = session.connectFirst();
+    const auto saved = [&] {
+        std::string text(4096, '\0');
+        unsigned size = 4096;
+        EXPECT_EQ(Gbe_saveSettings(camera, 0, text.data(), &size), 0);
+        return std::string(text.c_str());
+    };
+    const auto set = [&](long long peer, long long other, const char* label) {
+        EXPECT_EQ(Gbe_setIntegerValue(camera, "Peer", peer), 0);
+        EXPECT_EQ(Gbe_setIntegerValue(camera, "Station", other), 0);
+        EXPECT_EQ(Gbe_setIntegerValue(camera, "Mask", other), 0);
+        EXPECT_EQ(Gbe_setStringValue(camera, "Label", label), 0);
+    };
+    set(0xC0A80009, 0x02000000000A, "1.50");
+    const std::string file = saved();
+    EXPECT_THAT(
+        file, AllOf(
+                  HasSubstr("\nLabel=\"1.50\"\n"), HasSubstr("\nPeer=192.168.0.9\n"),
+                  HasSubstr("\nStation=02:00:00:00:00:0a\n"), HasSubstr("\nMask=0x2000000000a\n")));
+    set(-1, 1LL << 48, "1.5");
+    EXPECT_THAT(saved(), AllOf(HasSubstr("\nPeer=-1\n"), HasSubstr("\nStation=281474976710656\n")));
+    GbeLoadCounts counts{};
+    EXPECT_EQ(
+        Gbe_loadSettings(
+            camera, file.data(), static_cast<unsigned>(file.size()), GBE_LOAD_VERIFY, &counts, nullptr),
+        0);
+    EXPECT_EQ(counts.changed, 4U);
+    EXPECT_EQ(saved(), file);
+    Gbe_freeCamera(camera);
 }
 
 } // namespace

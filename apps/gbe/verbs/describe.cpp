@@ -149,7 +149,9 @@ void Description::tellLimits() {
     double most = 0;
     if (m_kind == GBE_KIND_INTEGER &&
         Gbe_getIntegerLimits(m_camera, name, &min, &max, &increment) == GBE_SUCCESS) {
-        tell("Limits", std::to_string(min) + " to " + std::to_string(max), "min", static_cast<qint64>(min));
+        tell(
+            "Limits", integerText(m_camera, m_name, min) + " to " + integerText(m_camera, m_name, max), "min",
+            static_cast<qint64>(min));
         tell("", "", "max", static_cast<qint64>(max));
         tell("Increment", std::to_string(increment), "increment", static_cast<qint64>(increment));
     } else if (m_kind == GBE_KIND_FLOAT && Gbe_getFloatLimits(m_camera, name, &least, &most) == GBE_SUCCESS) {

@@ -44,7 +44,7 @@ std::string limitsText(CameraHandle* camera, const std::string& name) {
     switch (featureKind(camera, name)) {
     case GBE_KIND_INTEGER:
         check(name, Gbe_getIntegerLimits(camera, name.c_str(), &low, &high, nullptr));
-        return std::to_string(low) + " to " + std::to_string(high);
+        return integerText(camera, name, low) + " to " + integerText(camera, name, high);
     case GBE_KIND_FLOAT:
         check(name, Gbe_getFloatLimits(camera, name.c_str(), &least, &most));
         return numberText(least) + " to " + numberText(most);
@@ -84,7 +84,7 @@ void printChange(CameraHandle* camera, const std::string& name, const FeatureCha
     std::printf(
         "%s  %s%s  %s\n", time.toString("HH:mm:ss.zzz").toUtf8().constData(),
         common::terminalText(name).c_str(), what.c_str(), common::terminalText(text).c_str());
-    std::fflush(stdout);
+    flushOutput();
 }
 
 struct WatchRequest {

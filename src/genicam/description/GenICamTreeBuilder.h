@@ -129,6 +129,8 @@ public:
     static GenICamTypes::GenICamAccessModeType parseAccessMode(std::string_view text);
     static GenICamTypes::GenICamVisibilityType parseVisibility(std::string_view text);
     static GenICamTypes::GenICamRepresentationType parseRepresentation(std::string_view text);
+    // The representations that the former does not know.
+    static GenICamTypes::GenICamAddressType parseAddressType(std::string_view text);
     static GenICamTypes::GenICamSlopeType parseSlope(std::string_view text);
     // "true" is true, an empty text the default, everything else false.
     static bool parseBoolean(std::string_view text, bool defaultValue);

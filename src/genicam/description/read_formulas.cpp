@@ -27,8 +27,7 @@ using tavo::ImplGenICamSwissKnife;
 namespace {
 
 template<class Kind>
-constexpr Literal<Kind> kRepresentationLiteral = {
-    "Representation", keyword<&Kind::setRepresentation, &Builder::parseRepresentation>};
+constexpr Literal<Kind> kRepresentationLiteral = {"Representation", representation<Kind>};
 
 constexpr Literal<ImplGenICamSwissKnife> kSwissKnifeLiterals[] = {
     kRepresentationLiteral<ImplGenICamSwissKnife>,

@@ -183,6 +183,14 @@ void keyword(Kind& node, std::string_view content) {
     (node.*setter)(value != decltype(value)::NotGiven ? value : missing);
 }
 
+// Of integers, also the two that make an address of the number.
+template<class Kind> void representation(Kind& node, std::string_view content) {
+    keyword<&Kind::setRepresentation, &Builder::parseRepresentation>(node, content);
+    if constexpr (requires { &Kind::setAddressType; }) {
+        keyword<&Kind::setAddressType, &Builder::parseAddressType>(node, content);
+    }
+}
+
 template<auto setter, class Kind> void reference(Kind& node, Node* target) {
     (node.*setter)(target);
 }

@@ -32,7 +32,7 @@ static_assert(isAscending(kRegisterReferences));
 
 constexpr Literal<ImplGenICamIntReg> kIntRegLiterals[] = {
     {"Endianess", keyword<&ImplGenICamIntReg::setEndianess, &Builder::parseEndianess>},
-    {"Representation", keyword<&ImplGenICamIntReg::setRepresentation, &Builder::parseRepresentation>},
+    {"Representation", representation<ImplGenICamIntReg>},
     {"Sign", keyword<&ImplGenICamIntReg::setSign, &Builder::parseSign>},
 };
 static_assert(isAscending(kIntRegLiterals));
@@ -45,7 +45,7 @@ static_assert(isAscending(kMaskedIntRegLiterals));
 
 constexpr Literal<ImplGenICamFloatReg> kFloatRegLiterals[] = {
     {"Endianess", keyword<&ImplGenICamFloatReg::setEndianess, &Builder::parseEndianess>},
-    {"Representation", keyword<&ImplGenICamFloatReg::setRepresentation, &Builder::parseRepresentation>},
+    {"Representation", representation<ImplGenICamFloatReg>},
     {"Unit", text<&ImplGenICamFloatReg::setUnit>},
 };
 static_assert(isAscending(kFloatRegLiterals));

@@ -28,7 +28,7 @@ constexpr Literal<ImplGenICamInteger> kIntegerLiterals[] = {
     {"Inc", number<&ImplGenICamInteger::setInc, 1>},
     {"Max", number<&ImplGenICamInteger::setMax, kHighest>},
     {"Min", number<&ImplGenICamInteger::setMin, kLowest>},
-    {"Representation", keyword<&ImplGenICamInteger::setRepresentation, &Builder::parseRepresentation>},
+    {"Representation", representation<ImplGenICamInteger>},
     {"Unit", text<&ImplGenICamInteger::setUnit>},
     {"Value", number<&ImplGenICamInteger::setStoredValue>},
 };
@@ -54,7 +54,7 @@ constexpr Literal<ImplGenICamFloat> kFloatLiterals[] = {
          node.setMin(
              Builder::parseFloat(content, isPositive ? tavo::kDefaultFloatMin : -tavo::kDefaultFloatMax));
      }},
-    {"Representation", keyword<&ImplGenICamFloat::setRepresentation, &Builder::parseRepresentation>},
+    {"Representation", representation<ImplGenICamFloat>},
     {"Unit", text<&ImplGenICamFloat::setUnit>},
     {"Value", [](ImplGenICamFloat& node,
                  std::string_view content) { node.setStoredValue(Builder::parseFloat(content, 0.0)); }},

@@ -30,6 +30,7 @@ using CacheMode = GenICamTypes::GenICamCacheModeType;
 using AccessMode = GenICamTypes::GenICamAccessModeType;
 using Visibility = GenICamTypes::GenICamVisibilityType;
 using Representation = GenICamTypes::GenICamRepresentationType;
+using AddressType = GenICamTypes::GenICamAddressType;
 using Slope = GenICamTypes::GenICamSlopeType;
 
 constexpr Keyword<YesNo> kYesNoKeywords[] = {{"Yes", YesNo::Yes}, {"No", YesNo::No}};
@@ -55,6 +56,8 @@ constexpr Keyword<Representation> kRepresentationKeywords[] = {
     {"Boolean", Representation::Boolean},     {"PureNumber", Representation::PureNumber},
     {"HexNumber", Representation::HexNumber},
 };
+constexpr Keyword<AddressType> kAddressTypeKeywords[] = {
+    {"IPV4Address", AddressType::IPV4Address}, {"MACAddress", AddressType::MACAddress}};
 constexpr Keyword<Slope> kSlopeKeywords[] = {
     {"Increasing", Slope::Increasing},
     {"Decreasing", Slope::Decreasing},
@@ -130,6 +133,9 @@ Visibility GenICamTreeBuilder::parseVisibility(std::string_view text) {
 }
 Representation GenICamTreeBuilder::parseRepresentation(std::string_view text) {
     return lookUp(kRepresentationKeywords, text);
+}
+AddressType GenICamTreeBuilder::parseAddressType(std::string_view text) {
+    return lookUp(kAddressTypeKeywords, text);
 }
 Slope GenICamTreeBuilder::parseSlope(std::string_view text) {
     return lookUp(kSlopeKeywords, text);

@@ -33,6 +33,9 @@ public:
     GenICamTypes::GenICamRepresentationType getRepresentation() const override { return m_representation; }
     void setRepresentation(GenICamTypes::GenICamRepresentationType r) { m_representation = r; }
 
+    GenICamTypes::GenICamAddressType getAddressType() const override { return m_addressType; }
+    void setAddressType(GenICamTypes::GenICamAddressType type) { m_addressType = type; }
+
     GenICamIntegerInterface* asInteger() override { return this; }
     bool hasNumber() const override { return true; }
     double readFloat() override;
@@ -45,6 +48,7 @@ protected:
 private:
     GenICamTypes::GenICamRepresentationType m_representation =
         GenICamTypes::GenICamRepresentationType::NotGiven;
+    GenICamTypes::GenICamAddressType m_addressType = GenICamTypes::GenICamAddressType::NotGiven;
     Lazy<IntegerWatch> m_integerWatch;
 };
 
