@@ -103,9 +103,10 @@ set(CPACK_DEBIAN_SOFTBOARD_PACKAGE_CONTROL_EXTRA "${packaging}/triggers" "${made
 install(FILES "${packaging}/gbe-service.conf" DESTINATION "${LIOMOL_CONFIG_DIR}")
 install(FILES "${packaging}/liomol.conf" DESTINATION lib/tmpfiles.d)
 install(CODE [[
-    file(GLOB pages "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man1/*.1")
+    file(GLOB pages "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man1/*.1"
+         "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man8/*.8")
     if(pages)
         execute_process(COMMAND gzip -9nf ${pages} COMMAND_ERROR_IS_FATAL ANY)
     endif()
-]] COMPONENT tools)
+]] ALL_COMPONENTS)
 include(CPack)

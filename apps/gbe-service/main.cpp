@@ -4,6 +4,7 @@
 #include "Server.h"
 #include "Settings.h"
 #include "bounds.h"
+#include "manual/manual.h"
 
 #include "liomol/gige.h"
 
@@ -95,6 +96,24 @@ int serve(const Options& options) {
     return result;
 }
 
+manual::Page manualPage() {
+    return {
+        "gbe-service",
+        8,
+        "[OPTIONS]",
+        "Gives each Ethernet port of the frame grabbers its MAC and IP address, keeps the addresses that "
+        "gbe ip port set gives, and answers the questions of programs that use cameras, over a socket of this "
+        "computer. Programs cannot open a board without it. It runs until it gets SIGTERM or SIGINT; the unit "
+        "gbe-service.service starts it with the system.\n\n"
+        "The configuration file has lines KEY = VALUE: boards, socket-group, idle-limit (seconds), and, behind "
+        "[board N port M], ip and mac. A file that cannot be read as that ends the program, with its line.",
+        {{LIOMOL_SERVICE_CONFIG, "Configuration, read once at the start"},
+         {LIOMOL_SERVICE_STATE, "Addresses that were given with gbe ip port set"},
+         {LIOMOL_SERVICE_SOCKET, "Socket; those who may connect may ask and configure"}},
+        {{"0", "Stopped by a signal"}, {"1", "The socket, the configuration or an option is wrong"}},
+        "gbe (1)"};
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -109,6 +128,7 @@ int main(int argc, char** argv) {
     app.add_option("--state", options.state, "File that keeps the ports' IP addresses")
         ->capture_default_str();
     app.set_version_flag("--version", std::string("gbe-service ") + Gbe_getVersion());
+    manual::addTo(app, manualPage());
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
         return std::string("gbe-service: ") + error.what() + " (see --help)\n";
     });

@@ -4,6 +4,7 @@
 #include "configuration.h"
 #include "print.h"
 
+#include "manual/manual.h"
 #include "netif/interface.h"
 #include "pictures/read_png.h"
 #include "simcam/text.h"
@@ -149,6 +150,24 @@ int serve(const Options& options) {
     return EXIT_SUCCESS;
 }
 
+manual::Page manualPage() {
+    return {
+        "gbe-simcam",
+        1,
+        "--interface NAME | --tap NAME [OPTIONS]",
+        "Puts GigE Vision cameras in software on a network interface. Any client that reaches the interface "
+        "finds them, controls them, reads their features and gets images of them: test patterns, or pictures "
+        "of a folder. Runs until it is interrupted or told to quit, and prints a line for what happens to a "
+        "camera.\n\n"
+        "An interface needs the right to raw frames (root, or the capability CAP_NET_RAW), a TAP device "
+        "CAP_NET_ADMIN. The host that the interface belongs to does not see the cameras; a virtual wire with "
+        "one end in a network namespace serves programs of the same computer.",
+        {},
+        {{"0", "Stopped by a signal or told to quit"},
+         {"1", "The right, the interface or a setting is wrong"}},
+        "gbe (1)"};
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -178,6 +197,7 @@ int main(int argc, char** argv) {
         }
         return text;
     }());
+    manual::addTo(app, manualPage());
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
         return std::string("gbe-simcam: ") + error.what() + " (see --help)\n";
     });

@@ -84,15 +84,21 @@ void CommandLine::add(const Verb& verb, Context& context) {
     m_runs.emplace(command, verb.define(*command, context));
 }
 
-ExitStatus CommandLine::run(std::vector<std::string> words) {
-    std::reverse(words.begin(), words.end()); // as the parser wants them
+ExitStatus CommandLine::runParsed(std::vector<std::string>& words) {
     try {
         m_app.parse(words);
     } catch (const CLI::ParseError& error) {
         return tell(error);
     }
+    return m_runs.at(&chosen(m_app))();
+}
+
+ExitStatus CommandLine::run(std::vector<std::string> words) {
+    std::reverse(words.begin(), words.end()); // as the parser wants them
     try {
-        return m_runs.at(&chosen(m_app))();
+        const ExitStatus status = runParsed(words);
+        flushOutput();
+        return status;
     } catch (const Failure& failure) {
         complain(failure.what());
         return failure.status();

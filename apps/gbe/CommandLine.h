@@ -27,6 +27,7 @@ public:
 
 private:
     void add(const Verb& verb, Context& context);
+    ExitStatus runParsed(std::vector<std::string>& words);
     // Also for what only prints help.
     ExitStatus tell(const CLI::ParseError& error);
 

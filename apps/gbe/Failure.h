@@ -5,7 +5,9 @@
 #include "common/terminal_text.h"
 #include "liomol/gige.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -59,6 +61,14 @@ private:
 inline void complain(const std::string& text) {
     std::fflush(stdout);
     std::fprintf(stderr, "gbe: %s%s\n", ComplaintPlace::text().c_str(), common::terminalText(text).c_str());
+}
+
+// What was printed is with its reader. Throws where that cannot be: on a full disk, say.
+inline void flushOutput() {
+    const int error = std::fflush(stdout) != 0 ? errno : std::ferror(stdout) != 0 ? EIO : 0;
+    if (error != 0) {
+        throw Failure(std::string("standard output: ") + std::strerror(error));
+    }
 }
 
 inline void check(const std::string& what, int code) {

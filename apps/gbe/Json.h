@@ -1,6 +1,8 @@
 // JSON on standard output.
 #pragma once
 
+#include "Failure.h"
+
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 
@@ -13,10 +15,10 @@ inline void print(const QJsonDocument& document) {
     std::printf("%s", document.toJson(QJsonDocument::Indented).constData());
 }
 
-// One object in one line, at once.
+// One object in one line, at once. Throws Failure.
 inline void printLine(const QJsonObject& object) {
     std::printf("%s\n", QJsonDocument(object).toJson(QJsonDocument::Compact).constData());
-    std::fflush(stdout);
+    flushOutput();
 }
 
 } // namespace gbe

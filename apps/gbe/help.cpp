@@ -53,7 +53,7 @@ std::string paragraphs(const std::string& text) {
     return out;
 }
 
-std::string section(const std::string& title, std::span<const HelpRow> rows) {
+std::string part(const std::string& title, std::span<const HelpRow> rows) {
     if (rows.empty()) {
         return "";
     }
@@ -70,18 +70,6 @@ std::string section(const std::string& title, std::span<const HelpRow> rows) {
 std::string argumentName(const CLI::Option& option) {
     const std::string name = option.get_name(true) + (option.get_expected_max() > 1 ? "..." : "");
     return option.get_required() ? name : "[" + name + "]";
-}
-
-std::string optionName(const CLI::Option& option) {
-    std::string name;
-    for (const std::string& each : option.get_snames()) {
-        name += (name.empty() ? "-" : ", -") + each;
-    }
-    for (const std::string& each : option.get_lnames()) {
-        name += (name.empty() ? "--" : ", --") + each;
-    }
-    const std::string value = option.get_type_size() > 0 ? option.get_type_name() : "";
-    return value.empty() ? name : name + " " + value.substr(0, value.find(':')); // behind it: validators
 }
 
 std::vector<HelpRow> verbsOf(Group group) {
@@ -105,11 +93,11 @@ std::vector<HelpRow> exitRows() {
 std::string helpOfProgram(const CLI::App& app) {
     std::string out = app.get_description() + "\n\nUsage: " + usageOf(app) + "\n";
     for (int group = 0; group < static_cast<int>(Group::Hidden); ++group) {
-        out += section(heading(static_cast<Group>(group)), verbsOf(static_cast<Group>(group)));
+        out += part(heading(static_cast<Group>(group)), verbsOf(static_cast<Group>(group)));
     }
-    out += section(kSelectionGroup, optionsOf(app, kSelectionGroup));
-    out += section("Options", optionsOf(app)) + section("Environment", environment());
-    out += section("Exit status", exitRows());
+    out += part(kSelectionGroup, optionsOf(app, kSelectionGroup));
+    out += part("Options", optionsOf(app)) + part("Environment", environment());
+    out += part("Exit status", exitRows());
     return out + "\n\"gbe help VERB\" tells more about a verb, with examples.\n";
 }
 
@@ -121,12 +109,12 @@ std::string helpOfFamily(const CLI::App& app) {
             rows.push_back({verb->name, verb->line});
         }
     }
-    return out + section("Verbs", rows) + section("Options", optionsOf(app));
+    return out + part("Verbs", rows) + part("Options", optionsOf(app));
 }
 
 std::string helpOfVerb(const CLI::App& app, const Verb& verb) {
     std::string out = std::string(verb.line) + "\n\nUsage: " + usageOf(app) + "\n" + paragraphs(verb.text);
-    out += section("Arguments", argumentsOf(app)) + section("Options", optionsOf(app));
+    out += part("Arguments", argumentsOf(app)) + part("Options", optionsOf(app));
     out += "\n" + heading("Examples") + "\n";
     for (const Example& example : verb.examples) {
         out += std::string("  ") + example.command + "\n      " + wrapped(example.text, 6) + "\n";
@@ -161,7 +149,7 @@ std::vector<HelpRow> optionsOf(const CLI::App& command, const std::string& group
     std::vector<HelpRow> rows;
     for (const CLI::Option* option : command.get_options()) {
         if (option->nonpositional() && option->get_group() == group) {
-            rows.push_back({optionName(*option), option->get_description()});
+            rows.push_back({manual::optionName(*option), option->get_description()});
         }
     }
     return rows;

@@ -1,6 +1,8 @@
 // What the program says about itself, from the table of verbs and the options that they define.
 #pragma once
 
+#include "manual/manual.h"
+
 #include <CLI/CLI.hpp>
 
 #include <span>
@@ -9,10 +11,7 @@
 
 namespace gbe {
 
-struct HelpRow {
-    std::string name; // "-q, --values", "NAME...", "GBE_CAMERA"
-    std::string text;
-};
+using HelpRow = manual::Row; // "-q, --values", "NAME...", "GBE_CAMERA", and what that is
 
 // "gbe get [OPTIONS] NAME..."
 std::string usageOf(const CLI::App& command);

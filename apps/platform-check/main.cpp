@@ -1,6 +1,7 @@
 // platform-check: is this hardware library one that liomol can work with? Call by call, and what is wrong.
 #include "Platform.h"
 #include "Report.h"
+#include "manual/manual.h"
 
 #include <CLI/CLI.hpp>
 
@@ -52,6 +53,20 @@ void check(const Options& options, Report& report) {
     checkClosing(board, report);
 }
 
+manual::Page manualPage() {
+    return {
+        "platform-check",
+        1,
+        "[OPTIONS]",
+        "Tries the calls of a frame grabber's libraries and says, call by call, what is wrong with them: a line "
+        "that begins with FAIL names the call and what it should have done. A call that crashes, or does not "
+        "return within half a minute, is named as well. Without --send nothing leaves the port.\n\n"
+        "For people who bring liomol to another frame grabber; the guide to that says what each call must do.",
+        {},
+        {{"0", "Nothing is wrong"}, {"1", "Something is, or an option cannot be read"}},
+        "gbe (1)"};
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -68,6 +83,7 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     app.add_flag("--send", options.send, "Also send a scan for cameras, and look at the first answer");
     app.set_version_flag("--version", "platform-check " LIOMOL_VERSION);
+    manual::addTo(app, manualPage());
     CLI11_PARSE(app, argc, argv);
     Report report;
     check(options, report);

@@ -2,9 +2,12 @@
 #include "common/terminal_text.h"
 #include "gbe/Context.h"
 #include "gbe/Failure.h"
+#include "gbe/Json.h"
 #include "gbe/features.h"
 #include "gbe/options.h"
 #include "liomol/images.h"
+
+#include <QtCore/QJsonArray>
 
 #include <chrono>
 #include <cstdio>
@@ -19,10 +22,57 @@ constexpr std::chrono::seconds kFrameLimit{10};
 constexpr int kImagesToSee = 5;
 constexpr int kImageLimitMs = 10000;
 
+// What is told: at once, or in the end as an array of steps with their lines.
+class Story {
+public:
+    void begin(bool json) {
+        m_json = json;
+        m_steps = {};
+        m_lines = {};
+        m_title.clear();
+        m_number = 0;
+    }
+    void step(const char* text) {
+        keepStep();
+        m_title = text;
+        if (!m_json) {
+            std::printf("\n%d. %s\n", ++m_number, text);
+            std::fflush(stdout);
+        }
+    }
+    void line(const std::string& text) {
+        if (m_json) {
+            m_lines.append(QString::fromStdString(text));
+        } else {
+            std::printf("   %s\n", common::terminalText(text).c_str());
+        }
+    }
+    void end() {
+        keepStep();
+        if (m_json) {
+            print(QJsonDocument(m_steps));
+        }
+    }
+
+private:
+    void keepStep() {
+        if (!m_title.isEmpty()) {
+            m_steps.append(QJsonObject{{"step", m_title}, {"lines", m_lines}});
+            m_lines = {};
+        }
+    }
+
+    bool m_json = false;
+    int m_number = 0;
+    QString m_title;
+    QJsonArray m_lines; // of this step
+    QJsonArray m_steps;
+};
+
+Story story;
+
 void step(const char* text) {
-    static int number = 0;
-    std::printf("\n%d. %s\n", ++number, text);
-    std::fflush(stdout);
+    story.step(text);
 }
 
 template<typename... Values> void say(const char* format, Values... values) {
@@ -30,7 +80,7 @@ template<typename... Values> void say(const char* format, Values... values) {
     std::string text(static_cast<std::size_t>(size) + 1, '\0');
     std::snprintf(text.data(), text.size(), format, values...);
     text.pop_back(); // the NUL
-    std::printf("   %s\n", common::terminalText(text).c_str());
+    story.line(text);
 }
 
 void require(bool right, const std::string& what) {
@@ -180,8 +230,11 @@ void makeMistakes(CameraHandle* camera) {
 }
 
 // Throws when a step does not come out as it should.
-void runDemo(const Selection& selection) {
-    std::printf("liomol %s\n", Gbe_getVersion());
+void runDemo(const Selection& selection, bool json) {
+    story.begin(json);
+    if (!json) {
+        std::printf("liomol %s\n", Gbe_getVersion());
+    }
     step("Opens the board; the service tells the addresses of its ports");
     const Board board = openBoard(selection.board);
     say("board %d is open", selection.board);
@@ -202,11 +255,13 @@ void runDemo(const Selection& selection) {
     step("Gives control back and closes the board");
     check("disconnecting", Gbe_disconnectCamera(camera.get()));
     say("done");
+    story.end();
 }
 
-Run define(CLI::App&, Context& context) {
+Run define(CLI::App& command, Context& context) {
+    addJson(command, context);
     return [&context] {
-        runDemo(context.selection);
+        runDemo(context.selection, context.json);
         return ExitStatus::Success;
     };
 }

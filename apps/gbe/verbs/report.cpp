@@ -2,6 +2,7 @@
 #include "common/terminal_text.h"
 #include "gbe/Capture.h"
 #include "gbe/CommandLine.h"
+#include "gbe/Json.h"
 #include "gbe/Mask.h"
 #include "gbe/Redirect.h"
 #include "gbe/TarGz.h"
@@ -13,6 +14,7 @@
 #include <unistd.h>
 
 #include <QtCore/QDateTime>
+#include <QtCore/QJsonArray>
 #include <QtCore/QSysInfo>
 
 #include <climits>
@@ -63,8 +65,8 @@ std::string versions() {
 // Makes an archive member by member.
 class Reporter {
 public:
-    Reporter(Context& context, const std::string& file, bool isAnonymous)
-        : m_context(context), m_archive(file), m_mask(isAnonymous) {
+    Reporter(Context& context, const std::string& file, bool isAnonymous, bool tells)
+        : m_context(context), m_archive(file), m_mask(isAnonymous), m_tells(tells) {
         hideWhoAsks();
     }
 
@@ -83,13 +85,19 @@ public:
         addCapture();
         m_archive.close();
     }
+    // Names and sizes.
+    const QJsonArray& members() const { return m_members; }
 
 private:
     void add(const std::string& name, const std::string& text) { addBytes(name, m_mask.text(text)); }
     void addBytes(const std::string& name, const std::string& bytes) {
         if (!bytes.empty()) {
             m_archive.add("liomol-report/" + name, bytes);
-            std::printf("  %-17s %8zu bytes\n", name.c_str(), bytes.size());
+            m_members.append(QJsonObject{
+                {"name", QString::fromStdString(name)}, {"bytes", static_cast<qint64>(bytes.size())}});
+            if (m_tells) {
+                std::printf("  %-17s %8zu bytes\n", name.c_str(), bytes.size());
+            }
         }
     }
 
@@ -105,6 +113,8 @@ private:
     Context& m_context;
     TarGz m_archive;
     Mask m_mask;
+    const bool m_tells; // as they come
+    QJsonArray m_members;
 };
 
 // Names that stand in paths and messages.
@@ -235,18 +245,29 @@ bool asksForAnonymous() {
 }
 
 ExitStatus report(Context& context, const Request& request) {
-    const bool canAsk = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
+    const bool json = context.json; // verbs that run for it change that
+    const bool canAsk = !json && isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
     const bool isAnonymous = request.isAnonymous || (!request.isOpen && (!canAsk || asksForAnonymous()));
     const std::string file =
         !request.file.empty()
             ? request.file
             : "liomol-report-" + QDateTime::currentDateTime().toString("yyyyMMdd-HHmmss").toStdString() +
                   ".tar.gz";
-    std::printf("%s holds\n", file.c_str());
-    Reporter(context, file, isAnonymous).run();
-    std::printf(
-        "%s\n", isAnonymous ? "Addresses, serial numbers and names are replaced."
-                            : "Addresses, serial numbers and names are in it as they are.");
+    if (!json) {
+        std::printf("%s holds\n", file.c_str());
+    }
+    Reporter reporter(context, file, isAnonymous, !json);
+    reporter.run();
+    if (json) {
+        print(QJsonDocument(QJsonObject{
+            {"file", QString::fromStdString(file)},
+            {"anonymous", isAnonymous},
+            {"members", reporter.members()}}));
+    } else {
+        std::printf(
+            "%s\n", isAnonymous ? "Addresses, serial numbers and names are replaced."
+                                : "Addresses, serial numbers and names are in it as they are.");
+    }
     return ExitStatus::Success;
 }
 
@@ -257,6 +278,7 @@ Run define(CLI::App& command, Context& context) {
     CLI::Option* const yes = command.add_flag(
         "-y,--yes", request->isOpen, "With addresses, serial numbers and names, without a question");
     command.add_flag("--anonymous", request->isAnonymous, "Without them, without a question")->excludes(yes);
+    addJson(command, context);
     return [=, &context] { return report(context, *request); };
 }
 

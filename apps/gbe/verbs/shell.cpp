@@ -75,16 +75,28 @@ private:
         if (words.front() == "shell") {
             throw Failure("this is one already", ExitStatus::Usage);
         }
-        if (opensBoardItself(words)) {
+        const bool opensBoard = opensBoardItself(words);
+        if (opensBoard) {
             m_context.disconnect();
         }
         const ExitStatus status = CommandLine(m_context).run(words);
-        std::fflush(stdout);
         m_context.selection = m_usual; // what a line says of cameras is for that line
+        if (opensBoard) {
+            takeBack();
+        }
         if (status == ExitStatus::Lost) {
             m_context.disconnect(); // the next line takes the camera again
         }
         return status;
+    }
+
+    // Somebody else may have taken the camera meanwhile, or such a verb has changed its address.
+    void takeBack() {
+        try {
+            m_context.session(Purpose::Work);
+        } catch (const Failure& failure) {
+            complain("the camera was given up for that and is not back: " + std::string(failure.what()));
+        }
     }
 
     Context& m_context;

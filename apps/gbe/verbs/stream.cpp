@@ -141,7 +141,7 @@ void Watch::report(Clock::time_point now) {
     const Rates rates = ratesOf(m_then, statistics, now - m_reported, elapsed());
     if (m_terminal) {
         std::printf("\r%s\x1b[K", lineOf(statistics, rates).c_str());
-        std::fflush(stdout);
+        flushOutput();
     } else {
         printLine(objectOf(statistics, rates));
     }

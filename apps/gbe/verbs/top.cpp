@@ -164,7 +164,7 @@ void printScreen(const LinkState& then, const LinkState& now, const Names& names
     printLinks(then, now, names);
     printIdle(now, names);
     std::printf(isTerminal ? "" : "\n");
-    std::fflush(stdout);
+    flushOutput();
 }
 
 QJsonValue number(std::uint64_t value) {
