@@ -4,9 +4,27 @@
 
 #include <QtCore/QCoreApplication>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdlib>
 
+namespace {
+
+// What is closed at the start would be the first thing that is opened: a socket, say, that all that is
+// printed would go to.
+void keepStandardFiles() {
+    for (int file = STDIN_FILENO; file <= STDERR_FILENO; ++file) {
+        if (fcntl(file, F_GETFD) < 0) {
+            open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY); // using it stays an error
+        }
+    }
+}
+
+} // namespace
+
 int main(int argc, char** argv) {
+    keepStandardFiles();
     QCoreApplication application(argc, argv);
     gbe::Context context;
     if (const char* chosen = std::getenv(gbe::kSelectionVariable)) {
