@@ -35,7 +35,7 @@ int showWindow(tavo::GenICamCamera& device, bool byItself) {
     QFormLayout form(&window);
     form.addRow("Width", &box);
     form.addRow("PayloadSize", &size);
-    QObject::connect(&box, &QSpinBox::valueChanged, &window, [&](int value) {
+    QObject::connect(&box, QOverload<int>::of(&QSpinBox::valueChanged), &window, [&](int value) {
         try { // no exception may leave a slot
             width.setValue(value);
         } catch (const std::exception& refused) {
