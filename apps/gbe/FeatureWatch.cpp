@@ -147,10 +147,16 @@ std::string FeatureWatch::valueNow(std::size_t feature) const {
     try {
         return readText(m_camera, m_names[feature]);
     } catch (const Failure& failure) {
+        GbeControlStatus control{};
         if (failure.status() == ExitStatus::Lost) {
-            GbeControlStatus control{};
             Gbe_getControlStatus(m_camera, &control);
             fail(control.loss);
+        }
+        // Who only looks has no control to lose: nothing else tells that the camera has gone.
+        const bool isUnanswered = failure.reason() == Gbe_getErrorDescription(GBE_ERROR_TRANSPORT_LAYER);
+        if (isUnanswered && Gbe_getControlStatus(m_camera, &control) == GBE_SUCCESS &&
+            control.holder == GBE_CONTROL_UNKNOWN) {
+            throw Failure(std::string("the camera is lost: ") + lossText(GBE_LOSS_SILENT), ExitStatus::Lost);
         }
         return failure.reason();
     }

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <clocale>
 #include <cstdlib>
 
 namespace {
@@ -26,6 +27,7 @@ void keepStandardFiles() {
 int main(int argc, char** argv) {
     keepStandardFiles();
     QCoreApplication application(argc, argv);
+    std::setlocale(LC_NUMERIC, "C"); // the line above takes over the user's, and 1.5 would be no number there
     gbe::Context context;
     if (const char* chosen = std::getenv(gbe::kSelectionVariable)) {
         try {

@@ -214,6 +214,7 @@ TEST_F(Gbe, SaysWhyACameraIsNotToBeHad) {
     const test::EnvironmentFile board(
         "LIOMOL_SOFTBOARD", "[board 0 port 0 camera]\nfaults = status=0x8006 forever readreg\n"
                             "[board 0 port 1 camera]\nfaults = silent forever readreg\n"
+                            "[board 0 port 3 camera]\nfaults = status=0x8006 x1 readreg\n"
                             "[board 0 port 2 camera]\nfirst-url = Local:x.xml;10000000;8\nsecond-url = "
                             "http://camera/x.xml\n");
     const struct {
@@ -224,6 +225,7 @@ TEST_F(Gbe, SaysWhyACameraIsNotToBeHad) {
         {{"--port", "0", "get", "Width"},
          fault(GBE_ERROR_CAMERA_BUSY, ": another application has exclusive control of the camera"),
          4},
+        {{"--port", "3", "get", "Width"}, "who controls it: control is taken for that\n", 0},
         {{"--port", "1", "get", "Width"}, fault(GBE_ERROR_XML_READ, ": the camera does not answer"), 6},
         {{"--port", "2", "get", "Width"},
          fault(
@@ -315,12 +317,23 @@ TEST_F(Gbe, NumbersHaveAPointInEveryLocale) {
     for (const auto& [arguments, error] :
          {std::pair{"set ExposureTime=1700.5", ""},
           {"set ExposureTime=1700,5", "is not a number"},
+          {"wait --timeout 59.5 Width=1920", ""},
           {"get AcquisitionFrameRate", ""}}) {
         const QString all = QString("LOCPATH=. LC_ALL=de_DE.UTF-8 " GBE " --port 0 ") + arguments;
         const Outcome outcome = test::Program::run("/usr/bin/env", all.split(' '));
         EXPECT_THAT(outcome.err, HasSubstr(error));
         EXPECT_EQ(outcome.err.empty(), *error == '\0');
         EXPECT_THAT(outcome.out, Not(HasSubstr(",")));
+    }
+}
+
+TEST_F(Gbe, OutputThatCannotBeWrittenIsAnError) {
+    for (const char* const line :
+         {"list >/dev/full", "--help >/dev/full", "watch DeviceUptime >/dev/full",
+          "get --json Width >/dev/full", "save - >/dev/full", "list >&-"}) {
+        const Outcome outcome = test::Program::run("/bin/sh", {"-c", QString(GBE " --port 0 ") + line});
+        EXPECT_EQ(outcome.status, 1) << line;
+        EXPECT_THAT(outcome.err, StartsWith("gbe: standard output: ")) << line;
     }
 }
 

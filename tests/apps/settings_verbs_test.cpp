@@ -29,6 +29,7 @@ scan
 gbe set Width=1904 OffsetX=16 GammaEnable=true
 save a.txt
 set OffsetX=0 Width=640 GammaEnable=false
+get -q GevCCP
 load --dry-run a.txt
 load --verify a.txt
 get -q "Width" OffsetX
@@ -42,6 +43,7 @@ exit
     EXPECT_EQ(all.err, "");
     EXPECT_THAT(all.out, MatchesRegex(R"(BOARD .*
 0 .*SimCam.*
+ControlAccess
 line [0-9]+: Width: 640 would become 1904
 line [0-9]+: OffsetX: 0 would become 16
 line [0-9]+: GammaEnable: false would become true

@@ -118,6 +118,25 @@ TEST_F(WireTest, TheMainJobIsSoundToAnIndependentDissector) {
     expectSoundSession("wire.pcapng");
 }
 
+TEST_F(WireTest, AWatchEndsWithTheReasonWhenTheCameraIsLost) {
+    startAll();
+    const auto holder =
+        start(s_wire->host, "/bin/sh", {"-c", "echo 'watch DeviceUptime' | " GBE " --port 0 shell"});
+    ASSERT_TRUE(holder->prints("DeviceUptime"));
+    const Outcome beside = start(s_wire->host, GBE, {"--port", "0", "save", "-"})->wait();
+    EXPECT_EQ(beside.status, 0);
+    EXPECT_THAT(beside.err, HasSubstr("selectors are left where they are"));
+    EXPECT_THAT(beside.out, HasSubstr("\nWidth=1920\n"));
+    const auto reader = start(s_wire->host, GBE, {"--port", "0", "watch", "DeviceUptime"});
+    ASSERT_TRUE(reader->prints("DeviceUptime"));
+    m_camera->signal(SIGKILL);
+    for (Program* const watch : {holder.get(), reader.get()}) {
+        const Outcome outcome = watch->wait();
+        EXPECT_EQ(outcome.status, 6);
+        EXPECT_THAT(outcome.err, HasSubstr("lost: the camera does not answer any more\n"));
+    }
+}
+
 TEST_F(WireTest, TheRightToRawFramesIsEnough) {
     startAll(onlyRawFrames());
     expectOutput({"--port", "0", "set", "Width=320"}, "");

@@ -10,6 +10,7 @@
 #include "gbe/features.h"
 #include "gbe/files.h"
 #include "gbe/options.h"
+#include "gbe/settings_texts.h"
 #include "gbe/similar.h"
 #include "liomol/features.h"
 #include "liomol/settings.h"
@@ -177,11 +178,13 @@ void List::run() {
 }
 
 // Against a file that gbe save has written.
-void listChanges(CameraHandle* camera, const std::string& file, bool json) {
+void listChanges(Context& context, const std::string& file) {
     const std::string before = readFile(file);
+    const std::string now = settingsOf(context, 0);
     const char* differences = "";
     const int code = Gbe_compareSettings(
-        camera, before.data(), static_cast<unsigned>(before.size()), nullptr, 0, &differences);
+        nullptr, before.data(), static_cast<unsigned>(before.size()), now.data(),
+        static_cast<unsigned>(now.size()), &differences);
     if (code == GBE_ERROR_ILLEGAL_PARAMETER) {
         throw Failure(file + ": " + differences);
     }
@@ -195,7 +198,7 @@ void listChanges(CameraHandle* camera, const std::string& file, bool json) {
             {parts[0].toStdString(), shortened(parts.value(1).toStdString()),
              shortened(parts.value(2).toStdString())});
     }
-    if (json) {
+    if (context.json) {
         print(QJsonDocument(array));
     } else if (!array.isEmpty()) {
         table.print();
@@ -224,7 +227,7 @@ Run define(CLI::App& command, Context& context) {
     addJson(command, context);
     return [=, &context] {
         if (!request->changedSince.empty()) {
-            listChanges(context.session(Purpose::Work).camera.get(), request->changedSince, context.json);
+            listChanges(context, request->changedSince);
             return ExitStatus::Success;
         }
         const Purpose purpose = request->selectors ? Purpose::Work : Purpose::Look;

@@ -141,12 +141,25 @@ ExitStatus runScript(Shell& shell, bool keepsGoing) {
     return first;
 }
 
+// Beside somebody who works with the camera, a shell can still look at it.
+void begin(Context& context) {
+    try {
+        context.session(Purpose::Work);
+    } catch (const Failure& failure) {
+        if (failure.status() != ExitStatus::CameraBusy) {
+            throw;
+        }
+        context.session(Purpose::Look);
+        complain(std::string(failure.what()) + "; it can only be looked at");
+    }
+}
+
 Run define(CLI::App& command, Context& context) {
     const auto keepsGoing = std::make_shared<bool>(false);
     command.add_flag("-k,--keep-going", *keepsGoing, "Go on behind a line of a script that fails");
     return [=, &context] {
         Shell shell(context);
-        context.session(Purpose::Work);
+        begin(context);
         return isatty(STDIN_FILENO) != 0 ? runAtTerminal(shell) : runScript(shell, *keepsGoing);
     };
 }
