@@ -14,7 +14,7 @@ function(liomol_component name)
 endfunction()
 
 # Tests are compiled more often than they are run, and spend their time in the library: so they are optimised less.
-set(liomol_test_flags "$<$<BOOL:${LIOMOL_SANITIZE}>:-O0;-g1>")
+set(liomol_test_flags "$<$<CONFIG:RelWithDebInfo>:-O$<IF:$<BOOL:${LIOMOL_SANITIZE}>,0,1>>")
 
 # A test program of GoogleTest cases; it runs in a temporary folder of its own (see tests/support/main.cpp).
 #   liomol_test(transport_frames SOURCES frames_test.cpp LIBS liomol_transport)
