@@ -3,7 +3,7 @@
 
 #include "gvsp/Receiver.h"
 
-#include "protocol/addresses.h"
+#include "protocol/command_frame.h"
 #include "protocol/gvcp.h"
 
 #include <array>
@@ -12,14 +12,8 @@
 
 namespace softboard {
 
-// From the port that receives a stream to the camera that sends it.
-struct ResendRoute {
-    net::Mac hostMac;
-    net::Mac cameraMac;
-    net::Ipv4 hostIp;
-    net::Ipv4 cameraIp;
-    std::uint16_t udpPort = 0; // the stream's, which the command is sent from
-};
+// From the port that receives a stream, by the UDP port of the stream, to the camera that sends it.
+using ResendRoute = net::CommandRoute;
 
 inline constexpr std::size_t kResendFrame =
     net::kUdpPayload + gvcp::kHeader + gvcp::packet_resend::kExtendedSize;

@@ -6,6 +6,7 @@
 #include "Request.h"
 
 #include "protocol/addresses.h"
+#include "protocol/command_frame.h"
 
 #include <array>
 #include <chrono>
@@ -35,13 +36,7 @@ private:
 
 // The one command: a read of the register that says who has control, which changes nothing. With everything
 // from the stopped process's addresses, as the process would send it.
-struct KeepRoute {
-    net::Mac hostMac;
-    net::Mac cameraMac;
-    net::Ipv4 hostIp;
-    net::Ipv4 cameraIp;
-    std::uint16_t udpPort = 0;
-};
+using KeepRoute = net::CommandRoute;
 using KeepFrame = std::array<std::uint8_t, net::kMinFrame>;
 KeepFrame buildKeepFrame(const KeepRoute& route, std::uint16_t requestId);
 
