@@ -129,10 +129,9 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     app.set_version_flag("--version", std::string("gbe-service ") + Gbe_getVersion());
     manual::addTo(app, manualPage());
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("gbe-service: ") + error.what() + " (see --help)\n";
-    });
-    CLI11_PARSE(app, argc, argv);
+    if (const std::optional<int> end = manual::parse(app, "gbe-service", argc, argv)) {
+        return *end;
+    }
     options.configGiven = config->count() > 0;
     std::signal(SIGPIPE, SIG_IGN);
     umask(022);

@@ -198,10 +198,9 @@ int main(int argc, char** argv) {
         return text;
     }());
     manual::addTo(app, manualPage());
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("gbe-simcam: ") + error.what() + " (see --help)\n";
-    });
-    CLI11_PARSE(app, argc, argv);
+    if (const std::optional<int> end = manual::parse(app, "gbe-simcam", argc, argv)) {
+        return *end;
+    }
     simcam::addPictureKind(".png", &pictures::readPng);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGTTIN, SIG_IGN); // in the background standard input is as good as closed

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace manual {
@@ -129,6 +130,18 @@ void addTo(CLI::App& app, Page page) {
                throw CLI::Success();
            })
         ->group("");
+}
+
+std::optional<int> parse(CLI::App& app, const char* program, int argc, char** argv) {
+    app.failure_message([program](const CLI::App*, const CLI::Error& error) {
+        return std::string(program) + ": " + error.what() + " (see --help)\n";
+    });
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& end) {
+        return app.exit(end) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    return std::nullopt;
 }
 
 } // namespace manual

@@ -1,6 +1,7 @@
 // Manual pages, from what --help is made of.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -44,5 +45,9 @@ struct Page {
 // Adds "--man FILE", which no help lists: it saves the page and ends the program. `app` and what the page
 // names must outlive the parsing.
 void addTo(CLI::App& app, Page page);
+
+// Reads the command line of a program of such a page. Nothing where the program is to go on; otherwise the
+// status that it ends with: 0 behind help and version, 1 behind a mistake, which is told in one line.
+std::optional<int> parse(CLI::App& app, const char* program, int argc, char** argv);
 
 } // namespace manual

@@ -84,7 +84,9 @@ int main(int argc, char** argv) {
     app.add_flag("--send", options.send, "Also send a scan for cameras, and look at the first answer");
     app.set_version_flag("--version", "platform-check " LIOMOL_VERSION);
     manual::addTo(app, manualPage());
-    CLI11_PARSE(app, argc, argv);
+    if (const std::optional<int> end = manual::parse(app, "platform-check", argc, argv)) {
+        return *end;
+    }
     Report report;
     check(options, report);
     alarm(0);
