@@ -187,7 +187,8 @@ const Row kRows[] = {
      [](Text value, CameraSettings& s, Error error) {
          return take(parseContents(value, error), s.contents);
      }},
-    {{"images", "folder with pictures (binary PGM, PPM) that the camera shows in turns"},
+    {{"images",
+      "folder with pictures that the camera shows in turns: binary PGM and PPM, in gbe-simcam also PNG"},
      [](Text value, CameraSettings& s, Error error) {
          s.images = PictureFolder::open(std::string(value), error);
          return s.images != nullptr;

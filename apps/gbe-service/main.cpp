@@ -102,13 +102,13 @@ manual::Page manualPage() {
         8,
         "[OPTIONS]",
         "Gives each Ethernet port of the frame grabbers its MAC and IP address, keeps the addresses that "
-        "gbe ip port set gives, and answers the questions of programs that use cameras, over a socket of this "
+        "gbe ip port gives, and answers the questions of programs that use cameras, over a socket of this "
         "computer. Programs cannot open a board without it. It runs until it gets SIGTERM or SIGINT; the unit "
         "gbe-service.service starts it with the system.\n\n"
         "The configuration file has lines KEY = VALUE: boards, socket-group, idle-limit (seconds), and, behind "
         "[board N port M], ip and mac. A file that cannot be read as that ends the program, with its line.",
         {{LIOMOL_SERVICE_CONFIG, "Configuration, read once at the start"},
-         {LIOMOL_SERVICE_STATE, "Addresses that were given with gbe ip port set"},
+         {LIOMOL_SERVICE_STATE, "Addresses that were given with gbe ip port"},
          {LIOMOL_SERVICE_SOCKET, "Socket; those who may connect may ask and configure"}},
         {{"0", "Stopped by a signal"}, {"1", "The socket, the configuration or an option is wrong"}},
         "gbe (1)"};
@@ -121,12 +121,14 @@ int main(int argc, char** argv) {
     Options options;
     CLI::App app("Owns the network configuration of the frame grabbers' Ethernet ports and answers for it "
                  "on " LIOMOL_SERVICE_SOCKET);
-    app.add_option(
-        "--boards", options.boards, "Boards to serve, \"0,1\" (default: every board that is there)");
-    const auto* config =
-        app.add_option("--config", options.config, "Configuration file")->capture_default_str();
+    app.add_option("--boards", options.boards, "Boards to serve (default: every board that is there)")
+        ->type_name("N,N");
+    const auto* config = app.add_option("--config", options.config, "Configuration file")
+                             ->capture_default_str()
+                             ->type_name("FILE");
     app.add_option("--state", options.state, "File that keeps the ports' IP addresses")
-        ->capture_default_str();
+        ->capture_default_str()
+        ->type_name("FILE");
     app.set_version_flag("--version", std::string("gbe-service ") + Gbe_getVersion());
     manual::addTo(app, manualPage());
     if (const std::optional<int> end = manual::parse(app, "gbe-service", argc, argv)) {

@@ -168,35 +168,49 @@ manual::Page manualPage() {
         "gbe (1)"};
 }
 
+// As --help lists them.
+std::string settingsOfACamera() {
+    std::string text = "Settings of a camera:\n";
+    for (const simcam::SettingFact& fact : simcam::kSettingFacts) {
+        std::string key = "  " + std::string(fact.key);
+        key.resize(20, ' ');
+        text += key + std::string(fact.help) + "\n";
+    }
+    return text;
+}
+
+void addOptions(CLI::App& app, Options& options) {
+    auto* interface = app.add_option("--interface", options.interface, "Interface that the cameras are on");
+    interface->type_name("NAME");
+    app.add_option("--tap", options.tap, "Instead: a TAP device to this host, made when it is not there")
+        ->excludes(interface)
+        ->type_name("NAME");
+    app.add_option(
+           "--camera", options.cameras, "A camera, its settings with commas between them (repeatable)")
+        ->allow_extra_args(false)
+        ->type_name("KEY=VALUE");
+    app.add_option("--config", options.config, "File with a section [camera] for each camera")
+        ->type_name("FILE");
+    app.add_option("--count", options.count, "As many cameras besides, with default settings")
+        ->type_name("N");
+    app.add_option("--images", options.images, "Folder with pictures (PNG, PGM, PPM) that the cameras show")
+        ->type_name("DIR");
+    app.add_option("--control", options.control, "Path of a socket that takes commands")->type_name("PATH");
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     Options options;
     CLI::App app("GigE Vision cameras in software on a network interface of Linux");
-    auto* interface = app.add_option("--interface", options.interface, "Interface that the cameras are on");
-    app.add_option("--tap", options.tap, "Instead: a TAP device to this host, made when it is not there")
-        ->excludes(interface);
-    app.add_option("--camera", options.cameras, "A camera, \"KEY=VALUE,KEY=VALUE\" (repeatable)")
-        ->allow_extra_args(false);
-    app.add_option("--config", options.config, "File with a section [camera] for each camera");
-    app.add_option("--count", options.count, "As many cameras besides, with default settings");
-    app.add_option("--images", options.images, "Folder with pictures (PNG, PGM, PPM) that the cameras show");
-    app.add_option("--control", options.control, "Path of a socket that takes commands");
+    addOptions(app, options);
     auto* control = app.add_subcommand("control", "Sends a command to a gbe-simcam that runs");
     std::string path;
     std::vector<std::string> words;
     control->add_option("path", path, "Its control socket")->required();
     control->add_option("command", words, "The command; 'help' shows all")->required();
     app.set_version_flag("--version", "gbe-simcam " LIOMOL_VERSION);
-    app.footer("Settings of a camera:\n" + [] {
-        std::string text;
-        for (const simcam::SettingFact& fact : simcam::kSettingFacts) {
-            std::string key = "  " + std::string(fact.key);
-            key.resize(20, ' ');
-            text += key + std::string(fact.help) + "\n";
-        }
-        return text;
-    }());
+    app.footer(settingsOfACamera());
     manual::addTo(app, manualPage());
     if (const std::optional<int> end = manual::parse(app, "gbe-simcam", argc, argv)) {
         return *end;

@@ -12,6 +12,8 @@
 namespace manual {
 namespace {
 
+constexpr const char* kHelp = "Tells how it is used";
+
 std::vector<Row> optionsOf(const CLI::App& app) {
     std::vector<Row> all;
     for (const CLI::Option* option : app.get_options()) {
@@ -133,6 +135,12 @@ void addTo(CLI::App& app, Page page) {
 }
 
 std::optional<int> parse(CLI::App& app, const char* program, int argc, char** argv) {
+    app.name(program);
+    app.get_version_ptr()->description("Tells its version");
+    app.get_help_ptr()->description(kHelp);
+    for (CLI::App* command : app.get_subcommands(nullptr)) {
+        command->get_help_ptr()->description(kHelp);
+    }
     app.failure_message([program](const CLI::App*, const CLI::Error& error) {
         return std::string(program) + ": " + error.what() + " (see --help)\n";
     });

@@ -73,15 +73,19 @@ int main(int argc, char** argv) {
     Options options;
     CLI::App app("Checks that the libraries of a frame grabber do what liomol needs, call by call");
     app.add_option(
-        "--hardware", options.hardware, "The hardware library (default: what liomol itself would use)");
-    app.add_option("--runtime", options.runtime, "The applets' library, where it is another one");
-    app.add_option("--board", options.board, "The board to look at")
-        ->check(CLI::Range(0, 7))
-        ->capture_default_str();
-    app.add_option("--port", options.port, "Its port to look at")
-        ->check(CLI::Range(0, 3))
-        ->capture_default_str();
-    app.add_flag("--send", options.send, "Also send a scan for cameras, and look at the first answer");
+           "--hardware", options.hardware, "The hardware library (default: what liomol itself would use)")
+        ->type_name("FILE");
+    app.add_option("--runtime", options.runtime, "The applets' library, where it is another one")
+        ->type_name("FILE");
+    app.add_option("--board", options.board, "The board to look at, 0 to 7")
+        ->check(CLI::Range(0, 7).description(""))
+        ->capture_default_str()
+        ->type_name("N");
+    app.add_option("--port", options.port, "Its port to look at, 0 to 3")
+        ->check(CLI::Range(0, 3).description(""))
+        ->capture_default_str()
+        ->type_name("N");
+    app.add_flag("--send", options.send, "Also sends a scan for cameras, and looks at the first answer");
     app.set_version_flag("--version", "platform-check " LIOMOL_VERSION);
     manual::addTo(app, manualPage());
     if (const std::optional<int> end = manual::parse(app, "platform-check", argc, argv)) {
