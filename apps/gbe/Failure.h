@@ -46,21 +46,30 @@ private:
 // Where in a script the program is, for all that is complained of while it lives.
 class ComplaintPlace {
 public:
-    explicit ComplaintPlace(std::string text) { s_text = std::move(text); }
+    explicit ComplaintPlace(std::string text) {
+        s_text = std::move(text);
+        s_isHeard = false;
+    }
     ~ComplaintPlace() { s_text.clear(); }
     ComplaintPlace(const ComplaintPlace&) = delete;
     ComplaintPlace& operator=(const ComplaintPlace&) = delete;
 
-    static const std::string& text() { return s_text; }
+    // For a complaint, of which isHeard() tells from then on.
+    static const std::string& take() {
+        s_isHeard = true;
+        return s_text;
+    }
+    static bool isHeard() { return s_isHeard; }
 
 private:
     static inline std::string s_text; // of the main thread
+    static inline bool s_isHeard = false;
 };
 
 // One line on standard error, behind all that was printed before.
 inline void complain(const std::string& text) {
     std::fflush(stdout);
-    std::fprintf(stderr, "gbe: %s%s\n", ComplaintPlace::text().c_str(), common::terminalText(text).c_str());
+    std::fprintf(stderr, "gbe: %s%s\n", ComplaintPlace::take().c_str(), common::terminalText(text).c_str());
 }
 
 // What was printed is with its reader. Throws where that cannot be: on a full disk, say.

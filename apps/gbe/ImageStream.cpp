@@ -34,7 +34,8 @@ int parsePacketSize(const std::string& text) {
     const char* const last = text.data() + text.size();
     const auto [end, error] = std::from_chars(text.data(), last, bytes);
     if (error != std::errc() || end != last || bytes <= 0) {
-        throw Failure("packet size \"" + text + "\": is neither auto, keep nor a number of bytes");
+        throw Failure(
+            "packet size \"" + text + "\": is neither auto, keep nor a number of bytes", ExitStatus::Usage);
     }
     return bytes;
 }

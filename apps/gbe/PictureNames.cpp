@@ -43,7 +43,8 @@ PictureNames::PictureNames(const std::string& pattern, unsigned count) {
             part = &m_behind;
         } else {
             throw Failure(
-                "\"" + pattern + "\": one %d, or %03d, is the place of the number; %% is a per cent sign");
+                "\"" + pattern + "\": one %d, or %03d, is the place of the number; %% is a per cent sign",
+                ExitStatus::Usage);
         }
         i = end;
     }

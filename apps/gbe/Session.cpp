@@ -82,7 +82,9 @@ Mac macOfName(BoardHandle* board, const Selection& selection) {
             "camera \"" + selection.name + "\"",
             found.empty() ? GBE_ERROR_NO_CAMERAS_FOUND : GBE_ERROR_CAMERA_DOES_NOT_EXIST,
             found.empty() ? "no camera has answered the scan"
-                          : "none of the " + std::to_string(found.size()) + " cameras found has that name");
+            : found.size() == 1
+                ? "the one camera found is not called that"
+                : "none of the " + std::to_string(found.size()) + " cameras found is called that");
     }
     if (count > 1) {
         throw Failure(

@@ -3,9 +3,11 @@
 
 #include "Context.h"
 #include "Verb.h"
+#include "numbers.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -15,15 +17,33 @@ inline void addJson(CLI::App& command, Context& context) {
     command.add_flag("--json", context.json, "As JSON");
 }
 
-// Seconds, with any fraction; the verb's own time stays without it.
-inline void addTimeout(CLI::App& command, double& seconds, const char* text) {
-    const auto isNumber = [](const std::string& word) { // "nan" is in every range
-        return word.find_first_not_of("0123456789.eE+-") == word.npos ? "" : "\"" + word + "\" is no time";
+// The bounds are within; "nan" is not.
+template<typename Number> CLI::Validator within(Number least, Number most) {
+    const auto refusal = [=](const std::string& word) {
+        Number number{};
+        const bool isNumber = CLI::detail::lexical_cast(word, number);
+        return isNumber && number >= least && number <= most
+                   ? ""
+                   : "\"" + word + "\" is not a number from " + numberText(least) + " to " + numberText(most);
     };
-    command.add_option("--timeout", seconds, text)
-        ->check(CLI::Validator(isNumber, ""))
-        ->check(CLI::Range(0.0, 1e6))
-        ->type_name("SECONDS");
+    return CLI::Validator(refusal, "");
+}
+
+inline CLI::Validator oneOf(const std::vector<std::string>& words) {
+    const auto refusal = [=](const std::string& word) {
+        std::string all;
+        for (const std::string& each : words) {
+            all += (all.empty() ? "" : ", ") + each;
+        }
+        return std::ranges::count(words, word) != 0 ? "" : "\"" + word + "\" is none of " + all;
+    };
+    return CLI::Validator(refusal, "");
+}
+
+// With any fraction; the verb's own time, or none, stays without it.
+template<typename Seconds>
+void addSeconds(CLI::App& command, const char* name, Seconds& seconds, const char* text, double least = 0) {
+    command.add_option(name, seconds, text)->check(within(least, 1e6))->type_name("SECONDS");
 }
 
 inline void addExclusive(CLI::App& command, Purpose& purpose) {

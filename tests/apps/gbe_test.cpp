@@ -157,6 +157,12 @@ TEST_F(Gbe, MistakesAreOneLineWithTheCode) {
         {{"--port", "4", "scan"}, "--port: \"4\" is not a number from 0 to 3 (see gbe scan --help)"},
         {{"scan", "--mac", "x"}, "--mac: \"x\" is not a MAC address (see gbe scan --help)"},
         {{"get"}, "NAME is required (see gbe get --help)"},
+        {{"help", "gte"}, "no such verb: gte; get? (see gbe --help)"},
+        {{"list", "--visibility", "all"},
+         "--visibility: \"all\" is none of beginner, expert, guru, invisible (see gbe list --help)"},
+        {{"grab", "-n", "0"}, "--count: \"0\" is not a number from 1 to 1000000000 (see gbe grab --help)"},
+        {{"stream", "--seconds", "nan"},
+         "--seconds: \"nan\" is not a number from 0.001 to 1000000 (see gbe stream --help)"},
     };
     runAll(misread, [](const auto& row, const Outcome& outcome) {
         EXPECT_EQ(outcome.status, 2);

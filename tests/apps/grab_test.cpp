@@ -151,10 +151,11 @@ TEST_F(Grab, MistakesAndSilenceAreOneLine) {
     const struct {
         QStringList arguments;
         std::string err;
+        int status = 1;
     } rows[] = {
-        {{"-o", "x.gif"}, "gbe: \"x.gif\": pictures are written as png, tiff, pnm or raw (--format)\n"},
-        {{"-n", "2", "-o", "%x.png"}, "one %d, or %03d, is the place of the number"},
-        {{"--packet-size", "big"}, "is neither auto, keep nor a number of bytes"},
+        {{"-o", "x.gif"}, "gbe: \"x.gif\": pictures are written as png, tiff, pnm or raw (--format)\n", 2},
+        {{"-n", "2", "-o", "%x.png"}, "one %d, or %03d, is the place of the number", 2},
+        {{"--packet-size", "big"}, "is neither auto, keep nor a number of bytes", 2},
         {{"--set", "Widht=1"}, "gbe: Widht: illegal node (-40007): no such feature; Width, WidthMax?\n"},
         {{"-o", "no/such/folder.png"}, "gbe: no/such/folder.png: No such file or directory\n"},
         {{"-o", "/dev/full", "--format", "png"}, "gbe: /dev/full: No space left on device\n"},
@@ -162,16 +163,18 @@ TEST_F(Grab, MistakesAndSilenceAreOneLine) {
          "gbe: waiting for an image: " +
              fault(GBE_ERROR_TIMEOUT, ": the camera waits for a trigger before it begins")},
     };
+    test::Program stream(GBE, {"--port", "0", "stream", "--seconds", "3.5", "--set", "TriggerMode=On"});
     std::vector<std::unique_ptr<test::Program>> programs;
     for (const auto& row : rows) {
         programs.push_back(grab(row.arguments));
     }
     for (std::size_t n = 0; n < programs.size(); ++n) {
         const Outcome outcome = programs[n]->wait();
-        EXPECT_EQ(outcome.status, 1) << rows[n].err;
+        EXPECT_EQ(outcome.status, rows[n].status) << rows[n].err;
         EXPECT_THAT(outcome.err, HasSubstr(rows[n].err));
         EXPECT_EQ(outcome.out, "");
     }
+    EXPECT_THAT(stream.wait().err, StartsWith("gbe: no image comes: the camera waits for a trigger"));
 }
 
 TEST_F(Grab, StreamTellsUntilItIsInterrupted) {

@@ -40,7 +40,7 @@ diff a.txt camera
 exit
 )");
     EXPECT_EQ(all.status, 1) << "of diff";
-    EXPECT_EQ(all.err, "");
+    EXPECT_EQ(all.err, "gbe: line 13: ends the script, with status 1\n");
     EXPECT_THAT(all.out, MatchesRegex(R"(BOARD .*
 0 .*SimCam.*
 ControlAccess
@@ -71,6 +71,9 @@ TEST_F(SettingsVerbs, AScriptEndsAtItsFirstMistakeUnlessItKeepsGoing) {
          "gbe: line 1: Width: .*\ngbe: line 3: Nothing: .*\n", "1200\n1920\n"},
         {"get \"Width\nget Width\n", "", 2, "gbe: line 1: a quotation mark is not closed\n", ""},
         {"shell", "", 2, "gbe: line 1: this is one already\n", ""},
+        {"get -q Width\nexit now\n", "", 2, "gbe: line 2: not expected here: now\n", "1920\n"},
+        {"save s.txt\nset Width=640\ndiff s.txt\nget Width", "", 1,
+         "gbe: line 3: ends the script, with status 1\n", "-Width=1920\n+Width=640\n"},
         {"load none.txt", "", 2, "gbe: line 1: none.txt: No such file or directory\n", ""},
         {"wait Width=1920 GammaEnable=0\nwait --timeout 0.01 \"Width<1920\"", "", 1,
          "gbe: line 2: not within 0.01 s: Width is 1920\n", ""},

@@ -179,7 +179,7 @@ constexpr const char* kLines = R"(
 2 gbe write 0xd08
 1 gbe --port 3 write 0xd08 00000064
 0 gbe grab --timeout 60 -o picture.png
-1 gbe grab --timeout 60 -o picture.bmp
+2 gbe grab --timeout 60 -o picture.bmp
 1 gbe grab --timeout 60 -o no/such/picture.png
 1 gbe grab --timeout 60 --format raw -o /dev/full
 5 gbe grab --set Width=1

@@ -118,9 +118,8 @@ Run define(CLI::App& command, Context& context) {
         ->required()
         ->type_name("FILE");
     command.add_flag("--stream", request->stream, "Image streams too");
-    command.add_option("--seconds", request->seconds, "End by itself after that time")
-        ->check(CLI::Range(0.0, 1e9))
-        ->type_name("SECONDS");
+    addSeconds(
+        command, "--seconds", request->seconds, "Ends by itself after that time (default: at Ctrl-C)", 0.001);
     command.add_option(
         "VERB", request->command, "Behind --: a verb of gbe with its arguments, to capture around it");
     return [=, &context] { return captureTraffic(context, *request); };

@@ -44,7 +44,8 @@ FileFormat chooseFormat(const GrabRequest& request) {
     if (!format) {
         throw Failure(
             (given ? "format \"" + request.format : "\"" + request.file) +
-            "\": pictures are written as png, tiff, pnm or raw (--format)");
+                "\": pictures are written as png, tiff, pnm or raw (--format)",
+            ExitStatus::Usage);
     }
     return *format;
 }
@@ -215,7 +216,7 @@ void Grab::complainOf(ImageStream& stream, const GbeImage& image) const {
     const std::string why = image.missingBytes >= image.size ? stream.trouble() : "";
     complain(
         "image " + std::to_string(m_done) + ": " + std::to_string(image.missingBytes) + " of " +
-        std::to_string(image.size) + " bytes are missing" + why);
+        std::to_string(image.size) + " bytes are missing" + (why.empty() ? "" : ": " + why));
 }
 
 // The number of images that were not whole; each is named on standard error.
@@ -231,7 +232,7 @@ unsigned grabImages(Context& context, const GrabRequest& request) {
 Run define(CLI::App& command, Context& context) {
     const auto request = std::make_shared<GrabRequest>();
     command.add_option("-n,--count", request->count, "Images, successive ones (default: 1)")
-        ->check(CLI::Range(1U, 1'000'000'000U))
+        ->check(within(1U, 1'000'000'000U))
         ->type_name("N");
     command
         .add_option(
@@ -241,7 +242,7 @@ Run define(CLI::App& command, Context& context) {
         ->type_name("FILE");
     command.add_option("--format", request->format, "png, tiff, pnm or raw (default: by the file's name)")
         ->type_name("FORMAT");
-    addTimeout(command, request->seconds, "Seconds to wait for each image (default: 5)");
+    addSeconds(command, "--timeout", request->seconds, "Seconds to wait for each image (default: 5)");
     command.add_flag("--trigger", request->trigger, "Each image by a software trigger");
     addStreamOptions(command, *request);
     addJson(command, context);
@@ -252,7 +253,8 @@ Run define(CLI::App& command, Context& context) {
 
 constexpr Example kExamples[] = {
     {"gbe grab -o first.png", "one image"},
-    {"gbe grab -n 3 -o shot.tif --set PixelFormat=Mono12", "three successive ones: shot-1.tif to shot-3.tif"},
+    {"gbe grab -n 3 -o shot.tif --set PixelFormat=Mono12",
+     "three successive ones: shot-001.tif to shot-003.tif"},
     {"gbe grab -n 2 -o 'left-%02d.pgm' --trigger", "each by a software trigger"},
     {"gbe grab -n 5 --json", "no files: an object a line for each image"},
 };

@@ -31,7 +31,8 @@ const CLI::App& commandNamed(const CLI::App& root, const std::vector<std::string
             for (const Verb* verb : verbs()) {
                 names.emplace_back(verb->name);
             }
-            throw Failure("no such verb: " + word + suggestion(word, names), ExitStatus::Usage);
+            throw Failure(
+                "no such verb: " + word + suggestion(word, names) + " (see gbe --help)", ExitStatus::Usage);
         }
         command = found.front();
     }

@@ -220,7 +220,9 @@ Run defineSet(CLI::App& command, Context& context) {
 void tellPortAddress(const std::string& port, const std::string& address, bool json) {
     if (json) {
         print(QJsonDocument(QJsonObject{
-            {"port", QString::fromStdString(port)}, {"address", QString::fromStdString(address)}}));
+            {"board", QString::fromStdString(port.substr(0, port.find(':'))).toInt()},
+            {"port", QString::fromStdString(port.substr(port.find(':') + 1)).toInt()},
+            {"address", QString::fromStdString(address)}}));
         return;
     }
     std::printf("port %s: %s, for boards that are opened from now on\n", port.c_str(), address.c_str());

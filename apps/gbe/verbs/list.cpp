@@ -213,7 +213,7 @@ Run define(CLI::App& command, Context& context) {
     command
         .add_option(
             "--visibility", request->visibility, "Only those up to beginner, expert, guru or invisible")
-        ->check(CLI::IsMember(std::vector<std::string>(std::begin(kVisibilities), std::end(kVisibilities))))
+        ->check(oneOf({std::begin(kVisibilities), std::end(kVisibilities)}))
         ->type_name("LEVEL");
     command.add_flag(
         "--selectors", request->selectors,

@@ -31,7 +31,7 @@ Run defineExec(CLI::App& command, Context& context) {
     const auto name = std::make_shared<std::string>();
     const auto seconds = std::make_shared<double>(kCommandSeconds);
     command.add_option("COMMAND", *name, "Name of a command")->required();
-    addTimeout(command, *seconds, "Seconds until it must be done (default: 10)");
+    addSeconds(command, "--timeout", *seconds, "Seconds until it must be done (default: 10)");
     return [=, &context] {
         execute(context.session(Purpose::Work).camera.get(), *name, *seconds);
         return ExitStatus::Success;

@@ -51,7 +51,7 @@ Run defineSave(CLI::App& command, Context& context) {
     const auto request = std::make_shared<SaveRequest>();
     command.add_option("FILE", request->file, "File to be written; \"-\": standard output")->required();
     command.add_flag(
-        "--identity", request->identity, "Name serial number and user-defined name in the heading");
+        "--identity", request->identity, "Names serial number and user-defined name in the heading");
     addJson(command, context);
     return [=, &context] { return save(context, *request); };
 }
@@ -128,8 +128,8 @@ ExitStatus load(Context& context, const LoadRequest& request) {
 Run defineLoad(CLI::App& command, Context& context) {
     const auto request = std::make_shared<LoadRequest>();
     command.add_option("FILE", request->file, "File of settings; \"-\": standard input")->required();
-    command.add_flag("-n,--dry-run", request->dryRun, "Tell what would change, and set nothing");
-    command.add_flag("--verify", request->verify, "Read everything back from the camera in the end");
+    command.add_flag("-n,--dry-run", request->dryRun, "Tells what would change, and sets nothing");
+    command.add_flag("--verify", request->verify, "Reads everything back from the camera in the end");
     addJson(command, context);
     return [=, &context] { return load(context, *request); };
 }

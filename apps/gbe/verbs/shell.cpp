@@ -49,10 +49,7 @@ public:
             if (words.empty()) {
                 return ExitStatus::Success;
             }
-            if (words == std::vector<std::string>{"exit"} || words == std::vector<std::string>{"quit"}) {
-                return std::nullopt;
-            }
-            return runWords(words);
+            return isEnd(words) ? std::nullopt : std::optional(runWords(words));
         } catch (const Failure& failure) {
             complain(failure.what());
             return failure.status();
@@ -71,6 +68,14 @@ public:
     }
 
 private:
+    static bool isEnd(const std::vector<std::string>& words) {
+        const bool isIt = words.front() == "exit" || words.front() == "quit";
+        if (isIt && words.size() > 1) {
+            throw Failure("not expected here: " + words[1], ExitStatus::Usage);
+        }
+        return isIt;
+    }
+
     ExitStatus runWords(const std::vector<std::string>& words) {
         if (words.front() == "shell") {
             throw Failure("this is one already", ExitStatus::Usage);
@@ -136,6 +141,9 @@ ExitStatus runScript(Shell& shell, bool keepsGoing) {
         if (!status) {
             break;
         }
+        if (*status != ExitStatus::Success && !keepsGoing && !ComplaintPlace::isHeard()) { // differences, say
+            complain("ends the script, with status " + std::to_string(static_cast<int>(*status)));
+        }
         first = first == ExitStatus::Success ? *status : first;
     }
     return first;
@@ -156,7 +164,7 @@ void begin(Context& context) {
 
 Run define(CLI::App& command, Context& context) {
     const auto keepsGoing = std::make_shared<bool>(false);
-    command.add_flag("-k,--keep-going", *keepsGoing, "Go on behind a line of a script that fails");
+    command.add_flag("-k,--keep-going", *keepsGoing, "Goes on behind a line of a script that fails");
     return [=, &context] {
         Shell shell(context);
         begin(context);

@@ -154,7 +154,7 @@ void Watch::tellTrouble(Clock::time_point now) {
     const std::string trouble = m_stream.trouble();
     if (trouble != m_trouble && !trouble.empty()) {
         std::printf(m_terminal ? "\n" : "");
-        complain("no image comes" + trouble);
+        complain("no image comes: " + trouble);
     }
     m_trouble = trouble;
     m_heard = now;
@@ -192,9 +192,7 @@ void streamImages(Context& context, const StreamRequest& request, double seconds
 Run define(CLI::App& command, Context& context) {
     const auto request = std::make_shared<StreamRequest>();
     const auto seconds = std::make_shared<double>();
-    command.add_option("--seconds", *seconds, "Ends by itself after that time")
-        ->check(CLI::Range(0.0, 1e9))
-        ->type_name("SECONDS");
+    addSeconds(command, "--seconds", *seconds, "Ends by itself after that time (default: at Ctrl-C)", 0.001);
     addStreamOptions(command, *request);
     addJson(command, context);
     return [=, &context] {

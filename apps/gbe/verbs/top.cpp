@@ -287,10 +287,10 @@ ExitStatus watch(const Context& context, const Request& request) {
 Run define(CLI::App& command, Context& context) {
     const auto request = std::make_shared<Request>();
     command.add_option("--interval", request->interval, "Seconds between two looks (default: 1)")
-        ->check(CLI::Range(0.05, 3600.0))
+        ->check(within(0.05, 3600.0))
         ->type_name("SECONDS");
     command.add_flag("--once", request->once, "One look, and what happened in one interval");
-    command.add_flag("--no-scan", request->noScan, "Do not look for cameras first");
+    command.add_flag("--no-scan", request->noScan, "Does not look for cameras first");
     CLI::Option* const metrics = command.add_flag(
         "--openmetrics", request->metrics, "The figures as they are now, in the format of OpenMetrics");
     addJson(command, context);

@@ -115,8 +115,9 @@ ExitStatus watch(Context& context, const WatchRequest& request) {
 Run defineWatch(CLI::App& command, Context& context) {
     const auto request = std::make_shared<WatchRequest>();
     command.add_option("NAME", request->names, "Names of features")->required();
-    command.add_option(
-        "-n,--count", request->count, "Stop after so many changes (default: when interrupted)");
+    command.add_option("-n,--count", request->count, "Ends after so many changes (default: at Ctrl-C)")
+        ->check(within(1U, 1'000'000'000U))
+        ->type_name("N");
     addJson(command, context);
     return [=, &context] { return watch(context, *request); };
 }
@@ -174,9 +175,8 @@ Run defineWait(CLI::App& command, Context& context) {
         .add_option(
             "CONDITION", request->conditions, "NAME=VALUE, or with !=, <, >, <= or >=; all at the same time")
         ->required();
-    command
-        .add_option("--timeout", request->seconds, "Seconds; after them the status is 1 (default: no end)")
-        ->check(CLI::Range(0.0, 1e9));
+    addSeconds(
+        command, "--timeout", request->seconds, "Seconds; after them the status is 1 (default: no end)");
     return [=, &context] { return wait(context, *request); };
 }
 
