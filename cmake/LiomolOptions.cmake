@@ -37,6 +37,11 @@ if(LIOMOL_CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER "${LIOMOL_CCACHE}")
 endif()
 
+# Large files, and large numbers of small ones, also on 32 bits: without it looking at such a file fails there.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    add_compile_definitions(_FILE_OFFSET_BITS=64)
+endif()
+
 # Nothing that is built names the folder that it was built in: two builds of one source are the same.
 option(LIOMOL_REPRODUCIBLE "Leave the names of the source's and the build's folders out of what is built" OFF)
 if(LIOMOL_REPRODUCIBLE)

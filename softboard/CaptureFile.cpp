@@ -16,6 +16,7 @@ constexpr std::uint32_t kMagicNanoseconds = 0xA1B23C4D;
 constexpr std::uint32_t kVersion = 2U | 4U << 16; // 2.4, as two 16-bit numbers on a little-endian machine
 constexpr std::uint32_t kSnapLength = 65535;
 constexpr std::uint32_t kLinkTypeEthernet = 1;
+static_assert(sizeof(off_t) == 8, "a capture may grow beyond 2 GiB, also on 32 bits");
 
 std::string withProcessId(std::string name) {
     const std::string mark = "%p";
