@@ -75,17 +75,16 @@ constexpr Part kParts[] = {
 
 } // namespace
 
-Selection parseSelection(const std::string& text) {
+Selection parseSelection(const std::string& text, const std::string& what) {
     Selection selection;
     for (std::size_t at = 0; at < text.size();) {
         const Part* part = nullptr;
         for (const Part& each : kParts) {
             part = text.compare(at, std::char_traits<char>::length(each.word), each.word) == 0 ? &each : part;
         }
-        const std::string what = std::string(kSelectionVariable) + ": \"";
         if (part == nullptr) {
             throw Failure(
-                what + text.substr(at) +
+                what + ": \"" + text.substr(at) +
                     "\" is not board:N, port:N, mac:MAC, ip:IP or name:NAME, with commas between them",
                 ExitStatus::Usage);
         }
@@ -95,7 +94,7 @@ Selection parseSelection(const std::string& text) {
         try {
             part->take(selection, value);
         } catch (const std::invalid_argument& wanted) {
-            throw Failure(what + value + "\" is not " + wanted.what(), ExitStatus::Usage);
+            throw Failure(what + ": \"" + value + "\" is not " + wanted.what(), ExitStatus::Usage);
         }
         at = end == text.npos ? text.size() : end + 1;
     }

@@ -29,8 +29,9 @@ inline constexpr const char* kSelectionVariable = "GBE_CAMERA";
 // The heading of the options in help.
 inline constexpr const char* kSelectionGroup = "Which camera";
 
-// "board:1,port:2", "mac:...", "ip:..." and "name:...", which comes last. Throws Failure.
-Selection parseSelection(const std::string& text);
+// "board:1,port:2", "mac:...", "ip:..." and "name:...", which comes last. Throws Failure, which begins with
+// what the text is to be.
+Selection parseSelection(const std::string& text, const std::string& what = kSelectionVariable);
 
 // Options --board to --standard. The first of them that says which camera takes the place of all that
 // `selection` says before.

@@ -47,8 +47,10 @@ void scan(BoardHandle* board, const Selection& selection) {
     check(placeText(selection), code);
 }
 
-// Every camera of a port: picks them one by one, so that each is picked once, and lets all go again.
+// Every camera of a port: picks them one by one, so that each is picked once, and lets all go again. By MAC
+// address: which one answers a scan first is chance.
 void listPort(BoardHandle* board, unsigned port, std::vector<FoundCamera>& found) {
+    const auto others = static_cast<std::ptrdiff_t>(found.size());
     std::vector<Camera> held;
     CameraHandle* handle = nullptr;
     while (Gbe_getFirstCamera(board, port, &handle) == 0) {
@@ -59,6 +61,9 @@ void listPort(BoardHandle* board, unsigned port, std::vector<FoundCamera>& found
             found.push_back({port, *info, Ipv4::fromLowFirst(ip)});
         }
     }
+    std::ranges::sort(found.begin() + others, found.end(), {}, [](const FoundCamera& camera) {
+        return Mac::at(camera.info.mac);
+    });
 }
 
 std::vector<FoundCamera> listPorts(BoardHandle* board, const Selection& selection) {
@@ -100,7 +105,10 @@ int pickOnPort(BoardHandle* board, unsigned port, const Selection& selection, Ca
     if (selection.ip) {
         return Gbe_getCameraByIp(board, port, selection.ip->lowFirst(), camera);
     }
-    return Gbe_getFirstCamera(board, port, camera);
+    std::vector<FoundCamera> found;
+    listPort(board, port, found);
+    return found.empty() ? Gbe_getFirstCamera(board, port, camera) // which says why
+                         : Gbe_getCameraByMac(board, port, found.front().info.mac, camera);
 }
 
 // Of a connection that the camera did not give: the status says more than the code where the camera is

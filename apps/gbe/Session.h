@@ -33,7 +33,8 @@ boardFailure(const std::string& what, int board, int code, const std::string& wh
 // Scans the port of the selection, or all, and tells what is there in the order of ports and discovery.
 std::vector<FoundCamera> findCameras(BoardHandle* board, const Selection& selection);
 
-// Scans and picks the first camera that the selection allows; with a name, there must be one only.
+// Scans and picks the first camera of findCameras() that the selection allows; with a name, there must be one
+// only.
 struct PickedCamera {
     Camera handle;
     unsigned port = 0;

@@ -189,6 +189,17 @@ TEST_F(Gbe, JsonIsJson) {
     EXPECT_EQ(ports[0].toObject()["cameras"].toArray()[0].toObject()["mac"], camera["mac"]);
 }
 
+TEST_F(Gbe, TheFirstCameraIsTheFirstOfTheList) {
+    const test::EnvironmentFile board(
+        "LIOMOL_SOFTBOARD", "[board 0 port 0 camera]\nmac = 02:00:00:00:00:09\n"
+                            "[board 0 port 0 camera]\nmac = 02:00:00:00:00:02\nname = low\n"
+                            "[board 0 port 1 camera]\nmac = 02:00:00:00:00:01\n");
+    EXPECT_THAT(gbe({"scan"}).out, MatchesRegex("BOARD.*\n.*:00:02 .*\n.*:00:09 .*\n.*:00:01 .*\n"));
+    EXPECT_EQ(gbe({"get", "-q", "DeviceUserID"}).out, "low\n");
+    EXPECT_THAT(
+        gbe({"diff", "camera", "camera:nam:low"}).err, StartsWith("gbe: camera:nam:low: \"nam:low\""));
+}
+
 // Cameras in another subnet than the port are found, marked and brought in.
 TEST_F(Gbe, AddressesAreShownAndSet) {
     const test::EnvironmentFile board(

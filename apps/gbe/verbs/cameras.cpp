@@ -114,7 +114,7 @@ constexpr Example kScanExamples[] = {
 };
 
 constexpr Example kInfoExamples[] = {
-    {"gbe info", "the first camera that a scan finds"},
+    {"gbe info", "the first camera that gbe scan lists"},
     {"gbe --port 0 info --json", "the first one behind port 0, for a program"},
 };
 

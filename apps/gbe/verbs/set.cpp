@@ -64,6 +64,13 @@ extern const Verb kSetVerb{
     "like. Booleans are true and false, or 1 and 0; registers take their bytes as 0x and two digits each."};
 
 extern const Verb kExecVerb{
-    "exec", Group::Features, "Executes a command and waits until it is done", &defineExec, kExecExamples};
+    "exec",
+    Group::Features,
+    "Executes a command and waits until it is done",
+    &defineExec,
+    kExecExamples,
+    "Control of the camera ends with the verb, and with it what a camera does only under control, an "
+    "acquisition for one: gbe shell keeps it from line to line, gbe grab and gbe stream start and stop it "
+    "themselves."};
 
 } // namespace gbe

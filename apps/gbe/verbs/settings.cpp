@@ -142,7 +142,7 @@ std::optional<Selection> cameraOf(const std::string& side, const Selection& usua
     if (side == word) {
         return usual;
     }
-    return side.starts_with(word + ":") ? std::optional(parseSelection(side.substr(word.size() + 1)))
+    return side.starts_with(word + ":") ? std::optional(parseSelection(side.substr(word.size() + 1), side))
                                         : std::nullopt;
 }
 
