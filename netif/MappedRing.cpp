@@ -18,6 +18,11 @@ constexpr std::size_t kBlock = std::size_t{128} << 10;
 // In front of a frame's bytes: the kernel's header, an address, and its own alignment (packet_mmap).
 constexpr std::size_t kBeforeFrame = TPACKET_ALIGN(TPACKET2_HDRLEN + 16);
 
+// So much of a slot is asked for while the frame before is looked at: it was written by another processor.
+// What follows in long frames the processor asks for by itself.
+constexpr std::size_t kAhead = 1600;
+constexpr std::size_t kCacheLine = 64; // where it is longer, no harm is done
+
 bool request(int socket, std::size_t blocks, std::size_t block, std::size_t slot) {
     tpacket_req ring{};
     ring.tp_block_size = static_cast<unsigned>(block);
@@ -25,6 +30,12 @@ bool request(int socket, std::size_t blocks, std::size_t block, std::size_t slot
     ring.tp_frame_size = static_cast<unsigned>(slot);
     ring.tp_frame_nr = static_cast<unsigned>(slot != 0 ? block / slot * blocks : 0);
     return setsockopt(socket, SOL_PACKET, PACKET_RX_RING, &ring, sizeof ring) == 0;
+}
+
+void askFor(const std::uint8_t* bytes, std::size_t size) {
+    for (std::size_t at = 0; at < size; at += kCacheLine) {
+        __builtin_prefetch(bytes + at);
+    }
 }
 
 } // namespace
@@ -83,6 +94,7 @@ tpacket2_hdr* MappedRing::next() {
         m_block += m_blockSize;
         m_block = m_block == m_memory.size() ? 0 : m_block;
     }
+    askFor(&m_memory[m_block + m_slot * m_slotSize], std::min(m_slotSize, kAhead));
     return header;
 }
 

@@ -111,7 +111,8 @@ const PacketRing::Frame* PacketRing::next() {
             break;
         }
     }
-    m_received.fetch_add(1, std::memory_order_relaxed);
+    // Nobody else writes it, and a locked addition would wait until the frame before has been copied.
+    m_received.store(m_received.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     m_frame = {
         reinterpret_cast<std::uint8_t*>(m_taken) + m_taken->tp_mac, m_taken->tp_snaplen,
         checksumOf(m_taken->tp_status)};
