@@ -29,6 +29,7 @@ public:
     bool nextWish(ResendWish& out);
     void restart();
     void setSettings(const Settings& settings);
+    Overflow overflow() const { return m_settings.overflow; }
     // Counts what the good path took.
     void account();
 
@@ -389,6 +390,10 @@ void Receiver::restart() {
 
 void Receiver::setSettings(const Settings& settings) {
     m_impl->setSettings(settings);
+}
+
+Overflow Receiver::overflow() const {
+    return m_impl->overflow();
 }
 
 const Counters& Receiver::counters() const {

@@ -142,6 +142,7 @@ public:
     void restart();
     // Takes effect for blocks that begin from now on.
     void setSettings(const Settings& settings);
+    Overflow overflow() const;
 
     const Counters& counters() const;
 

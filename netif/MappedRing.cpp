@@ -32,6 +32,10 @@ bool request(int socket, std::size_t blocks, std::size_t block, std::size_t slot
     return setsockopt(socket, SOL_PACKET, PACKET_RX_RING, &ring, sizeof ring) == 0;
 }
 
+bool isFilled(tpacket2_hdr& slot) {
+    return (std::atomic_ref(slot.tp_status).load(std::memory_order_acquire) & TP_STATUS_USER) != 0;
+}
+
 void askFor(const std::uint8_t* bytes, std::size_t size) {
     for (std::size_t at = 0; at < size; at += kCacheLine) {
         __builtin_prefetch(bytes + at);
@@ -84,9 +88,8 @@ tpacket2_hdr* MappedRing::next() {
     if (m_memory.empty()) {
         return nullptr;
     }
-    auto* const header = reinterpret_cast<tpacket2_hdr*>(&m_memory[m_block + m_slot * m_slotSize]);
-    const unsigned status = std::atomic_ref(header->tp_status).load(std::memory_order_acquire);
-    if ((status & TP_STATUS_USER) == 0) {
+    tpacket2_hdr* const header = slot(m_block);
+    if (!isFilled(*header)) {
         return nullptr;
     }
     if (++m_slot == m_slotsOfBlock) {
@@ -96,6 +99,19 @@ tpacket2_hdr* MappedRing::next() {
     }
     askFor(&m_memory[m_block + m_slot * m_slotSize], std::min(m_slotSize, kAhead));
     return header;
+}
+
+// Slots are filled in their order.
+bool MappedRing::isHalfFull() const {
+    if (m_memory.empty()) {
+        return false;
+    }
+    const std::size_t half = m_memory.size() / m_blockSize / 2 * m_blockSize;
+    return isFilled(*slot((m_block + half) % m_memory.size()));
+}
+
+tpacket2_hdr* MappedRing::slot(std::size_t block) const {
+    return reinterpret_cast<tpacket2_hdr*>(&m_memory[block + m_slot * m_slotSize]);
 }
 
 void MappedRing::giveBack(tpacket2_hdr* slot) {

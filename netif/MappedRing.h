@@ -24,13 +24,20 @@ public:
     void drop();
 
     std::size_t frameSize() const { return m_frameSize; }
+    std::size_t slots() const {
+        return m_blockSize == 0 ? 0 : m_memory.size() / m_blockSize * m_slotsOfBlock;
+    }
 
     // The next slot, if a frame is in it, else null: then it is asked for again.
     tpacket2_hdr* next();
+    // Of the slots at least.
+    bool isHalfFull() const;
     // In the order in which they came.
     static void giveBack(tpacket2_hdr* slot);
 
 private:
+    tpacket2_hdr* slot(std::size_t block) const;
+
     int m_socket = -1;
     std::span<std::uint8_t> m_memory;
     std::size_t m_frameSize = 0;

@@ -127,9 +127,6 @@ bool PacketRing::wait(Until until, Clock::time_point deadline) {
     }
     InterfaceSocket& waitIn = until == Until::Bell ? *m_bellSocket : *m_socket;
     const short events = m_sleeper.sleep(waitIn.file(), deadline);
-    while (tpacket2_hdr* const rung = m_bell.next()) {
-        MappedRing::giveBack(rung);
-    }
     if ((events & POLLERR) == 0) {
         return true;
     }
@@ -137,6 +134,15 @@ bool PacketRing::wait(Until until, Clock::time_point deadline) {
     socklen_t size = sizeof error;
     getsockopt(waitIn.file(), SOL_SOCKET, SO_ERROR, &error, &size); // which is then forgotten
     return waitIn.join() && renew();
+}
+
+std::size_t PacketRing::takeBells() {
+    std::size_t count = 0;
+    while (tpacket2_hdr* const rung = m_bell.next()) {
+        MappedRing::giveBack(rung);
+        ++count;
+    }
+    return count < m_bell.slots() ? count : kCountless;
 }
 
 // Rings for sockets that were exchanged, which an interface that was made anew brings about.

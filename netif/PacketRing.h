@@ -19,7 +19,8 @@ namespace netif {
 // is lost and counted.
 //
 // A reader that is woken for each frame works for little else. So it may wait for a bell: a second filter
-// says which frames ring it, say the last ones of images. By the time it rings what came before is here.
+// says which frames ring it, say the last ones of images and each hundredth in between. By the time it rings
+// what came before is here.
 //
 // One thread at a time opens, takes, waits, looks and closes; everything else may come from any thread at any
 // time.
@@ -57,12 +58,17 @@ public:
     // The next frame that is here; null when there is none. It stays until the next call: one frame after the
     // other is what the processor reads ahead best.
     const Frame* next();
+    // Whether what is here takes half of the ring at least.
+    bool isHalfFull() const { return m_ring.isHalfFull(); }
 
     enum class Until { Frame, Bell };
     // Until there is one, interrupt() is called or was called since the last wait, or `deadline`. False when
     // the interface has gone away.
     bool wait(Until until, Clock::time_point deadline);
     void interrupt() { m_sleeper.wake(); }
+    // How often the bell has rung since this was last called; kCountless when it was too often to tell.
+    static constexpr std::size_t kCountless = std::size_t{1} << 30;
+    std::size_t takeBells();
 
     // Whether the other side is there. Follows the interface's MTU, too: to be called from time to time.
     bool look();

@@ -247,6 +247,20 @@ Filter imageEndFilter(const Mac& mac, const ImagePackets& packets) {
     program.keepBits(static_cast<std::uint8_t>(~gvsp::kExtendedIds));
     program.passIf(static_cast<std::uint32_t>(gvsp::Format::Trailer));
     program.passIf(static_cast<std::uint32_t>(gvsp::Format::AllIn));
+    if (packets.every != 0) {
+        program.dropUnless(static_cast<std::uint32_t>(gvsp::Format::Payload));
+        const std::uint32_t bits = packets.every - 1U;
+        program.load8OfUdp(net::kUdpPayload + gvsp::kFormat);
+        program.skipIfBits(gvsp::kExtendedIds, 3);
+        program.load16OfUdp(net::kUdpPayload + gvsp::kPacketId + 1);
+        program.keepBits(bits);
+        program.passIf(0);
+        program.load8OfUdp(net::kUdpPayload + gvsp::kFormat);
+        program.skipUnlessBits(gvsp::kExtendedIds, 3);
+        program.load16OfUdp(net::kUdpPayload + gvsp::kExtendedPacketId + 2);
+        program.keepBits(bits);
+        program.passIf(0);
+    }
     return program.finish(false);
 }
 

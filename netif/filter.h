@@ -43,6 +43,7 @@ Filter captureFilter(const Mac& mac, bool all);
 struct ImagePackets {
     Ipv4 camera{};
     std::uint16_t udpPort = 0; // that they go to; 0: none
+    std::uint16_t every = 0;   // so-many-th somebody may wait for as well: a power of two; 0: none
 
     friend bool operator==(const ImagePackets&, const ImagePackets&) = default;
 };
@@ -52,7 +53,8 @@ struct ImagePackets {
 Filter streamFilter(const Mac& mac, const Ipv4& address, std::uint16_t udpPort, const ImagePackets& except);
 
 // A station's image packets; and of those (GVSP) what somebody may wait for: last packets of images, packets
-// that are sent again or cannot be, test packets.
+// that are sent again or cannot be, test packets, and of the data packets those whose id is a multiple of
+// `every`.
 Filter imageFilter(const Mac& mac, const ImagePackets& packets);
 Filter imageEndFilter(const Mac& mac, const ImagePackets& packets);
 

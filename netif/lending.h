@@ -15,13 +15,13 @@ inline constexpr const char* kWithoutLender =
 
 // What the two say to each other: one message each way over a SOCK_SEQPACKET socket, which the lender has as
 // its standard input.
-inline constexpr std::uint32_t kLoanVersion = 1;
+inline constexpr std::uint32_t kLoanVersion = 2;
 struct LoanRequest {
     std::uint32_t version = kLoanVersion;
     char interface[16] = "";
     Traffic traffic;
 };
-static_assert(sizeof(LoanRequest) == 44, "the same for all who ask");
+static_assert(sizeof(LoanRequest) == 48, "the same for all who ask");
 
 struct LoanReply {
     std::int32_t index = 0; // of the interface that the socket hears; 0: it is not there, nothing is heard

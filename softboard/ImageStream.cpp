@@ -114,6 +114,7 @@ ImageStream::Tended ImageStream::tend() {
     m_due = deadline.value_or(gvsp::Time::max());
     Tended tended;
     tended.answer = m_receiver.waiting() > 0 || m_woken || !m_link;
+    tended.mayWait = m_receiver.overflow() == gvsp::Overflow::DropArriving;
     if (deadline) {
         tended.due = Clock::time_point(std::chrono::duration_cast<Clock::duration>(*deadline));
     }
@@ -186,10 +187,11 @@ int ImageStream::wait(int timeoutMs, TavoImage& image) {
         deadline = Clock::now() + milliseconds(timeoutMs);
     }
     bool attended = false; // in vain
+    bool looked = false;   // also who does not wait gets what is there
     std::unique_lock lock(m_mutex);
     for (;;) {
         auto done = result(image);
-        if (!done && deadline && Clock::now() >= *deadline) {
+        if (!done && looked && deadline && Clock::now() >= *deadline) {
             done = IMAGE_PATH_TIMEOUT;
         }
         if (done) {
@@ -204,6 +206,7 @@ int ImageStream::wait(int timeoutMs, TavoImage& image) {
             continue;
         }
         ++m_attending;
+        looked = true;
         lock.unlock();
         attended = !m_keeper->attend(deadline.value_or(Clock::time_point::max()));
         lock.lock();

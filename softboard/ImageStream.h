@@ -55,6 +55,7 @@ public:
     struct Tended {
         std::optional<Clock::time_point> due; // when something will be due again
         bool answer = false;                  // to who waits: an image, or that there will be none
+        bool mayWait = false;                 // packets behind an image: no newer one shall take its place
     };
 
     // What a stream can be opened with. IMAGE_PATH_OK or IMAGE_PATH_BAD_ARGUMENT.

@@ -256,7 +256,7 @@ int Port::openStream(const TavoImageSettings& settings, std::shared_ptr<ImageStr
             }
         });
         int error = 0;
-        auto keeper = makeKeeper(*stream, net::Mac::at(settings.hostMac), error);
+        auto keeper = makeKeeper(*stream, settings, error);
         if (!keeper) {
             return error == ENOMEM ? IMAGE_PATH_NO_MEMORY : IMAGE_PATH_NO_RIGHT;
         }
@@ -270,9 +270,11 @@ int Port::openStream(const TavoImageSettings& settings, std::shared_ptr<ImageStr
 
 // Null when the system refuses.
 std::unique_ptr<ImageStream::Keeper>
-Port::makeKeeper(ImageStream& stream, const netif::Mac& mac, int& error) {
+Port::makeKeeper(ImageStream& stream, const TavoImageSettings& settings, int& error) {
     const StreamAddress& address = stream.address();
-    auto ring = m_wire.openRing(mac, {address.camera, address.udpPort}, error);
+    const std::uint16_t every = RingReader::bellEvery(settings.packetSize);
+    auto ring =
+        m_wire.openRing(net::Mac::at(settings.hostMac), {address.camera, address.udpPort, every}, error);
     if (ring) {
         return std::make_unique<RingReader>(
             stream, std::move(ring), [this, &stream](RingReader& reader) { takeFromRing(stream, reader); });

@@ -89,7 +89,8 @@ private:
     void leave(const std::uint8_t* frame, std::size_t size);
     bool forImagePath(const std::uint8_t* frame, std::size_t size) const;
     bool toStream(const std::uint8_t* frame, std::size_t size);
-    std::unique_ptr<ImageStream::Keeper> makeKeeper(ImageStream& stream, const netif::Mac& mac, int& error);
+    std::unique_ptr<ImageStream::Keeper>
+    makeKeeper(ImageStream& stream, const TavoImageSettings& settings, int& error);
     void takeFromRing(ImageStream& stream, RingReader& reader);
     std::shared_ptr<ImageStream> stream() const;
     void tellStreamOfLink();

@@ -1,17 +1,17 @@
 #include "softboard/RingReader.h"
 
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 namespace softboard {
 
 namespace {
 
-// So much is fetched at once: it takes some 50 microseconds.
-constexpr std::size_t kAtOnce = std::size_t{512} << 10;
+// So many bytes are fetched at once at the most: it takes some 80 microseconds.
+constexpr std::uint32_t kAtOnce = 1200000;
 // How long what has come waits for the bell at most; at 10 Gbit/s that is half of the ring.
 constexpr std::chrono::milliseconds kLongestNap{15};
-constexpr std::chrono::microseconds kShortestNap{200};
 constexpr std::chrono::milliseconds kLookInterval{100}; // at the interface
 // How long the ring goes unread when a caller has gone. Whoever fetches one image after the other is back by
 // then, even on a busy machine; half a megabyte comes at a gigabit a second.
@@ -26,15 +26,23 @@ bool isEnd(const netif::PacketRing::Frame& frame) {
     if (frame.size < kHeaders) {
         return false;
     }
-    const std::uint8_t format = frame.data[net::kUdpPayload + gvsp::kFormat];
-    return static_cast<gvsp::Format>(format & ~gvsp::kExtendedIds) == gvsp::Format::Trailer;
+    const auto format =
+        static_cast<gvsp::Format>(frame.data[net::kUdpPayload + gvsp::kFormat] & ~gvsp::kExtendedIds);
+    return format == gvsp::Format::Trailer || format == gvsp::Format::AllIn;
 }
 
 } // namespace
 
 RingReader::RingReader(ImageStream& stream, std::shared_ptr<netif::PacketRing> ring, Sink sink)
     : m_stream(stream), m_ring(std::move(ring)), m_earlierOverrun(m_ring->statistics().overrun),
-      m_sink(std::move(sink)), m_piece(kShortestNap) {}
+      m_sink(std::move(sink)) {}
+
+std::uint16_t RingReader::bellEvery(std::uint32_t packetSize) {
+    constexpr std::uint32_t kUsual = 1500;
+    constexpr std::uint32_t kMost = 1U << 15;
+    const std::uint32_t packets = kAtOnce / std::max(packetSize != 0 ? packetSize : kUsual, 1U);
+    return static_cast<std::uint16_t>(std::bit_floor(std::clamp(packets, 1U, kMost)));
+}
 
 RingReader::~RingReader() {
     leave();
@@ -61,22 +69,33 @@ void RingReader::join() {
 
 void RingReader::run() {
     while (!m_leave) {
-        if (std::unique_lock reading(m_reading, std::try_to_lock); reading) {
-            m_attended = m_imageEnded = false;
-            while (!isSentHome() && !(m_imageEnded && m_attended)) {
-                m_imageEnded = false;
+        m_keeping = true;
+        if (const std::unique_lock reading(m_reading, std::try_to_lock); reading) {
+            while (!isSentHome()) {
                 round(Clock::time_point::max(), false);
             }
             m_aside.set(kAside);
         }
+        m_keeping = false;
         m_aside.await();
     }
 }
 
+// From the keeper's thread, which nobody waits for long; not from another caller, nor by who is in no need.
+std::unique_lock<std::mutex> RingReader::takeOver(Clock::time_point deadline) {
+    std::unique_lock reading(m_reading, std::try_to_lock);
+    if (!reading && m_keeping && Clock::now() < deadline) {
+        ++m_wanted;
+        m_ring->interrupt();
+        reading.lock();
+        --m_wanted;
+    }
+    return reading;
+}
+
 bool RingReader::attend(Clock::time_point deadline) {
-    m_attended = true;
     {
-        const std::unique_lock reading(m_reading, std::try_to_lock);
+        const std::unique_lock reading = takeOver(deadline);
         if (!reading || isSentHome()) {
             return false;
         }
@@ -90,14 +109,14 @@ bool RingReader::attend(Clock::time_point deadline) {
 
 // Whoever reads goes away for it; the keeper's thread is back soon.
 void RingReader::catchUp() {
-    ++m_catchingUp;
+    ++m_wanted;
     m_ring->interrupt();
     {
         const std::lock_guard reading(m_reading);
-        --m_catchingUp;
+        --m_wanted;
         m_more = true;
         for (unsigned pieces = 0; m_more && pieces < kMostPieces && !m_leave; ++pieces) {
-            takeSome();
+            takeSome(false);
         }
     }
     m_aside.set(kAside);
@@ -105,37 +124,46 @@ void RingReader::catchUp() {
 
 bool RingReader::round(Clock::time_point deadline, bool returnWithAnswer) {
     using Until = netif::PacketRing::Until;
-    takeSome();
+    m_rung = std::min(m_rung + m_ring->takeBells(), netif::PacketRing::kCountless);
+    m_resting = m_resting && m_rung == 0 && returnWithAnswer;
+    if (!m_resting) {
+        takeSome(returnWithAnswer && m_mayWait);
+    }
     const auto tended = m_stream.tend();
+    m_mayWait = tended.mayWait;
+    m_resting = m_resting && !tended.due; // nothing that is under way may lie there
     look();
-    if (m_more || (returnWithAnswer && tended.answer)) {
+    if ((m_more && !m_resting) || (returnWithAnswer && tended.answer)) {
         return tended.answer;
     }
     // While images come. When nothing came through a whole nap, every packet counts.
-    const auto napEnd = m_lastCame + (m_lastImage <= kAtOnce ? Clock::duration(kLongestNap) : m_piece);
+    const auto napEnd = m_lastCame + kLongestNap;
     const bool flowing = Clock::now() < napEnd;
     auto latest = std::min(deadline, flowing ? napEnd : m_nextLook);
     latest = tended.due ? std::min(*tended.due, latest) : latest;
     m_lookNow = !m_ring->wait(flowing ? Until::Bell : Until::Frame, latest);
+    m_resting = false;
     return false;
 }
 
-// Takes what is there, but not for ever.
-void RingReader::takeSome() {
-    const bool within = m_image != 0;
-    m_came = 0;
+// Takes what is there, but not for ever; of several images that are there one, unless the ring fills up:
+// then the caller does not keep up.
+void RingReader::takeSome(bool oneImage) {
+    m_resting = m_came = m_imageEnded = false;
     m_more = true;
+    m_oneImage = oneImage && !m_ring->isHalfFull();
     for (unsigned batches = 0; m_more && batches < kMostBatches && !m_leave; ++batches) {
         m_left = kBatch;
         m_sink(*this);
-    }
-    if (m_came > 0) {
-        m_lookNow = m_lookNow || !m_link;
-        const auto now = Clock::now();
-        if (within) {
-            learnPiece(m_came, now - m_lastCame);
+        if (m_oneImage && m_imageEnded) {
+            m_resting = m_rung == 0;
+            break;
         }
-        m_lastCame = now;
+    }
+    m_rung = m_more ? m_rung : 0;
+    if (m_came) {
+        m_lookNow = m_lookNow || !m_link;
+        m_lastCame = Clock::now();
     }
 }
 
@@ -150,24 +178,13 @@ const netif::PacketRing::Frame* RingReader::next() {
         m_more = false;
         return nullptr;
     }
-    m_came += frame->size;
-    m_image += frame->size;
+    m_came = true;
     if (isEnd(*frame)) {
-        m_lastImage = std::exchange(m_image, 0);
         m_imageEnded = true;
+        m_rung -= m_rung > 0 ? 1 : 0;
+        m_left = m_oneImage ? 0 : m_left;
     }
     return frame;
-}
-
-// From how long it took until `bytes` of an image had come.
-void RingReader::learnPiece(std::size_t bytes, Clock::duration time) {
-    constexpr std::size_t kEnough = kAtOnce / 8;
-    if (bytes >= kEnough) {
-        const std::chrono::duration<double> piece =
-            time * (static_cast<double>(kAtOnce) / static_cast<double>(bytes));
-        m_piece = std::clamp<Clock::duration>(
-            std::chrono::duration_cast<Clock::duration>(piece), kShortestNap, kLongestNap);
-    }
 }
 
 // Now and then, and at once where what was seen last cannot be true any more.

@@ -16,16 +16,21 @@
 namespace softboard {
 
 // When the thread wakes decides on what an image costs, and on how soon it is handed out. While images come,
-// it sleeps until the bell: the last packet of an image. Large images it fetches in pieces, so that little is
-// left to do then. Only when nothing has come for a while it sleeps until any packet comes.
+// it sleeps until the bell: the last packet of an image, and in large images one in a megabyte, so that
+// little is left to do at the end. Only when nothing has come for a while it sleeps until any packet comes.
 //
-// A caller that waits for an image does the reading itself. The keeper's thread sleeps meanwhile, and takes
-// over when the caller has gone and nobody has come for a moment; the next caller gets it back together with
-// an image.
+// A caller that waits for an image does the reading itself. The keeper's thread sleeps meanwhile, takes over
+// when the caller has gone and nobody has come for a moment, and leaves off for the next one.
+//
+// Such a caller fetches one image at a time, and leaves in the ring what came behind it: who was kept from
+// running finds more images there than he has buffers for, and loses none.
 class RingReader final : public ImageStream::Keeper {
 public:
     // Takes what next() gives to the stream; called from the thread that reads.
     using Sink = std::function<void(RingReader& reader)>;
+
+    // Of a stream's packets of this size (0: not known) so many to one that rings the bell; a power of two.
+    static std::uint16_t bellEvery(std::uint32_t packetSize);
 
     // The stream outlives the keeper's thread.
     RingReader(ImageStream& stream, std::shared_ptr<netif::PacketRing> ring, Sink sink);
@@ -45,11 +50,11 @@ public:
 
 private:
     void run();
-    bool isSentHome() const { return m_leave || m_catchingUp > 0; }
+    bool isSentHome() const { return m_leave || m_wanted > 0; }
+    std::unique_lock<std::mutex> takeOver(Clock::time_point deadline);
     // True when who waits for an image has an answer.
     bool round(Clock::time_point deadline, bool returnWithAnswer);
-    void takeSome();
-    void learnPiece(std::size_t bytes, Clock::duration time);
+    void takeSome(bool oneImage);
     void look();
 
     ImageStream& m_stream;
@@ -57,23 +62,24 @@ private:
     const std::uint64_t m_earlierOverrun;
     const Sink m_sink;
     std::atomic<bool> m_leave{false};
-    std::atomic<bool> m_attended{false};   // since the keeper's thread took over
-    std::atomic<unsigned> m_catchingUp{0}; // threads that want the ring
-    Alarm m_aside;                         // what the keeper's thread waits for while others do its work
-    std::mutex m_joining;                  // guards the thread
+    std::atomic<bool> m_keeping{false}; // the keeper's thread reads, or tries to
+    std::atomic<unsigned> m_wanted{0};  // by how many threads: who reads leaves off
+    Alarm m_aside;                      // what the keeper's thread waits for while others do its work
+    std::mutex m_joining;               // guards the thread
     std::thread m_thread;
 
     std::mutex m_reading; // guards what follows, and the ring
     bool m_link = false;  // as seen last
     bool m_lookNow = true;
-    bool m_more = false;         // may be there still
-    bool m_imageEnded = false;   // since it was looked at
-    unsigned m_left = 0;         // frames that the sink may have
-    std::size_t m_came = 0;      // bytes since the round began
-    std::size_t m_image = 0;     // bytes of the image under way
-    std::size_t m_lastImage = 0; // and of the one before
+    bool m_more = false;       // may be there still
+    bool m_resting = false;    // after an image: a part of the next is left alone until the bell
+    std::size_t m_rung = 0;    // bells, of what may be there
+    bool m_oneImage = false;   // is enough for now
+    bool m_mayWait = false;    // what came behind an image, in the ring
+    bool m_imageEnded = false; // since it was looked at
+    unsigned m_left = 0;       // frames that the sink may have
+    bool m_came = false;       // something, since the round began
     Clock::time_point m_lastCame{};
-    Clock::duration m_piece; // in which so much of a large image comes as is fetched at once
     Clock::time_point m_nextLook{};
 };
 
