@@ -82,6 +82,14 @@ Place placeOf(const std::string& text, CameraHandle* camera) {
     return {text, static_cast<unsigned>(address), static_cast<std::size_t>(length), nullptr, true};
 }
 
+bool isOfDescription(const Failure& failure) {
+    constexpr int kCodes[] = {
+        GBE_ERROR_XML_READ, GBE_ERROR_ENVIRONMENT_NOT_SET, GBE_ERROR_FILE_DOES_NOT_EXIST};
+    return failure.status() != ExitStatus::Lost && std::ranges::any_of(kCodes, [&](int code) {
+               return failure.reason() == Gbe_getErrorDescription(code);
+           });
+}
+
 std::size_t parseCount(const std::string& text) {
     constexpr std::uint32_t kMost = 256U << 20;
     const auto count = parseNumber(text);

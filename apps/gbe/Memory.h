@@ -28,6 +28,10 @@ Place placeOf(const std::string& text, CameraHandle* camera);
 // Without a camera features are not known.
 std::optional<Place> placeWithoutCamera(const std::string& text);
 
+// Whether a camera could not be connected because its description is of no use: it has registers all the
+// same.
+bool isOfDescription(const Failure& failure);
+
 // "4096" or "0x1000". Throws Failure.
 std::size_t parseCount(const std::string& text);
 // "0x00003a98" for the four bytes of a register, first the most significant one; else pairs of hexadecimal

@@ -36,14 +36,15 @@ public:
     // All of it is in the file; nothing can be written any more.
     void close() {
         flush();
-        std::FILE* const file = std::exchange(m_file, nullptr);
-        demand(file == stdout || std::fclose(file) == 0);
+        if (m_file != stdout) {
+            demand(std::fclose(std::exchange(m_file, nullptr)) == 0);
+        }
     }
 
 private:
     void demand(bool good) const {
         if (!good) {
-            throw Failure(m_name + ": " + std::strerror(errno));
+            throw Failure((m_file == stdout ? "standard output" : m_name) + ": " + std::strerror(errno));
         }
     }
 

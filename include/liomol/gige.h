@@ -236,14 +236,16 @@ GBE_API int Gbe_connectCameraForReading(CameraHandle* camera);
 typedef enum GbeConnectMode {
     GBE_CONNECT_CONTROL = 0,   /* control; others may read */
     GBE_CONNECT_EXCLUSIVE = 1, /* control, and others may not even read */
-    GBE_CONNECT_READ_ONLY = 2  /* nothing: Gbe_connectCameraForReading */
+    GBE_CONNECT_READ_ONLY = 2, /* nothing: Gbe_connectCameraForReading */
+    GBE_CONNECT_REGISTERS = 3  /* control, of a camera whose description is not looked at */
 } GbeConnectMode;
 
 /* Connects as Gbe_connectCameraWithoutService does, with the statuses of that call, but with the access that
  * a GbeConnectMode names. GBE_ERROR_ILLEGAL_PARAMETER: null handle, or no such mode. With
  * GBE_CONNECT_EXCLUSIVE the camera refuses the reads of every other application (whoever then connects to it
  * gets GBE_ERROR_CAMERA_BUSY) until the handle is disconnected; moving the handle keeps the mode,
- * Gbe_connectCamera takes plain control again. */
+ * Gbe_connectCamera takes plain control again. With GBE_CONNECT_REGISTERS there are no features, only
+ * Gbe_readMemory and Gbe_writeMemory, and so cameras can be worked with whose description is of no use. */
 GBE_API int Gbe_connectCameraWith(CameraHandle* camera, int mode);
 
 /* How long the camera keeps control for this handle when it hears nothing of it, in milliseconds, 3000 to

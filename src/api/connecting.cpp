@@ -25,15 +25,24 @@ using board::Device;
 
 namespace {
 
+enum class Purpose { Work, Reading };
+
+struct Wish {
+    Purpose purpose = Purpose::Work;
+    bool exclusive = false;
+    bool isBare = false; // without the camera's description
+};
+
 // Loads the description. A file that it asks for and that does not exist is remembered for the port.
-int loadDescription(CameraHandle& handle) {
+int loadDescription(CameraHandle& handle, bool isBare) {
     CameraPort& place = handle.place();
     const auto remember = [&](const QString& file) { place.setLocalXmlFile(file.toStdString()); };
     remember(QString());
     std::shared_ptr<Device> device = handle.sharedDevice();
     const int result = guarded(
         [&] {
-            const bool good = board::retrieveDescription(place, device, handle.standardBehaviour);
+            const bool good = isBare ? board::doWithoutDescription(place, device)
+                                     : board::retrieveDescription(place, device, handle.standardBehaviour);
             return good ? status::Success : status::XmlRead;
         },
         remember);
@@ -43,19 +52,12 @@ int loadDescription(CameraHandle& handle) {
     return result;
 }
 
-enum class Purpose { Work, Reading };
-
-struct Wish {
-    Purpose purpose = Purpose::Work;
-    bool exclusive = false;
-};
-
 // Everything that an attempt to connect takes, and gives back unless it succeeds: a failed attempt leaves the
 // camera free and the port without a device, as if it had not been.
 class Attempt {
 public:
     Attempt(CameraHandle& handle, const Wish& wish)
-        : m_handle(handle), m_purpose(wish.purpose), m_hadMac(handle.macIsTaken) {
+        : m_handle(handle), m_purpose(wish.purpose), m_isBare(wish.isBare), m_hadMac(handle.macIsTaken) {
         handle.isReading = wish.purpose == Purpose::Reading;
         handle.isExclusive = wish.exclusive;
     }
@@ -93,7 +95,7 @@ public:
         int result = m_purpose == Purpose::Reading ? prepareReading(m_handle) : prepareWork();
         m_hasControl = result == status::Success;
         if (m_hasControl && !m_handle.descriptionReady) {
-            result = loadDescription(m_handle);
+            result = loadDescription(m_handle, m_isBare);
         }
         if (result == status::Success && m_purpose == Purpose::Work && !startWatching(m_handle)) {
             result = refused(status::CameraBusy, "another application has taken the camera meanwhile");
@@ -110,6 +112,7 @@ private:
 
     CameraHandle& m_handle;
     const Purpose m_purpose;
+    const bool m_isBare;
     bool m_hadMac;
     bool m_hasPort = false;
     bool m_hasControl = false;
@@ -175,6 +178,8 @@ int Gbe_connectCameraWith(CameraHandle* camera, int mode) {
         return api::connectCamera(camera, kCall, {api::Purpose::Work, true});
     case GBE_CONNECT_READ_ONLY:
         return api::connectCamera(camera, kCall, {api::Purpose::Reading});
+    case GBE_CONNECT_REGISTERS:
+        return api::connectCamera(camera, kCall, {api::Purpose::Work, false, true});
     default:
         return api::refused(status::IllegalParameter, "there is no such mode");
     }

@@ -191,6 +191,14 @@ const char* ordinal(int which) {
 
 namespace {
 
+// The port's own from here on.
+void makeDeviceOf(CameraPort& place, std::shared_ptr<Device>& device) {
+    if (device == nullptr) {
+        device = makeDevice(place);
+    }
+    makeOwn(place, device);
+}
+
 // What is told when neither URL has led to a description.
 void addReason(std::string& all, int which, const ReadUrl& read, const std::string& reason) {
     constexpr std::size_t kLongestUrl = 120;
@@ -218,10 +226,7 @@ bool retrieveDescription(CameraPort& place, std::shared_ptr<Device>& device, boo
             addReason(reasons, which, read, document.reason);
             continue;
         }
-        if (device == nullptr) {
-            device = makeDevice(place);
-        }
-        makeOwn(place, device);
+        makeDeviceOf(place, device);
         device->enableStandardBehaviour(standardBehaviour);
         if (connectDevice(*device, std::move(document))) {
             return true;
@@ -230,6 +235,15 @@ bool retrieveDescription(CameraPort& place, std::shared_ptr<Device>& device, boo
     }
     util::setErrorDetail(reasons);
     return false;
+}
+
+bool doWithoutDescription(CameraPort& place, std::shared_ptr<Device>& device) {
+    static constexpr char kText[] =
+        R"(<RegisterDescription><Category Name="Root"/><Port Name="Device"/></RegisterDescription>)";
+    auto text = std::make_unique<char[]>(sizeof kText);
+    std::memcpy(text.get(), kText, sizeof kText);
+    makeDeviceOf(place, device);
+    return connectDevice(*device, {std::move(text), {}, {}});
 }
 
 } // namespace board

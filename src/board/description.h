@@ -20,4 +20,8 @@ DescriptionUrl lastUrl();
 // enableStandardBehaviour. The port must not be held.
 bool retrieveDescription(CameraPort& place, std::shared_ptr<Device>& device, bool standardBehaviour);
 
+// The same for a camera whose own description is not wanted: with one that has no feature, only the way to
+// the camera's registers and memory.
+bool doWithoutDescription(CameraPort& place, std::shared_ptr<Device>& device);
+
 } // namespace board

@@ -347,7 +347,8 @@ TEST_F(Gbe, NumbersHaveAPointInEveryLocale) {
 TEST_F(Gbe, OutputThatCannotBeWrittenIsAnError) {
     for (const char* const line :
          {"list >/dev/full", "--help >/dev/full", "watch DeviceUptime >/dev/full",
-          "get --json Width >/dev/full", "save - >/dev/full", "list >&-"}) {
+          "get --json Width >/dev/full", "save - >/dev/full", "xml >/dev/full", "read -o - 0 4 >/dev/full",
+          "list >&-"}) {
         const Outcome outcome = test::Program::run("/bin/sh", {"-c", QString(GBE " --port 0 ") + line});
         EXPECT_EQ(outcome.status, 1) << line;
         EXPECT_THAT(outcome.err, StartsWith("gbe: standard output: ")) << line;

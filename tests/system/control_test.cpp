@@ -163,7 +163,9 @@ TEST_F(ControlTest, ModesSayWhatOthersMayDoMeanwhile) {
         {GBE_CONNECT_EXCLUSIVE, kControl, GBE_ERROR_CAMERA_BUSY, kControl},
         {GBE_CONNECT_READ_ONLY, kControl, 0, kControl},
         {GBE_CONNECT_READ_ONLY, kExclusive, GBE_ERROR_CAMERA_BUSY, kExclusive},
-        {3, 0, GBE_ERROR_ILLEGAL_PARAMETER, 0},
+        {GBE_CONNECT_REGISTERS, 0, 0, kControl},
+        {GBE_CONNECT_REGISTERS, kControl, GBE_ERROR_CAMERA_BUSY, kControl},
+        {4, 0, GBE_ERROR_ILLEGAL_PARAMETER, 0},
     };
     camera = session.findFirst();
     for (const auto& row : rows) {
@@ -176,10 +178,12 @@ TEST_F(ControlTest, ModesSayWhatOthersMayDoMeanwhile) {
             EXPECT_EQ(Gbe_connectCameraWith(camera, row.mode), GBE_ERROR_CAMERA_ALREADY_CONNECTED);
             // A write that fails takes control before it is repeated.
             constexpr auto kBusyDevice = static_cast<std::uint32_t>(gvcp::Status::Busy);
-            if (!reads) {
+            const bool isBare = row.mode == GBE_CONNECT_REGISTERS;
+            if (!reads && !isBare) {
                 station->faults().add({Fault::Kind::Status, kBusyDevice, 1, gvcp::Command::WriteRegCmd});
             }
-            EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), reads ? GBE_ERROR_NOT_WRITABLE : 0);
+            const int code = reads ? GBE_ERROR_NOT_WRITABLE : isBare ? GBE_ERROR_ILLEGAL_NODE : 0;
+            EXPECT_EQ(Gbe_setIntegerValue(camera, "Number", 1), code);
             EXPECT_EQ(station->report().privilege, row.privilege);
             EXPECT_EQ(Gbe_disconnectCamera(camera), 0);
         }

@@ -3,13 +3,13 @@
 #include "gbe/Context.h"
 #include "gbe/Json.h"
 #include "gbe/Memory.h"
+#include "gbe/OutputFile.h"
 #include "gbe/Table.h"
 #include "gbe/options.h"
 
 #include <QtCore/QJsonArray>
 
-#include <cerrno>
-#include <cstring>
+#include <cstdio>
 #include <memory>
 
 namespace gbe {
@@ -26,15 +26,6 @@ std::string addressText(unsigned address) {
     char text[16];
     std::snprintf(text, sizeof text, "0x%08x", address);
     return text;
-}
-
-void save(const std::string& name, const Bytes& bytes) {
-    std::FILE* const file = name == "-" ? stdout : std::fopen(name.c_str(), "wb");
-    const bool written = file != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    const bool good = file != nullptr && (file == stdout ? std::fflush(file) : std::fclose(file)) == 0;
-    if (!written || !good) {
-        throw Failure(name + ": " + std::strerror(errno));
-    }
 }
 
 QJsonObject objectOf(const Place& place, const Bytes& bytes) {
@@ -73,33 +64,34 @@ void show(const Place& place, const Bytes& bytes) {
     table.print();
 }
 
-// A camera whose description is of no use has registers all the same.
-template<typename Read> Bytes withCamera(Context& context, const Request& request, Read&& read) {
+// A camera whose description is of no use has registers all the same, but no features.
+template<typename Read> void withCamera(Context& context, bool isFeature, Read&& read) {
     try {
-        CameraHandle* const camera = context.session(Purpose::Look).camera.get();
-        return read(camera, placeOf(request.place, camera), &readPlace);
+        read(context.session(Purpose::Look).camera.get(), &readPlace);
     } catch (const Failure& failure) {
-        const auto place = placeWithoutCamera(request.place);
-        if (!place || failure.reason() != Gbe_getErrorDescription(GBE_ERROR_XML_READ)) {
+        if (isFeature || !isOfDescription(failure)) {
             throw;
         }
         const Board board = openBoard(context.selection.board);
-        return read(pickCamera(board.get(), context.selection).handle.get(), *place, &readFound);
+        read(pickCamera(board.get(), context.selection).handle.get(), &readFound);
     }
 }
 
 ExitStatus readOne(Context& context, const Request& request) {
     Place place;
-    const Bytes bytes = withCamera(context, request, [&](CameraHandle* camera, Place found, auto* read) {
-        if (!request.count.empty() && found.isFeature) {
-            throw Failure(found.name + ": a feature's register has its own length", ExitStatus::Usage);
+    Bytes bytes;
+    withCamera(context, !placeWithoutCamera(request.place), [&](CameraHandle* camera, auto* read) {
+        place = placeOf(request.place, camera);
+        if (!request.count.empty() && place.isFeature) {
+            throw Failure(place.name + ": a feature's register has its own length", ExitStatus::Usage);
         }
-        found.length = request.count.empty() ? found.length : parseCount(request.count);
-        place = found;
-        return read(camera, found);
+        place.length = request.count.empty() ? place.length : parseCount(request.count);
+        bytes = read(camera, place);
     });
     if (!request.file.empty()) {
-        save(request.file, bytes);
+        OutputFile file(request.file);
+        file.write(bytes);
+        file.close();
     } else if (context.json) {
         print(QJsonDocument(objectOf(place, bytes)));
     } else if (request.bytesOnly) {
@@ -111,17 +103,15 @@ ExitStatus readOne(Context& context, const Request& request) {
 }
 
 // What a camera does not have is left out.
-ExitStatus readAll(Context& context) {
-    CameraHandle* const camera = context.session(Purpose::Look).camera.get();
-    Table table({"ADDRESS", "NAME", "CONTENT", "VALUE"});
-    QJsonArray array;
+void readAll(
+    CameraHandle* camera, Bytes (*read)(CameraHandle*, const Place&), Table& table, QJsonArray& array) {
     for (const bootstrap::Register& each : bootstrap::kRegisters) {
         if (each.access == bootstrap::Access::Write) {
             continue;
         }
         const Place place{std::string(each.name), each.address, each.length, &each, false};
         try {
-            const Bytes bytes = readPlace(camera, place);
+            const Bytes bytes = read(camera, place);
             const bool isText = each.meaning == bootstrap::Meaning::Text;
             const std::string meaning = meaningOf(place, bytes);
             array.append(objectOf(place, bytes));
@@ -134,6 +124,13 @@ ExitStatus readAll(Context& context) {
             }
         }
     }
+}
+
+ExitStatus readAll(Context& context) {
+    Table table({"ADDRESS", "NAME", "CONTENT", "VALUE"});
+    QJsonArray array;
+    withCamera(
+        context, false, [&](CameraHandle* camera, auto* read) { readAll(camera, read, table, array); });
     context.json ? print(QJsonDocument(array)) : table.print();
     return ExitStatus::Success;
 }

@@ -40,9 +40,7 @@ Bytes bytesOf(const Request& request, const Place& place) {
     return bytes;
 }
 
-ExitStatus write(Context& context, const Request& request) {
-    CameraHandle* const camera = context.session(Purpose::Work).camera.get();
-    const Place place = placeOf(request.place, camera);
+void write(CameraHandle* camera, const Place& place, const Request& request) {
     const Bytes bytes = bytesOf(request, place);
     if (bytes.empty()) {
         throw Failure("nothing to write", ExitStatus::Usage);
@@ -54,6 +52,29 @@ ExitStatus write(Context& context, const Request& request) {
             ExitStatus::Usage);
     }
     writePlace(camera, place, bytes);
+}
+
+// A camera whose description is of no use has registers all the same.
+void writeBare(const Selection& selection, const Place& place, const Request& request) {
+    const Board board = openBoard(selection.board);
+    const Camera camera = pickCamera(board.get(), selection).handle;
+    check("connecting without a description", Gbe_connectCameraWith(camera.get(), GBE_CONNECT_REGISTERS));
+    write(camera.get(), place, request);
+}
+
+ExitStatus write(Context& context, const Request& request) {
+    const std::optional<Place> place = placeWithoutCamera(request.place);
+    CameraHandle* camera = nullptr;
+    try {
+        camera = context.session(Purpose::Work).camera.get();
+    } catch (const Failure& failure) {
+        if (!place || !isOfDescription(failure)) {
+            throw;
+        }
+        writeBare(context.selection, *place, request);
+        return ExitStatus::Success;
+    }
+    write(camera, placeOf(request.place, camera), request);
     return ExitStatus::Success;
 }
 
@@ -98,6 +119,7 @@ extern const Verb kWriteVerb{
     &define,
     kExamples,
     "Control of the camera is taken for it. What features show is not looked at: a value that a feature would "
-    "refuse is written, and the camera decides."};
+    "refuse is written, and the camera decides. Of a camera whose description cannot be used everything but "
+    "features can be written all the same."};
 
 } // namespace gbe

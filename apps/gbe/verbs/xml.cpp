@@ -1,15 +1,13 @@
 // gbe xml: the description of a camera, as it gave it.
 #include "common/terminal_text.h"
 #include "gbe/Context.h"
-#include "gbe/Failure.h"
+#include "gbe/OutputFile.h"
 #include "gbe/features.h"
 #include "gbe/options.h"
 
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
+#include <cstdint>
 #include <memory>
 
 namespace gbe {
@@ -21,19 +19,9 @@ void saveDescription(CameraHandle* camera, const std::string& file) {
     if (file == "-" && isatty(STDOUT_FILENO) != 0) {
         text = common::terminalLines(text);
     }
-    std::FILE* out = file == "-" ? stdout : std::fopen(file.c_str(), "wb");
-    if (out == nullptr) {
-        throw Failure(file + ": " + std::strerror(errno));
-    }
-    const bool written = std::fwrite(text.data(), 1, text.size(), out) == text.size();
-    const bool flushed = std::fflush(out) == 0;
-    const int cause = errno;
-    if (out != stdout) {
-        std::fclose(out);
-    }
-    if (!written || !flushed) {
-        throw Failure(file + ": " + std::strerror(cause));
-    }
+    OutputFile out(file);
+    out.write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    out.close();
 }
 
 Run define(CLI::App& command, Context& context) {
