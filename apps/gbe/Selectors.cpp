@@ -30,13 +30,13 @@ Selectors::~Selectors() {
     }
 }
 
-void Selectors::each(const std::string& feature, const std::function<void(const Place&)>& visit) {
+void Selectors::each(
+    const std::vector<std::string>& selectors, const std::function<void(const Place&)>& visit) {
     Place place;
-    move(selectorsOf(feature), place, visit);
+    move(selectors, place, visit);
 }
 
-// Those that select the selectors come before them.
-std::vector<std::string> Selectors::selectorsOf(const std::string& feature) const {
+std::vector<std::string> Selectors::of(const std::string& feature) const {
     std::vector<std::string> order{feature};
     for (std::size_t i = 0; i < order.size(); ++i) {
         for (const std::string& selector : featureList(m_camera, order[i], GBE_LIST_SELECTING)) {

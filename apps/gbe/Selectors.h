@@ -24,16 +24,17 @@ public:
     Selectors(const Selectors&) = delete;
     Selectors& operator=(const Selectors&) = delete;
 
-    // Calls `visit` once in each position of the selectors of a feature, also of those that select these;
-    // once without a place where it has none. Positions that the camera refuses are left out. Throws Failure,
-    // and what `visit` throws.
-    void each(const std::string& feature, const std::function<void(const Place&)>& visit);
+    // The selectors of a feature, also those that select these, which come before them.
+    std::vector<std::string> of(const std::string& feature) const;
+
+    // Calls `visit` once in each position of these selectors; once without a place where there are none.
+    // Positions that the camera refuses are left out. Throws Failure, and what `visit` throws.
+    void each(const std::vector<std::string>& selectors, const std::function<void(const Place&)>& visit);
 
 private:
     void move(
         const std::vector<std::string>& selectors, Place& place,
         const std::function<void(const Place&)>& visit);
-    std::vector<std::string> selectorsOf(const std::string& feature) const;
     std::vector<std::string> positionsOf(const std::string& selector) const;
     bool set(const std::string& selector, const std::string& value);
 

@@ -21,6 +21,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <optional>
 
@@ -48,6 +49,13 @@ std::string lower(std::string text) {
     return text;
 }
 
+// Of a feature in one position of its selectors; in all of them.
+struct Line {
+    QJsonObject object;
+    std::vector<std::string> row;
+};
+using Lines = std::vector<Line>;
+
 class List {
 public:
     List(CameraHandle* camera, const Request& request, bool json)
@@ -64,8 +72,10 @@ private:
     void readAhead(const std::vector<Category>& categories) const;
     bool isNamed(const std::string& name) const;
     bool isWanted(const std::string& name) const;
+    std::vector<std::string> wantedOf(const Category& category) const;
+    std::vector<Lines> linesOf(const Category& category, const std::vector<std::string>& names);
     void show(const Category& category);
-    void add(Table& table, const std::string& category, const std::string& name, const Place& place);
+    Line lineOf(const std::string& category, const std::string& name, const Place& place) const;
 
     CameraHandle* m_camera;
     const Request& m_request;
@@ -117,7 +127,7 @@ bool List::isWanted(const std::string& name) const {
             info.visibility <= visibilityNamed(m_request.visibility));
 }
 
-void List::add(Table& table, const std::string& category, const std::string& name, const Place& place) {
+Line List::lineOf(const std::string& category, const std::string& name, const Place& place) const {
     if (m_interrupt.asked()) {
         throw Failure("interrupted");
     }
@@ -144,21 +154,47 @@ void List::add(Table& table, const std::string& category, const std::string& nam
         selectors.insert(QString::fromStdString(selector), QString::fromStdString(value));
         object["selectors"] = selectors;
     }
-    m_json ? m_array.append(object) : table.add({name + placeText(place), kindName(kind), text});
+    return {object, {name + placeText(place), kindName(kind), text}};
+}
+
+std::vector<std::string> List::wantedOf(const Category& category) const {
+    std::vector<std::string> names;
+    std::ranges::copy_if(category.features, std::back_inserter(names), [&](const std::string& name) {
+        int kind = GBE_KIND_OTHER;
+        return Gbe_getFeatureKind(m_camera, name.c_str(), &kind) == GBE_SUCCESS && isWanted(name);
+    });
+    return names;
+}
+
+// Features of the same selectors are read together in each position of these.
+std::vector<Lines> List::linesOf(const Category& category, const std::vector<std::string>& names) {
+    std::map<std::vector<std::string>, std::vector<std::size_t>> groups;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        groups[m_selectors ? m_selectors->of(names[i]) : std::vector<std::string>{}].push_back(i);
+    }
+    std::vector<Lines> lines(names.size());
+    for (const auto& [selectors, group] : groups) {
+        std::vector<std::string> together;
+        std::ranges::transform(group, std::back_inserter(together), [&](std::size_t i) { return names[i]; });
+        const auto visit = [&](const Place& place) {
+            if (!place.empty()) {
+                gbe::readAhead(m_camera, together);
+            }
+            for (const std::size_t i : group) {
+                lines[i].push_back(lineOf(category.name, names[i], place));
+            }
+        };
+        selectors.empty() ? visit({}) : m_selectors->each(selectors, visit);
+    }
+    return lines;
 }
 
 void List::show(const Category& category) {
     Table table;
-    for (const std::string& name : category.features) {
-        int kind = GBE_KIND_OTHER;
-        if (Gbe_getFeatureKind(m_camera, name.c_str(), &kind) < 0 || !isWanted(name)) {
-            continue;
+    for (const Lines& lines : linesOf(category, wantedOf(category))) {
+        for (const Line& line : lines) {
+            m_json ? m_array.append(line.object) : table.add(line.row);
         }
-        if (!m_selectors) {
-            add(table, category.name, name, {});
-            continue;
-        }
-        m_selectors->each(name, [&](const Place& place) { add(table, category.name, name, place); });
     }
     if (!table.empty() && !category.name.empty()) {
         std::printf("%s\n", heading(common::terminalText(category.name)).c_str());
