@@ -24,18 +24,19 @@ typedef enum GbeLinkUse {
  * closing do not set them back. Times are nanoseconds, ages count from now. Each figure is exact, all of them
  * together are of about the same moment. */
 typedef struct GbeLinkStatistics {
-    int pid;                 /* of the program */
-    char program[32];        /* its name, printable ASCII, with a NUL */
-    int board;               /* 0 to 7 */
-    unsigned port;           /* 0 to 3 */
-    int use;                 /* a GbeLinkUse */
-    unsigned char mac[6];    /* of the connected camera, most significant byte first; zeros without */
-    uint64_t framesSent;     /* all frames that the program's commands and ARP answers took */
-    uint64_t framesReceived; /* all frames that the port gave the program */
-    uint64_t commands;       /* GVCP commands */
-    uint64_t repeated;       /* commands that went out again, because of silence or of a foreign answer */
-    uint64_t unanswered;     /* commands that were given up */
-    uint64_t refused;        /* commands that were answered with another status than success */
+    int pid;                  /* of the program */
+    char program[32];         /* its name, printable ASCII, with a NUL */
+    int board;                /* 0 to 7 */
+    unsigned port;            /* 0 to 3 */
+    int use;                  /* a GbeLinkUse */
+    unsigned char mac[6];     /* of the connected camera, most significant byte first; zeros without */
+    unsigned char streamOpen; /* 1: the program has an image stream open */
+    uint64_t framesSent;      /* all frames that the program's commands and ARP answers took */
+    uint64_t framesReceived;  /* all frames that the port gave the program */
+    uint64_t commands;        /* GVCP commands */
+    uint64_t repeated;        /* commands that went out again, because of silence or of a foreign answer */
+    uint64_t unanswered;      /* commands that were given up */
+    uint64_t refused;         /* commands that were answered with another status than success */
     uint64_t roundTrips;  /* commands whose round trip was measured: answered without having been repeated */
     uint64_t roundTripNs; /* of all of these together */
     uint64_t lastRoundTripNs;    /* of the latest of them */
@@ -43,7 +44,8 @@ typedef struct GbeLinkStatistics {
     uint64_t answerAgeNs;        /* since the latest answer; UINT64_MAX: there was none */
     uint64_t heartbeats;         /* that were sent */
     uint64_t heartbeatAgeNs; /* since the camera answered the latest heartbeat; UINT64_MAX: there was none */
-    /* Of the port's image streams, at most half a second old while the program asks for images. */
+    /* Of the port's image streams, at most half a second old while one is open: whether the program
+     * asks for images or not, as long as it has control of the camera. */
     uint64_t images;         /* that were handed out, those with holes too */
     uint64_t imageBytes;     /* of these */
     uint64_t imagesBroken;   /* of these, with holes */

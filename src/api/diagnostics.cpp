@@ -63,6 +63,7 @@ GbeLinkStatistics shown(const util::LinkPage& page, int board, int port) {
     for (const Shown& each : kShown) {
         out.*each.to = figures[each.from];
     }
+    out.streamOpen = figures[Figure::StreamOpen] != 0 ? 1 : 0;
     out.answerAgeNs = ageOf(figures[Figure::AnswerMoment]);
     out.heartbeatAgeNs = ageOf(figures[Figure::HeartbeatMoment]);
     return out;

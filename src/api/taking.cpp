@@ -136,11 +136,12 @@ void startHeartbeat(CameraHandle& handle) {
     if (handle.device() != nullptr) {
         handle.device()->setHeartbeatTimeout(handle.heartbeatTimeout);
     }
-    handle.heartbeat.reset(
-        new GbeHeartbeatThread(handle.sharedDevice(), [stream = handle.stream, keep = handle.keep] {
-            keep->end();
-            stream->fail(status::Connection);
-        }));
+    const auto onLoss = [stream = handle.stream, keep = handle.keep] {
+        keep->end();
+        stream->fail(status::Connection);
+    };
+    const auto onTick = [stream = handle.stream] { stream->count(); }; // though nobody asks for images
+    handle.heartbeat.reset(new GbeHeartbeatThread(handle.sharedDevice(), onLoss, onTick));
     handle.heartbeat->start(QThread::InheritPriority);
 }
 

@@ -14,8 +14,9 @@ constexpr std::int64_t kTicksPerSecond = 1000 / kTick;
 } // namespace
 
 GbeHeartbeatThread::GbeHeartbeatThread(
-    std::shared_ptr<tavo::ImplGenICamCamera> device, std::function<void()> onLoss)
-    : m_device(std::move(device)), m_onLoss(std::move(onLoss)) {}
+    std::shared_ptr<tavo::ImplGenICamCamera> device, std::function<void()> onLoss,
+    std::function<void()> onTick)
+    : m_device(std::move(device)), m_onLoss(std::move(onLoss)), m_onTick(std::move(onTick)) {}
 
 GbeHeartbeatThread::~GbeHeartbeatThread() {
     util::happensAfter(this);
@@ -38,6 +39,9 @@ bool GbeHeartbeatThread::waitForPeriod() {
         }
         msleep(kTick);
         ++ticks;
+        if (m_onTick) {
+            m_onTick();
+        }
         if (m_device != nullptr) {
             announceLoss();
         }

@@ -21,9 +21,11 @@ class ImplGenICamCamera;
 class GbeHeartbeatThread : public QThread {
 public:
     // The thread shares the device until its run is over. With a null device it idles. `onLoss` (which may be
-    // empty) is called once, on this thread, when control is lost, before listeners are told.
+    // empty) is called once, on this thread, when control is lost, before listeners are told; `onTick`
+    // (likewise) on each tick.
     explicit GbeHeartbeatThread(
-        std::shared_ptr<tavo::ImplGenICamCamera> device, std::function<void()> onLoss = {});
+        std::shared_ptr<tavo::ImplGenICamCamera> device, std::function<void()> onLoss = {},
+        std::function<void()> onTick = {});
     ~GbeHeartbeatThread() override;
 
     // Ends the thread as soon as its heartbeat, if one is under way, is over. Does not wait.
@@ -42,6 +44,7 @@ private:
 
     std::shared_ptr<tavo::ImplGenICamCamera> m_device;
     std::function<void()> m_onLoss;
+    const std::function<void()> m_onTick;
     std::atomic<int> m_period{1};
     std::atomic<bool> m_stop{false};
 };

@@ -25,6 +25,12 @@ void CurrentStream::restart() const {
     }
 }
 
+void CurrentStream::count() const {
+    if (const auto stream = get()) {
+        stream->count();
+    }
+}
+
 void CurrentStream::fail(int reason) const {
     if (const auto stream = get()) {
         stream->fail(reason);

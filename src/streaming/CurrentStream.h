@@ -15,6 +15,7 @@ public:
 
     // Of the stream, if there is one; see ImageStream.
     void restart() const;
+    void count() const;
     void fail(int reason) const;
     void end(int reason) const;
 

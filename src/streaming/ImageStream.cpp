@@ -219,6 +219,13 @@ void ImageStream::countPackets(const TavoImageStatistics& now) {
     counters[Figure::Overrun].add(now.overrun - before.overrun);
 }
 
+void ImageStream::count() {
+    const Use use(*this);
+    if (use.stream() != nullptr) {
+        countPacketsIfDue(use.stream());
+    }
+}
+
 // Asking the path for its figures costs more than an image should.
 void ImageStream::countPacketsIfDue(TavoImageStream* stream) {
     constexpr std::chrono::milliseconds kPeriod{250};
@@ -251,7 +258,7 @@ std::string ImageStream::reasonText() const {
     }
     switch (reason()) {
     case status::Success:
-        return {};
+        return m_linkGone ? sentenceOf(IMAGE_PATH_LINK_GONE) : "";
     case status::CameraNotConnected:
         return "the camera was disconnected";
     case status::StreamClosed:
@@ -292,6 +299,7 @@ void ImageStream::end(int reason) {
         m_path.statistics(stream, &m_last);
         const std::lock_guard counting(m_counting);
         countPackets(m_last);
+        m_place.counters[Figure::StreamOpen].set(0);
         m_path.close(stream);
     }
     const std::lock_guard lock(m_mutex);

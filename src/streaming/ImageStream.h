@@ -49,6 +49,9 @@ public:
     int wait(int timeoutMs, GbeImage& image);
     int giveBack(std::uint64_t id);
     void getStatistics(GbeStreamStatistics& out);
+    // Brings what everybody sees of the stream up to date, where that is due; waiting for images does it,
+    // too.
+    void count();
     // Why nothing arrives; empty when that is not known. Throws what features and registers throw.
     std::string findTrouble();
 

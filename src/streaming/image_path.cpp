@@ -39,7 +39,7 @@ const char* sentenceOf(int pathResult) {
     case IMAGE_PATH_NO_RIGHT:
         return "the system refuses the socket for images";
     case IMAGE_PATH_LINK_GONE:
-        return "the network interface was removed or switched off";
+        return "the link is gone: the camera is unplugged, or the network interface removed or switched off";
     default:
         return "";
     }

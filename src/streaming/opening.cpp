@@ -103,6 +103,7 @@ int ImageStream::openPath() {
     const int result = m_path.open(&m_settings, &stream);
     const std::lock_guard lock(m_mutex);
     m_stream = stream;
+    m_place.counters[util::Figure::StreamOpen].set(stream != nullptr ? 1 : 0);
     return result == IMAGE_PATH_OK ? status::Success : util::refused(statusOf(result), sentenceOf(result));
 }
 

@@ -38,6 +38,7 @@ enum class Figure : std::uint8_t {
     MissingPackets,
     ResentPackets,
     Overrun,
+    StreamOpen, // 1 while there is an image stream
     Count_
 };
 inline constexpr std::size_t kFigures = static_cast<std::size_t>(Figure::Count_);

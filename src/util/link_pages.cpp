@@ -26,7 +26,7 @@ namespace {
 
 constexpr std::string_view kPrefix = "counters-";
 constexpr mode_t kPageMode = 0640;
-constexpr std::array<char, 8> kMark{'l', 'i', 'o', 'm', 'o', 'l', 'L', '1'}; // another one for another layout
+constexpr std::array<char, 8> kMark{'l', 'i', 'o', 'm', 'o', 'l', 'L', '2'}; // another one for another layout
 constexpr int kNames = 4; // that a process tries: one of another process namespace may bear its number
 constexpr std::size_t kMostPages = 1024; // that a reader looks at
 

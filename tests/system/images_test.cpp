@@ -1,6 +1,8 @@
 // Images, from the camera's sensor to the caller's hands, in process.
 #include "system/images.h"
 
+#include "liomol/diagnostics.h"
+
 #include <atomic>
 #include <cstdlib>
 #include <functional>
@@ -97,6 +99,29 @@ TEST(Images, ChunksComeWithTheImage) {
         EXPECT_EQ(Gbe_stopAcquisition(one.camera), 0);
         EXPECT_EQ(Gbe_closeStream(stream), 0);
     }
+}
+
+// Others see what comes also while this program does not look at it.
+TEST(Images, CountThoughNobodyFetchesThem) {
+    OneCamera one;
+    const auto figures = [&] {
+        GbeLinkStatistics now{};
+        EXPECT_EQ(Gbe_getLinkStatistics(one.camera, &now), 0);
+        return now;
+    };
+    const GbeLinkStatistics before = figures(); // of other tests
+    EXPECT_EQ(before.streamOpen, 0);
+    GbeStream* const stream = openStream(one.camera);
+    EXPECT_EQ(figures().streamOpen, 1);
+    ASSERT_EQ(Gbe_startAcquisition(one.camera), 0);
+    EXPECT_TRUE(eventually([&] {
+        const GbeLinkStatistics now = figures();
+        return now.imagesDropped > before.imagesDropped && now.streamPackets > before.streamPackets;
+    }));
+    EXPECT_EQ(figures().images, before.images);
+    EXPECT_EQ(Gbe_stopAcquisition(one.camera), 0);
+    EXPECT_EQ(Gbe_closeStream(stream), 0);
+    EXPECT_EQ(figures().streamOpen, 0);
 }
 
 // IMAGES_ROUNDS in the environment makes it more.

@@ -128,9 +128,14 @@ void printLinks(const LinkState& then, const LinkState& now, const Names& names)
             std::to_string(link.unanswered),
             std::to_string(link.repeated),
             std::to_string(link.refused)};
-        if (link.streamPackets != 0 || link.images != 0) {
+        const bool hadStream = link.streamPackets != 0 || link.images != 0;
+        if (link.streamOpen != 0) {
             row.push_back(fixed(rates.images, 1));
             row.push_back(fixed(rates.megabytes, 1));
+        } else if (link.use != GBE_LINK_FREE || hadStream) {
+            row.insert(row.end(), {"no stream", "-"});
+        }
+        if (link.streamOpen != 0 || hadStream) {
             row.push_back(std::to_string(link.imagesLost + link.imagesBroken + link.imagesDropped));
             row.push_back(std::to_string(link.resentPackets));
         }
@@ -206,6 +211,7 @@ QJsonObject objectOf(const GbeLinkStatistics& link, const GbeLinkStatistics* the
         {"use", link.use == GBE_LINK_FREE ? "free" : QString(useText(link.use)).toLower()},
         {"commandsPerSecond", rates.commands},
         {"roundTripMicroseconds", rates.roundTrip},
+        {"streamOpen", link.streamOpen != 0},
         {"imagesPerSecond", rates.images},
         {"megabytesPerSecond", rates.megabytes},
         {"heartbeatAge", age(link.heartbeatAgeNs)},
@@ -314,7 +320,8 @@ extern const Verb kTopVerb{
     kExamples,
     "Of each port the link and what Linux counts on its interface; of each program that uses a port the "
     "commands a second, how long their round trip takes, how old the last heartbeat is, how many commands "
-    "were given up (LOST), sent again and refused, and its images. Programs show their figures to who may "
+    "were given up (LOST), sent again and refused, and the images that it fetches, a second, with those that it "
+    "has lost or had to drop. Programs show their figures to who may "
     "talk to the service; nothing is sent for it but the scan at the beginning, which finds cameras that "
     "nobody works with."};
 
