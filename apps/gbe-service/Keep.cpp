@@ -16,11 +16,12 @@ constexpr unsigned kPortCount = 256;
 
 } // namespace
 
-bool StopWatch::isDue(bool stopped, Time now) {
-    if (stopped && !std::exchange(m_stopped, stopped)) {
+bool StopWatch::isDue(bool stopped, std::uint64_t ran, Time now) {
+    const bool wasStopped = std::exchange(m_stopped, stopped);
+    const bool hasRun = std::exchange(m_ran, ran) != ran;
+    if (stopped && (!wasStopped || hasRun)) {
         m_since = now;
     }
-    m_stopped = stopped;
     return stopped && now - m_since < m_longest;
 }
 
@@ -74,7 +75,7 @@ Keep::~Keep() = default;
 
 bool Keep::look() {
     const auto stat = m_peer.look();
-    if (stat && m_watch.isDue(stat->isStopped(), StopWatch::Time::clock::now())) {
+    if (stat && m_watch.isDue(stat->isStopped(), stat->ran, StopWatch::Time::clock::now())) {
         const KeepFrame& frame = m_frames[m_next++ % m_frames.size()];
         m_socket->send(frame.data(), frame.size());
     }

@@ -25,12 +25,14 @@ public:
     using Time = std::chrono::steady_clock::time_point;
 
     explicit StopWatch(std::chrono::seconds longest) : m_longest(longest) {}
-    // What a look has shown; whether to send a command.
-    bool isDue(bool stopped, Time now);
+    // What a look has shown, `ran` as in ProcessStat; whether to send a command. A process that has run since
+    // the last look stands still anew.
+    bool isDue(bool stopped, std::uint64_t ran, Time now);
 
 private:
     const std::chrono::seconds m_longest;
     bool m_stopped = false;
+    std::uint64_t m_ran = 0;
     Time m_since{};
 };
 

@@ -21,9 +21,16 @@ template<typename Number> std::optional<Number> numberOf(std::string_view word) 
 }
 
 std::optional<ProcessStat> statOf(pid_t process) {
+    const std::string folder = "/proc/" + std::to_string(process);
     std::string text;
-    const std::string name = "/proc/" + std::to_string(process) + "/stat";
-    return common::readTextFile(name, kMaxStatSize, text) ? std::nullopt : parseStat(text);
+    std::optional<ProcessStat> stat;
+    if (!common::readTextFile(folder + "/stat", kMaxStatSize, text)) {
+        stat = parseStat(text);
+    }
+    if (stat && !common::readTextFile(folder + "/schedstat", kMaxStatSize, text)) { // not in every kernel
+        stat->ran = numberOf<std::uint64_t>(text.substr(0, text.find(' '))).value_or(0);
+    }
+    return stat;
 }
 
 } // namespace

@@ -14,6 +14,7 @@
 
 #include <sys/stat.h>
 
+#include <random>
 #include <tuple>
 
 namespace {
@@ -88,7 +89,35 @@ TEST(ServiceKeeps, SendOneHarmlessCommandForALimitedTimeOfEachStop) {
                                                  {3, true, false},  {9, true, false}, {10, false, false},
                                                  {11, true, true},  {13, true, false}};
     for (const auto& [second, stopped, due] : looks) {
-        EXPECT_EQ(watch.isDue(stopped, StopWatch::Time(std::chrono::seconds(second))), due) << second;
+        EXPECT_EQ(watch.isDue(stopped, 0, StopWatch::Time(std::chrono::seconds(second))), due) << second;
+    }
+}
+
+// Whatever happens between two looks: a debugger's step is over long before the next one.
+TEST(ServiceKeeps, GiveEachStopItsTime) {
+    using std::chrono::milliseconds;
+    for (unsigned seed = 0; seed < 50; ++seed) {
+        std::mt19937 random(seed);
+        const auto chance = [&](unsigned percent) { return random() % 100 < percent; };
+        const std::chrono::seconds longest(1 + seed % 5);
+        StopWatch watch(longest);
+        StopWatch::Time now(milliseconds(1));
+        bool stopped = false;
+        std::uint64_t ran = 1;
+        StopWatch::Time seen{}; // when a look has shown this stop first; 0: none has
+        for (unsigned step = 0; step < 500; ++step) {
+            now += milliseconds(random() % 500);
+            if (chance(30)) { // runs for a moment
+                ran += 1 + random() % 1000;
+                stopped = chance(80);
+                seen = {};
+            }
+            if (stopped && seen == StopWatch::Time{}) {
+                seen = now;
+            }
+            EXPECT_EQ(watch.isDue(stopped, ran, now), stopped && now - seen < longest)
+                << "seed " << seed << " step " << step;
+        }
     }
 }
 
