@@ -11,7 +11,8 @@ namespace gbe {
 class Context {
 public:
     Selection selection;
-    bool json = false; // --json
+    bool json = false;        // --json
+    unsigned keepSeconds = 0; // --keep-control, for sessions that work with a camera; 0: not
 
     // A board and its camera, connected for a purpose. It stays until another camera is chosen or more is
     // wanted of this one, so that verbs that follow one another share it. Throws Failure.
@@ -20,9 +21,12 @@ public:
     void disconnect() { m_session.reset(); }
 
 private:
+    void keepControl();
+
     std::optional<Session> m_session;
     Selection m_of;
     Purpose m_for = Purpose::Look;
+    unsigned m_kept = 0; // seconds that are kept of each stop in this session
 };
 
 } // namespace gbe

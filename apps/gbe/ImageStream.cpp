@@ -1,6 +1,7 @@
 #include "ImageStream.h"
 
 #include "Failure.h"
+#include "FeatureWatch.h"
 #include "Interrupt.h"
 #include "features.h"
 
@@ -8,6 +9,7 @@
 #include <cctype>
 #include <charconv>
 #include <system_error>
+#include <thread>
 
 namespace gbe {
 namespace {
@@ -93,6 +95,7 @@ ImageStream::ImageStream(CameraHandle* camera, const GbeStreamOptions& options) 
     const std::string size =
         options.packetSize > 0 ? " in packets of " + std::to_string(options.packetSize) + " bytes" : "";
     check("getting ready for images" + size, Gbe_openStream(camera, &options, &m_stream));
+    Gbe_watchControl(camera, &tellLoss, this);
 }
 
 ImageStream::~ImageStream() {
@@ -100,6 +103,7 @@ ImageStream::~ImageStream() {
         Gbe_stopAcquisition(m_camera);
     }
     Gbe_closeStream(m_stream);
+    Gbe_watchControl(m_camera, nullptr, nullptr);
 }
 
 void ImageStream::start() {
@@ -107,7 +111,7 @@ void ImageStream::start() {
     m_started = true;
 }
 
-bool ImageStream::wait(std::chrono::milliseconds time, const Interrupt& interrupt, GbeImage& image) {
+Came ImageStream::wait(std::chrono::milliseconds time, const Interrupt& interrupt, GbeImage& image) {
     const auto deadline = std::chrono::steady_clock::now() + time;
     int code = GBE_ERROR_TIMEOUT;
     while (code == GBE_ERROR_TIMEOUT && !interrupt.asked()) {
@@ -116,13 +120,25 @@ bool ImageStream::wait(std::chrono::milliseconds time, const Interrupt& interrup
         code =
             Gbe_waitImage(m_stream, static_cast<int>(std::clamp(left, left.zero(), kSlice).count()), &image);
         if (code == GBE_ERROR_TIMEOUT && left <= left.zero()) {
-            return false;
+            return Came::Nothing;
         }
+    }
+    if (code == GBE_ERROR_CONNECTION) {
+        return withoutLink();
     }
     if (code != GBE_ERROR_TIMEOUT) {
         check("waiting for an image", code);
     }
-    return code == GBE_SUCCESS;
+    return code == GBE_SUCCESS ? Came::Image : Came::Nothing;
+}
+
+// The library says it at once, while waiting should take its time; a loss of control it tells a moment later.
+Came ImageStream::withoutLink() const {
+    std::this_thread::sleep_for(kSlice);
+    if (m_loss != GBE_LOSS_NONE) {
+        throw Failure(std::string("control of the camera is lost: ") + lossText(m_loss), ExitStatus::Lost);
+    }
+    return Came::NoLink;
 }
 
 void ImageStream::giveBack(const GbeImage& image) {

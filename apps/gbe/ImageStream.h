@@ -6,6 +6,7 @@
 
 #include "liomol/images.h"
 
+#include <atomic>
 #include <chrono>
 #include <string>
 #include <utility>
@@ -40,6 +41,16 @@ private:
     std::vector<std::pair<std::string, std::string>> m_before; // in the order of changes
 };
 
+// What a wait for an image has brought.
+enum class Came {
+    Image,
+    Nothing, // the time is over, or the user wants no more
+    NoLink,  // the link is gone, but not yet control of the camera: images may come again
+};
+
+inline constexpr const char* kNoLink =
+    "the link is gone: the camera is unplugged, or the network interface switched off";
+
 // All but the destructor throw Failure.
 class ImageStream {
 public:
@@ -51,16 +62,22 @@ public:
     ImageStream& operator=(const ImageStream&) = delete;
 
     void start();
-    // False when the time is over, or the user wants no more. Images are the caller's until given back.
-    bool wait(std::chrono::milliseconds time, const Interrupt& interrupt, GbeImage& image);
+    // Images are the caller's until given back.
+    Came wait(std::chrono::milliseconds time, const Interrupt& interrupt, GbeImage& image);
     void giveBack(const GbeImage& image);
     GbeStreamStatistics statistics();
     // Why nothing comes, as the end of a message; empty when nothing is known to be wrong.
     std::string trouble();
 
 private:
+    static void tellLoss(CameraHandle*, int loss, void* user) {
+        static_cast<ImageStream*>(user)->m_loss = loss;
+    }
+    Came withoutLink() const;
+
     CameraHandle* m_camera;
     GbeStream* m_stream = nullptr;
+    std::atomic<int> m_loss{GBE_LOSS_NONE}; // of control; set by the library's thread
     bool m_started = false;
 };
 

@@ -51,6 +51,16 @@ inline void addExclusive(CLI::App& command, Purpose& purpose) {
         "--exclusive", [&purpose] { purpose = Purpose::WorkAlone; }, "Meanwhile nobody else can even read");
 }
 
+inline void addKeepControl(CLI::App& command, Context& context) {
+    command
+        .add_option(
+            "--keep-control", context.keepSeconds,
+            "While this program stands still, by Ctrl-Z or in a debugger, the service keeps control of the "
+            "camera for it, for so many seconds of each stop (1 to 3600)")
+        ->check(within(1U, 3600U))
+        ->type_name("SECONDS");
+}
+
 // What gbe grab and gbe stream both want of a stream.
 struct StreamRequest {
     std::vector<std::string> settings; // NAME=VALUE, written before
@@ -58,7 +68,7 @@ struct StreamRequest {
     Purpose purpose = Purpose::Work;
 };
 
-inline void addStreamOptions(CLI::App& command, StreamRequest& request) {
+inline void addStreamOptions(CLI::App& command, Context& context, StreamRequest& request) {
     command.add_option("--set", request.settings, "A feature to be written before (repeatable)")
         ->allow_extra_args(false)
         ->type_name("NAME=VALUE");
@@ -68,6 +78,7 @@ inline void addStreamOptions(CLI::App& command, StreamRequest& request) {
             "Bytes; \"auto\": the largest that passes (default); \"keep\": the camera's own")
         ->type_name("SIZE");
     addExclusive(command, request.purpose);
+    addKeepControl(command, context);
 }
 
 } // namespace gbe

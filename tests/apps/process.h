@@ -8,6 +8,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QStringList>
 
 #include <gtest/gtest.h>
@@ -66,11 +67,15 @@ public:
     void signal(int number) { kill(static_cast<pid_t>(m_process.processId()), number); }
     // Waits until it has printed a text on standard output; what it printed before is gone then.
     bool prints(const std::string& text) {
-        std::string seen;
+        return printsLike(QRegularExpression::escape(QString::fromStdString(text)));
+    }
+    bool printsLike(const QString& pattern) {
+        const QRegularExpression wanted(pattern);
+        QString seen;
         return eventually([&] {
             m_process.waitForReadyRead(0);
-            seen += m_process.readAllStandardOutput().toStdString();
-            return seen.find(text) != seen.npos;
+            seen += QString::fromUtf8(m_process.readAllStandardOutput());
+            return seen.contains(wanted);
         });
     }
     Outcome wait(int deadlineMs = kDeadlineMs) {

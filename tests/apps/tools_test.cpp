@@ -27,7 +27,7 @@ using testing::Not;
 
 constexpr const char* kMac = "00:11:22:a3:b4:c5";
 constexpr const char* kIp = "169.254.77.99";
-constexpr const char* kOtherMac = "00:11:22:0f:0e:0d"; // of a camera without a name
+constexpr const char* kOtherMac = "00:11:22:0f:0e:0d"; // of a camera without a name and a description
 
 // For the first camera, unless the words say otherwise.
 Outcome gbe(const QString& words) {
@@ -47,10 +47,13 @@ protected:
         ASSERT_TRUE(service->answers());
         const test_support::NetNamespace::Inside there(wire.camera);
         camera.emplace(
-            GBE_SIMCAM, QStringList{
-                            "--interface", "camera0", "--camera",
-                            QString("name=Gerda's,serial=SN-4711,mac=%1,ip=%2").arg(kMac, kIp), "--camera",
-                            QString("serial=SN-4712,mac=%1,ip=169.254.77.100").arg(kOtherMac)});
+            GBE_SIMCAM,
+            QStringList{
+                "--interface", "camera0", "--control", "camera.sock", "--camera",
+                QString("name=Gerda's,serial=SN-4711,mac=%1,ip=%2").arg(kMac, kIp), "--camera",
+                QString("serial=SN-4712,mac=%1,ip=169.254.77.100,first-url=Local:no.xml;10000000;8,"
+                        "second-url=http://camera/no.xml")
+                    .arg(kOtherMac)});
         ASSERT_TRUE(camera->prints("camera 2: ready"));
     }
 
@@ -87,6 +90,13 @@ TEST_F(Tools, RegistersByNameAndByAddress) {
         {"write HeartbeatTimeout 0123", 2, "", "has 4 bytes, not 2"},
         {"write 0xd08 012", 2, "", "is not bytes"},
         {"write SerialNumber --text x", 1, "", "SerialNumber: "},
+        // The other camera.
+        {"--mac 00:11:22:0f:0e:0d write 0xd08 00 00 01 00", 0, ""},
+        {"--mac 00:11:22:0f:0e:0d read -q 0xd04 8", 0, "00000100\n"},
+        {"--mac 00:11:22:0f:0e:0d write UserDefinedName --text bare", 0, ""},
+        {"--mac 00:11:22:0f:0e:0d read", 0, "\"bare\""},
+        {"--mac 00:11:22:0f:0e:0d write SerialNumber --text x", 1, "", "SerialNumber: "},
+        {"--mac 00:11:22:0f:0e:0d write Width 00000000", 1, "", "xml read exception (-40020): first URL"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.words);
@@ -151,6 +161,7 @@ TEST_F(Tools, SeeAndCaptureWhatAnotherProgramDoes) {
     };
     EXPECT_TRUE(eventually(isSeen)) << QJsonDocument(link).toJson().toStdString();
     EXPECT_EQ(link["program"], "gbe");
+    EXPECT_EQ(link["streamOpen"], true);
     EXPECT_GT(link["roundTripMicroseconds"].toDouble(), 0);
     EXPECT_THAT(
         gbe("top --once --interval 0.1").out,
@@ -177,6 +188,57 @@ TEST_F(Tools, SeeAndCaptureWhatAnotherProgramDoes) {
         Program::run("setpriv", {"--bounding-set=-net_raw", "--inh-caps=-net_raw", GBE, "capture", "-o", "x"})
             .status,
         7);
+}
+
+// These take longest: a ctest of their own.
+class ToolsAndTheLink : public Tools {};
+
+TEST_F(ToolsAndTheLink, IsWaitedForByStreamAndEndsGrab) {
+    const auto start = [](const char* words) {
+        return std::make_unique<Program>(
+            "/bin/sh", QStringList{"-c", QString("exec " GBE " --mac %1 %2 2>&1").arg(kMac, words)});
+    };
+    const auto stream = start("stream");
+    ASSERT_TRUE(stream->prints("\"framesPerSecond\":"));
+    ASSERT_TRUE(wire.host.shell("ip link set host0 down"));
+    EXPECT_TRUE(stream->prints("gbe: the link is gone: "));
+    ASSERT_TRUE(wire.host.shell("ip link set host0 up"));
+    EXPECT_TRUE(stream->prints("gbe: the link is back\n"));
+    EXPECT_TRUE(stream->printsLike("\"framesPerSecond\":[1-9]"));
+    ASSERT_TRUE(wire.host.shell("ip link set host0 down"));
+    const Outcome lost = stream->wait();
+    EXPECT_EQ(lost.status, 6);
+    EXPECT_THAT(
+        lost.out,
+        AllOf(
+            HasSubstr("\"whole\":true"),
+            HasSubstr("gbe: control of the camera is lost: the camera does not answer any more\n")));
+    ASSERT_TRUE(wire.host.shell("ip link set host0 up"));
+    EXPECT_TRUE(eventually([] { return gbe("info").status == 0; })) << "the kernel takes a moment";
+
+    const auto images = start("grab --timeout 60 -n 100000 --json");
+    ASSERT_TRUE(images->prints("\"blockId\":"));
+    ASSERT_TRUE(wire.host.shell("ip link set host0 down"));
+    const Outcome ended = images->wait();
+    EXPECT_EQ(ended.status, 6);
+    EXPECT_THAT(ended.out, testing::ContainsRegex("gbe: after [0-9]+ of 100000 images the link is gone: "));
+}
+
+TEST_F(ToolsAndTheLink, IsKeptWhileAProgramStandsStill) {
+    const auto reads = [] {
+        const Outcome outcome = Program::run(GBE_SIMCAM, {"control", "camera.sock", "1 statistics"});
+        const auto found = QRegularExpression("readreg (\\d+)").match(QString::fromStdString(outcome.out));
+        EXPECT_TRUE(found.hasMatch()) << outcome.out << outcome.err;
+        return found.captured(1).toInt();
+    };
+    Program stream(GBE, {"--mac", kMac, "stream", "--json", "--keep-control", "60"});
+    ASSERT_TRUE(stream.prints("framesPerSecond"));
+    stream.signal(SIGSTOP);
+    const int before = reads();
+    EXPECT_TRUE(eventually([&] { return reads() > before + 2; })) << "somebody else's";
+    stream.signal(SIGCONT);
+    stream.signal(SIGINT);
+    EXPECT_EQ(stream.wait().status, 0);
 }
 
 std::string bytesOf(const std::filesystem::path& file) {

@@ -82,6 +82,7 @@ constexpr struct {
     {"rubbish.cfg", "[x\377y]\nz\n"},
     {"cut.cfg", "[board 0 port 0 camera]\ndescription-text = <RegisterDescription><Integer Name=\"A\n"},
     {"other.cfg", "[board 0 port 0 camera]\ndescription-text = <html><body>no</body></html>\n"},
+    {"silent.cfg", "[board 0 port 0 camera]\nfaults = silent forever writereg\n"},
     {"circle.cfg",
      "[board 0 port 0 camera]\ndescription-text = <RegisterDescription><Category Name=\"Root\">"
      "<pFeature>A</pFeature><pFeature>K</pFeature></Category><Port Name=\"Device\"/>"
@@ -133,6 +134,7 @@ constexpr const char* kLines = R"(
 5 gbe set DeviceModelName=x
 5 gbe set UserData=0x00
 1 gbe --port 3 set Width=640
+6 LIOMOL_SOFTBOARD=silent.cfg gbe set Width=640
 0 gbe exec TimestampLatch
 1 gbe exec Width
 1 gbe --port 3 exec TimestampLatch
@@ -165,7 +167,7 @@ constexpr const char* kLines = R"(
 2 gbe shell <<< shell
 1 gbe --port 2 shell <<< 'get Width'
 0 gbe read
-0 gbe --port 2 read FirstUrl
+0 gbe --port 2 read
 2 gbe read Nonsense
 2 gbe read Width
 1 gbe read 0xfffffff0 64
@@ -174,6 +176,8 @@ constexpr const char* kLines = R"(
 1 gbe read -o - 0 4 >/dev/full
 0 gbe write 0xd08 00 00 00 64
 1 gbe write SerialNumber --text x
+0 gbe --port 2 write HeartbeatTimeout 00001000
+1 gbe --port 2 write Gain 00001000
 2 gbe write HeartbeatTimeout 0123
 1 gbe write 0xd08 -i missing
 2 gbe write 0xd08
@@ -189,6 +193,7 @@ constexpr const char* kLines = R"(
 0 gbe stream --seconds 3
 2 gbe stream --seconds x
 1 gbe stream --set Nonsense=1
+1 gbe stream --keep-control 60
 1 gbe stream --seconds 3 >/dev/full
 0 gbe ip show
 2 gbe ip show --port 7

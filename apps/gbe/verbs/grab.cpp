@@ -186,10 +186,14 @@ void Grab::next(ImageStream& stream, GbeImage& image) {
     const std::string count = std::to_string(m_done) + " of " + std::to_string(m_request.count);
     m_progress.show(count);
     const std::chrono::milliseconds time(static_cast<long long>(m_request.seconds * 1000));
-    if (stream.wait(time, m_interrupt, image)) {
+    const Came came = stream.wait(time, m_interrupt, image);
+    if (came == Came::Image) {
         return;
     }
     m_progress.clear();
+    if (came == Came::NoLink) {
+        throw Failure("after " + count + " images " + kNoLink, ExitStatus::Lost);
+    }
     if (m_interrupt.asked()) {
         throw Failure("interrupted after " + count + " images");
     }
@@ -244,7 +248,7 @@ Run define(CLI::App& command, Context& context) {
         ->type_name("FORMAT");
     addSeconds(command, "--timeout", request->seconds, "Seconds to wait for each image (default: 5)");
     command.add_flag("--trigger", request->trigger, "Each image by a software trigger");
-    addStreamOptions(command, *request);
+    addStreamOptions(command, context, *request);
     addJson(command, context);
     return [=, &context] {
         return grabImages(context, *request) == 0 ? ExitStatus::Success : ExitStatus::Other;
@@ -268,6 +272,7 @@ extern const Verb kGrabVerb{
     &define,
     kExamples,
     "An image that is not whole is written all the same, with zeros for what is missing, named on standard "
-    "error, and the exit status is 1."};
+    "error, and the exit status is 1. When the link or control of the camera is lost it ends with status 6, and "
+    "the images that have come stay."};
 
 } // namespace gbe

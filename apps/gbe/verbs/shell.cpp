@@ -165,6 +165,7 @@ void begin(Context& context) {
 Run define(CLI::App& command, Context& context) {
     const auto keepsGoing = std::make_shared<bool>(false);
     command.add_flag("-k,--keep-going", *keepsGoing, "Goes on behind a line of a script that fails");
+    addKeepControl(command, context);
     return [=, &context] {
         Shell shell(context);
         begin(context);

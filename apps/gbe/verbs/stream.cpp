@@ -12,6 +12,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 namespace gbe {
 namespace {
@@ -96,6 +97,8 @@ public:
     bool run();
 
 private:
+    bool lookForImage();
+    void tellLink(bool isThere);
     double elapsed() const { return std::chrono::duration<double>(Clock::now() - m_begin).count(); }
     void report(Clock::time_point now);
     void tellTrouble(Clock::time_point now);
@@ -111,29 +114,55 @@ private:
     Clock::time_point m_heard = m_begin; // of an image, or asked why there was none
     GbeStreamStatistics m_then{};
     std::string m_trouble;
+    bool m_isLinked = true;
 };
 
 bool Watch::run() {
     bool any = false;
-    while (!m_interrupt.asked() && (m_seconds <= 0 || elapsed() < m_seconds)) {
-        GbeImage image{};
-        const bool came = m_stream.wait(milliseconds(50), m_interrupt, image);
-        const auto now = Clock::now();
-        if (came) {
-            m_stream.giveBack(image);
+    try {
+        while (!m_interrupt.asked() && (m_seconds <= 0 || elapsed() < m_seconds)) {
+            any = lookForImage() || any;
+            const auto now = Clock::now();
+            if (now - m_reported >= (m_terminal ? kLine : kObject)) {
+                report(now);
+            }
         }
-        if (came && image.missingBytes < image.size) {
-            m_heard = now;
-            any = true;
-        } else if (now - m_heard >= kSilence) {
-            tellTrouble(now);
+    } catch (const Failure& failure) {
+        if (failure.status() == ExitStatus::Lost) {
+            conclude();
         }
-        if (now - m_reported >= (m_terminal ? kLine : kObject)) {
-            report(now);
-        }
+        throw;
     }
     conclude();
     return any || m_interrupt.asked();
+}
+
+// Whether one came that is not empty.
+bool Watch::lookForImage() {
+    GbeImage image{};
+    const Came came = m_stream.wait(milliseconds(50), m_interrupt, image);
+    const auto now = Clock::now();
+    tellLink(came != Came::NoLink);
+    if (came == Came::Image) {
+        m_stream.giveBack(image);
+    }
+    const bool isImage = came == Came::Image && image.missingBytes < image.size;
+    if (isImage || came == Came::NoLink) {
+        m_heard = now;
+    } else if (now - m_heard >= kSilence) {
+        tellTrouble(now);
+    }
+    return isImage;
+}
+
+// When it goes, and when it comes back.
+void Watch::tellLink(bool isThere) {
+    if (isThere != std::exchange(m_isLinked, isThere)) {
+        std::printf(m_terminal ? "\n" : "");
+        complain(
+            isThere ? "the link is back"
+                    : std::string(kNoLink) + "; images go on when it comes back in time");
+    }
 }
 
 void Watch::report(Clock::time_point now) {
@@ -193,7 +222,7 @@ Run define(CLI::App& command, Context& context) {
     const auto request = std::make_shared<StreamRequest>();
     const auto seconds = std::make_shared<double>();
     addSeconds(command, "--seconds", *seconds, "Ends by itself after that time (default: at Ctrl-C)", 0.001);
-    addStreamOptions(command, *request);
+    addStreamOptions(command, context, *request);
     addJson(command, context);
     return [=, &context] {
         streamImages(context, *request, *seconds);
@@ -214,6 +243,8 @@ extern const Verb kStreamVerb{
     "Shows how images come, until Ctrl-C",
     &define,
     kExamples,
-    "On a terminal one line is written over and over again; anywhere else it is JSON."};
+    "On a terminal one line is written over and over again; anywhere else it is JSON. A link that is "
+    "gone is waited for as long as control of the camera is not lost: the camera keeps it for some seconds. Then "
+    "it ends with status 6."};
 
 } // namespace gbe
