@@ -7,6 +7,7 @@
 #include "verbs.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace gbe {
 namespace {
@@ -159,6 +160,22 @@ std::vector<HelpRow> bootstrapRegisters() {
     return rows;
 }
 
+// Of options whose value is one of few words, by what help calls that value.
+constexpr std::pair<const char*, const char*> kWords[] = {
+    {"LEVEL", "beginner"}, {"LEVEL", "expert"}, {"LEVEL", "guru"}, {"LEVEL", "invisible"}, {"FORMAT", "png"},
+    {"FORMAT", "tiff"},    {"FORMAT", "pnm"},   {"FORMAT", "raw"}, {"SIZE", "auto"},       {"SIZE", "keep"},
+};
+
+std::vector<HelpRow> wordsFor(const std::string& value) {
+    std::vector<HelpRow> rows;
+    for (const auto& [of, word] : kWords) {
+        if (value == of) {
+            rows.push_back({word, ""});
+        }
+    }
+    return rows;
+}
+
 // What the argument is that comes next; the last one may be repeated.
 std::string nextArgument(const Typed& typed) {
     std::string name;
@@ -179,7 +196,10 @@ std::vector<HelpRow> possible(CLI::App& app, const Typed& typed, const std::stri
     if (!typed.before.empty()) {
         const CLI::Option* option = optionNamed(*typed.command, typed.before);
         const std::string value = option != nullptr ? option->get_type_name() : "";
-        return value == "NAME=VALUE" ? features(typed.selection, value, last) : selectionValues(typed.before);
+        const std::vector<HelpRow> words = wordsFor(value);
+        return !words.empty()          ? words
+               : value == "NAME=VALUE" ? features(typed.selection, value, last)
+                                       : selectionValues(typed.before);
     }
     if (last.starts_with('-')) {
         return options(*typed.command);

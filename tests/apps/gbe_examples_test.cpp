@@ -38,6 +38,8 @@ TEST_F(GbeInAShell, CompletesFromWhatItKeptOfACamera) {
         {"gbe exec StatisticsR", "StatisticsReset"},
         {"gbe --mac 02:53:43:00:00:0", "01"},
         {"gbe --ip 1.2.3.4 get Wid", ""}, // no camera that it knows
+        {"gbe list --visibility ", "beginner expert guru invisible"},
+        {"gbe grab --format p", "png pnm"},
         {"gbe xml -o ", ""},
     };
     QString script = shellPath() + ". " COMPLETION "\n";
