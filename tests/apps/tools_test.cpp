@@ -27,7 +27,7 @@ using testing::Not;
 
 constexpr const char* kMac = "00:11:22:a3:b4:c5";
 constexpr const char* kIp = "169.254.77.99";
-constexpr const char* kOtherMac = "00:11:22:0f:0e:0d"; // of a camera without a name and a description
+constexpr const char* kOtherMac = "00:11:22:bf:0e:0d"; // of a camera without a name and a description
 
 // For the first camera, unless the words say otherwise.
 Outcome gbe(const QString& words) {
@@ -91,12 +91,12 @@ TEST_F(Tools, RegistersByNameAndByAddress) {
         {"write 0xd08 012", 2, "", "is not bytes"},
         {"write SerialNumber --text x", 1, "", "SerialNumber: "},
         // The other camera.
-        {"--mac 00:11:22:0f:0e:0d write 0xd08 00 00 01 00", 0, ""},
-        {"--mac 00:11:22:0f:0e:0d read -q 0xd04 8", 0, "00000100\n"},
-        {"--mac 00:11:22:0f:0e:0d write UserDefinedName --text bare", 0, ""},
-        {"--mac 00:11:22:0f:0e:0d read", 0, "\"bare\""},
-        {"--mac 00:11:22:0f:0e:0d write SerialNumber --text x", 1, "", "SerialNumber: "},
-        {"--mac 00:11:22:0f:0e:0d write Width 00000000", 1, "", "xml read exception (-40020): first URL"},
+        {"--mac 00:11:22:bf:0e:0d write 0xd08 00 00 01 00", 0, ""},
+        {"--mac 00:11:22:bf:0e:0d read -q 0xd04 8", 0, "00000100\n"},
+        {"--mac 00:11:22:bf:0e:0d write UserDefinedName --text bare", 0, ""},
+        {"--mac 00:11:22:bf:0e:0d read", 0, "\"bare\""},
+        {"--mac 00:11:22:bf:0e:0d write SerialNumber --text x", 1, "", "SerialNumber: "},
+        {"--mac 00:11:22:bf:0e:0d write Width 00000000", 1, "", "xml read exception (-40020): first URL"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.words);
