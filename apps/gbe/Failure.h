@@ -74,9 +74,11 @@ inline void complain(const std::string& text) {
 
 // What was printed is with its reader. Throws where that cannot be: on a full disk, say.
 inline void flushOutput() {
-    const int error = std::fflush(stdout) != 0 ? errno : std::ferror(stdout) != 0 ? EIO : 0;
-    if (error != 0) {
-        throw Failure(std::string("standard output: ") + std::strerror(error));
+    const int error = std::fflush(stdout) != 0 ? errno : 0;
+    if (error != 0 || std::ferror(stdout) != 0) { // an earlier cause is not kept
+        throw Failure(
+            std::string("standard output: ") +
+            (error != 0 ? std::strerror(error) : "not all could be written"));
     }
 }
 

@@ -23,6 +23,20 @@ bool hasFeature(CameraHandle* camera, const std::string& name) {
     return Gbe_getFeatureKind(camera, name.c_str(), &kind) == 0;
 }
 
+[[noreturn]] void failAsLost(const std::string& why) {
+    throw Failure("control of the camera is lost: " + why, ExitStatus::Lost);
+}
+
+// Behind a wait that has ended for want of a connection: what the library says of it tells which.
+Came withoutConnection() {
+    const std::string why = Gbe_getLastErrorDetail();
+    if (!why.starts_with(kNoLink)) {
+        failAsLost(why);
+    }
+    std::this_thread::sleep_for(kSlice); // the library says it at once, while waiting should take its time
+    return Came::NoLink;
+}
+
 } // namespace
 
 int parsePacketSize(const std::string& text) {
@@ -95,7 +109,6 @@ ImageStream::ImageStream(CameraHandle* camera, const GbeStreamOptions& options) 
     const std::string size =
         options.packetSize > 0 ? " in packets of " + std::to_string(options.packetSize) + " bytes" : "";
     check("getting ready for images" + size, Gbe_openStream(camera, &options, &m_stream));
-    Gbe_watchControl(camera, &tellLoss, this);
 }
 
 ImageStream::~ImageStream() {
@@ -103,7 +116,6 @@ ImageStream::~ImageStream() {
         Gbe_stopAcquisition(m_camera);
     }
     Gbe_closeStream(m_stream);
-    Gbe_watchControl(m_camera, nullptr, nullptr);
 }
 
 void ImageStream::start() {
@@ -124,21 +136,12 @@ Came ImageStream::wait(std::chrono::milliseconds time, const Interrupt& interrup
         }
     }
     if (code == GBE_ERROR_CONNECTION) {
-        return withoutLink();
+        return withoutConnection();
     }
     if (code != GBE_ERROR_TIMEOUT) {
         check("waiting for an image", code);
     }
     return code == GBE_SUCCESS ? Came::Image : Came::Nothing;
-}
-
-// The library says it at once, while waiting should take its time; a loss of control it tells a moment later.
-Came ImageStream::withoutLink() const {
-    std::this_thread::sleep_for(kSlice);
-    if (m_loss != GBE_LOSS_NONE) {
-        throw Failure(std::string("control of the camera is lost: ") + lossText(m_loss), ExitStatus::Lost);
-    }
-    return Came::NoLink;
 }
 
 void ImageStream::giveBack(const GbeImage& image) {
@@ -156,6 +159,11 @@ std::string ImageStream::trouble() {
     unsigned size = sizeof text;
     if (Gbe_getStreamTrouble(m_stream, text, &size) != 0 || *text == '\0') {
         return "";
+    }
+    // A camera that has restarted says that it was never told to send, and the heartbeat may not know yet.
+    GbeControlStatus control{};
+    if (Gbe_getControlStatus(m_camera, &control) == GBE_SUCCESS && control.loss != GBE_LOSS_NONE) {
+        failAsLost(lossText(control.loss));
     }
     std::string reason = text; // a sentence
     if (reason.ends_with('.')) {

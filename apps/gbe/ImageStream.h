@@ -6,9 +6,9 @@
 
 #include "liomol/images.h"
 
-#include <atomic>
 #include <chrono>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -47,9 +47,7 @@ enum class Came {
     Nothing, // the time is over, or the user wants no more
     NoLink,  // the link is gone, but not yet control of the camera: images may come again
 };
-
-inline constexpr const char* kNoLink =
-    "the link is gone: the camera is unplugged, or the network interface switched off";
+inline constexpr std::string_view kNoLink = "the link is gone"; // as the library begins to say it
 
 // All but the destructor throw Failure.
 class ImageStream {
@@ -66,18 +64,13 @@ public:
     Came wait(std::chrono::milliseconds time, const Interrupt& interrupt, GbeImage& image);
     void giveBack(const GbeImage& image);
     GbeStreamStatistics statistics();
-    // Why nothing comes, as the end of a message; empty when nothing is known to be wrong.
+    // Why nothing comes, as the end of a message; empty when nothing is known to be wrong. A Failure when it
+    // is that control of the camera is lost.
     std::string trouble();
 
 private:
-    static void tellLoss(CameraHandle*, int loss, void* user) {
-        static_cast<ImageStream*>(user)->m_loss = loss;
-    }
-    Came withoutLink() const;
-
     CameraHandle* m_camera;
     GbeStream* m_stream = nullptr;
-    std::atomic<int> m_loss{GBE_LOSS_NONE}; // of control; set by the library's thread
     bool m_started = false;
 };
 

@@ -53,7 +53,11 @@ void takeIp(Selection& selection, const std::string& text) {
     selection.ip = required(Ipv4::parse(text), "an IPv4 address");
 }
 
+// A script whose variable is empty does not mean the first camera.
 void takeName(Selection& selection, const std::string& text) {
+    if (text.empty()) {
+        throw std::invalid_argument("a name");
+    }
     selection.name = text;
 }
 

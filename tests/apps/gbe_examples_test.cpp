@@ -65,6 +65,7 @@ TEST_F(GbeInAShell, TakesTheCameraFromTheEnvironment) {
         {"GBE_CAMERA=port:1 gbe info", 3, "gbe: camera on board 0 port 1: no cameras found (-40023)"},
         {"GBE_CAMERA=board:3,port:1 gbe --port 0 info", 0, ""}, // the command line wins
         {"GBE_CAMERA=port:0,name:a,b gbe info", 3, "gbe: camera \"a,b\": camera does not exist (-40024)"},
+        {"GBE_CAMERA=name: gbe info", 2, "gbe: GBE_CAMERA: \"\" is not a name\n"},
         {"GBE_CAMERA=port:4 gbe info", 2, "gbe: GBE_CAMERA: \"4\" is not a number from 0 to 3\n"},
     };
     for (const auto& [line, status, err] : rows) {

@@ -102,6 +102,7 @@ constexpr const char* kLines = R"(
 0 gbe info --name good
 3 gbe info --name bad
 2 gbe info --mac zz
+2 gbe info --name ""
 3 gbe --port 1 info
 0 gbe list AnalogControl --selectors
 0 gbe list --json --all

@@ -128,7 +128,7 @@ void readAndWrite(CameraHandle* camera) {
           "PayloadSize", "ExposureTime", "AcquisitionFrameRate", "ReverseX"}) {
         show(camera, name);
     }
-    step("Writes features and reads them back from the camera");
+    step("Writes features, reads them back from the camera, and restores them");
     change(camera, "Width", "320");
     change(camera, "PixelFormat", "Mono16");
     change(camera, "ReverseX", "true");

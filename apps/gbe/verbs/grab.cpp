@@ -192,7 +192,7 @@ void Grab::next(ImageStream& stream, GbeImage& image) {
     }
     m_progress.clear();
     if (came == Came::NoLink) {
-        throw Failure("after " + count + " images " + kNoLink, ExitStatus::Lost);
+        throw Failure("after " + count + " images " + Gbe_getLastErrorDetail(), ExitStatus::Lost);
     }
     if (m_interrupt.asked()) {
         throw Failure("interrupted after " + count + " images");

@@ -60,9 +60,13 @@ Target targetOf(const std::string& text, const Selection& selection, const std::
         return {*selection.port, *mac, {}};
     }
     if (count == 0) {
+        const std::string why =
+            found.empty() ? "no camera has answered the scan"
+                          : "no camera found has that " + std::string(mac ? "" : "name or ") + "address";
         throw Failure(
             "camera \"" + text + "\"",
-            found.empty() ? GBE_ERROR_NO_CAMERAS_FOUND : GBE_ERROR_CAMERA_DOES_NOT_EXIST, {});
+            found.empty() ? GBE_ERROR_NO_CAMERAS_FOUND : GBE_ERROR_CAMERA_DOES_NOT_EXIST,
+            why + (mac ? "; with --port it need not answer" : ""));
     }
     const FoundCamera& camera = *std::find_if(found.begin(), found.end(), named);
     return {camera.port, Mac::at(camera.info.mac), camera.ip};

@@ -161,7 +161,7 @@ void Watch::tellLink(bool isThere) {
         std::printf(m_terminal ? "\n" : "");
         complain(
             isThere ? "the link is back"
-                    : std::string(kNoLink) + "; images go on when it comes back in time");
+                    : std::string(Gbe_getLastErrorDetail()) + "; images go on when it comes back in time");
     }
 }
 

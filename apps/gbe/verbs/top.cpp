@@ -109,12 +109,27 @@ void printPorts(const LinkState& then, const LinkState& now) {
     table.print();
 }
 
+bool hadStream(const GbeLinkStatistics& link) {
+    return link.streamPackets != 0 || link.images != 0;
+}
+
+// Opening a board opens its four ports; a program that uses one of them leaves the others alone.
+bool isIdle(const GbeLinkStatistics& link, const LinkState& now) {
+    const auto isUsed = [&](const GbeLinkStatistics& each) {
+        return each.pid == link.pid && (each.use != GBE_LINK_FREE || hadStream(each));
+    };
+    return !isUsed(link) && std::any_of(now.links.begin(), now.links.end(), isUsed);
+}
+
 void printLinks(const LinkState& then, const LinkState& now, const Names& names) {
     const double seconds = secondsBetween(then, now);
     Table table(
         {"CAMERA", "PORT", "PROGRAM", "USE", "CMD/s", "TRIP us", "BEAT s", "LOST", "REPEATED", "REFUSED",
          "IMAGES/s", "MB/s", "IMG LOST", "RESENT"});
     for (const GbeLinkStatistics& link : now.links) {
+        if (isIdle(link, now)) {
+            continue;
+        }
         const LinkRates rates = ratesOf(link, earlier(then, link), seconds);
         const bool beats = link.use == GBE_LINK_CONTROL && link.heartbeatAgeNs != UINT64_MAX;
         std::vector<std::string> row{
@@ -128,14 +143,13 @@ void printLinks(const LinkState& then, const LinkState& now, const Names& names)
             std::to_string(link.unanswered),
             std::to_string(link.repeated),
             std::to_string(link.refused)};
-        const bool hadStream = link.streamPackets != 0 || link.images != 0;
         if (link.streamOpen != 0) {
             row.push_back(fixed(rates.images, 1));
             row.push_back(fixed(rates.megabytes, 1));
-        } else if (link.use != GBE_LINK_FREE || hadStream) {
+        } else if (link.use != GBE_LINK_FREE || hadStream(link)) {
             row.insert(row.end(), {"no stream", "-"});
         }
-        if (link.streamOpen != 0 || hadStream) {
+        if (link.streamOpen != 0 || hadStream(link)) {
             row.push_back(std::to_string(link.imagesLost + link.imagesBroken + link.imagesDropped));
             row.push_back(std::to_string(link.resentPackets));
         }

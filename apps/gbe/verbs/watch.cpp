@@ -11,18 +11,31 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QLocale>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 namespace gbe {
 namespace {
 
+using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr milliseconds kInterruptible{250}; // a wish to stop is seen after this time
 
 std::string numberText(double value) {
     return QString::number(value, 'g', QLocale::FloatingPointShortest).toStdString(); // in every locale
+}
+
+// Of the time that was given; without one there is always some.
+double secondsLeft(Clock::time_point begin, const std::optional<double>& seconds) {
+    const std::chrono::duration<double> passed = Clock::now() - begin;
+    return seconds ? *seconds - passed.count() : 3600;
+}
+
+milliseconds slice(double left) {
+    return std::min(kInterruptible, milliseconds(static_cast<milliseconds::rep>(left * 1000) + 1));
 }
 
 // ---- watch -----------------------------------------------------------------------------------------------
@@ -90,6 +103,7 @@ void printChange(CameraHandle* camera, const std::string& name, const FeatureCha
 struct WatchRequest {
     std::vector<std::string> names;
     std::size_t count = 0;
+    std::optional<double> seconds;
 };
 
 ExitStatus watch(Context& context, const WatchRequest& request) {
@@ -100,9 +114,11 @@ ExitStatus watch(Context& context, const WatchRequest& request) {
         printChange(
             camera, request.names[i], {i, GBE_CHANGE_VALUE, std::chrono::system_clock::now()}, context.json);
     }
+    const auto begin = Clock::now();
     std::size_t changes = 0;
-    while (!interrupt.asked()) {
-        for (const FeatureChange& change : features.wait(kInterruptible)) {
+    for (double left = secondsLeft(begin, request.seconds); left > 0 && !interrupt.asked();
+         left = secondsLeft(begin, request.seconds)) {
+        for (const FeatureChange& change : features.wait(slice(left))) {
             printChange(camera, request.names[change.feature], change, context.json);
             if (++changes == request.count) {
                 return ExitStatus::Success;
@@ -118,6 +134,7 @@ Run defineWatch(CLI::App& command, Context& context) {
     command.add_option("-n,--count", request->count, "Ends after so many changes (default: at Ctrl-C)")
         ->check(within(1U, 1'000'000'000U))
         ->type_name("N");
+    addSeconds(command, "--seconds", request->seconds, "Ends by itself after that time", 0.001);
     addJson(command, context);
     return [=, &context] { return watch(context, *request); };
 }
@@ -142,7 +159,6 @@ std::string missing(CameraHandle* camera, const std::vector<Condition>& conditio
 }
 
 ExitStatus wait(Context& context, const WaitRequest& request) {
-    using Clock = std::chrono::steady_clock;
     const std::vector<Condition> conditions = parseConditions(request.conditions);
     std::vector<std::string> names;
     for (const Condition& condition : conditions) {
@@ -157,13 +173,11 @@ ExitStatus wait(Context& context, const WaitRequest& request) {
         if (interrupt.asked()) {
             throw Failure("interrupted: " + text);
         }
-        const std::chrono::duration<double> passed = Clock::now() - begin;
-        const double left = request.seconds ? *request.seconds - passed.count() : 3600;
+        const double left = secondsLeft(begin, request.seconds);
         if (left <= 0) {
             throw Failure("not within " + numberText(*request.seconds) + " s: " + text);
         }
-        features.wait(
-            std::min(kInterruptible, milliseconds(static_cast<milliseconds::rep>(left * 1000) + 1)));
+        features.wait(slice(left));
         text = missing(camera, conditions);
     }
     return ExitStatus::Success;
@@ -182,7 +196,7 @@ Run defineWait(CLI::App& command, Context& context) {
 
 constexpr Example kWatchExamples[] = {
     {"gbe watch -n 3 DeviceUptime", "three changes of a feature that the camera changes by itself"},
-    {"gbe watch --json -n 2 DeviceUptime Width", "an object a line"},
+    {"gbe watch --json --seconds 2 DeviceUptime Width", "for two seconds, an object a line"},
 };
 
 constexpr Example kWaitExamples[] = {

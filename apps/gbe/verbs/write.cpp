@@ -48,7 +48,7 @@ void write(CameraHandle* camera, const Place& place, const Request& request) {
     if (!place.name.empty() && bytes.size() != place.length) {
         throw Failure(
             place.name + ": has " + std::to_string(place.length) + " bytes, not " +
-                std::to_string(bytes.size()),
+                std::to_string(bytes.size()) + "; 0x... gives the value of a register",
             ExitStatus::Usage);
     }
     writePlace(camera, place, bytes);
