@@ -2,6 +2,7 @@
 
 #include "bounds.h"
 
+#include "protocol/bootstrap_registers.h"
 #include "simcam/register_names.h"
 #include "simcam/text.h"
 
@@ -64,9 +65,16 @@ std::string hexadecimal(std::uint32_t value) {
     return text;
 }
 
+// By the camera's own name for it, or by the standard's as gbe read shows it.
+std::optional<Place> placeNamed(std::string_view name) {
+    const auto own = parseElement(name);
+    const auto row = std::ranges::find(bootstrap::kRegisters, name, &bootstrap::Register::name);
+    return own || row == bootstrap::kRegisters.end() ? own : Registers::find(row->address);
+}
+
 // A register of the camera by its name: behind a description of others only those of the standard are there.
 std::optional<Place> elementOf(const Camera& camera, std::string_view name) {
-    const auto place = parseElement(name);
+    const auto place = placeNamed(name);
     const bool own = place && fact(place->reg).address >= bootstrap::kManufacturerSpecific;
     return own && camera.isPlain() ? std::nullopt : place;
 }

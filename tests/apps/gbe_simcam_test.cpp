@@ -59,6 +59,7 @@ TEST_F(GbeSimcam, IsControlledAndKeepsItsState) {
         {"1 slow-write 2000 UserSetSave;50", "0"},
         {"1 set Width 640", "0"},
         {"1 get Width 2", "0640\n1200\n"},
+        {"2 get StreamChannelSourcePort", "020202\n"},
         {"1 get 0xA110", "00x00000280\n"},
         {"1 get UserDefinedName", "0left, eye\n"},
         {"1 set UserDefinedName right eye", "0"},
