@@ -75,11 +75,14 @@ bool PacketRing::hear(const Traffic& traffic, const Traffic& bell, int& code) {
 }
 
 bool PacketRing::makeRings() {
-    const InterfaceState state = m_socket->state();
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     m_madeFor = m_socket->exchanges() + m_bellSocket->exchanges();
-    return m_bell.make(m_bellSocket->file(), kBellFrame, page) &&
-           makeRing(state.error == 0 ? state.mtu : kUsualMtu);
+    return m_bell.make(m_bellSocket->file(), kBellFrame, page) && makeRing(mtu());
+}
+
+int PacketRing::mtu() const {
+    const InterfaceState state = m_socket->state();
+    return state.error == 0 ? state.mtu : kUsualMtu;
 }
 
 void PacketRing::close() {

@@ -74,6 +74,8 @@ public:
     bool look();
 
     void setStation(const Mac& mac) { m_socket->setStation(mac); }
+    // The interface's; 1500 while there is none.
+    int mtu() const;
     PacketStatistics statistics();
 
 private:

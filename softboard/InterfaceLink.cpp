@@ -1,5 +1,7 @@
 #include "softboard/InterfaceLink.h"
 
+#include "softboard/RingReader.h"
+
 #include "protocol/gvcp.h"
 #include "protocol/net.h"
 
@@ -13,6 +15,7 @@ namespace softboard {
 namespace {
 
 constexpr std::chrono::microseconds kSpin{50};
+constexpr int kJumbo = 9000;           // virtual interfaces carry more, cameras send no more
 constexpr unsigned kMostAtOnce = 8192; // frames that one look takes, so that a flood cannot hold it for ever
 
 std::uint64_t big(const std::uint8_t* bytes, std::size_t count) {
@@ -156,7 +159,11 @@ void InterfaceLink::applyFilters() {
 }
 
 std::shared_ptr<netif::PacketRing>
-InterfaceLink::openRing(const netif::Mac& station, const netif::ImagePackets& packets, int& error) {
+InterfaceLink::openRing(const netif::Mac& station, const netif::ImagePackets& wanted, int& error) {
+    netif::ImagePackets packets = wanted;
+    if (packets.every == 0) {
+        packets.every = RingReader::bellEvery(static_cast<std::uint32_t>(std::min(m_ring->mtu(), kJumbo)));
+    }
     const netif::PacketRing::Options options{
         {netif::Traffic::Kind::Images, station, {}, 0, 0, packets},
         {netif::Traffic::Kind::ImageEnds, station, {}, 0, 0, packets},

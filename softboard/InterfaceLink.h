@@ -49,7 +49,7 @@ public:
     LinkStatistics statistics() const override;
     void setImagePort(std::uint16_t udpPort) override;
     std::shared_ptr<netif::PacketRing>
-    openRing(const netif::Mac& station, const netif::ImagePackets& packets, int& error) override;
+    openRing(const netif::Mac& station, const netif::ImagePackets& wanted, int& error) override;
     void closeRing() override;
     bool readsInPlace() const override { return true; }
     // One frame when it had to wait; all that is there when it only looks.

@@ -53,8 +53,9 @@ public:
     virtual void setImagePort(std::uint16_t /*udpPort*/) {}
 
     // A way for the image packets of one camera to one station that leads past the sink, which does not get
-    // them until closeRing(). The caller reads it. Null when the link has none, with 0 in `error`, or when
-    // the system refuses, with an errno value. One at a time.
+    // them until closeRing(). The caller reads it. A bell of 0 packets (`every`) stands for one that suits
+    // the largest that the link carries: how large they are is found out by a stream that is open. Null when
+    // the link has none, with 0 in `error`, or when the system refuses, with an errno value. One at a time.
     virtual std::shared_ptr<netif::PacketRing>
     openRing(const netif::Mac& /*station*/, const netif::ImagePackets& /*packets*/, int& error) {
         error = 0;

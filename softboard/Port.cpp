@@ -272,7 +272,7 @@ int Port::openStream(const TavoImageSettings& settings, std::shared_ptr<ImageStr
 std::unique_ptr<ImageStream::Keeper>
 Port::makeKeeper(ImageStream& stream, const TavoImageSettings& settings, int& error) {
     const StreamAddress& address = stream.address();
-    const std::uint16_t every = RingReader::bellEvery(settings.packetSize);
+    const std::uint16_t every = settings.packetSize != 0 ? RingReader::bellEvery(settings.packetSize) : 0;
     auto ring =
         m_wire.openRing(net::Mac::at(settings.hostMac), {address.camera, address.udpPort, every}, error);
     if (ring) {

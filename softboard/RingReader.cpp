@@ -38,9 +38,8 @@ RingReader::RingReader(ImageStream& stream, std::shared_ptr<netif::PacketRing> r
       m_sink(std::move(sink)) {}
 
 std::uint16_t RingReader::bellEvery(std::uint32_t packetSize) {
-    constexpr std::uint32_t kUsual = 1500;
     constexpr std::uint32_t kMost = 1U << 15;
-    const std::uint32_t packets = kAtOnce / std::max(packetSize != 0 ? packetSize : kUsual, 1U);
+    const std::uint32_t packets = kAtOnce / std::max(packetSize, 1U);
     return static_cast<std::uint16_t>(std::bit_floor(std::clamp(packets, 1U, kMost)));
 }
 

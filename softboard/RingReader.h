@@ -29,7 +29,7 @@ public:
     // Takes what next() gives to the stream; called from the thread that reads.
     using Sink = std::function<void(RingReader& reader)>;
 
-    // Of a stream's packets of this size (0: not known) so many to one that rings the bell; a power of two.
+    // Of a stream's packets of this size so many to one that rings the bell; a power of two.
     static std::uint16_t bellEvery(std::uint32_t packetSize);
 
     // The stream outlives the keeper's thread.

@@ -1,6 +1,7 @@
 // Who reads a ring of image packets, when, and how much at once.
 #include "stream_support.h"
 
+#include "softboard/InterfaceLink.h"
 #include "softboard/RingReader.h"
 #include "softboard/udp_frame.h"
 
@@ -195,6 +196,32 @@ TEST_F(RingReading, TheBellRingsOncePerPiece) {
     await(imageFrames(8).back());
     EXPECT_GE(ring->takeBells(), netif::PacketRing::kCountless) << "too many to be counted";
     EXPECT_EQ(ring->takeBells(), 0U);
+}
+
+// How large a stream's packets are is found out when its ring is open.
+TEST_F(RingReading, TheBellSuitsWhatTheInterfaceCarries) {
+    const struct {
+        const char* mtu;
+        std::size_t bells;
+    } rows[] = {{"1500", 1}, {"9000", 2}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.mtu);
+        ASSERT_TRUE(wire.host.shell(std::string("ip link set host0 mtu ") + row.mtu));
+        const NetNamespace::Inside inside(wire.host);
+        std::string error;
+        const auto link = softboard::InterfaceLink::create({"host0", kHost, {}, std::size_t{2} << 20}, error);
+        ASSERT_TRUE(link) << error;
+        int code = 0;
+        ring = link->openRing(kHost, {kCamera, kPort, 0}, code);
+        ASSERT_TRUE(ring) << code;
+        const std::vector<Bytes> frames{
+            streamFrame(gvsp::Format::Payload, 7, 128, {}), streamFrame(gvsp::Format::Payload, 7, 512, {})};
+        send(frames);
+        await(frames.back());
+        EXPECT_EQ(ring->takeBells(), row.bells);
+        ring.reset();
+        link->closeRing();
+    }
 }
 
 } // namespace
