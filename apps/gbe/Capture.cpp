@@ -127,9 +127,14 @@ void Capture::hear(void* user, int board, unsigned port, int sent, const void* f
     const auto is = [&](const auto& source) {
         return source->socket == nullptr && source->port.board == board && source->port.port == port;
     };
-    const auto found = std::find_if(self->m_sources.begin(), self->m_sources.end(), is);
-    if (found != self->m_sources.end()) {
-        self->write(**found, now(), {static_cast<const std::uint8_t*>(frame), length}, sent != 0);
+    Source* source = nullptr;
+    {
+        const std::lock_guard lock(self->m_writing); // ports are added while a connection that stays speaks
+        const auto found = std::find_if(self->m_sources.begin(), self->m_sources.end(), is);
+        source = found != self->m_sources.end() ? found->get() : nullptr;
+    }
+    if (source != nullptr) {
+        self->write(*source, now(), {static_cast<const std::uint8_t*>(frame), length}, sent != 0);
     }
 }
 

@@ -1,11 +1,14 @@
 #include "Memory.h"
 
+#include "features.h"
 #include "liomol/features.h"
+#include "numbers.h"
 #include "similar.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <limits>
 
 namespace gbe {
 namespace {
@@ -25,8 +28,8 @@ Place bootstrapPlace(const bootstrap::Register& known) {
     return {std::string(known.name), known.address, known.length, &known, false};
 }
 
-std::vector<std::string> knownNames() {
-    std::vector<std::string> names;
+std::vector<std::string> knownNames(CameraHandle* camera) {
+    std::vector<std::string> names = allNames(camera);
     for (const bootstrap::Register& each : bootstrap::kRegisters) {
         names.emplace_back(each.name);
     }
@@ -75,10 +78,15 @@ Place placeOf(const std::string& text, CameraHandle* camera) {
     if (code == GBE_ERROR_ILLEGAL_NODE) {
         throw Failure(
             text + ": neither an address, nor a bootstrap register, nor a feature" +
-                suggestion(text, knownNames()),
+                suggestion(text, knownNames(camera)),
             ExitStatus::Usage);
     }
     check(text, code);
+    if (address < 0 || address > std::numeric_limits<std::uint32_t>::max()) {
+        throw Failure(
+            text + ": its address, " + hexText(static_cast<unsigned long long>(address)) +
+            ", is beyond 32 bits");
+    }
     return {text, static_cast<unsigned>(address), static_cast<std::size_t>(length), nullptr, true};
 }
 

@@ -87,6 +87,7 @@ TEST_F(Tools, RegistersByNameAndByAddress) {
         {"read", 0, "UserDefinedName"},
         {"read Hartbeattimeout", 2, "", "HeartbeatTimeout?"},
         {"read Width", 2, "", "gbe get Width"},
+        {"read Widht", 2, "", "nor a feature; Width?"},
         {"write HeartbeatTimeout 0123", 2, "", "has 4 bytes, not 2"},
         {"write 0xd08 012", 2, "", "is not bytes"},
         {"write SerialNumber --text x", 1, "", "SerialNumber: "},

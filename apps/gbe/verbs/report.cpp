@@ -253,10 +253,10 @@ ExitStatus report(Context& context, const Request& request) {
             ? request.file
             : "liomol-report-" + QDateTime::currentDateTime().toString("yyyyMMdd-HHmmss").toStdString() +
                   ".tar.gz";
+    Reporter reporter(context, file, isAnonymous, !json);
     if (!json) {
         std::printf("%s holds\n", file.c_str());
     }
-    Reporter reporter(context, file, isAnonymous, !json);
     reporter.run();
     if (json) {
         print(QJsonDocument(QJsonObject{
