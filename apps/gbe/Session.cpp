@@ -141,10 +141,6 @@ Failure boardFailure(const std::string& what, int board, int code, const std::st
     if (code != GBE_ERROR_BOARD_INITIALIZATION) {
         return failure;
     }
-    const int error = askService("COUNT BOARDS").error;
-    if (error != 0) {
-        return failure.as(error == EACCES || error == EPERM ? ExitStatus::NoRight : ExitStatus::NoService);
-    }
     for (unsigned port = 0; port < GBE_PORTS; ++port) {
         const auto link = link_report::ofPort(board, port);
         if (link && link_report::isRightMissing(*link)) {
@@ -153,7 +149,10 @@ Failure boardFailure(const std::string& what, int board, int code, const std::st
                 .as(ExitStatus::NoRight);
         }
     }
-    return failure;
+    const int error = askService("COUNT BOARDS").error;
+    return error == 0                          ? failure
+           : error == EACCES || error == EPERM ? failure.as(ExitStatus::NoRight)
+                                               : failure.as(ExitStatus::NoService);
 }
 
 Board openBoard(int board) {

@@ -65,7 +65,7 @@ void scanNetwork(const Selection& selection, bool json) {
     if (json) {
         print(QJsonDocument(array));
     } else if (found.empty()) {
-        std::printf("no cameras\n");
+        std::printf("no cameras (gbe doctor tells why)\n");
     } else {
         table.print();
     }
