@@ -60,7 +60,7 @@ typedef struct {
     size_t size;     /* bytes of payload */
     uint64_t block;
     uint64_t timestamp;      /* the camera's ticks */
-    uint64_t arrivedNs;      /* CLOCK_MONOTONIC, of the last packet */
+    uint64_t arrivedNs;      /* CLOCK_MONOTONIC when the last packet was fetched, in nanoseconds */
     uint16_t payloadType;    /* as in the leader */
     uint8_t status;          /* 0 complete, 1 incomplete, 2 a payload that is not understood: raw bytes */
     uint8_t geometryAssumed; /* the leader was lost */

@@ -113,7 +113,7 @@ typedef struct GbeImage {
     uint64_t blockId;      /* the camera's number of the image */
     uint64_t timestamp;    /* the camera's ticks */
     uint64_t timestampNs;  /* the same in nanoseconds; 0 when its tick frequency is not known */
-    uint64_t arrivedNs;    /* CLOCK_MONOTONIC of the last packet, in nanoseconds */
+    uint64_t arrivedNs;    /* CLOCK_MONOTONIC when the last packet was fetched, in nanoseconds */
     uint64_t missingBytes; /* all together */
     const GbeMissingBytes* missing; /* ascending; null when nothing is missing */
     size_t missingCount;            /* elements of `missing` */
