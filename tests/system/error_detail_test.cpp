@@ -58,6 +58,9 @@ ethernet::Settings oddCamera() {
   <IntReg Name="Elsewhere"><Address>0x10000</Address><Length>4</Length><AccessMode>RW</AccessMode>
     <pPort>Event</pPort></IntReg>
   <Port Name="Event"/>
+  <IntReg Name="OfAnImage"><Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode>
+    <pPort>Chunk</pPort></IntReg>
+  <Port Name="Chunk"><ChunkID>1001</ChunkID></Port>
   <IntSwissKnife Name="Broken"><pVariable Name="X">Byte</pVariable><Formula>1/X</Formula></IntSwissKnife>
   <IntSwissKnife Name="Astray"><pVariable Name="X">Byte</pVariable><Formula>X+Y*X</Formula></IntSwissKnife>
   <Integer Name="Circle"><pValue>Circle</pValue></Integer>
@@ -148,6 +151,8 @@ TEST_F(ErrorDetailTest, SaysWhatAFeatureRefuses) {
          "Loose names no port of the description"},
         {"other port", [&] { return get("Elsewhere"); }, GBE_ERROR_PORT_NOT_AVAILABLE,
          "nothing leads to the camera for the port Event"},
+        {"chunk", [&] { return get("OfAnImage"); }, GBE_ERROR_PORT_NOT_AVAILABLE,
+         "it comes with images, as the chunk of the port Chunk"},
         {"too small", [&] { return Gbe_getRegisterBytes(camera, "NumberReg", bytes, &(size = 3)); },
          GBE_ERROR_BUFFER_TOO_SMALL, "4 bytes are needed, and 3 are there"},
         {"null", [&] { return Gbe_getIntegerValue(camera, "Number", nullptr); }, GBE_ERROR_ILLEGAL_PARAMETER,

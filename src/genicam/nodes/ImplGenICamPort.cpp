@@ -11,8 +11,10 @@ GenICamPortInterface& ImplGenICamPort::transport() const {
     if (port == nullptr) {
         util::fail<GicPortNotAvailableException>([this] {
             const bool isOld = getHost() != nullptr && getHost()->isClosed();
-            return isOld ? std::string("the features are those of an earlier connection")
-                         : "nothing leads to the camera for the port " + getName();
+            const bool isOfChunk = m_chunkId != 0 || m_pChunkId;
+            return isOld       ? std::string("the features are those of an earlier connection")
+                   : isOfChunk ? "it comes with images, as the chunk of the port " + getName()
+                               : "nothing leads to the camera for the port " + getName();
         });
     }
     return *port;
