@@ -4,6 +4,7 @@
 #include "Session.h"
 
 #include <optional>
+#include <utility>
 
 namespace gbe {
 
@@ -18,7 +19,8 @@ public:
     // wanted of this one, so that verbs that follow one another share it. Throws Failure.
     const Session& session(Purpose purpose);
     // Ends the connection, if there is one.
-    void disconnect() { m_session.reset(); }
+    // Whether there was one.
+    bool disconnect() { return std::exchange(m_session, std::nullopt).has_value(); }
 
 private:
     void keepControl();

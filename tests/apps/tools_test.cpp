@@ -107,6 +107,13 @@ TEST_F(Tools, RegistersByNameAndByAddress) {
         EXPECT_THAT(outcome.err, HasSubstr(row.err));
         EXPECT_EQ(outcome.err.empty(), *row.err == '\0') << outcome.err;
     }
+    const char* const script =
+        "printf 'scan --json\nread -q 0xd8 8\n' | " GBE " --mac 00:11:22:bf:0e:0d shell";
+    const Outcome shell = Program::run("/bin/sh", {"-c", script});
+    EXPECT_EQ(shell.status, 0);
+    EXPECT_THAT(shell.out, testing::EndsWith("]\n534e2d3437313200\n"));
+    EXPECT_THAT(
+        shell.err, testing::ContainsRegex("^gbe: .*\\(-40020\\): .*; registers and memory [^\n]*\n$"));
 }
 
 // A text in the format of OpenMetrics; its samples by name and labels.

@@ -2,6 +2,7 @@
 #include "gbe/CommandLine.h"
 #include "gbe/Failure.h"
 #include "gbe/LineEditor.h"
+#include "gbe/Memory.h"
 #include "gbe/completion.h"
 #include "gbe/options.h"
 #include "gbe/verbs.h"
@@ -80,13 +81,10 @@ private:
         if (words.front() == "shell") {
             throw Failure("this is one already", ExitStatus::Usage);
         }
-        const bool opensBoard = opensBoardItself(words);
-        if (opensBoard) {
-            m_context.disconnect();
-        }
+        const bool givesUp = opensBoardItself(words) && m_context.disconnect();
         const ExitStatus status = CommandLine(m_context).run(words);
         m_context.selection = m_usual; // what a line says of cameras is for that line
-        if (opensBoard) {
+        if (givesUp) {
             takeBack();
         }
         if (status == ExitStatus::Lost) {
@@ -149,11 +147,16 @@ ExitStatus runScript(Shell& shell, bool keepsGoing) {
     return first;
 }
 
-// Beside somebody who works with the camera, a shell can still look at it.
+// Beside somebody who works with the camera, a shell can still look at it; and a camera whose description is
+// of no use has registers.
 void begin(Context& context) {
     try {
         context.session(Purpose::Work);
     } catch (const Failure& failure) {
+        if (isOfDescription(failure)) {
+            complain(std::string(failure.what()) + "; registers and memory can be read and written");
+            return;
+        }
         if (failure.status() != ExitStatus::CameraBusy) {
             throw;
         }
