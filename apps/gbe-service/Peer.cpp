@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <ctime>
 #include <string>
 #include <sys/socket.h>
 #include <vector>
@@ -20,15 +21,25 @@ template<typename Number> std::optional<Number> numberOf(std::string_view word) 
     return isWhole ? std::optional(value) : std::nullopt;
 }
 
+// Nanoseconds on a processor, of all threads.
+std::uint64_t timeRun(pid_t process) {
+    clockid_t clock{};
+    timespec time{};
+    if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &time) != 0) {
+        return 0;
+    }
+    return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000U +
+           static_cast<std::uint64_t>(time.tv_nsec);
+}
+
 std::optional<ProcessStat> statOf(pid_t process) {
-    const std::string folder = "/proc/" + std::to_string(process);
     std::string text;
     std::optional<ProcessStat> stat;
-    if (!common::readTextFile(folder + "/stat", kMaxStatSize, text)) {
+    if (!common::readTextFile("/proc/" + std::to_string(process) + "/stat", kMaxStatSize, text)) {
         stat = parseStat(text);
     }
-    if (stat && !common::readTextFile(folder + "/schedstat", kMaxStatSize, text)) { // not in every kernel
-        stat->ran = numberOf<std::uint64_t>(text.substr(0, text.find(' '))).value_or(0);
+    if (stat) {
+        stat->ran = timeRun(process);
     }
     return stat;
 }

@@ -8,19 +8,20 @@
 
 namespace gbe_service {
 
-// What /proc/PID says.
+// What the kernel says of a process.
 struct ProcessStat {
     char state = 0;
     std::uint64_t start =
         0; // clock ticks since the computer started: no two processes of one id have the same
 
-    std::uint64_t ran = 0; // nanoseconds on a processor, which grow with every step of a debugger
+    std::uint64_t ran =
+        0; // nanoseconds on a processor, of all threads, which grow with every step of a debugger
 
     // By a signal, or by a debugger.
     bool isStopped() const { return state == 'T' || state == 't'; }
     bool isOver() const { return state == 'Z' || state == 'X'; }
 };
-// All but `ran` from the text of its file "stat"; nothing for what is no such text. A program's name may hold
+// All but `ran` from the text of /proc/PID/stat; nothing for what is no such text. A program's name may hold
 // anything, also what looks like the rest.
 std::optional<ProcessStat> parseStat(std::string_view text);
 

@@ -12,9 +12,13 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <ctime>
 #include <random>
+#include <thread>
 #include <tuple>
 
 namespace {
@@ -91,6 +95,27 @@ TEST(ServiceKeeps, SendOneHarmlessCommandForALimitedTimeOfEachStop) {
     for (const auto& [second, stopped, due] : looks) {
         EXPECT_EQ(watch.isDue(stopped, 0, StopWatch::Time(std::chrono::seconds(second))), due) << second;
     }
+}
+
+// Also of threads beside the first one, which a debugger may step alone.
+TEST(ServiceKeeps, KnowHowLongAllThreadsOfAProcessHaveRun) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    const std::optional<Peer> self = Peer::of(ends[0]);
+    ASSERT_TRUE(self);
+    constexpr std::int64_t kTime = 50'000'000; // nanoseconds
+    const auto before = self->look();
+    std::thread([] {
+        timespec used{};
+        while (used.tv_sec == 0 && used.tv_nsec < kTime) {
+            clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+        }
+    }).join();
+    const auto after = self->look();
+    ASSERT_TRUE(before && after);
+    EXPECT_GE(after->ran, before->ran + kTime);
+    close(ends[0]);
+    close(ends[1]);
 }
 
 // Whatever happens between two looks: a debugger's step is over long before the next one.
