@@ -18,8 +18,7 @@ public:
     // A board and its camera, connected for a purpose. It stays until another camera is chosen or more is
     // wanted of this one, so that verbs that follow one another share it. Throws Failure.
     const Session& session(Purpose purpose);
-    // Ends the connection, if there is one.
-    // Whether there was one.
+    // Ends the connection; false when there is none.
     bool disconnect() { return std::exchange(m_session, std::nullopt).has_value(); }
 
 private:

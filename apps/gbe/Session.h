@@ -30,7 +30,7 @@ Board openBoard(int board);
 Failure
 boardFailure(const std::string& what, int board, int code, const std::string& why = Gbe_getLastErrorDetail());
 
-// Scans the port of the selection, or all, and tells what is there in the order of ports and discovery.
+// Scans the port of the selection, or all, and tells what is there in the order of ports and MAC addresses.
 std::vector<FoundCamera> findCameras(BoardHandle* board, const Selection& selection);
 
 // Scans and picks the first camera of findCameras() that the selection allows; with a name, there must be one

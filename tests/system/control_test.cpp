@@ -157,13 +157,13 @@ TEST_F(ControlTest, ModesSayWhatOthersMayDoMeanwhile) {
         std::uint32_t privilege; // that the camera has given then
     } rows[] = {
         {GBE_CONNECT_CONTROL, 0, 0, kControl},
+        {GBE_CONNECT_REGISTERS, 0, 0, kControl}, // the next one has its features again
         {GBE_CONNECT_EXCLUSIVE, 0, 0, kExclusive},
         {GBE_CONNECT_READ_ONLY, 0, 0, 0},
         {GBE_CONNECT_CONTROL, kControl, GBE_ERROR_CAMERA_BUSY, kControl},
         {GBE_CONNECT_EXCLUSIVE, kControl, GBE_ERROR_CAMERA_BUSY, kControl},
         {GBE_CONNECT_READ_ONLY, kControl, 0, kControl},
         {GBE_CONNECT_READ_ONLY, kExclusive, GBE_ERROR_CAMERA_BUSY, kExclusive},
-        {GBE_CONNECT_REGISTERS, 0, 0, kControl},
         {GBE_CONNECT_REGISTERS, kControl, GBE_ERROR_CAMERA_BUSY, kControl},
         {4, 0, GBE_ERROR_ILLEGAL_PARAMETER, 0},
     };
