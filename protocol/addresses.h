@@ -45,7 +45,7 @@ struct Mac {
     constexpr std::uint8_t operator[](std::size_t i) const { return bytes[i]; }
 
     // The first byte that differs decides.
-    friend constexpr auto operator<=>(const Mac&, const Mac&) = default;
+    friend constexpr auto operator<=>(const Mac&, const Mac&) = default; // NOLINT(modernize-use-nullptr)
 };
 
 // An IPv4 address or subnet mask. Zeros stand for none.
@@ -86,7 +86,7 @@ struct Ipv4 {
     constexpr std::uint8_t& operator[](std::size_t i) { return bytes[i]; }
     constexpr std::uint8_t operator[](std::size_t i) const { return bytes[i]; }
 
-    friend constexpr auto operator<=>(const Ipv4&, const Ipv4&) = default;
+    friend constexpr auto operator<=>(const Ipv4&, const Ipv4&) = default; // NOLINT(modernize-use-nullptr)
 };
 
 // Whether an address is neither the first nor the last of its subnet: those mean the network and everybody.

@@ -137,7 +137,7 @@ bool takesControl(CameraHandle* camera, int refusal) {
 } // namespace
 
 Failure boardFailure(const std::string& what, int board, int code, const std::string& why) {
-    const Failure failure(what, code, why);
+    Failure failure(what, code, why);
     if (code != GBE_ERROR_BOARD_INITIALIZATION) {
         return failure;
     }
